@@ -1,0 +1,50 @@
+#include "benchmarks/environment.h"
+
+#include "refhost/contexts.h"
+#include "refhost/model_list_file.h"
+
+#include <boost/make_shared.hpp>
+
+#include <utility>
+
+namespace corvane::bench {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::IDeviceContext;
+using device_handler::v1_0::SFamily;
+using vorn_camera_base::v1_0::CVornCamera;
+
+namespace {
+
+constexpr const char* InMemory = "";
+constexpr const char* Model = "F320"; // what ./bench simulates
+
+CAuthentication DefaultCredentials(const CVornModelList& models) {
+    if (models.getFamilies().empty())
+        throw CFailure("the model list has no family, and so no credentials");
+    const SFamily& family = models.getFamilies().front();
+    return {family.user, family.password};
+}
+
+} // namespace
+
+CEnvironment::CEnvironment(bool isQuick, const std::string& plugin, const std::string& models,
+                           const std::string& simulator)
+    : isQuick_(isQuick),
+      plugin_(plugin),
+      modelList_(refhost::LoadModelList(models)),
+      credentials_(DefaultCredentials(*modelList_)),
+      database_(refhost::CDeviceDb::open(InMemory)),
+      cameras_(simulator) {}
+
+boost::shared_ptr<IDeviceContext> CEnvironment::makeContext(const std::string& address) const {
+    return boost::make_shared<refhost::CDeviceContext>(address, credentials_, database_);
+}
+
+boost::shared_ptr<CVornCamera> CEnvironment::createCamera(boost::shared_ptr<IDeviceContext> context,
+                                                          const std::string& address) const {
+    return plugin_.createCamera(std::move(context), address, modelList_, Model);
+}
+
+} // namespace corvane::bench

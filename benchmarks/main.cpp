@@ -1,0 +1,122 @@
+// vorn_bench: what the plug-in costs, each figure beside a yardstick of the same run.
+//
+// The workloads, in the order in which they are run:
+//
+//   fleet           1,000 cameras (50 in a quick run) brought up one after another and kept in this process:
+//   the
+//                   time until every one has its settings, and threads, descriptors and resident memory a
+//                   camera
+//   start_up        one camera that comes up, from the factory call until it is initialised
+//   request         an ordinary request under digest, the first having been made, and its round trips
+//   cache_read      GetCameraSetting by one reader, and by eight at once (wall time a read)
+//   settings_parse  one settings dump taken into the cache
+//
+// ./bench starts the simulated cameras and gives the files. An argument that is part of a workload's name
+// selects that workload.
+
+#include "benchmarks/report.h"
+#include "benchmarks/workloads.h"
+
+#include <CLI/CLI.hpp>
+#include <benchmark/benchmark.h>
+
+#include <sys/resource.h>
+
+#include <iostream>
+
+namespace {
+
+using namespace corvane::bench;
+
+constexpr int Failed = 1;
+
+struct SWorkload {
+    const char* name;
+    void (*registerBenchmarks)(CEnvironment& environment);
+};
+
+constexpr SWorkload Workloads[] = {
+    {"fleet", RegisterFleet}, // first, since it measures what memory it adds
+    {"start_up", RegisterStartUp},     {"request", RegisterRequest},
+    {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
+};
+
+constexpr double None = 0;
+constexpr bool OfTheMachine = false;
+constexpr bool Exact = true;
+
+const std::vector<SFigure> Figures = {
+    {"cameras brought up and kept", "fleet:cameras", Unit::Count, "", "", None, Exact},
+    {"  time until all have their settings", "fleet", Unit::Seconds,
+     "their requests by a plain libcurl client", "fleet:plain", None, OfTheMachine},
+    {"  threads a camera", "fleet:threads", Unit::Count, "", "", 1, Exact},
+    {"  descriptors a camera", "fleet:descriptors", Unit::Count, "", "", None, Exact},
+    {"  resident memory a camera", "fleet:resident", Unit::Bytes, "", "", 100 * 1024, OfTheMachine},
+    {"camera coming up", "start_up/plug-in", Unit::Seconds, "its requests by a plain libcurl client",
+     "start_up/plain", 1.3, OfTheMachine},
+    {"ordinary request under digest", "request/plug-in", Unit::Seconds, "plain libcurl client, kept open",
+     "request/plain", 1.2, OfTheMachine},
+    {"  round trips", "request/round_trips:each", Unit::Count, "", "", 1, Exact},
+    {"cache read, one reader", "cache_read_1/cache", Unit::Seconds, "map look-up under a boost::mutex",
+     "cache_read_1/map", None, OfTheMachine},
+    {"cache read, eight readers at once", "cache_read_8/cache", Unit::Seconds,
+     "map look-up under a boost::mutex", "cache_read_8/map", None, OfTheMachine},
+    {"settings dump parsed", "settings_parse/parser", Unit::Seconds, "one memchr pass for an absent byte",
+     "settings_parse/memchr", None, OfTheMachine},
+    {"  the same", "settings_parse/parser", Unit::Seconds, "a search for each of the 80 keys",
+     "settings_parse/plain_rule", None, OfTheMachine},
+};
+
+// A thousand cameras keep more connections open than a process may by default.
+void RaiseDescriptorLimit() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+// The repetitions of a figure and its yardstick take turns, so that a busy moment of the machine meets both.
+void InitializeLibrary(bool isQuick) {
+    std::string program = "vorn_bench";
+    std::string turns = "--benchmark_enable_random_interleaving=true";
+    std::string time = std::string("--benchmark_min_time=") + (isQuick ? "0.02" : "0.2");
+    char* arguments[] = {program.data(), turns.data(), time.data(), nullptr};
+    int count = 3;
+    benchmark::Initialize(&count, arguments);
+}
+
+bool Run(CEnvironment& environment, const std::string& filter) {
+    CMeasurements measurements;
+    for (const SWorkload& workload : Workloads) {
+        if (std::string(workload.name).find(filter) == std::string::npos)
+            continue;
+        workload.registerBenchmarks(environment);
+        benchmark::RunSpecifiedBenchmarks(&measurements);
+        benchmark::ClearRegisteredBenchmarks();
+    }
+    return PrintFigures(Figures, measurements, environment.isQuick());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    bool isQuick = false;
+    std::string filter, plugin, models, simulator;
+    CLI::App app("What the plug-in costs, each figure beside its yardstick");
+    app.add_flag("--quick", isQuick, "Rough figures; goals that depend on the machine do not count");
+    app.add_option("filter", filter, "Part of the names of the workloads to run");
+    app.add_option("--plugin", plugin, "The plug-in's shared library")->required();
+    app.add_option("--models", models, "The model list")->required();
+    app.add_option("--simulator", simulator, "File with the ready line of the camera simulator")->required();
+    CLI11_PARSE(app, argc, argv);
+
+    RaiseDescriptorLimit();
+    InitializeLibrary(isQuick);
+    try {
+        CEnvironment environment(isQuick, plugin, models, simulator);
+        return Run(environment, filter) ? 0 : Failed;
+    } catch (const std::exception& failure) {
+        std::cerr << "vorn_bench: " << failure.what() << "\n";
+        return Failed;
+    }
+}

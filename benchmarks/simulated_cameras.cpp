@@ -1,0 +1,34 @@
+#include "benchmarks/simulated_cameras.h"
+
+#include "benchmarks/environment.h"
+#include "benchmarks/plain_client.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <fstream>
+
+namespace corvane::bench {
+
+CSimulatedCameras::CSimulatedCameras(const std::string& readyFile) {
+    std::ifstream file(readyFile);
+    const nlohmann::json ready = nlohmann::json::parse(file, nullptr, false);
+    if (ready.is_discarded())
+        throw CFailure(readyFile + ": not the simulator's ready line");
+    addresses_ = ready.at("cameras").get<std::vector<std::string>>();
+    control_ = ready.at("control").get<std::string>();
+}
+
+const std::string& CSimulatedCameras::takeFresh() {
+    if (taken_ == addresses_.size())
+        throw CFailure("all " + std::to_string(taken_) + " simulated cameras are used: more are needed");
+    return addresses_[taken_++];
+}
+
+std::size_t CSimulatedCameras::countRequests(const std::string& address) const {
+    const auto camera = std::find(addresses_.begin(), addresses_.end(), address) - addresses_.begin();
+    const std::string state = CPlainClient(control_).get("/cameras/" + std::to_string(camera));
+    return nlohmann::json::parse(state).at("requests").get<std::size_t>();
+}
+
+} // namespace corvane::bench

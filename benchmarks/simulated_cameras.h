@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace corvane::bench {
+
+// The cameras of a running simulator.
+class CSimulatedCameras {
+public:
+    // `readyFile` holds the line that the simulator prints when it serves. Throws CFailure.
+    explicit CSimulatedCameras(const std::string& readyFile);
+
+    // The address of a camera that nobody has asked anything yet, so that no kept connection and no
+    // remembered challenge helps. Throws CFailure when all have been given out.
+    const std::string& takeFresh();
+
+    // How many requests the camera has had since it was started, those answered 401 among them.
+    std::size_t countRequests(const std::string& address) const;
+
+private:
+    std::vector<std::string> addresses_;
+    std::string control_;
+    std::size_t taken_ = 0;
+};
+
+} // namespace corvane::bench

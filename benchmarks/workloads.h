@@ -1,0 +1,18 @@
+#pragma once
+
+#include "benchmarks/environment.h"
+
+#include <string>
+
+// Each workload registers the benchmarks of its figures, under the names that the table in main.cpp has,
+// having made what they need. The environment must outlive them. A benchmark throws CFailure when what it
+// measures fails.
+namespace corvane::bench {
+
+void RegisterFleet(CEnvironment& environment);
+void RegisterStartUp(CEnvironment& environment);
+void RegisterRequest(CEnvironment& environment);
+void RegisterCacheRead(CEnvironment& environment);
+void RegisterSettingsParse(CEnvironment& environment);
+
+} // namespace corvane::bench

@@ -1,0 +1,252 @@
+#include "camera/capability.h"
+
+#include "host/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace corvane::panasonic_camera {
+
+using device_handler::v1_0::COptional;
+
+namespace {
+
+constexpr std::string_view LineEnd = "\r\n";
+constexpr const char* TerminalKey = "video_server.peripheral.io.trm";
+constexpr const char* TerminalCountKey = "video_server.peripheral.io.number=";
+constexpr std::string_view AlarmInput = "alm_in";
+constexpr const char* DefaultMaxFrameRate = "30";
+
+std::size_t Find(std::string_view text, std::string_view part, std::size_t from = 0) {
+    // memmem, since every line of the text begins alike and a search by first character stops at each.
+    const void* found = memmem(text.data() + from, text.size() - from, part.data(), part.size());
+    return found ? static_cast<std::size_t>(static_cast<const char*>(found) - text.data())
+                 : std::string::npos;
+}
+
+std::string_view ValueAt(std::string_view text, std::size_t begin) {
+    const std::size_t end = Find(text, LineEnd, begin);
+    return text.substr(begin, end == std::string::npos ? end : end - begin);
+}
+
+COptional<std::string_view> ValueOf(std::string_view text, const std::string& key) {
+    const std::size_t at = Find(text, key);
+    if (at == std::string::npos)
+        return {};
+    return ValueAt(text, at + key.size());
+}
+
+std::vector<std::string> SplitList(std::string_view value) {
+    std::vector<std::string> list;
+    for (std::size_t begin = 0;;) {
+        const std::size_t comma = value.find(',', begin);
+        list.emplace_back(value.substr(begin, comma - begin));
+        if (comma == std::string::npos)
+            return list;
+        begin = comma + 1;
+    }
+}
+
+std::vector<std::string> ListOf(std::string_view text, const std::string& key) {
+    const COptional<std::string_view> value = ValueOf(text, key);
+    return value ? SplitList(*value) : std::vector<std::string>();
+}
+
+// Reads as a stream's extraction does: blanks skipped, a sign, up to the first character that is no digit; 0
+// where there is no number, the nearest representable number for one that is too large, and a negative number
+// without a sign counted down from the largest.
+template <class Number>
+Number ReadNumber(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    const bool isNegative = text.substr(0, 1) == "-";
+    if (isNegative || text.substr(0, 1) == "+")
+        text.remove_prefix(1);
+    unsigned long long magnitude = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), magnitude).ec ==
+        std::errc::result_out_of_range)
+        magnitude = std::numeric_limits<unsigned long long>::max();
+
+    using Limits = std::numeric_limits<Number>;
+    const bool isBelowZero = Limits::is_signed && isNegative;
+    if (magnitude > static_cast<unsigned long long>(Limits::max()) + (isBelowZero ? 1 : 0))
+        return isBelowZero ? Limits::min() : Limits::max();
+    return static_cast<Number>(isNegative ? 0 - magnitude : magnitude);
+}
+
+int NumberOf(std::string_view text, const std::string& key) {
+    const COptional<std::string_view> value = ValueOf(text, key);
+    return value ? ReadNumber<int>(*value) : 0;
+}
+
+// What a codec's keys are made of. The second stream of a codec that has one carries "-2".
+struct SCodecKeys {
+    VideoCodec codec;
+    const char* name;
+    bool isStreamCoded; // MPEG-4 and H.264: a second stream, key frames and bandwidths
+};
+
+constexpr SCodecKeys CodecKeys[] = {
+    {VideoCodec::Mjpeg, "mjpeg", false},
+    {VideoCodec::Mpeg4, "mpeg4", true},
+    {VideoCodec::H264, "h264", true},
+};
+
+const SCodecKeys* KeysOf(VideoCodec codec) {
+    for (const SCodecKeys& keys : CodecKeys)
+        if (keys.codec == codec)
+            return &keys;
+    return nullptr;
+}
+
+constexpr int FirstStream = 0;
+
+// "video_server.image.h264-2." followed by the property.
+std::string ImageKey(const SCodecKeys& keys, int stream, const std::string& property) {
+    const char* second = keys.isStreamCoded && stream != FirstStream ? "-2" : "";
+    return std::string("video_server.image.") + keys.name + second + "." + property;
+}
+
+unsigned WidthOf(const std::string& resolution) {
+    const std::size_t x = resolution.find('x');
+    return x == std::string::npos ? 0 : ReadNumber<unsigned>(std::string_view(resolution).substr(0, x));
+}
+
+// Whether each terminal, by its number in decimal, is an alarm input: the value at its key's first occurrence
+// mentions it. One pass that never looks back, since a text of many megabytes may claim any number of
+// terminals.
+std::map<std::string_view, bool> Terminals(std::string_view text) {
+    std::map<std::string_view, bool> terminals;
+    const std::string_view key = TerminalKey;
+    std::size_t lineEnd = 0;
+    std::size_t mention = 0;
+    for (std::size_t at = Find(text, key); at != std::string::npos; at = Find(text, key, at + key.size())) {
+        const std::size_t number = at + key.size();
+        const std::size_t equals = text.find_first_not_of("0123456789", number);
+        if (equals == std::string::npos || text[equals] != '=')
+            continue;
+        const std::size_t value = equals + 1;
+        if (lineEnd < value)
+            lineEnd = std::min(Find(text, LineEnd, value), text.size());
+        if (mention < value)
+            mention = std::min(Find(text, AlarmInput, value), text.size());
+        terminals.emplace(text.substr(number, equals - number), mention + AlarmInput.size() <= lineEnd);
+    }
+    return terminals;
+}
+
+} // namespace
+
+CPanasonicCapability::CPanasonicCapability(std::string text) : text_(std::move(text)) {}
+
+bool CPanasonicCapability::IsAnalogInputSupported() const {
+    const COptional<std::string_view> value = ValueOf(text_, "video_server.basic.analogue_input=");
+    return value && !value->empty();
+}
+
+bool CPanasonicCapability::IsImageModeSupported() const {
+    const COptional<std::string_view> value = ValueOf(text_, "video_server.image.mode=");
+    return value && !value->empty();
+}
+
+std::vector<std::string> CPanasonicCapability::getImageMode() const {
+    return ListOf(text_, "video_server.image.mode=");
+}
+
+int CPanasonicCapability::getVideoCodecsSupported() const {
+    int supported = 0;
+    for (const std::string& format : ListOf(text_, "video_server.image.format="))
+        for (const SCodecKeys& keys : CodecKeys)
+            if (format == keys.name)
+                supported |= 1 << static_cast<int>(keys.codec);
+    return supported;
+}
+
+std::vector<std::string> CPanasonicCapability::getResolutionForCodec(const std::string& mode,
+                                                                     VideoCodec codec, int stream) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    if (!keys)
+        return {};
+    COptional<std::string_view> value;
+    if (!mode.empty())
+        value = ValueOf(text_, ImageKey(*keys, stream, "resolution_each_mode." + mode + "="));
+    if (!value)
+        value = ValueOf(text_, ImageKey(*keys, stream, "resolution="));
+    if (!value)
+        return {};
+    std::vector<std::string> resolutions = SplitList(*value);
+    std::stable_sort(resolutions.begin(), resolutions.end(), SortResolutions);
+    return resolutions;
+}
+
+std::vector<std::string> CPanasonicCapability::getVideoCodecFrameRate(VideoCodec codec, int stream) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    return keys ? ListOf(text_, ImageKey(*keys, stream, "framerate=")) : std::vector<std::string>();
+}
+
+std::vector<std::string> CPanasonicCapability::getVideoCodecIInterval(VideoCodec codec, int stream) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    if (!keys || !keys->isStreamCoded)
+        return {};
+    return ListOf(text_, ImageKey(*keys, stream, "i_interval="));
+}
+
+std::vector<std::string> CPanasonicCapability::getVideoCodecQuality(VideoCodec codec) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    return keys ? ListOf(text_, ImageKey(*keys, FirstStream, "quality=")) : std::vector<std::string>();
+}
+
+std::string CPanasonicCapability::getMaxFrameRate(VideoCodec codec, int stream,
+                                                  const std::string& mode) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    if (mode.empty() || !keys)
+        return DefaultMaxFrameRate;
+    const COptional<std::string_view> value =
+        ValueOf(text_, ImageKey(*keys, stream, "max_framerate." + mode + "="));
+    return value ? std::string(*value) : DefaultMaxFrameRate;
+}
+
+std::vector<std::string> CPanasonicCapability::getVideoCodecBandwidth(VideoCodec codec) const {
+    const SCodecKeys* keys = KeysOf(codec);
+    if (!keys || !keys->isStreamCoded)
+        return {};
+    return ListOf(text_, ImageKey(*keys, FirstStream, "bandwidth="));
+}
+
+bool CPanasonicCapability::IsDryContactSupported(int& count) const {
+    const COptional<std::string_view> number = ValueOf(text_, TerminalCountKey);
+    if (!number)
+        return false;
+    const int terminalCount = ReadNumber<int>(*number);
+    const std::map<std::string_view, bool> terminals = Terminals(text_);
+    int alarmInputs = 0;
+    for (int i = 1; i <= terminalCount; ++i) {
+        const auto terminal = terminals.find(std::to_string(i));
+        if (terminal == terminals.end())
+            return true; // there is a number, so it is not 0
+        if (terminal->second)
+            ++alarmInputs;
+    }
+    count = alarmInputs;
+    return alarmInputs != 0;
+}
+
+int CPanasonicCapability::getDryContactInputCount() const {
+    return NumberOf(text_, TerminalCountKey);
+}
+
+bool CPanasonicCapability::IsAudioSupported(int input) const {
+    const int inputs = NumberOf(text_, "video_server.audio.audio_input.number=");
+    return inputs > 0 && inputs > input;
+}
+
+bool SortResolutions(const std::string& a, const std::string& b) {
+    return WidthOf(a) < WidthOf(b);
+}
+
+} // namespace corvane::panasonic_camera

@@ -1,0 +1,153 @@
+#include "camera/setting.h"
+
+#include "camera/camera_url.h"
+#include "camera/cgi_paths.h"
+#include "camera/setdata_parser.h"
+#include "camera/setting_keys.h"
+
+#include "host/cgi.h"
+
+#include <boost/chrono/duration.hpp>
+#include <boost/make_shared.hpp>
+
+#include <atomic>
+#include <utility>
+
+namespace corvane::panasonic_camera {
+
+using vorn_utility::v1_0::CVornCgiLib;
+
+namespace {
+
+boost::chrono::milliseconds BoostTime(std::chrono::milliseconds time) {
+    return boost::chrono::milliseconds(time.count());
+}
+
+} // namespace
+
+CPanasonicSetting::CPanasonicSetting(const std::string& cameraAddress,
+                                     boost::shared_ptr<IDeviceContext> context, SSettingTimes settingTimes)
+    : ipAddress(cameraAddress),
+      deviceContext(std::move(context)),
+      lastFetchTime(settingTimes.now()),
+      times(std::move(settingTimes)) {
+    for (const char* key : SettingKeys)
+        settingCache[key];
+    for (const char* key : InfoKeys)
+        infoCache[key];
+    reloadThread = boost::make_shared<boost::thread>([this] { threadRun(); });
+}
+
+CPanasonicSetting::~CPanasonicSetting() {
+    {
+        const boost::lock_guard<boost::mutex> guard(lock);
+        running = false;
+        wakeup.notify_one();
+    }
+    reloadThread->join();
+}
+
+void CPanasonicSetting::threadRun() {
+    boost::unique_lock<boost::mutex> guard(lock);
+    while (running) {
+        const std::uint64_t request = reloadRequests;
+        guard.unlock();
+        const int result = getDetailsFromSetdata();
+        guard.lock();
+        lastFetchTime = times.now();
+        lastResult = result;
+        refreshWanted = false;
+        if (reloadRequests != request)
+            continue;  // something was written since this dump was asked for: nobody may read it
+        loaded = true; // after a failure too, so that readers stop waiting
+        loadedChanged.notify_all();
+        wakeup.wait_for(guard, BoostTime(times.refreshPeriod),
+                        [&] { return !running || refreshWanted || reloadRequests != request; });
+    }
+}
+
+int CPanasonicSetting::getDetailsFromSetdata() {
+    std::string reply;
+    if (CameraHttpGet(cgi::Setdata, reply, cgi::SetdataTimeout))
+        return -1;
+    const boost::lock_guard<boost::mutex> guard(lock);
+    ParseSetdata(reply, settingCache);
+    return 0;
+}
+
+std::string CPanasonicSetting::GetCameraSetting(const std::string& key) {
+    const std::string cacheKey = key + ",";
+    boost::unique_lock<boost::mutex> guard(lock);
+    while (!loaded)
+        loadedChanged.wait_for(guard, BoostTime(times.readerPoll));
+    if (times.now() - lastFetchTime > static_cast<std::uint64_t>(times.staleAfter.count())) {
+        refreshWanted = true;
+        wakeup.notify_one();
+    }
+    if (lastResult != 0)
+        return {};
+    return settingCache[cacheKey]; // a key that is new here is filled by every fetch from now on
+}
+
+CError CPanasonicSetting::SetCameraSetting(const std::string& path, const std::string& query) {
+    CError result = SetCameraSettingNoReload(path, query);
+    ReloadSetting();
+    return result;
+}
+
+CError CPanasonicSetting::SetCameraSettingNoReload(const std::string& path, const std::string& query) {
+    std::string reply;
+    CError result = query.empty() ? CameraHttpGet(path, reply, cgi::RequestTimeout)
+                                  : CameraHttpPost(path, query, reply, cgi::RequestTimeout);
+    const boost::lock_guard<boost::mutex> guard(lock);
+    changed = true;
+    return result;
+}
+
+int CPanasonicSetting::ReloadSetting() {
+    const boost::lock_guard<boost::mutex> guard(lock);
+    if (changed) {
+        changed = false;
+        loaded = false;
+        ++reloadRequests;
+        wakeup.notify_one();
+    }
+    return 0;
+}
+
+std::string CPanasonicSetting::GetCameraInfo(const std::string& key) {
+    static boost::mutex fetchMutex; // one fetch at a time in the process
+    static std::atomic<bool> infoFetched{false};
+    if (!infoFetched) {
+        const boost::lock_guard<boost::mutex> fetching(fetchMutex);
+        if (!infoFetched) { // another thread may have fetched while this one waited
+            const CAuthentication authentication = currentAuthentication();
+            if (!authentication.isSet() || !fetchInfo(authentication))
+                return {};
+            infoFetched = true;
+        }
+    }
+    const boost::lock_guard<boost::mutex> guard(lock);
+    const auto found = infoCache.find(key);
+    return found == infoCache.end() ? std::string() : found->second;
+}
+
+bool CPanasonicSetting::fetchInfo(const CAuthentication& authentication) {
+    SVornUrl url = CameraUrl(cgi::Getinfo);
+    url.parameters = {{"FILE", "1"}, {"page", "12345"}};
+    std::vector<std::string> values; // the keys going in
+    for (const auto& [key, value] : infoCache)
+        values.push_back(key + "=");
+    if (CVornCgiLib::vornCgiGetQueryResult(url, ipAddress, authentication.getUsername(),
+                                           authentication.getPassword(), values, cgi::RequestTimeout,
+                                           cgi::ValueDelimiters, cgi::AuthScheme))
+        return false;
+    const boost::lock_guard<boost::mutex> guard(lock);
+    auto value = values.begin();
+    for (auto& [key, cached] : infoCache)
+        if (value != values.end())
+            cached = *value++;
+    return true;
+}
+
+} // namespace corvane::panasonic_camera

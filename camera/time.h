@@ -1,0 +1,10 @@
+#pragma once
+
+#include <cstdint>
+
+namespace corvane::panasonic_camera {
+
+// Wall-clock time in milliseconds since the epoch.
+std::uint64_t get_time();
+
+} // namespace corvane::panasonic_camera

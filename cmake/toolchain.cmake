@@ -1,0 +1,34 @@
+# Compiler, linker and warning settings that every target shares.
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+# Line numbers are enough for a backtrace, and full debug information costs a third of the build.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_DEBUG "-g1")
+
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused
+  -Wformat=2 -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-Wthread-safety)
+else()
+  add_compile_options(-Wduplicated-cond -Wlogical-op)
+endif()
+if(VORN_WERROR)
+  add_compile_options(-Werror)
+endif()
+
+if(VORN_SANITIZE)
+  add_compile_options(-fsanitize=${VORN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
+  add_link_options(-fsanitize=${VORN_SANITIZE})
+else()
+  add_link_options(-Wl,--as-needed -Wl,--no-undefined)
+endif()
+
+# The libraries tell the fuzz targets which paths an input took.
+if(VORN_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

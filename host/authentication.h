@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/text.h"
+
+#include <utility>
+
+namespace corvane::device_handler::v1_0 {
+
+// A device's credentials. A value type: the framework hands out copies, which do not follow later changes.
+class CAuthentication {
+public:
+    CAuthentication() = default;
+    CAuthentication(CString username, CString password)
+        : username_(std::move(username)), password_(std::move(password)) {}
+
+    // Credentials count as set when there is a user name; the password may be empty.
+    bool isSet() const { return username_.has_value(); }
+
+    // The two texts; an absent one reads as empty.
+    std::string getUsername() const { return username_ ? username_->str() : std::string(); }
+    std::string getPassword() const { return password_ ? password_->str() : std::string(); }
+
+    void setUsername(COptional<CString> username) { username_ = std::move(username); }
+    void setPassword(COptional<CString> password) { password_ = std::move(password); }
+
+private:
+    COptional<CString> username_;
+    COptional<CString> password_;
+};
+
+} // namespace corvane::device_handler::v1_0

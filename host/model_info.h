@@ -1,0 +1,87 @@
+#pragma once
+
+#include "host/text.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvane::device_handler::v1_0 {
+
+// A family of devices that share their identification requests and default credentials.
+struct SFamily {
+    std::string name;
+    std::string user;     // default user name; empty when the family has none
+    std::string password; // default password
+};
+
+// How to build one stream location.
+struct SStreamUrl {
+    std::string scheme;
+    std::string port; // decimal; may be empty
+    std::string path;
+    std::vector<std::pair<std::string, std::string>> parameters; // query, in order
+};
+
+// Stream locations by stream number (for audio: the table base plus the stream number), then by codec name
+// ("MJPEG", "MP4V", "H264" or "none"), then by variant.
+using StreamUrlTable = std::map<int, std::map<std::string, std::map<int, SStreamUrl>>>;
+
+// An inclusive range in the camera's units.
+struct SRange {
+    int minimum = 0;
+    int maximum = 0;
+};
+
+// A picture or lens adjustment in the camera's units.
+struct SAdjustment {
+    std::vector<std::string> range; // minimum and maximum in decimal; empty when the model lacks it
+    std::string defaultValue;       // decimal
+};
+
+struct SPtzModel {
+    SRange panPosition, tiltPosition, zoomPosition;
+    int panHome = 0, tiltHome = 0, zoomHome = 0;
+    SRange panSpeed, tiltSpeed, zoomSpeed, focusSpeed;
+    int presetOffset = 0;     // added to the recorder's preset numbers
+    int patternOffset = 0;    // added to the recorder's pattern numbers
+    std::string patternCount; // where the camera reports none; empty when the list gives none
+};
+
+struct SWhiteBalanceModel {
+    std::vector<std::string> values; // the camera's words, in order
+    std::string defaultValue;
+};
+
+// Everything the recorder knows of one model. What the list leaves out keeps the values given here.
+struct SModelInfo {
+    std::string number; // without its prefix
+    std::string family;
+    std::string label;
+
+    int videoInputs = 1;
+    int audioInputs = 0;
+    std::map<int, int> indexBase; // property id to the index base of its inputs
+
+    std::map<std::string, int> codecStreams; // codec name to the recorder's highest number of streams
+    COptional<int> cameraStreams;            // the camera's own highest number of streams
+
+    std::map<std::string, std::string> defaultQuality; // by codec name ("mjpeg", "mpeg4", "h264")
+    std::map<std::string, std::string> defaultBitRate; // likewise
+
+    StreamUrlTable videoUrls;
+    std::map<int, std::string> audioBitRates; // the lowest number is the default
+    int audioUrlBase = 0;
+    StreamUrlTable audioUrls;
+
+    COptional<SPtzModel> ptz;
+
+    SAdjustment brightness, sharpness, saturation;
+    SWhiteBalanceModel whiteBalance;
+    std::vector<std::string> backLightCompensation; // its emptiness alone matters
+    SAdjustment focus;
+    std::string dynamicRange; // "Generic", "Conditional", "AdaptiveBlackStretchOnly", or empty
+};
+
+} // namespace corvane::device_handler::v1_0

@@ -1,0 +1,311 @@
+#pragma once
+
+// Calls by name: what a service tool or a script needs to reach every operation of a device's objects. Each
+// object registers its operations; arguments come as texts and are read by the types of the operation's
+// parameters, and what the operation returns comes back as an SAnswer.
+
+#include "host/api.h"
+#include "host/callback.h"
+#include "host/device_id.h"
+#include "host/error.h"
+#include "host/stream_id.h"
+#include "host/text.h"
+
+#include <boost/function.hpp>
+
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace corvane::device_handler::v1_0 {
+
+// What a call answered.
+struct SAnswer {
+    // The result of an operation that returns a plain value.
+    using Result = std::variant<std::monostate, bool, long long, std::string, std::vector<std::string>>;
+
+    COptional<CError> error;         // of an operation that returns one
+    Result result;                   // of an operation that returns a plain value
+    std::vector<std::string> values; // the output arguments in order, a vector's entries one after another
+    COptional<int> type;             // the value type of a range
+    std::vector<std::pair<std::string, std::string>> record; // field and value of a stream's record
+};
+
+using AnswerCallback = boost::function<void(const SAnswer&)>;
+
+// Why a call could not be made: no such operation, a wrong number of arguments, or an argument that cannot be
+// read. The text says which and what was expected.
+class VORN_HOST_API COperationError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Reads the texts of arguments. Each throws COperationError with what was expected.
+struct VORN_HOST_API SArgumentReader {
+    static int readInt(const std::string& text);
+    static unsigned readUnsigned(const std::string& text);
+    static VideoCodec readVideoCodec(const std::string& text);
+    static handler_impl::SVideoStreamId readVideoStreamId(const std::string& text);
+    static std::vector<std::string> readTexts(const std::string& text);
+};
+
+// A list of texts where a lone text means something else: the argument must hold a comma, and a comma at the
+// end ends the list, so "A," is the list of A.
+struct STextList {
+    std::vector<std::string> texts;
+};
+
+// How arguments of one type are read, and how their form is told to a person.
+template <class T>
+struct SArgument;
+
+template <>
+struct SArgument<int> {
+    static constexpr const char* Form = "number";
+    static int read(const std::string& text) { return SArgumentReader::readInt(text); }
+};
+template <>
+struct SArgument<unsigned> {
+    static constexpr const char* Form = "number";
+    static unsigned read(const std::string& text) { return SArgumentReader::readUnsigned(text); }
+};
+template <>
+struct SArgument<std::string> {
+    static constexpr const char* Form = "text";
+    static std::string read(const std::string& text) { return text; }
+};
+template <>
+struct SArgument<CString> {
+    static constexpr const char* Form = "text";
+    static CString read(const std::string& text) { return {text}; }
+};
+template <>
+struct SArgument<std::vector<std::string>> {
+    static constexpr const char* Form = "text,text,...";
+    static std::vector<std::string> read(const std::string& text) { return SArgumentReader::readTexts(text); }
+};
+template <>
+struct SArgument<STextList> {
+    static constexpr const char* Form = "text,[text,...]";
+    static STextList read(const std::string& text) {
+        if (text.find(',') == std::string::npos)
+            throw COperationError("a list of texts, each ended by a comma");
+        return {SArgumentReader::readTexts(text)};
+    }
+};
+template <>
+struct SArgument<VideoCodec> {
+    static constexpr const char* Form = "codec";
+    static VideoCodec read(const std::string& text) { return SArgumentReader::readVideoCodec(text); }
+};
+template <>
+struct SArgument<handler_impl::SVideoStreamId> {
+    static constexpr const char* Form = "channel,codec,stream";
+    static handler_impl::SVideoStreamId read(const std::string& text) {
+        return SArgumentReader::readVideoStreamId(text);
+    }
+};
+
+// How an output argument goes into the answer.
+inline void AppendOutput(SAnswer& answer, const std::string& value) {
+    answer.values.push_back(value);
+}
+inline void AppendOutput(SAnswer& answer, const CString& value) {
+    answer.values.push_back(value.str());
+}
+inline void AppendOutput(SAnswer& answer, int value) {
+    answer.values.push_back(std::to_string(value));
+}
+template <class T>
+void AppendOutput(SAnswer& answer, const std::vector<T>& values) {
+    for (const T& value : values)
+        AppendOutput(answer, value);
+}
+inline void AppendOutput(SAnswer& answer, const COptional<CDeviceId>& value) {
+    if (!value)
+        return;
+    answer.values.push_back(value->getFamilyName());
+    answer.values.push_back(value->getSerialNumber().str());
+}
+
+// How a returned value goes into the answer.
+inline void SetReturned(SAnswer& answer, const CError& error) {
+    answer.error = error;
+}
+inline void SetReturned(SAnswer& answer, bool value) {
+    answer.result = value;
+}
+inline void SetReturned(SAnswer& answer, int value) {
+    answer.result = static_cast<long long>(value);
+}
+inline void SetReturned(SAnswer& answer, const std::string& value) {
+    answer.result = value;
+}
+inline void SetReturned(SAnswer& answer, std::vector<std::string> value) {
+    answer.result = std::move(value);
+}
+inline void SetReturned(SAnswer& answer, const std::vector<CString>& values) {
+    std::vector<std::string> texts;
+    texts.reserve(values.size());
+    for (const CString& value : values)
+        texts.push_back(value.str());
+    answer.result = std::move(texts);
+}
+
+namespace operations_detail {
+
+template <class P>
+using Stored = std::remove_cv_t<std::remove_reference_t<P>>;
+
+// Inputs are taken by value or by constant reference, outputs by reference. A stream id is always an input.
+template <class P>
+inline constexpr bool IsInput =
+    !std::is_lvalue_reference_v<P> || std::is_const_v<std::remove_reference_t<P>> ||
+    std::is_same_v<Stored<P>, handler_impl::SVideoStreamId>;
+
+template <class P>
+inline constexpr bool IsCallback = std::is_same_v<Stored<P>, CCallback>;
+
+template <class P>
+inline constexpr bool IsArgument = IsInput<P> && !IsCallback<P>;
+
+// Hands out the argument texts in order, and completes what cannot be read with its name and text.
+class VORN_HOST_API CArgumentCursor {
+public:
+    CArgumentCursor(const std::vector<std::string>& texts, const std::vector<std::string>& names,
+                    CCallback callback)
+        : texts_(texts), names_(names), callback_(std::move(callback)) {}
+
+    template <class P>
+    Stored<P> take() {
+        if constexpr (IsCallback<P>) {
+            return callback_;
+        } else if constexpr (IsInput<P>) {
+            const std::size_t i = next_++;
+            try {
+                return SArgument<Stored<P>>::read(texts_[i]);
+            } catch (const COperationError& expected) {
+                throw COperationError("wrong argument \"" + texts_[i] + "\" for " + names_[i] +
+                                      ": expected " + expected.what());
+            }
+        } else {
+            return Stored<P>{};
+        }
+    }
+
+private:
+    const std::vector<std::string>& texts_;
+    const std::vector<std::string>& names_;
+    CCallback callback_;
+    std::size_t next_ = 0;
+};
+
+template <class P>
+void addForm(std::vector<std::string>& forms) {
+    if constexpr (IsArgument<P>)
+        forms.emplace_back(SArgument<Stored<P>>::Form);
+}
+
+template <class P, class T>
+void appendIfOutput(SAnswer& answer, const T& value) {
+    if constexpr (!IsInput<P>)
+        AppendOutput(answer, value);
+}
+
+} // namespace operations_detail
+
+// One operation that can be called by name.
+struct SOperation {
+    std::string name;
+    std::vector<std::string> parameterNames; // of the input arguments, in order
+    std::vector<std::string> parameterForms; // likewise ("number", "channel,codec,stream")
+
+    // Reads the arguments, as many as there are parameters, and makes the call; `done` receives the answer
+    // exactly once, before the return or, for an asynchronous operation, when its callback runs.
+    boost::function<CAsyncOp(const std::vector<std::string>& arguments, const AnswerCallback& done)> call;
+};
+
+// The operations of a device's objects by name. Filled on one thread; afterwards calls may come from any
+// thread in which the operation itself may be called. The objects must outlive it.
+class VORN_HOST_API COperationRegistry {
+public:
+    // Adds an operation that is any callable of this signature, with the names of its input arguments.
+    template <class R, class... P>
+    void add(const std::string& name, std::initializer_list<const char*> parameterNames,
+             boost::function<R(P...)> function);
+
+    // Adds a member function of an object.
+    template <class O, class C, class R, class... P>
+    void add(const std::string& name, O* object, R (C::*member)(P...),
+             std::initializer_list<const char*> parameterNames) {
+        add(name, parameterNames, boost::function<R(P...)>([object, member](P... arguments) -> R {
+                return (object->*member)(std::forward<P>(arguments)...);
+            }));
+    }
+    template <class O, class C, class R, class... P>
+    void add(const std::string& name, O* object, R (C::*member)(P...) const,
+             std::initializer_list<const char*> parameterNames) {
+        add(name, parameterNames, boost::function<R(P...)>([object, member](P... arguments) -> R {
+                return (object->*member)(std::forward<P>(arguments)...);
+            }));
+    }
+
+    // Calls an operation; of several with one name, the first whose arguments can be read. Throws
+    // COperationError when there is none.
+    CAsyncOp call(const std::string& name, const std::vector<std::string>& arguments,
+                  const AnswerCallback& done) const;
+
+    // All operations, in the order in which they were added.
+    const std::vector<SOperation>& operations() const { return operations_; }
+
+private:
+    std::vector<SOperation> operations_;
+};
+
+template <class R, class... P>
+void COperationRegistry::add(const std::string& name, std::initializer_list<const char*> parameterNames,
+                             boost::function<R(P...)> function) {
+    namespace detail = operations_detail;
+    SOperation operation;
+    operation.name = name;
+    operation.parameterNames.assign(parameterNames.begin(), parameterNames.end());
+    (detail::addForm<P>(operation.parameterForms), ...);
+    operation.parameterNames.resize(operation.parameterForms.size(), "argument");
+
+    operation.call = [function, names = operation.parameterNames](const std::vector<std::string>& arguments,
+                                                                  const AnswerCallback& done) -> CAsyncOp {
+        const CCallback completion([done](const CError& error, const std::vector<CString>& values) {
+            SAnswer answer;
+            answer.error = error;
+            AppendOutput(answer, values);
+            done(answer);
+        });
+        detail::CArgumentCursor cursor(arguments, names, completion);
+        // Braces, so that the arguments are taken in order.
+        std::tuple<detail::Stored<P>...> stored{cursor.take<P>()...};
+        return std::apply(
+            [&](auto&... values) -> CAsyncOp {
+                if constexpr ((detail::IsCallback<P> || ...)) {
+                    return function(values...);
+                } else {
+                    SAnswer answer;
+                    if constexpr (std::is_void_v<R>)
+                        function(values...);
+                    else
+                        SetReturned(answer, function(values...));
+                    (detail::appendIfOutput<P>(answer, values), ...);
+                    done(answer);
+                    return {};
+                }
+            },
+            stored);
+    };
+    operations_.push_back(std::move(operation));
+}
+
+} // namespace corvane::device_handler::v1_0

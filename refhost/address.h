@@ -1,0 +1,18 @@
+#pragma once
+
+#include "host/text.h"
+
+#include <string>
+
+namespace corvane::refhost {
+
+// A device's address taken apart.
+struct SAddress {
+    std::string host; // a host name, a dotted address, or an IPv6 address in brackets
+    std::string port; // decimal, 1 to 65535; empty when the address carries none
+};
+
+// Reads "HOST" or "HOST:PORT"; nothing for anything else (blanks, user names, paths, ports out of range).
+device_handler::v1_0::COptional<SAddress> ParseAddress(const std::string& address);
+
+} // namespace corvane::refhost

@@ -1,0 +1,81 @@
+#include "refhost/contexts.h"
+
+#include "refhost/address.h"
+#include "refhost/format.h"
+#include "refhost/log.h"
+
+#include <cstdarg>
+#include <utility>
+
+namespace corvane::refhost {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CDeviceId;
+using device_handler::v1_0::CLogFunction;
+using device_handler::v1_0::COptional;
+using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::IDeviceDbProxy;
+using device_handler::v1_0::SFamily;
+
+namespace {
+
+void writeFormatted(int level, const char* format, va_list arguments) {
+    WriteLog(level, FormatText(format, arguments));
+}
+
+} // namespace
+
+CDeviceContext::CDeviceContext(std::string address, CAuthentication authentication,
+                               std::shared_ptr<CDeviceDb> database)
+    : address_(std::move(address)), database_(std::move(database)) {
+    setAuthentication(std::move(authentication));
+}
+
+void CDeviceContext::log(int level, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string text = FormatText(format, arguments);
+    va_end(arguments);
+    WriteLog(level, address_ + ": " + text);
+}
+
+boost::shared_ptr<IDeviceDbProxy> CDeviceContext::getDeviceDbProxy() {
+    return database_ ? database_->proxy(address_) : boost::shared_ptr<IDeviceDbProxy>();
+}
+
+CAuthentication CDeviceContext::getAuthentication() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return authentication_;
+}
+
+void CDeviceContext::setAuthentication(CAuthentication authentication) {
+    AddSecret(authentication.getPassword());
+    const std::lock_guard<std::mutex> lock(mutex_);
+    authentication_ = std::move(authentication);
+}
+
+CHandlerContext::CHandlerContext(boost::shared_ptr<CVornModelList> modelList)
+    : modelList_(std::move(modelList)) {}
+
+std::size_t CHandlerContext::getFamilyCount() const {
+    return modelList_->getFamilies().size();
+}
+
+const SFamily* CHandlerContext::getFamily(std::size_t i) const {
+    return &modelList_->getFamilies().at(i);
+}
+
+bool CHandlerContext::isQueryRefused(const std::string& address, const COptional<CDeviceId>&,
+                                     const CAuthentication&) {
+    return !ParseAddress(address);
+}
+
+CLogFunction CHandlerContext::getLog() const {
+    return CLogFunction(&writeFormatted);
+}
+
+boost::shared_ptr<CVornModelList> CHandlerContext::getModelList() const {
+    return modelList_;
+}
+
+} // namespace corvane::refhost

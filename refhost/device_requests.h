@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/authentication.h"
+#include "host/error.h"
+#include "host/model_list.h"
+
+#include <string>
+
+namespace corvane::refhost {
+
+// How the framework asks on its own account: whichever scheme the device offers, and what ends a value in the
+// replies of every family known.
+inline constexpr const char* AnyAuthScheme = "ANY";
+inline constexpr const char* ReplyDelimiters = "&\r\n'";
+
+// Sends the list's authentication test to the device, with the credentials if they are set. Fails as the
+// exchange fails (see host/cgi.h).
+device_handler::v1_0::CError SendAuthenticationTest(const device_handler::v1_0::CVornModelList& modelList,
+                                                    const std::string& address,
+                                                    const device_handler::v1_0::CAuthentication& credentials);
+
+} // namespace corvane::refhost

@@ -1,0 +1,101 @@
+#include "refhost/log.h"
+
+#include "host/log.h"
+
+#include <nlohmann/json.hpp>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <utility>
+
+namespace corvane::refhost {
+namespace {
+
+using device_handler::v1_0::LogFailure;
+using device_handler::v1_0::LogNotice;
+
+constexpr const char* LogPattern = "%Y-%m-%d %H:%M:%S.%e %l %v";
+constexpr const char* TracePattern = "%v";
+
+spdlog::logger makeLogger(const char* pattern) {
+    spdlog::logger logger("vorn", std::make_shared<spdlog::sinks::stderr_sink_mt>());
+    logger.set_pattern(pattern);
+    logger.set_level(spdlog::level::trace);
+    return logger;
+}
+
+struct SState {
+    std::atomic<int> lowestLevel{LogFailure};
+    std::atomic<bool> trace{false};
+    spdlog::logger log = makeLogger(LogPattern);
+    spdlog::logger traceLog = makeLogger(TracePattern);
+
+    // Held shared while the observer runs, so that a change waits for it.
+    std::shared_mutex observerMutex;
+    std::function<void(const SHttpExchange&)> observer; // guarded by observerMutex
+};
+
+// Never destroyed: threads that nobody joins may still log while the process ends.
+SState& state() {
+    static SState& instance = *new SState;
+    return instance;
+}
+
+spdlog::level::level_enum severity(int level) {
+    if (level >= LogFailure)
+        return spdlog::level::err;
+    return level >= LogNotice ? spdlog::level::warn : spdlog::level::info;
+}
+
+// A device must not be able to forge lines of the log.
+std::string onOneLine(std::string line) {
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < ' ')
+            c = ' ';
+    return line;
+}
+
+std::string traceLine(const SHttpExchange& exchange) {
+    // Masked before the text is escaped: afterwards a secret may no longer look like itself.
+    const nlohmann::ordered_json line = {{"method", exchange.method},
+                                         {"path", MaskSecrets(exchange.path)},
+                                         {"body", MaskSecrets(exchange.body)},
+                                         {"status", exchange.status},
+                                         {"ms", std::round(exchange.milliseconds * 1000) / 1000}};
+    return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+} // namespace
+
+void SetLogLevel(int level) {
+    state().lowestLevel = level;
+}
+
+void WriteLog(int level, const std::string& line) {
+    if (level >= state().lowestLevel)
+        state().log.log(severity(level), spdlog::string_view_t(onOneLine(MaskSecrets(line))));
+}
+
+void SetTrace(bool on) {
+    state().trace = on;
+}
+
+void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer) {
+    const std::unique_lock<std::shared_mutex> lock(state().observerMutex);
+    state().observer = std::move(observer);
+}
+
+void ReportExchange(const SHttpExchange& exchange) {
+    if (state().trace)
+        state().traceLog.log(spdlog::level::info, spdlog::string_view_t(traceLine(exchange)));
+    const std::shared_lock<std::shared_mutex> lock(state().observerMutex);
+    if (state().observer)
+        state().observer(exchange);
+}
+
+} // namespace corvane::refhost

@@ -1,0 +1,121 @@
+#include "host/operations.h"
+
+#include <charconv>
+#include <limits>
+
+namespace corvane::device_handler::v1_0 {
+namespace {
+
+constexpr struct {
+    const char* name;
+    VideoCodec codec;
+} CodecNames[] = {{"mjpeg", VideoCodec::Mjpeg}, {"mpeg4", VideoCodec::Mpeg4}, {"h264", VideoCodec::H264}};
+
+template <class T>
+COptional<T> readNumber(const std::string& text) {
+    T value{};
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end)
+        return {};
+    return value;
+}
+
+template <class T>
+T requireNumber(const std::string& text) {
+    if (const COptional<T> value = readNumber<T>(text))
+        return *value;
+    throw COperationError("a decimal number from " + std::to_string(std::numeric_limits<T>::min()) + " to " +
+                          std::to_string(std::numeric_limits<T>::max()));
+}
+
+// By a number any codec can be meant: devices are asked about codecs that nobody understands, too.
+COptional<VideoCodec> findCodec(const std::string& text) {
+    for (const auto& row : CodecNames)
+        if (text == row.name)
+            return row.codec;
+    if (const COptional<int> number = readNumber<int>(text))
+        return static_cast<VideoCodec>(*number);
+    return {};
+}
+
+std::string codecForms() {
+    std::string forms = "a codec by number";
+    for (const auto& row : CodecNames)
+        forms += std::string(&row == std::end(CodecNames) - 1 ? " or " : ", ") + row.name;
+    return forms;
+}
+
+std::string usage(const SOperation& operation) {
+    const std::size_t count = operation.parameterNames.size();
+    std::string text = count == 0 ? "no arguments" : std::to_string(count) + " argument";
+    text += count > 1 ? "s" : "";
+    for (std::size_t i = 0; i < count; ++i)
+        text += std::string(i == 0 ? " (" : ", ") + operation.parameterNames[i] + ": " +
+                operation.parameterForms[i] + (i + 1 == count ? ")" : "");
+    return text;
+}
+
+} // namespace
+
+int SArgumentReader::readInt(const std::string& text) {
+    return requireNumber<int>(text);
+}
+
+unsigned SArgumentReader::readUnsigned(const std::string& text) {
+    return requireNumber<unsigned>(text);
+}
+
+VideoCodec SArgumentReader::readVideoCodec(const std::string& text) {
+    if (const COptional<VideoCodec> codec = findCodec(text))
+        return *codec;
+    throw COperationError(codecForms());
+}
+
+handler_impl::SVideoStreamId SArgumentReader::readVideoStreamId(const std::string& text) {
+    const std::size_t first = text.find(',');
+    const std::size_t second = first == std::string::npos ? first : text.find(',', first + 1);
+    if (second != std::string::npos) {
+        const COptional<int> channel = readNumber<int>(text.substr(0, first));
+        const COptional<VideoCodec> codec = findCodec(text.substr(first + 1, second - first - 1));
+        const COptional<int> stream = readNumber<int>(text.substr(second + 1));
+        if (channel && codec && stream)
+            return {*channel, *codec, *stream};
+    }
+    throw COperationError("CHANNEL,CODEC,STREAM: two numbers, and between them " + codecForms());
+}
+
+std::vector<std::string> SArgumentReader::readTexts(const std::string& text) {
+    std::vector<std::string> texts;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(',', start), text.size());
+        texts.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return texts;
+}
+
+CAsyncOp COperationRegistry::call(const std::string& name, const std::vector<std::string>& arguments,
+                                  const AnswerCallback& done) const {
+    std::string expected;
+    COptional<COperationError> unreadable;
+    for (const SOperation& operation : operations_) {
+        if (operation.name != name)
+            continue;
+        expected += (expected.empty() ? "" : " or ") + usage(operation);
+        if (operation.parameterNames.size() != arguments.size())
+            continue;
+        try {
+            return operation.call(arguments, done);
+        } catch (const COperationError& error) {
+            unreadable = error;
+        }
+    }
+    if (unreadable)
+        throw COperationError(*unreadable);
+    if (expected.empty())
+        throw COperationError("unknown operation \"" + name + "\"");
+    throw COperationError(name + " takes " + expected + ", not " + std::to_string(arguments.size()));
+}
+
+} // namespace corvane::device_handler::v1_0

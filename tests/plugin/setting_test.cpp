@@ -1,0 +1,241 @@
+#include "camera/setting.h"
+
+#include "tests/plugin/fake_host.h"
+#include "tests/plugin/stub_camera.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <optional>
+
+namespace corvane::panasonic_camera {
+namespace {
+
+using namespace test_support;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr const char* Setdata = "/cgi-bin/setdata";
+constexpr const char* Set = "/cgi-bin/set_mpeg";
+constexpr const char* Getinfo = "/cgi-bin/getinfo";
+// How long a thing is watched that must not happen.
+constexpr milliseconds Moment{100};
+
+class Setting : public testing::Test {
+protected:
+    // Nothing is fetched in between unless somebody asks.
+    Setting() {
+        times.now = [this] { return clock.load(); };
+        camera.reply(Set, HttpOk("OK"));
+        dump("CAMTITLE,\"first\"\r\n");
+    }
+    void dump(const std::string& text) { camera.reply(Setdata, HttpOk(text)); }
+    void make() { setting.emplace(camera.address(), device, times); }
+    std::string title() { return setting->GetCameraSetting("CAMTITLE"); }
+    std::future<std::string> titleLater() {
+        return std::async(std::launch::async, [this] { return title(); });
+    }
+    static bool isWaiting(const std::future<std::string>& reader) {
+        return reader.wait_for(Moment) == std::future_status::timeout;
+    }
+
+    CThreadCheck threadCheck;
+    std::atomic<std::uint64_t> clock{1'000'000};
+    SSettingTimes times;
+    CStubCamera camera;
+    boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
+    std::optional<CPanasonicSetting> setting;
+};
+
+TEST_F(Setting, FetchesAtOnceAndReadersWaitForIt) {
+    camera.hold(Setdata);
+    make();
+    ASSERT_TRUE(camera.waitForRequests(Setdata, 1));
+    auto reader = titleLater();
+    auto otherReader = titleLater();
+    EXPECT_TRUE(isWaiting(reader));
+    camera.letGoAll(Setdata);
+    EXPECT_EQ(reader.get(), "first");
+    EXPECT_EQ(otherReader.get(), "first");
+    EXPECT_EQ(camera.requests(Setdata).size(), 1u);
+}
+
+TEST_F(Setting, IsFetchedAgainByAReaderAfterMoreThanAMinute) {
+    make();
+    EXPECT_EQ(title(), "first");
+    dump("CAMTITLE,\"second\"\r\n");
+    clock += 60'000;
+    EXPECT_EQ(title(), "first");
+    EXPECT_FALSE(camera.waitForRequests(Setdata, 2, Moment));
+
+    camera.hold(Setdata);
+    clock += 1;
+    EXPECT_EQ(title(), "first"); // asks for the fetch and does not wait for it
+    ASSERT_TRUE(camera.waitForRequests(Setdata, 2));
+    EXPECT_EQ(title(), "first");
+    camera.letGoAll(Setdata);
+    EXPECT_TRUE(WaitUntil([&] { return title() == "second"; }));
+    EXPECT_FALSE(camera.waitForRequests(Setdata, 3, Moment));
+}
+
+TEST_F(Setting, IsFetchedAgainWhenIdle) {
+    times.refreshPeriod = milliseconds(10);
+    make();
+    EXPECT_TRUE(camera.waitForRequests(Setdata, 4));
+}
+
+TEST_F(Setting, AfterAWriteNobodyReadsAnOlderDump) {
+    make();
+    EXPECT_EQ(title(), "first");
+    dump("CAMTITLE,\"second\"\r\n");
+    EXPECT_FALSE(setting->SetCameraSetting(Set, "title=second"));
+    EXPECT_EQ(title(), "second");
+
+    // A fetch that was under way before the write does not count.
+    camera.hold(Setdata);
+    clock += 60'001;
+    title();
+    ASSERT_TRUE(camera.waitForRequests(Setdata, 3));
+    EXPECT_FALSE(setting->SetCameraSetting(Set, "title=third"));
+    auto reader = titleLater();
+    camera.letGo(Setdata, 1);
+    ASSERT_TRUE(camera.waitForRequests(Setdata, 4));
+    EXPECT_TRUE(isWaiting(reader));
+    dump("CAMTITLE,\"third\"\r\n");
+    camera.letGo(Setdata, 1);
+    EXPECT_EQ(reader.get(), "third");
+}
+
+TEST_F(Setting, AfterAWriteNobodyReadsAnOlderDumpHoweverManyWrite) {
+    // The title is the number of requests that the camera had seen when it was asked for the dump.
+    camera.reply(Setdata, [](std::size_t earlier) {
+        return HttpOk("CAMTITLE,\"" + std::to_string(earlier) + "\"\r\n");
+    });
+    times.refreshPeriod = milliseconds(1);
+    make();
+    const auto write = [&](const std::string& name) {
+        for (int i = 0; i < 25; ++i) {
+            const std::string body = name + std::to_string(i);
+            EXPECT_FALSE(setting->SetCameraSetting(Set, body));
+            const std::size_t dumpTaken = std::stoul(title());
+            const std::vector<SStubRequest> requests = camera.requests();
+            std::size_t written = 0;
+            while (requests[written].body != body)
+                ++written;
+            ASSERT_GT(dumpTaken, written);
+        }
+    };
+    std::vector<std::future<void>> writers;
+    for (const char* name : {"a", "b", "c"})
+        writers.push_back(std::async(std::launch::async, write, name));
+    for (auto& writer : writers)
+        writer.get();
+}
+
+TEST_F(Setting, AWriteWithoutReloadIsSeenAfterTheReload) {
+    make();
+    EXPECT_EQ(title(), "first");
+    EXPECT_EQ(setting->ReloadSetting(), 0); // nothing was written: nobody waits
+    dump("CAMTITLE,\"second\"\r\n");
+    camera.hold(Setdata);
+    EXPECT_FALSE(setting->SetCameraSettingNoReload(Set, "a=1"));
+    EXPECT_FALSE(setting->SetCameraSettingNoReload(std::string(Set) + "?b=2", ""));
+    EXPECT_EQ(title(), "first");
+    EXPECT_EQ(camera.requests(Setdata).size(), 1u);
+    EXPECT_EQ(setting->ReloadSetting(), 0);
+    auto reader = titleLater();
+    EXPECT_TRUE(isWaiting(reader));
+    camera.letGoAll(Setdata);
+    EXPECT_EQ(reader.get(), "second");
+
+    const std::vector<SStubRequest> writes = camera.requests(Set);
+    ASSERT_EQ(writes.size(), 2u);
+    EXPECT_EQ(writes[0].method + writes[0].body, "POSTa=1");
+    EXPECT_EQ(writes[1].method + writes[1].target, "GET" + std::string(Set) + "?b=2");
+
+    // A write that failed may have changed something as well.
+    dump("CAMTITLE,\"third\"\r\n");
+    camera.reply(Set, HttpReply(500));
+    EXPECT_EQ(setting->SetCameraSetting(Set, "c=3").getCode(), 2);
+    EXPECT_EQ(title(), "third");
+}
+
+TEST_F(Setting, AFailedFetchEmptiesEveryAnswerUntilOneSucceeds) {
+    const auto fetch = [&](const std::string& reply) {
+        camera.reply(Setdata, reply);
+        setting->SetCameraSetting(Set, "a=1");
+    };
+    camera.reply(Setdata, HttpReply(500, "CAMTITLE,\"not this\""));
+    make();
+    EXPECT_EQ(title(), "");
+    EXPECT_EQ(setting->getDetailsFromSetdata(), -1);
+    fetch(HttpOk("CAMTITLE,\"a\"\r\nBWC,\"5\"\r\n"));
+    EXPECT_EQ(title(), "a");
+    fetch("");
+    EXPECT_EQ(title(), "");
+    EXPECT_EQ(setting->GetCameraSetting("BWC"), "");
+    // What the camera reports no longer is not kept.
+    fetch(HttpOk("CAMTITLE,\"b\"\r\n"));
+    EXPECT_EQ(title(), "b");
+    EXPECT_EQ(setting->GetCameraSetting("BWC"), "");
+    EXPECT_EQ(setting->getDetailsFromSetdata(), 0);
+}
+
+TEST_F(Setting, AKeyThatWasNeverAskedForIsFetchedFromThenOn) {
+    dump("MOTION,\"on\"\r\nH264RTSPMODE,H264RTSPMODE_2,\"1\"\r\n");
+    make();
+    EXPECT_EQ(setting->GetCameraSetting("H264RTSPMODE,H264RTSPMODE_2"), "1");
+    EXPECT_EQ(setting->GetCameraSetting("MOTION"), "");
+    EXPECT_EQ(setting->getDetailsFromSetdata(), 0);
+    EXPECT_EQ(setting->GetCameraSetting("MOTION"), "on");
+}
+
+TEST_F(Setting, EndsAtOnceWhenItWaitsAndAfterAFetchUnderWay) {
+    make();
+    EXPECT_EQ(title(), "first");
+    const auto start = std::chrono::steady_clock::now();
+    setting.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(2));
+
+    camera.hold(Setdata);
+    make();
+    ASSERT_TRUE(camera.waitForRequests(Setdata, 2));
+    auto end = std::async(std::launch::async, [&] {
+        setting.reset();
+        return std::string();
+    });
+    EXPECT_TRUE(isWaiting(end));
+    camera.letGoAll(Setdata);
+    end.get();
+    EXPECT_EQ(camera.requests(Setdata).size(), 2u);
+}
+
+// One test for all of it: what has been fetched is remembered by the process.
+TEST_F(Setting, IdentityIsFetchedOnceInTheProcess) {
+    camera.reply(Getinfo, HttpReply(500));
+    make();
+    device->setAuthentication({});
+    EXPECT_EQ(setting->GetCameraInfo("MAC"), "");
+    EXPECT_TRUE(camera.requests(Getinfo).empty());
+
+    device->setAuthentication({"u", "p"});
+    EXPECT_EQ(setting->GetCameraInfo("MAC"), "");
+    camera.reply(Getinfo, HttpOk("NAME=PX-F320\r\nMAC=00:11\r\nVERSION=4.3'\r\n"));
+    EXPECT_EQ(setting->GetCameraInfo("VERSION"), "4.3");
+    EXPECT_EQ(setting->GetCameraInfo("MAC"), "00:11");
+    EXPECT_EQ(setting->GetCameraInfo("NAME"), "PX-F320");
+    EXPECT_EQ(setting->GetCameraInfo("SERIAL"), "");
+    const std::vector<SStubRequest> requests = camera.requests(Getinfo);
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[1].target, std::string(Getinfo) + "?FILE=1&page=12345");
+
+    CPanasonicSetting second(camera.address(), device, times);
+    for (const char* key : {"MAC", "VERSION", "NAME"})
+        EXPECT_EQ(second.GetCameraInfo(key), "");
+    EXPECT_EQ(camera.requests(Getinfo).size(), 2u);
+}
+
+} // namespace
+} // namespace corvane::panasonic_camera

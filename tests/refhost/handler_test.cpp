@@ -1,0 +1,243 @@
+// The device handler's base: its queries, one at a time, and its worker.
+
+#include "host/handler.h"
+#include "host/operations.h"
+#include "refhost/contexts.h"
+#include "tests/refhost/http_support.h"
+#include "tests/refhost/test_models.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+namespace corvane::tests {
+namespace {
+
+using namespace device_handler::v1_0;
+using refhost::CHandlerContext;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using vorn_handler::v1_0::CVornHandler;
+
+// A gate that threads wait at until it is opened.
+class CGate {
+public:
+    void open() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isOpen_ = true;
+        changed_.notify_all();
+    }
+    void pass() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [this] { return isOpen_; });
+    }
+
+private:
+    std::mutex mutex_; // guards isOpen_
+    std::condition_variable changed_;
+    bool isOpen_ = false;
+};
+
+// A handler that knows the device at "here", and whose queries of "slow" wait at a gate.
+class CTestHandler : public CVornHandler {
+public:
+    explicit CTestHandler(IHandlerContext* context) : CVornHandler(context) {}
+    ~CTestHandler() override { shutdownHandler(); }
+
+    int queryVornDevice(const std::string& address, COptional<CDeviceId>& device,
+                        const CAuthentication&) override {
+        const SRunning here(running);
+        ++queries;
+        for (int i = 0; i < 20; ++i)
+            std::this_thread::yield(); // lets in whoever is not kept out
+        if (address == "slow") {
+            slowBegun.open();
+            slowMayEnd.pass();
+        }
+        if (address == "broken")
+            throw std::runtime_error("thrown by the query");
+        if (address == "here")
+            device = CDeviceId(*context().getFamily(0), "0042");
+        return address == "here" ? 1 : 16;
+    }
+
+    struct SRunning {
+        explicit SRunning(std::atomic<int>& counted) : count(counted) { EXPECT_EQ(++count, 1); }
+        ~SRunning() { --count; }
+        std::atomic<int>& count;
+    };
+
+    std::atomic<int> running{0};
+    std::atomic<int> queries{0};
+    CGate slowBegun, slowMayEnd;
+};
+
+// What the callbacks of several operations received, in their order.
+class COutcomes {
+public:
+    CCallback callback(const std::string& name) {
+        return CCallback([this, name](const CError& error, const std::vector<CString>& values) {
+            std::string outcome = name + " " + std::to_string(error.getCode()) + " " + error.getText();
+            for (const CString& value : values)
+                outcome += " " + value.str();
+            const std::lock_guard<std::mutex> lock(mutex_);
+            outcomes_.push_back(outcome);
+        });
+    }
+    std::vector<std::string> all() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return outcomes_;
+    }
+
+private:
+    mutable std::mutex mutex_; // guards outcomes_
+    std::vector<std::string> outcomes_;
+};
+
+class HandlerBase : public testing::Test {
+protected:
+    CHandlerContext context_{TestModels()};
+    COutcomes outcomes_; // outlives the handler's worker
+    CTestHandler handler_{&context_};
+};
+
+TEST_F(HandlerBase, KnowsTheFamiliesAndModelsOfItsContext) {
+    EXPECT_THAT(handler_.getSupportedFamilies(), ElementsAre(CString("BoxCamera"), CString("Dome")));
+    EXPECT_THAT(handler_.getSupportedModelNums(), ElementsAre(CString("GXE500"), CString("SC385")));
+    EXPECT_EQ(handler_.getModelInfo("GXE50"), nullptr);
+    EXPECT_EQ(handler_.getModelInfo("SC385")->family, "Dome");
+    EXPECT_EQ(handler_.getDefaultAuthentication("BoxCamera").getPassword(), "12345");
+    EXPECT_FALSE(handler_.getDefaultAuthentication("Dome").isSet());
+    EXPECT_FALSE(handler_.getDefaultAuthentication("Other").isSet());
+    EXPECT_TRUE(context_.isQueryRefused("a b", {}, {}));
+    EXPECT_FALSE(context_.isQueryRefused("camera:8080", {}, {}));
+}
+
+TEST_F(HandlerBase, FindsTheDevicesThatAnswer) {
+    COptional<CDeviceId> device(CDeviceId(*context_.getFamily(1), "old"));
+    EXPECT_THAT(handler_.queryDevice("elsewhere", device, {}),
+                IsError(RtnCode::NotSet, Origin::General, "elsewhere"));
+    EXPECT_EQ(device->getFamilyName(), "Dome");
+    EXPECT_THAT(handler_.queryDevice("here", device, {}), IsSuccess());
+    EXPECT_EQ(device->getSerialNumber(), CString("0042"));
+    std::vector<CString> found{CString("before")};
+    EXPECT_THAT(handler_.findDevices({"elsewhere", "here"}, {}, found), IsSuccess());
+    EXPECT_THAT(found, ElementsAre(CString("before"), CString("here BoxCamera 0042")));
+}
+
+TEST_F(HandlerBase, QueriesOneDeviceAtATimeWhoeverAsks) {
+    COperationRegistry registry;
+    handler_.registerOperations(registry, {});
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int n = 0; n < 20; ++n) {
+                COptional<CDeviceId> device;
+                EXPECT_THAT(handler_.queryDevice("here", device, {}), IsSuccess());
+                registry.call("handler.queryVornDevice", {"here"}, [](const SAnswer& answer) {
+                    EXPECT_EQ(std::get<long long>(answer.result), 1);
+                    EXPECT_THAT(answer.values, ElementsAre("BoxCamera", "0042"));
+                });
+                handler_.queryDeviceAsync("here", {}, {});
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_GE(handler_.queries, 160);
+}
+
+TEST_F(HandlerBase, CompletesAsynchronousOperationsInOrderOnOneThread) {
+    handler_.queryDeviceAsync("slow", {}, outcomes_.callback("first"));
+    handler_.queryDeviceAsync("here", {}, outcomes_.callback("second"));
+    CGate done;
+    std::thread::id worker;
+    handler_.findDevicesAsync({"here"}, {}, CCallback([&](const CError&, const std::vector<CString>& values) {
+                                  worker = std::this_thread::get_id();
+                                  EXPECT_THAT(values, ElementsAre(CString("here BoxCamera 0042")));
+                                  done.open();
+                              }));
+    handler_.slowBegun.pass();
+    EXPECT_THAT(outcomes_.all(), IsEmpty());
+    handler_.slowMayEnd.open();
+    done.pass();
+    EXPECT_THAT(outcomes_.all(),
+                ElementsAre("first 16 no supported device answers at slow", "second 1  BoxCamera 0042"));
+    EXPECT_NE(worker, std::this_thread::get_id());
+}
+
+TEST_F(HandlerBase, CancelsWhatHasNotBegun) {
+    const CAsyncOp running = handler_.queryDeviceAsync("slow", {}, outcomes_.callback("running"));
+    const CAsyncOp waiting = handler_.queryDeviceAsync("here", {}, outcomes_.callback("waiting"));
+    handler_.slowBegun.pass();
+    waiting.cancel();
+    waiting.cancel();
+    running.cancel();
+    handler_.slowMayEnd.open();
+    CGate done;
+    handler_.queryDeviceAsync("here", {},
+                              CCallback([&](const CError&, const std::vector<CString>&) { done.open(); }));
+    done.pass();
+    EXPECT_THAT(outcomes_.all(),
+                ElementsAre("running 16 no supported device answers at slow", "waiting 2 cancelled"));
+    EXPECT_EQ(handler_.queries, 2);
+}
+
+TEST_F(HandlerBase, ShutdownWaitsForTheRunningOperationAndCancelsTheRest) {
+    handler_.findDevicesAsync({"slow", "here"}, {}, outcomes_.callback("search"));
+    const CAsyncOp waiting = handler_.queryDeviceAsync("here", {}, outcomes_.callback("waiting"));
+    handler_.slowBegun.pass();
+    std::thread first([this] { handler_.shutdownHandler(); });
+    std::thread second([this] { handler_.shutdownHandler(); });
+    // Asked for until the shutdown has begun; from then on it is cancelled at once, here.
+    std::atomic<bool> refused{false};
+    while (!refused)
+        handler_.queryDeviceAsync("here", {},
+                                  CCallback([&, asking = std::this_thread::get_id()](
+                                                const CError& error, const std::vector<CString>&) {
+                                      EXPECT_EQ(error.getText(), "cancelled");
+                                      if (std::this_thread::get_id() == asking)
+                                          refused = true;
+                                  }));
+    handler_.slowMayEnd.open();
+    first.join();
+    second.join();
+    EXPECT_THAT(outcomes_.all(),
+                ElementsAre("search 2 the search was ended by the shutdown", "waiting 2 cancelled"));
+    EXPECT_EQ(handler_.queries, 1);
+    waiting.cancel();
+}
+
+TEST_F(HandlerBase, WhatIsThrownEndsNoWorkerAndACallbackMayShutItDown) {
+    handler_.queryDeviceAsync("broken", {}, outcomes_.callback("broken"));
+    handler_.queryDeviceAsync("here", {}, CCallback([](const CError&, const std::vector<CString>&) {
+                                  throw std::runtime_error("thrown by a callback");
+                              }));
+    CGate done;
+    handler_.queryDeviceAsync("here", {}, CCallback([&](const CError&, const std::vector<CString>&) {
+                                  handler_.shutdownHandler();
+                                  done.open();
+                              }));
+    done.pass();
+    EXPECT_THAT(outcomes_.all(), ElementsAre("broken 2 thrown by the query"));
+    EXPECT_EQ(handler_.queries, 3);
+}
+
+TEST(HandlerWorker, AHandleOfAnOperationMayOutliveTheHandler) {
+    CHandlerContext context(TestModels());
+    auto handler = std::make_unique<CVornHandler>(&context);
+    const CAsyncOp operation = handler->queryDeviceAsync("here", {}, {});
+    handler.reset();
+    operation.cancel();
+}
+
+} // namespace
+} // namespace corvane::tests

@@ -1,0 +1,194 @@
+// What reaches the device, and what is read out of its reply.
+
+#include "host/camera.h"
+#include "refhost/log.h"
+#include "tests/refhost/http_support.h"
+#include "tests/support/scripted_server.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace corvane::tests {
+namespace {
+
+using device_handler::v1_0::SVornUrl;
+using testing::ElementsAre;
+using vorn_camera_base::v1_0::CVornCamera;
+using vorn_utility::v1_0::CHttpInterface;
+using vorn_utility::v1_0::CVornCgiLib;
+
+SScriptedReply answerOk(const SSentRequest&) {
+    return {HttpReply(200, "ok")};
+}
+
+SScriptedReply answerAndClose(const SSentRequest&) {
+    return {HttpReply(200, "ok"), SScriptedReply::Close};
+}
+
+TEST(HttpRequests, TheQueryIsAppendedToThePath) {
+    const CScriptedServer device(answerOk);
+    const struct {
+        const char* path;
+        std::vector<std::pair<std::string, std::string>> parameters;
+        std::vector<std::string> keys;
+        const char* sent;
+    } cases[] = {
+        {"/cgi", {}, {}, "/cgi"},
+        {"/cgi", {{"FILE", "1"}, {"page", "12345"}}, {}, "/cgi?FILE=1&page=12345"},
+        {"/cgi", {{"a b", "c&d=\xC3\xA9+"}}, {"PAN=", "TILT="}, "/cgi?a%20b=c%26d%3D%C3%A9%2B&PAN=&TILT="},
+        {"/cgi?x=1", {{"y", "2"}}, {}, "/cgi?x=1&y=2"},
+        {"/cgi?", {}, {"PAN="}, "/cgi?PAN="},
+        {"/cgi?x=1&", {}, {"PAN="}, "/cgi?x=1&PAN="},
+        {"cgi/../up", {}, {}, "/cgi/../up"},
+    };
+    for (const auto& one : cases) {
+        SVornUrl url = UrlOf(one.path);
+        url.parameters = one.parameters;
+        url.queryKeys = one.keys;
+        std::string response;
+        ASSERT_THAT(CVornCgiLib::vornCgiGetRawResponse(url, device.address(), "", "", response, 60, "ANY"),
+                    IsSuccess());
+        EXPECT_EQ(device.requests().back().target, one.sent);
+    }
+}
+
+TEST(HttpRequests, TheAddressesPortComesFirstThenTheUrls) {
+    const CScriptedServer device(answerOk);
+    SVornUrl url = UrlOf("/");
+    std::string response;
+    url.port = "1";
+    EXPECT_THAT(CVornCgiLib::vornCgiGetRawResponse(url, device.address(), "", "", response, 60, "ANY"),
+                IsSuccess());
+    url.port = device.port();
+    EXPECT_THAT(CVornCgiLib::vornCgiGetRawResponse(url, "127.0.0.1", "", "", response, 60, "ANY"),
+                IsSuccess());
+    url.port = "80x";
+    EXPECT_FALSE(!CVornCgiLib::vornCgiGetRawResponse(url, "127.0.0.1", "", "", response, 60, "ANY"));
+}
+
+TEST(HttpRequests, AnIpv6AddressStandsInBrackets) {
+    const CScriptedServer device(answerOk, true);
+    std::string response;
+    EXPECT_THAT(Get(device.address(), response), IsSuccess());
+    EXPECT_EQ(device.requests().back().header("Host"), device.address());
+}
+
+TEST(HttpRequests, NeitherTheEnvironmentNorAnEmptyUserAddsAnything) {
+    const CScriptedServer device(answerOk);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing else reads the environment here
+    ASSERT_EQ(setenv("http_proxy", ("http://" + UnusedAddress()).c_str(), 1), 0);
+    std::string response;
+    EXPECT_THAT(CVornCgiLib::vornCgiGetRawResponse(UrlOf("/"), device.address(), "", "password", response, 60,
+                                                   "BASIC"),
+                IsSuccess());
+    EXPECT_EQ(device.requests().back().header("Authorization"), "");
+}
+
+TEST(HttpRequests, AnAbsoluteUrlOfAPostMayBeWrittenInCapitals) {
+    const CScriptedServer device(answerOk);
+    CHttpInterface client("admin", "secret");
+    ASSERT_EQ(client.Initialize(), 0);
+    EXPECT_EQ(client.SetContent("a=b", "HTTP://" + device.address() + "/set?c=d"), 200);
+    EXPECT_EQ(client.SetContent("", "http://" + device.address()), 200);
+    const auto requests = device.requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(requests[0].target, "/set?c=d");
+    EXPECT_EQ(requests[0].body, "a=b");
+    EXPECT_EQ(requests[1].target, "/");
+    EXPECT_EQ(requests[1].header("Content-Length"), "0");
+}
+
+TEST(HttpRequests, AConnectionThatTheDeviceClosedIsReplaced) {
+    const CScriptedServer device(answerAndClose);
+    CHttpInterface client("admin", "secret");
+    ASSERT_EQ(client.Initialize(), 0);
+    for (int i = 0; i < 20; ++i) {
+        std::string response;
+        EXPECT_THAT(Get(device.address(), response), IsSuccess());
+        EXPECT_EQ(client.SetContent("n=" + std::to_string(i), "http://" + device.address() + "/"), 200);
+    }
+    EXPECT_EQ(device.requests().size(), 40U);
+}
+
+TEST(HttpRequests, AGetAfterAPostOnTheSameHandleCarriesNoBody) {
+    const CScriptedServer device(answerOk);
+    CHttpInterface client("admin", "secret");
+    ASSERT_EQ(client.Initialize(), 0);
+    ASSERT_EQ(client.SetContent("a=b", "http://" + device.address() + "/"), 200);
+    std::string response;
+    ASSERT_THAT(Get(device.address(), response), IsSuccess());
+    const SSentRequest last = device.requests().back();
+    EXPECT_EQ(last.connection, 0);
+    EXPECT_EQ(last.method, "GET");
+    EXPECT_EQ(last.header("Content-Length"), "");
+    EXPECT_EQ(last.header("Content-Type"), "");
+}
+
+TEST(HttpRequests, ValuesAreFoundInPiecesThatBeginWithTheirKey) {
+    const CScriptedServer device([](const SSentRequest&) -> SScriptedReply {
+        return {HttpReply(200, "XMAC=no\r\nMAC=00:80\r\nNAME=a=b&VERSION=1'NAME=late\r\nEMPTY=\r\nLAST=end")};
+    });
+    SVornUrl url = UrlOf("/");
+    url.queryKeys = {"NAME="};
+    const auto query = [&](std::vector<std::string> values) {
+        EXPECT_THAT(
+            CVornCgiLib::vornCgiGetQueryResult(url, device.address(), "", "", values, 60, "&\r\n'", "ANY"),
+            IsSuccess());
+        return values;
+    };
+    EXPECT_THAT(query({"MAC=", "NAME=", "VERSION=", "EMPTY=", "ABSENT=", "LAST="}),
+                ElementsAre("00:80", "a=b", "1", "", "", "end"));
+    EXPECT_THAT(query({}), ElementsAre("a=b"));
+}
+
+TEST(HttpRequests, ASingleValueEndsAtTheFirstDelimiter) {
+    const CScriptedServer device([](const SSentRequest&) -> SScriptedReply {
+        return {HttpReply(200, "NAME=WV-GXE500\r\nSERIAL=12 34")};
+    });
+    SVornUrl url = UrlOf("/");
+    const auto value = [&](const std::string& key) {
+        url.replyKey = key;
+        std::string found = "old";
+        EXPECT_THAT(CVornCamera::getCamSingleValue(device.address(), url, "", "", found, "&\r\n'", "ANY"),
+                    IsSuccess());
+        return found;
+    };
+    EXPECT_EQ(value("NAME="), "WV-GXE500");
+    EXPECT_EQ(value("SERIAL="), "12 34");
+    EXPECT_EQ(value("ABSENT="), "");
+}
+
+TEST(HttpRequests, AnExchangeIsToldOnceWithTheRoundsItTook) {
+    const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
+        if (request.header("Authorization").empty())
+            return {HttpReply(401, "", "WWW-Authenticate: Basic realm=\"camera\"\r\n")};
+        return {HttpReply(request.method == "GET" ? 200 : 500, "")};
+    });
+    std::vector<refhost::SHttpExchange> told;
+    refhost::SetExchangeObserver([&](const refhost::SHttpExchange& exchange) { told.push_back(exchange); });
+    std::string response;
+    ASSERT_THAT(Get(device.address(), response, "/cgi?a=b"), IsSuccess());
+    CHttpInterface client("admin", "secret");
+    ASSERT_EQ(client.Initialize(), 0);
+    EXPECT_EQ(client.SetContent("c=d", "http://" + device.address() + "/set"), 500);
+    const std::string unused = UnusedAddress();
+    EXPECT_FALSE(!Get(unused, response));
+    refhost::SetExchangeObserver({});
+    EXPECT_THAT(Get(device.address(), response), IsSuccess());
+
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[0].address, device.address());
+    EXPECT_EQ(told[0].method + " " + told[0].path, "GET /cgi?a=b");
+    EXPECT_EQ(told[0].status, 200);
+    EXPECT_EQ(told[0].failure, "");
+    EXPECT_EQ(told[1].method + " " + told[1].path + " " + told[1].body, "POST /set c=d");
+    EXPECT_EQ(told[1].failure, "HTTP status 500 Internal Server Error");
+    EXPECT_EQ(told[2].address, unused);
+    EXPECT_EQ(told[2].status, 0);
+    EXPECT_EQ(told[2].failure, "connection refused");
+}
+
+} // namespace
+} // namespace corvane::tests

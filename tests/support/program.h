@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace corvane::test_support {
+
+// How a program ended and what it said.
+struct SRun {
+    int status = 0; // the exit status, or minus the number of the signal that ended it
+    std::string out;
+    std::string err;
+};
+
+// A program of the build (from the folder VORN_BIN) running beside the test, with pipes for its standard
+// streams. Everything that waits throws std::runtime_error, with what the program has said so far, when it
+// takes longer than a minute. Belongs to one thread.
+class CProgram {
+public:
+    using Environment = std::map<std::string, std::string>; // on top of the test's own
+
+    CProgram(const std::string& name, const std::vector<std::string>& arguments,
+             const Environment& environment = {});
+    // Kills the program when it still runs.
+    ~CProgram();
+    CProgram(const CProgram&) = delete;
+    CProgram& operator=(const CProgram&) = delete;
+
+    void write(const std::string& text);
+    void closeInput();
+    void closeOutput(); // as a reader that goes away
+
+    // Makes standard output's pipe as small as the system allows, so that a longer line is written in parts;
+    // and waits until it is full and the program held up in a write.
+    void narrowOutput() const;
+    void awaitFullOutput() const;
+
+    // The next line of standard output, without its line end.
+    std::string readLine();
+    // Waits until standard error holds the text.
+    void waitForMessage(const std::string& text);
+
+    void signal(int number) const;
+    // Waits until the program has taken the signals sent to it, or has ended.
+    void awaitSignalTaken() const;
+    // Closes the input and waits for the end; `out` is what readLine has not taken.
+    SRun wait();
+
+private:
+    enum Stream { Out, Err };
+
+    // Reads what comes until the condition holds; false when both streams have ended before.
+    template <class Condition>
+    bool readUntil(Condition condition);
+    void readSome(std::chrono::steady_clock::time_point deadline);
+    [[noreturn]] void fail(const std::string& what) const;
+
+    const std::string name_;
+    pid_t process_ = -1;
+    int input_ = -1;
+    int output_[2] = {-1, -1};
+    std::string text_[2];
+};
+
+// Runs a program of the build to its end.
+SRun RunProgram(const std::string& name, const std::vector<std::string>& arguments,
+                const std::string& input = "", const CProgram::Environment& environment = {});
+
+} // namespace corvane::test_support

@@ -1,0 +1,115 @@
+#include "tests/vornhost/vornhost_support.h"
+
+namespace corvane::vornhost_test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* ModelQuery = "/cgi-bin/getinfo?FILE=1";
+
+TEST(Call, EveryShippedModelAnswers) {
+    std::vector<std::string> options;
+    const std::vector<std::string> models = {"F320", "D850", "D870", "GXE500", "L115", "S202"};
+    for (const std::string& model : models)
+        options.insert(options.end(), {"--model", model});
+    options.insert(options.end(), {"--count", std::to_string(models.size())});
+    const CCamsim camsim(options);
+    for (std::size_t i = 0; i < models.size(); ++i) {
+        const SRun run = Vornhost({"call", "--json", camsim.addresses()[i], "getUnitModelName"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        const json answer = JsonLines(run.out).at(0);
+        EXPECT_EQ(answer.at("code"), 1);
+        EXPECT_EQ(answer.at("values"), json({"PX-" + models[i]}));
+    }
+}
+
+TEST(Call, ArgumentsMayLookLikeOptions) {
+    const CCamsim camsim;
+    const SRun run = Vornhost({"--json", "call", camsim.address(), "getCameraName", "-5"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(JsonLines(run.out).at(0).at("arguments"), json({"-5"}));
+    EXPECT_EQ(Vornhost({"call", camsim.address(), "setting.GetCameraSetting", "--json"}).out, "result  \n");
+}
+
+TEST(Call, AFailedCallEndsWith1AndIsDiagnosed) {
+    const CCamsim camsim({"--fault", "/cgi-bin/nothing* status status=503"});
+    const SRun run =
+        Vornhost({"call", "--json", camsim.address(), "setting.CameraHttpGet", "/cgi-bin/nothing", "4"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(JsonLines(run.out).at(0).at("code"), 2);
+    EXPECT_THAT(run.err, HasSubstr("fault of its own"));
+    EXPECT_THAT(run.err, HasSubstr("GET http://" + camsim.address() + "/cgi-bin/nothing"));
+}
+
+TEST(Call, AGivenModelIsNotAskedFor) {
+    const CCamsim camsim;
+    const SRun run = Vornhost({"--model", "L115", "call", camsim.address(), "getUnitModelName"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("values  L115\n"));
+    // The authentication test asks the same path, once; its challenge makes two rounds.
+    EXPECT_THAT(camsim.requestedPaths(), testing::Not(testing::Contains(ModelQuery).Times(testing::Gt(2))));
+    EXPECT_THAT(camsim.requestedPaths(), testing::Not(testing::Contains(HasSubstr("SERIAL"))));
+}
+
+TEST(Call, WithoutInitialisationNothingIsSent) {
+    const CCamsim camsim;
+    EXPECT_EQ(Vornhost({"--no-initialize", "call", camsim.address(), "isUnitModelSupported"}).status, 0);
+    EXPECT_THAT(camsim.requestedPaths(), IsEmpty());
+    EXPECT_EQ(Vornhost({"--no-initialize", "call", camsim.address(), "preInit_getUnitModelName"}).status, 0);
+    EXPECT_THAT(camsim.requestedPaths(), Contains(ModelQuery));
+}
+
+TEST(Call, ADeviceThatTheDatabaseKnowsIsNotIdentifiedAgain) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--auth", "none"});
+    const std::vector<std::string> call = {"--db", folder.file("devices.db"), "call", camsim.address(),
+                                           "testAuthentication"};
+    EXPECT_EQ(Vornhost(call).status, 0);
+    const std::size_t first = camsim.requestedPaths().size();
+    camsim.erase("/requests");
+    EXPECT_EQ(Vornhost(call).status, 0);
+    EXPECT_LT(camsim.requestedPaths().size(), first);
+}
+
+TEST(Call, CredentialsComeFromTheOptionsThenTheEnvironmentThenTheFamily) {
+    const CTemporaryFolder folder;
+    const std::string right = folder.file("right", "s3cret-word\r\nsecond line\n");
+    const std::string wrong = folder.file("wrong", "wr0ng-word\n");
+    const CCamsim camsim({"--user", "operator", "--password-file", folder.file("camera", "s3cret-word\n")});
+    // The model is given, so that a refusal is told at once.
+    const auto status = [&](std::vector<std::string> options, const CProgram::Environment& environment = {}) {
+        options.insert(options.end(), {"--model", "F320", "call", camsim.address(), "getCameraName", "0"});
+        return Vornhost(options, "", environment).status;
+    };
+    EXPECT_EQ(status({}), 3);
+    EXPECT_EQ(status({"--no-credentials"}), 3);
+    EXPECT_EQ(status({"--user", "operator", "--password-file", right}), 0);
+    EXPECT_EQ(status({"--user", "operator", "--password-file", wrong}), 3);
+    const CProgram::Environment environment = {{"VORNHOST_USER", "operator"},
+                                               {"VORNHOST_PASSWORD", "s3cret-word"}};
+    EXPECT_EQ(status({}, environment), 0);
+    EXPECT_EQ(status({"--no-credentials"}, environment), 3);
+    EXPECT_EQ(status({"--password-file", wrong}, environment), 3);
+}
+
+TEST(Call, TraceIsOneJsonLineAnExchange) {
+    const CCamsim camsim;
+    const SRun run = Vornhost({"--trace", "call", camsim.address(), "setting.CameraHttpPost",
+                               "/cgi-bin/set_h264", "h264_transmit=1", "4"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    bool posted = false;
+    for (const json& line : JsonLines(run.err)) {
+        EXPECT_EQ(line.size(), 5U) << line;
+        posted = posted ||
+                 (line.at("method") == "POST" && line.at("path") == "/cgi-bin/set_h264" &&
+                  line.at("body") == "h264_transmit=1" && line.at("status") == 200 && line.at("ms") > 0.0);
+    }
+    EXPECT_TRUE(posted) << run.err;
+}
+
+} // namespace
+} // namespace corvane::vornhost_test

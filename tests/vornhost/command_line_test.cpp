@@ -1,0 +1,90 @@
+// What the program refuses, and what it tells without a camera.
+
+#include "tests/vornhost/vornhost_support.h"
+
+#include <cstdlib>
+
+namespace corvane::vornhost_test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* Nobody = "127.0.0.1:9";
+
+TEST(CommandLine, WrongUsageEndsWith2AndTellsWhatWasExpected) {
+    const CTemporaryFolder folder;
+    const struct {
+        std::vector<std::string> arguments;
+        std::vector<std::string> told;
+    } cases[] = {
+        {{}, {"expected a verb", "identify"}},
+        {{"frobnicate"}, {"expected a verb", "frobnicate"}},
+        {{"--frobnicate", "models"}, {"--frobnicate"}},
+        {{"--log-level", "x", "models"}, {"--log-level", "x", "0 to 99"}},
+        {{"show"}, {"ADDRESS"}},
+        {{"show", Nobody, "more"}, {"more"}},
+        {{"call", Nobody}, {"OPERATION"}},
+        {{"identify", Nobody, "a/b"}, {"a/b", "expected a host name"}},
+        {{"show", "127.0.0.1:99999"}, {"127.0.0.1:99999", "65535"}},
+        {{"--model", "F999", "call", Nobody, "getUnitModelName"}, {"F999", "model list"}},
+        {{"call", Nobody, "getUnitModelNam"}, {"getUnitModelNam", "did you mean getUnitModelName"}},
+        {{"call", Nobody, "getCameraName"}, {"getCameraName", "input"}},
+        {{"--no-initialize", "call", Nobody, "getCameraName", "x"}, {"\"x\"", "input", "number"}},
+        {{"--no-credentials", "--user", "a", "show", Nobody}, {"--no-credentials", "--user"}},
+        {{"--password-file", folder.file("missing"), "show", Nobody}, {"missing", "No such file"}},
+        {{"--password-file", folder.file("empty", ""), "show", Nobody}, {"empty", "first line"}},
+        {{"--models", folder.file("bad.json", "{]"), "models"}, {"bad.json"}},
+        {{"--models", folder.file("bad.json"), "show", Nobody}, {"bad.json"}},
+        {{"--db", folder.file("bad.json"), "show", Nobody}, {"--db", "bad.json"}},
+    };
+    for (const auto& test : cases) {
+        const SRun run = Vornhost(test.arguments);
+        EXPECT_EQ(run.status, 2) << run.err;
+        EXPECT_THAT(run.out, IsEmpty());
+        for (const std::string& text : test.told)
+            EXPECT_THAT(run.err, HasSubstr(text));
+    }
+}
+
+TEST(CommandLine, APluginThatCannotBeLoadedEndsWith3) {
+    const CTemporaryFolder folder;
+    for (const std::string& file : {folder.file("missing.so"), folder.file("text.so", "no library")}) {
+        const SRun run = Vornhost({"--plugin", file, "show", Nobody});
+        EXPECT_EQ(run.status, 3);
+        EXPECT_THAT(run.err, AllOf(HasSubstr("plug-in could not be loaded"), HasSubstr(file)));
+    }
+    const std::string built = std::string(std::getenv("VORN_BIN")) + "/../lib/libpanasonic_handler.so";
+    EXPECT_EQ(Vornhost({"--plugin", built, "operations"}).status, 0);
+}
+
+TEST(CommandLine, HelpNamesEveryVerbAndEveryVerbHasHelp) {
+    const SRun help = Vornhost({"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* verb : {"identify", "show", "call", "script", "models", "operations"}) {
+        EXPECT_THAT(help.out, HasSubstr(verb));
+        const SRun own = Vornhost({verb, "--help"});
+        EXPECT_EQ(own.status, 0);
+        EXPECT_THAT(own.out, AllOf(HasSubstr("--no-initialize"), HasSubstr("Example"))) << verb;
+    }
+}
+
+TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
+    const SRun models = Vornhost({"--json", "models"});
+    EXPECT_EQ(models.status, 0);
+    bool encoder = false;
+    for (const json& model : JsonLines(models.out))
+        encoder = encoder || (model.at("number") == "GXE500" && model.at("family") == "Encoder" &&
+                              model.at("videoInputs") == 4);
+    EXPECT_TRUE(encoder) << models.out;
+
+    const SRun operations = Vornhost({"operations", "--json"});
+    EXPECT_EQ(operations.status, 0);
+    EXPECT_THAT(JsonLines(operations.out),
+                testing::Contains(json::parse(R"({"operation":"capability.getVideoCodecFrameRate",
+                    "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}]})")));
+}
+
+} // namespace
+} // namespace corvane::vornhost_test

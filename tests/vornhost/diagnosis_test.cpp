@@ -1,0 +1,84 @@
+// Each way in which a camera can fail is told in words of its own.
+
+#include "tests/vornhost/vornhost_support.h"
+
+namespace corvane::vornhost_test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+TEST(Diagnosis, TellsWhatWasAskedWhatCameBackAndWhatToTry) {
+    const struct {
+        const char* fault;
+        const char* problem;
+        const char* answered;
+    } cases[] = {
+        {"/cgi-bin/get_capability empty", "capability reply is empty", "nothing behind"},
+        {"/cgi-bin/get_capability drop", "cut short", "connection closed"},
+        {"/cgi-bin/get_capability cut bytes=10", "cut short", "connection closed"},
+        {"/cgi-bin/get_capability garbage", "does not speak HTTP", "not HTTP"},
+        {"/cgi-bin/get_capability stall", "did not answer in time", "timed out after 4 s"},
+        {"/cgi-bin/get_capability status status=401", "user name or the password", "401 Unauthorized"},
+        {"/cgi-bin/get_capability status status=403", "forbids", "403 Forbidden"},
+        {"/cgi-bin/get_capability status status=404", "does not know the request", "404 Not Found"},
+        {"/cgi-bin/get_capability status status=500", "fault of its own", "500 Internal Server Error"},
+        {"/cgi-bin/get_capability status status=302", "a status that it should not", "302"},
+    };
+    for (const auto& test : cases) {
+        const CCamsim camsim({"--fault", test.fault});
+        const SRun run = Vornhost({"--model", "F320", "call", camsim.address(), "getCameraName", "0"});
+        EXPECT_EQ(run.status, 3) << test.fault;
+        EXPECT_THAT(run.err, AllOf(HasSubstr(camsim.address() + ": "), HasSubstr(test.problem),
+                                   HasSubstr("asked     GET http://" + camsim.address() + "/cgi-bin/"),
+                                   HasSubstr(std::string("answered  ")), HasSubstr(test.answered),
+                                   HasSubstr("try       ")))
+            << test.fault;
+    }
+}
+
+TEST(Diagnosis, OfADeviceThatIsNoneOfThePlugins) {
+    const CCamsim camsim;
+    camsim.post("/faults", {{"path", "/cgi-bin/getinfo*"}, {"kind", "body"}, {"body", "OTHER=1\r\n"}});
+    const SRun run = Vornhost({"call", camsim.address(), "getCameraName", "0"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err, AllOf(HasSubstr("none of the plug-in's cameras"), HasSubstr("--model")));
+}
+
+TEST(Diagnosis, OfAWrongPasswordAtIdentification) {
+    const CCamsim camsim;
+    const SRun run = Vornhost({"call", camsim.address(), "getCameraName", "0"}, "",
+                              {{"VORNHOST_PASSWORD", "no-such-word"}});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err, AllOf(HasSubstr("user name or the password"), HasSubstr("VORNHOST_PASSWORD")));
+}
+
+TEST(Diagnosis, OfAModelThatTheListDoesNotKnow) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--auth", "none"});
+    const std::string query = R"({"path":"/cgi-bin/getinfo","parameters":[["FILE","1"]],"key":")";
+    const std::string models = folder.file(
+        "models.json", R"({"authenticationTest":)" + query + R"(NAME="},"families":[{"name":"--Generic",)" +
+                           R"("user":"admin","password":"12345","modelNumber":)" + query +
+                           R"(NAME="},"serialNumber":)" + query +
+                           R"(SERIAL="}}],"models":[{"number":"X1","family":"--Generic"}]})");
+    const SRun run = Vornhost({"--models", models, "call", camsim.address(), "getCameraName", "0"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err,
+                AllOf(HasSubstr("model list does not know"), HasSubstr("F320"), HasSubstr("--models")));
+}
+
+TEST(Diagnosis, OfAHostThatDoesNotExistAndOfMissingCredentials) {
+    const SRun unknown = Vornhost({"--model", "F320", "call", "no-such-host.invalid", "getCameraName", "0"});
+    EXPECT_EQ(unknown.status, 3);
+    EXPECT_THAT(unknown.err, HasSubstr("no host has this name"));
+
+    const CCamsim camsim;
+    const SRun bare =
+        Vornhost({"--no-credentials", "--model", "F320", "call", camsim.address(), "getCameraName", "0"});
+    EXPECT_EQ(bare.status, 3);
+    EXPECT_THAT(bare.err, HasSubstr("vornhost: "));
+}
+
+} // namespace
+} // namespace corvane::vornhost_test

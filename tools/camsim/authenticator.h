@@ -1,0 +1,59 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace camsim {
+
+enum class AuthScheme { None, Basic, Digest };
+
+/// What came of looking at a request's credentials.
+struct AuthVerdict {
+    bool accepted;
+    /// "none", "basic", "digest" (good ones), "stale" (right, but the nonce has had its time) or "wrong".
+    std::string_view credentials;
+};
+
+/// Decides whether a request may be answered, and what to challenge it with. A nonce is good for every method
+/// and path of the camera that gave it, as with the cameras (libmicrohttpd binds a nonce to one path, so a
+/// client would pay two round trips for each). Every operation may be called on any thread.
+class Authenticator {
+public:
+    Authenticator(AuthScheme scheme, const std::string& user, const std::string& password,
+                  int64_t nonceLifetimeSeconds);
+
+    /// `authorization` is the header's value, or null without one; `target` the request target as it was
+    /// sent.
+    AuthVerdict check(std::string_view method, std::string_view target, const char* authorization,
+                      size_t camera) const;
+
+    /// The WWW-Authenticate value of a 401; empty when no credentials are asked for.
+    std::string challenge(size_t camera, bool stale) const;
+
+    /// From now on the nonce of these digest credentials counts as stale. False when they are no digest
+    /// credentials.
+    bool retireNonce(const char* authorization);
+
+private:
+    AuthVerdict checkDigest(std::string_view method, std::string_view target, std::string_view authorization,
+                            size_t camera) const;
+    bool fresh(const std::string& nonce, size_t camera) const;
+    std::string signedNonce(const std::string& stamp, size_t camera) const;
+
+    const AuthScheme scheme_;
+    const std::string user_;
+    const std::string basicCredentials_; ///< the Authorization value that is right
+    const std::string userHash_;         ///< MD5 of user:realm:password
+    const int64_t nonceLifetimeSeconds_;
+    const std::string secret_;
+    mutable std::atomic<uint32_t> noncesGiven_{0};
+
+    mutable std::mutex mutex_;
+    std::set<std::string> retired_; // guarded by mutex_
+};
+
+} // namespace camsim

@@ -1,0 +1,262 @@
+#include "camera_server.h"
+
+#include "cgi.h"
+#include "form.h"
+
+#include <stdexcept>
+#include <sys/epoll.h>
+#include <unistd.h>
+
+namespace camsim {
+namespace {
+
+constexpr size_t longestBody = 64 * 1024;
+constexpr size_t longestLoggedBody = 4 * 1024;
+constexpr size_t memoryPerConnection = 16 * 1024;
+
+int64_t millisecondsSinceEpoch() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+int descriptorOf(MHD_Connection* connection) {
+    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
+const char* headerOf(MHD_Connection* connection, const char* name) {
+    return MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+}
+
+HttpReply textReply(unsigned status, std::string body) {
+    return {status, std::move(body), {{MHD_HTTP_HEADER_CONTENT_TYPE, "text/plain"}}};
+}
+
+} // namespace
+
+/// One request and how far it has come.
+struct CameraServer::Exchange {
+    enum class Phase { Begun, Receiving, Waiting };
+
+    MHD_Connection* connection;
+    ConnectionTable::Entry* owner;
+    int fd;
+    std::string target;
+    Phase phase = Phase::Begun;
+    std::string method;
+    std::string body;
+    bool bodyTooLong = false;
+
+    AuthVerdict verdict{};
+    FaultOutcome faults;
+    ParkedConnections::Outcome waited = ParkedConnections::Outcome::Stopped;
+    uint64_t logId = 0;
+
+    Camera& camera() const { return *owner->camera; }
+};
+
+CameraServer::CameraServer(Parts parts, std::chrono::milliseconds restartTime, unsigned connectionLimit)
+    : parts_(parts),
+      restartTime_(restartTime),
+      connectionLimit_(connectionLimit),
+      parked_(parts.loop, [this] { runDaemon(); }) {}
+
+CameraServer::~CameraServer() {
+    stop();
+}
+
+void CameraServer::start() {
+    // Not the daemon's own thread: when as many connections as it looks at in one go are ready, libmicrohttpd
+    // 0.9.75 waits for yet another before it serves them.
+    const unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME;
+    daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &CameraServer::onRequest, this, //
+                               MHD_OPTION_URI_LOG_CALLBACK, &CameraServer::onTarget, this, //
+                               MHD_OPTION_NOTIFY_COMPLETED, &CameraServer::onCompleted, this,
+                               MHD_OPTION_NOTIFY_CONNECTION, &CameraServer::onConnection, this,
+                               MHD_OPTION_CONNECTION_LIMIT, connectionLimit_, //
+                               MHD_OPTION_CONNECTION_MEMORY_LIMIT, memoryPerConnection, MHD_OPTION_END);
+    if (daemon_ == nullptr)
+        throw std::runtime_error("the cameras' HTTP daemon does not start");
+    const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+    parts_.loop.watch(events, EPOLLIN, [this] { runDaemon(); });
+    parts_.listeners.start(
+        parts_.loop, [this](Camera& camera, int fd, const sockaddr_in& peer) { accepted(camera, fd, peer); });
+}
+
+void CameraServer::stop() {
+    if (daemon_ == nullptr)
+        return;
+    parts_.loop.stop();
+    parked_.release();
+    MHD_run(daemon_); // a daemon must not be stopped before what was resumed goes on
+    MHD_stop_daemon(daemon_);
+    daemon_ = nullptr;
+}
+
+void CameraServer::runDaemon() {
+    MHD_run(daemon_);
+    MHD_UNSIGNED_LONG_LONG milliseconds = 0;
+    if (runIsDue_ || MHD_get_timeout(daemon_, &milliseconds) != MHD_YES)
+        return;
+    runIsDue_ = true;
+    parts_.loop.after(std::chrono::milliseconds(milliseconds), [this] {
+        runIsDue_ = false;
+        runDaemon();
+    });
+}
+
+void CameraServer::restart(Camera& camera, int kept) {
+    parts_.listeners.takeAway(camera, restartTime_);
+    connections_.breakConnections(camera, kept);
+}
+
+void CameraServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
+    const ConnectionTable::Token token = connections_.add(fd, camera);
+    // Looked at after the connection is in the table: whoever takes the camera away either finds it there or
+    // is seen.
+    if (camera.away) {
+        connections_.remove(fd, token);
+        close(fd);
+        return;
+    }
+    if (MHD_add_connection(daemon_, fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != MHD_YES)
+        connections_.remove(fd, token);
+    else
+        runDaemon();
+}
+
+void CameraServer::onConnection(void* self, MHD_Connection* connection, void** context,
+                                MHD_ConnectionNotificationCode what) {
+    ConnectionTable& table = static_cast<CameraServer*>(self)->connections_;
+    const int fd = descriptorOf(connection);
+    if (what == MHD_CONNECTION_NOTIFY_STARTED) {
+        *context = new ConnectionTable::Entry(table.find(fd));
+        return;
+    }
+    const auto* entry = static_cast<ConnectionTable::Entry*>(*context);
+    table.remove(fd, entry->token);
+    delete entry;
+}
+
+void* CameraServer::onTarget(void*, const char* target, MHD_Connection* connection) {
+    void* context = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context;
+    auto* exchange = new Exchange{};
+    exchange->connection = connection;
+    exchange->owner = static_cast<ConnectionTable::Entry*>(context);
+    exchange->fd = descriptorOf(connection);
+    exchange->target = target;
+    return exchange;
+}
+
+void CameraServer::onCompleted(void*, MHD_Connection*, void** exchange, MHD_RequestTerminationCode) {
+    delete static_cast<Exchange*>(*exchange);
+    *exchange = nullptr;
+}
+
+MHD_Result CameraServer::onRequest(void* self, MHD_Connection*, const char*, const char* method, const char*,
+                                   const char* upload, size_t* uploadSize, void** context) {
+    auto& exchange = *static_cast<Exchange*>(*context);
+    auto& server = *static_cast<CameraServer*>(self);
+    switch (exchange.phase) {
+    case Exchange::Phase::Begun:
+        exchange.method = method;
+        exchange.phase = Exchange::Phase::Receiving;
+        return MHD_YES;
+    case Exchange::Phase::Waiting:
+        return server.answer(exchange);
+    case Exchange::Phase::Receiving:
+        break;
+    }
+    if (*uploadSize == 0)
+        return server.received(exchange);
+    exchange.bodyTooLong = exchange.bodyTooLong || exchange.body.size() + *uploadSize > longestBody;
+    if (!exchange.bodyTooLong)
+        exchange.body.append(upload, *uploadSize);
+    *uploadSize = 0;
+    return MHD_YES;
+}
+
+MHD_Result CameraServer::received(Exchange& exchange) {
+    Camera& camera = exchange.camera();
+    const char* authorization = headerOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION);
+    exchange.verdict =
+        parts_.authenticator.check(exchange.method, exchange.target, authorization, camera.index());
+    exchange.faults = parts_.faults.take(
+        {camera.index(), exchange.method, splitTarget(exchange.target).path, exchange.target,
+         exchange.verdict.accepted, exchange.verdict.accepted && exchange.verdict.credentials == "digest"});
+    ++camera.counters.requests;
+    if (!exchange.faults.names.empty())
+        ++camera.counters.faults;
+    exchange.logId = parts_.log.add({0, camera.index(), exchange.method, exchange.target,
+                                     exchange.body.substr(0, longestLoggedBody), std::nullopt,
+                                     std::string(exchange.verdict.credentials), exchange.faults.names,
+                                     millisecondsSinceEpoch()});
+    exchange.phase = Exchange::Phase::Waiting;
+    const bool waits =
+        exchange.faults.delay.count() > 0 &&
+        parked_.park(exchange.connection, exchange.fd, exchange.faults.delay, &exchange.waited);
+    return waits ? MHD_YES : answer(exchange);
+}
+
+MHD_Result CameraServer::answer(Exchange& exchange) {
+    if (exchange.waited == ParkedConnections::Outcome::HungUp)
+        return MHD_NO;
+    if (exchange.faults.fault)
+        return answerWithFault(exchange, *exchange.faults.fault);
+    if (!exchange.verdict.accepted)
+        return send(exchange, challenge(exchange, exchange.verdict.credentials == "stale"));
+    return send(exchange, ordinaryReply(exchange));
+}
+
+MHD_Result CameraServer::answerWithFault(Exchange& exchange, const Fault& fault) {
+    if (fault.kind == FaultKind::Stale) {
+        parts_.authenticator.retireNonce(headerOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION));
+        return send(exchange, challenge(exchange, true));
+    }
+    HttpReply reply = textReply(MHD_HTTP_OK, "");
+    if (letsTheRequestThrough(fault.kind))
+        reply = exchange.verdict.accepted ? ordinaryReply(exchange) : challenge(exchange, false);
+    std::optional<unsigned> status;
+    const MHD_Result result = sendFault(fault, reply, {exchange.connection, exchange.fd, parked_}, status);
+    if (status)
+        parts_.log.answered(exchange.logId, *status);
+    return result;
+}
+
+MHD_Result CameraServer::send(Exchange& exchange, const HttpReply& reply) {
+    parts_.log.answered(exchange.logId, reply.status);
+    return sendReply(exchange.connection, reply);
+}
+
+HttpReply CameraServer::challenge(Exchange& exchange, bool stale) {
+    ++exchange.camera().counters.challenges;
+    HttpReply reply = textReply(MHD_HTTP_UNAUTHORIZED, "Unauthorized\r\n");
+    reply.headers.emplace_back(MHD_HTTP_HEADER_WWW_AUTHENTICATE,
+                               parts_.authenticator.challenge(exchange.camera().index(), stale));
+    return reply;
+}
+
+HttpReply CameraServer::ordinaryReply(Exchange& exchange) {
+    if (exchange.bodyTooLong)
+        return textReply(MHD_HTTP_CONTENT_TOO_LARGE, "The body is longer than a camera takes\r\n");
+    const bool methodKnown =
+        exchange.method == "GET" || exchange.method == "HEAD" || exchange.method == "POST";
+    if (!methodKnown) {
+        HttpReply reply = textReply(MHD_HTTP_METHOD_NOT_ALLOWED, "Method Not Allowed\r\n");
+        reply.headers.emplace_back(MHD_HTTP_HEADER_ALLOW, "GET, HEAD, POST");
+        return reply;
+    }
+    const Target target = splitTarget(exchange.target);
+    CgiRequest request{target.path, parseForm(target.query)};
+    for (auto& parameter : parseForm(exchange.body))
+        request.parameters.push_back(std::move(parameter));
+    CgiReply answered = answerCgi(exchange.camera(), request);
+    HttpReply reply = textReply(answered.status, std::move(answered.body));
+    if (answered.restart) {
+        // Refusing begins before the answer goes out, so whoever has read the answer finds the camera away.
+        restart(exchange.camera(), exchange.fd);
+        reply.headers.emplace_back(MHD_HTTP_HEADER_CONNECTION, "close");
+    }
+    return reply;
+}
+
+} // namespace camsim

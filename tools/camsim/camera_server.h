@@ -1,0 +1,72 @@
+#pragma once
+
+#include "authenticator.h"
+#include "camera.h"
+#include "connection_table.h"
+#include "fault_replies.h"
+#include "faults.h"
+#include "listeners.h"
+#include "parked_connections.h"
+#include "request_log.h"
+
+#include <chrono>
+#include <memory>
+#include <microhttpd.h>
+
+namespace camsim {
+
+/// Answers the HTTP requests of every camera, on the event loop's thread.
+class CameraServer {
+public:
+    struct Parts {
+        Authenticator& authenticator;
+        FaultList& faults;
+        RequestLog& log;
+        Listeners& listeners;
+        EventLoop& loop;
+    };
+
+    /// `connectionLimit`: how many connections all cameras together may hold open.
+    CameraServer(Parts parts, std::chrono::milliseconds restartTime, unsigned connectionLimit);
+    ~CameraServer();
+
+    /// To be called before the loop is started. Throws std::runtime_error when the HTTP daemon does not
+    /// start.
+    void start();
+    /// Stops the loop, lets go what waits and closes every connection. May be called twice.
+    void stop();
+
+    /// The camera refuses connections for the time that a restart takes; those that are open are broken, but
+    /// `kept`. Any thread.
+    void restart(Camera& camera, int kept = -1);
+
+private:
+    struct Exchange;
+
+    static void* onTarget(void* self, const char* target, MHD_Connection* connection);
+    static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
+                                const char* version, const char* upload, size_t* uploadSize, void** exchange);
+    static void onCompleted(void* self, MHD_Connection* connection, void** exchange,
+                            MHD_RequestTerminationCode reason);
+    static void onConnection(void* self, MHD_Connection* connection, void** context,
+                             MHD_ConnectionNotificationCode what);
+
+    void runDaemon();
+    void accepted(Camera& camera, int fd, const sockaddr_in& peer);
+    MHD_Result received(Exchange& exchange);
+    MHD_Result answer(Exchange& exchange);
+    MHD_Result answerWithFault(Exchange& exchange, const Fault& fault);
+    MHD_Result send(Exchange& exchange, const HttpReply& reply);
+    HttpReply challenge(Exchange& exchange, bool stale);
+    HttpReply ordinaryReply(Exchange& exchange);
+
+    const Parts parts_;
+    const std::chrono::milliseconds restartTime_;
+    const unsigned connectionLimit_;
+    ConnectionTable connections_;
+    ParkedConnections parked_;
+    MHD_Daemon* daemon_ = nullptr;
+    bool runIsDue_ = false; // the loop's thread alone
+};
+
+} // namespace camsim

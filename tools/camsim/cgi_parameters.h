@@ -1,0 +1,33 @@
+#pragma once
+
+#include "camera.h"
+#include "form.h"
+
+#include <string>
+#include <string_view>
+
+namespace camsim {
+
+struct ParameterRule;
+
+/// A CGI whose parameters are written into settings.
+struct SettingsCgi {
+    std::string_view path;
+    const ParameterRule* rules;
+    size_t ruleCount;
+    /// Behind each setting's key and behind the codec in capability keys: those of the codec's second stream.
+    std::string_view keySuffix;
+    std::string_view capabilitySuffix;
+};
+
+/// The CGI of this path, or null when no CGI of that path writes settings.
+const SettingsCgi* findSettingsCgi(std::string_view path);
+
+/// Writes each parameter that the camera knows and whose value it can take; the others change nothing.
+/// Answers the accepted ones as name=value lines.
+std::string applyParameters(Camera& camera, const SettingsCgi& cgi, const Parameters& parameters);
+
+/// Writes each parameter that is the name of a setting which this camera's model has.
+void applySettings(Camera& camera, const Parameters& parameters);
+
+} // namespace camsim

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "camera.h"
+#include "camera_server.h"
+#include "faults.h"
+#include "request_log.h"
+#include "sockets.h"
+
+#include <memory>
+#include <microhttpd.h>
+#include <string>
+#include <vector>
+
+namespace camsim {
+
+/// The HTTP interface through which a test or a person looks at the cameras and does to them what the network
+/// does not: without credentials, on the loopback interface alone. Runs on a thread of its own.
+class ControlInterface {
+public:
+    struct Parts {
+        const std::vector<std::unique_ptr<Camera>>& cameras;
+        const Listeners& listeners;
+        CameraServer& server;
+        FaultList& faults;
+        RequestLog& log;
+    };
+
+    /// Serves at once. Throws SocketError when the port cannot be had.
+    ControlInterface(Parts parts, uint16_t port);
+    ~ControlInterface();
+
+    std::string address() const { return formatAddress(address_); }
+
+private:
+    static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
+                                const char* version, const char* upload, size_t* uploadSize, void** body);
+    static void onCompleted(void* self, MHD_Connection* connection, void** body, MHD_RequestTerminationCode);
+
+    const Parts parts_;
+    sockaddr_in address_{};
+    MHD_Daemon* daemon_ = nullptr;
+};
+
+} // namespace camsim

@@ -1,0 +1,235 @@
+#include "control_routes.h"
+
+#include "numbers.h"
+
+#include <algorithm>
+#include <cctype>
+#include <sstream>
+#include <stdexcept>
+
+namespace camsim {
+namespace {
+
+using Json = nlohmann::json;
+using Parts = ControlInterface::Parts;
+
+class ControlError : public std::runtime_error {
+public:
+    ControlError(unsigned code, const std::string& text) : std::runtime_error(text), status(code) {}
+    const unsigned status;
+};
+
+[[noreturn]] void refuse(const std::string& text) {
+    throw ControlError(MHD_HTTP_BAD_REQUEST, text);
+}
+
+Json parseBody(const std::string& body) {
+    try {
+        return Json::parse(body);
+    } catch (const Json::parse_error& error) {
+        refuse("body: expected JSON: " + std::string(error.what()));
+    }
+}
+
+/// What stands for "N" in a route's path.
+using Number = uint64_t;
+
+Camera& cameraOf(const Parts& parts, Number number) {
+    if (number >= parts.cameras.size())
+        throw ControlError(MHD_HTTP_NOT_FOUND, "there are " + std::to_string(parts.cameras.size()) +
+                                                   " cameras, counted from 0, and no camera " +
+                                                   std::to_string(number));
+    return *parts.cameras[number];
+}
+
+Json describe(const Parts& parts, const Camera& camera) {
+    const CameraCounters& counters = camera.counters;
+    return {{"camera", camera.index()},
+            {"model", camera.model().number},
+            {"address", parts.listeners.address(camera.index())},
+            {"serial", camera.serialNumber()},
+            {"mac", camera.macAddress()},
+            {"away", camera.away.load()},
+            {"requests", counters.requests.load()},
+            {"challenges", counters.challenges.load()},
+            {"faults", counters.faults.load()},
+            {"connections", counters.connections.load()}};
+}
+
+Json listCameras(const Parts& parts, Number, const ControlRequest&) {
+    Json list = Json::array();
+    for (const auto& camera : parts.cameras)
+        list.push_back(describe(parts, *camera));
+    return {{"cameras", list}};
+}
+
+Json showCamera(const Parts& parts, Number number, const ControlRequest&) {
+    return describe(parts, cameraOf(parts, number));
+}
+
+Json showSettings(const Parts& parts, Number number, const ControlRequest&) {
+    return cameraOf(parts, number).settings();
+}
+
+void checkSetting(const std::string& key, const Json& value) {
+    const bool keyGood = !key.empty() && std::all_of(key.begin(), key.end(), [](unsigned char c) {
+        return std::isupper(c) || std::isdigit(c) || c == '_';
+    });
+    if (!keyGood)
+        refuse("'" + key + "': expected a key of capital letters, digits and underscores");
+    const bool valueGood =
+        value.is_null() || (value.is_string() &&
+                            value.get_ref<const std::string&>().find_first_of("\"\r\n") == std::string::npos);
+    if (!valueGood)
+        refuse(key + ": expected a text without quotes and line ends, or null to take the setting away");
+}
+
+Json changeSettings(const Parts& parts, Number number, const ControlRequest& request) {
+    Camera& camera = cameraOf(parts, number);
+    const Json changes = parseBody(request.body);
+    if (!changes.is_object())
+        refuse("body: expected an object such as {\"CAMTITLE\": \"Entrance\"}");
+    for (const auto& [key, value] : changes.items())
+        checkSetting(key, value);
+    for (const auto& [key, value] : changes.items())
+        camera.putSetting(key, value.is_null() ? std::nullopt : std::optional(value.get<std::string>()));
+    return camera.settings();
+}
+
+Json restartCamera(const Parts& parts, Number number, const ControlRequest&) {
+    Camera& camera = cameraOf(parts, number);
+    parts.server.restart(camera);
+    return describe(parts, camera);
+}
+
+std::optional<Number> queryNumber(const ControlRequest& request, const std::string& name) {
+    const std::string text = parameterValue(request.query, name);
+    if (text.empty())
+        return std::nullopt;
+    const std::optional<Number> number = parseInteger<Number>(text);
+    if (!number)
+        refuse(name + ": expected a number, not '" + text + "'");
+    return number;
+}
+
+Json describe(const LoggedRequest& request) {
+    return {{"id", request.id},
+            {"camera", request.camera},
+            {"method", request.method},
+            {"path", request.target},
+            {"body", request.body},
+            {"status", request.status ? Json(*request.status) : Json()},
+            {"authorization", request.authorization},
+            {"fault", request.fault},
+            {"time", request.milliseconds}};
+}
+
+Json listRequests(const Parts& parts, Number, const ControlRequest& request) {
+    const std::optional<Number> camera = queryNumber(request, "camera");
+    if (camera)
+        cameraOf(parts, *camera);
+    const RequestLog::Excerpt excerpt = parts.log.read(camera, queryNumber(request, "after").value_or(0));
+    Json list = Json::array();
+    for (const LoggedRequest& logged : excerpt.requests)
+        list.push_back(describe(logged));
+    return {{"requests", list}, {"last", excerpt.last}, {"dropped", excerpt.dropped}};
+}
+
+Json clearRequests(const Parts& parts, Number, const ControlRequest&) {
+    parts.log.clear();
+    return Json::object();
+}
+
+Json listFaults(const Parts& parts, Number, const ControlRequest&) {
+    Json list = Json::array();
+    for (const Fault& fault : parts.faults.list())
+        list.push_back(describeFault(fault));
+    return {{"faults", list}};
+}
+
+Json addFault(const Parts& parts, Number, const ControlRequest& request) {
+    try {
+        return {{"id", parts.faults.add(parseFault(parseBody(request.body), parts.cameras.size()))}};
+    } catch (const FaultError& error) {
+        refuse(error.what());
+    }
+}
+
+Json removeFault(const Parts& parts, Number number, const ControlRequest&) {
+    if (!parts.faults.remove(number))
+        throw ControlError(MHD_HTTP_NOT_FOUND, "there is no fault " + std::to_string(number));
+    return Json::object();
+}
+
+Json clearFaults(const Parts& parts, Number, const ControlRequest&) {
+    parts.faults.clear();
+    return Json::object();
+}
+
+struct Route {
+    const char* method;
+    const char* path; ///< "N" stands for any number
+    Json (*answer)(const Parts&, Number, const ControlRequest&);
+};
+
+constexpr Route routes[] = {
+    {"GET", "/cameras", listCameras},
+    {"GET", "/cameras/N", showCamera},
+    {"GET", "/cameras/N/settings", showSettings},
+    {"PATCH", "/cameras/N/settings", changeSettings},
+    {"POST", "/cameras/N/reboot", restartCamera},
+    {"GET", "/requests", listRequests},
+    {"DELETE", "/requests", clearRequests},
+    {"GET", "/faults", listFaults},
+    {"POST", "/faults", addFault},
+    {"DELETE", "/faults", clearFaults},
+    {"DELETE", "/faults/N", removeFault},
+};
+
+/// The number that the path has where the route has "N" (0 where it has none), or nothing when they do not
+/// match.
+std::optional<Number> match(const std::string& route, const std::string& path) {
+    std::istringstream expected(route);
+    std::istringstream given(path);
+    std::string part;
+    std::string text;
+    Number number = 0;
+    while (std::getline(expected, part, '/')) {
+        if (!std::getline(given, text, '/'))
+            return std::nullopt;
+        const std::optional<Number> read = part == "N" ? parseInteger<Number>(text) : std::nullopt;
+        if (!read && text != part)
+            return std::nullopt;
+        number = read.value_or(number);
+    }
+    return given.eof() ? std::optional(number) : std::nullopt;
+}
+
+Json route(const Parts& parts, const ControlRequest& request) {
+    bool pathKnown = false;
+    for (const Route& candidate : routes) {
+        const std::optional<Number> number = match(candidate.path, request.path);
+        if (!number)
+            continue;
+        pathKnown = true;
+        if (request.method == candidate.method)
+            return candidate.answer(parts, *number, request);
+    }
+    if (pathKnown)
+        throw ControlError(MHD_HTTP_METHOD_NOT_ALLOWED, request.path + " does not know " + request.method);
+    throw ControlError(MHD_HTTP_NOT_FOUND, "there is nothing at " + request.path);
+}
+
+} // namespace
+
+ControlReply answerControl(const Parts& parts, const ControlRequest& request) {
+    try {
+        return {MHD_HTTP_OK, route(parts, request)};
+    } catch (const ControlError& error) {
+        return {error.status, {{"error", error.what()}}};
+    } catch (const std::exception& error) {
+        return {MHD_HTTP_INTERNAL_SERVER_ERROR, {{"error", error.what()}}};
+    }
+}
+
+} // namespace camsim

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "control_interface.h"
+#include "form.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace camsim {
+
+struct ControlRequest {
+    std::string method;
+    std::string path;
+    Parameters query;
+    std::string body;
+};
+
+struct ControlReply {
+    unsigned status;
+    nlohmann::json json;
+};
+
+/// Does what the request asks; never throws. A request that cannot be carried out changes nothing and is
+/// answered
+/// {"error": "..."} with 400, 404 or 405.
+ControlReply answerControl(const ControlInterface::Parts& parts, const ControlRequest& request);
+
+} // namespace camsim

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace camsim {
+
+/// A fault that cannot be set; the text names the member and what was expected.
+class FaultError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class FaultKind { Delay, Status, Drop, Reset, Cut, Stall, Garbage, Body, Stale, Empty };
+
+/// What goes wrong with a request, and with which.
+struct Fault {
+    uint64_t id = 0;
+    std::string path; ///< a shell pattern, held against the path alone and against the path with its query
+    std::optional<std::string> method;
+    std::optional<size_t> camera;
+    FaultKind kind = FaultKind::Empty;
+
+    std::optional<int64_t> milliseconds; ///< delay: before the answer; stall: how long, without end if absent
+    unsigned status = 0;
+    std::optional<std::string> body;
+    std::optional<size_t> size;  ///< body, garbage: that many arbitrary bytes
+    std::optional<size_t> bytes; ///< cut, stall: how much of the answer's body goes out first
+
+    std::optional<uint64_t> count; ///< how many requests it still hits; without end if absent
+    uint64_t skip = 0;             ///< how many matching requests it still lets pass
+    bool unauthorized = false;     ///< whether it also hits requests that would be answered 401
+    uint64_t hits = 0;
+};
+
+std::string_view faultKindName(FaultKind kind);
+
+/// Reads a fault as the control interface takes it. Throws FaultError.
+Fault parseFault(const nlohmann::json& json, size_t cameraCount);
+/// Reads "PATTERN KIND [key=value...]". Throws FaultError.
+Fault parseFaultText(const std::string& text, size_t cameraCount);
+nlohmann::json describeFault(const Fault& fault);
+
+/// What the faults do to one request.
+struct FaultOutcome {
+    std::chrono::milliseconds delay{0};
+    /// The first matching fault that is no delay.
+    std::optional<Fault> fault;
+    /// Names of all that hit, joined by "+"; empty when none did.
+    std::string names;
+};
+
+/// The faults that are set, in the order in which they were. Every operation may be called on any thread.
+class FaultList {
+public:
+    struct Request {
+        size_t camera;
+        std::string_view method;
+        const std::string& path;
+        const std::string& target;
+        bool authorized;
+        bool digest; ///< it carries good digest credentials
+    };
+
+    /// Answers the fault's id.
+    uint64_t add(Fault fault);
+    /// False when there is no such fault.
+    bool remove(uint64_t id);
+    void clear();
+    std::vector<Fault> list() const;
+
+    /// Which faults hit the request; counts them.
+    FaultOutcome take(const Request& request);
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<Fault> faults_; // guarded by mutex_
+    uint64_t last_ = 0;         // guarded by mutex_
+};
+
+} // namespace camsim

@@ -1,0 +1,164 @@
+#include "authenticator.h"
+#include "camera.h"
+#include "camera_data.h"
+#include "camera_server.h"
+#include "control_interface.h"
+#include "options.h"
+#include "state_file.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sys/resource.h>
+
+namespace {
+
+using namespace camsim;
+
+constexpr int cannotServe = 1;
+constexpr int wrongUsage = 2;
+
+/// A command line whose options are well formed and cannot be followed.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Blocks the signals that end the program in this thread and all that it starts, so that main can wait for
+/// them.
+sigset_t blockEndSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return signals;
+}
+
+/// Takes as many descriptors as may be had and answers how many that are.
+rlim_t raiseDescriptorLimit() {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    getrlimit(RLIMIT_NOFILE, &limit);
+    return limit.rlim_cur;
+}
+
+std::string readPassword(const std::string& path) {
+    if (path.empty())
+        return "12345";
+    std::ifstream file(path);
+    std::string password;
+    if (!file || !std::getline(file, password))
+        throw UsageError("--password-file: cannot read a line from " + path);
+    if (!password.empty() && password.back() == '\r')
+        password.pop_back();
+    return password;
+}
+
+std::vector<std::unique_ptr<Camera>> makeCameras(const Options& options) {
+    std::vector<std::shared_ptr<const CameraModel>> models;
+    try {
+        for (const std::string& number : options.models)
+            models.push_back(loadEmbeddedModel(number));
+        for (const std::string& directory : options.cameraDirectories)
+            models.push_back(loadModelFromDirectory(directory));
+    } catch (const CameraDataError& error) {
+        throw UsageError(error.what());
+    }
+    std::vector<std::unique_ptr<Camera>> cameras;
+    for (size_t i = 0; i < options.count; ++i)
+        cameras.push_back(std::make_unique<Camera>(i, models[i % models.size()]));
+    return cameras;
+}
+
+void addFaults(const Options& options, FaultList& faults) {
+    try {
+        for (const std::string& text : options.faults)
+            faults.add(parseFaultText(text, options.count));
+    } catch (const FaultError& error) {
+        throw UsageError(std::string("--fault: ") + error.what());
+    }
+}
+
+sockaddr_in firstAddress(const Options& options) {
+    try {
+        return parseAddress(options.listen);
+    } catch (const SocketError& error) {
+        throw UsageError(std::string("--listen: ") + error.what());
+    }
+}
+
+/// What is left for connections once the cameras listen and the program has what it needs for itself.
+unsigned connectionLimit(rlim_t descriptors, size_t cameras) {
+    constexpr rlim_t forTheProgram = 128;
+    const rlim_t used = cameras + forTheProgram;
+    const rlim_t left = descriptors > used ? descriptors - used : 1;
+    return static_cast<unsigned>(std::min<rlim_t>(left, 1'000'000));
+}
+
+void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listeners& listeners,
+              const ControlInterface& control) {
+    nlohmann::json line{{"cameras", nlohmann::json::array()}, {"control", control.address()}};
+    for (const auto& camera : cameras)
+        line["cameras"].push_back(listeners.address(camera->index()));
+    std::cout << line.dump() << std::endl;
+}
+
+void serve(const Options& options) {
+    const sigset_t endSignals = blockEndSignals();
+    const rlim_t descriptors = raiseDescriptorLimit();
+    const auto cameras = makeCameras(options);
+    const sockaddr_in first = firstAddress(options);
+    Authenticator authenticator(options.authScheme, options.user, readPassword(options.passwordFile),
+                                options.nonceLifetimeSeconds);
+    FaultList faults;
+    addFaults(options, faults);
+    RequestLog log(options.logSize);
+
+    std::unique_ptr<StateFile> state; // outlives the thread that saves it
+    EventLoop saving;
+    if (!options.stateFile.empty())
+        state = std::make_unique<StateFile>(options.stateFile, cameras, saving);
+    Listeners listeners(cameras, first, options.addresses);
+    EventLoop loop;
+    CameraServer server({authenticator, faults, log, listeners, loop},
+                        std::chrono::milliseconds(static_cast<int64_t>(options.rebootSeconds * 1000)),
+                        connectionLimit(descriptors, cameras.size()));
+    server.start();
+    loop.start();
+    if (state)
+        saving.start(); // apart from the cameras, which must not wait for a disk
+    {
+        const ControlInterface control({cameras, listeners, server, faults, log}, options.controlPort);
+        announce(cameras, listeners, control);
+        int signal = 0;
+        sigwait(&endSignals, &signal);
+    }
+    server.stop();
+    saving.stop();
+    if (state)
+        state->save();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::variant<Options, int> parsed = parseOptions(argc, argv);
+    if (const int* status = std::get_if<int>(&parsed))
+        return *status;
+    try {
+        serve(std::get<Options>(parsed));
+        return 0;
+    } catch (const UsageError& error) {
+        std::cerr << "camsim: " << error.what() << "\n";
+        return wrongUsage;
+    } catch (const std::exception& error) {
+        std::cerr << "camsim: " << error.what() << "\n";
+        return cannotServe;
+    }
+}

@@ -1,0 +1,175 @@
+#include "options.h"
+
+#include "camera_data.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace camsim {
+namespace {
+
+constexpr int usageError = 2;
+
+const char* const description = R"(camsim simulates Panasonic network cameras over HTTP.
+
+When it serves, it writes one line to standard output:
+  {"cameras":["127.0.0.1:40001"],"control":"127.0.0.1:40000"}
+and goes on until SIGINT or SIGTERM. Every address is on the loopback interface unless --listen says otherwise.)";
+
+const char* const footer =
+    R"(Files in --camera-dir: setdata.txt, capability.txt, info.txt and, if the camera moves, axes.txt (lines of
+NAME=minimum,maximum,home). They are a real camera's replies as they came, or layers: "!include FILE" (of DIR, or of
+the program's own, such as F320/setdata.txt), "!remove PATTERN", then lines that replace or add.
+
+Faults: PATTERN is a shell pattern for the path, with or without its query; KIND and its keys are
+  delay ms=N              the answer waits; every matching delay adds up, and another fault may follow it
+  status status=N [body=T]
+                          this HTTP status
+  drop                    the connection is closed without an answer
+  reset                   the connection is reset
+  cut [bytes=N]           the connection is closed after N bytes of the body
+  stall [bytes=N] [ms=N]  nothing comes after N bytes of the body, for a time or for ever
+  garbage [size=N]        bytes that are no HTTP
+  body body=T | size=N    200 with this body, or one of N arbitrary bytes
+  empty                   200 without a body
+  stale                   the digest nonce has had its time: 401 with stale=true (once, unless count says more)
+  Every kind takes camera=N, method=GET|POST, count=N (how many requests it hits), skip=N (how many it lets pass
+  first) and unauthorized=true (it also hits requests that would be answered 401; by default it does not).
+  Only delay, cut and stall let the camera do what it was asked.
+
+Control interface (JSON, no credentials; cameras are counted from 0):
+  GET  /cameras, /cameras/N             model, address, serial, mac, away and counters
+  GET  /cameras/N/settings              every setting; PATCH {"KEY": "value" or null} changes them
+  POST /cameras/N/reboot                the camera restarts
+  GET  /requests[?camera=N][&after=ID]  every request in order; DELETE forgets them
+  GET  /faults; POST /faults {"path": PATTERN, "kind": KIND, ...}; DELETE /faults, /faults/ID
+
+Examples:
+  camsim --model F320 --listen 127.0.0.1:8080
+  camsim --model F320 --model D850 --count 100 --listen 127.0.1.1:8080 --addresses consecutive-hosts
+  camsim --fault '/cgi-bin/setdata* delay ms=800 count=2'
+
+Exit status: 0 after SIGINT or SIGTERM, 1 when it cannot serve or save, 2 for a wrong command line.)";
+
+template <typename Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
+const Choices<AddressPlan> addressPlans{{"consecutive-ports", AddressPlan::ConsecutivePorts},
+                                        {"consecutive-hosts", AddressPlan::ConsecutiveHosts}};
+const Choices<AuthScheme> authSchemes{
+    {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
+
+/// An option that takes one of the choices' names and writes what it stands for into `value`.
+template <typename Value>
+void addChoice(CLI::App& app, const std::string& name, Value& value, const Choices<Value>& choices,
+               const std::string& text) {
+    std::vector<std::string> names;
+    std::string preset;
+    for (const auto& [choice, meaning] : choices) {
+        names.push_back(choice);
+        if (meaning == value)
+            preset = choice;
+    }
+    const auto choose = [&value, &choices](const std::string& given) {
+        for (const auto& [choice, meaning] : choices)
+            if (choice == given)
+                value = meaning;
+    };
+    app.add_option_function<std::string>(name, choose, text)
+        ->check(CLI::IsMember(names))
+        ->type_name("NAME")
+        ->default_str(preset);
+}
+
+/// A range that help does not spell out; an error does.
+template <typename Number>
+CLI::Validator between(Number lowest, Number highest) {
+    return CLI::Range(lowest, highest).description("");
+}
+
+/// Each time the option is given adds one entry.
+void addList(CLI::App& app, const std::string& name, std::vector<std::string>& list, const std::string& text,
+             const std::string& type, const CLI::Validator& validator = CLI::Validator("")) {
+    app.add_option(name, list, text)
+        ->check(validator)
+        ->type_name(type)
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void addCameraOptions(CLI::App& app, Options& options) {
+    app.add_option("--count", options.count, "How many cameras")
+        ->check(between(size_t{1}, size_t{100'000}))
+        ->type_name("N")
+        ->capture_default_str();
+    addList(app, "--model", options.models,
+            "Their model, F320 if none is given; several times: the models are dealt in turn", "NUMBER",
+            CLI::IsMember(embeddedModelNumbers()));
+    addList(app, "--camera-dir", options.cameraDirectories,
+            "A model from files of your own; DIR's name is its number (see below)", "DIR");
+    app.add_option("--state", options.stateFile,
+                   "Begin with the settings kept in FILE, and keep every change there")
+        ->type_name("FILE");
+    app.add_option("--reboot-seconds", options.rebootSeconds, "How long a camera that restarts is away")
+        ->check(between(0.0, 86'400.0))
+        ->type_name("S")
+        ->capture_default_str();
+}
+
+void addNetworkOptions(CLI::App& app, Options& options) {
+    app.add_option("--listen", options.listen, "Where the first camera listens; port 0: the system chooses")
+        ->type_name("ADDRESS:PORT")
+        ->capture_default_str();
+    addChoice(app, "--addresses", options.addresses, addressPlans, "How the next cameras' addresses follow");
+    app.add_option("--control-port", options.controlPort,
+                   "Port of the control interface; 0: the system chooses")
+        ->type_name("PORT")
+        ->capture_default_str();
+}
+
+void addCredentialOptions(CLI::App& app, Options& options) {
+    addChoice(app, "--auth", options.authScheme, authSchemes, "How clients prove who they are");
+    app.add_option("--user", options.user, "User name")->type_name("NAME")->capture_default_str();
+    app.add_option("--password-file", options.passwordFile,
+                   "File whose first line is the password; without it the password is 12345")
+        ->type_name("FILE");
+    app.add_option("--nonce-lifetime", options.nonceLifetimeSeconds,
+                   "How many seconds a digest nonce is good")
+        ->check(between(int64_t{0}, int64_t{10} * 365 * 24 * 60 * 60))
+        ->type_name("S")
+        ->capture_default_str();
+}
+
+void addTestOptions(CLI::App& app, Options& options) {
+    addList(app, "--fault", options.faults, "A fault that is set from the start (see below)",
+            "'PATTERN KIND [KEY=VALUE...]'");
+    app.add_option("--log-size", options.logSize, "How many requests are remembered")
+        ->type_name("N")
+        ->capture_default_str();
+}
+
+} // namespace
+
+std::variant<Options, int> parseOptions(int argc, char** argv) {
+    Options options;
+    CLI::App app(description, "camsim");
+    app.footer(footer);
+    app.get_formatter()->column_width(36);
+    addCameraOptions(app, options);
+    addNetworkOptions(app, options);
+    addCredentialOptions(app, options);
+    addTestOptions(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0)
+            return app.exit(error);
+        std::cerr << "camsim: " << error.what() << "\nRun with --help for more information.\n";
+        return usageError;
+    }
+    if (options.models.empty() && options.cameraDirectories.empty())
+        options.models.emplace_back("F320");
+    return options;
+}
+
+} // namespace camsim

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "authenticator.h"
+#include "listeners.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace camsim {
+
+/// What the command line asks for.
+struct Options {
+    size_t count = 1;
+    std::vector<std::string> models;
+    std::vector<std::string> cameraDirectories;
+    std::string listen = "127.0.0.1:0";
+    AddressPlan addresses = AddressPlan::ConsecutivePorts;
+    uint16_t controlPort = 0;
+
+    AuthScheme authScheme = AuthScheme::Digest;
+    std::string user = "admin";
+    std::string passwordFile;
+    int64_t nonceLifetimeSeconds = 24 * 60 * 60;
+
+    double rebootSeconds = 5;
+    std::string stateFile;
+    std::vector<std::string> faults;
+    size_t logSize = 100'000;
+};
+
+/// Reads the command line; or has printed help, version or the reason of a refusal and answers the exit
+/// status.
+std::variant<Options, int> parseOptions(int argc, char** argv);
+
+} // namespace camsim

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace camsim {
+
+/// One request that a camera had.
+struct LoggedRequest {
+    uint64_t id = 0;
+    size_t camera = 0;
+    std::string method;
+    std::string target; ///< the path with its query
+    std::string body;
+    std::optional<unsigned> status; ///< none while it is unanswered, and for good when it got no HTTP answer
+    std::string authorization;      ///< as AuthVerdict tells it
+    std::string fault;              ///< the kinds that hit it, joined by "+"
+    int64_t milliseconds = 0;       ///< since the epoch, when it had come in whole
+};
+
+/// The last requests of all cameras, in the order in which they came in. Every operation may be called on any
+/// thread.
+class RequestLog {
+public:
+    explicit RequestLog(size_t capacity) : capacity_(capacity) {}
+
+    /// Answers the request's id; ids count up from 1 and are never given again.
+    uint64_t add(LoggedRequest request);
+    void answered(uint64_t id, unsigned status);
+
+    struct Excerpt {
+        std::vector<LoggedRequest> requests;
+        uint64_t last;    ///< id of the newest request ever logged; 0 when there was none
+        uint64_t dropped; ///< how many were forgotten since the log was cleared, for want of room
+    };
+    /// Requests with an id above `after`, of one camera or of all.
+    Excerpt read(std::optional<size_t> camera, uint64_t after) const;
+
+    void clear();
+
+private:
+    const size_t capacity_;
+    mutable std::mutex mutex_;
+    std::deque<LoggedRequest> requests_; // guarded by mutex_; consecutive ids
+    uint64_t last_ = 0;                  // guarded by mutex_
+    uint64_t dropped_ = 0;               // guarded by mutex_
+};
+
+} // namespace camsim

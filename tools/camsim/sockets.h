@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <netinet/in.h>
+#include <stdexcept>
+#include <string>
+
+namespace camsim {
+
+/// An address that cannot be read or be listened on; the text names the address and the reason.
+class SocketError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads "127.0.0.1:8080"; port 0 leaves the choice to the system. Throws SocketError.
+sockaddr_in parseAddress(const std::string& text);
+std::string formatAddress(const sockaddr_in& address);
+
+/// The address `hosts` further on, on the port `ports` further on. Throws SocketError beyond the last port.
+sockaddr_in stepAddress(const sockaddr_in& address, uint32_t hosts, uint32_t ports);
+
+/// A socket that listens, and may stop and start again without ever letting go of its port.
+class ListeningSocket {
+public:
+    /// Listens at once. Throws SocketError.
+    explicit ListeningSocket(const sockaddr_in& address);
+    ~ListeningSocket();
+    ListeningSocket(ListeningSocket&& other) noexcept;
+    ListeningSocket(const ListeningSocket&) = delete;
+    ListeningSocket& operator=(const ListeningSocket&) = delete;
+
+    int fd() const { return fd_; }
+    /// With the port that the system chose.
+    const sockaddr_in& address() const { return address_; }
+
+    /// Connections are refused until listen() is called; those that wait to be accepted are reset.
+    void refuse();
+    /// Throws SocketError.
+    void listen();
+
+    /// Gives the descriptor away; the caller closes it.
+    int release();
+
+private:
+    int fd_ = -1;
+    sockaddr_in address_{};
+};
+
+} // namespace camsim

@@ -1,0 +1,145 @@
+#include "state_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <unistd.h>
+
+namespace camsim {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr int formatVersion = 1;
+constexpr std::chrono::milliseconds saveDelay{200};
+
+Json toJson(const CameraState& state) {
+    Json settings = Json::object();
+    for (const auto& [key, value] : state.settings)
+        settings[key] = value ? Json(*value) : Json();
+    return {{"settings", settings}, {"position", state.position}};
+}
+
+CameraState fromJson(const Json& json, const CameraModel& model) {
+    CameraState state;
+    for (const auto& [key, value] : json.at("settings").items())
+        state.settings[key] = value.is_null() ? std::nullopt : std::optional(value.get<std::string>());
+    for (const auto& [name, position] : json.at("position").items()) {
+        const auto axis =
+            std::find_if(model.axes.begin(), model.axes.end(),
+                         [&axisName = name](const auto& known) { return known.first == axisName; });
+        if (axis != model.axes.end())
+            state.position[name] =
+                std::clamp(position.get<int>(), axis->second.minimum, axis->second.maximum);
+    }
+    return state;
+}
+
+/// Writes the whole text to the disk, or throws with what the system says.
+void writeThrough(const std::string& path, const std::string& text) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        throw StateFileError(path + ": " + std::strerror(errno));
+    size_t done = 0;
+    bool failed = false;
+    while (!failed && done < text.size()) {
+        const ssize_t written = write(fd, text.data() + done, text.size() - done);
+        failed = written < 0 && errno != EINTR;
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    failed = failed || fsync(fd) != 0;
+    const int reason = errno;
+    close(fd);
+    if (failed)
+        throw StateFileError(path + ": " + std::strerror(reason));
+}
+
+} // namespace
+
+StateFile::StateFile(std::string path, const std::vector<std::unique_ptr<Camera>>& cameras, EventLoop& loop)
+    : path_(std::move(path)), cameras_(cameras), loop_(loop) {
+    load();
+    for (const auto& camera : cameras_)
+        camera->onChange([this] { changed(); });
+}
+
+void StateFile::load() {
+    const std::filesystem::path folder = std::filesystem::absolute(path_).parent_path();
+    if (access(folder.c_str(), W_OK) != 0)
+        throw StateFileError(path_ + ": cannot write into its folder: " + std::strerror(errno));
+    std::ifstream file(path_, std::ios::binary);
+    if (!file) {
+        if (errno == ENOENT)
+            return;
+        throw StateFileError(path_ + ": " + std::strerror(errno));
+    }
+    try {
+        const Json json = Json::parse(file);
+        if (json.at("version") != formatVersion)
+            throw StateFileError(path_ + ": expected version " + std::to_string(formatVersion) + ", not " +
+                                 json.at("version").dump());
+        others_ = json.at("cameras").get<Json::object_t>();
+        for (const auto& camera : cameras_) {
+            const auto saved = others_.find(camera->serialNumber());
+            if (saved == others_.end())
+                continue;
+            camera->restore(fromJson(*saved, camera->model()));
+            others_.erase(saved);
+        }
+    } catch (const Json::exception& error) {
+        throw StateFileError(path_ + ": " + error.what());
+    }
+}
+
+void StateFile::save() {
+    const std::lock_guard<std::mutex> writing(writing_);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        due_ = false;
+        if (!dirty_)
+            return;
+        dirty_ = false;
+    }
+    Json cameras = others_;
+    for (const auto& camera : cameras_) {
+        const CameraState state = camera->state();
+        if (!state.settings.empty() || !state.position.empty())
+            cameras[camera->serialNumber()] = toJson(state);
+    }
+    const std::string text = Json{{"version", formatVersion}, {"cameras", cameras}}.dump(
+                                 2, ' ', false, Json::error_handler_t::replace) +
+                             "\n";
+    const std::string temporary = path_ + ".new";
+    try {
+        writeThrough(temporary, text);
+        if (std::rename(temporary.c_str(), path_.c_str()) != 0)
+            throw StateFileError(path_ + ": " + std::strerror(errno));
+    } catch (const StateFileError&) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        dirty_ = true;
+        throw;
+    }
+}
+
+void StateFile::changed() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    dirty_ = true;
+    if (std::exchange(due_, true))
+        return;
+    loop_.after(saveDelay, [this] { saveAndReport(); });
+}
+
+void StateFile::saveAndReport() {
+    try {
+        save();
+    } catch (const StateFileError& error) {
+        std::cerr << "camsim: the state is not saved: " << error.what() << "\n";
+    }
+}
+
+} // namespace camsim

@@ -1,0 +1,135 @@
+#include "tools/vornhost/device_session.h"
+
+#include "tools/vornhost/exit_status.h"
+
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CDeviceId;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::COperationRegistry;
+using device_handler::v1_0::COptional;
+using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::SModelInfo;
+using refhost::CDeviceDb;
+
+std::string CheckedAddress(const std::string& address) {
+    RequireAddress(address);
+    return address;
+}
+
+std::shared_ptr<CDeviceDb> OpenDatabase(const SOptions& options) {
+    try {
+        return CDeviceDb::open(options.databaseFile);
+    } catch (const refhost::CDeviceDbError& error) {
+        throw CFailure(ExitStatus::WrongUsage, std::string("--db: ") + error.what());
+    }
+}
+
+// The family of --model; empty without --model.
+std::string FamilyOfModel(const SOptions& options, const CVornModelList& models) {
+    if (options.modelNumber.empty())
+        return {};
+    const SModelInfo* const model = models.findModel(options.modelNumber);
+    if (!model)
+        throw CFailure(ExitStatus::WrongUsage,
+                       "wrong --model \"" + options.modelNumber +
+                           "\": expected a model number of the model list; `vornhost models` tells which "
+                           "there are");
+    return model->family;
+}
+
+} // namespace
+
+CDeviceSession::CDeviceSession(const SOptions& options, const std::string& address)
+    : options_(options),
+      address_(CheckedAddress(address)),
+      credentials_(CCredentials::fromOptions(options)),
+      plugin_(options),
+      database_(OpenDatabase(options)),
+      context_(new refhost::CDeviceContext(address, CAuthentication(), database_)),
+      exchanges_(address),
+      familyName_(FamilyOfModel(options, *plugin_.models())) {
+    applyCredentials();
+    makeCamera();
+}
+
+CDeviceSession::~CDeviceSession() = default;
+
+std::optional<SDiagnosis> CDeviceSession::start() {
+    try {
+        const std::string known = database_->familyAt(address_).value_or("");
+        if (!familyName_.empty())
+            takeFamily(familyName_, "");
+        else if (!known.empty() && !alwaysIdentify_)
+            takeFamily(known, "");
+        else if (options_.noInitialize)
+            takeFamily(known.empty() ? plugin_.models()->getFamilies().front().name : known, "");
+        else if (auto failure = identify())
+            return failure;
+    } catch (const refhost::CDeviceDbError& error) {
+        throw CFailure(ExitStatus::NotStarted, std::string("--db: ") + error.what());
+    }
+    return initialize();
+}
+
+std::optional<SDiagnosis> CDeviceSession::identify() {
+    COptional<CDeviceId> device;
+    const CError error = plugin_.handler().queryDevice(address_, device, credentials_.forFamily(nullptr));
+    if (error || !device)
+        return Diagnose(Occasion::Identification, error, exchanges_);
+    takeFamily(device->getFamilyName(), device->getSerialNumber().str());
+    return std::nullopt;
+}
+
+void CDeviceSession::takeFamily(const std::string& familyName, const std::string& serialNumber) {
+    familyName_ = familyName;
+    serialNumber_ = serialNumber;
+    // A record that has the family already may know the serial number too.
+    if (!serialNumber.empty() || database_->familyAt(address_).value_or("") != familyName)
+        database_->registerDevice(address_, familyName, serialNumber);
+    applyCredentials();
+    registerOperations(); // the handler's take the credentials
+}
+
+void CDeviceSession::applyCredentials() {
+    context_->setAuthentication(credentials_.forFamily(plugin_.models()->findFamily(familyName_)));
+}
+
+void CDeviceSession::setCredentials(CCredentials credentials) {
+    credentials_ = std::move(credentials);
+    applyCredentials();
+    registerOperations();
+}
+
+void CDeviceSession::makeCamera() {
+    operations_.reset();
+    camera_.reset();
+    camera_ = plugin_.library().createCamera(context_, address_, plugin_.models(), options_.modelNumber);
+    registerOperations();
+}
+
+void CDeviceSession::registerOperations() {
+    operations_ = std::make_unique<COperationRegistry>();
+    camera_->registerOperations(*operations_);
+    plugin_.handler().registerOperations(*operations_, context_->getAuthentication());
+}
+
+std::optional<SDiagnosis> CDeviceSession::renewCamera() {
+    makeCamera();
+    return initialize();
+}
+
+std::optional<SDiagnosis> CDeviceSession::initialize() {
+    if (options_.noInitialize)
+        return std::nullopt;
+    exchanges_.takeFailing();
+    if (const CError error = camera_->initialize(); error)
+        return Diagnose(Occasion::Initialisation, error, exchanges_);
+    return std::nullopt;
+}
+
+} // namespace corvane::vornhost

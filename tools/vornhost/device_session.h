@@ -1,0 +1,76 @@
+#pragma once
+
+#include "host/operations.h"
+#include "refhost/contexts.h"
+#include "refhost/device_db.h"
+#include "tools/vornhost/credentials.h"
+#include "tools/vornhost/diagnosis.h"
+#include "tools/vornhost/exchange_watch.h"
+#include "tools/vornhost/loaded_plugin.h"
+#include "tools/vornhost/options.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvane::vornhost {
+
+// One device as the recorder keeps it: its record, its context and its camera object, and the operations of
+// both the camera and the handler. Belongs to one thread; the operations may be called as host/ says.
+class CDeviceSession {
+public:
+    // Makes the camera object; no traffic. Throws CFailure.
+    CDeviceSession(const SOptions& options, const std::string& address);
+    ~CDeviceSession();
+    CDeviceSession(const CDeviceSession&) = delete;
+    CDeviceSession& operator=(const CDeviceSession&) = delete;
+
+    // Learns the device's family and initialises the camera, as far as the options want it; what failed
+    // otherwise. Throws CFailure.
+    std::optional<SDiagnosis> start();
+
+    // Asks the device for its identity even when the database has its family already.
+    void alwaysIdentify() { alwaysIdentify_ = true; }
+
+    // Changes the device's credentials from here on.
+    void setCredentials(CCredentials credentials);
+
+    // Destroys the camera object and makes another, initialised as the options want it; what failed
+    // otherwise.
+    std::optional<SDiagnosis> renewCamera();
+
+    const std::string& address() const { return address_; }
+    const CLoadedPlugin& plugin() const { return plugin_; }
+    const device_handler::v1_0::COperationRegistry& operations() const { return *operations_; }
+    CExchangeWatch& exchanges() { return exchanges_; }
+    const CExchangeWatch& exchanges() const { return exchanges_; }
+
+    // Empty while they are not known.
+    const std::string& familyName() const { return familyName_; }
+    const std::string& serialNumber() const { return serialNumber_; }
+
+private:
+    std::optional<SDiagnosis> identify();
+    std::optional<SDiagnosis> initialize();
+    void takeFamily(const std::string& familyName, const std::string& serialNumber);
+    void applyCredentials();
+    void makeCamera();
+    void registerOperations();
+
+    const SOptions options_;
+    const std::string address_;
+    CCredentials credentials_;
+    bool alwaysIdentify_ = false;
+    CLoadedPlugin plugin_;
+    std::shared_ptr<refhost::CDeviceDb> database_;
+    boost::shared_ptr<refhost::CDeviceContext> context_;
+    CExchangeWatch exchanges_;
+    std::string familyName_;
+    std::string serialNumber_;
+    boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera> camera_;
+    std::unique_ptr<device_handler::v1_0::COperationRegistry> operations_; // of camera_ and the handler
+};
+
+} // namespace corvane::vornhost

@@ -1,0 +1,141 @@
+#include "tools/vornhost/diagnosis.h"
+
+#include "tools/vornhost/terminal_text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+using refhost::SHttpExchange;
+
+constexpr const char* CapabilityRequest = "get_capability";
+
+struct SEvidence {
+    Occasion occasion;
+    CError error;
+    std::optional<SHttpExchange> exchange; // the one to blame
+
+    bool failedBecause(const char* text) const {
+        return exchange && exchange->failure.compare(0, std::strlen(text), text) == 0;
+    }
+    bool hasStatus(int from, int to) const {
+        return exchange && !exchange->failure.empty() && from <= exchange->status && exchange->status <= to;
+    }
+    bool isCode(RtnCode code) const { return error.getCode() == static_cast<int>(code); }
+    bool wantsCredentials() const {
+        return isCode(RtnCode::AuthenticationFailed) ||
+               (isCode(RtnCode::NotSet) && error.getOrigin() == static_cast<int>(Origin::Handler));
+    }
+};
+
+struct SProblem {
+    bool (*applies)(const SEvidence& evidence);
+    const char* problem; // null: the plug-in's own words
+    const char* advice;  // null: none
+};
+
+// The first that applies tells.
+const SProblem Problems[] = {
+    {[](const SEvidence& e) { return e.failedBecause("host not found"); }, "no host has this name",
+     "look for a slip of the pen in ADDRESS, or give the dotted address"},
+    {[](const SEvidence& e) { return e.failedBecause("connection refused"); },
+     "nobody listens at this address and port",
+     "add :PORT if the camera's web port is not 80; a camera that restarts refuses for a minute"},
+    {[](const SEvidence& e) { return e.failedBecause("timed out"); }, "the camera did not answer in time",
+     "see whether the camera has power and can be reached (ping), then try again"},
+    {[](const SEvidence& e) { return e.failedBecause("connection closed"); }, "the reply was cut short",
+     "try again; if it stays so, restart the camera and look at what stands between it and here"},
+    {[](const SEvidence& e) { return e.failedBecause("the reply is not HTTP"); },
+     "what answers there does not speak HTTP", "give the camera's web port as ADDRESS:PORT"},
+    {[](const SEvidence& e) { return e.failedBecause("the reply is larger"); },
+     "the reply is far larger than any camera's", "see what it is that answers at this address"},
+    {[](const SEvidence& e) { return e.hasStatus(401, 401); },
+     "the camera refuses the user name or the password",
+     "give --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
+    {[](const SEvidence& e) { return e.hasStatus(403, 403); }, "the camera forbids this to the user",
+     "give the credentials of an administrator of the camera"},
+    {[](const SEvidence& e) { return e.hasStatus(404, 404); }, "the device does not know the request",
+     "see whether it is a camera of the plug-in's families at all; older firmware lacks some requests"},
+    {[](const SEvidence& e) { return e.hasStatus(500, 599); }, "the camera reports a fault of its own",
+     "try again in a minute; if it stays so, restart the camera"},
+    {[](const SEvidence& e) { return e.hasStatus(100, 499); },
+     "the camera answered with a status that it should not",
+     "see whether it is the camera itself that answers at this address"},
+    {[](const SEvidence& e) { return e.exchange && !e.exchange->failure.empty(); },
+     "the exchange with the camera failed", "try again, with --trace to see every exchange"},
+    {[](const SEvidence& e) {
+         return e.occasion == Occasion::Initialisation && e.isCode(RtnCode::NotSupported);
+     },
+     "the model list does not know this model",
+     "add the model to the list (--models FILE), or take a similar one with --model NUMBER; `vornhost "
+     "models` "
+     "tells which there are"},
+    {[](const SEvidence& e) { return e.occasion == Occasion::Initialisation && e.exchange.has_value(); },
+     "the camera's capability reply is empty",
+     "restart the camera; if it stays so, its firmware does not tell its capability and it cannot be used"},
+    {[](const SEvidence& e) { return e.occasion == Occasion::Identification; },
+     "what answers there is none of the plug-in's cameras",
+     "see with --log-level 2 why each family refused it; --model NUMBER takes a model without asking"},
+    {[](const SEvidence& e) { return !e.exchange && e.wantsCredentials(); }, "the device has no credentials",
+     "leave --no-credentials out, or give --user and --password-file"},
+};
+
+std::string RequestText(const SHttpExchange& exchange) {
+    return exchange.method + " http://" + exchange.address + exchange.path +
+           (exchange.body.empty() ? "" : " with " + exchange.body);
+}
+
+SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
+    SDiagnosis diagnosis;
+    const auto problem =
+        std::find_if(std::begin(Problems), std::end(Problems),
+                     [&evidence](const SProblem& candidate) { return candidate.applies(evidence); });
+    if (problem == std::end(Problems)) {
+        diagnosis.problem = evidence.error.getText().empty() ? "the call failed" : evidence.error.getText();
+    } else {
+        diagnosis.problem = problem->problem;
+        diagnosis.pluginText = evidence.error.getText();
+        diagnosis.advice = problem->advice;
+    }
+    if (evidence.exchange) {
+        const SHttpExchange& exchange = *evidence.exchange;
+        diagnosis.request = RequestText(exchange);
+        diagnosis.reply = exchange.failure.empty() ? "nothing behind the HTTP header" : exchange.failure;
+    }
+    return diagnosis;
+}
+
+// An initialisation that came to the capability failed there: other requests run beside it.
+std::optional<SHttpExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
+    if (occasion == Occasion::Initialisation)
+        if (auto capability = exchanges.lastOf(CapabilityRequest))
+            return capability;
+    return exchanges.lastFailing();
+}
+
+std::string DetailLine(const char* label, const std::string& text) {
+    return text.empty() ? "" : "  " + PadTo(label, 10) + PrintableText(text) + "\n";
+}
+
+} // namespace
+
+std::string SDiagnosis::lines(const std::string& subject) const {
+    return "vornhost: " + PrintableText(subject + ": " + problem) + "\n" + DetailLine("plug-in", pluginText) +
+           DetailLine("asked", request) + DetailLine("answered", reply) + DetailLine("try", advice);
+}
+
+SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges) {
+    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges)});
+}
+
+SDiagnosis DiagnoseExchange(const SHttpExchange& exchange) {
+    return DiagnoseEvidence({Occasion::Call, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange});
+}
+
+} // namespace corvane::vornhost

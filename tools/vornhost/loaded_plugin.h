@@ -1,0 +1,36 @@
+#pragma once
+
+#include "refhost/contexts.h"
+#include "refhost/plugin_library.h"
+#include "tools/vornhost/options.h"
+
+#include <memory>
+#include <string>
+
+namespace corvane::vornhost {
+
+// Reads the model list that the options name. Throws CFailure.
+boost::shared_ptr<device_handler::v1_0::CVornModelList> OpenModelList(const SOptions& options);
+
+// Whether text is a device's address. Throws CFailure when not.
+void RequireAddress(const std::string& text);
+
+// The plug-in with its model list and its device handler, as the recorder keeps it.
+class CLoadedPlugin {
+public:
+    // Throws CFailure.
+    explicit CLoadedPlugin(const SOptions& options);
+    ~CLoadedPlugin();
+
+    boost::shared_ptr<device_handler::v1_0::CVornModelList> models() const { return models_; }
+    const refhost::CPluginLibrary& library() const { return *library_; }
+    vorn_handler::v1_0::CVornHandler& handler() const { return *handler_; }
+
+private:
+    boost::shared_ptr<device_handler::v1_0::CVornModelList> models_;
+    std::unique_ptr<refhost::CPluginLibrary> library_;
+    std::unique_ptr<refhost::CHandlerContext> context_;
+    std::unique_ptr<vorn_handler::v1_0::CVornHandler> handler_;
+};
+
+} // namespace corvane::vornhost

@@ -1,0 +1,102 @@
+#include "refhost/log.h"
+#include "tools/vornhost/options.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/signals.h"
+#include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <memory>
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr const char* Examples =
+    R"(An ADDRESS is a host name or a dotted address, with :PORT where the camera's web port is not 80.
+`vornhost VERB --help` tells a verb's arguments; options may stand before the verb or behind it.
+
+Examples:
+  vornhost identify 192.168.0.10
+  vornhost --password-file pw.txt --user admin show 192.168.0.10
+  vornhost call 192.168.0.10 getVideoCodecCount 0
+  printf 'getUnitModelName\nsetting.GetCameraSetting CAMTITLE\n' | vornhost script 192.168.0.10
+
+Exit status: 0 every call succeeded; 1 some call failed; 2 wrong usage or a refused model list;
+3 the plug-in could not be loaded or the camera not be initialised.)";
+
+using VerbList = std::vector<std::pair<const CLI::App*, std::unique_ptr<IVerb>>>;
+
+VerbList DeclareVerbs(CLI::App& program, SOptions& options) {
+    VerbList verbs;
+    for (const SVerb& verb : Verbs()) {
+        CLI::App* const command = program.add_subcommand(verb.name, verb.summary);
+        verbs.emplace_back(command, verb.make());
+        DeclareOptions(*command, options);
+        verbs.back().second->declare(*command);
+    }
+    return verbs;
+}
+
+std::string VerbExpected(const CLI::App& program) {
+    std::vector<std::string> names;
+    for (const SVerb& verb : Verbs())
+        names.emplace_back(verb.name);
+    const std::vector<std::string> given = program.remaining();
+    return "expected a verb (" + Join(names, ", ") + ")" +
+           (given.empty() ? "" : ", not \"" + given[0] + "\"");
+}
+
+ExitStatus Run(int argc, char** argv) {
+    CLI::App program(
+        "Makes the calls that a video recorder makes on the cameras of its device-handler plug-in.",
+        "vornhost");
+    program.get_formatter()->label("SUBCOMMAND", "VERB");
+    program.get_formatter()->label("Subcommands", "Verbs");
+    program.get_formatter()->column_width(24);
+    program.footer(Examples);
+    program.set_version_flag("--version", "vornhost " VORNHOST_VERSION);
+    program.require_subcommand(1);
+    SOptions options;
+    DeclareOptions(program, options);
+    const VerbList verbs = DeclareVerbs(program, options);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& request) { // --help, --version
+        program.exit(request);
+        return ExitStatus::Success;
+    } catch (const CLI::ParseError& error) {
+        const bool verbGiven = !program.get_subcommands().empty();
+        const bool verbMissing = error.get_name() == "RequiredError" && !verbGiven;
+        throw CFailure(ExitStatus::WrongUsage,
+                       (verbMissing ? VerbExpected(program) : error.what()) + "; see `vornhost --help`");
+    }
+    refhost::SetLogLevel(options.logLevel);
+    refhost::SetTrace(options.trace);
+    for (const auto& [command, verb] : verbs)
+        if (command->parsed())
+            return verb->run(options);
+    return ExitStatus::WrongUsage;
+}
+
+int Main(int argc, char** argv) {
+    const CSignalThread signals;
+    try {
+        return static_cast<int>(Run(argc, argv));
+    } catch (const CFailure& failure) {
+        WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
+        return static_cast<int>(failure.status());
+    } catch (const std::exception& failure) {
+        WriteMessage(std::string("vornhost: unexpected failure: ") + failure.what() + "\n");
+        return static_cast<int>(ExitStatus::CallFailed);
+    }
+}
+
+} // namespace
+} // namespace corvane::vornhost
+
+int main(int argc, char** argv) {
+    return corvane::vornhost::Main(argc, argv);
+}

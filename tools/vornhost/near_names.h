@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace corvane::vornhost {
+
+// At most three of the names that the user may have meant, the likeliest first.
+std::vector<std::string> NearNames(const std::string& name, const std::vector<std::string>& names);
+
+} // namespace corvane::vornhost

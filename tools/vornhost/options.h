@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace corvane::vornhost {
+
+// The options that every verb takes.
+struct SOptions {
+    std::string pluginFile;    // empty: the one built or installed beside the program
+    std::string modelListFile; // empty: the shipped one
+    std::string modelNumber;   // empty: the camera is asked
+    std::string databaseFile;  // empty: in memory
+    std::optional<std::string> user;
+    std::optional<std::string> passwordFile;
+    bool noCredentials = false;
+    bool json = false;
+    bool trace = false;
+    bool noInitialize = false;
+    int logLevel = 3; // LogFailure; see host/log.h
+};
+
+// Declares them, for the program or for one verb.
+void DeclareOptions(CLI::App& command, SOptions& options);
+
+} // namespace corvane::vornhost

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace corvane::vornhost {
+
+// Text from a device made fit for a terminal: bytes that are no UTF-8, control characters and characters that
+// change the writing direction become U+FFFD.
+std::string PrintableText(const std::string& text);
+
+// How many columns a printable text takes: two for a wide East Asian character, none for a combining one.
+std::size_t DisplayWidth(const std::string& text);
+
+// The text with blanks up to a width.
+std::string PadTo(const std::string& text, std::size_t width);
+
+// A printable text cut into lines no wider than `width`, at blanks where there are any; at least one line.
+std::vector<std::string> Wrap(const std::string& text, std::size_t width);
+
+// The texts with a separator between them.
+std::string Join(const std::vector<std::string>& texts, const std::string& separator);
+
+} // namespace corvane::vornhost

@@ -1,0 +1,51 @@
+#include "tools/vornhost/verbs/background_calls.h"
+
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/output.h"
+
+namespace corvane::vornhost {
+
+CBackgroundCalls::~CBackgroundCalls() {
+    wait();
+}
+
+void CBackgroundCalls::start(const device_handler::v1_0::COperationRegistry& operations, const SCall& call) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        ++pending_;
+    }
+    try {
+        StartCall(operations, call, [this, call](const STimedAnswer& answer) { answered(call, answer); });
+    } catch (...) {
+        ended();
+        throw;
+    }
+}
+
+void CBackgroundCalls::answered(const SCall& call, const STimedAnswer& answer) {
+    WriteOutput(JsonLine(AnswerJson(call, answer)));
+    if (!answer.succeeded()) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        allSucceeded_ = false;
+    }
+    ended();
+}
+
+void CBackgroundCalls::ended() {
+    // Told under the lock: a waiter that sees 0 may destroy this.
+    const std::lock_guard<std::mutex> lock(mutex_);
+    --pending_;
+    changed_.notify_all();
+}
+
+void CBackgroundCalls::wait() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return pending_ == 0; });
+}
+
+bool CBackgroundCalls::allSucceeded() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return allSucceeded_;
+}
+
+} // namespace corvane::vornhost

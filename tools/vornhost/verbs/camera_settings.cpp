@@ -1,0 +1,146 @@
+#include "tools/vornhost/verbs/camera_settings.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+using nlohmann::ordered_json;
+using Reader = std::function<std::string(const std::string& key)>;
+
+ordered_json TextValue(const std::string& text) {
+    return text;
+}
+
+// "1" and "0" stand for yes and no.
+ordered_json FlagValue(const std::string& text) {
+    return text == "1" || text == "0" ? ordered_json(text == "1") : ordered_json(text);
+}
+
+ordered_json ContactValue(const std::string& text) {
+    return text == "no" ? "normally open" : text == "nc" ? "normally closed" : text;
+}
+
+struct SSetting {
+    const char* key; // in JSON
+    const char* label;
+    std::vector<const char*> names; // the first that the camera has
+    ordered_json (*value)(const std::string& text) = TextValue;
+    int codecBit = 0; // the codec that it belongs to; 0: none
+};
+
+struct SSettingGroup {
+    const char* place;
+    const char* title;
+    std::vector<SSetting> settings;
+};
+
+const SSettingGroup Groups[] = {
+    {"/settings/rtsp",
+     "RTSP",
+     {{"port", "port", {"RTSPPORT"}},
+      {"h264Stream1", "H.264 stream 1", {"H264RTSPMODE"}, FlagValue, H264Bit},
+      {"h264Stream2", "H.264 stream 2", {"H264RTSPMODE_2"}, FlagValue, H264Bit},
+      {"mpeg4Stream1", "MPEG-4 stream 1", {"RTSPMODE"}, FlagValue, Mpeg4Bit},
+      {"mpeg4Stream2", "MPEG-4 stream 2", {"RTSPMODE_2"}, FlagValue, Mpeg4Bit}}},
+    {"/settings/alarm",
+     "Alarm",
+     {{"input1", "input 1 on", {"ATRMIN"}, FlagValue},
+      {"input1Contact", "input 1 contact", {"AINMODE"}, ContactValue},
+      {"input2", "input 2 on", {"ATRMIN2"}, FlagValue},
+      {"input2Contact", "input 2 contact", {"AINMODE2"}, ContactValue},
+      {"input3", "input 3 on", {"ATRMIN3"}, FlagValue},
+      {"input3Contact", "input 3 contact", {"AINMODE3"}, ContactValue}}},
+    {"/settings/audio",
+     "Audio",
+     {{"mode", "mode", {"AUDIO"}},
+      {"bitRate", "bit rate", {"AUDIOBITRATE"}},
+      {"interval", "interval", {"AUDIOINT"}},
+      {"sensitivity", "sensitivity", {"AUDIOSENS"}}}},
+    {"/settings/image",
+     "Image",
+     {{"captureMode", "capture mode", {"IMAGESELECT"}},
+      {"aspectRatio", "aspect ratio", {"IMAGERATIO"}},
+      {"brightness", "brightness", {"BRIGHTNESS"}},
+      {"sharpness", "sharpness", {"SHARPNESS", "APERTURE"}},
+      {"saturation", "saturation", {"CHROMA"}},
+      {"whiteBalance", "white balance", {"WHITEBALANCE", "WHITEBAL"}},
+      {"backLightCompensation", "back-light compensation", {"BLC"}, FlagValue},
+      {"superDynamic", "super dynamic", {"MEGASD", "SDTHREE", "WDR"}, FlagValue},
+      {"darkCompensation", "dark compensation", {"DARKCOMP"}, FlagValue},
+      {"exposure", "exposure", {"ALCELC"}}}},
+};
+
+const std::vector<std::pair<std::string, std::string>> StreamColumns = {
+    {"stream", "STREAM"},   {"transmission", "ON"}, {"resolution", "RESOLUTION"},
+    {"frameRate", "FPS"},   {"quality", "QUALITY"}, {"keyFrameInterval", "KEY FRAMES EVERY S"},
+    {"bitRate", "BIT RATE"}};
+
+// The settings of one codec's streams, in the order of the columns behind the first; null: none.
+struct SStreamSettings {
+    const char* codec;
+    int codecBit;
+    const char* names[6];
+};
+
+constexpr SStreamSettings SecondStreamCodecs[] = {
+    {"H.264", H264Bit, {"H264", "H264SIZE", "H264NRFRAMERATE", "H264QUAL", "H264RINT", "H264BWC"}},
+    {"MPEG-4", Mpeg4Bit, {"MPEG", "MPEGSIZE", "NRFRAMERATE", "MPEGQUAL", "RINT", "MPEGBWC"}},
+};
+constexpr SStreamSettings Mjpeg = {
+    "MJPEG", MjpegBit, {nullptr, "LIVESIZE", "LIVEINT", "LIVEQUAL", nullptr, nullptr}};
+
+ordered_json Value(const SSetting& setting, const Reader& read) {
+    for (const char* name : setting.names)
+        if (const std::string value = read(name); !value.empty())
+            return setting.value(value);
+    return nullptr;
+}
+
+void AddStream(SFactTable& table, const std::string& stream, const SStreamSettings& settings,
+               const std::string& suffix, const Reader& read) {
+    std::vector<ordered_json> row{stream};
+    bool any = false;
+    for (const char* name : settings.names) {
+        const std::string value = name ? read(name + suffix) : "";
+        const bool isTransmission = row.size() == 1;
+        row.push_back(value.empty()    ? ordered_json()
+                      : isTransmission ? FlagValue(value)
+                                       : ordered_json(value));
+        any = any || !value.empty();
+    }
+    if (any)
+        table.rows.push_back(std::move(row));
+}
+
+SReportSection StreamSection(int videoInputs, long long codecBits, const Reader& read) {
+    SReportSection section{"/settings/streams", "How its streams are set", {}, {StreamColumns, {}}};
+    for (const SStreamSettings& codec : SecondStreamCodecs) {
+        if (!(codecBits & codec.codecBit))
+            continue;
+        AddStream(section.table, std::string(codec.codec) + " 1", codec, "", read);
+        AddStream(section.table, std::string(codec.codec) + " 2", codec, "_2", read);
+    }
+    AddStream(section.table, Mjpeg.codec, Mjpeg, "", read);
+    for (int input = 2; input <= videoInputs; ++input)
+        AddStream(section.table, std::string(Mjpeg.codec) + ", input " + std::to_string(input), Mjpeg,
+                  "CH" + std::to_string(input), read);
+    return section;
+}
+
+} // namespace
+
+std::vector<SReportSection> SettingSections(int videoInputs, long long codecBits, const Reader& read) {
+    std::vector<SReportSection> sections{StreamSection(videoInputs, codecBits, read)};
+    for (const SSettingGroup& group : Groups) {
+        SReportSection section{group.place, group.title, {}, {}};
+        for (const SSetting& setting : group.settings)
+            if (setting.codecBit == 0 || (codecBits & setting.codecBit))
+                section.facts.push_back({setting.key, setting.label, Value(setting, read)});
+        sections.push_back(std::move(section));
+    }
+    return sections;
+}
+
+} // namespace corvane::vornhost

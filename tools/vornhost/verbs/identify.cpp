@@ -1,0 +1,116 @@
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/credentials.h"
+#include "tools/vornhost/diagnosis.h"
+#include "tools/vornhost/loaded_plugin.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/table.h"
+#include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CDeviceId;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::COptional;
+using nlohmann::ordered_json;
+
+struct SFound {
+    CError error = CError::Success();
+    COptional<CDeviceId> device;
+    double milliseconds = 0;
+
+    bool any() const { return !error && device; }
+};
+
+std::string MillisecondsText(double milliseconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
+    return text;
+}
+
+ordered_json FoundJson(const std::string& address, const SFound& found) {
+    ordered_json json{{"address", address}, {"code", found.error.getCode()}};
+    if (found.any()) {
+        json["family"] = found.device->getFamilyName();
+        json["serialNumber"] = found.device->getSerialNumber().str();
+        json["ms"] = RoundedMilliseconds(found.milliseconds);
+    }
+    return json;
+}
+
+class CIdentify : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("ADDRESS", addresses_, "The addresses to ask, one after another")->required();
+        command.footer("Exit status 1 when there is no device at some address.\n"
+                       "Example: vornhost identify 192.168.0.10 192.168.0.11:8080");
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        std::for_each(addresses_.begin(), addresses_.end(), RequireAddress);
+        const CAuthentication authentication = CCredentials::fromOptions(options).forFamily(nullptr);
+        const CLoadedPlugin plugin(options);
+        CTable table({"ADDRESS", "FAMILY", "SERIAL NUMBER", "TIME"});
+        prepare(table, *plugin.models());
+        if (!options.json)
+            WriteOutput(table.headingLines(ColourWanted()));
+        bool allFound = true;
+        for (const std::string& address : addresses_)
+            allFound = identify(plugin, address, authentication, options.json, table) && allFound;
+        return allFound ? ExitStatus::Success : ExitStatus::CallFailed;
+    }
+
+private:
+    // Rows are printed as they become known, so the widths are settled before.
+    void prepare(CTable& table, const device_handler::v1_0::CVornModelList& models) const {
+        static constexpr std::size_t UsualSerialNumber = 16;
+        const std::size_t longestTime = MillisecondsText(9999.9).size();
+        std::size_t address = 0;
+        for (const std::string& text : addresses_)
+            address = std::max(address, DisplayWidth(text));
+        std::size_t family = 0;
+        for (const auto& known : models.getFamilies())
+            family = std::max(family, DisplayWidth(known.name));
+        table.setLeastWidth(0, address);
+        table.setLeastWidth(1, family);
+        table.setLeastWidth(2, UsualSerialNumber);
+        table.setLeastWidth(3, longestTime);
+    }
+
+    static bool identify(const CLoadedPlugin& plugin, const std::string& address,
+                         const CAuthentication& authentication, bool json, const CTable& table) {
+        const CExchangeWatch exchanges(address);
+        SFound found;
+        const auto start = std::chrono::steady_clock::now();
+        found.error = plugin.handler().queryDevice(address, found.device, authentication);
+        found.milliseconds =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        if (json)
+            WriteOutput(JsonLine(FoundJson(address, found)));
+        else
+            WriteOutput(table.lineOf({address, found.any() ? found.device->getFamilyName() : "no device",
+                                      found.any() ? found.device->getSerialNumber().str() : "",
+                                      MillisecondsText(found.milliseconds)}));
+        if (!found.any())
+            WriteMessage(Diagnose(Occasion::Identification, found.error, exchanges).lines(address));
+        return found.any();
+    }
+
+    std::vector<std::string> addresses_;
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeIdentifyVerb() {
+    return std::make_unique<CIdentify>();
+}
+
+} // namespace corvane::vornhost

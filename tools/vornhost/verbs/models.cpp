@@ -1,0 +1,74 @@
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/loaded_plugin.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/table.h"
+#include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::SModelInfo;
+using nlohmann::ordered_json;
+
+std::string StreamsText(const SModelInfo& model) {
+    std::vector<std::string> texts;
+    for (const auto& [codec, streams] : model.codecStreams)
+        texts.push_back(codec + " " + std::to_string(streams));
+    return Join(texts, ", ");
+}
+
+std::string FeaturesText(const SModelInfo& model) {
+    std::vector<std::string> texts;
+    if (model.ptz)
+        texts.emplace_back("PTZ");
+    if (!model.focus.range.empty())
+        texts.emplace_back("focus");
+    if (!model.dynamicRange.empty())
+        texts.emplace_back("dynamic range");
+    return Join(texts, ", ");
+}
+
+ordered_json ModelJson(const SModelInfo& model) {
+    return {{"number", model.number},
+            {"family", model.family},
+            {"label", model.label},
+            {"videoInputs", model.videoInputs},
+            {"audioInputs", model.audioInputs},
+            {"streams", model.codecStreams},
+            {"ptz", model.ptz.has_value()},
+            {"focus", !model.focus.range.empty()},
+            {"dynamicRange", model.dynamicRange}};
+}
+
+class CModels : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.footer("Example: vornhost models --models my-models.json");
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        const auto models = OpenModelList(options);
+        CTable table({"MODEL", "FAMILY", "LABEL", "VIDEO", "AUDIO", "STREAMS", "FEATURES"});
+        for (const auto& [number, model] : models->getModels()) {
+            if (options.json)
+                WriteOutput(JsonLine(ModelJson(model)));
+            else
+                table.addRow({number, model.family, model.label, std::to_string(model.videoInputs),
+                              std::to_string(model.audioInputs), StreamsText(model), FeaturesText(model)});
+        }
+        if (!options.json)
+            WriteOutput(table.headingLines(ColourWanted()) + table.rowLines());
+        return ExitStatus::Success;
+    }
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeModelsVerb() {
+    return std::make_unique<CModels>();
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,182 @@
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/device_session.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/script_line.h"
+#include "tools/vornhost/verbs/background_calls.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <iostream>
+#include <iterator>
+#include <thread>
+
+namespace corvane::vornhost {
+namespace {
+
+using Words = std::vector<std::string>;
+
+// Why one of the script's own lines failed.
+class CLineFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string InOneLine(const SDiagnosis& diagnosis) {
+    std::string text = diagnosis.problem;
+    for (const std::string& detail : {diagnosis.pluginText, diagnosis.request, diagnosis.reply})
+        text += detail.empty() ? "" : "; " + detail;
+    return text;
+}
+
+// The lines that are read from standard input, one after another.
+class CScriptRun {
+public:
+    explicit CScriptRun(CDeviceSession& session) : session_(session) {}
+
+    ExitStatus run() {
+        for (std::string line; std::getline(std::cin, line);) {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            runLine(line);
+        }
+        calls_.wait();
+        return allSucceeded_ && calls_.allSucceeded() ? ExitStatus::Success : ExitStatus::CallFailed;
+    }
+
+private:
+    struct SOwnLine {
+        const char* name;
+        void (CScriptRun::*run)(const Words& arguments);
+    };
+    static const SOwnLine OwnLines[];
+
+    void runLine(const std::string& text) {
+        std::string name;
+        try {
+            SScriptLine line = ReadScriptLine(text);
+            if (line.words.empty())
+                return;
+            name = line.words.front();
+            line.words.erase(line.words.begin());
+            const auto own = std::find_if(OwnLines, OwnLinesEnd(), [&name](const SOwnLine& candidate) {
+                return name == candidate.name;
+            });
+            if (own != OwnLinesEnd())
+                (this->*own->run)(line.words);
+            else
+                call({name, line.words}, line.background);
+        } catch (const CScriptLineError& error) {
+            fail(text, error.what());
+        } catch (const std::exception& error) {
+            fail(name, error.what());
+        }
+    }
+
+    static const SOwnLine* OwnLinesEnd();
+
+    void fail(const std::string& operation, const std::string& reason) {
+        WriteOutput(JsonLine(ErrorJson(operation, reason)));
+        allSucceeded_ = false;
+    }
+
+    void call(const SCall& call, bool background) {
+        RequireOperation(session_.operations(), call);
+        if (background) {
+            calls_.start(session_.operations(), call);
+            return;
+        }
+        const STimedAnswer answer = MakeCall(session_.operations(), call);
+        WriteOutput(JsonLine(AnswerJson(call, answer)));
+        allSucceeded_ = allSucceeded_ && answer.succeeded();
+    }
+
+    void sleep(const Words& arguments) {
+        static constexpr unsigned LongestSleep = 24 * 60 * 60 * 1000;
+        unsigned milliseconds = 0;
+        bool readable = arguments.size() == 1;
+        if (readable) {
+            const char* const end = arguments[0].data() + arguments[0].size();
+            const auto [stop, error] = std::from_chars(arguments[0].data(), end, milliseconds);
+            readable = error == std::errc() && stop == end && milliseconds <= LongestSleep;
+        }
+        if (!readable)
+            throw CLineFailure("expected `sleep MILLISECONDS`, from 0 to " + std::to_string(LongestSleep));
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    }
+
+    void credentials(const Words& arguments) {
+        calls_.wait();
+        if (arguments == Words{"none"})
+            session_.setCredentials(CCredentials::none());
+        else if (arguments.size() == 2 && !arguments[0].empty())
+            session_.setCredentials(CCredentials::given(arguments[0], arguments[1]));
+        else
+            throw CLineFailure("expected `credentials none` or `credentials NAME PASSWORD_FILE`");
+    }
+
+    void camera(const Words& arguments) {
+        if (arguments != Words{"new"})
+            throw CLineFailure("expected `camera new`");
+        calls_.wait();
+        if (const auto failure = session_.renewCamera())
+            throw CLineFailure(InOneLine(*failure));
+    }
+
+    CDeviceSession& session_;
+    CBackgroundCalls calls_;
+    bool allSucceeded_ = true;
+};
+
+const CScriptRun::SOwnLine CScriptRun::OwnLines[] = {
+    {"sleep", &CScriptRun::sleep},
+    {"credentials", &CScriptRun::credentials},
+    {"camera", &CScriptRun::camera},
+};
+
+const CScriptRun::SOwnLine* CScriptRun::OwnLinesEnd() {
+    return std::end(OwnLines);
+}
+
+class CScript : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("ADDRESS", address_, "The camera")->required();
+        command.footer(
+            "Standard input has one operation a line, its words split as a POSIX shell splits them; answers "
+            "are\n"
+            "JSON lines. An asynchronous operation's line that ends in & does not hold the script up.\n"
+            "Other lines:\n"
+            "  sleep MILLISECONDS              waits\n"
+            "  credentials none                the device has no credentials from here on\n"
+            "  credentials NAME PASSWORD_FILE  it has these from here on\n"
+            "  camera new                      destroys the camera object and makes another\n"
+            "  # ...                           a comment\n"
+            "Example:\n"
+            "  printf 'getCameraName 0\\nsetting.GetCameraSetting CAMTITLE\\n' | vornhost script "
+            "192.168.0.10");
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        CDeviceSession session(options, address_);
+        if (const auto failure = session.start()) {
+            WriteMessage(failure->lines(session.address()));
+            return ExitStatus::NotStarted;
+        }
+        return CScriptRun(session).run();
+    }
+
+private:
+    std::string address_;
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeScriptVerb() {
+    return std::make_unique<CScript>();
+}
+
+} // namespace corvane::vornhost

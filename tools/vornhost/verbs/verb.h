@@ -1,0 +1,42 @@
+#pragma once
+
+#include "tools/vornhost/exit_status.h"
+#include "tools/vornhost/options.h"
+
+#include <memory>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace corvane::vornhost {
+
+// What the program can be told to do.
+class IVerb {
+public:
+    virtual ~IVerb() = default;
+
+    // Declares the verb's own arguments and examples.
+    virtual void declare(CLI::App& command) = 0;
+    // Throws CFailure.
+    virtual ExitStatus run(const SOptions& options) = 0;
+};
+
+struct SVerb {
+    const char* name;
+    const char* summary;
+    std::unique_ptr<IVerb> (*make)();
+};
+
+// All verbs, in the order in which help tells them.
+const std::vector<SVerb>& Verbs();
+
+std::unique_ptr<IVerb> MakeIdentifyVerb();
+std::unique_ptr<IVerb> MakeShowVerb();
+std::unique_ptr<IVerb> MakeCallVerb();
+std::unique_ptr<IVerb> MakeScriptVerb();
+std::unique_ptr<IVerb> MakeModelsVerb();
+std::unique_ptr<IVerb> MakeOperationsVerb();
+
+} // namespace corvane::vornhost

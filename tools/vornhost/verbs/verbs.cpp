@@ -1,0 +1,17 @@
+#include "tools/vornhost/verbs/verb.h"
+
+namespace corvane::vornhost {
+
+const std::vector<SVerb>& Verbs() {
+    static const std::vector<SVerb> verbs = {
+        {"identify", "Which device is at each address", MakeIdentifyVerb},
+        {"show", "Everything the plug-in can tell about one camera, for reading", MakeShowVerb},
+        {"call", "One operation on a camera", MakeCallVerb},
+        {"script", "One operation a line on standard input, on one camera", MakeScriptVerb},
+        {"models", "What the model list holds", MakeModelsVerb},
+        {"operations", "Every operation with its arguments", MakeOperationsVerb},
+    };
+    return verbs;
+}
+
+} // namespace corvane::vornhost
