@@ -2,8 +2,7 @@ include(GoogleTest)
 find_package(GTest REQUIRED)
 
 # vorn_test(NAME SOURCES file... LIBRARIES library...): one test program; each of its tests runs in a process of
-# its own. It may start the programs of the build: their folder is in VORN_BIN, the repository's in VORN_SOURCE,
-# the plug-in's file in VORN_PLUGIN.
+# its own. It may start the programs of the build: their folder is in VORN_BIN.
 function(vorn_test NAME)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
@@ -16,8 +15,8 @@ function(vorn_test NAME)
   gtest_discover_tests(${NAME}
     DISCOVERY_MODE PRE_TEST
     PROPERTIES
-      TIMEOUT 300
-      ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin;VORN_SOURCE=${PROJECT_SOURCE_DIR};VORN_PLUGIN=${CMAKE_BINARY_DIR}/lib/libpanasonic_handler.so")
+      TIMEOUT 900
+      ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
   foreach(source ${TEST_SOURCES})
     cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
     set_property(GLOBAL APPEND PROPERTY VORN_TEST_SOURCES ${source})

@@ -39,8 +39,8 @@ public:
     // A handle that has talked to this very peer, the one used last of several; empty when there is none.
     CCurlHandle take(const SHttpPeer& peer);
 
-    // Keeps the handle. What exceeds the bounds (2 for one device; for all of them 4096, or what takes half of
-    // the files that the process may have open) is closed, the handles used longest ago first.
+    // Keeps the handle. What exceeds the bounds (2 for one device; for all of them 4096, or what takes half
+    // of the files that the process may have open) is closed, the handles used longest ago first.
     void giveBack(const SHttpPeer& peer, CCurlHandle handle);
 
 private:

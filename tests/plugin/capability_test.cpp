@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <functional>
 #include <random>
 #include <sstream>
@@ -221,21 +220,24 @@ TEST(Capability, AlarmInputsAreCountedByThePlainRule) {
     EXPECT_EQ(count, 0);
 }
 
-TEST(Capability, HostileTextsAreAnsweredInReasonableTime) {
+// A search that begins anew for each terminal would not end within the test's time limit.
+TEST(Capability, HostileTextsAreAnswered) {
+#ifdef __SANITIZE_THREAD__
+    constexpr int Terminals = 5'000; // its memmem reads the whole text at each call
+#else
+    constexpr int Terminals = 400'000;
+#endif
     std::string manyTerminals = Lines({"peripheral.io.number=2147483647"});
-    for (int i = 1; i <= 50'000; ++i)
+    for (int i = 1; i <= Terminals; ++i)
         manyTerminals += "video_server.peripheral.io.trm" + std::to_string(i) + "=x";
     std::string prefixes;
     while (prefixes.size() < 4'000'000)
         prefixes += "video_server.image.h264.resolution_each_mode.";
-    const auto start = std::chrono::steady_clock::now();
     int count = -1;
     EXPECT_TRUE(C(manyTerminals).IsDryContactSupported(count));
     EXPECT_EQ(count, -1);
     EXPECT_THAT(C(prefixes).getResolutionForCodec(prefixes, H264, 0), IsEmpty());
     EXPECT_EQ(C("video_server.image.mode=" + std::string(1'000'000, ',')).getImageMode().size(), 1'000'001u);
-    // Sanitizers slow this to a few seconds; a quadratic search takes minutes.
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 } // namespace

@@ -63,6 +63,9 @@ TEST(Exports, TheFactoryMakesIndependentObjects) {
     const auto camera = plugin.createCamera(device, "127.0.0.1", context.getModelList(), "A10");
     EXPECT_NE(camera, plugin.createCamera(device, "127.0.0.1", context.getModelList(), "A10"));
     EXPECT_EQ(camera->testAuthentication().getOrigin(), 3); // likewise
+    CString model;
+    EXPECT_FALSE(camera->getUnitModelName(model));
+    EXPECT_EQ(model, CString("A10"));
     const auto controller = plugin.createController(*device, "127.0.0.1", "A10", context.getModelList());
     EXPECT_EQ(controller->getAddress(), "127.0.0.1");
     EXPECT_EQ(controller->getModelInfo()->number, "A10");

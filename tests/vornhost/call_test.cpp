@@ -4,10 +4,8 @@ namespace corvane::vornhost_test {
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 constexpr const char* ModelQuery = "/cgi-bin/getinfo?FILE=1";
 

@@ -42,6 +42,7 @@ TEST(Ending, ASignalEndsAWaitingScript) {
     program.write("getCameraName 0\n");
     program.readLine();
     program.signal(SIGTERM);
+    program.awaitSignalTaken();
     program.awaitSignalTaken(); // the end of the input would end the script too
     EXPECT_EQ(program.wait().status, -SIGTERM);
 }
@@ -59,6 +60,22 @@ TEST(Ending, NoLineIsHalfWritten) {
         EXPECT_EQ(run.status, -SIGINT);
         ASSERT_FALSE(run.out.empty());
         EXPECT_EQ(run.out.back(), '\n');
+    }
+}
+
+TEST(Ending, QueriesThatAreStillEndingDoNotDisturbIt) {
+    const CCamsim camsim;
+    for (int milliseconds = 0; milliseconds < 40; ++milliseconds) {
+        camsim.erase("/faults");
+        // The family that is not asked first comes back about when the program ends.
+        camsim.post("/faults", {{"path", "/cgi-bin/getinfo*"},
+                                {"kind", "delay"},
+                                {"unauthorized", true},
+                                {"ms", milliseconds},
+                                {"skip", 1},
+                                {"count", 1}});
+        const SRun run = Vornhost({"identify", "--json", camsim.address()});
+        EXPECT_EQ(run.status, 0) << milliseconds << " ms: " << run.err;
     }
 }
 

@@ -173,8 +173,8 @@ std::optional<std::string> readFromDisk(const std::filesystem::path& path) {
 } // namespace
 
 Capability::Capability(Entries entries) : text_(joinLines(entries)) {
-    for (auto& [key, value] : entries)
-        values_.emplace(std::move(key), std::move(value));
+    for (auto& entry : entries)
+        values_.emplace(std::move(entry.first), std::move(entry.second));
 }
 
 std::optional<std::vector<std::string>> Capability::list(const std::string& key) const {

@@ -10,7 +10,7 @@ namespace camsim {
 namespace {
 
 constexpr size_t ordinaryGarbage = 64;
-constexpr size_t readerBlock = 16 * 1024;
+constexpr size_t readerBlock = 16384;
 
 MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
     const MHD_Result result = MHD_queue_response(connection, status, response);
@@ -158,7 +158,7 @@ MHD_Result reset(const Fault&, const HttpReply&, FaultScene scene, std::optional
     setsockopt(scene.fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
     sockaddr nobody{};
     nobody.sa_family = AF_UNSPEC;
-    connect(scene.fd, &nobody, sizeof nobody);
+    (void)connect(scene.fd, &nobody, sizeof nobody);
     return MHD_NO;
 }
 

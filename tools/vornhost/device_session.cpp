@@ -127,9 +127,13 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     if (options_.noInitialize)
         return std::nullopt;
     exchanges_.takeFailing();
-    if (const CError error = camera_->initialize(); error)
-        return Diagnose(Occasion::Initialisation, error, exchanges_);
-    return std::nullopt;
+    CError error = camera_->initialize();
+    if (!error)
+        return std::nullopt;
+    // The initialisation only says that it failed; without credentials the test tells why, and sends nothing.
+    if (!context_->getAuthentication().isSet())
+        error = camera_->testAuthentication();
+    return Diagnose(Occasion::Initialisation, error, exchanges_);
 }
 
 } // namespace corvane::vornhost

@@ -81,16 +81,16 @@ ExitStatus Run(int argc, char** argv) {
     return ExitStatus::WrongUsage;
 }
 
-int Main(int argc, char** argv) {
+ExitStatus Main(int argc, char** argv) {
     const CSignalThread signals;
     try {
-        return static_cast<int>(Run(argc, argv));
+        return Run(argc, argv);
     } catch (const CFailure& failure) {
         WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
-        return static_cast<int>(failure.status());
+        return failure.status();
     } catch (const std::exception& failure) {
         WriteMessage(std::string("vornhost: unexpected failure: ") + failure.what() + "\n");
-        return static_cast<int>(ExitStatus::CallFailed);
+        return ExitStatus::CallFailed;
     }
 }
 
@@ -98,5 +98,5 @@ int Main(int argc, char** argv) {
 } // namespace corvane::vornhost
 
 int main(int argc, char** argv) {
-    return corvane::vornhost::Main(argc, argv);
+    corvane::vornhost::EndProcess(corvane::vornhost::Main(argc, argv));
 }

@@ -1,16 +1,20 @@
 #include "tools/vornhost/output.h"
 
 #include "refhost/log.h"
-#include "tools/vornhost/exit_status.h"
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <mutex>
 #include <pthread.h>
 #include <unistd.h>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace corvane::vornhost {
 namespace {
@@ -59,6 +63,14 @@ void WriteOutput(const std::string& lines) {
 
 void WriteMessage(const std::string& lines) {
     WriteAll(STDERR_FILENO, refhost::MaskSecrets(lines));
+}
+
+void EndProcess(ExitStatus status) {
+    std::cout.flush(); // help and version come this way
+#ifdef __SANITIZE_ADDRESS__
+    __lsan_do_leak_check(); // what the ordinary end would have done
+#endif
+    std::_Exit(static_cast<int>(status));
 }
 
 void DieBySignal(int signal) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/vornhost/exit_status.h"
+
 #include <string>
 
 namespace corvane::vornhost {
@@ -11,6 +13,10 @@ void WriteOutput(const std::string& lines);
 
 // Writes whole lines to standard error, secrets masked.
 void WriteMessage(const std::string& lines);
+
+// Ends the process once all that it made is destroyed. Queries that the handler has given up may still be
+// ending on threads that nobody joins, so nothing that they use, such as libraries' own data, is taken down.
+[[noreturn]] void EndProcess(ExitStatus status);
 
 // Ends the process by the signal's default action, once no output line is half written (a writer whose
 // reader does not read is not waited for longer than half a second). Callable from any thread.

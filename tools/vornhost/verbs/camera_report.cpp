@@ -31,7 +31,9 @@ std::string StreamName(const char* codec, int streams, int stream) {
 
 // A text or a list of texts as a fact's value; null for an empty one.
 ordered_json OrNull(const ordered_json& value) {
-    return value.empty() || value == "" || value == ordered_json{""} ? ordered_json() : value;
+    static const ordered_json AnEmptyText = "";
+    static const ordered_json OnlyAnEmptyText = ordered_json::array({AnEmptyText});
+    return value.empty() || value == AnEmptyText || value == OnlyAnEmptyText ? ordered_json() : value;
 }
 
 class CReporter {
@@ -58,6 +60,7 @@ private:
             model.empty() ? nullptr : session_.plugin().handler().getModelInfo(model);
         inputs_ = known ? known->videoInputs : 1;
         std::vector<std::string> titles;
+        titles.reserve(static_cast<std::size_t>(inputs_));
         for (int input = 0; input < inputs_; ++input)
             titles.push_back(firstValue("getCameraName", {std::to_string(input)}));
         const bool untitled =
