@@ -19,10 +19,11 @@ namespace corvane::vorn_utility::v1_0 {
 // - `delimiters`: the characters, each of which ends a value in the reply.
 //
 // A reply counts as success when its HTTP status is 200. Otherwise the outputs are left unchanged and the
-// result is
+// result is one of
 //
-//   (NotAccessible, Device)         no HTTP status: not resolved, refused, timed out, cut, not HTTP, too
-//   large (AuthenticationFailed, Device)  401 (OperationFailed, Device)       any other status
+// - (NotAccessible, Device) without a status: not resolved, refused, timed out, cut, no HTTP, too large;
+// - (AuthenticationFailed, Device) for 401;
+// - (OperationFailed, Device) for any other status
 //
 // with a text that says what happened ("HTTP status 404 Not Found", "timed out after 4 s", "connection
 // refused"). Replies are bounded (16 MiB); redirects are not followed. Every operation may be called from any
