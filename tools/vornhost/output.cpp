@@ -6,10 +6,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <mutex>
 #include <pthread.h>
+#include <system_error>
 #include <unistd.h>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -55,8 +55,8 @@ void WriteOutput(const std::string& lines) {
     if (failure == EPIPE)
         EndByDefaultAction(SIGPIPE);
     if (failure != 0) {
-        WriteMessage(std::string("vornhost: standard output cannot be written: ") + std::strerror(failure) +
-                     "\n");
+        WriteMessage(std::string("vornhost: standard output cannot be written: ") +
+                     std::generic_category().message(failure) + "\n");
         std::_Exit(static_cast<int>(ExitStatus::CallFailed));
     }
 }
