@@ -102,10 +102,35 @@ void RegisterCapability(COperationRegistry& registry,
                  boost::function<bool(const std::string&, const std::string&)>(SortResolutions));
 }
 
+void RegisterVideo(COperationRegistry& registry, CPanasonicCamera* camera) {
+    using C = CPanasonicCamera;
+    registry.add("IsH264OrMPEG4Supported", camera, &C::IsH264OrMPEG4Supported, {});
+    registry.add("GetH264Mpeg4Mode", camera, &C::GetH264Mpeg4Mode, {});
+    registry.add("GetH264Mpeg4TransmissionMode", camera, &C::GetH264Mpeg4TransmissionMode, {"id"});
+    registry.add("SetupStreamTransmition", camera, &C::SetupStreamTransmition, {"id"});
+    registry.add("GetImageMode", camera, &C::GetImageMode, {});
+    registry.add<CPanasonicCamera, C, CError, int, int, VideoCodec, std::vector<CString>&, CVAPI_VALUE_TYPE&,
+                 const std::string&>("getVideoCodecKeyFrameIntervalRange", camera,
+                                     &C::getVideoCodecKeyFrameIntervalRange,
+                                     {"channel", "stream", "codec", "frameRate"});
+    registry.add("getVideoCodecFpsCurrentValue", camera, &C::getVideoCodecFpsCurrentValue,
+                 {"channel", "stream", "codec"});
+    registry.add("getVideoCodecParameters", camera, &C::getVideoCodecParameters, {"id"});
+    registry.add("convertVideoCodecToNvr", camera, &C::convertVideoCodecToNvr, {"id", "camera"});
+    registry.add("convertVideoCodecToCamera", camera, &C::convertVideoCodecToCamera, {"id", "recorder"});
+    registry.add("isSameVideoCodecParameters", camera, &C::isSameVideoCodecParameters,
+                 {"id", "recorder", "camera"});
+    registry.add("setVideoCodecToCamera", camera, &C::setVideoCodecToCamera,
+                 {"channel", "stream", "codec", "recorder"});
+    registry.add("checkVideoCodecSetting", camera, &C::checkVideoCodecSetting,
+                 {"channel", "codec", "property", "value"});
+}
+
 } // namespace
 
 void CPanasonicCamera::registerOperations(COperationRegistry& registry) {
     CVornCamera::registerOperations(registry);
+    RegisterVideo(registry, this);
     RegisterSetting(registry, setting);
     RegisterCapability(registry, capability);
 }

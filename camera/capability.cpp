@@ -1,19 +1,22 @@
 #include "camera/capability.h"
 
+#include "camera/numbers.h"
+#include "camera/stream_tables.h"
+
 #include "host/text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
-#include <limits>
 #include <map>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::COptional;
+using device_handler::v1_0::FindCodecName;
+using device_handler::v1_0::SVideoCodecName;
+using device_handler::v1_0::VideoCodecNames;
 
 namespace {
 
@@ -58,58 +61,19 @@ std::vector<std::string> ListOf(std::string_view text, const std::string& key) {
     return value ? SplitList(*value) : std::vector<std::string>();
 }
 
-// Reads as a stream's extraction does: blanks skipped, a sign, up to the first character that is no digit; 0
-// where there is no number, the nearest representable number for one that is too large, and a negative number
-// without a sign counted down from the largest.
-template <class Number>
-Number ReadNumber(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    const bool isNegative = text.substr(0, 1) == "-";
-    if (isNegative || text.substr(0, 1) == "+")
-        text.remove_prefix(1);
-    unsigned long long magnitude = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), magnitude).ec ==
-        std::errc::result_out_of_range)
-        magnitude = std::numeric_limits<unsigned long long>::max();
-
-    using Limits = std::numeric_limits<Number>;
-    const bool isBelowZero = Limits::is_signed && isNegative;
-    if (magnitude > static_cast<unsigned long long>(Limits::max()) + (isBelowZero ? 1 : 0))
-        return isBelowZero ? Limits::min() : Limits::max();
-    return static_cast<Number>(isNegative ? 0 - magnitude : magnitude);
-}
-
 int NumberOf(std::string_view text, const std::string& key) {
     const COptional<std::string_view> value = ValueOf(text, key);
     return value ? ReadNumber<int>(*value) : 0;
 }
 
-// What a codec's keys are made of. The second stream of a codec that has one carries "-2".
-struct SCodecKeys {
-    VideoCodec codec;
-    const char* name;
-    bool isStreamCoded; // MPEG-4 and H.264: a second stream, key frames and bandwidths
-};
-
-constexpr SCodecKeys CodecKeys[] = {
-    {VideoCodec::Mjpeg, "mjpeg", false},
-    {VideoCodec::Mpeg4, "mpeg4", true},
-    {VideoCodec::H264, "h264", true},
-};
-
-const SCodecKeys* KeysOf(VideoCodec codec) {
-    for (const SCodecKeys& keys : CodecKeys)
-        if (keys.codec == codec)
-            return &keys;
-    return nullptr;
+bool HasSecondStream(VideoCodec codec) {
+    return FindCodedFamily(codec) != nullptr;
 }
 
-constexpr int FirstStream = 0;
-
 // "video_server.image.h264-2." followed by the property.
-std::string ImageKey(const SCodecKeys& keys, int stream, const std::string& property) {
-    const char* second = keys.isStreamCoded && stream != FirstStream ? "-2" : "";
-    return std::string("video_server.image.") + keys.name + second + "." + property;
+std::string ImageKey(const SVideoCodecName& codec, int stream, const std::string& property) {
+    const char* second = HasSecondStream(codec.codec) && stream != FirstStream ? "-2" : "";
+    return std::string("video_server.image.") + codec.name + second + "." + property;
 }
 
 unsigned WidthOf(const std::string& resolution) {
@@ -161,22 +125,22 @@ std::vector<std::string> CPanasonicCapability::getImageMode() const {
 int CPanasonicCapability::getVideoCodecsSupported() const {
     int supported = 0;
     for (const std::string& format : ListOf(text_, "video_server.image.format="))
-        for (const SCodecKeys& keys : CodecKeys)
-            if (format == keys.name)
-                supported |= 1 << static_cast<int>(keys.codec);
+        for (const SVideoCodecName& codec : VideoCodecNames)
+            if (format == codec.name)
+                supported |= 1 << static_cast<int>(codec.codec);
     return supported;
 }
 
 std::vector<std::string> CPanasonicCapability::getResolutionForCodec(const std::string& mode,
                                                                      VideoCodec codec, int stream) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    if (!keys)
+    const SVideoCodecName* name = FindCodecName(codec);
+    if (!name)
         return {};
     COptional<std::string_view> value;
     if (!mode.empty())
-        value = ValueOf(text_, ImageKey(*keys, stream, "resolution_each_mode." + mode + "="));
+        value = ValueOf(text_, ImageKey(*name, stream, "resolution_each_mode." + mode + "="));
     if (!value)
-        value = ValueOf(text_, ImageKey(*keys, stream, "resolution="));
+        value = ValueOf(text_, ImageKey(*name, stream, "resolution="));
     if (!value)
         return {};
     std::vector<std::string> resolutions = SplitList(*value);
@@ -185,37 +149,37 @@ std::vector<std::string> CPanasonicCapability::getResolutionForCodec(const std::
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecFrameRate(VideoCodec codec, int stream) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    return keys ? ListOf(text_, ImageKey(*keys, stream, "framerate=")) : std::vector<std::string>();
+    const SVideoCodecName* name = FindCodecName(codec);
+    return name ? ListOf(text_, ImageKey(*name, stream, "framerate=")) : std::vector<std::string>();
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecIInterval(VideoCodec codec, int stream) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    if (!keys || !keys->isStreamCoded)
+    const SVideoCodecName* name = FindCodecName(codec);
+    if (!name || !HasSecondStream(codec))
         return {};
-    return ListOf(text_, ImageKey(*keys, stream, "i_interval="));
+    return ListOf(text_, ImageKey(*name, stream, "i_interval="));
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecQuality(VideoCodec codec) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    return keys ? ListOf(text_, ImageKey(*keys, FirstStream, "quality=")) : std::vector<std::string>();
+    const SVideoCodecName* name = FindCodecName(codec);
+    return name ? ListOf(text_, ImageKey(*name, FirstStream, "quality=")) : std::vector<std::string>();
 }
 
 std::string CPanasonicCapability::getMaxFrameRate(VideoCodec codec, int stream,
                                                   const std::string& mode) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    if (mode.empty() || !keys)
+    const SVideoCodecName* name = FindCodecName(codec);
+    if (mode.empty() || !name)
         return DefaultMaxFrameRate;
     const COptional<std::string_view> value =
-        ValueOf(text_, ImageKey(*keys, stream, "max_framerate." + mode + "="));
+        ValueOf(text_, ImageKey(*name, stream, "max_framerate." + mode + "="));
     return value ? std::string(*value) : DefaultMaxFrameRate;
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecBandwidth(VideoCodec codec) const {
-    const SCodecKeys* keys = KeysOf(codec);
-    if (!keys || !keys->isStreamCoded)
+    const SVideoCodecName* name = FindCodecName(codec);
+    if (!name || !HasSecondStream(codec))
         return {};
-    return ListOf(text_, ImageKey(*keys, FirstStream, "bandwidth="));
+    return ListOf(text_, ImageKey(*name, FirstStream, "bandwidth="));
 }
 
 bool CPanasonicCapability::IsDryContactSupported(int& count) const {

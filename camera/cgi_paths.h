@@ -6,11 +6,31 @@ namespace corvane::panasonic_camera::cgi {
 inline constexpr const char* Setdata = "/cgi-bin/setdata";
 inline constexpr const char* Getinfo = "/cgi-bin/getinfo";
 inline constexpr const char* GetCapability = "/cgi-bin/get_capability";
+inline constexpr const char* SetMpeg = "/cgi-bin/set_mpeg";
+inline constexpr const char* SetMpegSecond = "/cgi-bin/set_mpeg_2";
+inline constexpr const char* SetH264 = "/cgi-bin/set_h264";
+inline constexpr const char* SetH264Second = "/cgi-bin/set_h264_2";
+inline constexpr const char* SetJpeg = "/cgi-bin/set_jpeg";
+inline constexpr const char* SetRtsp = "/cgi-bin/set_rtsp";
+inline constexpr const char* Absctrl = "/cgi-bin/absctrl";
+inline constexpr const char* AbsgetPosition = "/cgi-bin/absget?page=12345";
+inline constexpr const char* Camctrl = "/cgi-bin/camctrl";
+inline constexpr const char* Directctrl = "/cgi-bin/directctrl";
+inline constexpr const char* Camposiset = "/cgi-bin/camposiset";
+inline constexpr const char* SetPatrol = "/cgi-bin/set_patrol";
 inline constexpr const char* Initial = "/cgi-bin/initial";
 
 // The bodies of Initial. The camera obeys them only with this token.
 inline constexpr const char* InitialReboot = "cmd=reset&Randomnum=5D21A7C03E8F4B69";
 inline constexpr const char* InitialFactoryReset = "cmd=all&Randomnum=5D21A7C03E8F4B69";
+
+// The bodies of SetMpeg, SetH264 and SetRtsp that switch streams on and off. Frame priority goes with
+// transmission; RTSP goes on for both streams of a family, on its standard port.
+inline constexpr const char* Mpeg4TransmitOn = "mpeg_transmit=1&f_priority=1";
+inline constexpr const char* Mpeg4TransmitOff = "mpeg_transmit=0";
+inline constexpr const char* H264TransmitOn = "h264_transmit=1&f_priority=1";
+inline constexpr const char* Mpeg4RtspOn = "rtsp_mode=1&rtsp_mode2=1&rtsp_port=554";
+inline constexpr const char* H264RtspOn = "h264_rtsp_mode=1&h264_rtsp_mode2=1&rtsp_port=554";
 
 // How the framework's CGI helpers are asked: any authentication scheme that the camera offers, and the
 // characters that end a value in a reply.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/error.h"
+#include "host/video.h"
 
 // The plug-in's errors: each code, origin and text once.
 namespace corvane::panasonic_camera::errors {
@@ -22,9 +23,55 @@ inline CError deviceDbUnavailable() {
     return {RtnCode::DeviceDbUnavailable, Origin::Handler, "unable to create device DB proxy"};
 }
 
-// The camera object has no settings yet.
+// The camera object has no settings yet, or the stream no settings keys.
 inline CError noSettings() {
     return {RtnCode::NotSet, Origin::Handler, "property not found"};
+}
+
+// A camera with two codec families does not say which one it runs.
+inline CError streamModeUnknown() {
+    return {RtnCode::NotAccessible, Origin::Handler, "property not found"};
+}
+
+// Queries of a codec's settings.
+inline CError deviceNotAccessible() {
+    return {RtnCode::NotAccessible, Origin::General, "Device not accessible"};
+}
+inline CError deviceAccessFailed() {
+    return {RtnCode::NotAccessible, Origin::Handler, "Device access failed"};
+}
+inline CError wrongCodec() {
+    return {RtnCode::NotAccessible, Origin::Handler, "Wrong parameter passed- Codec Information"};
+}
+inline CError bitRateNotSupported() {
+    return {RtnCode::NotSupported, Origin::Handler, "VideoCodecBitRate property is not supported"};
+}
+inline CError qualityNotSupported() {
+    return {RtnCode::NotSupported, Origin::Handler,
+            "VideoCodecQuality property is not supported for an H.264 stream"};
+}
+inline CError bitRateControlNotSupported() {
+    return {RtnCode::NotSupported, Origin::Handler, "VideoCodecBitrateControl property is not supported"};
+}
+inline CError mpeg4NotInMode() {
+    return {RtnCode::NotSupported, Origin::Handler,
+            "MPEG-4 stream does not support the current image ratio or resolution"};
+}
+inline CError bitRateOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "VideoCodecBitRate out of range"};
+}
+
+// Pan, tilt and zoom.
+inline CError positionOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "PtzPosition out of range"};
+}
+inline CError featureNotSupported() {
+    return {RtnCode::NotSupported, Origin::General, "Not supported feature"};
+}
+
+// Not a failure: the recorder's record now holds what the camera accepted.
+inline CError needWriteBack() {
+    return {RtnCode::OperationFailed, Origin::Handler, vorn_camera_base::v1_0::NeedWriteBack};
 }
 
 // A POST that did not end in status 200; the code tells no status, 401, and any other apart.

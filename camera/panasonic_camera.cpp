@@ -109,11 +109,20 @@ CError CPanasonicCamera::getInterfaceMac(int /*interfaceIndex*/, CString& mac) {
 CError CPanasonicCamera::getCameraName(int index, std::vector<CString>& name) {
     const std::string key =
         index < 1 ? "CAMTITLE" : boost::str(boost::format("CAMTITLE%1%") % (static_cast<long>(index) + 1));
-    const CString title = setting ? setting->GetCameraSetting(key) : std::string();
+    const CString title = cameraSetting(key);
     name.push_back(title);
     name.push_back(title);
     name.emplace_back(TitleMaxLength);
     return CError::Success();
+}
+
+std::string CPanasonicCamera::cameraSetting(const std::string& key) const {
+    return setting ? setting->GetCameraSetting(key) : std::string();
+}
+
+const CPanasonicCapability& CPanasonicCamera::capabilityOrNone() const {
+    static const CPanasonicCapability none{std::string()};
+    return capability ? *capability : none;
 }
 
 CError CPanasonicCamera::rebootDevice() {

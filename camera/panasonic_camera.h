@@ -12,9 +12,13 @@
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::COperationRegistry;
+using device_handler::v1_0::COptional;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::CVornModelList;
+using handler_impl::SVideoStreamId;
+using vorn_camera_base::v1_0::CVAPI_VALUE_TYPE;
 using vorn_camera_base::v1_0::CVornCamera;
+using vorn_camera_base::v1_0::SVornVidValsInDb;
 
 // A Panasonic network camera or encoder. Before `customInitialize` has made the settings, identity operations
 // answer empty texts and commands fail with (16, 3, "property not found").
@@ -54,14 +58,193 @@ public:
     CError rebootDevice() override;
     CError resetToFactoryDefaults() override;
 
+    // --- Video. The codec slots of an input: 0 is the family that the camera runs, MPEG-4 or H.264
+    // ("STREAMMODE" where it has both), 1 is MJPEG. Stream 1 is the camera's second stream of a codec, any
+    // other its first.
+
+    // Whether the family that the camera runs is transmitted ("MPEG", "H264").
+    bool IsH264OrMPEG4Supported();
+    // 0: neither MPEG-4 nor H.264; 2: both, with H.264 running; 1 otherwise.
+    int GetH264Mpeg4Mode();
+    // Whether a stream must still be switched on, its transmission or its frame-rate priority being "0": 0
+    // when not, else 1 for the first stream and 2 for the second.
+    int GetH264Mpeg4TransmissionMode(SVideoStreamId& id);
+    // Switches a stream's transmission and RTSP delivery on where they are off: "/cgi-bin/set_mpeg",
+    // "/cgi-bin/set_h264" or their "_2", and "/cgi-bin/set_rtsp". For MJPEG it switches MPEG-4 off on a
+    // camera that cannot run both. Whatever the camera answers, a success; the cache is not reloaded.
+    CError SetupStreamTransmition(SVideoStreamId& id);
+    // The image-capture mode as the capability's keys name it ("1_3m_r16_9"): from "IMAGESELECT",
+    // "IMAGERATIO" and "IMAGESVGA".
+    std::string GetImageMode();
+
+    CError getVideoCodecProperties(int channel, std::vector<CString>& names) override;
+    CError getVideoCodecCount(int channel, CString& count) override;
+    // An index or a camera without a codec leaves `id` unchanged. Fails with (7, 3, "property not found")
+    // when the camera does not say which family it runs.
+    CError getVideoCodecId(int channel, int index, CString& id) override;
+    // The smaller of the recorder's and the camera's.
+    CError getVideoCodecMaxStreams(int channel, VideoCodec codec, CString& max) override;
+    // Recorder stream n is camera stream n, as far as the camera has one.
+    int mapVideoStreamToActualCameraStream(SVideoStreamId id, int& cameraStream) override;
+    int findAssociatedStream(SVideoStreamId id) override;
+
+    // Ranges come from the capability, filtered by the image-capture mode; each is read anew. Resolutions and
+    // frame rates fail with (7, 0, "Device not accessible") when there is no mode or no resolution.
+    CError getVideoCodecResolutionRange(int channel, int stream, VideoCodec codec,
+                                        std::vector<CString>& range, CVAPI_VALUE_TYPE& type) override;
+    CError getVideoCodecBitRateRange(int channel, int stream, VideoCodec codec, std::vector<CString>& range,
+                                     CVAPI_VALUE_TYPE& type) override;
+    CError getVideoCodecQualityRange(int channel, int stream, VideoCodec codec, std::vector<CString>& range,
+                                     CVAPI_VALUE_TYPE& type) override;
+    CError getVideoCodecFrameRateRange(int channel, int stream, VideoCodec codec, std::vector<CString>& range,
+                                       CVAPI_VALUE_TYPE& type) override;
+    // In frames, at the camera's current frame rate.
+    CError getVideoCodecKeyFrameIntervalRange(int channel, int stream, VideoCodec codec,
+                                              std::vector<CString>& range, CVAPI_VALUE_TYPE& type) override;
+    // In frames, at `frameRate` frames per second in decimal; none for a frame rate that cannot be read.
+    CError getVideoCodecKeyFrameIntervalRange(int channel, int stream, VideoCodec codec,
+                                              std::vector<CString>& range, CVAPI_VALUE_TYPE& type,
+                                              const std::string& frameRate);
+    CError getVideoCodecBitRateControlRange(int channel, int stream, VideoCodec codec,
+                                            std::vector<CString>& range, CVAPI_VALUE_TYPE& type) override;
+    CError getVideoCodecResolutionList(int channel, VideoCodec codec, std::vector<CString>& list) override;
+
+    CError getVideoCodecResolutionDefault(int channel, int stream, VideoCodec codec,
+                                          std::string& value) override;
+    CError getVideoCodecBitRateDefault(int channel, int stream, VideoCodec codec,
+                                       std::string& value) override;
+    CError getVideoCodecQualityDefault(int channel, int stream, VideoCodec codec,
+                                       std::string& value) override;
+    CError getVideoCodecFrameRateDefault(int channel, int stream, VideoCodec codec,
+                                         std::string& value) override;
+    CError getVideoCodecKeyFrameIntervalDefault(int channel, int stream, VideoCodec codec,
+                                                std::string& value) override;
+    CError getVideoCodecBitRateControlDefault(int channel, int stream, VideoCodec codec,
+                                              std::string& value) override;
+
+    // The frame rate that the camera runs now: "LIVEINT", "NRFRAMERATE" or "H264NRFRAMERATE" with its stream
+    // or channel. Fails with (7, 3, "Device access failed") when the camera does not report it.
+    CError getVideoCodecFpsCurrentValue(int channel, int stream, VideoCodec codec, std::string& fps);
+
+    // A stream's settings as the camera reports them, in its own form: the resolution as a width, MJPEG
+    // quality from 0 to 10 where less is better, MPEG-4 quality as a word, the key-frame interval in seconds.
+    // Fails with (16, 3, "property not found") for an unknown codec.
+    CError getVideoCodecParameters(SVideoStreamId id, SVornVidValsInDb& camera);
+    // Between the two forms. Only fields that are set, and can be read, change the output.
+    void convertVideoCodecToNvr(const SVideoStreamId& id, const SVornVidValsInDb& camera,
+                                SVornVidValsInDb& recorder);
+    void convertVideoCodecToCamera(const SVideoStreamId& id, const SVornVidValsInDb& recorder,
+                                   SVornVidValsInDb& camera);
+    // Compares what the camera reports; bit-rate control takes no part.
+    bool isSameVideoCodecParameters(SVideoStreamId id, const SVornVidValsInDb& recorder,
+                                    const SVornVidValsInDb& camera);
+    // Sends the recorder's record with one request ("/cgi-bin/set_jpeg", "set_mpeg", "set_h264" or their
+    // "_2"); MPEG-4 and H.264 quality and bit rate are never sent. Fails with (16, 3, "property not found")
+    // and as the request does.
+    CError setVideoCodecToCamera(int channel, int stream, VideoCodec codec, const SVornVidValsInDb& recorder);
+    CError syncVideoCodecProperties(SVornVidValsInDb& recorder, SVideoStreamId id) override;
+
+    // After the base's, these copy the value to every input of a device whose inputs share one encoder. A bit
+    // rate must be one of its range: (15, 3, "VideoCodecBitRate out of range").
+    CError setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value) override;
+    CError setVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString value) override;
+    CError setVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString value) override;
+    CError setVideoCodecQuality(int channel, int stream, VideoCodec codec, CString value) override;
+    CError setVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString value) override;
+    // That copying; `property` is one of video_property. Nothing for MJPEG and unknown codecs.
+    CError checkVideoCodecSetting(int channel, VideoCodec codec, const std::string& property,
+                                  const std::string& value);
+
+    // --- Pan, tilt, zoom. Requests carry the input counted from 1 ("&ch=") where they carry it. Without
+    // settings each fails with (16, 3, "property not found"), otherwise as its request does.
+
+    // Speeds from 1 to 100, linearly over the camera's range, whose minimum counts as 1 when it is lower;
+    // speeds above 100 are 100, below 1 they may leave the range.
+    int ToCameraPanSpeed(int speed) override;
+    int ToCameraTiltSpeed(int speed) override;
+    int ToCameraZoomSpeed(int speed) override;
+    int ToNvrPanSpeed(int speed) override; // a camera's speed is never converted back
+    int ToNvrTiltSpeed(int speed) override;
+    int ToNvrZoomSpeed(int speed) override;
+    // Positions, linearly over the camera's range and clamped to it. The axes' operations use the last two.
+    int ToCameraPanPos(int pos) override;
+    int ToCameraTiltPos(int pos) override;
+    int ToCameraZoomPos(int pos) override;
+    int ToNvrPanPos(int camPos) override;
+    int ToNvrTiltPos(int camPos) override;
+    int ToNvrZoomPos(int camPos) override;
+    int ToCameraFocusSpeed(int speed) override;
+    int ToNvrFocusSpeed(int speed) override;
+    int ToCameraPos(int pos, int min, int max) override;
+    int ToNvrPos(int camPos, int min, int max) override; // 0 in a range of no width
+
+    // "/cgi-bin/absctrl". A text that is empty or no number fails with (15, 3, "PtzPosition out of range")
+    // and nothing is sent.
+    CError setAbsolutePtz(int stream, int pan, int tilt, int zoom) override;
+    CError setPtzPanPos(int stream, CString pos) override;
+    CError setPtzTiltPos(int stream, CString pos) override;
+    CError setPtzZoomPos(int stream, CString pos) override;
+    CError setPtzPosition(int stream, CString position) override;
+    // "/cgi-bin/camctrl", in up to four requests; a success whatever they return.
+    CError setRelativePtz(int stream, int pan, int tilt, int zoom, int iris, int focus) override;
+    // "/cgi-bin/directctrl".
+    CError setContinuousPtz(int stream, int pan, int tilt, int zoom) override;
+    CError setContinuousPtzFocus(int stream, int speed) override;
+
+    // "/cgi-bin/camposiset", "/cgi-bin/camctrl" and "/cgi-bin/set_patrol", with the model's offsets added to
+    // the numbers. Patterns cannot be cleared: (3, 0, "Not supported feature").
+    CError setPtzPresetPos(int stream, int preset) override;
+    CError addPtzPresetPos(int stream, int preset) override;
+    CError clearPtzPresetPos(int stream, int preset) override;
+    CError callPtzPresetPos(int stream, int preset) override;
+    CError startPtzPatternRecord(int stream, int pattern) override;
+    CError stopPtzPatternRecord(int stream, int pattern) override;
+    CError selectPtzPattern(int stream, int pattern) override;
+    CError clearPtzPatternRecord(int stream, int pattern) override;
+    CError cancelPtzPatternRecord(int stream, int pattern) override;
+    CError getPtzPatternCount(int stream, CString& count) override; // "PATROLNO", else the base's
+    CError getPtzProperties(int stream, std::vector<CString>& props) override;
+
+    // "/cgi-bin/absget"; a position that the reply does not hold counts as the camera's 0.
+    CError getPtzPanPos(int stream, std::vector<CString>& out) override;
+    CError getPtzTiltPos(int stream, std::vector<CString>& out) override;
+    CError getPtzZoomPos(int stream, std::vector<CString>& out) override;
+    CError getPtzPosition(int stream, std::vector<CString>& out) override;
+
     void registerOperations(COperationRegistry& registry) override;
 
 private:
+    // The codec family that the camera runs; not known when it does not say, and no codec when it has none.
+    struct SRunningFamily {
+        bool isKnown;
+        COptional<VideoCodec> codec;
+    };
+
     CError sendInitial(const char* command);
+
+    // A cached setting; empty until initialised.
+    std::string cameraSetting(const std::string& key) const;
+    // The capability; one of an empty text until initialised.
+    const CPanasonicCapability& capabilityOrNone() const;
+    bool supports(VideoCodec codec) const;
+    SRunningFamily runningFamily() const;
+    CError rangeMode(std::string& mode);
+    CError frameRateLimits(int stream, VideoCodec codec, const std::string& mode,
+                           std::vector<std::string>& rates, std::string& max);
+    COptional<std::string> recorderResolution(const SVideoStreamId& id, const std::string& width);
+    std::string codedQuery(SVideoStreamId id, const SVornVidValsInDb& camera);
+
+    CError sendPtz(const std::string& request);
+    CError sendPtzNoReload(const std::string& request);
+    CError sendPatrol(const std::string& command, int pattern);
+    int signedSpeed(int (CPanasonicCamera::*convert)(int), int speed);
+    CError readPosition(const char* key, int (CPanasonicCamera::*convert)(int), int home,
+                        std::vector<CString>& out);
+    CError readPositions(const std::vector<std::string>& keys, std::vector<std::string>& values);
 
     boost::shared_ptr<CPanasonicCapability> capability; // empty until initialised
     boost::shared_ptr<CPanasonicSetting> setting;       // empty until initialised
-    [[maybe_unused]] bool nrH264Mode = false;           // whether set requests use the "nr_" parameter names
+    bool nrH264Mode = false;                            // whether set requests use the "nr_" parameter names
     std::string modelName; // the model number's prefix, as the camera reported it
 };
 

@@ -2,6 +2,7 @@
 
 #include "camera/panasonic_camera.h"
 #include "handler/panasonic_handler.h"
+#include "ptz/ptz_controller.h"
 
 namespace corvane::vorn_obj_factory::v1_0 {
 
@@ -20,6 +21,13 @@ CVornController* CObjectFactory::createControllerObject(IDeviceContext* context,
                                                         char const* modelNumber,
                                                         boost::shared_ptr<CVornModelList>& modelList) {
     return new CVornController(context, address, modelNumber, modelList);
+}
+
+CPtzController* CObjectFactory::createPtzControllerObject(boost::shared_ptr<IDeviceContext>& context,
+                                                          int index, char const* address,
+                                                          boost::shared_ptr<CVornCamera>& camera,
+                                                          unsigned int flags) {
+    return new panasonic_ptz_controller::CPanasonicPtzController(context, index, address, camera, flags);
 }
 
 } // namespace corvane::vorn_obj_factory::v1_0

@@ -11,7 +11,7 @@
 namespace corvane::device_handler::v1_0 {
 
 // The completion callback of an asynchronous operation. It runs exactly once, on the worker thread of the
-// object that was asked; it must not destroy that object.
+// object that was asked, or on the thread that takes the operation back; it must not destroy that object.
 class CCallback {
 public:
     using Function = boost::function<void(const CError& error, const std::vector<CString>& values)>;
@@ -24,6 +24,11 @@ public:
 private:
     Function function_;
 };
+
+// What the callback of an operation that was taken back receives.
+inline CError Cancelled() {
+    return {RtnCode::OperationFailed, Origin::General, "cancelled"};
+}
 
 // Delivers the outcome of an operation, and the values it returned, to its callback. An empty callback is
 // allowed and does nothing. What the callback throws reaches the caller.

@@ -4,8 +4,10 @@
 #include "host/device_context.h"
 #include "host/error.h"
 #include "host/model_list.h"
+#include "host/stream_id.h"
 #include "host/text.h"
 #include "host/url.h"
+#include "host/video.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -14,7 +16,8 @@
 
 namespace corvane::device_handler::v1_0 {
 class COperationRegistry;
-}
+class IStreamController;
+} // namespace corvane::device_handler::v1_0
 
 namespace corvane::vorn_camera_base::v1_0 {
 
@@ -23,8 +26,13 @@ using device_handler::v1_0::COperationRegistry;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::IDeviceContext;
+using device_handler::v1_0::InputClass;
+using device_handler::v1_0::IStreamController;
 using device_handler::v1_0::SModelInfo;
+using device_handler::v1_0::SPtzModel;
 using device_handler::v1_0::SVornUrl;
+using device_handler::v1_0::VideoCodec;
+using handler_impl::SVideoStreamId;
 
 // A camera, as the recorder sees every camera: the generic logic, answered from the model list and the device
 // database. A device handler derives from it and overrides what its devices do otherwise.
@@ -76,6 +84,150 @@ public:
     virtual CError rebootDevice();
     virtual CError resetToFactoryDefaults();
 
+    // --- Video. `channel` is the video input, from 0, and `stream` the recorder's stream of the codec, from
+    // 0. Ranges append to `range`. What a device must tell, the base knows no way to ask for: (NotSupported,
+    // General).
+
+    // Appends the names of the properties that a codec has.
+    virtual CError getVideoCodecProperties(int channel, std::vector<CString>& names);
+    // How many codecs the input offers at the same time, and which one is at `index`, from 0: the decimal
+    // text of its VideoCodec. The base answers with the codecs that the model list gives streams to.
+    virtual CError getVideoCodecCount(int channel, CString& count);
+    virtual CError getVideoCodecId(int channel, int index, CString& id);
+    // The highest number of streams, in decimal: the recorder's of a codec, and the camera's own. From the
+    // model list; NotSupported where it gives none.
+    virtual CError getVideoCodecMaxStreams(int channel, VideoCodec codec, CString& max);
+    virtual CError getCameraMaxStreams(int channel, CString& max);
+    // Which stream of the camera a stream of the recorder is: 1 and its number, or 2 when there is none. The
+    // base takes the same number for both.
+    virtual int mapVideoStreamToActualCameraStream(SVideoStreamId id, int& cameraStream);
+    // The stream of the camera that a stream of the recorder goes with.
+    virtual int findAssociatedStream(SVideoStreamId id);
+
+    // The values that a setting may take, in the recorder's form.
+    virtual CError getVideoCodecResolutionRange(int channel, int stream, VideoCodec codec,
+                                                std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    virtual CError getVideoCodecBitRateRange(int channel, int stream, VideoCodec codec,
+                                             std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    virtual CError getVideoCodecQualityRange(int channel, int stream, VideoCodec codec,
+                                             std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    virtual CError getVideoCodecFrameRateRange(int channel, int stream, VideoCodec codec,
+                                               std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    virtual CError getVideoCodecKeyFrameIntervalRange(int channel, int stream, VideoCodec codec,
+                                                      std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    virtual CError getVideoCodecBitRateControlRange(int channel, int stream, VideoCodec codec,
+                                                    std::vector<CString>& range, CVAPI_VALUE_TYPE& type);
+    // Appends the resolutions of a codec.
+    virtual CError getVideoCodecResolutionList(int channel, VideoCodec codec, std::vector<CString>& list);
+
+    // What a setting is when nobody has chosen. The base knows the model list's qualities and bit rates.
+    virtual CError getVideoCodecResolutionDefault(int channel, int stream, VideoCodec codec,
+                                                  std::string& value);
+    virtual CError getVideoCodecBitRateDefault(int channel, int stream, VideoCodec codec, std::string& value);
+    virtual CError getVideoCodecQualityDefault(int channel, int stream, VideoCodec codec, std::string& value);
+    virtual CError getVideoCodecFrameRateDefault(int channel, int stream, VideoCodec codec,
+                                                 std::string& value);
+    virtual CError getVideoCodecKeyFrameIntervalDefault(int channel, int stream, VideoCodec codec,
+                                                        std::string& value);
+    virtual CError getVideoCodecBitRateControlDefault(int channel, int stream, VideoCodec codec,
+                                                      std::string& value);
+
+    // The value in the stream's record, else the default.
+    virtual CError getVideoCodecResolution(int channel, int stream, VideoCodec codec, CString& value);
+    virtual CError getVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString& value);
+    virtual CError getVideoCodecQuality(int channel, int stream, VideoCodec codec, CString& value);
+    virtual CError getVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString& value);
+    virtual CError getVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString& value);
+    virtual CError getVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString& value);
+
+    // Write the value, in the recorder's form, into the stream's record; no traffic. Fail with (OutOfRange,
+    // General) for an input or a stream that the model does not have and for an empty value, with
+    // (NotSupported, General) for a codec that it does not have, and as the device database does.
+    virtual CError setVideoCodecResolution(int channel, int stream, VideoCodec codec, CString value);
+    virtual CError setVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString value);
+    virtual CError setVideoCodecQuality(int channel, int stream, VideoCodec codec, CString value);
+    virtual CError setVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString value);
+    virtual CError setVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString value);
+    virtual CError setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value);
+
+    // A stream's record in the device database: reading fills the fields that are set and empties the others,
+    // writing leaves alone what is empty in `record`. Both fail as the setters do.
+    CError readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& record);
+    CError writeVideoStreamRecord(SVideoStreamId id, const SVornVidValsInDb& record);
+
+    // Brings the device to the recorder's record of a stream. (OperationFailed, Handler) with the text
+    // NeedWriteBack says that the device has been written to and that `recorder` holds what it accepted,
+    // which the host then stores.
+    virtual CError syncVideoCodecProperties(SVornVidValsInDb& recorder, SVideoStreamId id);
+
+    // Where a stream can be played, from the model list, with the device's user and password in it,
+    // percent-encoded. Fails with (NotSupported, General) when the list has no location.
+    virtual CError getVideoStreamUrl(SVideoStreamId id, std::string& url);
+    // Builds the pipeline that receives a stream; the caller owns `controller` (see
+    // host/stream_controller.h).
+    virtual CError createVideoStreamPipeline(IStreamController*& controller, SVideoStreamId id);
+
+    // --- Pan, tilt, zoom. `stream` is the video input, from 0. Positions are the recorder's, 0 to 10000 on
+    // every axis; speeds are -100 to 100, the sign giving the direction (right, up, in); a position text is
+    // "pan=P&tilt=T&zoom=Z", each part optional. The base moves nothing: what it cannot answer fails with
+    // (NotSupported, General).
+
+    // The model's ranges, home positions and offsets; all zero for a model without PTZ.
+    const SPtzModel& ptzModel() const;
+
+    // Between the recorder's scales and the camera's. The base takes both for the same.
+    virtual int ToCameraPanSpeed(int speed);
+    virtual int ToCameraTiltSpeed(int speed);
+    virtual int ToCameraZoomSpeed(int speed);
+    virtual int ToNvrPanSpeed(int speed);
+    virtual int ToNvrTiltSpeed(int speed);
+    virtual int ToNvrZoomSpeed(int speed);
+    virtual int ToCameraPanPos(int pos);
+    virtual int ToCameraTiltPos(int pos);
+    virtual int ToCameraZoomPos(int pos);
+    virtual int ToNvrPanPos(int camPos);
+    virtual int ToNvrTiltPos(int camPos);
+    virtual int ToNvrZoomPos(int camPos);
+    virtual int ToCameraFocusSpeed(int speed);
+    virtual int ToNvrFocusSpeed(int speed);
+    virtual int ToCameraPos(int pos, int min, int max);
+    virtual int ToNvrPos(int camPos, int min, int max);
+
+    virtual CError setAbsolutePtz(int stream, int pan, int tilt, int zoom);
+    virtual CError setPtzPanPos(int stream, CString pos);
+    virtual CError setPtzTiltPos(int stream, CString pos);
+    virtual CError setPtzZoomPos(int stream, CString pos);
+    virtual CError setPtzPosition(int stream, CString position);
+    // Steps whose sizes the device chooses; the sign gives the direction.
+    virtual CError setRelativePtz(int stream, int pan, int tilt, int zoom, int iris, int focus);
+    // Moves until told otherwise; all zero stops.
+    virtual CError setContinuousPtz(int stream, int pan, int tilt, int zoom);
+    virtual CError setContinuousPtzFocus(int stream, int speed);
+    virtual CError setContinuousPtzIris(int stream, int speed);
+
+    // Presets and patterns (patrols), by the recorder's numbers.
+    virtual CError setPtzPresetPos(int stream, int preset);
+    virtual CError addPtzPresetPos(int stream, int preset);
+    virtual CError clearPtzPresetPos(int stream, int preset);
+    virtual CError callPtzPresetPos(int stream, int preset);
+    virtual CError startPtzPatternRecord(int stream, int pattern);
+    virtual CError stopPtzPatternRecord(int stream, int pattern);
+    virtual CError selectPtzPattern(int stream, int pattern);
+    virtual CError clearPtzPatternRecord(int stream, int pattern);
+    virtual CError cancelPtzPatternRecord(int stream, int pattern);
+    // In decimal; the base answers with the model list's.
+    virtual CError getPtzPatternCount(int stream, CString& count);
+    // Appends the names of further PTZ properties; fails with (NotSupported, General) for a model without
+    // PTZ.
+    virtual CError getPtzProperties(int stream, std::vector<CString>& props);
+
+    // Append current, default, minimum, maximum and step; for getPtzPosition the first two are position
+    // texts.
+    virtual CError getPtzPanPos(int stream, std::vector<CString>& out);
+    virtual CError getPtzTiltPos(int stream, std::vector<CString>& out);
+    virtual CError getPtzZoomPos(int stream, std::vector<CString>& out);
+    virtual CError getPtzPosition(int stream, std::vector<CString>& out);
+
     // Adds every operation that can be called by name (see host/operations.h) to `registry`, which must not
     // outlive the camera. A device's camera calls the base's first and then adds its own.
     virtual void registerOperations(COperationRegistry& registry);
@@ -94,7 +246,18 @@ protected:
     // The model's record; empty defaults while the model is unknown.
     const SModelInfo& model() const { return *model_; }
 
+    // A value of one of the device's inputs, numbered from 0, in the device database. Fail as
+    // IDeviceDbProxy's operations do, and with (DeviceDbUnavailable, General) without a database.
+    CError readFromInputDb(InputClass inputClass, int input, const std::string& key, CString& value);
+    CError writeToInputDb(InputClass inputClass, int input, const std::string& key, const CString& value);
+
 private:
+    using VideoDefault = CError (CVornCamera::*)(int, int, VideoCodec, std::string&);
+    CError checkVideoStream(const SVideoStreamId& id) const;
+    CError readVideoProperty(const SVideoStreamId& id, const char* property, VideoDefault defaultOf,
+                             CString& value);
+    CError writeVideoProperty(const SVideoStreamId& id, const char* property, const CString& value);
+
     boost::shared_ptr<IDeviceContext> deviceContext_;
     std::string address_;
     boost::shared_ptr<CVornModelList> modelList_;

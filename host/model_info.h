@@ -24,8 +24,12 @@ struct SStreamUrl {
     std::vector<std::pair<std::string, std::string>> parameters; // query, in order
 };
 
+// The name of locations that serve whatever the codec.
+inline constexpr const char* UrlOfNoCodec = "none";
+
 // Stream locations by stream number (for audio: the table base plus the stream number), then by codec name
-// ("MJPEG", "MP4V", "H264" or "none"), then by variant.
+// (`urlName` of VideoCodecNames, or UrlOfNoCodec), then by variant (for video: the input, from 0; the lowest
+// one serves every input that has none).
 using StreamUrlTable = std::map<int, std::map<std::string, std::map<int, SStreamUrl>>>;
 
 // An inclusive range in the camera's units.
@@ -67,7 +71,7 @@ struct SModelInfo {
     std::map<std::string, int> codecStreams; // codec name to the recorder's highest number of streams
     COptional<int> cameraStreams;            // the camera's own highest number of streams
 
-    std::map<std::string, std::string> defaultQuality; // by codec name ("mjpeg", "mpeg4", "h264")
+    std::map<std::string, std::string> defaultQuality; // by codec name
     std::map<std::string, std::string> defaultBitRate; // likewise
 
     StreamUrlTable videoUrls;

@@ -7,6 +7,7 @@
 #include "host/handler.h"
 #include "host/handler_context.h"
 #include "host/model_list.h"
+#include "host/ptz_controller.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -18,6 +19,7 @@ using device_handler::v1_0::IHandlerContext;
 using vorn_camera_base::v1_0::CVornCamera;
 using vorn_controller::v1_0::CVornController;
 using vorn_handler::v1_0::CVornHandler;
+using vorn_ptz_controller::v1_0::CPtzController;
 
 // What a plug-in exports, each function under its full class-qualified name. Every function passes its
 // arguments on unchecked and returns a new object, never null, which the caller owns and destroys through its
@@ -39,6 +41,13 @@ public:
     static CVornController* createControllerObject(IDeviceContext* context, char const* address,
                                                    char const* modelNumber,
                                                    boost::shared_ptr<CVornModelList>& modelList);
+
+    // The PTZ controller of one of a camera's inputs (see CBasePtzController); its worker is not started.
+    // `camera` must be one of the plug-in's.
+    static CPtzController* createPtzControllerObject(boost::shared_ptr<IDeviceContext>& context, int index,
+                                                     char const* address,
+                                                     boost::shared_ptr<CVornCamera>& camera,
+                                                     unsigned int flags);
 };
 
 } // namespace corvane::vorn_obj_factory::v1_0

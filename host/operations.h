@@ -10,6 +10,7 @@
 #include "host/error.h"
 #include "host/stream_id.h"
 #include "host/text.h"
+#include "host/video.h"
 
 #include <boost/function.hpp>
 
@@ -52,6 +53,13 @@ struct VORN_HOST_API SArgumentReader {
     static VideoCodec readVideoCodec(const std::string& text);
     static handler_impl::SVideoStreamId readVideoStreamId(const std::string& text);
     static std::vector<std::string> readTexts(const std::string& text);
+    static vorn_camera_base::v1_0::SVornVidValsInDb readVideoRecord(const std::string& text);
+};
+
+// An argument that is read and then given back as an output.
+template <class T>
+struct SInOut {
+    T value;
 };
 
 // A list of texts where a lone text means something else: the argument must hold a comma, and a comma at the
@@ -110,6 +118,18 @@ struct SArgument<handler_impl::SVideoStreamId> {
         return SArgumentReader::readVideoStreamId(text);
     }
 };
+template <>
+struct SArgument<vorn_camera_base::v1_0::SVornVidValsInDb> {
+    static constexpr const char* Form = "field=value;...";
+    static vorn_camera_base::v1_0::SVornVidValsInDb read(const std::string& text) {
+        return SArgumentReader::readVideoRecord(text);
+    }
+};
+template <class T>
+struct SArgument<SInOut<T>> {
+    static constexpr const char* Form = SArgument<T>::Form;
+    static SInOut<T> read(const std::string& text) { return {SArgument<T>::read(text)}; }
+};
 
 // How an output argument goes into the answer.
 inline void AppendOutput(SAnswer& answer, const std::string& value) {
@@ -131,6 +151,19 @@ inline void AppendOutput(SAnswer& answer, const COptional<CDeviceId>& value) {
         return;
     answer.values.push_back(value->getFamilyName());
     answer.values.push_back(value->getSerialNumber().str());
+}
+inline void AppendOutput(SAnswer& answer, vorn_camera_base::v1_0::CVAPI_VALUE_TYPE type) {
+    answer.type = static_cast<int>(type);
+}
+// The fields that are set.
+inline void AppendOutput(SAnswer& answer, const vorn_camera_base::v1_0::SVornVidValsInDb& record) {
+    for (const auto& field : vorn_camera_base::v1_0::VideoFields)
+        if (const CString& value = record.*field.value; !value.empty())
+            answer.record.emplace_back(field.name, value.str());
+}
+template <class T>
+void AppendOutput(SAnswer& answer, const SInOut<T>& argument) {
+    AppendOutput(answer, argument.value);
 }
 
 // How a returned value goes into the answer.
@@ -162,11 +195,16 @@ namespace operations_detail {
 template <class P>
 using Stored = std::remove_cv_t<std::remove_reference_t<P>>;
 
+template <class T>
+inline constexpr bool IsInOut = false;
+template <class T>
+inline constexpr bool IsInOut<SInOut<T>> = true;
+
 // Inputs are taken by value or by constant reference, outputs by reference. A stream id is always an input.
 template <class P>
 inline constexpr bool IsInput =
     !std::is_lvalue_reference_v<P> || std::is_const_v<std::remove_reference_t<P>> ||
-    std::is_same_v<Stored<P>, handler_impl::SVideoStreamId>;
+    std::is_same_v<Stored<P>, handler_impl::SVideoStreamId> || IsInOut<Stored<P>>;
 
 template <class P>
 inline constexpr bool IsCallback = std::is_same_v<Stored<P>, CCallback>;
@@ -213,7 +251,7 @@ void addForm(std::vector<std::string>& forms) {
 
 template <class P, class T>
 void appendIfOutput(SAnswer& answer, const T& value) {
-    if constexpr (!IsInput<P>)
+    if constexpr (!IsInput<P> || IsInOut<T>)
         AppendOutput(answer, value);
 }
 

@@ -7,6 +7,27 @@ namespace corvane::device_handler::v1_0 {
 // A video stream's codec. Devices may report others; only these three are understood.
 enum class VideoCodec : int { Mjpeg = 0, Mpeg4 = 1, H264 = 2 };
 
+// How one codec is called.
+struct SVideoCodecName {
+    VideoCodec codec;
+    const char* name;    // in settings, records and capabilities
+    const char* urlName; // in the model list's tables of stream locations
+};
+
+inline constexpr SVideoCodecName VideoCodecNames[] = {
+    {VideoCodec::Mjpeg, "mjpeg", "MJPEG"},
+    {VideoCodec::Mpeg4, "mpeg4", "MP4V"},
+    {VideoCodec::H264, "h264", "H264"},
+};
+
+// Null for a codec that nobody understands.
+inline const SVideoCodecName* FindCodecName(VideoCodec codec) {
+    for (const SVideoCodecName& row : VideoCodecNames)
+        if (row.codec == codec)
+            return &row;
+    return nullptr;
+}
+
 } // namespace corvane::device_handler::v1_0
 
 namespace corvane::handler_impl {

@@ -2,7 +2,6 @@
 
 #include "host/assert.h"
 #include "host/cgi.h"
-#include "host/operations.h"
 #include "refhost/device_requests.h"
 
 #include <algorithm>
@@ -11,7 +10,6 @@ namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
 using device_handler::v1_0::IDeviceDbProxy;
-using device_handler::v1_0::InputClass;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::PropertyValue;
 using device_handler::v1_0::RtnCode;
@@ -30,6 +28,10 @@ const SModelInfo* modelOrUnknown(const CVornModelList& list, const std::string& 
 
 CError notSupported(const std::string& what) {
     return {RtnCode::NotSupported, Origin::General, what};
+}
+
+CError noDatabase() {
+    return {RtnCode::DeviceDbUnavailable, Origin::General, "the device database is not available"};
 }
 
 } // namespace
@@ -110,10 +112,21 @@ CError CVornCamera::getCameraName(int index, std::vector<CString>& name) {
     const CString defaultName("Camera " + std::to_string(index + 1));
     CString given = defaultName;
     // Without a record, or a name in it, the default name stands.
-    if (const boost::shared_ptr<IDeviceDbProxy> record = deviceContext_->getDeviceDbProxy())
-        (void)record->readInputValue(InputClass::Video, index, NameKey, given);
+    (void)readFromInputDb(InputClass::Video, index, NameKey, given);
     name.insert(name.end(), {given, defaultName, PropertyValue(LongestName)});
     return CError::Success();
+}
+
+CError CVornCamera::readFromInputDb(InputClass inputClass, int input, const std::string& key,
+                                    CString& value) {
+    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext_->getDeviceDbProxy();
+    return record ? record->readInputValue(inputClass, input, key, value) : noDatabase();
+}
+
+CError CVornCamera::writeToInputDb(InputClass inputClass, int input, const std::string& key,
+                                   const CString& value) {
+    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext_->getDeviceDbProxy();
+    return record ? record->writeInputValue(inputClass, input, key, value) : noDatabase();
 }
 
 CError CVornCamera::rebootDevice() {
@@ -122,22 +135,6 @@ CError CVornCamera::rebootDevice() {
 
 CError CVornCamera::resetToFactoryDefaults() {
     return notSupported("the device cannot be put back to its factory defaults");
-}
-
-void CVornCamera::registerOperations(COperationRegistry& registry) {
-    using C = CVornCamera;
-    registry.add("initialize", this, &C::initialize, {});
-    registry.add("preInit_getUnitModelName", this, &C::preInit_getUnitModelName, {});
-    registry.add("customInitialize", this, &C::customInitialize, {});
-    registry.add("testAuthentication", this, &C::testAuthentication, {});
-    registry.add("getUnitModelName", this, &C::getUnitModelName, {});
-    registry.add("isUnitModelSupported", this, &C::isUnitModelSupported, {});
-    registry.add("isUnitFirmwareSupported", this, &C::isUnitFirmwareSupported, {});
-    registry.add("getUnitFirmwareVersion", this, &C::getUnitFirmwareVersion, {});
-    registry.add("getInterfaceMac", this, &C::getInterfaceMac, {"interface"});
-    registry.add("getCameraName", this, &C::getCameraName, {"input"});
-    registry.add("rebootDevice", this, &C::rebootDevice, {});
-    registry.add("resetToFactoryDefaults", this, &C::resetToFactoryDefaults, {});
 }
 
 CError CVornCamera::getCamSingleValue(const std::string& address, const SVornUrl& url,

@@ -10,10 +10,6 @@ using device_handler::v1_0::LogFailure;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 
-CError cancellation() {
-    return {RtnCode::OperationFailed, Origin::General, "cancelled"};
-}
-
 // The callback must hear of the operation, whatever becomes of it.
 CError outcomeOf(const std::function<CError(std::vector<CString>&)>& operation,
                  std::vector<CString>& values) {
@@ -91,7 +87,7 @@ void CVornHandler::CWorker::run() const {
 
 void CVornHandler::CWorker::complete(const SEntry& entry, bool cancelled) const {
     std::vector<CString> values;
-    const CError result = cancelled ? cancellation() : outcomeOf(entry.operation, values);
+    const CError result = cancelled ? device_handler::v1_0::Cancelled() : outcomeOf(entry.operation, values);
     try {
         Call(entry.callback, result, values);
     } catch (const std::exception& error) {

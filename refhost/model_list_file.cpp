@@ -1,5 +1,6 @@
 #include "refhost/model_list_file.h"
 
+#include "host/stream_id.h"
 #include "refhost/device_requests.h"
 #include "refhost/json_node.h"
 
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -27,8 +29,10 @@ constexpr int HighestInt = std::numeric_limits<int>::max();
 constexpr int MostInputs = 1024;
 
 using Words = std::initializer_list<const char*>;
-constexpr Words CodecNames = {"mjpeg", "mpeg4", "h264"};
-constexpr Words UrlCodecNames = {"MJPEG", "MP4V", "H264", "none"};
+constexpr Words CodecNames = {VideoCodecNames[0].name, VideoCodecNames[1].name, VideoCodecNames[2].name};
+constexpr Words UrlCodecNames = {VideoCodecNames[0].urlName, VideoCodecNames[1].urlName,
+                                 VideoCodecNames[2].urlName, UrlOfNoCodec};
+static_assert(std::size(VideoCodecNames) == 3);
 constexpr Words DynamicRanges = {"Generic", "Conditional", "AdaptiveBlackStretchOnly"};
 constexpr const char* CameraStreams = "camera";
 

@@ -1,15 +1,16 @@
 #include "host/operations.h"
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <limits>
 
 namespace corvane::device_handler::v1_0 {
 namespace {
 
-constexpr struct {
-    const char* name;
-    VideoCodec codec;
-} CodecNames[] = {{"mjpeg", VideoCodec::Mjpeg}, {"mpeg4", VideoCodec::Mpeg4}, {"h264", VideoCodec::H264}};
+using vorn_camera_base::v1_0::SVideoField;
+using vorn_camera_base::v1_0::SVornVidValsInDb;
+using vorn_camera_base::v1_0::VideoFields;
 
 template <class T>
 COptional<T> readNumber(const std::string& text) {
@@ -31,7 +32,7 @@ T requireNumber(const std::string& text) {
 
 // By a number any codec can be meant: devices are asked about codecs that nobody understands, too.
 COptional<VideoCodec> findCodec(const std::string& text) {
-    for (const auto& row : CodecNames)
+    for (const SVideoCodecName& row : VideoCodecNames)
         if (text == row.name)
             return row.codec;
     if (const COptional<int> number = readNumber<int>(text))
@@ -41,9 +42,16 @@ COptional<VideoCodec> findCodec(const std::string& text) {
 
 std::string codecForms() {
     std::string forms = "a codec by number";
-    for (const auto& row : CodecNames)
-        forms += std::string(&row == std::end(CodecNames) - 1 ? " or " : ", ") + row.name;
+    for (const SVideoCodecName& row : VideoCodecNames)
+        forms += std::string(&row == std::end(VideoCodecNames) - 1 ? " or " : ", ") + row.name;
     return forms;
+}
+
+std::string recordForm() {
+    std::string form = "FIELD=VALUE pairs joined by \";\", each FIELD one of ";
+    for (const SVideoField& field : VideoFields)
+        form += std::string(&field == std::begin(VideoFields) ? "" : ", ") + field.name;
+    return form;
 }
 
 std::string usage(const SOperation& operation) {
@@ -93,6 +101,23 @@ std::vector<std::string> SArgumentReader::readTexts(const std::string& text) {
         start = end + 1;
     }
     return texts;
+}
+
+SVornVidValsInDb SArgumentReader::readVideoRecord(const std::string& text) {
+    SVornVidValsInDb record;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(';', start), text.size());
+        const std::size_t equals = text.find('=', start);
+        const SVideoField* field =
+            std::find_if(std::begin(VideoFields), std::end(VideoFields), [&](const SVideoField& row) {
+                return equals < end && text.compare(start, equals - start, row.name) == 0;
+            });
+        if (field == std::end(VideoFields))
+            throw COperationError(recordForm());
+        record.*(field->value) = text.substr(equals + 1, end - equals - 1);
+        start = end + 1;
+    }
+    return record;
 }
 
 CAsyncOp COperationRegistry::call(const std::string& name, const std::vector<std::string>& arguments,

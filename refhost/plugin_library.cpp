@@ -16,6 +16,7 @@ using device_handler::v1_0::IHandlerContext;
 using vorn_camera_base::v1_0::CVornCamera;
 using vorn_controller::v1_0::CVornController;
 using vorn_handler::v1_0::CVornHandler;
+using vorn_ptz_controller::v1_0::CPtzController;
 
 struct SLibraryCloser {
     void operator()(void* library) const { dlclose(library); }
@@ -45,6 +46,7 @@ struct CPluginLibrary::SSymbols {
         resolve(createHandler, PluginSymbols::CreateHandler, file);
         resolve(createCamera, PluginSymbols::CreateCamera, file);
         resolve(createController, PluginSymbols::CreateController, file);
+        resolve(createPtzController, PluginSymbols::CreatePtzController, file);
         resolve(buildDate, PluginSymbols::BuildDate, file);
         resolve(buildId, PluginSymbols::BuildId, file);
     }
@@ -62,6 +64,8 @@ struct CPluginLibrary::SSymbols {
                                  boost::shared_ptr<CVornModelList>&, char const*) = nullptr;
     CVornController* (*createController)(IDeviceContext*, char const*, char const*,
                                          boost::shared_ptr<CVornModelList>&) = nullptr;
+    CPtzController* (*createPtzController)(boost::shared_ptr<IDeviceContext>&, int, char const*,
+                                           boost::shared_ptr<CVornCamera>&, unsigned) = nullptr;
     char const** buildDate = nullptr;
     char const** buildId = nullptr;
 };
@@ -101,6 +105,17 @@ CPluginLibrary::createController(IDeviceContext& context, const std::string& add
     CVornController* controller =
         symbols_->createController(&context, address.c_str(), modelNumber.c_str(), modelList);
     return std::unique_ptr<CVornController>(require(controller, file_, "controller"));
+}
+
+std::unique_ptr<CPtzController>
+CPluginLibrary::createPtzController(boost::shared_ptr<IDeviceContext> context, int index,
+                                    const std::string& address, boost::shared_ptr<CVornCamera> camera) const {
+    constexpr unsigned NoFlags = 0;
+    std::unique_ptr<CPtzController> controller(
+        require(symbols_->createPtzController(context, index, address.c_str(), camera, NoFlags), file_,
+                "PTZ controller"));
+    controller->start();
+    return controller;
 }
 
 } // namespace corvane::refhost

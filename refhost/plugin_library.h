@@ -45,6 +45,13 @@ public:
                      const std::string& modelNumber,
                      boost::shared_ptr<device_handler::v1_0::CVornModelList> modelList) const;
 
+    // The PTZ controller of one of the camera's inputs, its worker started; `camera` must be one that this
+    // library has made.
+    std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController>
+    createPtzController(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context, int index,
+                        const std::string& address,
+                        boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera> camera) const;
+
 private:
     struct SSymbols;
 

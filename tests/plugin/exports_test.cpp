@@ -36,7 +36,8 @@ TEST(Exports, NothingIsVisibleButTheFactoryAndTheBuild) {
     const std::string factory = "corvane::vorn_obj_factory::v1_0::CObjectFactory::";
     EXPECT_THAT(names, testing::UnorderedElementsAre(
                            factory + "createHandlerObject", factory + "createCameraObject",
-                           factory + "createControllerObject", "Handler_Build_Date", "Handler_Build_Id"));
+                           factory + "createControllerObject", factory + "createPtzControllerObject",
+                           "Handler_Build_Date", "Handler_Build_Id"));
 }
 
 TEST(Exports, TheLibraryStaysLoaded) {

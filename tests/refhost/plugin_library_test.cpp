@@ -71,6 +71,10 @@ TEST(PluginSymbols, AreTheNamesOfTheExportedFunctions) {
     EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateController),
               factory + "createControllerObject(" + types + "IDeviceContext*, char const*, char const*, " +
                   "boost::shared_ptr<" + types + "CVornModelList>&)");
+    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreatePtzController),
+              factory + "createPtzControllerObject(boost::shared_ptr<" + types +
+                  "IDeviceContext>&, int, char const*, " +
+                  "boost::shared_ptr<corvane::vorn_camera_base::v1_0::CVornCamera>&, unsigned int)");
 }
 
 } // namespace

@@ -21,6 +21,13 @@ CVornController* CObjectFactory::createControllerObject(IDeviceContext* context,
     return new CVornController(context, address, modelNumber, modelList);
 }
 
+CPtzController* CObjectFactory::createPtzControllerObject(boost::shared_ptr<IDeviceContext>& context,
+                                                          int index, char const* address,
+                                                          boost::shared_ptr<CVornCamera>& camera,
+                                                          unsigned int flags) {
+    return new CPtzController(context, index, address, camera, flags);
+}
+
 } // namespace corvane::vorn_obj_factory::v1_0
 
 char const* Handler_Build_Date = "1000";

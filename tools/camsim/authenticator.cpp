@@ -11,7 +11,7 @@
 namespace camsim {
 namespace {
 
-constexpr std::string_view realm = "Panasonic network device";
+constexpr std::string_view realm = authenticationRealm;
 constexpr std::string_view basicPrefix = "Basic ";
 constexpr std::string_view digestPrefix = "Digest ";
 /// A nonce begins with the second and the running number of its making, both as hexadecimal digits.

@@ -11,6 +11,9 @@ namespace camsim {
 
 enum class AuthScheme { None, Basic, Digest };
 
+/// What the cameras call the place that their credentials are for, over HTTP and RTSP alike.
+inline constexpr const char* authenticationRealm = "Panasonic network device";
+
 /// What came of looking at a request's credentials.
 struct AuthVerdict {
     bool accepted;

@@ -104,8 +104,10 @@ void Camera::restore(CameraState state) {
 }
 
 void Camera::changed(bool really) {
-    if (really && listener_)
-        listener_();
+    if (!really)
+        return;
+    for (const auto& listener : listeners_)
+        listener();
 }
 
 } // namespace camsim

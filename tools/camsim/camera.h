@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace camsim {
 
@@ -17,6 +18,7 @@ struct CameraCounters {
     std::atomic<uint64_t> challenges{0}; ///< requests answered 401 for want of good credentials
     std::atomic<uint64_t> faults{0};     ///< requests that at least one fault changed
     std::atomic<int64_t> connections{0}; ///< connections open now
+    std::atomic<int64_t> rtspClients{0}; ///< RTSP connections open now
 };
 
 /// What is kept of a camera when the program ends.
@@ -58,9 +60,9 @@ public:
     /// Replaces everything that differs from the factory's. Does not count as a change.
     void restore(CameraState state);
 
-    /// Called after each change of settings or position, on the thread that made it and without the camera's
-    /// lock. To be set before the camera is served.
-    void onChange(std::function<void()> listener) { listener_ = std::move(listener); }
+    /// Every listener is called after each change of settings or position, on the thread that made it and
+    /// without the camera's lock. To be added before the camera is served.
+    void onChange(std::function<void()> listener) { listeners_.push_back(std::move(listener)); }
 
     /// True while the camera restarts and refuses connections.
     std::atomic<bool> away{false};
@@ -71,7 +73,7 @@ private:
 
     const size_t index_;
     const std::shared_ptr<const CameraModel> model_;
-    std::function<void()> listener_;
+    std::vector<std::function<void()>> listeners_;
 
     mutable std::mutex mutex_;
     SettingsStore settings_;              // guarded by mutex_

@@ -3,6 +3,7 @@
 #include "cgi.h"
 #include "form.h"
 
+#include <iostream>
 #include <stdexcept>
 #include <sys/epoll.h>
 #include <unistd.h>
@@ -105,8 +106,24 @@ void CameraServer::runDaemon() {
 }
 
 void CameraServer::restart(Camera& camera, int kept) {
-    parts_.listeners.takeAway(camera, restartTime_);
+    if (!camera.away.exchange(true)) {
+        parts_.listeners.refuse(camera);
+        if (parts_.rtsp != nullptr)
+            parts_.rtsp->refuse(camera);
+        parts_.loop.after(restartTime_, [this, &camera] { bringBack(camera); });
+    }
     connections_.breakConnections(camera, kept);
+}
+
+void CameraServer::bringBack(Camera& camera) {
+    try {
+        parts_.listeners.resume(camera);
+        if (parts_.rtsp != nullptr)
+            parts_.rtsp->resume(camera);
+        camera.away = false; // connections are taken on this thread, so none has come in yet
+    } catch (const std::exception& error) {
+        std::cerr << "camsim: camera " << camera.index() << " stays away: " << error.what() << "\n";
+    }
 }
 
 void CameraServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
@@ -147,9 +164,9 @@ void* CameraServer::onTarget(void*, const char* target, MHD_Connection* connecti
     return exchange;
 }
 
-void CameraServer::onCompleted(void*, MHD_Connection*, void** exchange, MHD_RequestTerminationCode) {
-    delete static_cast<Exchange*>(*exchange);
-    *exchange = nullptr;
+void CameraServer::onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
+    delete static_cast<Exchange*>(*context);
+    *context = nullptr;
 }
 
 MHD_Result CameraServer::onRequest(void* self, MHD_Connection*, const char*, const char* method, const char*,
@@ -180,9 +197,10 @@ MHD_Result CameraServer::received(Exchange& exchange) {
     const char* authorization = headerOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION);
     exchange.verdict =
         parts_.authenticator.check(exchange.method, exchange.target, authorization, camera.index());
-    exchange.faults = parts_.faults.take(
-        {camera.index(), exchange.method, splitTarget(exchange.target).path, exchange.target,
-         exchange.verdict.accepted, exchange.verdict.accepted && exchange.verdict.credentials == "digest"});
+    exchange.faults =
+        parts_.faults.take({FaultProtocol::Http, camera.index(), exchange.method,
+                            splitTarget(exchange.target).path, exchange.target, exchange.verdict.accepted,
+                            exchange.verdict.accepted && exchange.verdict.credentials == "digest"});
     ++camera.counters.requests;
     if (!exchange.faults.names.empty())
         ++camera.counters.faults;

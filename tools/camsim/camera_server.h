@@ -8,6 +8,7 @@
 #include "listeners.h"
 #include "parked_connections.h"
 #include "request_log.h"
+#include "rtsp_server.h"
 
 #include <chrono>
 #include <memory>
@@ -24,6 +25,7 @@ public:
         RequestLog& log;
         Listeners& listeners;
         EventLoop& loop;
+        RtspServer* rtsp; ///< null when the cameras have none
     };
 
     /// `connectionLimit`: how many connections all cameras together may hold open.
@@ -45,13 +47,14 @@ private:
 
     static void* onTarget(void* self, const char* target, MHD_Connection* connection);
     static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
-                                const char* version, const char* upload, size_t* uploadSize, void** exchange);
-    static void onCompleted(void* self, MHD_Connection* connection, void** exchange,
+                                const char* version, const char* upload, size_t* uploadSize, void** context);
+    static void onCompleted(void* self, MHD_Connection* connection, void** context,
                             MHD_RequestTerminationCode reason);
     static void onConnection(void* self, MHD_Connection* connection, void** context,
                              MHD_ConnectionNotificationCode what);
 
     void runDaemon();
+    void bringBack(Camera& camera);
     void accepted(Camera& camera, int fd, const sockaddr_in& peer);
     MHD_Result received(Exchange& exchange);
     MHD_Result answer(Exchange& exchange);

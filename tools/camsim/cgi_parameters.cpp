@@ -1,22 +1,21 @@
 #include "cgi_parameters.h"
 
 #include "numbers.h"
+#include "stream_options.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 
 namespace camsim {
 
-/// Which values a parameter takes.
+/// What the camera makes of a value that a parameter brings.
 struct Acceptance {
-    enum class Kind { Flag, Number, Words, Listed, StreamListed, Resolution, FrameRate };
-    Kind kind;
-    /// Words: the words, separated by commas. Listed: the capability key. Else the codec ("h264"), or
-    /// nothing.
-    std::string_view text = "";
-    /// StreamListed: the capability's name ("i_interval").
-    std::string_view name = "";
+    using Adjust = std::optional<std::string> (*)(const Camera& camera, const Acceptance& acceptance,
+                                                  std::string_view capabilitySuffix,
+                                                  const std::string& value);
+    Adjust adjust;
+    /// Words separated by commas, a capability key, or a codec ("h264").
+    std::string_view text{};
     int minimum = 0;
     int maximum = 0;
 };
@@ -30,32 +29,74 @@ struct ParameterRule {
 
 namespace {
 
-using Kind = Acceptance::Kind;
+/// The value that the camera takes for a list: an entry as it stands, or for a number the nearest.
+std::optional<std::string> adjustToList(const Camera& camera, const Acceptance& acceptance, std::string_view,
+                                        const std::string& value) {
+    const auto list = camera.model().capability.list(std::string(acceptance.text));
+    return list ? nearestEntry(*list, value) : std::nullopt;
+}
 
-constexpr Acceptance flag{Kind::Flag};
+std::optional<std::string> keepNumber(const Camera&, const Acceptance& acceptance, std::string_view,
+                                      const std::string& value) {
+    const std::optional<int> parsed = parseInteger<int>(value);
+    const bool accepted = parsed && acceptance.minimum <= *parsed && *parsed <= acceptance.maximum;
+    return accepted ? std::optional(value) : std::nullopt;
+}
+
+std::optional<std::string> keepWord(const Camera&, const Acceptance& acceptance, std::string_view,
+                                    const std::string& value) {
+    const bool accepted =
+        !value.empty() && value.find(',') == value.npos &&
+        ("," + std::string(acceptance.text) + ",").find("," + value + ",") != std::string::npos;
+    return accepted ? std::optional(value) : std::nullopt;
+}
+
+/// Of every JPEG picture, whatever its input, the capability has the same to say.
+CapabilityStream capabilityStream(const Acceptance& acceptance, std::string_view suffix) {
+    return {acceptance.text, acceptance.text == "mjpeg" ? "" : suffix};
+}
+
+/// Resolutions are set by their width alone.
+std::optional<std::string> adjustResolution(const Camera& camera, const Acceptance& acceptance,
+                                            std::string_view suffix, const std::string& value) {
+    const auto nearest = nearestEntry(resolutions(camera, capabilityStream(acceptance, suffix)), value);
+    return nearest ? std::optional(nearest->substr(0, nearest->find('x'))) : std::nullopt;
+}
+
+std::optional<std::string> adjustFrameRate(const Camera& camera, const Acceptance& acceptance,
+                                           std::string_view suffix, const std::string& value) {
+    return nearestEntry(frameRates(camera, capabilityStream(acceptance, suffix)), value);
+}
+
+std::optional<std::string> adjustInterval(const Camera& camera, const Acceptance& acceptance,
+                                          std::string_view suffix, const std::string& value) {
+    return nearestEntry(keyFrameIntervals(camera, capabilityStream(acceptance, suffix)), value);
+}
+
+constexpr Acceptance flag{keepWord, "0,1"};
 
 constexpr Acceptance number(int minimum, int maximum) {
-    return {Kind::Number, "", "", minimum, maximum};
+    return {keepNumber, "", minimum, maximum};
 }
 
 constexpr Acceptance words(std::string_view list) {
-    return {Kind::Words, list};
+    return {keepWord, list};
 }
 
 constexpr Acceptance resolutionOf(std::string_view codec) {
-    return {Kind::Resolution, codec};
+    return {adjustResolution, codec};
 }
 
 constexpr Acceptance frameRateOf(std::string_view codec) {
-    return {Kind::FrameRate, codec};
+    return {adjustFrameRate, codec};
 }
 
 constexpr Acceptance keyFrameIntervalOf(std::string_view codec) {
-    return {Kind::StreamListed, codec, "i_interval"};
+    return {adjustInterval, codec};
 }
 
 constexpr Acceptance listed(std::string_view capabilityKey) {
-    return {Kind::Listed, capabilityKey};
+    return {adjustToList, capabilityKey};
 }
 
 constexpr ParameterRule mpegRules[] = {
@@ -141,91 +182,8 @@ constexpr SettingsCgi settingsCgis[] = {
     writes("/cgi-bin/jpeg_alarm", alarmRules), writes("/cgi-bin/terminal_default", terminalRules),
 };
 
-using List = std::vector<std::string>;
-
-std::string imageKey(std::string_view codec, std::string_view streamSuffix, const std::string& name) {
-    return std::string("video_server.image.").append(codec).append(streamSuffix).append(".") + name;
-}
-
-/// The name that the capability gives to the picture size and ratio which the camera is set to.
-std::string imageMode(const Camera& camera) {
-    std::string size = camera.setting("IMAGESELECT").value_or("");
-    std::replace(size.begin(), size.end(), '.', '_');
-    const std::string ratio = camera.setting("IMAGERATIO").value_or("");
-    std::string mode = size.empty() ? "1_3m" : size;
-    if (ratio == "16_9")
-        mode += "_r" + ratio;
-    if (camera.setting("IMAGESVGA") == "1")
-        mode += "_r" + ratio + "_800";
-    return mode;
-}
-
-bool contains(const std::optional<List>& list, const std::string& value) {
-    return list && std::find(list->begin(), list->end(), value) != list->end();
-}
-
-bool acceptsNumber(const Acceptance& acceptance, const std::string& value) {
-    const std::optional<int> parsed = parseInteger<int>(value);
-    return parsed && acceptance.minimum <= *parsed && *parsed <= acceptance.maximum;
-}
-
-bool acceptsWord(const Acceptance& acceptance, const std::string& value) {
-    return !value.empty() && value.find(',') == value.npos &&
-           ("," + std::string(acceptance.text) + ",").find("," + value + ",") != std::string::npos;
-}
-
-/// Resolutions are set by their width alone.
-bool acceptsResolution(const Camera& camera, std::string_view codec, std::string_view streamSuffix,
-                       const std::string& width) {
-    const Capability& capability = camera.model().capability;
-    std::optional<List> resolutions =
-        capability.list(imageKey(codec, streamSuffix, "resolution_each_mode." + imageMode(camera)));
-    if (!resolutions)
-        resolutions = capability.list(imageKey(codec, streamSuffix, "resolution"));
-    return resolutions && std::any_of(resolutions->begin(), resolutions->end(), [&](const std::string& size) {
-               return size.substr(0, size.find('x')) == width;
-           });
-}
-
-bool acceptsFrameRate(const Camera& camera, std::string_view codec, std::string_view streamSuffix,
-                      const std::string& rate) {
-    const Capability& capability = camera.model().capability;
-    std::optional<List> rates = capability.list(imageKey(codec, streamSuffix, "framerate"));
-    if (!rates)
-        rates = capability.list(imageKey("mjpeg", "", "framerate"));
-    if (!contains(rates, rate))
-        return false;
-    const std::optional<List> highest =
-        capability.list(imageKey(codec, streamSuffix, "max_framerate." + imageMode(camera)));
-    return !highest || highest->empty() || std::atof(rate.c_str()) <= std::atof(highest->front().c_str());
-}
-
-bool accepts(const Camera& camera, const Acceptance& acceptance, std::string_view streamSuffix,
-             const std::string& value) {
-    const std::string_view codec = acceptance.text;
-    const std::string_view codecStream = codec == "mjpeg" ? "" : streamSuffix;
-    const Capability& capability = camera.model().capability;
-    switch (acceptance.kind) {
-    case Kind::Flag:
-        return value == "0" || value == "1";
-    case Kind::Number:
-        return acceptsNumber(acceptance, value);
-    case Kind::Words:
-        return acceptsWord(acceptance, value);
-    case Kind::Listed:
-        return contains(capability.list(std::string(acceptance.text)), value);
-    case Kind::StreamListed:
-        return contains(capability.list(imageKey(codec, codecStream, std::string(acceptance.name))), value);
-    case Kind::Resolution:
-        return acceptsResolution(camera, codec, codecStream, value);
-    case Kind::FrameRate:
-        return acceptsFrameRate(camera, codec, codecStream, value);
-    }
-    return false;
-}
-
-/// "jpeg_interval_ch3" is jpeg_interval of channel 3, whose setting is LIVEINTCH3; the first channel has no
-/// suffix.
+/// "jpeg_interval_ch3" is jpeg_interval of channel 3, whose setting is LIVEINTCH3. Channels are counted from
+/// 0, and the first has no suffix.
 struct ChannelParameter {
     std::string name;
     std::string keySuffix;
@@ -256,14 +214,20 @@ const ParameterRule* findRule(const SettingsCgi& cgi, const std::string& paramet
     return found == end ? nullptr : found;
 }
 
-/// Whether the setting may have this value, whichever CGI it usually comes through.
-bool settingAccepts(const Camera& camera, const std::string& key, const std::string& value) {
+std::optional<std::string> adjustParameter(const Camera& camera, const SettingsCgi& cgi,
+                                           const ParameterRule& rule, const std::string& value) {
+    return rule.acceptance.adjust(camera, rule.acceptance, cgi.capabilitySuffix, value);
+}
+
+/// What the setting becomes, whichever CGI it usually comes through.
+std::optional<std::string> adjustSetting(const Camera& camera, const std::string& key,
+                                         const std::string& value) {
     for (const SettingsCgi& cgi : settingsCgis)
         for (size_t i = 0; i < cgi.ruleCount; ++i)
             for (const std::string_view known : cgi.rules[i].keys)
                 if (!known.empty() && std::string(known).append(cgi.keySuffix) == key)
-                    return accepts(camera, cgi.rules[i].acceptance, cgi.capabilitySuffix, value);
-    return value.find_first_of("\"\r\n") == value.npos;
+                    return adjustParameter(camera, cgi, cgi.rules[i], value);
+    return value.find_first_of("\"\r\n") == value.npos ? std::optional(value) : std::nullopt;
 }
 
 } // namespace
@@ -284,18 +248,23 @@ std::string applyParameters(Camera& camera, const SettingsCgi& cgi, const Parame
             continue;
         const std::optional<std::string> key =
             settingKey(camera, *rule, channel.keySuffix.empty() ? cgi.keySuffix : channel.keySuffix);
-        if (!key || !accepts(camera, rule->acceptance, cgi.capabilitySuffix, value))
+        const std::optional<std::string> taken =
+            key ? adjustParameter(camera, cgi, *rule, value) : std::nullopt;
+        if (!taken)
             continue;
-        camera.putSetting(*key, value);
-        accepted.append(name).append("=").append(value).append("\r\n");
+        camera.putSetting(*key, taken);
+        accepted.append(name).append("=").append(*taken).append("\r\n");
     }
     return accepted;
 }
 
 void applySettings(Camera& camera, const Parameters& parameters) {
-    for (const auto& [key, value] : parameters)
-        if (camera.setting(key) && settingAccepts(camera, key, value))
-            camera.putSetting(key, value);
+    for (const auto& [key, value] : parameters) {
+        const std::optional<std::string> taken =
+            camera.setting(key) ? adjustSetting(camera, key, value) : std::nullopt;
+        if (taken)
+            camera.putSetting(key, taken);
+    }
 }
 
 } // namespace camsim

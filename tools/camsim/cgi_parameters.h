@@ -23,11 +23,11 @@ struct SettingsCgi {
 /// The CGI of this path, or null when no CGI of that path writes settings.
 const SettingsCgi* findSettingsCgi(std::string_view path);
 
-/// Writes each parameter that the camera knows and whose value it can take; the others change nothing.
-/// Answers the accepted ones as name=value lines.
+/// Writes each parameter that the camera knows; a number that is none of those on offer becomes the nearest.
+/// A value that the camera can make nothing of changes nothing. Answers what was written as name=value lines.
 std::string applyParameters(Camera& camera, const SettingsCgi& cgi, const Parameters& parameters);
 
-/// Writes each parameter that is the name of a setting which this camera's model has.
+/// Writes, by the same rules, each parameter that is the name of a setting which this camera's model has.
 void applySettings(Camera& camera, const Parameters& parameters);
 
 } // namespace camsim

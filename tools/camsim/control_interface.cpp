@@ -5,7 +5,7 @@
 namespace camsim {
 namespace {
 
-constexpr size_t longestBody = 128 * 1024 * 1024;
+constexpr size_t longestBody = size_t{128} * 1024 * 1024;
 
 sockaddr_in loopback(uint16_t port) {
     sockaddr_in address{};

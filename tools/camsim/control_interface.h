@@ -21,6 +21,7 @@ public:
         const std::vector<std::unique_ptr<Camera>>& cameras;
         const Listeners& listeners;
         CameraServer& server;
+        const RtspServer* rtsp; ///< null when the cameras have none
         FaultList& faults;
         RequestLog& log;
     };
@@ -33,8 +34,9 @@ public:
 
 private:
     static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
-                                const char* version, const char* upload, size_t* uploadSize, void** body);
-    static void onCompleted(void* self, MHD_Connection* connection, void** body, MHD_RequestTerminationCode);
+                                const char* version, const char* upload, size_t* uploadSize, void** context);
+    static void onCompleted(void* self, MHD_Connection* connection, void** context,
+                            MHD_RequestTerminationCode);
 
     const Parts parts_;
     sockaddr_in address_{};

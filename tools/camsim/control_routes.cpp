@@ -44,16 +44,21 @@ Camera& cameraOf(const Parts& parts, Number number) {
 
 Json describe(const Parts& parts, const Camera& camera) {
     const CameraCounters& counters = camera.counters;
-    return {{"camera", camera.index()},
-            {"model", camera.model().number},
-            {"address", parts.listeners.address(camera.index())},
-            {"serial", camera.serialNumber()},
-            {"mac", camera.macAddress()},
-            {"away", camera.away.load()},
-            {"requests", counters.requests.load()},
-            {"challenges", counters.challenges.load()},
-            {"faults", counters.faults.load()},
-            {"connections", counters.connections.load()}};
+    Json json{{"camera", camera.index()},
+              {"model", camera.model().number},
+              {"address", parts.listeners.address(camera.index())},
+              {"serial", camera.serialNumber()},
+              {"mac", camera.macAddress()},
+              {"away", camera.away.load()},
+              {"requests", counters.requests.load()},
+              {"challenges", counters.challenges.load()},
+              {"faults", counters.faults.load()},
+              {"connections", counters.connections.load()}};
+    if (parts.rtsp != nullptr) {
+        json["rtsp"] = parts.rtsp->address(camera.index());
+        json["rtspClients"] = counters.rtspClients.load();
+    }
+    return json;
 }
 
 Json listCameras(const Parts& parts, Number, const ControlRequest&) {

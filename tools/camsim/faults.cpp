@@ -13,6 +13,7 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int64_t longestMilliseconds = 24 * 60 * 60 * 1000;
+constexpr unsigned lowestRefusal = 400;
 constexpr int64_t largestBody = 64 * 1024 * 1024;
 constexpr size_t mostGarbage = 64 * 1024; // goes out at one stroke, so it must fit into the socket's buffer
 
@@ -72,7 +73,7 @@ const Member members[] = {
     {"ms", "a number of milliseconds, a day at most",
      [](const Json& v, Fault& f) { return readNumber(v, 0, longestMilliseconds, f.milliseconds); },
      [](const Fault& f, Json& j) { writeIf(j, "ms", f.milliseconds); }},
-    {"status", "an HTTP status from 200 to 599",
+    {"status", "a status from 200 to 599",
      [](const Json& v, Fault& f) { return readNumber(v, 200, 599, f.status); },
      [](const Fault& f, Json& j) {
          writeIf(j, "status", f.status != 0 ? std::optional(f.status) : std::nullopt);
@@ -100,26 +101,32 @@ const Member members[] = {
      [](const Fault& f, Json& j) { j["unauthorized"] = f.unauthorized; }},
 };
 
-/// The members that a kind has beside those that every fault has, and those that it cannot do without.
+/// The members that a kind has beside those that every fault has, those that it cannot do without, and the
+/// protocols whose requests it hits.
 struct KindRule {
     FaultKind kind;
     std::string_view name;
     std::vector<std::string_view> members;
     std::vector<std::string_view> required;
+    std::vector<FaultProtocol> protocols;
 };
 
 const std::vector<KindRule>& kindRules() {
+    constexpr FaultProtocol http = FaultProtocol::Http;
+    constexpr FaultProtocol rtsp = FaultProtocol::Rtsp;
     static const std::vector<KindRule> rules{
-        {FaultKind::Delay, "delay", {"ms"}, {"ms"}},
-        {FaultKind::Status, "status", {"status", "body"}, {"status"}},
-        {FaultKind::Drop, "drop", {}, {}},
-        {FaultKind::Reset, "reset", {}, {}},
-        {FaultKind::Cut, "cut", {"bytes"}, {}},
-        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}},
-        {FaultKind::Garbage, "garbage", {"size"}, {}},
-        {FaultKind::Body, "body", {"body", "size"}, {}},
-        {FaultKind::Stale, "stale", {}, {}},
-        {FaultKind::Empty, "empty", {}, {}},
+        {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {http}},
+        {FaultKind::Status, "status", {"status", "body"}, {"status"}, {http}},
+        {FaultKind::Drop, "drop", {}, {}, {http}},
+        {FaultKind::Reset, "reset", {}, {}, {http}},
+        {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {http, rtsp}},
+        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {http}},
+        {FaultKind::Garbage, "garbage", {"size"}, {}, {http}},
+        {FaultKind::Body, "body", {"body", "size"}, {}, {http}},
+        {FaultKind::Stale, "stale", {}, {}, {http}},
+        {FaultKind::Empty, "empty", {}, {}, {http}},
+        {FaultKind::Refuse, "refuse", {"status"}, {}, {rtsp}},
+        {FaultKind::Silence, "silence", {}, {}, {rtsp}},
     };
     return rules;
 }
@@ -127,9 +134,14 @@ const std::vector<KindRule>& kindRules() {
 constexpr std::string_view membersOfEveryKind[] = {"path",  "method", "camera",
                                                    "count", "skip",   "unauthorized"};
 
-template <typename List>
-bool contains(const List& list, std::string_view name) {
-    return std::find(std::begin(list), std::end(list), name) != std::end(list);
+template <typename List, typename Item>
+bool contains(const List& list, const Item& item) {
+    return std::find(std::begin(list), std::end(list), item) != std::end(list);
+}
+
+const KindRule& ruleOf(FaultKind kind) {
+    return *std::find_if(kindRules().begin(), kindRules().end(),
+                         [&](const KindRule& known) { return known.kind == kind; });
 }
 
 const KindRule& readKind(const Json& json) {
@@ -164,11 +176,15 @@ void checkWhole(const Json& json, const KindRule& rule, const Fault& fault, size
         throw FaultError("body: the kind body needs either body or size");
     if (fault.kind == FaultKind::Garbage && fault.size.value_or(0) > mostGarbage)
         throw FaultError("size: expected at most " + std::to_string(mostGarbage) + " bytes of garbage");
+    if (fault.kind == FaultKind::Refuse && fault.status != 0 && fault.status < lowestRefusal)
+        throw FaultError("status: expected " + std::to_string(lowestRefusal) + " or more for a refusal");
     if (fault.camera && *fault.camera >= cameraCount)
         throw FaultError("camera: there are " + std::to_string(cameraCount) + " cameras, counted from 0");
 }
 
 bool matches(const Fault& fault, const FaultList::Request& request) {
+    if (!contains(ruleOf(fault.kind).protocols, request.protocol))
+        return false;
     if (fault.camera && *fault.camera != request.camera)
         return false;
     if (fault.method && *fault.method != request.method)
@@ -184,9 +200,7 @@ bool matches(const Fault& fault, const FaultList::Request& request) {
 } // namespace
 
 std::string_view faultKindName(FaultKind kind) {
-    const auto rule = std::find_if(kindRules().begin(), kindRules().end(),
-                                   [&](const KindRule& known) { return known.kind == kind; });
-    return rule->name;
+    return ruleOf(kind).name;
 }
 
 Fault parseFault(const Json& json, size_t cameraCount) {

@@ -17,7 +17,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-enum class FaultKind { Delay, Status, Drop, Reset, Cut, Stall, Garbage, Body, Stale, Empty };
+enum class FaultKind { Delay, Status, Drop, Reset, Cut, Stall, Garbage, Body, Stale, Empty, Refuse, Silence };
+
+enum class FaultProtocol { Http, Rtsp };
 
 /// What goes wrong with a request, and with which.
 struct Fault {
@@ -27,7 +29,8 @@ struct Fault {
     std::optional<size_t> camera;
     FaultKind kind = FaultKind::Empty;
 
-    std::optional<int64_t> milliseconds; ///< delay: before the answer; stall: how long, without end if absent
+    /// delay: before the answer; stall: how long, without end if absent; cut: how long an RTSP stream plays
+    std::optional<int64_t> milliseconds;
     unsigned status = 0;
     std::optional<std::string> body;
     std::optional<size_t> size;  ///< body, garbage: that many arbitrary bytes
@@ -60,6 +63,7 @@ struct FaultOutcome {
 class FaultList {
 public:
     struct Request {
+        FaultProtocol protocol;
         size_t camera;
         std::string_view method;
         const std::string& path;

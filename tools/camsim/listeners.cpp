@@ -20,40 +20,72 @@ constexpr std::chrono::milliseconds descriptorPause{100};
 
 } // namespace
 
-Listeners::Listeners(const std::vector<std::unique_ptr<Camera>>& cameras, const sockaddr_in& first,
-                     AddressPlan plan)
-    : cameras_(cameras) {
-    sockets_.reserve(cameras.size());
-    for (uint32_t i = 0; i < cameras.size(); ++i)
-        sockets_.emplace_back(addressOf(i, first, plan));
+std::vector<ListeningSocket> listenFrom(const sockaddr_in& first, AddressPlan plan, size_t cameras) {
+    std::vector<ListeningSocket> sockets;
+    sockets.reserve(cameras);
+    for (uint32_t i = 0; i < cameras; ++i)
+        sockets.emplace_back(addressOf(i, first, plan));
+    return sockets;
 }
+
+Listeners::Listeners(const std::vector<std::unique_ptr<Camera>>& cameras,
+                     std::vector<ListeningSocket> sockets)
+    : cameras_(cameras), sockets_(std::move(sockets)) {}
 
 void Listeners::start(EventLoop& loop, Accepted accepted) {
     loop_ = &loop;
     accepted_ = std::move(accepted);
+    const std::lock_guard<std::mutex> lock(mutex_);
     for (size_t i = 0; i < sockets_.size(); ++i)
         watch(i);
 }
 
-void Listeners::takeAway(Camera& camera, std::chrono::milliseconds duration) {
-    if (camera.away.exchange(true))
-        return;
+sockaddr_in Listeners::socketAddress(size_t camera) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return sockets_[camera].address();
+}
+
+void Listeners::refuse(const Camera& camera) {
+    const std::lock_guard<std::mutex> lock(mutex_);
     ListeningSocket& socket = sockets_[camera.index()];
     loop_->unwatch(socket.fd());
     socket.refuse();
-    loop_->after(duration, [this, &camera] { bringBack(camera); });
 }
 
+void Listeners::resume(const Camera& camera) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    sockets_[camera.index()].listen();
+    watch(camera.index());
+}
+
+void Listeners::replace(const Camera& camera, ListeningSocket socket) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ListeningSocket& current = sockets_[camera.index()];
+    loop_->unwatch(current.fd());
+    current = std::move(socket);
+    if (camera.away)
+        current.refuse();
+    else
+        watch(camera.index());
+}
+
+/// REQUIRES: mutex_ held.
 void Listeners::watch(size_t camera) {
     loop_->watch(sockets_[camera].fd(), EPOLLIN, [this, camera] { acceptAll(camera); });
 }
 
+int Listeners::descriptor(size_t camera) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return sockets_[camera].fd();
+}
+
 void Listeners::acceptAll(size_t camera) {
+    const int listening = descriptor(camera); // closed by this thread alone, in replace()
     for (;;) {
         sockaddr_in peer{};
         socklen_t length = sizeof peer;
-        const int fd = accept4(sockets_[camera].fd(), reinterpret_cast<sockaddr*>(&peer), &length,
-                               SOCK_NONBLOCK | SOCK_CLOEXEC);
+        const int fd =
+            accept4(listening, reinterpret_cast<sockaddr*>(&peer), &length, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (fd >= 0) {
             const int on = 1;
             setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -62,26 +94,21 @@ void Listeners::acceptAll(size_t camera) {
         }
         if (errno == EINTR || errno == ECONNABORTED)
             continue;
-        if (errno == EMFILE || errno == ENFILE) {
-            std::cerr << "camsim: no file descriptor left for a connection; raise the limit (ulimit -n)\n";
-            loop_->unwatch(sockets_[camera].fd());
-            loop_->after(descriptorPause, [this, camera] {
-                if (!cameras_[camera]->away)
-                    watch(camera);
-            });
-        }
+        if (errno == EMFILE || errno == ENFILE)
+            pause(camera);
         return;
     }
 }
 
-void Listeners::bringBack(Camera& camera) {
-    try {
-        sockets_[camera.index()].listen();
-        camera.away = false;
-        watch(camera.index());
-    } catch (const std::exception& error) {
-        std::cerr << "camsim: camera " << camera.index() << " stays away: " << error.what() << "\n";
-    }
+void Listeners::pause(size_t camera) {
+    std::cerr << "camsim: no file descriptor left for a connection; raise the limit (ulimit -n)\n";
+    const std::lock_guard<std::mutex> lock(mutex_);
+    loop_->unwatch(sockets_[camera].fd());
+    loop_->after(descriptorPause, [this, camera] {
+        const std::lock_guard<std::mutex> again(mutex_);
+        if (!cameras_[camera]->away)
+            watch(camera);
+    });
 }
 
 } // namespace camsim

@@ -4,9 +4,9 @@
 #include "event_loop.h"
 #include "sockets.h"
 
-#include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace camsim {
@@ -14,35 +14,46 @@ namespace camsim {
 /// How cameras beside the first are told apart.
 enum class AddressPlan { ConsecutivePorts, ConsecutiveHosts };
 
-/// The listening socket of each camera. Connections are accepted on the event loop's thread.
+/// Listens for every camera's HTTP, the first at `first`. Throws SocketError with the address that cannot be
+/// had.
+std::vector<ListeningSocket> listenFrom(const sockaddr_in& first, AddressPlan plan, size_t cameras);
+
+/// One listening socket of each camera. Connections are accepted on the event loop's thread.
 class Listeners {
 public:
     /// Takes over an accepted connection.
     using Accepted = std::function<void(Camera& camera, int fd, const sockaddr_in& peer)>;
 
-    /// Listens for every camera; the first at `first`. Throws SocketError with the address that cannot be
-    /// had.
-    Listeners(const std::vector<std::unique_ptr<Camera>>& cameras, const sockaddr_in& first,
-              AddressPlan plan);
+    /// `sockets`: each camera's.
+    Listeners(const std::vector<std::unique_ptr<Camera>>& cameras, std::vector<ListeningSocket> sockets);
 
     /// From here on connections are accepted. `loop` must be stopped before this object ends.
     void start(EventLoop& loop, Accepted accepted);
 
-    std::string address(size_t camera) const { return formatAddress(sockets_[camera].address()); }
+    /// Where the camera listens, as text and whole. Any thread.
+    std::string address(size_t camera) const { return formatAddress(socketAddress(camera)); }
+    sockaddr_in socketAddress(size_t camera) const;
 
-    /// The camera refuses connections and is marked away at once, and comes back by itself. No effect on one
-    /// that is away already. Any thread.
-    void takeAway(Camera& camera, std::chrono::milliseconds duration);
+    /// The camera's socket refuses connections until resume(). Any thread.
+    void refuse(const Camera& camera);
+    /// Throws SocketError. Any thread.
+    void resume(const Camera& camera);
+
+    /// The camera listens on another socket, or refuses there while it is away. The loop's thread alone.
+    void replace(const Camera& camera, ListeningSocket socket);
 
 private:
     void watch(size_t camera);
     void acceptAll(size_t camera);
-    void bringBack(Camera& camera);
+    void pause(size_t camera);
+    int descriptor(size_t camera) const;
 
     const std::vector<std::unique_ptr<Camera>>& cameras_;
-    std::vector<ListeningSocket> sockets_;
     EventLoop* loop_ = nullptr;
     Accepted accepted_;
+
+    mutable std::mutex mutex_;             // held while a socket's watching changes, too
+    std::vector<ListeningSocket> sockets_; // guarded by mutex_
 };
 
 } // namespace camsim

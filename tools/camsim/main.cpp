@@ -93,19 +93,22 @@ sockaddr_in firstAddress(const Options& options) {
     }
 }
 
-/// What is left for connections once the cameras listen and the program has what it needs for itself.
-unsigned connectionLimit(rlim_t descriptors, size_t cameras) {
+/// What is left for HTTP connections once the cameras listen and the program has what it needs for itself.
+unsigned connectionLimit(rlim_t descriptors, size_t listeningSockets) {
     constexpr rlim_t forTheProgram = 128;
-    const rlim_t used = cameras + forTheProgram;
+    const rlim_t used = listeningSockets + forTheProgram;
     const rlim_t left = descriptors > used ? descriptors - used : 1;
     return static_cast<unsigned>(std::min<rlim_t>(left, 1'000'000));
 }
 
 void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listeners& listeners,
-              const ControlInterface& control) {
+              const RtspServer* rtsp, const ControlInterface& control) {
     nlohmann::json line{{"cameras", nlohmann::json::array()}, {"control", control.address()}};
     for (const auto& camera : cameras)
         line["cameras"].push_back(listeners.address(camera->index()));
+    if (rtsp != nullptr)
+        for (const auto& camera : cameras)
+            line["rtsp"].push_back(rtsp->address(camera->index()));
     std::cout << line.dump() << std::endl;
 }
 
@@ -114,8 +117,8 @@ void serve(const Options& options) {
     const rlim_t descriptors = raiseDescriptorLimit();
     const auto cameras = makeCameras(options);
     const sockaddr_in first = firstAddress(options);
-    Authenticator authenticator(options.authScheme, options.user, readPassword(options.passwordFile),
-                                options.nonceLifetimeSeconds);
+    const std::string password = readPassword(options.passwordFile);
+    Authenticator authenticator(options.authScheme, options.user, password, options.nonceLifetimeSeconds);
     FaultList faults;
     addFaults(options, faults);
     RequestLog log(options.logSize);
@@ -124,22 +127,32 @@ void serve(const Options& options) {
     EventLoop saving;
     if (!options.stateFile.empty())
         state = std::make_unique<StateFile>(options.stateFile, cameras, saving);
-    Listeners listeners(cameras, first, options.addresses);
+    Listeners listeners(cameras, listenFrom(first, options.addresses, cameras.size()));
+    std::unique_ptr<RtspServer> rtsp; // outlives the loop that accepts for it
     EventLoop loop;
-    CameraServer server({authenticator, faults, log, listeners, loop},
+    if (!options.withoutRtsp)
+        rtsp = std::make_unique<RtspServer>(RtspServer::Parts{cameras, faults, loop, listeners},
+                                            RtspCredentials{options.authScheme, options.user, password},
+                                            RtspPortPlan{options.rtspPort, options.addresses});
+    CameraServer server({authenticator, faults, log, listeners, loop, rtsp.get()},
                         std::chrono::milliseconds(static_cast<int64_t>(options.rebootSeconds * 1000)),
-                        connectionLimit(descriptors, cameras.size()));
+                        connectionLimit(descriptors, cameras.size() * (rtsp ? 2 : 1)));
     server.start();
+    if (rtsp)
+        rtsp->start();
     loop.start();
     if (state)
         saving.start(); // apart from the cameras, which must not wait for a disk
     {
-        const ControlInterface control({cameras, listeners, server, faults, log}, options.controlPort);
-        announce(cameras, listeners, control);
+        const ControlInterface control({cameras, listeners, server, rtsp.get(), faults, log},
+                                       options.controlPort);
+        announce(cameras, listeners, rtsp.get(), control);
         int signal = 0;
         sigwait(&endSignals, &signal);
     }
     server.stop();
+    if (rtsp)
+        rtsp->stop();
     saving.stop();
     if (state)
         state->save();

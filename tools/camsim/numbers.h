@@ -7,13 +7,18 @@
 namespace camsim {
 
 /// The whole text as a decimal number, or none when it is anything else or does not fit.
-template <typename Integer>
-std::optional<Integer> parseInteger(std::string_view text) {
-    Integer number{};
+template <typename Number>
+std::optional<Number> parseNumber(std::string_view text) {
+    Number number{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size())
         return std::nullopt;
     return number;
+}
+
+template <typename Integer>
+std::optional<Integer> parseInteger(std::string_view text) {
+    return parseNumber<Integer>(text);
 }
 
 } // namespace camsim

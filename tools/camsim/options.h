@@ -20,6 +20,8 @@ struct Options {
     std::string listen = "127.0.0.1:0";
     AddressPlan addresses = AddressPlan::ConsecutivePorts;
     uint16_t controlPort = 0;
+    std::optional<uint16_t> rtspPort; ///< none: each camera's setting decides
+    bool withoutRtsp = false;
 
     AuthScheme authScheme = AuthScheme::Digest;
     std::string user = "admin";

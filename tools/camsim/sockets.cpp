@@ -4,8 +4,8 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
-#include <cstring>
 #include <sys/socket.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -16,7 +16,7 @@ constexpr int backlog = 4096;
 constexpr int highestPort = 65535;
 
 [[noreturn]] void fail(const sockaddr_in& address, const char* what) {
-    const std::string reason = std::strerror(errno);
+    const std::string reason = std::generic_category().message(errno);
     throw SocketError("cannot " + std::string(what) + " " + formatAddress(address) + ": " + reason);
 }
 
@@ -103,6 +103,12 @@ ListeningSocket::~ListeningSocket() {
 
 ListeningSocket::ListeningSocket(ListeningSocket&& other) noexcept
     : fd_(std::exchange(other.fd_, -1)), address_(other.address_) {}
+
+ListeningSocket& ListeningSocket::operator=(ListeningSocket&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    std::swap(address_, other.address_);
+    return *this;
+}
 
 void ListeningSocket::refuse() {
     shutdown(fd_, SHUT_RDWR);

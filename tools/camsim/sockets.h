@@ -27,6 +27,7 @@ public:
     explicit ListeningSocket(const sockaddr_in& address);
     ~ListeningSocket();
     ListeningSocket(ListeningSocket&& other) noexcept;
+    ListeningSocket& operator=(ListeningSocket&& other) noexcept;
     ListeningSocket(const ListeningSocket&) = delete;
     ListeningSocket& operator=(const ListeningSocket&) = delete;
 

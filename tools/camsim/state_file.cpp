@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <system_error>
 #include <unistd.h>
 
 namespace camsim {
@@ -17,6 +17,10 @@ using Json = nlohmann::json;
 
 constexpr int formatVersion = 1;
 constexpr std::chrono::milliseconds saveDelay{200};
+
+std::string systemReason(int error) {
+    return std::generic_category().message(error);
+}
 
 Json toJson(const CameraState& state) {
     Json settings = Json::object();
@@ -44,7 +48,7 @@ CameraState fromJson(const Json& json, const CameraModel& model) {
 void writeThrough(const std::string& path, const std::string& text) {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0)
-        throw StateFileError(path + ": " + std::strerror(errno));
+        throw StateFileError(path + ": " + systemReason(errno));
     size_t done = 0;
     bool failed = false;
     while (!failed && done < text.size()) {
@@ -56,7 +60,7 @@ void writeThrough(const std::string& path, const std::string& text) {
     const int reason = errno;
     close(fd);
     if (failed)
-        throw StateFileError(path + ": " + std::strerror(reason));
+        throw StateFileError(path + ": " + systemReason(reason));
 }
 
 } // namespace
@@ -71,12 +75,12 @@ StateFile::StateFile(std::string path, const std::vector<std::unique_ptr<Camera>
 void StateFile::load() {
     const std::filesystem::path folder = std::filesystem::absolute(path_).parent_path();
     if (access(folder.c_str(), W_OK) != 0)
-        throw StateFileError(path_ + ": cannot write into its folder: " + std::strerror(errno));
+        throw StateFileError(path_ + ": cannot write into its folder: " + systemReason(errno));
     std::ifstream file(path_, std::ios::binary);
     if (!file) {
         if (errno == ENOENT)
             return;
-        throw StateFileError(path_ + ": " + std::strerror(errno));
+        throw StateFileError(path_ + ": " + systemReason(errno));
     }
     try {
         const Json json = Json::parse(file);
@@ -118,7 +122,7 @@ void StateFile::save() {
     try {
         writeThrough(temporary, text);
         if (std::rename(temporary.c_str(), path_.c_str()) != 0)
-            throw StateFileError(path_ + ": " + std::strerror(errno));
+            throw StateFileError(path_ + ": " + systemReason(errno));
     } catch (const StateFileError&) {
         const std::lock_guard<std::mutex> lock(mutex_);
         dirty_ = true;

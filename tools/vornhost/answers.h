@@ -10,7 +10,7 @@ namespace corvane::vornhost {
 
 // A call's answer as scripts read it. `values` is always there, empty for an operation without output
 // arguments; `result`, `type` and `record` where the operation has them.
-nlohmann::ordered_json AnswerJson(const SCall& call, const STimedAnswer& answer);
+nlohmann::ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed);
 
 // The answer to a call that could not be made.
 nlohmann::ordered_json ErrorJson(const std::string& operation, const std::string& error);
@@ -22,6 +22,6 @@ std::string JsonLine(const nlohmann::ordered_json& value);
 double RoundedMilliseconds(double milliseconds);
 
 // A call's answer for a person's eyes, a line or more.
-std::string AnswerText(const STimedAnswer& answer);
+std::string AnswerText(const STimedAnswer& timed);
 
 } // namespace corvane::vornhost

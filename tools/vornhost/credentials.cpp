@@ -1,12 +1,12 @@
 #include "tools/vornhost/credentials.h"
 
 #include "refhost/log.h"
+#include "tools/vornhost/environment.h"
 #include "tools/vornhost/exit_status.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
+#include <system_error>
 
 namespace corvane::vornhost {
 namespace {
@@ -31,9 +31,9 @@ std::string ReadPassword(const std::string& file) {
         password += byte;
     }
     if (!any)
-        throw CFailure(ExitStatus::WrongUsage,
-                       "the password file \"" + file + "\" cannot be used: " +
-                           (errno != 0 ? std::strerror(errno) : "expected the password on its first line"));
+        throw CFailure(ExitStatus::WrongUsage, "the password file \"" + file + "\" cannot be used: " +
+                                                   (errno != 0 ? std::generic_category().message(errno)
+                                                               : "expected the password on its first line"));
     if (password.size() > LongestPassword)
         throw CFailure(ExitStatus::WrongUsage, "the password file \"" + file +
                                                    "\" cannot be used: its first line is longer than " +
@@ -43,14 +43,9 @@ std::string ReadPassword(const std::string& file) {
     return password;
 }
 
-std::optional<std::string> Variable(const char* name) {
-    const char* const value = std::getenv(name);
-    return value ? std::optional<std::string>(value) : std::nullopt;
-}
-
 // An empty user name is no user name.
 std::optional<std::string> GivenUser(const std::optional<std::string>& user) {
-    const std::optional<std::string> given = user ? user : Variable(UserVariable);
+    const std::optional<std::string> given = user ? user : EnvironmentVariable(UserVariable);
     return given && !given->empty() ? given : std::nullopt;
 }
 
@@ -66,7 +61,7 @@ CCredentials CCredentials::fromOptions(const SOptions& options) {
         return credentials;
     credentials.user_ = GivenUser(options.user);
     credentials.password_ = options.passwordFile ? std::optional(ReadPassword(*options.passwordFile))
-                                                 : Variable(PasswordVariable);
+                                                 : EnvironmentVariable(PasswordVariable);
     if (credentials.password_)
         refhost::AddSecret(*credentials.password_);
     return credentials;

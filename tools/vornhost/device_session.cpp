@@ -16,6 +16,8 @@ using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::SModelInfo;
 using refhost::CDeviceDb;
 
+constexpr int FirstInput = 0;
+
 std::string CheckedAddress(const std::string& address) {
     RequireAddress(address);
     return address;
@@ -107,14 +109,17 @@ void CDeviceSession::setCredentials(CCredentials credentials) {
 
 void CDeviceSession::makeCamera() {
     operations_.reset();
+    ptzController_.reset();
     camera_.reset();
     camera_ = plugin_.library().createCamera(context_, address_, plugin_.models(), options_.modelNumber);
+    ptzController_ = plugin_.library().createPtzController(context_, FirstInput, address_, camera_);
     registerOperations();
 }
 
 void CDeviceSession::registerOperations() {
     operations_ = std::make_unique<COperationRegistry>();
     camera_->registerOperations(*operations_);
+    ptzController_->registerOperations(*operations_);
     plugin_.handler().registerOperations(*operations_, context_->getAuthentication());
 }
 

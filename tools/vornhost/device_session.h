@@ -44,6 +44,8 @@ public:
     const std::string& address() const { return address_; }
     const CLoadedPlugin& plugin() const { return plugin_; }
     const device_handler::v1_0::COperationRegistry& operations() const { return *operations_; }
+    // The camera object; another one after renewCamera().
+    vorn_camera_base::v1_0::CVornCamera& camera() const { return *camera_; }
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
 
@@ -70,7 +72,8 @@ private:
     std::string familyName_;
     std::string serialNumber_;
     boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera> camera_;
-    std::unique_ptr<device_handler::v1_0::COperationRegistry> operations_; // of camera_ and the handler
+    std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController> ptzController_; // of camera_'s first input
+    std::unique_ptr<device_handler::v1_0::COperationRegistry> operations_;     // of all three and the handler
 };
 
 } // namespace corvane::vornhost

@@ -3,7 +3,8 @@
 #include "refhost/address.h"
 
 #include <algorithm>
-#include <iterator>
+#include <functional>
+#include <utility>
 
 namespace corvane::vornhost {
 namespace {
@@ -62,12 +63,16 @@ std::optional<SHttpExchange> CExchangeWatch::lastOf(const std::string& path) con
     });
 }
 
-std::vector<SHttpExchange> CExchangeWatch::takeFailing() {
+std::vector<SHttpExchange> CExchangeWatch::take() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<SHttpExchange> failed;
-    std::copy_if(latest_.begin(), latest_.end(), std::back_inserter(failed), Failed);
-    latest_.clear();
-    return failed;
+    const std::deque<SHttpExchange> taken = std::exchange(latest_, {});
+    return {taken.begin(), taken.end()};
+}
+
+std::vector<SHttpExchange> CExchangeWatch::takeFailing() {
+    std::vector<SHttpExchange> failing = take();
+    failing.erase(std::remove_if(failing.begin(), failing.end(), std::not_fn(Failed)), failing.end());
+    return failing;
 }
 
 } // namespace corvane::vornhost

@@ -23,7 +23,8 @@ public:
     std::optional<refhost::SHttpExchange> lastFailing() const;
     std::optional<refhost::SHttpExchange> lastOf(const std::string& path) const;
 
-    // Forgets all; those that failed are handed out, oldest first.
+    // Forgets all; they are handed out, or those that failed, oldest first.
+    std::vector<refhost::SHttpExchange> take();
     std::vector<refhost::SHttpExchange> takeFailing();
 
 private:

@@ -5,12 +5,43 @@
 #include "tools/vornhost/exit_status.h"
 #include "tools/vornhost/installation.h"
 
+#include <boost/make_shared.hpp>
+
+#include <map>
+
 namespace corvane::vornhost {
+namespace {
+
+using namespace device_handler::v1_0;
+
+void SetPorts(StreamUrlTable& table, const std::string& port) {
+    for (auto& [stream, codecs] : table)
+        for (auto& [codec, variants] : codecs)
+            for (auto& [variant, url] : variants)
+                url.port = port;
+}
+
+// The list with one port in every stream location.
+boost::shared_ptr<CVornModelList> WithRtspPort(const CVornModelList& list, int port) {
+    std::map<std::string, SQueryDevice> queries;
+    for (const SFamily& family : list.getFamilies())
+        queries[family.name] = list.getQueryDevice(family.name);
+    CVornModelList::ModelMap models = list.getModels();
+    for (auto& [number, model] : models) {
+        SetPorts(model.videoUrls, std::to_string(port));
+        SetPorts(model.audioUrls, std::to_string(port));
+    }
+    return boost::make_shared<CVornModelList>(list.getTestAuthentication(), list.getFamilies(), queries,
+                                              models);
+}
+
+} // namespace
 
 boost::shared_ptr<device_handler::v1_0::CVornModelList> OpenModelList(const SOptions& options) {
     try {
-        return refhost::LoadModelList(options.modelListFile.empty() ? DefaultModelListFile()
-                                                                    : options.modelListFile);
+        auto list = refhost::LoadModelList(options.modelListFile.empty() ? DefaultModelListFile()
+                                                                         : options.modelListFile);
+        return options.rtspPort ? WithRtspPort(*list, *options.rtspPort) : list;
     } catch (const refhost::CModelListError& error) {
         throw CFailure(ExitStatus::WrongUsage, std::string("the model list was refused: ") + error.what());
     }

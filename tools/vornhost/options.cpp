@@ -6,8 +6,9 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr int HighestLogLevel = 99; // above every level that is used: no lines at all
+constexpr int HighestPort = 65535;
 
-}
+} // namespace
 
 void DeclareOptions(CLI::App& command, SOptions& options) {
     const auto file = [&command](const char* name, std::string& target, const char* description) {
@@ -19,6 +20,10 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
     command
         .add_option("--model", options.modelNumber, "Take this model and do not ask the camera which it is")
         ->type_name("NUMBER");
+    command
+        .add_option("--rtsp-port", options.rtspPort, "The port of every stream, whatever the model list says")
+        ->type_name("N")
+        ->check(CLI::Range(1, HighestPort).description(""));
     command.add_option("--user", options.user, "User name (else VORNHOST_USER, else the family's default)")
         ->type_name("NAME");
     command

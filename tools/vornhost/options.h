@@ -11,10 +11,11 @@ namespace corvane::vornhost {
 
 // The options that every verb takes.
 struct SOptions {
-    std::string pluginFile;    // empty: the one built or installed beside the program
-    std::string modelListFile; // empty: the shipped one
-    std::string modelNumber;   // empty: the camera is asked
-    std::string databaseFile;  // empty: in memory
+    std::string pluginFile;      // empty: the one built or installed beside the program
+    std::string modelListFile;   // empty: the shipped one
+    std::string modelNumber;     // empty: the camera is asked
+    std::string databaseFile;    // empty: in memory
+    std::optional<int> rtspPort; // in place of the model list's ports
     std::optional<std::string> user;
     std::optional<std::string> passwordFile;
     bool noCredentials = false;

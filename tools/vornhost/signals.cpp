@@ -2,9 +2,25 @@
 
 #include "tools/vornhost/output.h"
 
+#include <mutex>
 #include <pthread.h>
+#include <utility>
 
 namespace corvane::vornhost {
+namespace {
+
+std::mutex endMutex;              // held while the request runs
+std::function<void()> endRequest; // guarded by endMutex; empty: signals end the program
+
+bool TakenByEndRequest() {
+    const std::lock_guard<std::mutex> lock(endMutex);
+    if (!endRequest)
+        return false;
+    std::exchange(endRequest, nullptr)();
+    return true;
+}
+
+} // namespace
 
 CSignalThread::CSignalThread() {
     // Sockets of departed cameras and readers must not kill the program; each write tells its own failure.
@@ -22,11 +38,21 @@ CSignalThread::~CSignalThread() {
 }
 
 void CSignalThread::run() const {
-    int signal = 0;
-    while (sigwait(&awaited_, &signal) != 0) {
+    for (int signal = 0; signal != SIGUSR1;) {
+        const bool received = sigwait(&awaited_, &signal) == 0;
+        if (received && signal != SIGUSR1 && !TakenByEndRequest())
+            DieBySignal(signal);
     }
-    if (signal != SIGUSR1)
-        DieBySignal(signal);
+}
+
+CEndRequest::CEndRequest(std::function<void()> request) {
+    const std::lock_guard<std::mutex> lock(endMutex);
+    endRequest = std::move(request);
+}
+
+CEndRequest::~CEndRequest() {
+    const std::lock_guard<std::mutex> lock(endMutex);
+    endRequest = nullptr;
 }
 
 } // namespace corvane::vornhost

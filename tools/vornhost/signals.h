@@ -1,13 +1,14 @@
 #pragma once
 
 #include <csignal>
+#include <functional>
 #include <thread>
 
 namespace corvane::vornhost {
 
 // Ends the program at once on SIGINT and SIGTERM, whatever its threads are waiting for, by the signal's
-// default action, so that a shell sees how it ended. Made in the first line of the program, before any other
-// thread, because it blocks the two signals in all of them.
+// default action, so that a shell sees how it ended, unless a CEndRequest takes the signal. Made in the first
+// line of the program, before any other thread, because it blocks the two signals in all of them.
 class CSignalThread {
 public:
     CSignalThread();
@@ -20,6 +21,17 @@ private:
 
     sigset_t awaited_; // SIGINT, SIGTERM, and SIGUSR1 to end the thread
     std::thread thread_;
+};
+
+// While it lives, the first SIGINT or SIGTERM calls `request` instead of ending the program, on the signals'
+// thread; it must return soon. The second ends the program. One at a time in the process.
+class CEndRequest {
+public:
+    explicit CEndRequest(std::function<void()> request);
+    // Waits for a call that is under way.
+    ~CEndRequest();
+    CEndRequest(const CEndRequest&) = delete;
+    CEndRequest& operator=(const CEndRequest&) = delete;
 };
 
 } // namespace corvane::vornhost

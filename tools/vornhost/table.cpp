@@ -1,10 +1,9 @@
 #include "tools/vornhost/table.h"
 
+#include "tools/vornhost/environment.h"
 #include "tools/vornhost/terminal_text.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <numeric>
 #include <unistd.h>
 #include <utility>
@@ -103,11 +102,9 @@ std::string CTable::lineOf(const std::vector<std::string>& cells) const {
 }
 
 bool ColourWanted() {
-    const char* const refusal = std::getenv("NO_COLOR");
-    const char* const terminal = std::getenv("TERM");
-    if (refusal && *refusal)
+    if (!EnvironmentVariable("NO_COLOR").value_or("").empty())
         return false;
-    return isatty(STDOUT_FILENO) && terminal && std::strcmp(terminal, "dumb") != 0;
+    return isatty(STDOUT_FILENO) && EnvironmentVariable("TERM").value_or("dumb") != "dumb";
 }
 
 std::string Bold(const std::string& text, bool colour) {

@@ -16,14 +16,56 @@ using device_handler::v1_0::COperationError;
 using device_handler::v1_0::SAnswer;
 using device_handler::v1_0::SModelInfo;
 using nlohmann::ordered_json;
+using vorn_camera_base::v1_0::CVAPI_VALUE_TYPE;
 
-constexpr struct {
+struct SCodec {
     const char* argument;
     const char* name;
     int bit;     // in getVideoCodecsSupported
     int streams; // with capabilities of their own
-} Codecs[] = {
+};
+
+constexpr SCodec Codecs[] = {
     {"mjpeg", "MJPEG", MjpegBit, 1}, {"mpeg4", "MPEG-4", Mpeg4Bit, 2}, {"h264", "H.264", H264Bit, 2}};
+
+constexpr int NotSupported = static_cast<int>(device_handler::v1_0::RtnCode::NotSupported);
+constexpr const char* LateSetting = "H264RTSPMODE_2";
+
+// What the recorder can set of a stream.
+constexpr struct {
+    const char* operation; // behind "getVideoCodec"
+    const char* field;     // of the stream's record
+    const char* label;
+    int codecBits; // of the codecs that have it
+} StreamSettings[] = {
+    {"Resolution", "resolution", "resolution", MjpegBit | Mpeg4Bit | H264Bit},
+    {"FrameRate", "frameRate", "frames a second", MjpegBit | Mpeg4Bit | H264Bit},
+    {"KeyFrameInterval", "keyFrameInterval", "frames to a key frame", Mpeg4Bit | H264Bit},
+    {"Quality", "quality", "quality", MjpegBit | Mpeg4Bit | H264Bit},
+    {"BitRate", "bitRate", "bit rate", MjpegBit | Mpeg4Bit | H264Bit},
+};
+
+std::string FieldOf(const SAnswer& answer, const std::string& field) {
+    const auto found = std::find_if(answer.record.begin(), answer.record.end(),
+                                    [&field](const auto& entry) { return entry.first == field; });
+    return found == answer.record.end() ? "" : found->second;
+}
+
+// A record as an argument.
+std::string RecordText(const SAnswer& answer) {
+    std::vector<std::string> fields;
+    for (const auto& [field, value] : answer.record)
+        fields.push_back(field + "=" + value);
+    return Join(fields, ";");
+}
+
+// A list, or "MINIMUM to MAXIMUM in steps of STEP".
+ordered_json RangeValue(const SAnswer& answer) {
+    const bool isList = answer.type && *answer.type == static_cast<int>(CVAPI_VALUE_TYPE::List);
+    if (isList || answer.values.size() != 3)
+        return answer.values.empty() ? ordered_json() : ordered_json(answer.values);
+    return answer.values[0] + " to " + answer.values[1] + " in steps of " + answer.values[2];
+}
 
 std::string StreamName(const char* codec, int streams, int stream) {
     return codec + (streams == 1 ? "" : " " + std::to_string(stream + 1));
@@ -43,7 +85,8 @@ public:
     SCameraReport report() {
         addDevice();
         addCapability();
-        addStreamCapability();
+        addStreams();
+        learnSettings();
         for (SReportSection& section : SettingSections(inputs_, codecBits_, [this](const std::string& key) {
                  return resultText("setting.GetCameraSetting", {key});
              }))
@@ -101,35 +144,63 @@ private:
              {}});
     }
 
-    void addStreamCapability() {
-        SReportSection section{"/capability/streams", "Streams", {}, {}};
+    // What the recorder can set of each stream: as it is now, by default, and what it may be.
+    void addStreams() {
+        SReportSection section{"/streams", "Streams", {}, {}};
         section.table.columns = {{"stream", "STREAM"},
-                                 {"maxFrameRate", "MAX FPS"},
-                                 {"frameRates", "FRAMES A SECOND"},
-                                 {"keyFrameIntervals", "KEY FRAMES EVERY S"},
-                                 {"resolutions", "RESOLUTIONS"}};
+                                 {"setting", "SETTING"},
+                                 {"current", "NOW"},
+                                 {"default", "DEFAULT"},
+                                 {"range", "MAY BE"}};
         for (const auto& codec : Codecs)
-            for (int stream = 0; stream < codec.streams && (codecBits_ & codec.bit); ++stream) {
-                const std::vector<std::string> id{codec.argument, std::to_string(stream)};
-                section.table.rows.push_back(
-                    {StreamName(codec.name, codec.streams, stream),
-                     OrNull(resultText("capability.getMaxFrameRate", {id[0], id[1], imageMode_})),
-                     OrNull(resultTexts("capability.getVideoCodecFrameRate", id)),
-                     OrNull(resultTexts("capability.getVideoCodecIInterval", id)),
-                     OrNull(resultTexts("capability.getResolutionForCodec", {imageMode_, id[0], id[1]}))});
-            }
+            for (int stream = 0; stream < codec.streams && (codecBits_ & codec.bit); ++stream)
+                addStream(section.table, StreamName(codec.name, codec.streams, stream), codec, stream);
         add(std::move(section));
     }
 
+    void addStream(SFactTable& table, const std::string& name, const SCodec& codec, int stream) {
+        const std::string id = "0," + std::string(codec.argument) + "," + std::to_string(stream);
+        const auto camera = ask("getVideoCodecParameters", {id});
+        const auto current = camera ? ask("convertVideoCodecToNvr", {id, RecordText(*camera)}) : std::nullopt;
+        for (const auto& setting : StreamSettings) {
+            if (!(setting.codecBits & codec.bit))
+                continue;
+            const std::vector<std::string> arguments{"0", std::to_string(stream), codec.argument};
+            const std::string operation = std::string("getVideoCodec") + setting.operation;
+            const auto byDefault = askIfSupported(operation + "Default", arguments);
+            const auto range = askIfSupported(operation + "Range", arguments);
+            std::vector<ordered_json> row{
+                name, setting.label, current ? OrNull(FieldOf(*current, setting.field)) : ordered_json(),
+                byDefault && !byDefault->values.empty() ? OrNull(byDefault->values.front()) : ordered_json(),
+                range ? RangeValue(*range) : ordered_json()};
+            if (std::any_of(row.begin() + 2, row.end(), [](const auto& value) { return !value.is_null(); }))
+                table.rows.push_back(std::move(row));
+        }
+    }
+
+    // The settings cache holds this key from the first dump after somebody asked for it.
+    void learnSettings() {
+        if ((codecBits_ & H264Bit) && resultText("setting.GetCameraSetting", {LateSetting}).empty())
+            ask("setting.getDetailsFromSetdata", {});
+    }
+
+    // A setting that the stream or the camera does not have is nothing wrong with it.
+    std::optional<SAnswer> askIfSupported(const std::string& operation,
+                                          const std::vector<std::string>& arguments) {
+        return ask(operation, arguments, true);
+    }
+
     // Nothing when the operation does not exist or its object is not there.
-    std::optional<SAnswer> ask(const std::string& operation, const std::vector<std::string>& arguments) {
+    std::optional<SAnswer> ask(const std::string& operation, const std::vector<std::string>& arguments,
+                               bool mayBeUnsupported = false) {
         const SCall call{operation, arguments};
         collectFailedExchanges("");
         try {
             const STimedAnswer timed = MakeCall(session_.operations(), call);
             const std::string asked = Join(arguments, " ");
             const std::string told = operation + (asked.empty() ? "" : " ") + asked;
-            if (!timed.succeeded())
+            const bool isUnsupported = timed.answer.error && timed.answer.error->getCode() == NotSupported;
+            if (!timed.succeeded() && !(isUnsupported && mayBeUnsupported))
                 note(told, Diagnose(Occasion::Call, *timed.answer.error, session_.exchanges()));
             collectFailedExchanges(told);
             return timed.answer;
@@ -170,13 +241,14 @@ private:
             note(operation, DiagnoseExchange(exchange));
     }
 
-    // One cause is told once, however many answers lack because of it.
+    // One cause is told once, however many answers lack because of it: without a request of its own a failure
+    // follows from one that has failed.
     void note(const std::string& operation, const SDiagnosis& diagnosis) {
-        const bool told = std::any_of(report_.problems.begin(), report_.problems.end(),
-                                      [&diagnosis](const SReportProblem& problem) {
-                                          return problem.diagnosis.problem == diagnosis.problem &&
-                                                 problem.diagnosis.request == diagnosis.request;
-                                      });
+        const bool told = std::any_of(
+            report_.problems.begin(), report_.problems.end(), [&diagnosis](const SReportProblem& problem) {
+                return diagnosis.request.empty() || (problem.diagnosis.problem == diagnosis.problem &&
+                                                     problem.diagnosis.request == diagnosis.request);
+            });
         if (!told)
             report_.problems.push_back({operation, diagnosis});
     }

@@ -125,7 +125,7 @@ SReportSection StreamSection(int videoInputs, long long codecBits, const Reader&
     AddStream(section.table, Mjpeg.codec, Mjpeg, "", read);
     for (int input = 2; input <= videoInputs; ++input)
         AddStream(section.table, std::string(Mjpeg.codec) + ", input " + std::to_string(input), Mjpeg,
-                  "CH" + std::to_string(input), read);
+                  "CH" + std::to_string(input - 1), read);
     return section;
 }
 

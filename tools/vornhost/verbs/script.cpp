@@ -3,6 +3,7 @@
 #include "tools/vornhost/output.h"
 #include "tools/vornhost/script_line.h"
 #include "tools/vornhost/verbs/background_calls.h"
+#include "tools/vornhost/verbs/played_streams.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -122,12 +123,33 @@ private:
         if (arguments != Words{"new"})
             throw CLineFailure("expected `camera new`");
         calls_.wait();
+        streams_.stopAll();
         if (const auto failure = session_.renewCamera())
             throw CLineFailure(InOneLine(*failure));
     }
 
+    void video(const Words& arguments) {
+        const bool starts = arguments.size() == 2 && arguments[0] == "start";
+        if (!starts && (arguments.size() != 2 || arguments[0] != "stop"))
+            throw CLineFailure("expected `video start CH,CODEC,N` or `video stop CH,CODEC,N`");
+        const auto id = readStreamId(arguments[1]);
+        if (starts)
+            streams_.start(session_.camera(), id);
+        else
+            streams_.stop(id);
+    }
+
+    static handler_impl::SVideoStreamId readStreamId(const std::string& text) {
+        try {
+            return device_handler::v1_0::SArgumentReader::readVideoStreamId(text);
+        } catch (const device_handler::v1_0::COperationError& error) {
+            throw CLineFailure("wrong stream \"" + text + "\": expected " + error.what());
+        }
+    }
+
     CDeviceSession& session_;
     CBackgroundCalls calls_;
+    CPlayedStreams streams_;
     bool allSucceeded_ = true;
 };
 
@@ -135,6 +157,7 @@ const CScriptRun::SOwnLine CScriptRun::OwnLines[] = {
     {"sleep", &CScriptRun::sleep},
     {"credentials", &CScriptRun::credentials},
     {"camera", &CScriptRun::camera},
+    {"video", &CScriptRun::video},
 };
 
 const CScriptRun::SOwnLine* CScriptRun::OwnLinesEnd() {
@@ -154,6 +177,8 @@ public:
             "  credentials none                the device has no credentials from here on\n"
             "  credentials NAME PASSWORD_FILE  it has these from here on\n"
             "  camera new                      destroys the camera object and makes another\n"
+            "  video start CH,CODEC,N          plays a video stream beside the script\n"
+            "  video stop CH,CODEC,N           tears it down\n"
             "  # ...                           a comment\n"
             "Example:\n"
             "  printf 'getCameraName 0\\nsetting.GetCameraSetting CAMTITLE\\n' | vornhost script "

@@ -36,6 +36,8 @@ std::unique_ptr<IVerb> MakeIdentifyVerb();
 std::unique_ptr<IVerb> MakeShowVerb();
 std::unique_ptr<IVerb> MakeCallVerb();
 std::unique_ptr<IVerb> MakeScriptVerb();
+std::unique_ptr<IVerb> MakeSyncVerb();
+std::unique_ptr<IVerb> MakeRecordVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
 

@@ -8,6 +8,8 @@ const std::vector<SVerb>& Verbs() {
         {"show", "Everything the plug-in can tell about one camera, for reading", MakeShowVerb},
         {"call", "One operation on a camera", MakeCallVerb},
         {"script", "One operation a line on standard input, on one camera", MakeScriptVerb},
+        {"sync", "The camera set to the recorder's record of a stream", MakeSyncVerb},
+        {"record", "A video stream into a file", MakeRecordVerb},
         {"models", "What the model list holds", MakeModelsVerb},
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
     };

@@ -1,0 +1,105 @@
+#include "camera/codec_conversion.h"
+
+#include "camera/numbers.h"
+
+#include <boost/format.hpp>
+
+#include <cmath>
+
+namespace corvane::panasonic_camera {
+
+namespace {
+
+constexpr int HighestQuality = 100;
+constexpr int MiddleQuality = 50; // stands for whatever is out of range
+
+// The intervals up to a second that the camera offers. Compared in hundredths, the camera's own precision: a
+// third of a second is 0.33.
+struct SKeyFrameStep {
+    long hundredths;
+    const char* seconds;
+};
+
+constexpr SKeyFrameStep KeyFrameSteps[] = {{20, "0.2"}, {33, "0.33"}, {50, "0.5"}, {100, "1"}};
+
+struct SQualityWord {
+    int quality;
+    const char* word;
+};
+
+constexpr SQualityWord Mpeg4Words[] = {{0, "low"}, {MiddleQuality, "normal"}};
+constexpr SQualityWord Mpeg4Best = {HighestQuality, "fine"}; // any other quality, and any other word
+
+std::string Decimal(double value) {
+    return boost::str(boost::format("%1%") % value);
+}
+
+std::string Mpeg4Word(int quality) {
+    for (const SQualityWord& row : Mpeg4Words)
+        if (row.quality == quality)
+            return row.word;
+    return Mpeg4Best.word;
+}
+
+int Mpeg4Quality(const std::string& word) {
+    for (const SQualityWord& row : Mpeg4Words)
+        if (row.word == word)
+            return row.quality;
+    return Mpeg4Best.quality;
+}
+
+} // namespace
+
+COptional<std::string> KeyFrameSeconds(const std::string& frames, const std::string& framesPerSecond) {
+    const auto count = ParseNumber<double>(frames);
+    const auto fps = ParseNumber<double>(framesPerSecond);
+    if (!count || !fps || *fps <= 0)
+        return {};
+    const double seconds = *count / *fps;
+    for (const SKeyFrameStep& step : KeyFrameSteps)
+        if (seconds * 100 < static_cast<double>(step.hundredths) + 0.5)
+            return std::string(step.seconds);
+    return Decimal(seconds);
+}
+
+COptional<std::string> KeyFrameFrames(const std::string& seconds, const std::string& framesPerSecond) {
+    const auto interval = ParseNumber<double>(seconds);
+    const auto fps = ParseNumber<double>(framesPerSecond);
+    if (!interval || !fps)
+        return {};
+    return Decimal(*interval * *fps);
+}
+
+COptional<std::string> CameraQuality(VideoCodec codec, const std::string& quality) {
+    if (codec == VideoCodec::H264)
+        return std::string();
+    auto value = ParseNumber<int>(quality);
+    if (!value)
+        return {};
+    if (*value > HighestQuality)
+        value = MiddleQuality;
+    if (codec == VideoCodec::Mpeg4)
+        return Mpeg4Word(*value);
+    return std::to_string(10 - *value / 10);
+}
+
+COptional<std::string> RecorderQuality(VideoCodec codec, const std::string& quality) {
+    if (codec == VideoCodec::H264)
+        return {};
+    if (codec == VideoCodec::Mpeg4)
+        return std::to_string(Mpeg4Quality(quality));
+    const auto value = ParseNumber<int>(quality);
+    if (!value)
+        return {};
+    const long long recorder = (10LL - *value) * 10;
+    return std::to_string(recorder > HighestQuality ? MiddleQuality : recorder);
+}
+
+COptional<std::string> ResolutionWidth(const std::string& resolution) {
+    const std::size_t x = resolution.find('x');
+    if (x == std::string::npos)
+        return {};
+    return resolution.substr(0, x);
+}
+
+} // namespace corvane::panasonic_camera

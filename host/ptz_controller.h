@@ -1,0 +1,135 @@
+#pragma once
+
+#include "host/api.h"
+#include "host/async_queue.h"
+#include "host/authentication.h"
+#include "host/camera.h"
+#include "host/device_context.h"
+
+#include <boost/function.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corvane::vorn_ptz_controller::v1_0 {
+
+using device_handler::v1_0::CAsyncOp;
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CCallback;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::COperationRegistry;
+using device_handler::v1_0::CString;
+using device_handler::v1_0::IDeviceContext;
+using vorn_camera_base::v1_0::CVornCamera;
+using vorn_utility::v1_0::CThreadAsyncQueue;
+
+// What every PTZ controller is made of: a queue of commands and the worker thread that runs them one at a
+// time, in the order of their arrival.
+class VORN_HOST_API CBasePtzController {
+public:
+    // `index` is the video input, from 0; `address` the device's (see host/cgi.h); `flags` are the host's own
+    // and mean nothing here.
+    CBasePtzController(boost::shared_ptr<IDeviceContext>& context, int index, char const* address,
+                       boost::shared_ptr<CVornCamera>& camera, unsigned flags);
+    // Stops the worker. A derived class that overrides ThreadRun stops it in its own destructor already.
+    virtual ~CBasePtzController();
+    CBasePtzController(const CBasePtzController&) = delete;
+    CBasePtzController& operator=(const CBasePtzController&) = delete;
+
+    // Starts the worker, once; the host does so when it has made the controller. Commands may be queued
+    // before.
+    void start();
+    // Ends the worker after the command that runs, if any; the commands that wait are cancelled, and nothing
+    // is called after the return. Not from a callback. May be repeated; a stopped controller stays stopped.
+    void stop();
+
+    // Adds every operation that can be called by name ("controller.moveAt") to `registry`, which must not
+    // outlive the controller.
+    virtual void registerOperations(COperationRegistry& registry) = 0;
+
+protected:
+    // The worker's loop, which ends soon after isRunning() has become false.
+    virtual void ThreadRun() = 0;
+    bool isRunning() const { return isRunning_; }
+
+    const boost::shared_ptr<IDeviceContext>& deviceContext() const { return context_; }
+    int index() const { return index_; }
+    CVornCamera& camera() const { return *camera_; }
+    CThreadAsyncQueue& queue() const { return *queue_; }
+    std::mutex& mutex() { return mutex_; }
+
+    // Takes over the device's credentials of this moment, and returns them.
+    CAuthentication refreshCredentials();
+
+private:
+    const boost::shared_ptr<IDeviceContext> context_;
+    const int index_;
+    const std::string address_;
+    const boost::shared_ptr<CVornCamera> camera_;
+    const boost::shared_ptr<CThreadAsyncQueue> queue_;
+    std::mutex mutex_;            // guards the controller's state
+    CAuthentication credentials_; // guarded by mutex_
+    std::atomic<bool> isRunning_{true};
+    std::mutex threadMutex_; // guards thread_
+    std::thread thread_;
+};
+
+// A device's PTZ controller: each command is queued, returns its handle at once, and ends in an operation of
+// the camera (see host/camera.h for the scales and the failures), whose result its callback receives on the
+// worker thread. A command that throws ends with (OperationFailed, General, "Operation resulted in a
+// problem"). Commands may be given on any thread.
+class VORN_HOST_API CPtzController : public CBasePtzController {
+public:
+    using CBasePtzController::CBasePtzController;
+    ~CPtzController() override;
+
+    // Whether the device moves at all: the camera's getPtzProperties.
+    virtual CAsyncOp queryMovement(const CCallback& callback);
+    virtual CAsyncOp moveTo(int pan, int tilt, int zoom, const CCallback& callback);
+    virtual CAsyncOp moveBy(int pan, int tilt, int zoom, int iris, int focus, const CCallback& callback);
+    // A continuous move; all zero stops.
+    virtual CAsyncOp moveAt(int pan, int tilt, int zoom, const CCallback& callback);
+
+    virtual CAsyncOp setPreset(int preset, const CCallback& callback);
+    virtual CAsyncOp clearPreset(int preset, const CCallback& callback);
+    virtual CAsyncOp callPreset(int preset, const CCallback& callback);
+    virtual CAsyncOp startPatternRecord(int pattern, const CCallback& callback);
+    virtual CAsyncOp stopPatternRecord(int pattern, const CCallback& callback);
+    virtual CAsyncOp selectPattern(int pattern, const CCallback& callback);
+    virtual CAsyncOp clearPatternRecord(int pattern, const CCallback& callback);
+    virtual CAsyncOp cancelPatternRecord(int pattern, const CCallback& callback);
+    // The device's own menu, and its lens: (NotSupported, General).
+    virtual CAsyncOp openMenu(const CCallback& callback);
+    virtual CAsyncOp closeMenu(const CCallback& callback);
+    // A continuous move of every axis: pan, tilt and zoom, then focus, then iris, as far as they are not 0;
+    // ends with the first failure.
+    virtual CAsyncOp moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback);
+    virtual CAsyncOp LensRefocus(const CCallback& callback);
+    virtual CAsyncOp moveFocusAt(int speed, const CCallback& callback);
+    virtual CAsyncOp moveIrisAt(int speed, const CCallback& callback);
+
+    // The position, as the camera's getPtzPosition tells it.
+    virtual CAsyncOp getPTZPos(const CCallback& callback);
+
+    // What the commands of the same name do, on the worker.
+    virtual void moveAtSync(int pan, int tilt, int zoom, const CCallback& callback,
+                            CAuthentication& credentials);
+
+    void registerOperations(COperationRegistry& registry) override;
+
+protected:
+    void ThreadRun() override;
+
+    // Runs a command, if there is one, and contains what it throws.
+    static void RunCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>& details);
+
+private:
+    using Operation = boost::function<CError(CVornCamera& camera, std::vector<CString>& values)>;
+    CAsyncOp submit(Operation operation, const CCallback& callback);
+};
+
+} // namespace corvane::vorn_ptz_controller::v1_0

@@ -1,0 +1,53 @@
+#include "host/async_queue.h"
+
+#include "host/clock.h"
+
+#include <chrono>
+
+namespace corvane::vorn_utility::v1_0 {
+namespace {
+
+void tellCancelled(CAsyncCmdDetails& details) {
+    if (!details.abandon())
+        return;
+    try {
+        Call(details.callback, device_handler::v1_0::Cancelled());
+    } catch (...) { // NOLINT(bugprone-empty-catch): whoever cancels has nothing to do with it
+    }
+}
+
+} // namespace
+
+void Op_Cancel(const boost::shared_ptr<CAsyncCmdDetails>& details) {
+    tellCancelled(*details);
+}
+
+void Op_NotifyCanceled(const boost::shared_ptr<CAsyncCmdDetails>& details) {
+    tellCancelled(*details);
+}
+
+void CThreadAsyncQueue::wait() {
+    std::unique_lock<std::mutex> lock(mutex());
+    changed_.wait(lock, [this] { return !isEmpty() || isNotified_; });
+    isNotified_ = false;
+}
+
+void CThreadAsyncQueue::wait(std::chrono::milliseconds atMost) {
+    std::unique_lock<std::mutex> lock(mutex());
+    changed_.wait_for(lock, atMost, [this] { return !isEmpty() || isNotified_; });
+    isNotified_ = false;
+}
+
+void CThreadAsyncQueue::notify() {
+    const std::lock_guard<std::mutex> guard(mutex());
+    isNotified_ = true;
+    changed_.notify_one();
+}
+
+std::uint64_t gettime() {
+    using namespace std::chrono;
+    return static_cast<std::uint64_t>(
+        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+} // namespace corvane::vorn_utility::v1_0

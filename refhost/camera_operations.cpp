@@ -1,0 +1,145 @@
+// The base camera's operations that can be called by name.
+
+#include "host/camera.h"
+#include "host/operations.h"
+
+namespace corvane::vorn_camera_base::v1_0 {
+namespace {
+
+using device_handler::v1_0::SInOut;
+
+void RegisterIdentity(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    registry.add("initialize", camera, &C::initialize, {});
+    registry.add("preInit_getUnitModelName", camera, &C::preInit_getUnitModelName, {});
+    registry.add("customInitialize", camera, &C::customInitialize, {});
+    registry.add("testAuthentication", camera, &C::testAuthentication, {});
+    registry.add("getUnitModelName", camera, &C::getUnitModelName, {});
+    registry.add("isUnitModelSupported", camera, &C::isUnitModelSupported, {});
+    registry.add("isUnitFirmwareSupported", camera, &C::isUnitFirmwareSupported, {});
+    registry.add("getUnitFirmwareVersion", camera, &C::getUnitFirmwareVersion, {});
+    registry.add("getInterfaceMac", camera, &C::getInterfaceMac, {"interface"});
+    registry.add("getCameraName", camera, &C::getCameraName, {"input"});
+    registry.add("rebootDevice", camera, &C::rebootDevice, {});
+    registry.add("resetToFactoryDefaults", camera, &C::resetToFactoryDefaults, {});
+}
+
+void RegisterVideoStreams(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    registry.add("getVideoCodecProperties", camera, &C::getVideoCodecProperties, {"channel"});
+    registry.add("getVideoCodecCount", camera, &C::getVideoCodecCount, {"channel"});
+    registry.add("getVideoCodecId", camera, &C::getVideoCodecId, {"channel", "index"});
+    registry.add("getVideoCodecMaxStreams", camera, &C::getVideoCodecMaxStreams, {"channel", "codec"});
+    registry.add("getCameraMaxStreams", camera, &C::getCameraMaxStreams, {"channel"});
+    registry.add("mapVideoStreamToActualCameraStream", camera, &C::mapVideoStreamToActualCameraStream,
+                 {"id"});
+    registry.add("findAssociatedStream", camera, &C::findAssociatedStream, {"id"});
+    registry.add("getVideoCodecResolutionList", camera, &C::getVideoCodecResolutionList,
+                 {"channel", "codec"});
+    registry.add("readVideoStreamRecord", camera, &C::readVideoStreamRecord, {"id"});
+    registry.add("writeVideoStreamRecord", camera, &C::writeVideoStreamRecord, {"id", "record"});
+    registry.add("syncVideoCodecProperties", {"record", "id"},
+                 boost::function<CError(SInOut<SVornVidValsInDb>&, SVideoStreamId)>(
+                     [camera](SInOut<SVornVidValsInDb>& record, SVideoStreamId id) {
+                         return camera->syncVideoCodecProperties(record.value, id);
+                     }));
+    registry.add("getVideoStreamUrl", camera, &C::getVideoStreamUrl, {"id"});
+}
+
+void RegisterVideoSettings(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    const auto add = [&](const char* name, auto member) {
+        registry.add(name, camera, member, {"channel", "stream", "codec", "value"});
+    };
+    add("getVideoCodecResolutionRange", &C::getVideoCodecResolutionRange);
+    add("getVideoCodecBitRateRange", &C::getVideoCodecBitRateRange);
+    add("getVideoCodecQualityRange", &C::getVideoCodecQualityRange);
+    add("getVideoCodecFrameRateRange", &C::getVideoCodecFrameRateRange);
+    add("getVideoCodecKeyFrameIntervalRange", &C::getVideoCodecKeyFrameIntervalRange);
+    add("getVideoCodecBitRateControlRange", &C::getVideoCodecBitRateControlRange);
+    add("getVideoCodecResolutionDefault", &C::getVideoCodecResolutionDefault);
+    add("getVideoCodecBitRateDefault", &C::getVideoCodecBitRateDefault);
+    add("getVideoCodecQualityDefault", &C::getVideoCodecQualityDefault);
+    add("getVideoCodecFrameRateDefault", &C::getVideoCodecFrameRateDefault);
+    add("getVideoCodecKeyFrameIntervalDefault", &C::getVideoCodecKeyFrameIntervalDefault);
+    add("getVideoCodecBitRateControlDefault", &C::getVideoCodecBitRateControlDefault);
+    add("getVideoCodecResolution", &C::getVideoCodecResolution);
+    add("getVideoCodecBitRate", &C::getVideoCodecBitRate);
+    add("getVideoCodecQuality", &C::getVideoCodecQuality);
+    add("getVideoCodecFrameRate", &C::getVideoCodecFrameRate);
+    add("getVideoCodecKeyFrameInterval", &C::getVideoCodecKeyFrameInterval);
+    add("getVideoCodecBitRateControl", &C::getVideoCodecBitRateControl);
+    add("setVideoCodecResolution", &C::setVideoCodecResolution);
+    add("setVideoCodecBitRate", &C::setVideoCodecBitRate);
+    add("setVideoCodecQuality", &C::setVideoCodecQuality);
+    add("setVideoCodecFrameRate", &C::setVideoCodecFrameRate);
+    add("setVideoCodecKeyFrameInterval", &C::setVideoCodecKeyFrameInterval);
+    add("setVideoCodecBitRateControl", &C::setVideoCodecBitRateControl);
+}
+
+void RegisterPtzConversions(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    const auto add = [&](const char* name, auto member, const char* argument) {
+        registry.add(name, camera, member, {argument});
+    };
+    add("ToCameraPanSpeed", &C::ToCameraPanSpeed, "speed");
+    add("ToCameraTiltSpeed", &C::ToCameraTiltSpeed, "speed");
+    add("ToCameraZoomSpeed", &C::ToCameraZoomSpeed, "speed");
+    add("ToNvrPanSpeed", &C::ToNvrPanSpeed, "speed");
+    add("ToNvrTiltSpeed", &C::ToNvrTiltSpeed, "speed");
+    add("ToNvrZoomSpeed", &C::ToNvrZoomSpeed, "speed");
+    add("ToCameraPanPos", &C::ToCameraPanPos, "pos");
+    add("ToCameraTiltPos", &C::ToCameraTiltPos, "pos");
+    add("ToCameraZoomPos", &C::ToCameraZoomPos, "pos");
+    add("ToNvrPanPos", &C::ToNvrPanPos, "camPos");
+    add("ToNvrTiltPos", &C::ToNvrTiltPos, "camPos");
+    add("ToNvrZoomPos", &C::ToNvrZoomPos, "camPos");
+    add("ToCameraFocusSpeed", &C::ToCameraFocusSpeed, "speed");
+    add("ToNvrFocusSpeed", &C::ToNvrFocusSpeed, "speed");
+    registry.add("ToCameraPos", camera, &C::ToCameraPos, {"pos", "min", "max"});
+    registry.add("ToNvrPos", camera, &C::ToNvrPos, {"camPos", "min", "max"});
+}
+
+void RegisterPtz(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    registry.add("setAbsolutePtz", camera, &C::setAbsolutePtz, {"stream", "pan", "tilt", "zoom"});
+    registry.add("setPtzPanPos", camera, &C::setPtzPanPos, {"stream", "pos"});
+    registry.add("setPtzTiltPos", camera, &C::setPtzTiltPos, {"stream", "pos"});
+    registry.add("setPtzZoomPos", camera, &C::setPtzZoomPos, {"stream", "pos"});
+    registry.add("setPtzPosition", camera, &C::setPtzPosition, {"stream", "position"});
+    registry.add("setRelativePtz", camera, &C::setRelativePtz,
+                 {"stream", "pan", "tilt", "zoom", "iris", "focus"});
+    registry.add("setContinuousPtz", camera, &C::setContinuousPtz, {"stream", "pan", "tilt", "zoom"});
+    registry.add("setContinuousPtzFocus", camera, &C::setContinuousPtzFocus, {"stream", "speed"});
+    registry.add("setContinuousPtzIris", camera, &C::setContinuousPtzIris, {"stream", "speed"});
+    const auto addNumbered = [&](const char* name, auto member, const char* number) {
+        registry.add(name, camera, member, {"stream", number});
+    };
+    addNumbered("setPtzPresetPos", &C::setPtzPresetPos, "preset");
+    addNumbered("addPtzPresetPos", &C::addPtzPresetPos, "preset");
+    addNumbered("clearPtzPresetPos", &C::clearPtzPresetPos, "preset");
+    addNumbered("callPtzPresetPos", &C::callPtzPresetPos, "preset");
+    addNumbered("startPtzPatternRecord", &C::startPtzPatternRecord, "pattern");
+    addNumbered("stopPtzPatternRecord", &C::stopPtzPatternRecord, "pattern");
+    addNumbered("selectPtzPattern", &C::selectPtzPattern, "pattern");
+    addNumbered("clearPtzPatternRecord", &C::clearPtzPatternRecord, "pattern");
+    addNumbered("cancelPtzPatternRecord", &C::cancelPtzPatternRecord, "pattern");
+    registry.add("getPtzPatternCount", camera, &C::getPtzPatternCount, {"stream"});
+    registry.add("getPtzProperties", camera, &C::getPtzProperties, {"stream"});
+    registry.add("getPtzPanPos", camera, &C::getPtzPanPos, {"stream"});
+    registry.add("getPtzTiltPos", camera, &C::getPtzTiltPos, {"stream"});
+    registry.add("getPtzZoomPos", camera, &C::getPtzZoomPos, {"stream"});
+    registry.add("getPtzPosition", camera, &C::getPtzPosition, {"stream"});
+}
+
+} // namespace
+
+void CVornCamera::registerOperations(COperationRegistry& registry) {
+    RegisterIdentity(registry, this);
+    RegisterVideoStreams(registry, this);
+    RegisterVideoSettings(registry, this);
+    RegisterPtzConversions(registry, this);
+    RegisterPtz(registry, this);
+}
+
+} // namespace corvane::vorn_camera_base::v1_0

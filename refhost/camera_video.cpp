@@ -1,0 +1,309 @@
+// The base camera's video: answered from the model list, and from the stream's record in the device database.
+
+#include "host/camera.h"
+#include "host/stream_controller.h"
+#include "refhost/address.h"
+#include "refhost/percent_encoding.h"
+#include "refhost/rtsp_pipeline.h"
+
+#include <boost/format.hpp>
+
+namespace corvane::vorn_camera_base::v1_0 {
+namespace {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::FindCodecName;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::PropertyValue;
+using device_handler::v1_0::RtnCode;
+using device_handler::v1_0::SStreamUrl;
+using device_handler::v1_0::SVideoCodecName;
+using device_handler::v1_0::UrlOfNoCodec;
+using device_handler::v1_0::VideoCodecNames;
+
+CError unknownToBase(const std::string& property) {
+    return {RtnCode::NotSupported, Origin::General, property + " can only be asked of the device"};
+}
+
+CError notOfModel(RtnCode code, const std::string& what) {
+    return {code, Origin::General, "the model has no " + what};
+}
+
+std::string codecText(VideoCodec codec) {
+    const SVideoCodecName* name = FindCodecName(codec);
+    return name ? name->name : "codec " + std::to_string(static_cast<int>(codec));
+}
+
+// The model's value for a codec, or null.
+template <class Value>
+const Value* find(const std::map<std::string, Value>& byCodec, VideoCodec codec) {
+    const SVideoCodecName* name = FindCodecName(codec);
+    const auto found = name ? byCodec.find(name->name) : byCodec.end();
+    return found == byCodec.end() ? nullptr : &found->second;
+}
+
+CError configuredDefault(const std::map<std::string, std::string>& defaults, VideoCodec codec,
+                         const char* property, std::string& value) {
+    const std::string* configured = find(defaults, codec);
+    if (!configured)
+        return unknownToBase(property);
+    value = *configured;
+    return CError::Success();
+}
+
+// Where the list says that a stream is, or null.
+const SStreamUrl* findUrl(const SModelInfo& model, const SVideoStreamId& id) {
+    const auto stream = model.videoUrls.find(id.stream);
+    const SVideoCodecName* name = FindCodecName(id.codec);
+    if (stream == model.videoUrls.end() || !name)
+        return nullptr;
+    auto variants = stream->second.find(name->urlName);
+    if (variants == stream->second.end())
+        variants = stream->second.find(UrlOfNoCodec);
+    if (variants == stream->second.end() || variants->second.empty())
+        return nullptr;
+    const auto ofInput = variants->second.find(id.channel);
+    return ofInput == variants->second.end() ? &variants->second.begin()->second : &ofInput->second;
+}
+
+// The address without the port of its web server.
+std::string hostOf(const std::string& address) {
+    const auto parts = refhost::ParseAddress(address);
+    return parts ? parts->host : address;
+}
+
+std::string locationOf(const SStreamUrl& url, const std::string& address, const std::string& credentials) {
+    std::string location = url.scheme + "://" + credentials + hostOf(address);
+    if (!url.port.empty())
+        location += ":" + url.port;
+    if (url.path.empty() || url.path.front() != '/')
+        location += "/";
+    location += url.path;
+    char separator = '?';
+    for (const auto& [name, value] : url.parameters) {
+        location += separator + name + "=" + value;
+        separator = '&';
+    }
+    return location;
+}
+
+std::string recordKey(const SVideoStreamId& id, const char* property) {
+    return boost::str(boost::format("%1%_%2%_video_%3%") % codecText(id.codec) % id.stream % property);
+}
+
+} // namespace
+
+CError CVornCamera::getVideoCodecProperties(int, std::vector<CString>& names) {
+    names.insert(names.end(),
+                 {"VideoCodecProperties", "VideoCodecCount", "VideoCodecId", "VideoCodecMaxStreams"});
+    return CError::Success();
+}
+
+CError CVornCamera::getVideoCodecCount(int, CString& count) {
+    count = PropertyValue(static_cast<int>(model().codecStreams.size()));
+    return CError::Success();
+}
+
+CError CVornCamera::getVideoCodecId(int, int index, CString& id) {
+    for (const SVideoCodecName& row : VideoCodecNames)
+        if (model().codecStreams.count(row.name) != 0 && index-- == 0) {
+            id = PropertyValue(static_cast<int>(row.codec));
+            return CError::Success();
+        }
+    return notOfModel(RtnCode::OutOfRange, "codec of that index");
+}
+
+CError CVornCamera::getVideoCodecMaxStreams(int, VideoCodec codec, CString& max) {
+    const int* streams = find(model().codecStreams, codec);
+    if (!streams)
+        return notOfModel(RtnCode::NotSupported, codecText(codec) + " streams");
+    max = PropertyValue(*streams);
+    return CError::Success();
+}
+
+CError CVornCamera::getCameraMaxStreams(int, CString& max) {
+    if (!model().cameraStreams)
+        return notOfModel(RtnCode::NotSupported, "number of camera streams");
+    max = PropertyValue(*model().cameraStreams);
+    return CError::Success();
+}
+
+int CVornCamera::mapVideoStreamToActualCameraStream(SVideoStreamId id, int& cameraStream) {
+    cameraStream = id.stream;
+    return 1;
+}
+
+int CVornCamera::findAssociatedStream(SVideoStreamId id) {
+    return id.stream;
+}
+
+CError CVornCamera::getVideoCodecResolutionRange(int, int, VideoCodec, std::vector<CString>&,
+                                                 CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the resolution range");
+}
+CError CVornCamera::getVideoCodecBitRateRange(int, int, VideoCodec, std::vector<CString>&,
+                                              CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the bit-rate range");
+}
+CError CVornCamera::getVideoCodecQualityRange(int, int, VideoCodec, std::vector<CString>&,
+                                              CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the quality range");
+}
+CError CVornCamera::getVideoCodecFrameRateRange(int, int, VideoCodec, std::vector<CString>&,
+                                                CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the frame-rate range");
+}
+CError CVornCamera::getVideoCodecKeyFrameIntervalRange(int, int, VideoCodec, std::vector<CString>&,
+                                                       CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the key-frame interval range");
+}
+CError CVornCamera::getVideoCodecBitRateControlRange(int, int, VideoCodec, std::vector<CString>&,
+                                                     CVAPI_VALUE_TYPE&) {
+    return unknownToBase("the bit-rate control range");
+}
+CError CVornCamera::getVideoCodecResolutionList(int, VideoCodec, std::vector<CString>&) {
+    return unknownToBase("the list of resolutions");
+}
+
+CError CVornCamera::getVideoCodecResolutionDefault(int, int, VideoCodec, std::string&) {
+    return unknownToBase("the default resolution");
+}
+CError CVornCamera::getVideoCodecBitRateDefault(int, int, VideoCodec codec, std::string& value) {
+    return configuredDefault(model().defaultBitRate, codec, "the default bit rate", value);
+}
+CError CVornCamera::getVideoCodecQualityDefault(int, int, VideoCodec codec, std::string& value) {
+    return configuredDefault(model().defaultQuality, codec, "the default quality", value);
+}
+CError CVornCamera::getVideoCodecFrameRateDefault(int, int, VideoCodec, std::string&) {
+    return unknownToBase("the default frame rate");
+}
+CError CVornCamera::getVideoCodecKeyFrameIntervalDefault(int, int, VideoCodec, std::string&) {
+    return unknownToBase("the default key-frame interval");
+}
+CError CVornCamera::getVideoCodecBitRateControlDefault(int, int, VideoCodec, std::string&) {
+    return unknownToBase("the default bit-rate control");
+}
+
+CError CVornCamera::checkVideoStream(const SVideoStreamId& id) const {
+    if (id.channel < 0 || id.channel >= model().videoInputs)
+        return notOfModel(RtnCode::OutOfRange, "video input " + std::to_string(id.channel));
+    const int* streams = find(model().codecStreams, id.codec);
+    if (!streams)
+        return notOfModel(RtnCode::NotSupported, codecText(id.codec) + " streams");
+    if (id.stream < 0 || id.stream >= *streams)
+        return notOfModel(RtnCode::OutOfRange, codecText(id.codec) + " stream " + std::to_string(id.stream));
+    return CError::Success();
+}
+
+CError CVornCamera::readVideoProperty(const SVideoStreamId& id, const char* property, VideoDefault defaultOf,
+                                      CString& value) {
+    if (CError error = checkVideoStream(id))
+        return error;
+    CString kept;
+    if (!readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), kept)) {
+        value = kept;
+        return CError::Success();
+    }
+    std::string byDefault;
+    if (CError error = (this->*defaultOf)(id.channel, id.stream, id.codec, byDefault))
+        return error;
+    value = byDefault;
+    return CError::Success();
+}
+
+CError CVornCamera::writeVideoProperty(const SVideoStreamId& id, const char* property, const CString& value) {
+    if (CError error = checkVideoStream(id))
+        return error;
+    if (value.empty())
+        return {RtnCode::OutOfRange, Origin::General, "an empty text is no value"};
+    return writeToInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
+}
+
+CError CVornCamera::getVideoCodecResolution(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::Resolution,
+                             &CVornCamera::getVideoCodecResolutionDefault, value);
+}
+CError CVornCamera::getVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::BitRate,
+                             &CVornCamera::getVideoCodecBitRateDefault, value);
+}
+CError CVornCamera::getVideoCodecQuality(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::Quality,
+                             &CVornCamera::getVideoCodecQualityDefault, value);
+}
+CError CVornCamera::getVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::FrameRate,
+                             &CVornCamera::getVideoCodecFrameRateDefault, value);
+}
+CError CVornCamera::getVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::KeyFrameInterval,
+                             &CVornCamera::getVideoCodecKeyFrameIntervalDefault, value);
+}
+CError CVornCamera::getVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString& value) {
+    return readVideoProperty({channel, codec, stream}, video_property::BitRateControl,
+                             &CVornCamera::getVideoCodecBitRateControlDefault, value);
+}
+
+CError CVornCamera::setVideoCodecResolution(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::Resolution, value);
+}
+CError CVornCamera::setVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::BitRate, value);
+}
+CError CVornCamera::setVideoCodecQuality(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::Quality, value);
+}
+CError CVornCamera::setVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::FrameRate, value);
+}
+CError CVornCamera::setVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::KeyFrameInterval, value);
+}
+CError CVornCamera::setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value) {
+    return writeVideoProperty({channel, codec, stream}, video_property::BitRateControl, value);
+}
+
+CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& record) {
+    if (CError error = checkVideoStream(id))
+        return error;
+    record = {};
+    for (const SVideoField& field : VideoFields)
+        (void)readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
+                              record.*field.value);
+    return CError::Success();
+}
+
+CError CVornCamera::writeVideoStreamRecord(SVideoStreamId id, const SVornVidValsInDb& record) {
+    for (const SVideoField& field : VideoFields)
+        if (const CString& value = record.*field.value; !value.empty())
+            if (CError error = writeVideoProperty(id, field.property, value))
+                return error;
+    return CError::Success();
+}
+
+CError CVornCamera::syncVideoCodecProperties(SVornVidValsInDb&, SVideoStreamId) {
+    return unknownToBase("synchronisation");
+}
+
+CError CVornCamera::getVideoStreamUrl(SVideoStreamId id, std::string& url) {
+    const SStreamUrl* location = findUrl(model(), id);
+    if (!location)
+        return notOfModel(RtnCode::NotSupported, "location for this stream");
+    const CAuthentication authentication = deviceContext_->getAuthentication();
+    url = locationOf(*location, address_,
+                     authentication.isSet() ? refhost::PercentEncoded(authentication.getUsername()) + ":" +
+                                                  refhost::PercentEncoded(authentication.getPassword()) + "@"
+                                            : std::string());
+    return CError::Success();
+}
+
+CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SVideoStreamId id) {
+    const SStreamUrl* location = findUrl(model(), id);
+    if (!location)
+        return notOfModel(RtnCode::NotSupported, "location for this stream");
+    // The credentials are handed over beside the location, so that no message about it can tell them.
+    return refhost::CreateRtspPipeline(locationOf(*location, address_, std::string()), id.codec,
+                                       deviceContext_->getAuthentication(), controller);
+}
+
+} // namespace corvane::vorn_camera_base::v1_0

@@ -1,0 +1,75 @@
+#include "tests/vornhost/vornhost_support.h"
+
+#include <csignal>
+
+namespace corvane::vornhost_test {
+namespace {
+
+using Words = std::vector<std::string>;
+Words Record(const CCamsim& camsim, const std::string& file, const Words& more) {
+    const std::string rtsp = camsim.get("/cameras").at("cameras")[0].at("rtsp");
+    Words arguments = {"--json", "--rtsp-port", rtsp.substr(rtsp.rfind(':') + 1), "record", camsim.address()};
+    arguments.insert(arguments.end(), {"--stream", "0,h264,0", "--output", file});
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+// How many frames a decoder makes of a file.
+int DecodedFrames(const std::string& file) {
+    const std::string command =
+        "gst-launch-1.0 -v filesrc location=" + file +
+        " ! matroskademux ! h264parse ! avdec_h264 ! identity silent=false ! fakesink";
+    FILE* const count = popen((command + " | grep -c 'last-message = chain'").c_str(), "r");
+    char line[32] = "";
+    (void)std::fgets(line, sizeof line, count);
+    return pclose(count) == 0 ? std::stoi(line) : -1;
+}
+
+TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--rtsp-port", "0"});
+    const std::string record = "resolution=700x500;frameRate=9;keyFrameInterval=9"; // the camera rounds
+    const json sync =
+        json::parse(Vornhost({"--json", "sync", camsim.address(), "--stream", "0,h264,0", record}).out);
+    EXPECT_EQ(sync.at("recordNow").at("frameRate"), "10");
+
+    const SRun run = Vornhost(Record(camsim, folder.file("video.mkv"), {"--seconds", "2"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    const json told = json::parse(run.out);
+    EXPECT_EQ(told.at("resolution"), sync.at("recordNow").at("resolution"));
+    EXPECT_NEAR(told.at("seconds"), 2, 0.5);
+    EXPECT_NEAR(told.at("frames").get<double>() / told.at("seconds").get<double>(), 10, 2);
+    EXPECT_EQ(told.at("bytes"), std::filesystem::file_size(folder.file("video.mkv")));
+    EXPECT_EQ(DecodedFrames(folder.file("video.mkv")), told.at("frames"));
+}
+
+TEST(Record, ASignalEndsItWell) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--rtsp-port", "0"});
+    const std::string file = folder.file("video.mkv", "something old");
+    CProgram program("vornhost", Record(camsim, file, {}));
+    while (std::filesystem::file_size(file) < 10000) { // pictures come
+    }
+    program.signal(SIGINT);
+    const SRun run = program.wait();
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(DecodedFrames(file), json::parse(run.out).at("frames"));
+}
+
+TEST(Record, WithoutAPictureItTellsWhyAndKeepsTheFileThatWasThere) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--rtsp-port", "0"});
+    const std::string file = folder.file("video.mkv", "something old");
+    for (const auto& [kind, limit, reason] :
+         {std::tuple("refuse", "30", "503"), std::tuple("silence", "0.5", "no data within 0.5 s")}) {
+        camsim.post("/faults", {{"path", "/MediaInput/*"}, {"kind", kind}});
+        const SRun run = Vornhost(Record(camsim, file, {"--timeout", limit}));
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.err, testing::HasSubstr(reason));
+        camsim.erase("/faults");
+    }
+    EXPECT_EQ(folder.contents(), "something old");
+}
+
+} // namespace
+} // namespace corvane::vornhost_test

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "camera.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace camsim {
+
+enum class VideoCodec { Mjpeg, Mpeg4, H264 };
+
+/// A stream that a camera model has, and the path at which it is served.
+struct VideoStream {
+    std::string path; ///< with its leading slash
+    VideoCodec codec;
+    int number; ///< of the codec's streams, from 1
+    int input;  ///< of the video inputs, from 0
+};
+
+/// Every stream that the model can serve, of each input.
+std::vector<VideoStream> videoStreams(const CameraModel& model);
+
+/// Whether the camera's settings let the stream be served: its transmission and its RTSP delivery are on, and
+/// on a camera that runs one codec family at a time it is the one that runs.
+bool isServed(const Camera& camera, const VideoStream& stream);
+
+/// Frames per second as a reduced fraction.
+struct FrameRate {
+    int numerator;
+    int denominator;
+    bool operator==(const FrameRate& other) const {
+        return numerator == other.numerator && denominator == other.denominator;
+    }
+};
+
+/// How a stream is encoded. What the camera's settings do not say, or not readably, is what it offers
+/// highest.
+struct StreamProfile {
+    VideoCodec codec = VideoCodec::Mjpeg;
+    int width = 0;
+    int height = 0;
+    FrameRate rate{1, 1};
+    int framesPerKeyFrame = 1; ///< 1 for MJPEG
+    int kilobitsPerSecond = 0; ///< 0 for MJPEG
+    int jpegPercent = 0;       ///< of the best quality; 0 for the others
+
+    bool operator==(const StreamProfile& other) const;
+};
+
+/// What the camera's settings say at this moment.
+StreamProfile streamProfile(const Camera& camera, const VideoStream& stream);
+
+/// "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s"
+std::string describeProfile(const StreamProfile& profile);
+
+/// The title that the camera shows in the pictures of an input.
+std::string inputTitle(const Camera& camera, int input);
+
+} // namespace camsim

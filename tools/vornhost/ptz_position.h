@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace corvane::vornhost {
+
+// Decides when the camera is asked where it looks: about twice a second while it moves, and on until it has
+// come to rest; seldom while it does not tell, since a stop has to wait for the answer. Belongs to one thread.
+class CPtzPositionWatch {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    // The camera was told something, so that it may look elsewhere.
+    void disturb() { isAtRest_ = false; }
+    // When to ask; nothing while an answer is awaited or the camera is at rest.
+    std::optional<Time> askTime() const;
+    void asked(Time now);
+    // `position`: nothing when the camera did not tell.
+    void answered(const std::optional<std::string>& position, Time now);
+
+    // The latest; nothing before the first, and when the camera did not tell.
+    const std::optional<std::string>& position() const { return position_; }
+
+private:
+    static constexpr std::chrono::milliseconds Period{500};
+    static constexpr std::chrono::seconds PeriodAfterFailure{5};
+
+    bool isAsked_ = false;
+    bool isAtRest_ = false;
+    Time nextTime_;
+    std::optional<std::string> position_;
+};
+
+} // namespace corvane::vornhost

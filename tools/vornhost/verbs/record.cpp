@@ -1,0 +1,106 @@
+#include "host/stream_controller.h"
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/device_session.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/recording.h"
+#include "tools/vornhost/recording_text.h"
+#include "tools/vornhost/signals.h"
+#include "tools/vornhost/stream_diagnosis.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::IStreamController;
+using handler_impl::SVideoStreamId;
+
+class CRecord : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("ADDRESS", address_, "The camera")->required();
+        command.add_option("--stream", stream_, "CHANNEL,CODEC,STREAM, as in 0,h264,0")
+            ->type_name("STREAM")
+            ->required();
+        command.add_option("--output", output_, "The Matroska file")->type_name("FILE")->required();
+        command.add_option("--seconds", seconds_, "How much to record (default: until Ctrl-C)")
+            ->type_name("S")
+            ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
+        command.add_option("--timeout", timeout_, "Give up after S seconds without a picture (default 10)")
+            ->type_name("S")
+            ->check(CLI::Range(LeastSeconds, LongestTimeout).description(""));
+        command.footer(
+            "Records a video stream as the camera sends it. Ctrl-C ends the recording; the file plays to "
+            "its\n"
+            "last frame then, and also when the camera is lost. A FILE that exists is replaced when the "
+            "first\n"
+            "picture comes, and left alone when none does.\n"
+            "Exit status 1 when the stream cannot be had or ends by itself.\n"
+            "Example: vornhost record 192.168.0.10 --stream 0,h264,0 --seconds 60 --output entrance.mkv");
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        const SVideoStreamId id = streamId();
+        CDeviceSession session(options, address_);
+        if (const auto failure = session.start()) {
+            WriteMessage(failure->lines(session.address()));
+            return ExitStatus::NotStarted;
+        }
+        std::string url;
+        (void)session.camera().getVideoStreamUrl(id, url); // without one the pipeline tells why
+        IStreamController* made = nullptr;
+        if (const CError error = session.camera().createVideoStreamPipeline(made, id))
+            return fail(error, url);
+        const std::unique_ptr<IStreamController> controller(made);
+        COutputFile file(output_);
+        CRecording recording(*controller, file, limits());
+        const CEndRequest interruption([&recording] { recording.interrupt(); });
+        CProgressLine progress(limits().seconds);
+        const CError error = recording.run(progress.writer());
+        progress.clear();
+        const SRecorded recorded = recording.recorded();
+        if (recorded.frames > 0 || !error)
+            WriteOutput(options.json ? JsonLine(RecordedJson(output_, id.codec, recorded))
+                                     : RecordedText(output_, id.codec, recorded));
+        return error ? fail(error, url) : ExitStatus::Success;
+    }
+
+private:
+    static constexpr double LeastSeconds = 0.1;
+    static constexpr double MostSeconds = 366.0 * 24 * 60 * 60;
+    static constexpr double LongestTimeout = 60 * 60;
+
+    SVideoStreamId streamId() const {
+        try {
+            return device_handler::v1_0::SArgumentReader::readVideoStreamId(stream_);
+        } catch (const device_handler::v1_0::COperationError& error) {
+            throw CFailure(ExitStatus::WrongUsage,
+                           "wrong --stream \"" + stream_ + "\": expected " + error.what());
+        }
+    }
+
+    SRecordingLimits limits() const {
+        return {seconds_, std::chrono::milliseconds(static_cast<long long>(timeout_ * 1000))};
+    }
+
+    ExitStatus fail(const CError& error, const std::string& url) const {
+        WriteMessage(DiagnoseStream(error, url).lines(address_ + ": " + stream_));
+        return ExitStatus::CallFailed;
+    }
+
+    std::string address_;
+    std::string stream_;
+    std::string output_;
+    std::optional<double> seconds_;
+    double timeout_ = 10;
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeRecordVerb() {
+    return std::make_unique<CRecord>();
+}
+
+} // namespace corvane::vornhost
