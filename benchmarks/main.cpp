@@ -10,6 +10,9 @@
 //   request         an ordinary request under digest, the first having been made, and its round trips
 //   cache_read      GetCameraSetting by one reader, and by eight at once (wall time a read)
 //   settings_parse  one settings dump taken into the cache
+//   video           the range queries, a stream's synchronisation, and 1,000 cameras (50 in a quick run)
+//   checked
+//                   for drift
 //
 // ./bench starts the simulated cameras and gives the files. An argument that is part of a workload's name
 // selects that workload.
@@ -39,6 +42,7 @@ constexpr SWorkload Workloads[] = {
     {"fleet", RegisterFleet}, // first, since it measures what memory it adds
     {"start_up", RegisterStartUp},     {"request", RegisterRequest},
     {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
+    {"video", RegisterVideo},
 };
 
 constexpr double None = 0;
@@ -65,6 +69,21 @@ const std::vector<SFigure> Figures = {
      "settings_parse/memchr", None, OfTheMachine},
     {"  the same", "settings_parse/parser", Unit::Seconds, "a search for each of the 80 keys",
      "settings_parse/plain_rule", None, OfTheMachine},
+    {"resolution range", "video_range_resolution/query", Unit::Seconds, "one memmem for its key",
+     "video_range_resolution/memmem", None, OfTheMachine},
+    {"frame-rate range", "video_range_frame_rate/query", Unit::Seconds, "one memmem for its key",
+     "video_range_frame_rate/memmem", None, OfTheMachine},
+    {"key-frame interval range", "video_range_key_frames/query", Unit::Seconds, "one memmem for its key",
+     "video_range_key_frames/memmem", None, OfTheMachine},
+    {"bit-rate range", "video_range_bit_rate/query", Unit::Seconds, "one memmem for its key",
+     "video_range_bit_rate/memmem", None, OfTheMachine},
+    {"stream synchronised, camera agrees", "video_sync_agrees", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  requests", "video_sync_agrees:requests", Unit::Count, "", "", None, Exact},
+    {"stream synchronised, camera differs", "video_sync_differs/plug-in", Unit::Seconds,
+     "its requests by a plain libcurl client", "video_sync_differs/plain", None, OfTheMachine},
+    {"  requests besides the dump", "video_sync_differs/plug-in:requests", Unit::Count, "", "", 1, Exact},
+    {"fleet checked for drift", "video_drift", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  requests", "video_drift:requests", Unit::Count, "", "", None, Exact},
 };
 
 // A thousand cameras keep more connections open than a process may by default.

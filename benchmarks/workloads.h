@@ -14,5 +14,6 @@ void RegisterStartUp(CEnvironment& environment);
 void RegisterRequest(CEnvironment& environment);
 void RegisterCacheRead(CEnvironment& environment);
 void RegisterSettingsParse(CEnvironment& environment);
+void RegisterVideo(CEnvironment& environment);
 
 } // namespace corvane::bench
