@@ -14,11 +14,12 @@ using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::IDeviceContext;
 using device_handler::v1_0::SFamily;
 using vorn_camera_base::v1_0::CVornCamera;
+using vorn_ptz_controller::v1_0::CPtzController;
 
 namespace {
 
 constexpr const char* InMemory = "";
-constexpr const char* Model = "F320"; // what ./bench simulates
+constexpr const char* Model = "D850"; // what ./bench simulates
 
 CAuthentication DefaultCredentials(const CVornModelList& models) {
     if (models.getFamilies().empty())
@@ -45,6 +46,13 @@ boost::shared_ptr<IDeviceContext> CEnvironment::makeContext(const std::string& a
 boost::shared_ptr<CVornCamera> CEnvironment::createCamera(boost::shared_ptr<IDeviceContext> context,
                                                           const std::string& address) const {
     return plugin_.createCamera(std::move(context), address, modelList_, Model);
+}
+
+std::unique_ptr<CPtzController> CEnvironment::createPtzController(boost::shared_ptr<IDeviceContext> context,
+                                                                  boost::shared_ptr<CVornCamera> camera,
+                                                                  const std::string& address) const {
+    constexpr int FirstInput = 0;
+    return plugin_.createPtzController(std::move(context), FirstInput, address, std::move(camera));
 }
 
 } // namespace corvane::bench

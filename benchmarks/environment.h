@@ -5,6 +5,7 @@
 #include "host/camera.h"
 #include "host/device_context.h"
 #include "host/model_list.h"
+#include "host/ptz_controller.h"
 #include "refhost/device_db.h"
 #include "refhost/plugin_library.h"
 
@@ -44,6 +45,12 @@ public:
     boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera>
     createCamera(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,
                  const std::string& address) const;
+
+    // A PTZ controller of its first input, its worker started.
+    std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController>
+    createPtzController(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,
+                        boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera> camera,
+                        const std::string& address) const;
 
 private:
     const bool isQuick_;

@@ -3,16 +3,13 @@
 // cameras, its connections kept too. It must be the first workload of its process: memory that others gave
 // back would be used again and not be counted.
 
+#include "benchmarks/process_use.h"
 #include "benchmarks/start_up_requests.h"
 #include "benchmarks/stopwatch.h"
 #include "benchmarks/workloads.h"
 
 #include <benchmark/benchmark.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <vector>
 
@@ -23,24 +20,6 @@ namespace {
 using benchmark::State;
 using device_handler::v1_0::CString;
 using vorn_camera_base::v1_0::CVornCamera;
-
-struct SProcessUse {
-    double threads;
-    double descriptors;
-    double residentBytes;
-};
-
-double CountEntries(const char* folder) {
-    return static_cast<double>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-SProcessUse ProcessUse() {
-    double pages = 0;
-    double residentPages = 0;
-    std::ifstream("/proc/self/statm") >> pages >> residentPages;
-    return {CountEntries("/proc/self/task"), CountEntries("/proc/self/fd"),
-            residentPages * static_cast<double>(sysconf(_SC_PAGESIZE))};
-}
 
 std::string TitleOf(CVornCamera& camera) {
     std::vector<CString> name;

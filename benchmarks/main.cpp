@@ -13,6 +13,9 @@
 //   video           the range queries, a stream's synchronisation, and 1,000 cameras (50 in a quick run)
 //   checked
 //                   for drift
+//   ptz             the PTZ controller: a command's delay, 10,000 queued ones, taking one back, and 1,000
+//   idle
+//                   controllers (50 in a quick run)
 //
 // ./bench starts the simulated cameras and gives the files. An argument that is part of a workload's name
 // selects that workload.
@@ -42,7 +45,7 @@ constexpr SWorkload Workloads[] = {
     {"fleet", RegisterFleet}, // first, since it measures what memory it adds
     {"start_up", RegisterStartUp},     {"request", RegisterRequest},
     {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
-    {"video", RegisterVideo},
+    {"video", RegisterVideo},          {"ptz", RegisterPtz},
 };
 
 constexpr double None = 0;
@@ -84,6 +87,16 @@ const std::vector<SFigure> Figures = {
     {"  requests besides the dump", "video_sync_differs/plug-in:requests", Unit::Count, "", "", 1, Exact},
     {"fleet checked for drift", "video_drift", Unit::Seconds, "", "", None, OfTheMachine},
     {"  requests", "video_drift:requests", Unit::Count, "", "", None, Exact},
+    {"PTZ command to its first byte at the camera", "ptz_delay/plug-in", Unit::Seconds,
+     "plain libcurl client, kept open", "ptz_delay/plain", 1.1, OfTheMachine},
+    {"  the 99th of a hundred", "ptz_delay/plug-in:p99", Unit::Seconds, "plain libcurl client, kept open",
+     "ptz_delay/plain:p99", None, OfTheMachine},
+    {"PTZ commands queued, each", "ptz_queue/plug-in", Unit::Seconds, "plain libcurl client, kept open",
+     "ptz_queue/plain", None, OfTheMachine},
+    {"one of 10,000 waiting commands taken back", "ptz_cancel", Unit::Seconds, "", "", None, OfTheMachine},
+    {"idle PTZ controllers", "ptz_idle:controllers", Unit::Count, "", "", None, Exact},
+    {"  CPU time a minute, all of them", "ptz_idle", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  resident memory a controller", "ptz_idle:resident", Unit::Bytes, "", "", None, OfTheMachine},
 };
 
 // A thousand cameras keep more connections open than a process may by default.

@@ -88,7 +88,7 @@ void RegisterQueries(CEnvironment& environment) {
 
 SVornVidValsInDb RecordWith(const char* frameRate) {
     SVornVidValsInDb record;
-    record.resolution = "640x480";
+    record.resolution = "640x360";
     record.frameRate = frameRate;
     record.keyFrameInterval = frameRate;
     return record;

@@ -15,5 +15,6 @@ void RegisterRequest(CEnvironment& environment);
 void RegisterCacheRead(CEnvironment& environment);
 void RegisterSettingsParse(CEnvironment& environment);
 void RegisterVideo(CEnvironment& environment);
+void RegisterPtz(CEnvironment& environment);
 
 } // namespace corvane::bench

@@ -30,7 +30,10 @@ struct SQualityWord {
 constexpr SQualityWord Mpeg4Words[] = {{0, "low"}, {MiddleQuality, "normal"}};
 constexpr SQualityWord Mpeg4Best = {HighestQuality, "fine"}; // any other quality, and any other word
 
-std::string Decimal(double value) {
+// Nothing for what is no finite number.
+COptional<std::string> Decimal(double value) {
+    if (!std::isfinite(value))
+        return {};
     return boost::str(boost::format("%1%") % value);
 }
 

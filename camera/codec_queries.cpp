@@ -149,7 +149,7 @@ CError CPanasonicCamera::getVideoCodecFrameRateRange(int /*channel*/, int stream
         return error;
     const int maxFps = ReadNumber<int>(max);
     for (const std::string& entry : rates) {
-        const auto rate = ParseNumber<double>(entry);
+        const auto rate = ParseNumber<double>(WithoutLeadingBlanks(entry));
         if (rate && IsWhole(*rate) && *rate <= maxFps)
             range.emplace_back(entry);
     }
@@ -166,8 +166,8 @@ CError CPanasonicCamera::getVideoCodecKeyFrameIntervalRange(int /*channel*/, int
     if (!fps)
         return CError::Success();
     for (const std::string& entry : capabilityOrNone().getVideoCodecIInterval(codec, stream)) {
-        const auto seconds = ParseNumber<double>(entry);
-        if (seconds && IsWhole(*seconds))
+        const auto seconds = ParseNumber<double>(WithoutLeadingBlanks(entry));
+        if (seconds && IsWhole(*seconds) && std::isfinite(*fps * *seconds))
             range.emplace_back(boost::str(boost::format("%1%") % (*fps * *seconds)));
     }
     return CError::Success();

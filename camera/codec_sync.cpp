@@ -56,7 +56,7 @@ bool Differs(const CString& recorder, const CString& camera) {
 CError CPanasonicCamera::getVideoCodecParameters(SVideoStreamId id, SVornVidValsInDb& camera) {
     camera = {};
     const SStreamKeys keys = KeysOfStream(id);
-    if (keys.resolution.empty())
+    if (!setting || keys.resolution.empty())
         return errors::noSettings();
     const auto read = [this](const std::string& key, CString& field) {
         if (!key.empty())

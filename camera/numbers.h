@@ -11,12 +11,17 @@
 
 namespace corvane::panasonic_camera {
 
+inline std::string_view WithoutLeadingBlanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    return text;
+}
+
 // Reads as a stream's extraction does: blanks skipped, a sign, up to the first character that is no digit; 0
 // where there is no number, the nearest representable number for one that is too large, and a negative number
 // without a sign counted down from the largest.
 template <class Number>
 Number ReadNumber(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    text = WithoutLeadingBlanks(text);
     const bool isNegative = text.substr(0, 1) == "-";
     if (isNegative || text.substr(0, 1) == "+")
         text.remove_prefix(1);
@@ -32,10 +37,12 @@ Number ReadNumber(std::string_view text) {
     return static_cast<Number>(isNegative ? 0 - magnitude : magnitude);
 }
 
-// Reads a text that is a decimal number and nothing else; nothing for any other text, and for a number that
-// is out of the type's range.
+// Reads a text that is a decimal number, perhaps with a sign, and nothing else; nothing for any other text,
+// and for a number that is out of the type's range.
 template <class Number>
 device_handler::v1_0::COptional<Number> ParseNumber(std::string_view text) {
+    if (text.size() > 1 && text.front() == '+' && text[1] != '-')
+        text.remove_prefix(1);
     Number number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
     if (result.ec != std::errc() || result.ptr != text.data() + text.size())

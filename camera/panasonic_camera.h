@@ -64,7 +64,7 @@ public:
 
     // Whether the family that the camera runs is transmitted ("MPEG", "H264").
     bool IsH264OrMPEG4Supported();
-    // 0: neither MPEG-4 nor H.264; 2: both, with H.264 running; 1 otherwise.
+    // 0: neither MPEG-4 nor H.264; 2: both, and "STREAMMODE" is "1"; 1 otherwise.
     int GetH264Mpeg4Mode();
     // Whether a stream must still be switched on, its transmission or its frame-rate priority being "0": 0
     // when not, else 1 for the first stream and 2 for the second.
@@ -88,8 +88,12 @@ public:
     int mapVideoStreamToActualCameraStream(SVideoStreamId id, int& cameraStream) override;
     int findAssociatedStream(SVideoStreamId id) override;
 
-    // Ranges come from the capability, filtered by the image-capture mode; each is read anew. Resolutions and
-    // frame rates fail with (7, 0, "Device not accessible") when there is no mode or no resolution.
+    // Ranges come from the capability, filtered by the image-capture mode; each is read anew. Where there is
+    // no mode, or no resolution, (7, 0, "Device not accessible"). H.264 has no bit rate and no quality, and
+    // no codec bit-rate control: (3, 3) with a text that says so. Frame rates also fail with (7, 3, "Device
+    // access failed") or, for MPEG-4, (3, 3) when the mode has no highest one, and with (7, 3, "Wrong
+    // parameter passed- Codec Information"). Defaults fail as their range does, and with (7, 3, "Device
+    // access failed") when it is empty.
     CError getVideoCodecResolutionRange(int channel, int stream, VideoCodec codec,
                                         std::vector<CString>& range, CVAPI_VALUE_TYPE& type) override;
     CError getVideoCodecBitRateRange(int channel, int stream, VideoCodec codec, std::vector<CString>& range,
@@ -128,7 +132,8 @@ public:
 
     // A stream's settings as the camera reports them, in its own form: the resolution as a width, MJPEG
     // quality from 0 to 10 where less is better, MPEG-4 quality as a word, the key-frame interval in seconds.
-    // Fails with (16, 3, "property not found") for an unknown codec.
+    // Fails with (16, 3, "property not found") without settings and for an unknown codec; `camera` is emptied
+    // then too.
     CError getVideoCodecParameters(SVideoStreamId id, SVornVidValsInDb& camera);
     // Between the two forms. Only fields that are set, and can be read, change the output.
     void convertVideoCodecToNvr(const SVideoStreamId& id, const SVornVidValsInDb& camera,
@@ -139,13 +144,16 @@ public:
     bool isSameVideoCodecParameters(SVideoStreamId id, const SVornVidValsInDb& recorder,
                                     const SVornVidValsInDb& camera);
     // Sends the recorder's record with one request ("/cgi-bin/set_jpeg", "set_mpeg", "set_h264" or their
-    // "_2"); MPEG-4 and H.264 quality and bit rate are never sent. Fails with (16, 3, "property not found")
-    // and as the request does.
+    // "_2"); on a camera without "STREAMMODE" the frame rate of MPEG-4 goes before it, in "/cgi-bin/setdata",
+    // whose failure does not count. Nothing is sent for an MPEG-4 stream other than 0 and 1. MPEG-4 and H.264
+    // quality and bit rate are never sent. Fails with (16, 3, "property not found") without settings and for
+    // an unknown codec, and as the request does.
     CError setVideoCodecToCamera(int channel, int stream, VideoCodec codec, const SVornVidValsInDb& recorder);
     CError syncVideoCodecProperties(SVornVidValsInDb& recorder, SVideoStreamId id) override;
 
-    // After the base's, these copy the value to every input of a device whose inputs share one encoder. A bit
-    // rate must be one of its range: (15, 3, "VideoCodecBitRate out of range").
+    // After the base's, these copy the value to both streams of every input of a device whose inputs share
+    // one encoder. A bit rate must be one of its range, (15, 3, "VideoCodecBitRate out of range"); it has
+    // been written all the same. A failure to copy does not count. The resolution's is the base's alone.
     CError setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value) override;
     CError setVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString value) override;
     CError setVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString value) override;
@@ -155,8 +163,8 @@ public:
     CError checkVideoCodecSetting(int channel, VideoCodec codec, const std::string& property,
                                   const std::string& value);
 
-    // --- Pan, tilt, zoom. Requests carry the input counted from 1 ("&ch=") where they carry it. Without
-    // settings each fails with (16, 3, "property not found"), otherwise as its request does.
+    // --- Pan, tilt, zoom. Requests carry the input counted from 1 ("&ch=") where they carry it. What is sent
+    // fails with (16, 3, "property not found") without settings, otherwise as its request does.
 
     // Speeds from 1 to 100, linearly over the camera's range, whose minimum counts as 1 when it is lower;
     // speeds above 100 are 100, below 1 they may leave the range.
@@ -166,6 +174,8 @@ public:
     int ToNvrPanSpeed(int speed) override; // a camera's speed is never converted back
     int ToNvrTiltSpeed(int speed) override;
     int ToNvrZoomSpeed(int speed) override;
+    int ToCameraFocusSpeed(int speed) override;
+    int ToNvrFocusSpeed(int speed) override;
     // Positions, linearly over the camera's range and clamped to it. The axes' operations use the last two.
     int ToCameraPanPos(int pos) override;
     int ToCameraTiltPos(int pos) override;
@@ -173,8 +183,6 @@ public:
     int ToNvrPanPos(int camPos) override;
     int ToNvrTiltPos(int camPos) override;
     int ToNvrZoomPos(int camPos) override;
-    int ToCameraFocusSpeed(int speed) override;
-    int ToNvrFocusSpeed(int speed) override;
     int ToCameraPos(int pos, int min, int max) override;
     int ToNvrPos(int camPos, int min, int max) override; // 0 in a range of no width
 
@@ -185,7 +193,7 @@ public:
     CError setPtzTiltPos(int stream, CString pos) override;
     CError setPtzZoomPos(int stream, CString pos) override;
     CError setPtzPosition(int stream, CString position) override;
-    // "/cgi-bin/camctrl", in up to four requests; a success whatever they return.
+    // "/cgi-bin/camctrl", in up to four requests; a success whatever becomes of them.
     CError setRelativePtz(int stream, int pan, int tilt, int zoom, int iris, int focus) override;
     // "/cgi-bin/directctrl".
     CError setContinuousPtz(int stream, int pan, int tilt, int zoom) override;

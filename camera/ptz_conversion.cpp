@@ -14,16 +14,16 @@ namespace {
 constexpr int HighestSpeed = 100;
 constexpr int HighestPosition = 10000;
 
-// In 64 bits, so that no range of the model list overflows.
-int Scaled(std::int64_t width, std::int64_t steps, std::int64_t allSteps) {
-    return static_cast<int>(width * steps / allSteps);
+// In 64 bits, so that no range overflows.
+int Scaled(std::int64_t width, std::int64_t steps, std::int64_t allSteps, std::int64_t offset) {
+    return static_cast<int>(width * steps / allSteps + offset);
 }
 
 // No lower bound: a speed below 1 may leave the camera's range.
 int CameraSpeed(int speed, const SRange& range) {
     const int lowest = range.minimum <= 0 ? 1 : range.minimum;
     const std::int64_t steps = std::int64_t{std::min(speed, HighestSpeed)} - 1;
-    return Scaled(std::int64_t{range.maximum} - lowest, steps, HighestSpeed - 1) + lowest;
+    return Scaled(std::int64_t{range.maximum} - lowest, steps, HighestSpeed - 1, lowest);
 }
 
 } // namespace
@@ -83,14 +83,14 @@ int CPanasonicCamera::ToNvrZoomPos(int camPos) {
 int CPanasonicCamera::ToCameraPos(int pos, int min, int max) {
     if (pos < 0)
         return min;
-    return Scaled(std::int64_t{max} - min, std::min(pos, HighestPosition), HighestPosition) + min;
+    return Scaled(std::int64_t{max} - min, std::min(pos, HighestPosition), HighestPosition, min);
 }
 
 int CPanasonicCamera::ToNvrPos(int camPos, int min, int max) {
     if (max == min)
         return 0;
     const int clamped = std::min(std::max(camPos, min), max);
-    return Scaled(std::int64_t{clamped} - min, HighestPosition, std::int64_t{max} - min);
+    return Scaled(std::int64_t{clamped} - min, HighestPosition, std::int64_t{max} - min, 0);
 }
 
 } // namespace corvane::panasonic_camera

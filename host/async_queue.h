@@ -68,7 +68,8 @@ public:
     CAsyncQueueBase(const CAsyncQueueBase&) = delete;
     CAsyncQueueBase& operator=(const CAsyncQueueBase&) = delete;
 
-    // Appends a command and wakes the worker. The handle cancels it, also after the queue has gone.
+    // Appends a command and wakes the worker; a closed queue cancels it at once. The handle cancels it, also
+    // after the queue has gone.
     CAsyncOp push_back(Details details) {
         const auto entry = boost::make_shared<SEntry>();
         entry->owner = this->shared_from_this();
@@ -77,6 +78,8 @@ public:
             const std::lock_guard<std::mutex> guard(mutex_);
             entry->position = entries_.insert(entries_.end(), entry);
         }
+        if (isClosed_)
+            cancel(entry);
         notify();
         return CAsyncOp([entry] { Cancel(entry); });
     }
@@ -102,13 +105,14 @@ public:
         hasWaited ? Op_NotifyCanceled(entry->details) : Op_Cancel(entry->details); // with no lock held
     }
 
-    // Cancels every command that waits, in order.
-    void cancelAll() {
+    // From here on no command waits: those that do are cancelled, in order.
+    void close() {
+        isClosed_ = true;
         while (const boost::shared_ptr<SEntry> entry = front())
             cancel(entry);
     }
 
-    // Takes the first command out; empty when there is none, or when it has been cancelled meanwhile.
+    // Takes the first command out, which runs if it can still be begun; empty when none waits.
     Details take() {
         const std::lock_guard<std::mutex> guard(mutex_);
         if (entries_.empty())
@@ -135,6 +139,7 @@ private:
 
     std::mutex mutex_; // guards the list, and every entry's position and flag
     std::list<boost::shared_ptr<SEntry>> entries_;
+    std::atomic<bool> isClosed_{false};
 };
 
 // The queue of a worker thread.

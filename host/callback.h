@@ -10,8 +10,10 @@
 
 namespace corvane::device_handler::v1_0 {
 
-// The completion callback of an asynchronous operation. It runs exactly once, on the worker thread of the
-// object that was asked, or on the thread that takes the operation back; it must not destroy that object.
+// The completion callback of an asynchronous operation. It runs exactly once (once more when it throws), on
+// the worker thread of the object that was asked; when the operation is taken back, on the thread that does
+// so, or that stops or destroys the object. It must not destroy that object, nor ask it again when it
+// receives a cancellation.
 class CCallback {
 public:
     using Function = boost::function<void(const CError& error, const std::vector<CString>& values)>;
@@ -44,7 +46,8 @@ public:
     explicit CAsyncOp(boost::function<void()> cancel) : cancel_(std::move(cancel)) {}
 
     // Takes the operation back if it has not started; its callback then receives the cancellation. May be
-    // called from any thread, repeatedly, and after the object that was asked is gone.
+    // called from any thread, repeatedly, and after the object that was asked is gone, but not after its
+    // plug-in has been unloaded.
     void cancel() const {
         if (cancel_)
             cancel_();

@@ -151,13 +151,14 @@ public:
     virtual CError setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value);
 
     // A stream's record in the device database: reading fills the fields that are set and empties the others,
-    // writing leaves alone what is empty in `record`. Both fail as the setters do.
+    // writing leaves alone what is empty in `record`. Both fail as the setters do, but that nothing is said
+    // of empty values; a failed writing may have written some fields.
     CError readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& record);
     CError writeVideoStreamRecord(SVideoStreamId id, const SVornVidValsInDb& record);
 
     // Brings the device to the recorder's record of a stream. (OperationFailed, Handler) with the text
-    // NeedWriteBack says that the device has been written to and that `recorder` holds what it accepted,
-    // which the host then stores.
+    // NeedWriteBack says that they differed, and that `recorder` now holds what the device accepted, as far
+    // as it could be read, which the host then stores.
     virtual CError syncVideoCodecProperties(SVornVidValsInDb& recorder, SVideoStreamId id);
 
     // Where a stream can be played, from the model list, with the device's user and password in it,
@@ -194,6 +195,7 @@ public:
     virtual int ToNvrPos(int camPos, int min, int max);
 
     virtual CError setAbsolutePtz(int stream, int pan, int tilt, int zoom);
+    // `pos` is a position of the axis in decimal, `position` a position text.
     virtual CError setPtzPanPos(int stream, CString pos);
     virtual CError setPtzTiltPos(int stream, CString pos);
     virtual CError setPtzZoomPos(int stream, CString pos);

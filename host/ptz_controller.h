@@ -43,8 +43,9 @@ public:
     // Starts the worker, once; the host does so when it has made the controller. Commands may be queued
     // before.
     void start();
-    // Ends the worker after the command that runs, if any; the commands that wait are cancelled, and nothing
-    // is called after the return. Not from a callback. May be repeated; a stopped controller stays stopped.
+    // Ends the worker after the command that it has taken, if any; those that wait are cancelled, and so is
+    // at once whatever is given later. Nothing is called after the return but by a handle that another thread
+    // cancels at that moment. Not from a callback. May be repeated; a stopped controller stays stopped.
     void stop();
 
     // Adds every operation that can be called by name ("controller.moveAt") to `registry`, which must not
@@ -71,17 +72,19 @@ private:
     const std::string address_;
     const boost::shared_ptr<CVornCamera> camera_;
     const boost::shared_ptr<CThreadAsyncQueue> queue_;
-    std::mutex mutex_;            // guards the controller's state
-    CAuthentication credentials_; // guarded by mutex_
+    std::mutex mutex_; // for the derived controller's state
+    std::mutex
+        credentialsMutex_; // guards credentials_; apart, so that a command is given at once whatever runs
+    CAuthentication credentials_;
     std::atomic<bool> isRunning_{true};
     std::mutex threadMutex_; // guards thread_
     std::thread thread_;
 };
 
 // A device's PTZ controller: each command is queued, returns its handle at once, and ends in an operation of
-// the camera (see host/camera.h for the scales and the failures), whose result its callback receives on the
-// worker thread. A command that throws ends with (OperationFailed, General, "Operation resulted in a
-// problem"). Commands may be given on any thread.
+// the camera (see host/camera.h for the scales and the failures), whose result its callback receives (see
+// host/callback.h for the thread). A command that throws ends with (OperationFailed, General, "Operation
+// resulted in a problem"). Commands may be given on any thread.
 class VORN_HOST_API CPtzController : public CBasePtzController {
 public:
     using CBasePtzController::CBasePtzController;
@@ -105,8 +108,8 @@ public:
     // The device's own menu, and its lens: (NotSupported, General).
     virtual CAsyncOp openMenu(const CCallback& callback);
     virtual CAsyncOp closeMenu(const CCallback& callback);
-    // A continuous move of every axis: pan, tilt and zoom, then focus, then iris, as far as they are not 0;
-    // ends with the first failure.
+    // A continuous move of every axis: pan, tilt and zoom as the other moveAt, then focus, and then iris
+    // unless it is 0, which devices without one refuse; ends with the first failure.
     virtual CAsyncOp moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback);
     virtual CAsyncOp LensRefocus(const CCallback& callback);
     virtual CAsyncOp moveFocusAt(int speed, const CCallback& callback);

@@ -89,7 +89,7 @@ void CPanasonicPtzController::waitForCommand() {
     isMoving ? queue().wait(times_.checkPeriod) : queue().wait();
 }
 
-// Holds the mutex while it sends, so that a move that is given meanwhile comes after it.
+// Holds the mutex while it sends.
 void CPanasonicPtzController::refreshMove() {
     const std::lock_guard<std::mutex> guard(mutex());
     if (!moveRefreshActive_)

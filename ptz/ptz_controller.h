@@ -27,12 +27,12 @@ struct SRefreshTimes {
 };
 
 // The PTZ controller of a camera. Continuous moves are its own: on a camera that stops by itself (one whose
-// pan speeds do not go to 256) the worker sends a move that is in force again about once a second.
+// highest pan speed is not exactly 256) the worker sends a move that is in force again about once a second.
 //
 // Threads, ownership and results are those of CPtzController.
 class CPanasonicPtzController : public CPtzController {
 public:
-    // The arguments are CBasePtzController's.
+    // The arguments but the last are CBasePtzController's.
     CPanasonicPtzController(boost::shared_ptr<IDeviceContext>& context, int index, char const* address,
                             boost::shared_ptr<CVornCamera>& camera, unsigned flags, SRefreshTimes times = {});
     ~CPanasonicPtzController() override;

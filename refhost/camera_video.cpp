@@ -87,6 +87,10 @@ std::string locationOf(const SStreamUrl& url, const std::string& address, const 
     return location;
 }
 
+bool isAbsent(const CError& error) {
+    return error.getCode() == static_cast<int>(RtnCode::NotSet);
+}
+
 std::string recordKey(const SVideoStreamId& id, const char* property) {
     return boost::str(boost::format("%1%_%2%_video_%3%") % codecText(id.codec) % id.stream % property);
 }
@@ -105,8 +109,9 @@ CError CVornCamera::getVideoCodecCount(int, CString& count) {
 }
 
 CError CVornCamera::getVideoCodecId(int, int index, CString& id) {
+    int seen = 0;
     for (const SVideoCodecName& row : VideoCodecNames)
-        if (model().codecStreams.count(row.name) != 0 && index-- == 0) {
+        if (model().codecStreams.count(row.name) != 0 && seen++ == index) {
             id = PropertyValue(static_cast<int>(row.codec));
             return CError::Success();
         }
@@ -199,11 +204,9 @@ CError CVornCamera::readVideoProperty(const SVideoStreamId& id, const char* prop
                                       CString& value) {
     if (CError error = checkVideoStream(id))
         return error;
-    CString kept;
-    if (!readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), kept)) {
-        value = kept;
-        return CError::Success();
-    }
+    if (const CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
+        !isAbsent(error))
+        return error;
     std::string byDefault;
     if (CError error = (this->*defaultOf)(id.channel, id.stream, id.codec, byDefault))
         return error;
@@ -266,10 +269,13 @@ CError CVornCamera::setVideoCodecBitRateControl(int channel, int stream, VideoCo
 CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& record) {
     if (CError error = checkVideoStream(id))
         return error;
-    record = {};
+    SVornVidValsInDb kept;
     for (const SVideoField& field : VideoFields)
-        (void)readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
-                              record.*field.value);
+        if (const CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
+                                                 kept.*field.value);
+            error && !isAbsent(error))
+            return error;
+    record = kept;
     return CError::Success();
 }
 

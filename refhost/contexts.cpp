@@ -20,7 +20,8 @@ using device_handler::v1_0::SFamily;
 namespace {
 
 void writeFormatted(int level, const char* format, va_list arguments) {
-    WriteLog(level, FormatText(format, arguments));
+    if (IsLogShown(level))
+        WriteLog(level, FormatText(format, arguments));
 }
 
 } // namespace
@@ -32,6 +33,8 @@ CDeviceContext::CDeviceContext(std::string address, CAuthentication authenticati
 }
 
 void CDeviceContext::log(int level, const char* format, ...) {
+    if (!IsLogShown(level))
+        return;
     va_list arguments;
     va_start(arguments, format);
     const std::string text = FormatText(format, arguments);

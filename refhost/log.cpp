@@ -76,8 +76,12 @@ void SetLogLevel(int level) {
     state().lowestLevel = level;
 }
 
+bool IsLogShown(int level) {
+    return level >= state().lowestLevel;
+}
+
 void WriteLog(int level, const std::string& line) {
-    if (level >= state().lowestLevel)
+    if (IsLogShown(level))
         state().log.log(severity(level), spdlog::string_view_t(onOneLine(MaskSecrets(line))));
 }
 

@@ -11,6 +11,8 @@ namespace corvane::refhost {
 // The lowest level (see host/log.h) of the lines that are shown: LogFailure until it is set. Lines go to
 // standard error, masked and with blanks for line ends.
 void SetLogLevel(int level);
+// Whether lines of the level are shown, so that what nobody reads need not be written.
+bool IsLogShown(int level);
 void WriteLog(int level, const std::string& line);
 
 // From here on the text is masked wherever a line holds it, also where it is percent-encoded. A text that

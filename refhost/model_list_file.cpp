@@ -102,6 +102,8 @@ auto toRange(SRange& range) {
         std::vector<int> ends;
         node.eachEntry([&](const CJsonNode& entry) { ends.push_back(entry.integer(LowestInt, HighestInt)); });
         range = {ends[0], ends[1]};
+        if (range.minimum > range.maximum)
+            node.refuse("expected a minimum that is not above the maximum");
     };
 }
 

@@ -46,12 +46,12 @@ void CBasePtzController::stop() {
     queue_->notify();
     if (thread_.joinable())
         thread_.join();
-    queue_->cancelAll();
+    queue_->close();
 }
 
 CAuthentication CBasePtzController::refreshCredentials() {
     CAuthentication current = context_->getAuthentication();
-    const std::lock_guard<std::mutex> guard(mutex_);
+    const std::lock_guard<std::mutex> guard(credentialsMutex_);
     credentials_ = current;
     return current;
 }
@@ -178,12 +178,15 @@ CAsyncOp CPtzController::closeMenu(const CCallback& callback) {
 
 CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback) {
     return submit(
-        [=, index = index()](CVornCamera& camera, auto&) {
-            CError error = camera.setContinuousPtz(index, pan, tilt, zoom);
-            if (!error && focus != 0)
-                error = camera.setContinuousPtzFocus(index, focus);
+        [=, credentials = refreshCredentials()](CVornCamera& camera, auto&) mutable {
+            CError error = CError::Success();
+            const CCallback noted(
+                [&error](const CError& outcome, const std::vector<CString>&) { error = outcome; });
+            moveAtSync(pan, tilt, zoom, noted, credentials);
+            if (!error)
+                error = camera.setContinuousPtzFocus(index(), focus);
             if (!error && iris != 0)
-                error = camera.setContinuousPtzIris(index, iris);
+                error = camera.setContinuousPtzIris(index(), iris);
             return error;
         },
         callback);

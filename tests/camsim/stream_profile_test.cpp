@@ -48,13 +48,15 @@ TEST(Camsim, RoundsWrittenStreamSettingsToWhatTheCameraOffers) {
 
 TEST(Camsim, EncodesAsTheSettingsSay) {
     CameraOf camera("F320");
-    EXPECT_EQ(camera.stream("/MediaInput/h264"), "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s");
+    EXPECT_EQ(camera.stream("/MediaInput/h264"),
+              "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s, G.726 32 kbit/s");
     EXPECT_EQ(camera.stream("/MediaInput/jpeg"), "MJPEG 640x480, 5 fps, quality 67%");
     camera.put("IMAGERATIO", "16_9");
     camera.put("H264NRFRAMERATE", "7.5");
     camera.put("H264RINT", "2");
     camera.put("H264BWC", "0");
-    EXPECT_EQ(camera.stream("/MediaInput/h264"), "H.264 1280x720, 15/2 fps, key frame every 15, 4096 kbit/s");
+    EXPECT_EQ(camera.stream("/MediaInput/h264"),
+              "H.264 1280x720, 15/2 fps, key frame every 15, 4096 kbit/s, G.726 32 kbit/s");
     CameraOf encoder("GXE500");
     encoder.put("LIVESIZECH2", "320");
     EXPECT_EQ(encoder.stream("/MediaInput/ch_2/jpeg"), "MJPEG 320x240, 5 fps, quality 67%");

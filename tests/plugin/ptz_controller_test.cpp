@@ -85,6 +85,13 @@ protected:
     bool waitForEnds(std::size_t count) {
         return WaitUntil([&] { return ended().size() >= count; });
     }
+    // Three commands, so that a whole pass of the worker lies between the ends of the last two.
+    void passWorker() {
+        const std::size_t before = ended().size();
+        for (int i = 0; i < 3; ++i)
+            controller->moveFocusAt(3, noted());
+        ASSERT_TRUE(waitForEnds(before + 3));
+    }
 
     CThreadCheck threadCheck;
     boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
@@ -161,26 +168,23 @@ TEST_F(PtzController, AMoveInForceIsSentAgainUntilItStops) {
     controller->moveAt(5, 0, 0, noted());
     ASSERT_TRUE(waitForEnds(1));
     clock += 1000; // not more than the period yet
-    controller->moveFocusAt(3, noted());
-    ASSERT_TRUE(waitForEnds(2)); // a pass of the worker
+    passWorker();
     EXPECT_EQ(camera->moves().size(), 1U);
     clock += 1;
     ASSERT_TRUE(camera->waitForMoves(2));
     clock += 1001;
     ASSERT_TRUE(camera->waitForMoves(3));
-    controller->moveAt(0, 0, 0, noted());
-    ASSERT_TRUE(waitForEnds(3));
+    controller->moveAt(0, 0, 0, 0, 0, noted()); // every axis at once stops it too
+    passWorker();
     clock += 100000;
-    controller->moveFocusAt(3, noted());
-    ASSERT_TRUE(waitForEnds(4));
+    passWorker();
     EXPECT_THAT(camera->moves(), ElementsAre(5, 5, 5, 0));
 
     make(256, {[&clock] { return clock.load(); }, 1000, std::chrono::milliseconds(1)}); // never
     controller->moveAt(5, 0, 0, noted());
-    ASSERT_TRUE(waitForEnds(5));
+    passWorker();
     clock += 100000;
-    controller->moveFocusAt(3, noted());
-    ASSERT_TRUE(waitForEnds(6));
+    passWorker();
     EXPECT_THAT(camera->moves(), ElementsAre(5));
 }
 

@@ -92,6 +92,7 @@ TEST_F(Ptz, Conversions) {
     EXPECT_EQ(camera->ToNvrPanPos(-1), 0);
     EXPECT_EQ(camera->ToNvrZoomPos(7), 0); // a range of no width
     EXPECT_EQ(camera->ToNvrPos(INT_MAX, INT_MIN, INT_MAX), 10000);
+    EXPECT_EQ(camera->ToCameraPos(10000, INT_MIN, INT_MAX), INT_MAX);
 }
 
 TEST_F(Ptz, EachOperationSendsItsRequests) {

@@ -108,10 +108,16 @@ void CDeviceSession::setCredentials(CCredentials credentials) {
 }
 
 void CDeviceSession::makeCamera() {
-    operations_.reset();
+    operations_ = std::make_unique<COperationRegistry>(); // none, should the making fail
     ptzController_.reset();
     camera_.reset();
     camera_ = plugin_.library().createCamera(context_, address_, plugin_.models(), options_.modelNumber);
+    renewController();
+}
+
+void CDeviceSession::renewController() {
+    operations_ = std::make_unique<COperationRegistry>();
+    ptzController_.reset();
     ptzController_ = plugin_.library().createPtzController(context_, FirstInput, address_, camera_);
     registerOperations();
 }

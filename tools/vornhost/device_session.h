@@ -40,6 +40,8 @@ public:
     // Destroys the camera object and makes another, initialised as the options want it; what failed
     // otherwise.
     std::optional<SDiagnosis> renewCamera();
+    // Likewise the PTZ controller alone: nothing of it runs beside the camera from here until it is asked.
+    void renewController();
 
     const std::string& address() const { return address_; }
     const CLoadedPlugin& plugin() const { return plugin_; }

@@ -19,20 +19,13 @@ struct SKeyCode {
 
 std::optional<SPtzKey> FindKey(const std::string& code, bool isSequence) {
     static const SKeyCode Codes[] = {
-        {"A", true, {PtzKeyKind::Move, "up", 0, 1}},
-        {"B", true, {PtzKeyKind::Move, "down", 0, -1}},
-        {"C", true, {PtzKeyKind::Move, "right", 1}},
-        {"D", true, {PtzKeyKind::Move, "left", -1}},
-        {"5~", true, {PtzKeyKind::Faster, "page up"}},
-        {"6~", true, {PtzKeyKind::Slower, "page down"}},
-        {"+", false, {PtzKeyKind::Move, "+", 0, 0, 1}},
-        {"-", false, {PtzKeyKind::Move, "-", 0, 0, -1}},
-        {"]", false, {PtzKeyKind::Faster, "]"}},
-        {"[", false, {PtzKeyKind::Slower, "["}},
-        {" ", false, {PtzKeyKind::Stop, "space"}},
-        {"p", false, {PtzKeyKind::Save, "p"}},
-        {"q", false, {PtzKeyKind::Leave, "q"}},
-        {"\x03", false, {PtzKeyKind::Leave, "Ctrl-C"}},
+        {"A", true, {PtzKeyKind::Move, "up", 0, 1}},    {"B", true, {PtzKeyKind::Move, "down", 0, -1}},
+        {"C", true, {PtzKeyKind::Move, "right", 1}},    {"D", true, {PtzKeyKind::Move, "left", -1}},
+        {"5~", true, {PtzKeyKind::Faster, "page up"}},  {"6~", true, {PtzKeyKind::Slower, "page down"}},
+        {"+", false, {PtzKeyKind::Move, "+", 0, 0, 1}}, {"-", false, {PtzKeyKind::Move, "-", 0, 0, -1}},
+        {"]", false, {PtzKeyKind::Faster, "]"}},        {"[", false, {PtzKeyKind::Slower, "["}},
+        {" ", false, {PtzKeyKind::Stop, "space"}},      {"p", false, {PtzKeyKind::Save, "p"}},
+        {"q", false, {PtzKeyKind::Leave, "q"}},         {"\x03", false, {PtzKeyKind::Leave, "Ctrl-C"}},
         {"\x04", false, {PtzKeyKind::Leave, "Ctrl-D"}},
     };
     const auto* const found = std::find_if(std::begin(Codes), std::end(Codes), [&](const SKeyCode& known) {

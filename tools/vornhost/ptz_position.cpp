@@ -3,21 +3,23 @@
 namespace corvane::vornhost {
 
 std::optional<CPtzPositionWatch::Time> CPtzPositionWatch::askTime() const {
-    return isAsked_ || isAtRest_ ? std::nullopt : std::optional(nextTime_);
+    return isAsked_ || looksLeft_ == 0 ? std::nullopt : std::optional(nextTime_);
 }
 
 void CPtzPositionWatch::asked(Time now) {
     isAsked_ = true;
-    isAtRest_ = true; // until the answer, or a command, tells otherwise
+    --looksLeft_;
     nextTime_ = now + Period;
 }
 
 void CPtzPositionWatch::answered(const std::optional<std::string>& position, Time now) {
     isAsked_ = false;
-    if (!position)
+    if (!position) {
         nextTime_ = now + PeriodAfterFailure;
-    else if (position != position_)
-        isAtRest_ = false;
+        looksLeft_ = 0;
+    } else if (position_ && position != position_) {
+        disturb();
+    }
     position_ = position;
 }
 

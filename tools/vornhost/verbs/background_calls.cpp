@@ -15,11 +15,24 @@ void CBackgroundCalls::start(const device_handler::v1_0::COperationRegistry& ope
         ++pending_;
     }
     try {
-        StartCall(operations, call, [this, call](const STimedAnswer& answer) { answered(call, answer); });
+        handles_.push_back(StartCall(operations, call,
+                                     [this, call](const STimedAnswer& answer) { answered(call, answer); }));
     } catch (...) {
         ended();
         throw;
     }
+}
+
+bool CBackgroundCalls::cancel(std::size_t nthNewest) const {
+    if (nthNewest < 1 || nthNewest > handles_.size())
+        return false;
+    handles_[handles_.size() - nthNewest].cancel();
+    return true;
+}
+
+void CBackgroundCalls::finish() {
+    wait();
+    handles_.clear();
 }
 
 void CBackgroundCalls::answered(const SCall& call, const STimedAnswer& answer) {

@@ -18,8 +18,12 @@ public:
     // return.
     void start(const device_handler::v1_0::COperationRegistry& operations, const SCall& call);
 
-    // Waits for the answers that have not come yet.
-    void wait();
+    // Takes back the newest call for 1, the one before it for 2, and so on, as far as it has not begun; false
+    // when there have not been so many.
+    bool cancel(std::size_t nthNewest) const;
+
+    // Waits for the answers that have not come yet, and forgets the calls.
+    void finish();
 
     // Of the answers that have come.
     bool allSucceeded() const;
@@ -27,11 +31,14 @@ public:
 private:
     void answered(const SCall& call, const STimedAnswer& answer);
     void ended();
+    void wait();
 
     mutable std::mutex mutex_; // guards what follows
     std::condition_variable changed_;
     int pending_ = 0;
     bool allSucceeded_ = true;
+
+    std::vector<device_handler::v1_0::CAsyncOp> handles_; // of every call, oldest first
 };
 
 } // namespace corvane::vornhost

@@ -20,6 +20,9 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+// What changes the camera object beneath whoever uses it meanwhile.
+constexpr const char* Initialisations[] = {"initialize", "preInit_getUnitModelName", "customInitialize"};
+
 // Why one of the script's own lines failed.
 class CLineFailure : public std::runtime_error {
 public:
@@ -44,7 +47,7 @@ public:
                 line.pop_back();
             runLine(line);
         }
-        calls_.wait();
+        calls_.finish();
         return allSucceeded_ && calls_.allSucceeded() ? ExitStatus::Success : ExitStatus::CallFailed;
     }
 
@@ -86,6 +89,11 @@ private:
 
     void call(const SCall& call, bool background) {
         RequireOperation(session_.operations(), call);
+        if (std::find(std::begin(Initialisations), std::end(Initialisations), call.operation) !=
+            std::end(Initialisations)) {
+            calls_.finish();
+            session_.renewController();
+        }
         if (background) {
             calls_.start(session_.operations(), call);
             return;
@@ -109,8 +117,24 @@ private:
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     }
 
+    // Answered as an operation without outputs.
+    void cancel(const Words& arguments) {
+        std::size_t nthNewest = 1;
+        bool readable = arguments.size() < 2;
+        if (arguments.size() == 1) {
+            const char* const end = arguments[0].data() + arguments[0].size();
+            const auto [stop, error] = std::from_chars(arguments[0].data(), end, nthNewest);
+            readable = error == std::errc() && stop == end && nthNewest > 0;
+        }
+        if (!readable)
+            throw CLineFailure("expected `controller.cancel` or `controller.cancel K`, K from 1");
+        if (!calls_.cancel(nthNewest))
+            throw CLineFailure("there have not been " + std::to_string(nthNewest) + " calls with &");
+        WriteOutput(JsonLine(AnswerJson({"controller.cancel", arguments}, STimedAnswer())));
+    }
+
     void credentials(const Words& arguments) {
-        calls_.wait();
+        calls_.finish();
         if (arguments == Words{"none"})
             session_.setCredentials(CCredentials::none());
         else if (arguments.size() == 2 && !arguments[0].empty())
@@ -122,7 +146,7 @@ private:
     void camera(const Words& arguments) {
         if (arguments != Words{"new"})
             throw CLineFailure("expected `camera new`");
-        calls_.wait();
+        calls_.finish();
         streams_.stopAll();
         if (const auto failure = session_.renewCamera())
             throw CLineFailure(InOneLine(*failure));
@@ -155,6 +179,7 @@ private:
 
 const CScriptRun::SOwnLine CScriptRun::OwnLines[] = {
     {"sleep", &CScriptRun::sleep},
+    {"controller.cancel", &CScriptRun::cancel},
     {"credentials", &CScriptRun::credentials},
     {"camera", &CScriptRun::camera},
     {"video", &CScriptRun::video},
@@ -173,6 +198,7 @@ public:
             "are\n"
             "JSON lines. An asynchronous operation's line that ends in & does not hold the script up.\n"
             "Other lines:\n"
+            "  controller.cancel [K]           takes back the newest call with &, or the K-th newest\n"
             "  sleep MILLISECONDS              waits\n"
             "  credentials none                the device has no credentials from here on\n"
             "  credentials NAME PASSWORD_FILE  it has these from here on\n"

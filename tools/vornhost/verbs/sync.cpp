@@ -55,7 +55,8 @@ struct SOutcome {
     CError result = CError::Success();
 
     bool changed() const { return result.getText() == NeedWriteBack; }
-    bool succeeded() const { return !result || changed(); }
+    bool isUnreported() const { return before.resolution.empty() && before.frameRate.empty(); }
+    bool succeeded() const { return (!result || changed()) && !isUnreported(); }
 };
 
 std::string RecordText(const SVornVidValsInDb& record) {
@@ -106,6 +107,8 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
         text += PrintableText("sent  " + exchange.method + " " + exchange.path +
                               (exchange.body.empty() ? "" : " " + exchange.body)) +
                 "\n";
+    if (outcome.isUnreported())
+        return text + "The camera does not report this stream, so that nothing could be compared.\n";
     if (outcome.isDryRun)
         return text + "Nothing was sent.\n";
     if (!outcome.succeeded())
@@ -149,6 +152,8 @@ public:
                                  : OutcomeText(outcome, ColourWanted()));
         if (outcome.succeeded())
             return ExitStatus::Success;
+        if (!outcome.result)
+            return ExitStatus::CallFailed;
         WriteMessage(Diagnose(Occasion::Call, outcome.result, session.exchanges())
                          .lines(session.address() + ": syncVideoCodecProperties"));
         return ExitStatus::CallFailed;
@@ -178,6 +183,11 @@ private:
         outcome.isDryRun = isDryRun_;
         outcome.record = wanted(session.camera(), id, given);
         outcome.before = cameraRecord(session, outcome.result);
+        if (!outcome.result && outcome.isUnreported()) {
+            // The settings cache holds some keys from the first dump after somebody asked for them.
+            answer(session, "setting.getDetailsFromSetdata", {});
+            outcome.before = cameraRecord(session, outcome.result);
+        }
         outcome.after = outcome.record;
         if (outcome.result)
             return outcome;
