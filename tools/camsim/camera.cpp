@@ -1,10 +1,11 @@
 #include "camera.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace camsim {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 void replaceAll(std::string& text, std::string_view placeholder, const std::string& value) {
     for (size_t at = 0; (at = text.find(placeholder, at)) != text.npos; at += value.size())
@@ -14,7 +15,7 @@ void replaceAll(std::string& text, std::string_view placeholder, const std::stri
 } // namespace
 
 Camera::Camera(size_t index, std::shared_ptr<const CameraModel> model)
-    : index_(index), model_(std::move(model)), settings_(model_) {}
+    : index_(index), model_(std::move(model)), settings_(model_), head_(*model_), inputs_(*model_) {}
 
 std::string Camera::serialNumber() const {
     char digits[24];
@@ -63,44 +64,61 @@ void Camera::putSetting(const std::string& key, const std::optional<std::string>
     changed(really);
 }
 
-int Camera::position(const std::string& axis) const {
+HeadPlace Camera::headPlace() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto moved = position_.find(axis);
-    if (moved != position_.end())
-        return moved->second;
-    const auto known = std::find_if(model_->axes.begin(), model_->axes.end(),
-                                    [&](const auto& entry) { return entry.first == axis; });
-    return known->second.home;
+    return head_.place(Clock::now());
 }
 
-void Camera::move(const std::string& axis, int position) {
+bool Camera::headIsMoving() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return head_.isMoving(Clock::now());
+}
+
+void Camera::commandHead(const std::function<void(CameraHead& head, CameraHead::Time now)>& command) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        position_[axis] = position;
+        command(head_, Clock::now());
     }
     changed(true);
+}
+
+AlarmInputs Camera::alarmInputs() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return inputs_;
+}
+
+void Camera::setAlarmInputs(const AlarmInputs::Levels& levels) {
+    AlarmInputs::Levels changes;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        changes = inputs_.set(levels);
+    }
+    if (changes.empty())
+        return;
+    for (const auto& listener : inputListeners_)
+        listener(changes);
 }
 
 void Camera::resetToFactoryDefaults() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         settings_.reset();
-        position_.clear();
+        head_.reset();
     }
     changed(true);
 }
 
 CameraState Camera::state() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return {settings_.overrides(), position_};
+    return {settings_.overrides(), head_.state(Clock::now())};
 }
 
-void Camera::restore(CameraState state) {
+void Camera::restore(const CameraState& state) {
     const std::lock_guard<std::mutex> lock(mutex_);
     settings_.reset();
     for (const auto& [key, value] : state.settings)
         settings_.put(key, value);
-    position_ = std::move(state.position);
+    head_.restore(state.head);
 }
 
 void Camera::changed(bool really) {

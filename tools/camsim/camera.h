@@ -1,6 +1,8 @@
 #pragma once
 
+#include "alarm_inputs.h"
 #include "camera_data.h"
+#include "camera_head.h"
 #include "settings_store.h"
 
 #include <atomic>
@@ -18,17 +20,18 @@ struct CameraCounters {
     std::atomic<uint64_t> challenges{0}; ///< requests answered 401 for want of good credentials
     std::atomic<uint64_t> faults{0};     ///< requests that at least one fault changed
     std::atomic<int64_t> connections{0}; ///< connections open now
+    std::atomic<int64_t> monitors{0};    ///< replies open now that tell the alarm inputs
     std::atomic<int64_t> rtspClients{0}; ///< RTSP connections open now
 };
 
 /// What is kept of a camera when the program ends.
 struct CameraState {
     SettingsStore::Overrides settings;
-    std::map<std::string, int> position;
+    HeadState head;
 };
 
-/// One simulated camera: its identity, its settings and its head's position. Every operation may be called on
-/// any thread.
+/// One simulated camera: its identity, its settings, its head and its alarm inputs. Every operation may be
+/// called on any thread.
 class Camera {
 public:
     /// `index` counts the program's cameras from 0; MAC address and serial number follow from it and the
@@ -49,20 +52,31 @@ public:
     /// Sets, adds or (without a value) removes a setting.
     void putSetting(const std::string& key, const std::optional<std::string>& value);
 
-    /// Where the axis stands, in camera units; the axis must be one of the model's.
-    int position(const std::string& axis) const;
-    void move(const std::string& axis, int position);
+    /// Where the head is at this moment, in camera units; empty on a camera without a head.
+    HeadPlace headPlace() const;
+    bool headIsMoving() const;
+    /// Lets the head do something at this moment.
+    void commandHead(const std::function<void(CameraHead& head, CameraHead::Time now)>& command);
 
-    /// Every setting and position as it left the factory.
+    AlarmInputs alarmInputs() const;
+    /// Sets the levels of inputs, by number. Throws std::out_of_range, and changes nothing, when the camera
+    /// does not have one of them.
+    void setAlarmInputs(const AlarmInputs::Levels& levels);
+
+    /// Every setting, the head and what it keeps as it left the factory.
     void resetToFactoryDefaults();
 
     CameraState state() const;
     /// Replaces everything that differs from the factory's. Does not count as a change.
-    void restore(CameraState state);
+    void restore(const CameraState& state);
 
-    /// Every listener is called after each change of settings or position, on the thread that made it and
-    /// without the camera's lock. To be added before the camera is served.
+    /// Every listener is called after each change of settings or command to the head, on the thread that made
+    /// it and without the camera's lock. To be added before the camera is served.
     void onChange(std::function<void()> listener) { listeners_.push_back(std::move(listener)); }
+
+    /// The same for changes of alarm inputs; told what changed.
+    using InputListener = std::function<void(const AlarmInputs::Levels& changed)>;
+    void onInputChange(InputListener listener) { inputListeners_.push_back(std::move(listener)); }
 
     /// True while the camera restarts and refuses connections.
     std::atomic<bool> away{false};
@@ -74,10 +88,12 @@ private:
     const size_t index_;
     const std::shared_ptr<const CameraModel> model_;
     std::vector<std::function<void()>> listeners_;
+    std::vector<InputListener> inputListeners_;
 
     mutable std::mutex mutex_;
-    SettingsStore settings_;              // guarded by mutex_
-    std::map<std::string, int> position_; // guarded by mutex_; axes that are not at home
+    SettingsStore settings_;  // guarded by mutex_
+    mutable CameraHead head_; // guarded by mutex_; goes on to the present when it is looked at
+    AlarmInputs inputs_;      // guarded by mutex_
 };
 
 } // namespace camsim

@@ -1,8 +1,10 @@
 #include "camera_data.h"
 
 #include "embedded_cameras.h"
+#include "numbers.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fnmatch.h>
 #include <fstream>
@@ -18,6 +20,7 @@ using Entries = std::vector<std::pair<std::string, std::string>>;
 using FileReader = std::function<std::optional<std::string>(const std::string& path)>;
 
 constexpr std::string_view lineEnd = "\r\n";
+constexpr int fineSpeedSteps = 256;
 
 std::string place(const std::string& path, size_t line) {
     return path + ":" + std::to_string(line) + ": ";
@@ -117,15 +120,37 @@ private:
     std::set<std::string> open_;
 };
 
-Axis parseAxis(const std::string& value, const std::string& where) {
-    std::istringstream numbers(value);
-    Axis axis{};
-    char comma1 = 0;
-    char comma2 = 0;
-    numbers >> axis.minimum >> comma1 >> axis.maximum >> comma2 >> axis.home;
-    const bool read = !numbers.fail() && comma1 == ',' && comma2 == ',' && (numbers >> std::ws).eof();
-    if (!read || axis.minimum > axis.home || axis.home > axis.maximum)
-        throw CameraDataError(where + ": expected minimum,maximum,home, not '" + value + "'");
+/// What an axis of this range is when its line does not say more: from end to end in some four seconds.
+Axis ordinaryAxis(const std::string& name, int minimum, int maximum, int home) {
+    const double range = maximum - minimum;
+    const bool turns = name == "pan" || name == "tilt";
+    return {minimum, maximum, home, range / 3, range / 1.5, turns ? 64 : 8};
+}
+
+Axis parseAxis(const std::string& name, const std::string& value, const std::string& where) {
+    constexpr size_t least = 3;
+    constexpr size_t most = 6;
+    std::vector<double> numbers;
+    std::istringstream text(value);
+    for (std::string entry; std::getline(text, entry, ',');)
+        numbers.push_back(parseNumber<double>(entry).value_or(NAN));
+    // The comparisons are false for what is no number.
+    bool read = least <= numbers.size() && numbers.size() <= most && numbers[0] < numbers[1] &&
+                numbers[0] <= numbers[2] && numbers[2] <= numbers[1];
+    for (size_t i = 0; i < numbers.size(); ++i)
+        read = read && std::abs(numbers[i]) <= 1e6 && (i < least || numbers[i] > 0);
+    if (!read)
+        throw CameraDataError(where +
+                              ": expected minimum,maximum,home[,speed[,acceleration[,speed steps]]], not '" +
+                              value + "'");
+    const auto whole = [&](size_t i) { return static_cast<int>(std::lround(numbers[i])); };
+    Axis axis = ordinaryAxis(name, whole(0), whole(1), whole(2));
+    if (numbers.size() > least)
+        axis.speed = numbers[least];
+    if (numbers.size() > least + 1)
+        axis.acceleration = numbers[least + 1];
+    if (numbers.size() > least + 2)
+        axis.speedSteps = std::max(1, whole(least + 2));
     return axis;
 }
 
@@ -150,7 +175,7 @@ std::shared_ptr<const CameraModel> loadModel(const std::string& number, const st
     const std::string axesFile = folder + "axes.txt";
     if (reader(axesFile))
         for (const auto& [name, value] : LayeredFile(reader, valueLine).read(axesFile))
-            model->axes.emplace_back(name, parseAxis(value, axesFile));
+            model->axes.emplace_back(name, parseAxis(name, value, axesFile));
     return model;
 }
 
@@ -186,6 +211,12 @@ std::optional<std::vector<std::string>> Capability::list(const std::string& key)
     for (std::string entry; std::getline(text, entry, ',');)
         entries.push_back(entry);
     return entries;
+}
+
+bool CameraModel::hasFineSpeeds() const {
+    return std::any_of(axes.begin(), axes.end(), [](const auto& axis) {
+        return axis.first == "pan" && axis.second.speedSteps == fineSpeedSteps;
+    });
 }
 
 std::vector<std::string> embeddedModelNumbers() {

@@ -33,11 +33,14 @@ private:
     std::string text_;
 };
 
-/// One axis of a camera head, in the camera's units.
+/// One axis of a camera head, in the camera's units and seconds.
 struct Axis {
     int minimum;
     int maximum;
     int home;
+    double speed;        ///< the highest
+    double acceleration; ///< of speeding up and of braking
+    int speedSteps;      ///< what directctrl calls the highest speed
 };
 
 /// Everything that is the same for every camera of one model. Immutable once loaded, so shared without a
@@ -53,8 +56,12 @@ struct CameraModel {
     /// The getinfo reply; ${mac} and ${serial} stand for what differs from camera to camera.
     std::string infoTemplate;
     /// By the name that absctrl and absget use ("pan", "tilt", "zoom", "focus"), in the order of the file;
-    /// empty on a camera that cannot move.
+    /// empty on a camera without a head.
     std::vector<std::pair<std::string, Axis>> axes;
+
+    /// Whether the head takes finely stepped speeds (directctrl's rpan, rtilt and rzoom) and moves on until
+    /// it is told to stop; others must be told again and again.
+    bool hasFineSpeeds() const;
 };
 
 /// Numbers of the models that come with the program, in order.

@@ -28,6 +28,14 @@ const char* headerOf(MHD_Connection* connection, const char* name) {
     return MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
 }
 
+CgiRequest requestOf(const std::string& target, const std::string& body) {
+    const Target parts = splitTarget(target);
+    CgiRequest request{parts.path, parseForm(parts.query)};
+    for (auto& parameter : parseForm(body))
+        request.parameters.push_back(std::move(parameter));
+    return request;
+}
+
 HttpReply textReply(unsigned status, std::string body) {
     return {status, std::move(body), {{MHD_HTTP_HEADER_CONTENT_TYPE, "text/plain"}}};
 }
@@ -46,6 +54,8 @@ struct CameraServer::Exchange {
     std::string method;
     std::string body;
     bool bodyTooLong = false;
+    CgiRequest request;
+    bool monitor = false; ///< its reply stays open
 
     AuthVerdict verdict{};
     FaultOutcome faults;
@@ -55,11 +65,14 @@ struct CameraServer::Exchange {
     Camera& camera() const { return *owner->camera; }
 };
 
-CameraServer::CameraServer(Parts parts, std::chrono::milliseconds restartTime, unsigned connectionLimit)
+CameraServer::CameraServer(Parts parts, const Limits& limits)
     : parts_(parts),
-      restartTime_(restartTime),
-      connectionLimit_(connectionLimit),
-      parked_(parts.loop, [this] { runDaemon(); }) {}
+      limits_(limits),
+      parked_(parts.loop, [this] { runDaemon(); }),
+      monitors_(parts.loop, parked_, limits.monitorPeriod) {
+    for (const auto& camera : parts_.cameras)
+        monitors_.follow(*camera);
+}
 
 CameraServer::~CameraServer() {
     stop();
@@ -73,7 +86,7 @@ void CameraServer::start() {
                                MHD_OPTION_URI_LOG_CALLBACK, &CameraServer::onTarget, this, //
                                MHD_OPTION_NOTIFY_COMPLETED, &CameraServer::onCompleted, this,
                                MHD_OPTION_NOTIFY_CONNECTION, &CameraServer::onConnection, this,
-                               MHD_OPTION_CONNECTION_LIMIT, connectionLimit_, //
+                               MHD_OPTION_CONNECTION_LIMIT, limits_.connections, //
                                MHD_OPTION_CONNECTION_MEMORY_LIMIT, memoryPerConnection, MHD_OPTION_END);
     if (daemon_ == nullptr)
         throw std::runtime_error("the cameras' HTTP daemon does not start");
@@ -110,7 +123,7 @@ void CameraServer::restart(Camera& camera, int kept) {
         parts_.listeners.refuse(camera);
         if (parts_.rtsp != nullptr)
             parts_.rtsp->refuse(camera);
-        parts_.loop.after(restartTime_, [this, &camera] { bringBack(camera); });
+        parts_.loop.after(limits_.restartTime, [this, &camera] { bringBack(camera); });
     }
     connections_.breakConnections(camera, kept);
 }
@@ -195,12 +208,14 @@ MHD_Result CameraServer::onRequest(void* self, MHD_Connection*, const char*, con
 MHD_Result CameraServer::received(Exchange& exchange) {
     Camera& camera = exchange.camera();
     const char* authorization = headerOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION);
+    exchange.request = requestOf(exchange.target, exchange.body);
+    exchange.monitor = exchange.method == MHD_HTTP_METHOD_GET && isMonitorRequest(camera, exchange.request);
     exchange.verdict =
         parts_.authenticator.check(exchange.method, exchange.target, authorization, camera.index());
-    exchange.faults =
-        parts_.faults.take({FaultProtocol::Http, camera.index(), exchange.method,
-                            splitTarget(exchange.target).path, exchange.target, exchange.verdict.accepted,
-                            exchange.verdict.accepted && exchange.verdict.credentials == "digest"});
+    exchange.faults = parts_.faults.take(
+        {exchange.monitor ? FaultProtocol::Monitor : FaultProtocol::Http, camera.index(), exchange.method,
+         exchange.request.path, exchange.target, exchange.verdict.accepted,
+         exchange.verdict.accepted && exchange.verdict.credentials == "digest"});
     ++camera.counters.requests;
     if (!exchange.faults.names.empty())
         ++camera.counters.faults;
@@ -222,6 +237,8 @@ MHD_Result CameraServer::answer(Exchange& exchange) {
         return answerWithFault(exchange, *exchange.faults.fault);
     if (!exchange.verdict.accepted)
         return send(exchange, challenge(exchange, exchange.verdict.credentials == "stale"));
+    if (exchange.monitor)
+        return openMonitor(exchange, std::nullopt);
     return send(exchange, ordinaryReply(exchange));
 }
 
@@ -230,6 +247,8 @@ MHD_Result CameraServer::answerWithFault(Exchange& exchange, const Fault& fault)
         parts_.authenticator.retireNonce(headerOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION));
         return send(exchange, challenge(exchange, true));
     }
+    if (exchange.monitor && exchange.verdict.accepted && breaksMonitor(fault))
+        return openMonitor(exchange, fault);
     HttpReply reply = textReply(MHD_HTTP_OK, "");
     if (letsTheRequestThrough(fault.kind))
         reply = exchange.verdict.accepted ? ordinaryReply(exchange) : challenge(exchange, false);
@@ -238,6 +257,11 @@ MHD_Result CameraServer::answerWithFault(Exchange& exchange, const Fault& fault)
     if (status)
         parts_.log.answered(exchange.logId, *status);
     return result;
+}
+
+MHD_Result CameraServer::openMonitor(Exchange& exchange, const std::optional<Fault>& fault) {
+    parts_.log.answered(exchange.logId, MHD_HTTP_OK);
+    return monitors_.open(exchange.camera(), exchange.connection, exchange.fd, fault);
 }
 
 MHD_Result CameraServer::send(Exchange& exchange, const HttpReply& reply) {
@@ -263,11 +287,7 @@ HttpReply CameraServer::ordinaryReply(Exchange& exchange) {
         reply.headers.emplace_back(MHD_HTTP_HEADER_ALLOW, "GET, HEAD, POST");
         return reply;
     }
-    const Target target = splitTarget(exchange.target);
-    CgiRequest request{target.path, parseForm(target.query)};
-    for (auto& parameter : parseForm(exchange.body))
-        request.parameters.push_back(std::move(parameter));
-    CgiReply answered = answerCgi(exchange.camera(), request);
+    CgiReply answered = answerCgi(exchange.camera(), exchange.request);
     HttpReply reply = textReply(answered.status, std::move(answered.body));
     if (answered.restart) {
         // Refusing begins before the answer goes out, so whoever has read the answer finds the camera away.

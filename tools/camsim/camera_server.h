@@ -5,6 +5,7 @@
 #include "connection_table.h"
 #include "fault_replies.h"
 #include "faults.h"
+#include "input_monitors.h"
 #include "listeners.h"
 #include "parked_connections.h"
 #include "request_log.h"
@@ -26,10 +27,16 @@ public:
         Listeners& listeners;
         EventLoop& loop;
         RtspServer* rtsp; ///< null when the cameras have none
+        const std::vector<std::unique_ptr<Camera>>& cameras;
     };
 
-    /// `connectionLimit`: how many connections all cameras together may hold open.
-    CameraServer(Parts parts, std::chrono::milliseconds restartTime, unsigned connectionLimit);
+    struct Limits {
+        std::chrono::milliseconds restartTime;
+        std::chrono::milliseconds monitorPeriod; ///< how often a monitor is written to when nothing changes
+        unsigned connections;                    ///< how many all cameras together may hold open
+    };
+
+    CameraServer(Parts parts, const Limits& limits);
     ~CameraServer();
 
     /// To be called before the loop is started. Throws std::runtime_error when the HTTP daemon does not
@@ -59,15 +66,16 @@ private:
     MHD_Result received(Exchange& exchange);
     MHD_Result answer(Exchange& exchange);
     MHD_Result answerWithFault(Exchange& exchange, const Fault& fault);
+    MHD_Result openMonitor(Exchange& exchange, const std::optional<Fault>& fault);
     MHD_Result send(Exchange& exchange, const HttpReply& reply);
     HttpReply challenge(Exchange& exchange, bool stale);
     HttpReply ordinaryReply(Exchange& exchange);
 
     const Parts parts_;
-    const std::chrono::milliseconds restartTime_;
-    const unsigned connectionLimit_;
+    const Limits limits_;
     ConnectionTable connections_;
     ParkedConnections parked_;
+    InputMonitors monitors_;
     MHD_Daemon* daemon_ = nullptr;
     bool runIsDue_ = false; // the loop's thread alone
 };

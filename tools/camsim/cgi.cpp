@@ -1,11 +1,7 @@
 #include "cgi.h"
 
 #include "cgi_parameters.h"
-#include "numbers.h"
-
-#include <algorithm>
-#include <cctype>
-#include <sstream>
+#include "head_cgis.h"
 
 namespace camsim {
 namespace {
@@ -13,7 +9,7 @@ namespace {
 /// What a camera asks for with the commands that cannot be undone.
 constexpr std::string_view initialToken = "5D21A7C03E8F4B69";
 
-using Answer = CgiReply (*)(Camera&, const CgiRequest&);
+constexpr std::string_view inputsPath = "/cgi-bin/get_io";
 
 CgiReply getInfo(Camera& camera, const CgiRequest&) {
     return {200, camera.info()};
@@ -41,67 +37,18 @@ CgiReply initial(Camera& camera, const CgiRequest& request) {
     return reply;
 }
 
-CgiReply noSuchCgi() {
-    return {404, "Not Found\r\n"};
-}
-
-CgiReply absGet(Camera& camera, const CgiRequest&) {
-    if (camera.model().axes.empty())
-        return noSuchCgi();
-    std::ostringstream text;
-    for (const auto& [name, axis] : camera.model().axes) {
-        std::string key = name;
-        std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::toupper(c); });
-        text << key << "=" << camera.position(name) << "\r\n";
-    }
-    return {200, text.str()};
-}
-
-/// A position beyond the axis's end is the end.
-CgiReply absControl(Camera& camera, const CgiRequest& request) {
-    if (camera.model().axes.empty())
-        return noSuchCgi();
-    for (const auto& [name, axis] : camera.model().axes) {
-        const std::string wanted = parameterValue(request.parameters, name);
-        if (const std::optional<int> position = parseInteger<int>(wanted))
-            camera.move(name, std::clamp(*position, axis.minimum, axis.maximum));
-    }
-    return {200, ""};
-}
-
-/// The head takes the command and does not move yet.
-CgiReply moveHead(Camera& camera, const CgiRequest&) {
-    return camera.model().axes.empty() ? noSuchCgi() : CgiReply{200, ""};
-}
-
-/// The levels at which the terminals rest. An open contact is pulled high.
 CgiReply getIo(Camera& camera, const CgiRequest& request) {
-    const auto terminals = camera.model().capability.list("video_server.peripheral.io.number");
-    if (!terminals || terminals->empty())
+    const AlarmInputs inputs = camera.alarmInputs();
+    if (inputs.levels().empty())
         return noSuchCgi();
-    const bool monitor = parameterValue(request.parameters, "mode") == "monitor";
-    if (!monitor && parameterValue(request.parameters, "command") != "all")
-        return {200, ""};
-    const int count = parseInteger<int>(terminals->front()).value_or(0);
-    std::ostringstream text;
-    for (int terminal = 1; terminal <= count; ++terminal)
-        text << (monitor ? "terminal" : "terminal ") << terminal << (monitor ? " I High" : ": High")
-             << "\r\n";
-    return {200, text.str()};
+    if (isMonitorRequest(camera, request))
+        return {200, AlarmInputs::monitorReport(inputs.levels())};
+    return {200, parameterValue(request.parameters, "command") == "all" ? inputs.report() : ""};
 }
 
-constexpr std::pair<std::string_view, Answer> cgis[] = {
-    {"/cgi-bin/getinfo", getInfo},
-    {"/cgi-bin/setdata", setData},
-    {"/cgi-bin/get_capability", getCapability},
-    {"/cgi-bin/initial", initial},
-    {"/cgi-bin/absget", absGet},
-    {"/cgi-bin/absctrl", absControl},
-    {"/cgi-bin/camctrl", moveHead},
-    {"/cgi-bin/directctrl", moveHead},
-    {"/cgi-bin/camposiset", moveHead},
-    {"/cgi-bin/set_patrol", moveHead},
-    {"/cgi-bin/get_io", getIo},
+constexpr std::pair<std::string_view, CgiAnswer> cgis[] = {
+    {"/cgi-bin/getinfo", getInfo}, {"/cgi-bin/setdata", setData}, {"/cgi-bin/get_capability", getCapability},
+    {"/cgi-bin/initial", initial}, {inputsPath, getIo},
 };
 
 } // namespace
@@ -110,9 +57,20 @@ CgiReply answerCgi(Camera& camera, const CgiRequest& request) {
     for (const auto& [path, answer] : cgis)
         if (path == request.path)
             return answer(camera, request);
+    if (const CgiAnswer answer = findHeadCgi(request.path))
+        return answer(camera, request);
     if (const SettingsCgi* cgi = findSettingsCgi(request.path))
         return {200, applyParameters(camera, *cgi, request.parameters)};
     return noSuchCgi();
+}
+
+CgiReply noSuchCgi() {
+    return {404, "Not Found\r\n"};
+}
+
+bool isMonitorRequest(const Camera& camera, const CgiRequest& request) {
+    return request.path == inputsPath && parameterValue(request.parameters, "mode") == "monitor" &&
+           !camera.alarmInputs().levels().empty();
 }
 
 } // namespace camsim

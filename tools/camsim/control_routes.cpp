@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <sstream>
 #include <stdexcept>
 
@@ -42,6 +43,22 @@ Camera& cameraOf(const Parts& parts, Number number) {
     return *parts.cameras[number];
 }
 
+Json describeHead(const Camera& camera) {
+    Json json = Json::object();
+    for (const auto& [axis, position] : camera.headPlace())
+        json[axis] = std::round(position * 100) / 100;
+    json["moving"] = camera.headIsMoving();
+    return json;
+}
+
+Json describeInputs(const Camera& camera) {
+    Json json = Json::object();
+    const AlarmInputs inputs = camera.alarmInputs();
+    for (const auto& [terminal, level] : inputs.levels())
+        json[std::to_string(terminal)] = AlarmInputs::name(level);
+    return json;
+}
+
 Json describe(const Parts& parts, const Camera& camera) {
     const CameraCounters& counters = camera.counters;
     Json json{{"camera", camera.index()},
@@ -57,6 +74,12 @@ Json describe(const Parts& parts, const Camera& camera) {
     if (parts.rtsp != nullptr) {
         json["rtsp"] = parts.rtsp->address(camera.index());
         json["rtspClients"] = counters.rtspClients.load();
+    }
+    if (!camera.model().axes.empty())
+        json["position"] = describeHead(camera);
+    if (Json inputs = describeInputs(camera); !inputs.empty()) {
+        json["inputs"] = std::move(inputs);
+        json["monitors"] = counters.monitors.load();
     }
     return json;
 }
@@ -99,6 +122,31 @@ Json changeSettings(const Parts& parts, Number number, const ControlRequest& req
     for (const auto& [key, value] : changes.items())
         camera.putSetting(key, value.is_null() ? std::nullopt : std::optional(value.get<std::string>()));
     return camera.settings();
+}
+
+Json showInputs(const Parts& parts, Number number, const ControlRequest&) {
+    return describeInputs(cameraOf(parts, number));
+}
+
+Json changeInputs(const Parts& parts, Number number, const ControlRequest& request) {
+    Camera& camera = cameraOf(parts, number);
+    const Json changes = parseBody(request.body);
+    if (!changes.is_object())
+        refuse("body: expected an object such as {\"1\": \"Low\"}");
+    const AlarmInputs::Levels known = camera.alarmInputs().levels();
+    AlarmInputs::Levels levels;
+    for (const auto& [key, value] : changes.items()) {
+        const std::optional<int> terminal = parseInteger<int>(key);
+        if (!terminal || known.count(*terminal) == 0)
+            refuse("'" + key + "': the camera has " + std::to_string(known.size()) +
+                   " inputs, counted from 1");
+        const auto level = value.is_string() ? AlarmInputs::parse(value.get<std::string>()) : std::nullopt;
+        if (!level)
+            refuse(key + ": expected \"High\" or \"Low\"");
+        levels[*terminal] = *level;
+    }
+    camera.setAlarmInputs(levels);
+    return describeInputs(camera);
 }
 
 Json restartCamera(const Parts& parts, Number number, const ControlRequest&) {
@@ -182,6 +230,8 @@ constexpr Route routes[] = {
     {"GET", "/cameras/N", showCamera},
     {"GET", "/cameras/N/settings", showSettings},
     {"PATCH", "/cameras/N/settings", changeSettings},
+    {"GET", "/cameras/N/inputs", showInputs},
+    {"PATCH", "/cameras/N/inputs", changeInputs},
     {"POST", "/cameras/N/reboot", restartCamera},
     {"GET", "/requests", listRequests},
     {"DELETE", "/requests", clearRequests},

@@ -151,14 +151,8 @@ MHD_Result drop(const Fault&, const HttpReply&, FaultScene, std::optional<unsign
     return MHD_NO;
 }
 
-/// The daemon shuts a connection down in an orderly way before it closes it, however it lingers; taking the
-/// socket apart first makes the reset the first thing that the client sees.
 MHD_Result reset(const Fault&, const HttpReply&, FaultScene scene, std::optional<unsigned>&) {
-    const linger now{1, 0};
-    setsockopt(scene.fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    sockaddr nobody{};
-    nobody.sa_family = AF_UNSPEC;
-    (void)connect(scene.fd, &nobody, sizeof nobody);
+    resetSocket(scene.fd);
     return MHD_NO;
 }
 
@@ -191,11 +185,21 @@ struct KindSender {
     bool letsThrough;
 };
 constexpr KindSender senders[] = {
-    {FaultKind::Delay, sendAsItIs, true},  {FaultKind::Status, sendStatus, false},
-    {FaultKind::Drop, drop, false},        {FaultKind::Reset, reset, false},
-    {FaultKind::Cut, cut, true},           {FaultKind::Stall, stall, true},
-    {FaultKind::Garbage, garbage, false},  {FaultKind::Body, sendBody, false},
-    {FaultKind::Stale, sendAsItIs, false}, {FaultKind::Empty, sendAsItIs, false},
+    {FaultKind::Delay, sendAsItIs, true},
+    {FaultKind::Status, sendStatus, false},
+    {FaultKind::Drop, drop, false},
+    {FaultKind::Reset, reset, false},
+    {FaultKind::Cut, cut, true},
+    {FaultKind::Stall, stall, true},
+    {FaultKind::Garbage, garbage, false},
+    {FaultKind::Body, sendBody, false},
+    {FaultKind::Stale, sendAsItIs, false},
+    {FaultKind::Empty, sendAsItIs, false},
+    // What hits monitors changes nothing of an answer that refuses one.
+    {FaultKind::Silence, sendAsItIs, true},
+    {FaultKind::Close, sendAsItIs, true},
+    {FaultKind::Split, sendAsItIs, true},
+    {FaultKind::WrongCase, sendAsItIs, true},
 };
 
 const KindSender& senderOf(FaultKind kind) {
@@ -212,6 +216,16 @@ MHD_Result sendReply(MHD_Connection* connection, const HttpReply& reply) {
         return MHD_NO;
     addHeaders(response, reply);
     return queue(connection, reply.status, response);
+}
+
+/// The daemon shuts a connection down in an orderly way before it closes it, however it lingers; taking the
+/// socket apart first makes the reset the first thing that the client sees.
+void resetSocket(int fd) {
+    const linger now{1, 0};
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    sockaddr nobody{};
+    nobody.sa_family = AF_UNSPEC;
+    (void)connect(fd, &nobody, sizeof nobody);
 }
 
 bool letsTheRequestThrough(FaultKind kind) {

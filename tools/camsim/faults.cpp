@@ -113,12 +113,13 @@ struct KindRule {
 
 const std::vector<KindRule>& kindRules() {
     constexpr FaultProtocol http = FaultProtocol::Http;
+    constexpr FaultProtocol monitor = FaultProtocol::Monitor;
     constexpr FaultProtocol rtsp = FaultProtocol::Rtsp;
     static const std::vector<KindRule> rules{
         {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {http}},
         {FaultKind::Status, "status", {"status", "body"}, {"status"}, {http}},
         {FaultKind::Drop, "drop", {}, {}, {http}},
-        {FaultKind::Reset, "reset", {}, {}, {http}},
+        {FaultKind::Reset, "reset", {"ms"}, {}, {http}},
         {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {http, rtsp}},
         {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {http}},
         {FaultKind::Garbage, "garbage", {"size"}, {}, {http}},
@@ -126,7 +127,10 @@ const std::vector<KindRule>& kindRules() {
         {FaultKind::Stale, "stale", {}, {}, {http}},
         {FaultKind::Empty, "empty", {}, {}, {http}},
         {FaultKind::Refuse, "refuse", {"status"}, {}, {rtsp}},
-        {FaultKind::Silence, "silence", {}, {}, {rtsp}},
+        {FaultKind::Silence, "silence", {"ms"}, {}, {monitor, rtsp}},
+        {FaultKind::Close, "close", {"ms"}, {}, {monitor}},
+        {FaultKind::Split, "split", {"ms"}, {}, {monitor}},
+        {FaultKind::WrongCase, "wrongcase", {}, {}, {monitor}},
     };
     return rules;
 }
@@ -182,8 +186,15 @@ void checkWhole(const Json& json, const KindRule& rule, const Fault& fault, size
         throw FaultError("camera: there are " + std::to_string(cameraCount) + " cameras, counted from 0");
 }
 
+/// A monitor is hit by what hits any HTTP request, too.
+bool hitsProtocol(const Fault& fault, FaultProtocol protocol) {
+    const std::vector<FaultProtocol>& hit = ruleOf(fault.kind).protocols;
+    return contains(hit, protocol) ||
+           (protocol == FaultProtocol::Monitor && contains(hit, FaultProtocol::Http));
+}
+
 bool matches(const Fault& fault, const FaultList::Request& request) {
-    if (!contains(ruleOf(fault.kind).protocols, request.protocol))
+    if (!hitsProtocol(fault, request.protocol))
         return false;
     if (fault.camera && *fault.camera != request.camera)
         return false;

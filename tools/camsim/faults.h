@@ -17,9 +17,26 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-enum class FaultKind { Delay, Status, Drop, Reset, Cut, Stall, Garbage, Body, Stale, Empty, Refuse, Silence };
+enum class FaultKind {
+    Delay,
+    Status,
+    Drop,
+    Reset,
+    Cut,
+    Stall,
+    Garbage,
+    Body,
+    Stale,
+    Empty,
+    Refuse,
+    Silence,
+    Close,
+    Split,
+    WrongCase
+};
 
-enum class FaultProtocol { Http, Rtsp };
+/// A monitor is an HTTP request whose reply stays open.
+enum class FaultProtocol { Http, Monitor, Rtsp };
 
 /// What goes wrong with a request, and with which.
 struct Fault {
@@ -29,7 +46,8 @@ struct Fault {
     std::optional<size_t> camera;
     FaultKind kind = FaultKind::Empty;
 
-    /// delay: before the answer; stall: how long, without end if absent; cut: how long an RTSP stream plays
+    /// delay: before the answer; stall: how long, without end if absent; split: between the pieces; silence,
+    /// close, cut and reset: how long a monitor, or an RTSP stream, goes on first
     std::optional<int64_t> milliseconds;
     unsigned status = 0;
     std::optional<std::string> body;

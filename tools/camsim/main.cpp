@@ -3,7 +3,9 @@
 #include "camera_data.h"
 #include "camera_server.h"
 #include "control_interface.h"
+#include "input_keys.h"
 #include "options.h"
+#include "scenario.h"
 #include "state_file.h"
 
 #include <algorithm>
@@ -48,6 +50,10 @@ rlim_t raiseDescriptorLimit() {
     return limit.rlim_cur;
 }
 
+std::chrono::milliseconds milliseconds(double seconds) {
+    return std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+}
+
 std::string readPassword(const std::string& path) {
     if (path.empty())
         return "12345";
@@ -82,6 +88,17 @@ void addFaults(const Options& options, FaultList& faults) {
             faults.add(parseFaultText(text, options.count));
     } catch (const FaultError& error) {
         throw UsageError(std::string("--fault: ") + error.what());
+    }
+}
+
+std::vector<ScenarioStep> scenario(const Options& options,
+                                   const std::vector<std::unique_ptr<Camera>>& cameras) {
+    if (options.scenarioFile.empty())
+        return {};
+    try {
+        return readScenario(options.scenarioFile, cameras);
+    } catch (const ScenarioError& error) {
+        throw UsageError(std::string("--scenario: ") + error.what());
     }
 }
 
@@ -121,6 +138,7 @@ void serve(const Options& options) {
     Authenticator authenticator(options.authScheme, options.user, password, options.nonceLifetimeSeconds);
     FaultList faults;
     addFaults(options, faults);
+    const std::vector<ScenarioStep> steps = scenario(options, cameras);
     RequestLog log(options.logSize);
 
     std::unique_ptr<StateFile> state; // outlives the thread that saves it
@@ -134,12 +152,14 @@ void serve(const Options& options) {
         rtsp = std::make_unique<RtspServer>(RtspServer::Parts{cameras, faults, loop, listeners},
                                             RtspCredentials{options.authScheme, options.user, password},
                                             RtspPortPlan{options.rtspPort, options.addresses});
-    CameraServer server({authenticator, faults, log, listeners, loop, rtsp.get()},
-                        std::chrono::milliseconds(static_cast<int64_t>(options.rebootSeconds * 1000)),
-                        connectionLimit(descriptors, cameras.size() * (rtsp ? 2 : 1)));
+    const InputKeys keys(*cameras.front(), loop);
+    CameraServer server({authenticator, faults, log, listeners, loop, rtsp.get(), cameras},
+                        {milliseconds(options.rebootSeconds), milliseconds(options.monitorPeriodSeconds),
+                         connectionLimit(descriptors, cameras.size() * (rtsp ? 2 : 1))});
     server.start();
     if (rtsp)
         rtsp->start();
+    playScenario(steps, cameras, loop);
     loop.start();
     if (state)
         saving.start(); // apart from the cameras, which must not wait for a disk

@@ -1,6 +1,9 @@
 #include "media_factory.h"
 
+#include "picture.h"
+
 #include <cstdio>
+#include <memory>
 
 namespace camsim {
 namespace {
@@ -57,6 +60,7 @@ std::string encoder(const StreamProfile& profile) {
         return "avenc_mpeg4 name=untimed threads=1 bitrate=" + kilobits + "000 gop-size=" + interval +
                " ! rtpmp4vpay config-interval=1 max-ptime=1"; // each frame in packets of its own
     case VideoCodec::Mjpeg:
+    case VideoCodec::None:
         break;
     }
     return "jpegenc quality=" + std::to_string(profile.jpegPercent) + " ! rtpjpegpay";
@@ -69,12 +73,64 @@ std::string rawVideo(const StreamProfile& profile) {
            std::to_string(profile.rate.denominator);
 }
 
-std::string pipeline(const StreamProfile& profile) {
-    return "( videotestsrc is-live=true pattern=ball ! " + rawVideo(profile) +
+std::string video(const StreamProfile& profile) {
+    return "videotestsrc name=blank is-live=true pattern=black ! " + rawVideo(profile) +
+           " ! videobalance name=balance"
            " ! textoverlay name=caption valignment=top halignment=left shaded-background=true"
            " ! clockoverlay valignment=bottom halignment=right shaded-background=true"
            " time-format=\"%Y-%m-%d %H:%M:%S\" ! " +
-           encoder(profile) + " name=pay0 pt=" + std::string(payloadType(profile.codec)) + " )";
+           encoder(profile) + " name=pay0 pt=" + std::string(payloadType(profile.codec));
+}
+
+/// A quiet tick each second, in packets of 20 ms.
+std::string audio(const StreamProfile& profile, const char* payloader) {
+    return " audiotestsrc is-live=true wave=ticks freq=880 volume=0.2 samplesperbuffer=160"
+           " ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
+           std::to_string(profile.audioKilobits) + "000 ! rtpg726pay pt=97 name=" + payloader;
+}
+
+std::string pipeline(const StreamProfile& profile) {
+    const bool seen = profile.codec != VideoCodec::None;
+    std::string text = "( " + (seen ? video(profile) : "");
+    if (profile.audioKilobits > 0)
+        text += audio(profile, seen ? "pay1" : "pay0");
+    return text + " )";
+}
+
+/// The pictures of one stream on their way from the source.
+struct Development {
+    Picture picture;
+    std::optional<GstVideoInfo> form; ///< of the frames, once one has come
+};
+
+GstPadProbeReturn develop(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
+    auto& development = *static_cast<Development*>(user);
+    if (!development.form) {
+        GstCaps* caps = gst_pad_get_current_caps(pad);
+        development.form.emplace();
+        gst_video_info_from_caps(&*development.form, caps);
+        gst_caps_unref(caps);
+    }
+    GstBuffer* buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
+    GST_PAD_PROBE_INFO_DATA(info) = buffer;
+    GstVideoFrame frame;
+    if (gst_video_frame_map(&frame, &*development.form, buffer, GST_MAP_READWRITE)) {
+        development.picture.develop(frame);
+        gst_video_frame_unmap(&frame);
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+void developPictures(GstElement* bin, const StreamSource& source) {
+    GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
+    GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
+    GstPad* pad = gst_element_get_static_pad(blank, "src");
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, develop,
+                      new Development{Picture(source.camera, source.stream.input, balance), std::nullopt},
+                      [](gpointer development) { delete static_cast<Development*>(development); });
+    gst_object_unref(pad);
+    gst_object_unref(balance); // the bin holds it as long as the pad that is probed
+    gst_object_unref(blank);
 }
 
 /// The overlay reads Pango markup, so what the camera is called must not be taken for any.
@@ -143,11 +199,14 @@ GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
     GstElement* bin = gst_parse_launch_full(pipeline(profile).c_str(), nullptr,
                                             static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
     if (bin == nullptr) {
-        std::fprintf(stderr, "camsim: no video stream: %s\n", error->message);
+        std::fprintf(stderr, "camsim: no stream: %s\n", error->message);
         g_error_free(error);
         return nullptr;
     }
-    setCaption(bin, inputTitle(source.camera, source.stream.input), describeProfile(profile));
+    if (profile.codec != VideoCodec::None) {
+        setCaption(bin, inputTitle(source.camera, source.stream.input), describeProfile(profile));
+        developPictures(bin, source);
+    }
     restoreTimes(bin);
     g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin{source.stream, profile},
                            [](gpointer origin) { delete static_cast<MediaOrigin*>(origin); });
@@ -156,6 +215,16 @@ GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
 
 GstPadProbeReturn dropData(GstPad*, GstPadProbeInfo*, gpointer) {
     return GST_PAD_PROBE_DROP;
+}
+
+void dropDataOf(GstElement* element, const char* padName) {
+    GstPad* pad = gst_element_get_static_pad(element, padName);
+    if (pad == nullptr)
+        return;
+    gst_pad_add_probe(
+        pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+        dropData, nullptr, nullptr);
+    gst_object_unref(pad);
 }
 
 /// The pipeline must have data to be prepared; what is dropped is what leaves the RTP session after that. The
@@ -167,13 +236,8 @@ void silence(GstRTSPMedia* media, gpointer) {
     GstIterator* elements = gst_bin_iterate_elements(GST_BIN(pipeline));
     while (gst_iterator_next(elements, &item) == GST_ITERATOR_OK) {
         auto* element = GST_ELEMENT(g_value_get_object(&item));
-        GstPad* pad = gst_element_get_static_pad(element, "send_rtp_src_0");
-        if (pad != nullptr) {
-            gst_pad_add_probe(
-                pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
-                dropData, nullptr, nullptr);
-            gst_object_unref(pad);
-        }
+        for (const char* name : {"send_rtp_src_0", "send_rtp_src_1"})
+            dropDataOf(element, name);
         g_value_reset(&item);
     }
     g_value_unset(&item);

@@ -7,9 +7,10 @@
 
 namespace camsim {
 
-/// A factory of media that show a moving picture as the camera's settings want it encoded when the media is
-/// made; clients that ask for the same encoding share one encoder. `role` may use it. The caller owns it. The
-/// camera must outlive it and its media. All of it belongs to the thread that serves RTSP.
+/// A factory of media that show what the camera sees, and its sound, as the camera's settings want it encoded
+/// when the media is made; clients that ask for the same encoding share one encoder. `role` may use it. The
+/// caller owns it. The camera must outlive it and its media. All of it belongs to the thread that serves
+/// RTSP.
 GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, const char* role);
 
 /// The stream that a factory made by newMediaFactory() serves.

@@ -29,6 +29,8 @@ struct Options {
     int64_t nonceLifetimeSeconds = 24 * 60 * 60;
 
     double rebootSeconds = 5;
+    double monitorPeriodSeconds = 5;
+    std::string scenarioFile;
     std::string stateFile;
     std::vector<std::string> faults;
     size_t logSize = 100'000;

@@ -29,6 +29,18 @@ bool ParkedConnections::park(MHD_Connection* connection, int fd,
     return true;
 }
 
+void ParkedConnections::wake(const std::vector<MHD_Connection*>& connections) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (MHD_Connection* connection : connections) {
+            const auto parked = parked_.find(connection);
+            if (parked != parked_.end())
+                resume(parked, Outcome::Woken);
+        }
+    }
+    resumed_();
+}
+
 void ParkedConnections::release() {
     const std::lock_guard<std::mutex> lock(mutex_);
     released_ = true;

@@ -7,14 +7,15 @@
 #include <microhttpd.h>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 namespace camsim {
 
-/// Connections that wait: for a time to pass, for the client to hang up, or for the program to end. Every
-/// operation may be called on any thread.
+/// Connections that wait: for a time to pass, to be woken, for the client to hang up, or for the program to
+/// end. Every operation may be called on any thread.
 class ParkedConnections {
 public:
-    enum class Outcome { TimePassed, HungUp, Stopped };
+    enum class Outcome { TimePassed, Woken, HungUp, Stopped };
 
     /// `resumed` is called on the loop's thread when a connection is to go on: the daemon must be run.
     ParkedConnections(EventLoop& loop, EventLoop::Task resumed) : loop_(loop), resumed_(std::move(resumed)) {}
@@ -24,6 +25,9 @@ public:
     /// called.
     bool park(MHD_Connection* connection, int fd, std::optional<std::chrono::milliseconds> duration,
               Outcome* outcome);
+
+    /// Takes up those of the connections that wait. To be called on the loop's thread.
+    void wake(const std::vector<MHD_Connection*>& connections);
 
     /// Lets every connection go on at the daemon's next run; from now on none is suspended.
     void release();

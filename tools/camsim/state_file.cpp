@@ -1,5 +1,7 @@
 #include "state_file.h"
 
+#include "numbers.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -17,30 +19,78 @@ using Json = nlohmann::json;
 
 constexpr int formatVersion = 1;
 constexpr std::chrono::milliseconds saveDelay{200};
+/// What a recorded move does to its axis.
+constexpr const char* driveKey = "to";
+constexpr const char* runKey = "speed";
 
 std::string systemReason(int error) {
     return std::generic_category().message(error);
+}
+
+/// A file that was written by hand may hold any number; beyond these no time of the patrol could be worked
+/// out.
+std::chrono::milliseconds durationFrom(const Json& json) {
+    constexpr int64_t longest = int64_t{30} * 24 * 60 * 60 * 1000;
+    return std::chrono::milliseconds(std::clamp(json.get<int64_t>(), int64_t{0}, longest));
+}
+
+Json toJson(const Patrol& patrol) {
+    Json moves = Json::array();
+    for (const HeadMove& move : patrol.moves)
+        moves.push_back({{"at", move.at.count()},
+                         {"axis", move.axis},
+                         {move.kind == HeadMove::Kind::Drive ? driveKey : runKey, move.value}});
+    return {{"start", patrol.start}, {"length", patrol.length.count()}, {"moves", moves}};
+}
+
+Patrol patrolFrom(const Json& json) {
+    Patrol patrol;
+    patrol.start = json.at("start").get<HeadPlace>();
+    patrol.length = durationFrom(json.at("length"));
+    for (const Json& entry : json.at("moves")) {
+        const bool drive = entry.contains(driveKey);
+        patrol.moves.push_back({durationFrom(entry.at("at")), entry.at("axis").get<std::string>(),
+                                drive ? HeadMove::Kind::Drive : HeadMove::Kind::Run,
+                                entry.at(drive ? driveKey : runKey).get<double>()});
+    }
+    return patrol;
+}
+
+/// Presets and patrols by their number; what has no number is none.
+template <typename Kept, typename Read>
+void readNumbered(const Json& json, const char* name, std::map<int, Kept>& kept, Read read) {
+    const Json all = json.value(name, Json::object());
+    for (const auto& [number, value] : all.items())
+        if (const std::optional<int> parsed = parseInteger<int>(number))
+            kept[*parsed] = read(value);
+}
+
+template <typename Kept, typename Write>
+Json numbered(const std::map<int, Kept>& kept, Write write) {
+    Json json = Json::object();
+    for (const auto& [number, value] : kept)
+        json[std::to_string(number)] = write(value);
+    return json;
 }
 
 Json toJson(const CameraState& state) {
     Json settings = Json::object();
     for (const auto& [key, value] : state.settings)
         settings[key] = value ? Json(*value) : Json();
-    return {{"settings", settings}, {"position", state.position}};
+    return {{"settings", settings},
+            {"position", state.head.position},
+            {"presets", numbered(state.head.presets, [](const HeadPlace& place) { return Json(place); })},
+            {"patrols", numbered(state.head.patrols, [](const Patrol& patrol) { return toJson(patrol); })}};
 }
 
-CameraState fromJson(const Json& json, const CameraModel& model) {
+CameraState fromJson(const Json& json) {
     CameraState state;
     for (const auto& [key, value] : json.at("settings").items())
         state.settings[key] = value.is_null() ? std::nullopt : std::optional(value.get<std::string>());
-    for (const auto& [name, position] : json.at("position").items()) {
-        const auto axis =
-            std::find_if(model.axes.begin(), model.axes.end(),
-                         [&axisName = name](const auto& known) { return known.first == axisName; });
-        if (axis != model.axes.end())
-            state.position[name] =
-                std::clamp(position.get<int>(), axis->second.minimum, axis->second.maximum);
-    }
+    state.head.position = json.at("position").get<HeadPlace>();
+    readNumbered(json, "presets", state.head.presets,
+                 [](const Json& place) { return place.get<HeadPlace>(); });
+    readNumbered(json, "patrols", state.head.patrols, patrolFrom);
     return state;
 }
 
@@ -92,7 +142,7 @@ void StateFile::load() {
             const auto saved = others_.find(camera->serialNumber());
             if (saved == others_.end())
                 continue;
-            camera->restore(fromJson(*saved, camera->model()));
+            camera->restore(fromJson(*saved));
             others_.erase(saved);
         }
     } catch (const Json::exception& error) {
@@ -112,7 +162,7 @@ void StateFile::save() {
     Json cameras = others_;
     for (const auto& camera : cameras_) {
         const CameraState state = camera->state();
-        if (!state.settings.empty() || !state.position.empty())
+        if (!state.settings.empty() || !state.head.empty())
             cameras[camera->serialNumber()] = toJson(state);
     }
     const std::string text = Json{{"version", formatVersion}, {"cameras", cameras}}.dump(

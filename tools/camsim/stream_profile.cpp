@@ -31,6 +31,7 @@ struct CodecNames {
 };
 
 constexpr CodecNames codecs[] = {
+    {VideoCodec::None, "", "audio", "", "", "", "", "", "", "", "", 1},
     {VideoCodec::Mjpeg, "MJPEG", "jpeg", "mjpeg", "LIVESIZE", "LIVEINT", "", "", "", "", "", 1},
     {VideoCodec::Mpeg4, "MPEG-4", "mpeg4", "mpeg4", "MPEGSIZE", "NRFRAMERATE", "RINT", "MPEGBWC", "MPEG",
      "RTSPMODE", "0", 2},
@@ -116,9 +117,51 @@ int jpegPercent(const std::string& quality) {
     return bestJpegPercent - percentPerJpegStep * (step - 1);
 }
 
+bool hasAudioInput(const CameraModel& model) {
+    const auto inputs = model.capability.list("video_server.audio.audio_input.number");
+    return inputs && !inputs->empty() && parseInteger<int>(inputs->front()).value_or(0) > 0;
+}
+
+constexpr int ordinaryAudioKilobits = 32;
+
+/// Of the sound that the camera takes in; 0 when it takes none.
+int audioKilobits(const Camera& camera) {
+    constexpr std::string_view modesThatTake[] = {"in", "inter_half", "inter_full"};
+    const std::string mode = camera.setting("AUDIO").value_or("");
+    if (!hasAudioInput(camera.model()) ||
+        std::find(std::begin(modesThatTake), std::end(modesThatTake), mode) == std::end(modesThatTake))
+        return 0;
+    return camera.setting("AUDIOBITRATE") == "16" ? 16 : ordinaryAudioKilobits;
+}
+
+bool runsFamily(const Camera& camera, const CodecNames& names) {
+    const std::optional<std::string> family = camera.setting("STREAMMODE");
+    return !family || *family == names.family;
+}
+
+bool deliversSound(const Camera& camera) {
+    return audioKilobits(camera) > 0 &&
+           std::any_of(std::begin(codecs), std::end(codecs), [&](const CodecNames& names) {
+               return !names.delivery.empty() && runsFamily(camera, names) &&
+                      camera.setting(std::string(names.delivery)) == "1";
+           });
+}
+
+std::string describeVideo(const StreamProfile& profile) {
+    std::string rate = std::to_string(profile.rate.numerator);
+    if (profile.rate.denominator != 1)
+        rate += "/" + std::to_string(profile.rate.denominator);
+    const std::string text = std::string(namesOf(profile.codec).title) + " " + std::to_string(profile.width) +
+                             "x" + std::to_string(profile.height) + ", " + rate + " fps, ";
+    if (profile.codec == VideoCodec::Mjpeg)
+        return text + "quality " + std::to_string(profile.jpegPercent) + "%";
+    return text + "key frame every " + std::to_string(profile.framesPerKeyFrame) + ", " +
+           std::to_string(profile.kilobitsPerSecond) + " kbit/s";
+}
+
 auto members(const StreamProfile& p) {
     return std::tie(p.codec, p.width, p.height, p.rate, p.framesPerKeyFrame, p.kilobitsPerSecond,
-                    p.jpegPercent);
+                    p.jpegPercent, p.audioKilobits);
 }
 
 } // namespace
@@ -138,15 +181,18 @@ std::vector<VideoStream> videoStreams(const CameraModel& model) {
             for (int number = 1; number <= names.streams; ++number)
                 streams.push_back({pathOf(names, number, input), names.codec, number, input});
         }
+    if (hasAudioInput(model))
+        streams.push_back({pathOf(namesOf(VideoCodec::None), 1, 0), VideoCodec::None, 1, 0});
     return streams;
 }
 
 bool isServed(const Camera& camera, const VideoStream& stream) {
     const CodecNames& names = namesOf(stream.codec);
+    if (stream.codec == VideoCodec::None)
+        return deliversSound(camera);
     if (names.transmission.empty())
         return true;
-    const std::optional<std::string> family = camera.setting("STREAMMODE");
-    return (!family || *family == names.family) && settingOf(camera, stream, names.transmission) == "1" &&
+    return runsFamily(camera, names) && settingOf(camera, stream, names.transmission) == "1" &&
            settingOf(camera, stream, names.delivery) == "1";
 }
 
@@ -156,6 +202,10 @@ StreamProfile streamProfile(const Camera& camera, const VideoStream& stream) {
     const auto setting = [&](std::string_view key) { return settingOf(camera, stream, key); };
     StreamProfile profile;
     profile.codec = stream.codec;
+    if (stream.codec != VideoCodec::Mjpeg)
+        profile.audioKilobits = audioKilobits(camera);
+    if (stream.codec == VideoCodec::None)
+        return profile;
     std::tie(profile.width, profile.height) =
         sizeOf(chosenEntry(resolutions(camera, offered), setting(names.size), "640x480"));
     profile.rate = rateOf(chosenEntry(frameRates(camera, offered), setting(names.rate), "30"));
@@ -169,16 +219,11 @@ StreamProfile streamProfile(const Camera& camera, const VideoStream& stream) {
 }
 
 std::string describeProfile(const StreamProfile& profile) {
-    std::string rate = std::to_string(profile.rate.numerator);
-    if (profile.rate.denominator != 1)
-        rate += "/" + std::to_string(profile.rate.denominator);
-    std::string text(namesOf(profile.codec).title);
-    text +=
-        " " + std::to_string(profile.width) + "x" + std::to_string(profile.height) + ", " + rate + " fps, ";
-    if (profile.codec == VideoCodec::Mjpeg)
-        return text + "quality " + std::to_string(profile.jpegPercent) + "%";
-    return text + "key frame every " + std::to_string(profile.framesPerKeyFrame) + ", " +
-           std::to_string(profile.kilobitsPerSecond) + " kbit/s";
+    std::string text = profile.codec == VideoCodec::None ? "" : describeVideo(profile);
+    if (profile.audioKilobits > 0)
+        text.append(text.empty() ? "" : ", ").append("G.726 ") +=
+            std::to_string(profile.audioKilobits) + " kbit/s";
+    return text;
 }
 
 std::string inputTitle(const Camera& camera, int input) {

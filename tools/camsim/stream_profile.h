@@ -8,7 +8,8 @@
 
 namespace camsim {
 
-enum class VideoCodec { Mjpeg, Mpeg4, H264 };
+/// None: sound alone.
+enum class VideoCodec { None, Mjpeg, Mpeg4, H264 };
 
 /// A stream that a camera model has, and the path at which it is served.
 struct VideoStream {
@@ -18,11 +19,12 @@ struct VideoStream {
     int input;  ///< of the video inputs, from 0
 };
 
-/// Every stream that the model can serve, of each input.
+/// Every stream that the model can serve: of each input, and the sound.
 std::vector<VideoStream> videoStreams(const CameraModel& model);
 
 /// Whether the camera's settings let the stream be served: its transmission and its RTSP delivery are on, and
-/// on a camera that runs one codec family at a time it is the one that runs.
+/// on a camera that runs one codec family at a time it is the one that runs. Sound alone is delivered while
+/// the first stream of that family is, and there is any.
 bool isServed(const Camera& camera, const VideoStream& stream);
 
 /// Frames per second as a reduced fraction.
@@ -44,6 +46,7 @@ struct StreamProfile {
     int framesPerKeyFrame = 1; ///< 1 for MJPEG
     int kilobitsPerSecond = 0; ///< 0 for MJPEG
     int jpegPercent = 0;       ///< of the best quality; 0 for the others
+    int audioKilobits = 0;     ///< a second, of the sound that goes with it; 0 when none does
 
     bool operator==(const StreamProfile& other) const;
 };
@@ -51,7 +54,7 @@ struct StreamProfile {
 /// What the camera's settings say at this moment.
 StreamProfile streamProfile(const Camera& camera, const VideoStream& stream);
 
-/// "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s"
+/// "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s, G.726 32 kbit/s"
 std::string describeProfile(const StreamProfile& profile);
 
 /// The title that the camera shows in the pictures of an input.
