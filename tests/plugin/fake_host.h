@@ -3,6 +3,7 @@
 #include "host/device_context.h"
 #include "host/handler_context.h"
 #include "host/model_list.h"
+#include "tests/support/wait_until.h"
 
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
@@ -30,17 +31,6 @@ inline std::size_t EntriesOf(const char* folder) {
 }
 inline std::size_t ThreadCount() {
     return EntriesOf("/proc/self/task");
-}
-
-// Waits for what no condition variable tells; false after half a minute.
-inline bool WaitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 // Checks, when it goes, that no thread is left that was not there when it came.

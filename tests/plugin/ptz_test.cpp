@@ -43,7 +43,9 @@ protected:
         stub.reply("/cgi-bin/absget", HttpOk("\r\nPAN=179\r\nTILT=x\r\nZOOM=9\r\n"));
         bringUp("D1");
     }
-    void bringUp(const char* number) {
+    void bringUp(const char* number, const std::string& withPatrolMode = "") {
+        camera.reset(); // nobody asks for the settings while they change
+        patrolMode = withPatrolMode;
         boost::shared_ptr<IDeviceContext> context = device;
         camera.emplace(context, stub.address().c_str(), models, number);
         EXPECT_TRUE(camera->customInitialize());
@@ -161,8 +163,7 @@ TEST_F(Ptz, PositionsAreRead) {
 TEST_F(Ptz, PatternsAndProperties) {
     for (const auto& [mode, patterns] :
          std::map<std::string, std::string>{{"1", "1"}, {"2", "2"}, {"3", "4"}, {"4", "6"}, {"", "6"}}) {
-        patrolMode = mode;
-        bringUp("D1");
+        bringUp("D1", mode);
         requests("getPtzPatternCount", {"0"});
         EXPECT_THAT(answer.values, ElementsAre(patterns)) << mode;
     }

@@ -55,6 +55,7 @@ protected:
             });
     }
     void bringUp(const std::string& capability, Settings with, const char* number = "A10") {
+        camera.reset(); // nobody asks for the settings while they change
         stub.reply("/cgi-bin/get_capability", HttpOk(capability));
         settings = std::move(with);
         boost::shared_ptr<IDeviceContext> context = device;

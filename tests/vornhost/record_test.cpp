@@ -48,8 +48,7 @@ TEST(Record, ASignalEndsItWell) {
     const CCamsim camsim({"--rtsp-port", "0"});
     const std::string file = folder.file("video.mkv", "something old");
     CProgram program("vornhost", Record(camsim, file, {}));
-    while (std::filesystem::file_size(file) < 10000) { // pictures come
-    }
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::file_size(file) > 10000; })); // pictures come
     program.signal(SIGINT);
     const SRun run = program.wait();
     EXPECT_EQ(run.status, 0) << run.err;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/camsim_process.h"
+#include "tests/support/wait_until.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -19,6 +20,7 @@ using test_support::CCamsim;
 using test_support::CProgram;
 using test_support::RunProgram;
 using test_support::SRun;
+using test_support::WaitUntil;
 
 inline SRun Vornhost(const std::vector<std::string>& arguments, const std::string& input = "",
                      const CProgram::Environment& environment = {}) {

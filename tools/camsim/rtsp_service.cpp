@@ -154,15 +154,17 @@ void RtspService::onConnected(GstRTSPServer*, GstRTSPClient* client, gpointer se
     ++static_cast<RtspService*>(self)->camera_.counters.rtspClients;
     g_object_set_data_full(G_OBJECT(client), stateKey, new ClientState,
                            [](gpointer state) { delete static_cast<ClientState*>(state); });
-    g_signal_connect(client, "closed", G_CALLBACK(&RtspService::onClosed), self);
+    // A client may be told of its end after the service has gone; the camera stays longer.
+    g_signal_connect(client, "closed", G_CALLBACK(&RtspService::onClosed),
+                     &static_cast<RtspService*>(self)->camera_);
     g_signal_connect(client, "pre-describe-request", G_CALLBACK(&RtspService::beforeStream), self);
     g_signal_connect(client, "pre-setup-request", G_CALLBACK(&RtspService::beforeStream), self);
     g_signal_connect(client, "play-request", G_CALLBACK(&RtspService::onPlaying), self);
 }
 
-void RtspService::onClosed(GstRTSPClient* client, gpointer self) {
+void RtspService::onClosed(GstRTSPClient* client, gpointer camera) {
     ClientState::of(client).stopCutting();
-    --static_cast<RtspService*>(self)->camera_.counters.rtspClients;
+    --static_cast<Camera*>(camera)->counters.rtspClients;
 }
 
 GstRTSPStatusCode RtspService::beforeStream(GstRTSPClient* client, GstRTSPContext* request, gpointer self) {

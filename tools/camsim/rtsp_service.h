@@ -33,7 +33,7 @@ private:
     struct ClientState;
 
     static void onConnected(GstRTSPServer*, GstRTSPClient* client, gpointer self);
-    static void onClosed(GstRTSPClient* client, gpointer self);
+    static void onClosed(GstRTSPClient* client, gpointer camera);
     static GstRTSPStatusCode beforeStream(GstRTSPClient* client, GstRTSPContext* request, gpointer self);
     static void onPlaying(GstRTSPClient* client, GstRTSPContext* request, gpointer self);
     static gboolean removeDeadSessions(gpointer self);
