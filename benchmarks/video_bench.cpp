@@ -52,7 +52,7 @@ const SQuery Queries[] = {
 };
 
 Camera BringUp(const CEnvironment& environment, const std::string& address) {
-    const Camera camera = environment.createCamera(environment.makeContext(address), address);
+    Camera camera = environment.createCamera(environment.makeContext(address), address);
     if (!camera->customInitialize())
         throw CFailure("the camera " + address + " did not come up");
     std::vector<CString> name;

@@ -15,7 +15,6 @@
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::LogNotice;
-using device_handler::v1_0::SRange;
 
 namespace {
 

@@ -204,7 +204,7 @@ CError CVornCamera::readVideoProperty(const SVideoStreamId& id, const char* prop
                                       CString& value) {
     if (CError error = checkVideoStream(id))
         return error;
-    if (const CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
+    if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
         !isAbsent(error))
         return error;
     std::string byDefault;
@@ -271,8 +271,8 @@ CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& r
         return error;
     SVornVidValsInDb kept;
     for (const SVideoField& field : VideoFields)
-        if (const CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
-                                                 kept.*field.value);
+        if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
+                                           kept.*field.value);
             error && !isAbsent(error))
             return error;
     record = kept;
