@@ -39,9 +39,11 @@ void CThreadAsyncQueue::wait(std::chrono::milliseconds atMost) {
 }
 
 void CThreadAsyncQueue::notify() {
-    const std::lock_guard<std::mutex> guard(mutex());
-    isNotified_ = true;
-    changed_.notify_one();
+    {
+        const std::lock_guard<std::mutex> guard(mutex());
+        isNotified_ = true;
+    }
+    changed_.notify_one(); // without the lock, for which the worker would have to wait at once again
 }
 
 std::uint64_t gettime() {
