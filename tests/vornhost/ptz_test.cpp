@@ -46,15 +46,5 @@ TEST(Ptz, OfWhatWaitsTheStopsTheSavesAndTheNewestMovementGoOut) {
     EXPECT_TRUE(pilot.nextAt(4).empty() && pilot.isDone());
 }
 
-TEST(Ptz, ASignalStopsTheCameraFirst) {
-    const CCamsim camsim({"--model", "D850"});
-    CProgram program("vornhost", {"--json", "ptz", camsim.address()});
-    program.write("\x1b[C");
-    EXPECT_THAT(program.readLine(), testing::HasSubstr("\"right\""));
-    program.signal(SIGTERM);
-    EXPECT_EQ(program.wait().status, 0);
-    EXPECT_EQ(camsim.requestedPaths().back(), "/cgi-bin/directctrl?pan=0&tilt=0&zoom=0&ch=1");
-}
-
 } // namespace
 } // namespace corvane::vornhost_test

@@ -61,6 +61,13 @@ void RequireOperation(const COperationRegistry& operations, const SCall& call) {
     }
 }
 
+std::string RecordArgument(const device_handler::v1_0::SAnswer& answer) {
+    std::string text;
+    for (const auto& [field, value] : answer.record)
+        text += (text.empty() ? "" : ";") + field + "=" + value;
+    return text;
+}
+
 std::string SignatureOf(const SOperation& operation) {
     std::string signature = operation.name;
     for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)

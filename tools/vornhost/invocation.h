@@ -32,6 +32,9 @@ STimedAnswer MakeCall(const device_handler::v1_0::COperationRegistry& operations
 // takes as many arguments. Makes no call.
 void RequireOperation(const device_handler::v1_0::COperationRegistry& operations, const SCall& call);
 
+// An answer's record as another call takes it: "field=value;...".
+std::string RecordArgument(const device_handler::v1_0::SAnswer& answer);
+
 // "getVideoCodecId <channel: number> <index: number>".
 std::string SignatureOf(const device_handler::v1_0::SOperation& operation);
 

@@ -1,19 +1,14 @@
 #include "tools/vornhost/recording_text.h"
 
-#include "tools/vornhost/output.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <unistd.h>
 
 namespace corvane::vornhost {
 namespace {
 
 using device_handler::v1_0::FindCodecName;
 using device_handler::v1_0::VideoCodec;
-
-constexpr const char* BackToLineStart = "\r\x1b[K"; // and empties the line
 
 std::string Decimals(double value, int decimals) {
     char text[64];
@@ -64,7 +59,7 @@ std::string RecordedText(const std::string& file, VideoCodec codec, const SRecor
 CProgressLine::CProgressLine(std::optional<double> seconds) : seconds_(seconds) {}
 
 CRecording::Progress CProgressLine::writer() {
-    if (!isatty(STDERR_FILENO))
+    if (!line_.isShown())
         return {};
     return [this](const SRecorded& recorded) { show(recorded); };
 }
@@ -72,16 +67,9 @@ CRecording::Progress CProgressLine::writer() {
 void CProgressLine::show(const SRecorded& recorded) {
     const double rate =
         recorded.seconds > 0 ? static_cast<double>(recorded.bytes) * 8 / 1000 / recorded.seconds : 0;
-    WriteMessage(BackToLineStart + Decimals(recorded.seconds, 1) + " s" +
-                 (seconds_ ? " of " + Decimals(*seconds_, 1) + " s" : "") + ", " + AmountText(recorded) +
-                 ", " + Decimals(rate, 0) + " kbit/s");
-    shown_ = true;
-}
-
-void CProgressLine::clear() {
-    if (shown_)
-        WriteMessage(BackToLineStart);
-    shown_ = false;
+    line_.show(Decimals(recorded.seconds, 1) + " s" +
+               (seconds_ ? " of " + Decimals(*seconds_, 1) + " s" : "") + ", " + AmountText(recorded) + ", " +
+               Decimals(rate, 0) + " kbit/s");
 }
 
 } // namespace corvane::vornhost

@@ -2,6 +2,7 @@
 
 #include "host/stream_id.h"
 #include "tools/vornhost/recording.h"
+#include "tools/vornhost/status_line.h"
 
 #include <nlohmann/json.hpp>
 
@@ -16,7 +17,7 @@ nlohmann::ordered_json RecordedJson(const std::string& file, device_handler::v1_
 std::string RecordedText(const std::string& file, device_handler::v1_0::VideoCodec codec,
                          const SRecorded& recorded);
 
-// One line on standard error that is written over and over, where that is a terminal. Belongs to one thread.
+// How far a recording is, on the status line. Belongs to one thread.
 class CProgressLine {
 public:
     // `seconds`: how much there is to record, if that is limited.
@@ -25,13 +26,13 @@ public:
     // What shows the progress; empty where there is no terminal. Must not outlive this.
     CRecording::Progress writer();
     // Takes the line away.
-    void clear();
+    void clear() { line_.clear(); }
 
 private:
     void show(const SRecorded& recorded);
 
     const std::optional<double> seconds_;
-    bool shown_ = false;
+    CStatusLine line_{true};
 };
 
 } // namespace corvane::vornhost

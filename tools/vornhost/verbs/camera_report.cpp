@@ -51,14 +51,6 @@ std::string FieldOf(const SAnswer& answer, const std::string& field) {
     return found == answer.record.end() ? "" : found->second;
 }
 
-// A record as an argument.
-std::string RecordText(const SAnswer& answer) {
-    std::vector<std::string> fields;
-    for (const auto& [field, value] : answer.record)
-        fields.push_back(field + "=" + value);
-    return Join(fields, ";");
-}
-
 // A list, or "MINIMUM to MAXIMUM in steps of STEP".
 ordered_json RangeValue(const SAnswer& answer) {
     const bool isList = answer.type && *answer.type == static_cast<int>(CVAPI_VALUE_TYPE::List);
@@ -161,7 +153,8 @@ private:
     void addStream(SFactTable& table, const std::string& name, const SCodec& codec, int stream) {
         const std::string id = "0," + std::string(codec.argument) + "," + std::to_string(stream);
         const auto camera = ask("getVideoCodecParameters", {id});
-        const auto current = camera ? ask("convertVideoCodecToNvr", {id, RecordText(*camera)}) : std::nullopt;
+        const auto current =
+            camera ? ask("convertVideoCodecToNvr", {id, RecordArgument(*camera)}) : std::nullopt;
         for (const auto& setting : StreamSettings) {
             if (!(setting.codecBits & codec.bit))
                 continue;

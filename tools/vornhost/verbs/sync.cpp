@@ -234,13 +234,8 @@ private:
 
     SVornVidValsInDb converted(CDeviceSession& session, const std::string& operation,
                                const SAnswer& from) const {
-        std::string text;
-        for (const auto& [field, value] : from.record)
-            text += (text.empty() ? "" : ";") + field + "=" + value;
-        std::string result;
-        for (const auto& [field, value] : answer(session, operation, {stream_, text}).record)
-            result += (result.empty() ? "" : ";") + field + "=" + value;
-        return SArgumentReader::readVideoRecord(result);
+        return SArgumentReader::readVideoRecord(
+            RecordArgument(answer(session, operation, {stream_, RecordArgument(from)})));
     }
 
     std::string address_;
