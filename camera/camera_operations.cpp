@@ -124,6 +124,7 @@ void RegisterVideo(COperationRegistry& registry, CPanasonicCamera* camera) {
                  {"channel", "stream", "codec", "recorder"});
     registry.add("checkVideoCodecSetting", camera, &C::checkVideoCodecSetting,
                  {"channel", "codec", "property", "value"});
+    registry.add("CheckAndSetAlarm", camera, &C::CheckAndSetAlarm, {"input"});
 }
 
 } // namespace

@@ -18,6 +18,9 @@ inline constexpr const char* Camctrl = "/cgi-bin/camctrl";
 inline constexpr const char* Directctrl = "/cgi-bin/directctrl";
 inline constexpr const char* Camposiset = "/cgi-bin/camposiset";
 inline constexpr const char* SetPatrol = "/cgi-bin/set_patrol";
+inline constexpr const char* JpegAlarm = "/cgi-bin/jpeg_alarm";
+inline constexpr const char* TerminalDefault = "/cgi-bin/terminal_default";
+inline constexpr const char* GetIoAll = "/cgi-bin/get_io?command=all";
 inline constexpr const char* Initial = "/cgi-bin/initial";
 
 // The bodies of Initial. The camera obeys them only with this token.

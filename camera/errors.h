@@ -69,6 +69,15 @@ inline CError featureNotSupported() {
     return {RtnCode::NotSupported, Origin::General, "Not supported feature"};
 }
 
+// Alarm inputs and their events.
+inline CError noAlarmInputs() {
+    return {RtnCode::NotAccessible, Origin::Handler, "property not found"};
+}
+// `object`: "source bin", "source element", "source pad", "source ghostpad" or "pipeline".
+inline CError eventObjectNotCreated(const std::string& object) {
+    return {RtnCode::OperationFailed, Origin::Handler, "Event " + object + " could not be created."};
+}
+
 // Not a failure: the recorder's record now holds what the camera accepted.
 inline CError needWriteBack() {
     return {RtnCode::OperationFailed, Origin::Handler, vorn_camera_base::v1_0::NeedWriteBack};

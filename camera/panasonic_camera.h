@@ -2,6 +2,7 @@
 
 #include "camera/capability.h"
 #include "camera/setting.h"
+#include "camera/weak_elements.h"
 #include "host/camera.h"
 
 #include <boost/shared_ptr.hpp>
@@ -15,10 +16,12 @@ using device_handler::v1_0::COperationRegistry;
 using device_handler::v1_0::COptional;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::IStreamController;
 using handler_impl::SVideoStreamId;
 using vorn_camera_base::v1_0::CVAPI_VALUE_TYPE;
 using vorn_camera_base::v1_0::CVornCamera;
 using vorn_camera_base::v1_0::SVornVidValsInDb;
+using vorn_event::v1_0::DCState;
 
 // A Panasonic network camera or encoder. Before `customInitialize` has made the settings, identity operations
 // answer empty texts and commands fail with (16, 3, "property not found").
@@ -219,6 +222,29 @@ public:
     CError getPtzZoomPos(int stream, std::vector<CString>& out) override;
     CError getPtzPosition(int stream, std::vector<CString>& out) override;
 
+    // --- Alarm inputs; input n is the camera's terminal n + 1. A camera without any fails with (7, 3,
+    // "property not found"). Inputs from 0 to 2 have settings; a higher number is not refused.
+
+    // Without alarm inputs "DryContactInputProperties" alone.
+    CError getDryContactInputProperties(std::vector<CString>& names) override;
+    CError getDryContactInputCount(CString& count) override; // of the capability
+    // Lets the camera raise alarms for the input ("ATRMIN", "ATRMIN2", "ATRMIN3"; "/cgi-bin/jpeg_alarm").
+    // Always a success. The next three do this first.
+    CError CheckAndSetAlarm(int input);
+    // "/cgi-bin/terminal_default"; "LOW" makes the contact normally open, anything else normally closed. A
+    // success, whatever the camera answers.
+    CError setDryContactInputActiveState(int input, CString level) override;
+    // "AINMODE", "AINMODE2", "AINMODE3"; where the camera does not report it, appends "LOW" alone.
+    CError getDryContactInputActiveState(int input, std::vector<CString>& values) override;
+    // What the input's event stream says while there is one, else "/cgi-bin/get_io", whose failure is
+    // returned.
+    CError getDryContactInputState(int input, DCState& state) override;
+    CError getEventStreamUrl(int input, std::string& url) override; // the monitor's request
+    // A stream of pings, one a second, and of states, ten a second; no traffic before its start. Fails with
+    // (10, 3, "Unable to get Authentication data"), as getDryContactInputCount does, and with (2, 3) and the
+    // object of GStreamer that could not be made.
+    CError createEventStreamPipeline(IStreamController*& controller, int input) override;
+
     void registerOperations(COperationRegistry& registry) override;
 
 private:
@@ -249,6 +275,12 @@ private:
     CError readPosition(const char* key, int (CPanasonicCamera::*convert)(int), int home,
                         std::vector<CString>& out);
     CError readPositions(const std::vector<std::string>& keys, std::vector<std::string>& values);
+
+    CError eventStreamFailure(const CError& error);
+    CError configureEventSource(GstElement* source, int input,
+                                const device_handler::v1_0::CAuthentication& credentials);
+
+    CWeakElements eventSources_; // of the inputs whose streams live
 
     boost::shared_ptr<CPanasonicCapability> capability; // empty until initialised
     boost::shared_ptr<CPanasonicSetting> setting;       // empty until initialised

@@ -3,6 +3,7 @@
 #include "host/api.h"
 #include "host/device_context.h"
 #include "host/error.h"
+#include "host/events.h"
 #include "host/model_list.h"
 #include "host/stream_id.h"
 #include "host/text.h"
@@ -33,6 +34,10 @@ using device_handler::v1_0::SPtzModel;
 using device_handler::v1_0::SVornUrl;
 using device_handler::v1_0::VideoCodec;
 using handler_impl::SVideoStreamId;
+using vorn_event::v1_0::DCState;
+
+// The id, among the host's properties, of alarm inputs.
+inline constexpr int DryContactInputProperty = 78;
 
 // A camera, as the recorder sees every camera: the generic logic, answered from the model list and the device
 // database. A device handler derives from it and overrides what its devices do otherwise.
@@ -229,6 +234,29 @@ public:
     virtual CError getPtzTiltPos(int stream, std::vector<CString>& out);
     virtual CError getPtzZoomPos(int stream, std::vector<CString>& out);
     virtual CError getPtzPosition(int stream, std::vector<CString>& out);
+
+    // --- Alarm inputs (dry contacts), numbered from 0.
+
+    // The number that the model's first input of a kind has on the device, and the one that `input` has.
+    // `property` is the kind's id (DryContactInputProperty). From the model list; 0 where it gives none.
+    int inputBase(int property) const;
+    int reIndex(int input, int property) const;
+
+    // Appends the names of the properties that alarm inputs have.
+    virtual CError getDryContactInputProperties(std::vector<CString>& names);
+    // In decimal.
+    virtual CError getDryContactInputCount(CString& count);
+    // The level, "LOW" or "HIGH", at which an input is active. The getter appends current, default, lowest
+    // and highest. The base keeps it in the device database, and fails as that does, or with (OutOfRange,
+    // General).
+    virtual CError setDryContactInputActiveState(int input, CString level);
+    virtual CError getDryContactInputActiveState(int input, std::vector<CString>& values);
+    virtual CError getDryContactInputState(int input, DCState& state);
+    // Where the events of an input come from.
+    virtual CError getEventStreamUrl(int input, std::string& url);
+    // Builds the pipeline of an input's events; the caller owns `controller`, which is a
+    // CEventStreamController (see host/event_stream_controller.h).
+    virtual CError createEventStreamPipeline(IStreamController*& controller, int input);
 
     // Adds every operation that can be called by name (see host/operations.h) to `registry`, which must not
     // outlive the camera. A device's camera calls the base's first and then adds its own.

@@ -132,6 +132,19 @@ void RegisterPtz(COperationRegistry& registry, CVornCamera* camera) {
     registry.add("getPtzPosition", camera, &C::getPtzPosition, {"stream"});
 }
 
+void RegisterAlarmInputs(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    registry.add("inputBase", camera, &C::inputBase, {"property"});
+    registry.add("reIndex", camera, &C::reIndex, {"input", "property"});
+    registry.add("getDryContactInputProperties", camera, &C::getDryContactInputProperties, {});
+    registry.add("getDryContactInputCount", camera, &C::getDryContactInputCount, {});
+    registry.add("setDryContactInputActiveState", camera, &C::setDryContactInputActiveState,
+                 {"input", "level"});
+    registry.add("getDryContactInputActiveState", camera, &C::getDryContactInputActiveState, {"input"});
+    registry.add("getDryContactInputState", camera, &C::getDryContactInputState, {"input"});
+    registry.add("getEventStreamUrl", camera, &C::getEventStreamUrl, {"input"});
+}
+
 } // namespace
 
 void CVornCamera::registerOperations(COperationRegistry& registry) {
@@ -140,6 +153,7 @@ void CVornCamera::registerOperations(COperationRegistry& registry) {
     RegisterVideoSettings(registry, this);
     RegisterPtzConversions(registry, this);
     RegisterPtz(registry, this);
+    RegisterAlarmInputs(registry, this);
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

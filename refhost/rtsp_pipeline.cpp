@@ -1,7 +1,7 @@
 #include "refhost/rtsp_pipeline.h"
 
 #include "host/gst_context.h"
-#include "refhost/gst_object.h"
+#include "host/gst_object.h"
 #include "refhost/log.h"
 
 #include <gio/gio.h>
@@ -21,6 +21,7 @@ using device_handler::v1_0::IStreamController;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::VideoCodec;
+using vorn_gst::v1_0::CGstRef;
 
 constexpr unsigned AnswerSeconds = 5;
 constexpr unsigned ExplanationSeconds = 2;    // for the connection that tells why there is none

@@ -1,6 +1,6 @@
 #include "tools/vornhost/recording.h"
 
-#include "refhost/gst_object.h"
+#include "host/gst_object.h"
 
 #include <algorithm>
 #include <sstream>
@@ -13,7 +13,7 @@ using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SStreamEnd;
-using refhost::CGstRef;
+using vorn_gst::v1_0::CGstRef;
 
 constexpr std::chrono::milliseconds ProgressPeriod(250);
 constexpr std::chrono::seconds LongestCompletion(10); // writing the file's index

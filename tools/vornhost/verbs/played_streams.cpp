@@ -1,6 +1,6 @@
 #include "tools/vornhost/verbs/played_streams.h"
 
-#include "refhost/gst_object.h"
+#include "host/gst_object.h"
 
 #include <stdexcept>
 #include <utility>
@@ -24,7 +24,7 @@ void LinkSink(IStreamController& controller) {
         throw std::runtime_error("GStreamer lacks fakesink");
     g_object_set(sink, "sync", FALSE, nullptr);
     gst_bin_add(GST_BIN(controller.getPipeline()), sink);
-    const refhost::CGstRef<GstPad> input(gst_element_get_static_pad(sink, "sink"));
+    const vorn_gst::v1_0::CGstRef<GstPad> input(gst_element_get_static_pad(sink, "sink"));
     gst_pad_link(controller.getSourcePad(), input.get()); // a fakesink takes everything
 }
 

@@ -1,0 +1,321 @@
+#include "events/dry_contact_monitor.h"
+
+#include <boost/format.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace corvane::vorn_utility::v1_0 {
+namespace {
+
+constexpr long ConnectSeconds = 15;
+constexpr int LongestPoll = std::numeric_limits<int>::max(); // milliseconds; what happens wakes it
+
+using Guard = boost::lock_guard<boost::mutex>;
+using Lock = boost::unique_lock<boost::mutex>;
+
+} // namespace
+
+std::map<std::string, boost::shared_ptr<CDryContactMonitor>> CDryContactMonitor::s_dcs;
+boost::mutex CDryContactMonitor::s_mutex;
+std::string CDryContactMonitor::s_strDryContactStatusUrl;
+CDryContactMonitor::TDryContactState (*CDryContactMonitor::s_funGetDryContactStatus)(const std::string&,
+                                                                                     int) = nullptr;
+
+std::string DryContactMonitorUrl(const std::string& ipAddress) {
+    return boost::str(boost::format("http://%1%/cgi-bin/get_io?mode=monitor") % ipAddress);
+}
+
+CDryContactMonitor::TDryContactState funGetDryContactStatusfromResponse(const std::string& chunk, int input) {
+    const std::string key = "terminal" + std::to_string(input) + " I ";
+    const std::size_t at = chunk.find(key);
+    if (at == std::string::npos)
+        return CDryContactMonitor::DCS_UNKNOWN;
+    const std::size_t begin = at + key.size();
+    const std::size_t size = std::min(chunk.find("\r\n", begin), chunk.size()) - begin;
+    if (chunk.compare(begin, size, "High") == 0)
+        return CDryContactMonitor::DCS_HIGH;
+    return chunk.compare(begin, size, "Low") == 0 ? CDryContactMonitor::DCS_LOW
+                                                  : CDryContactMonitor::DCS_UNKNOWN;
+}
+
+// The long-lived request. libcurl's handles are used on the thread that made them; the one call that its
+// multi interface allows from others is the one that wakes that thread.
+class CDryContactMonitor::CTransfer {
+public:
+    CTransfer() : easy_(curl_easy_init()), multi_(curl_multi_init()) {
+        if (isMade())
+            curl_easy_reset(easy_);
+    }
+    ~CTransfer() {
+        curl_easy_cleanup(easy_);
+        curl_multi_cleanup(multi_);
+    }
+    CTransfer(const CTransfer&) = delete;
+    CTransfer& operator=(const CTransfer&) = delete;
+
+    bool isMade() const { return easy_ && multi_; }
+
+    bool setOptions(const std::string& credentials, const std::string& url, CDryContactMonitor* monitor) {
+        return set(CURLOPT_NOSIGNAL, 1L) && set(CURLOPT_TCP_NODELAY, 1L) &&
+               set(CURLOPT_USERPWD, credentials.c_str()) && set(CURLOPT_URL, url.c_str()) &&
+               set(CURLOPT_HTTPAUTH, CURLAUTH_ANY) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
+               set(CURLOPT_WRITEDATA, monitor) && set(CURLOPT_CONNECTTIMEOUT, ConnectSeconds) &&
+               // Beyond what the camera needs: cameras are on the recorder's own network, an address that
+               // looks like another protocol's is none, and a name server must not hold up a stop.
+               set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L);
+    }
+
+    // Runs the request to its end; false when it fails or is broken off.
+    bool perform() {
+        if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
+            return false;
+        const bool succeeded = runToItsEnd();
+        curl_multi_remove_handle(multi_, easy_);
+        return succeeded;
+    }
+
+    // The one operation for other threads. Of a request that is not under way it breaks off the next.
+    void breakOff() {
+        broken_ = true;
+        curl_multi_wakeup(multi_);
+    }
+    void forgetBreak() { broken_ = false; }
+
+private:
+    template <class Value>
+    bool set(CURLoption option, Value value) {
+        return curl_easy_setopt(easy_, option, value) == CURLE_OK;
+    }
+
+    bool runToItsEnd() {
+        for (int active = 1; !broken_;) {
+            if (curl_multi_perform(multi_, &active) != CURLM_OK)
+                return false;
+            if (active == 0)
+                break;
+            if (curl_multi_poll(multi_, nullptr, 0, LongestPoll, nullptr) != CURLM_OK)
+                return false;
+        }
+        int left = 0;
+        const CURLMsg* const message = curl_multi_info_read(multi_, &left);
+        return message && message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
+    }
+
+    CURL* const easy_;
+    CURLM* const multi_;
+    std::atomic<bool> broken_{false};
+};
+
+CDryContactMonitor::CDryContactMonitor(const std::string& address, const std::string& user,
+                                       const std::string& secret, int first, int end)
+    : CDryContactMonitor(address, user, secret, first, end, SMonitorTimes()) {}
+
+CDryContactMonitor::CDryContactMonitor(const std::string& address, const std::string& user,
+                                       const std::string& secret, int first, int end,
+                                       SMonitorTimes monitorTimes)
+    : ipAddress(address),
+      userName(user),
+      password(secret),
+      firstIndex(first),
+      maxIndex(end),
+      lastActivity(monitorTimes.now()),
+      times(std::move(monitorTimes)) {}
+
+CDryContactMonitor::~CDryContactMonitor() {
+    {
+        const Guard lock(mutex);
+        running = false;
+        breakTransfer();
+    }
+    changed.notify_all();
+    if (thread)
+        thread->join();
+}
+
+void CDryContactMonitor::StartMonitor(unsigned int input, const Listener& callback) {
+    Lock lock(mutex);
+    states[input] = DCS_UNKNOWN;
+    callbacks[input] = callback;
+    changed.wait(lock, [this] { return !thread || running; });
+    try {
+        if (!thread)
+            startThread();
+    } catch (...) {
+        callbacks[input].clear();
+        throw;
+    }
+    ++listenerCount;
+}
+
+void CDryContactMonitor::startThread() {
+    gotReply = false;
+    nextRetry = std::chrono::milliseconds::zero();
+    lastActivity = times.now();
+    running = true;
+    try {
+        thread = boost::make_shared<boost::thread>([this] { ThreadFunc(); });
+    } catch (...) {
+        running = false;
+        throw;
+    }
+}
+
+void CDryContactMonitor::StopMonitor(unsigned int input) {
+    Lock lock(mutex);
+    states[input] = DCS_UNKNOWN;
+    callbacks[input].clear();
+    if (--listenerCount == 0) {
+        running = false;
+        breakTransfer();
+        changed.notify_all();
+        const boost::shared_ptr<boost::thread> ending = thread;
+        lock.unlock();
+        if (ending)
+            ending->join();
+        lock.lock();
+        thread.reset();
+        changed.notify_all();
+    } else {
+        changed.wait(lock, [this, input] { return told != input; });
+    }
+    lock.unlock();
+
+    boost::shared_ptr<CDryContactMonitor> forgotten; // destroyed, if at all, without the lock
+    const Guard registryLock(s_mutex);
+    s_dcs[ipAddress].swap(forgotten);
+}
+
+CDryContactMonitor::TDryContactState
+CDryContactMonitor::GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned) {
+    Lock lock(mutex);
+    changed.wait(lock, [&] { return gotReply || (isAbandoned && isAbandoned()); });
+    return states[input];
+}
+
+void CDryContactMonitor::WakeWaiters() {
+    const Guard lock(mutex); // a waiter has either not asked yet, or waits
+    changed.notify_all();
+}
+
+bool CDryContactMonitor::CheckHeartbeat() {
+    const Guard lock(mutex);
+    const std::time_t now = times.now();
+    if (now - lastActivity <= times.silence.count())
+        return true;
+    lastActivity = now;
+    breakTransfer();
+    return false;
+}
+
+void CDryContactMonitor::breakTransfer() {
+    if (curl)
+        curl->breakOff();
+}
+
+void CDryContactMonitor::publish(CTransfer* transfer) {
+    const Guard lock(mutex);
+    curl = transfer;
+    // A heartbeat missed between two requests means the one that has ended.
+    if (curl)
+        curl->forgetBreak();
+}
+
+void CDryContactMonitor::ThreadFunc() {
+    CTransfer transfer;
+    if (!transfer.isMade())
+        return;
+    serve(transfer);
+    publish(nullptr);
+}
+
+void CDryContactMonitor::serve(CTransfer& transfer) {
+    const std::string credentials = userName + ":" + password;
+    const std::string url = DryContactMonitorUrl(ipAddress);
+    while (running) {
+        if (!transfer.setOptions(credentials, url, this))
+            return;
+        publish(&transfer);
+        if (!running) // a stop that came before the transfer could be broken off
+            return;
+        if (transfer.perform()) {
+            pause(times.afterClose);
+        } else {
+            tellLinkLost();
+            pauseAfterFailure();
+        }
+    }
+}
+
+void CDryContactMonitor::pauseAfterFailure() {
+    std::chrono::milliseconds time;
+    {
+        const Guard lock(mutex);
+        lastActivity = times.now();
+        time = nextRetry;
+        nextRetry = std::clamp(2 * time, times.shortestRetry, times.longestRetry);
+    }
+    pause(time);
+}
+
+void CDryContactMonitor::pause(std::chrono::milliseconds time) {
+    Lock lock(mutex);
+    changed.wait_for(lock, boost::chrono::milliseconds(time.count()), [this] { return !running; });
+}
+
+// From 1, whatever the first input: an input beyond those that are read still learns that the link is lost.
+void CDryContactMonitor::tellLinkLost() {
+    for (int input = 1; input <= maxIndex && running; ++input)
+        tell(static_cast<unsigned int>(input), DCS_LINK_LOST);
+}
+
+void CDryContactMonitor::tell(unsigned int input, TDryContactState state) {
+    Listener listener;
+    {
+        const Guard lock(mutex);
+        const auto found = callbacks.find(input);
+        if (found == callbacks.end() || found->second.empty())
+            return;
+        listener = found->second;
+        told = input;
+    }
+    listener(state);
+    {
+        const Guard lock(mutex);
+        told.reset();
+    }
+    changed.notify_all();
+}
+
+size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count, char* self) {
+    reinterpret_cast<CDryContactMonitor*>(self)->ParseAndDisperseInformation(std::string(data, count));
+    return count;
+}
+
+void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {
+    std::vector<std::pair<unsigned int, TDryContactState>> changes;
+    {
+        const Guard lock(mutex);
+        lastActivity = times.now();
+        nextRetry = std::chrono::milliseconds::zero();
+        gotReply = true;
+        for (int input = firstIndex; input < maxIndex; ++input) {
+            const TDryContactState level = funGetDryContactStatusfromResponse(chunk, input);
+            TDryContactState& stored = states[static_cast<std::uint32_t>(input)];
+            if (level == DCS_UNKNOWN || level == stored)
+                continue;
+            if (stored != DCS_UNKNOWN)
+                changes.emplace_back(static_cast<unsigned int>(input), level);
+            stored = level;
+        }
+    }
+    changed.notify_all();
+    for (const auto& [input, level] : changes)
+        tell(input, level);
+}
+
+} // namespace corvane::vorn_utility::v1_0

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/function.hpp>
+#include <boost/optional.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <curl/curl.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <string>
+
+namespace corvane::vorn_utility::v1_0 {
+
+// The times of a monitor, and the clock of its heartbeat.
+struct SMonitorTimes {
+    std::chrono::milliseconds afterClose{250};     // before the request is made again that the camera ended
+    std::chrono::milliseconds shortestRetry{50};   // before the second repetition of a request that failed;
+    std::chrono::milliseconds longestRetry{1'000}; // doubled up to this; the first is made at once
+    std::chrono::seconds silence{16};              // longer, and the camera does not count as alive
+    boost::function<std::time_t()> now = [] { return std::time(nullptr); };
+};
+
+// Watches the alarm inputs (dry contacts; the camera's terminals) of the camera at one address, with one
+// request that the camera keeps open and writes to ("/cgi-bin/get_io?mode=monitor"). Keeps the last level of
+// each input and tells changes to listeners, one for each input. It must be owned by a boost::shared_ptr.
+//
+// Inputs are numbered as the camera numbers its terminals. The operations may be called from any thread; none
+// of StartMonitor, StopMonitor and the destructor from a listener of the same monitor.
+class CDryContactMonitor : public boost::enable_shared_from_this<CDryContactMonitor> {
+public:
+    enum TDryContactState {
+        DCS_UNKNOWN = 0, // not reported yet
+        DCS_LOW = 1,
+        DCS_HIGH = 2,
+        DCS_LINK_LOST = 3, // the request has failed; told to listeners, never stored
+    };
+    using Listener = boost::function<void(TDryContactState)>;
+
+    // `address` is the camera's host name or dotted address, with ":PORT" where its web port is not 80; the
+    // levels of the inputs from `first` to before `end` are read. Throws boost::thread_resource_error.
+    CDryContactMonitor(const std::string& address, const std::string& user, const std::string& secret,
+                       int first, int end);
+    CDryContactMonitor(const std::string& address, const std::string& user, const std::string& secret,
+                       int first, int end, SMonitorTimes monitorTimes);
+    // Ends the request and joins its thread.
+    virtual ~CDryContactMonitor();
+    CDryContactMonitor(const CDryContactMonitor&) = delete;
+    CDryContactMonitor& operator=(const CDryContactMonitor&) = delete;
+
+    // Makes `callback` the listener of `input` in place of any other, and starts the request unless it runs;
+    // a stop that is under way is waited for. Each call is matched by one of StopMonitor. The first level of
+    // an input is not told, only what follows; DCS_LINK_LOST is told to the inputs from 1 to `end`,
+    // included. `callback` is called on the monitor's thread, without a lock, one call after another. Throws
+    // boost::thread_resource_error when there can be no thread; nothing has been registered then.
+    void StartMonitor(unsigned int input, const Listener& callback);
+
+    // Takes the listener of `input` away; it is not running and will not be called once this returns. With
+    // the last listener the request ends, at once. The registry forgets the monitor, whoever else uses it.
+    void StopMonitor(unsigned int input);
+
+    // The last level of `input`. Waits until the camera has written something, however long that takes, or
+    // `isAbandoned` answers true, which is asked now and at each WakeWaiters().
+    TDryContactState GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned = {});
+    void WakeWaiters();
+
+    // Whether the camera has written in time. When it has not, ends the request, which then counts as failed
+    // and is made again, and allows the camera the same time anew.
+    bool CheckHeartbeat();
+
+    // The thread's body.
+    void ThreadFunc();
+    // Takes in what the camera has written. A line in two chunks is not put together.
+    void ParseAndDisperseInformation(const std::string& chunk);
+    // libcurl's write callback; `self` is the monitor.
+    static size_t HttpWriter(char* data, size_t size, size_t count, char* self);
+
+    // The monitors by their cameras' addresses, so that all users of a camera share one. A null entry counts
+    // as none.
+    static std::map<std::string, boost::shared_ptr<CDryContactMonitor>> s_dcs; // guarded by s_mutex
+    static boost::mutex s_mutex; // never held while a monitor's mutex is taken
+
+    // Reserved hooks, guarded by s_mutex; emptied at each attachment, read by nobody.
+    static std::string s_strDryContactStatusUrl;
+    static TDryContactState (*s_funGetDryContactStatus)(const std::string& chunk, int input);
+
+private:
+    class CTransfer;
+
+    void startThread();
+    void breakTransfer(); // mutex is held
+    void publish(CTransfer* transfer);
+    void serve(CTransfer& transfer);
+    void pauseAfterFailure();
+    void pause(std::chrono::milliseconds time);
+    void tellLinkLost();
+    void tell(unsigned int input, TDryContactState state);
+
+    std::map<std::uint32_t, Listener> callbacks;      // an empty one counts as none
+    std::map<std::uint32_t, TDryContactState> states; // none counts as DCS_UNKNOWN
+    // Guards `callbacks`, `states` and every member below that says so; not held while listeners run.
+    boost::mutex mutex;
+    boost::shared_ptr<boost::thread> thread; // empty while none runs; guarded by mutex
+    const std::string ipAddress;
+    const std::string userName;
+    const std::string password;
+    std::atomic<bool> running{false}; // the thread goes on; changed under mutex
+    std::int32_t listenerCount = 0;   // calls of StartMonitor without their StopMonitor; guarded by mutex
+    const std::int32_t firstIndex;
+    const std::int32_t maxIndex;
+    CTransfer* curl = nullptr;    // the thread's, while it has one; guarded by mutex
+    bool gotReply = false;        // guarded by mutex
+    std::time_t lastActivity = 0; // the last chunk, failure or missed heartbeat; guarded by mutex
+
+    const SMonitorTimes times;
+    boost::optional<std::uint32_t> told;    // the input whose listener runs; guarded by mutex
+    std::chrono::milliseconds nextRetry{0}; // guarded by mutex
+    boost::condition_variable changed;      // of `thread`, `running`, `gotReply`, `told`; with mutex
+};
+
+// The request that a monitor makes, its address as the constructor takes it.
+std::string DryContactMonitorUrl(const std::string& ipAddress);
+
+// What a chunk says of one terminal: "terminal1 I High", to the letter, up to the end of the line or chunk.
+CDryContactMonitor::TDryContactState funGetDryContactStatusfromResponse(const std::string& chunk, int input);
+
+} // namespace corvane::vorn_utility::v1_0

@@ -1,0 +1,301 @@
+#include "events/vornEventsynth.h"
+
+#include "events/eventsynth_class.h"
+#include "host/assert.h"
+#include "host/events.h"
+
+#include <boost/make_shared.hpp>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace corvane::vorn_event::v1_0 {
+namespace {
+
+using device_handler::v1_0::CDCStateEvent;
+using device_handler::v1_0::CEventBase;
+using device_handler::v1_0::CPingEvent;
+using device_handler::v1_0::DryContactActive;
+using device_handler::v1_0::DryContactInactive;
+using device_handler::v1_0::HostAssert;
+using vorn_utility::v1_0::CDryContactMonitor;
+using RealTime = std::chrono::system_clock;
+
+constexpr guint64 NanosecondsInMillisecond = 1'000'000;
+constexpr double GreatestRandom = 2147483647.0;
+
+guint64 Now() {
+    return static_cast<guint64>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(RealTime::now().time_since_epoch()).count());
+}
+
+guint64 InNanoseconds(gint milliseconds) {
+    return static_cast<guint64>(milliseconds) * NanosecondsInMillisecond;
+}
+
+// Cuts what is too long; whether it did.
+template <std::size_t Size>
+bool CopyText(const char* text, std::array<char, Size>& field) {
+    field.fill('\0');
+    std::strncpy(field.data(), text, Size - 1);
+    return std::strlen(text) >= Size;
+}
+
+} // namespace
+
+// Runs on zeroed memory, which holds the parent already.
+void SVornEventSynth::init() {
+    new (&dcState) std::atomic<gint>(DCStateLow);
+    new (&dcActiveState) std::atomic<gint>(DCActiveLow);
+    new (&eventMode) std::atomic<gint>(EventModeRegular);
+    new (&pingPeriod) std::atomic<gint>(3);
+    new (&eventPeriod) std::atomic<gint>(6);
+    for (std::atomic<gint>* const index : {&deviceIndex, &deviceIndexBase, &maxDeviceIndex})
+        new (index) std::atomic<gint>(0);
+    new (&deactivating) std::atomic<bool>(false);
+    for (std::mutex* const mutex : {&stringLock, &lock, &monitorLock, &startLock})
+        new (mutex) std::mutex;
+    new (&wakeup) std::condition_variable;
+    new (&monitor) boost::shared_ptr<CDryContactMonitor>;
+}
+
+void SVornEventSynth::finalize() {
+    std::destroy_at(&monitor);
+    std::destroy_at(&wakeup);
+    for (std::mutex* const mutex : {&startLock, &monitorLock, &lock, &stringLock})
+        std::destroy_at(mutex);
+}
+
+void SVornEventSynth::setString(guint property, const char* text) {
+    bool cut = false;
+    {
+        const std::lock_guard<std::mutex> held(stringLock);
+        const char* const given = text ? text : "";
+        cut = property == UsernameProperty   ? CopyText(given, username)
+              : property == PasswordProperty ? CopyText(given, password)
+                                             : CopyText(given, ipaddr);
+    }
+    if (cut)
+        GST_WARNING_OBJECT(this, "the text of property %u is too long and was cut", property);
+}
+
+std::string SVornEventSynth::string(guint property) {
+    const std::lock_guard<std::mutex> held(stringLock);
+    return property == UsernameProperty   ? username.data()
+           : property == PasswordProperty ? password.data()
+                                          : ipaddr.data();
+}
+
+bool SVornEventSynth::activate(GstPad* pad) {
+    GST_DEBUG_OBJECT(this, "start()");
+    if (subscribed && !attachedMonitor()) {
+        GST_WARNING_OBJECT(this, "an element that has been set to NULL cannot be used again");
+        return false;
+    }
+    {
+        const std::lock_guard<std::mutex> held(lock);
+        deactivating = false;
+        interrupted = false;
+        startTime = Now();
+        counters[0] = counters[1] = 0;
+        lastPingTime = lastEventTime = startTime;
+        scheduleNextEvent();
+    }
+    return gst_pad_start_task(pad, task_iterate_static, this, nullptr);
+}
+
+bool SVornEventSynth::deactivate(GstPad* pad) {
+    // The task may hold the lock while it waits for the camera; it gives up first.
+    deactivating = true;
+    if (const auto attached = attachedMonitor())
+        attached->WakeWaiters();
+    interrupt();
+    return gst_pad_stop_task(pad);
+}
+
+void SVornEventSynth::cleanup() {
+    boost::shared_ptr<CDryContactMonitor> attached;
+    {
+        const std::lock_guard<std::mutex> held(monitorLock);
+        attached.swap(monitor);
+    }
+    if (attached && subscribed)
+        attached->StopMonitor(subscribedIndex);
+}
+
+void SVornEventSynth::interrupt() {
+    const std::lock_guard<std::mutex> held(lock);
+    interrupted = true;
+    wakeup.notify_one();
+}
+
+void SVornEventSynth::reschedule() {
+    const std::lock_guard<std::mutex> held(lock);
+    scheduleNextEvent();
+    wakeup.notify_one();
+}
+
+void SVornEventSynth::scheduleNextEvent() {
+    if (eventMode == EventModeRegular) {
+        nextEventTime = lastEventTime + InNanoseconds(eventPeriod);
+        return;
+    }
+    const double twicePeriod = 2.0 * eventPeriod * NanosecondsInMillisecond;
+    const double delta = rand_r(&randomSeed) * twicePeriod / GreatestRandom + 0.5;
+    nextEventTime = lastEventTime + static_cast<guint64>(delta);
+}
+
+GstClockTime SVornEventSynth::getNextPingTime() const {
+    return pingPeriod == 0 ? GST_CLOCK_TIME_NONE : lastPingTime + InNanoseconds(pingPeriod);
+}
+
+void SVornEventSynth::waitForNext(std::unique_lock<std::mutex>& held) {
+    const auto deadline = std::chrono::nanoseconds(std::min(getNextPingTime(), nextEventTime));
+    wakeup.wait_until(held, RealTime::time_point(std::chrono::duration_cast<RealTime::duration>(deadline)));
+}
+
+void SVornEventSynth::task_iterate_static(void* element) {
+    static_cast<SVornEventSynth*>(element)->task_iterate();
+}
+
+void SVornEventSynth::task_iterate() {
+    std::unique_lock<std::mutex> held(lock);
+    attach();
+    subscribe();
+    const auto goesOn = [this] { return !interrupted && !deactivating; };
+    if (goesOn()) {
+        waitForNext(held);
+        if (goesOn())
+            sendWhatIsDue();
+    }
+    interrupted = false;
+}
+
+void SVornEventSynth::attach() {
+    if (attachedMonitor())
+        return;
+    const std::string address = string(AddressProperty);
+    boost::shared_ptr<CDryContactMonitor> found;
+    {
+        const boost::lock_guard<boost::mutex> registryLock(CDryContactMonitor::s_mutex);
+        boost::shared_ptr<CDryContactMonitor>& entry = CDryContactMonitor::s_dcs[address];
+        if (!entry)
+            entry = boost::make_shared<CDryContactMonitor>(
+                address, string(UsernameProperty), string(PasswordProperty), deviceIndexBase, maxDeviceIndex);
+        found = entry;
+        CDryContactMonitor::s_strDryContactStatusUrl.clear();
+        CDryContactMonitor::s_funGetDryContactStatus = nullptr;
+    }
+    const std::lock_guard<std::mutex> monitorHeld(monitorLock);
+    monitor = found;
+}
+
+void SVornEventSynth::subscribe() {
+    if (subscribed)
+        return;
+    try {
+        subscribedIndex = static_cast<unsigned int>(deviceIndex.load());
+        attachedMonitor()->StartMonitor(
+            subscribedIndex, [this](CDryContactMonitor::TDryContactState state) { EventCallbk(state); });
+        subscribed = true;
+    } catch (const std::exception& failure) {
+        GST_ELEMENT_ERROR(this, RESOURCE, FAILED, ("no thread for the alarm inputs"), ("%s", failure.what()));
+    }
+}
+
+boost::shared_ptr<CDryContactMonitor> SVornEventSynth::attachedMonitor() {
+    const std::lock_guard<std::mutex> held(monitorLock);
+    return monitor;
+}
+
+void SVornEventSynth::sendWhatIsDue() {
+    const bool playing = isPlaying();
+    const guint64 now = Now();
+    const GstClockTime nextPing = getNextPingTime();
+    if (nextPing != GST_CLOCK_TIME_NONE && now > nextPing) {
+        if (playing)
+            sendPingEvent();
+        lastPingTime = nextPing; // and not now: pings keep their cadence
+    }
+    if (now > nextEventTime)
+        sendEventOfTick(playing);
+    if (!attachedMonitor()->CheckHeartbeat())
+        sendEndOfStream();
+}
+
+bool SVornEventSynth::isPlaying() {
+    GST_OBJECT_LOCK(this);
+    const bool playing = GST_STATE(this) == GST_STATE_PLAYING;
+    GST_OBJECT_UNLOCK(this);
+    return playing;
+}
+
+void SVornEventSynth::sendEventOfTick(bool playing) {
+    toggleDCState();
+    if (playing)
+        sendDCStateEvent();
+    lastEventTime = nextEventTime;
+    scheduleNextEvent();
+}
+
+void SVornEventSynth::toggleDCState() {
+    const auto level = attachedMonitor()->GetStateOfInput(static_cast<unsigned int>(deviceIndex.load()),
+                                                          [this] { return deactivating.load(); });
+    if (level == CDryContactMonitor::DCS_LOW)
+        dcState = DCStateLow;
+    else if (level == CDryContactMonitor::DCS_HIGH)
+        dcState = DCStateHigh;
+}
+
+void SVornEventSynth::sendPingEvent() {
+    const std::unique_ptr<CPingEvent> event(CPingEvent::Create(Now()));
+    HostAssert(event != nullptr, "event source", __LINE__);
+    sendBufferOnce();
+    gst_pad_push_event(sourcePad(), event->refEvent());
+}
+
+void SVornEventSynth::sendDCStateEvent() {
+    const std::unique_ptr<CDCStateEvent> event(
+        CDCStateEvent::Create(Now(), dcState == dcActiveState ? DryContactActive : DryContactInactive));
+    HostAssert(event != nullptr, "event source", __LINE__);
+    sendBufferOnce();
+    gst_pad_push_event(sourcePad(), event->refEvent());
+}
+
+// Elements downstream start with a buffer.
+void SVornEventSynth::sendBufferOnce() {
+    if (bufferSent)
+        return;
+    bufferSent = true;
+    startStream();
+    gst_pad_push(sourcePad(), gst_buffer_new_allocate(nullptr, 1, nullptr));
+}
+
+// What a pad must have sent before anything else.
+void SVornEventSynth::startStream() {
+    const std::lock_guard<std::mutex> held(startLock);
+    if (streamStarted)
+        return;
+    streamStarted = true;
+    gchar* const stream = gst_pad_create_stream_id(sourcePad(), GST_ELEMENT(&parent), nullptr);
+    gst_pad_push_event(sourcePad(), gst_event_new_stream_start(stream));
+    g_free(stream);
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_TIME);
+    gst_pad_push_event(sourcePad(), gst_event_new_segment(&segment));
+}
+
+void SVornEventSynth::sendEndOfStream() {
+    startStream();
+    gst_pad_push_event(sourcePad(), gst_event_new_eos());
+}
+
+void SVornEventSynth::EventCallbk(CDryContactMonitor::TDryContactState state) {
+    if (state == CDryContactMonitor::DCS_LINK_LOST)
+        sendEndOfStream();
+}
+
+} // namespace corvane::vorn_event::v1_0

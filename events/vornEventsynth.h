@@ -1,0 +1,113 @@
+#pragma once
+
+#include "events/dry_contact_monitor.h"
+#include "host/gst_context.h"
+
+#include <gst/base/gstbasesrc.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+
+namespace corvane::vorn_event::v1_0 {
+
+enum VornEventSynthDCState { DCStateLow = 1, DCStateHigh = 2 };
+enum VornEventSynthMode { EventModeRegular = 1, EventModeRandom = 2 };
+enum VornEventSynthDCActiveState { DCActiveLow = 1, DCActiveHigh = 2 };
+
+// The element "vorn_eventsynth": a live source of one alarm input's events, pings and states, which it takes
+// from the dry contact monitor of the camera. It needs no buffers but one of a byte, before the first event;
+// an end-of-stream says that the camera is lost, and may come more than once. Used once: made, played, set to
+// NULL, released.
+//
+// Times are nanoseconds of the real-time clock. The task's thread runs `task_iterate`, the monitor's
+// `EventCallbk`, the application's the rest.
+struct SVornEventSynth {
+    GstBaseSrc parent;
+
+    // The properties.
+    std::atomic<gint> dcState;       // VornEventSynthDCState; the input's level
+    std::atomic<gint> dcActiveState; // VornEventSynthDCActiveState; the level that counts as active
+    std::atomic<gint> eventMode;     // VornEventSynthMode
+    std::atomic<gint> pingPeriod;    // milliseconds; 0: no pings
+    std::atomic<gint> eventPeriod;   // milliseconds
+    std::atomic<gint> deviceIndex;
+    std::atomic<gint> deviceIndexBase;
+    std::atomic<gint> maxDeviceIndex;
+    std::mutex stringLock; // guards the three
+    std::array<char, 256> username;
+    std::array<char, 256> password;
+    std::array<char, 32> ipaddr;
+
+    unsigned int randomSeed; // guarded by lock
+    bool interrupted;        // guarded by lock
+    // Set before `interrupted`, for who holds `lock` and waits for something else than `wakeup`.
+    std::atomic<bool> deactivating;
+
+    // Held through each iteration of the task except while it waits on `wakeup`. Taken before the others.
+    std::mutex lock;
+    std::condition_variable wakeup;
+
+    std::mutex monitorLock; // guards the pointer; no other lock is taken while it is held but the monitor's
+    boost::shared_ptr<vorn_utility::v1_0::CDryContactMonitor> monitor; // empty until the task first runs
+
+    guint64 startTime; // guarded by lock, as all that follows; read by nobody
+    guint32 counters[2];
+    bool bufferSent; // the byte has been pushed
+    bool subscribed; // the monitor has our listener, or had it until cleanup()
+    unsigned int subscribedIndex;
+    guint64 lastPingTime;
+    guint64 lastEventTime;
+    guint64 nextEventTime;
+
+    std::mutex startLock; // held while the pad's first events are pushed
+    bool streamStarted;   // guarded by startLock
+
+    void init();
+    void finalize();
+
+    void setString(guint property, const char* text);
+    std::string string(guint property);
+
+    bool activate(GstPad* pad);
+    bool deactivate(GstPad* pad);
+    void play() {}
+    void pause() {}
+    void cleanup();
+
+    void interrupt();
+    void reschedule();
+    void scheduleNextEvent(); // lock is held
+    GstClockTime getNextPingTime() const;
+    void waitForNext(std::unique_lock<std::mutex>& held);
+
+    static void task_iterate_static(void* element);
+    void task_iterate();
+    void attach();
+    void subscribe();
+    bool isPlaying();
+    void sendWhatIsDue();
+    void sendEventOfTick(bool playing);
+    void toggleDCState();
+    void sendPingEvent();
+    void sendDCStateEvent();
+    void sendBufferOnce();
+    void startStream();
+    void sendEndOfStream();
+    void EventCallbk(vorn_utility::v1_0::CDryContactMonitor::TDryContactState state);
+
+    GstPad* sourcePad() { return GST_BASE_SRC_PAD(&parent); }
+    boost::shared_ptr<vorn_utility::v1_0::CDryContactMonitor> attachedMonitor();
+};
+
+// Makes the element, a floating reference; null when it could not be registered, which the next call tries
+// anew. `context` says that GStreamer is initialised. Callable from any thread.
+GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* context, const char* name);
+
+// Takes and drops a reference.
+GstElement* IncRefcount(SVornEventSynth* element);
+void DecRefcount(SVornEventSynth* element);
+
+} // namespace corvane::vorn_event::v1_0

@@ -1,0 +1,68 @@
+// The base camera's alarm inputs: numbers from the model list, active levels in the device database.
+
+#include "host/camera.h"
+
+namespace corvane::vorn_camera_base::v1_0 {
+namespace {
+
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+
+constexpr const char* ActiveStateKey = "active_state";
+constexpr const char* ActiveLow = "LOW";
+constexpr const char* ActiveHigh = "HIGH";
+
+CError notOfBase(const std::string& what) {
+    return {RtnCode::NotSupported, Origin::General, what + " can only be asked of the device"};
+}
+
+} // namespace
+
+int CVornCamera::inputBase(int property) const {
+    const auto found = model().indexBase.find(property);
+    return found == model().indexBase.end() ? 0 : found->second;
+}
+
+int CVornCamera::reIndex(int input, int property) const {
+    return input + inputBase(property);
+}
+
+CError CVornCamera::getDryContactInputProperties(std::vector<CString>& names) {
+    names.insert(names.end(), {"DryContactInputProperties", "DryContactInputCount",
+                               "DryContactInputActiveState", "DryContactInputState"});
+    return CError::Success();
+}
+
+CError CVornCamera::getDryContactInputCount(CString&) {
+    return notOfBase("the number of alarm inputs");
+}
+
+CError CVornCamera::setDryContactInputActiveState(int input, CString level) {
+    if (input < 0 || (level != ActiveLow && level != ActiveHigh))
+        return {RtnCode::OutOfRange, Origin::General, "an alarm input's active level is LOW or HIGH"};
+    return writeToInputDb(InputClass::DryContact, input, ActiveStateKey, level);
+}
+
+CError CVornCamera::getDryContactInputActiveState(int input, std::vector<CString>& values) {
+    CString level;
+    const CError error = readFromInputDb(InputClass::DryContact, input, ActiveStateKey, level);
+    if (error && error.getCode() != static_cast<int>(RtnCode::NotSet))
+        return error;
+    values.insert(values.end(),
+                  {level.empty() ? CString(ActiveLow) : level, ActiveLow, ActiveLow, ActiveHigh});
+    return CError::Success();
+}
+
+CError CVornCamera::getDryContactInputState(int, DCState&) {
+    return notOfBase("the state of an alarm input");
+}
+
+CError CVornCamera::getEventStreamUrl(int, std::string&) {
+    return notOfBase("the location of events");
+}
+
+CError CVornCamera::createEventStreamPipeline(IStreamController*&, int) {
+    return notOfBase("events");
+}
+
+} // namespace corvane::vorn_camera_base::v1_0
