@@ -1,6 +1,5 @@
 #include "events/dry_contact_monitor.h"
 
-#include <boost/format.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
@@ -27,7 +26,7 @@ CDryContactMonitor::TDryContactState (*CDryContactMonitor::s_funGetDryContactSta
                                                                                      int) = nullptr;
 
 std::string DryContactMonitorUrl(const std::string& ipAddress) {
-    return boost::str(boost::format("http://%1%/cgi-bin/get_io?mode=monitor") % ipAddress);
+    return "http://" + ipAddress + "/cgi-bin/get_io?mode=monitor";
 }
 
 CDryContactMonitor::TDryContactState funGetDryContactStatusfromResponse(const std::string& chunk, int input) {

@@ -21,9 +21,10 @@ public:
 
     CError start() override;
 
-    // `observer` is called for each event in the order in which they come, the end-of-stream too, before the
-    // stream ends by it; on a thread of the pipeline or of the event's source, one call after another. It
-    // must return soon and call no operation of the controller. Must be set before start().
+    // `observer` is called for each event in the order in which they come, the last time for an
+    // end-of-stream, before the stream ends by it; on a thread of the pipeline or of the event's source, one
+    // call after another. It must return soon and call no operation of the controller. Must be set before
+    // start().
     void setEventObserver(boost::function<void(const SStreamEvent&)> observer);
 
     // The element that makes the events, a reference for the caller; null when it is gone.
@@ -37,6 +38,7 @@ private:
     const gulong probe_;
     std::mutex observerMutex_; // held while the observer runs; guards it
     boost::function<void(const SStreamEvent&)> observer_;
+    bool hasEnded_ = false; // an end-of-stream has come; guarded by observerMutex_
 };
 
 } // namespace corvane::vorn_event_stream_controller::v1_0

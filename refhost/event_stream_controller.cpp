@@ -53,7 +53,10 @@ GstPadProbeReturn CEventStreamController::eventComes(GstPad*, GstPadProbeInfo* i
     const auto event = device_handler::v1_0::ReadStreamEvent(GST_PAD_PROBE_INFO_EVENT(info));
     auto* const self = static_cast<CEventStreamController*>(controller);
     const std::lock_guard<std::mutex> lock(self->observerMutex_);
-    if (event && self->observer_)
+    if (!event || self->hasEnded_) // the pad may still let one through that was on its way
+        return GST_PAD_PROBE_OK;
+    self->hasEnded_ = event->kind == SStreamEvent::Kind::EndOfStream;
+    if (self->observer_)
         self->observer_(*event);
     return GST_PAD_PROBE_OK;
 }

@@ -1,0 +1,225 @@
+#include "events/dry_contact_monitor.h"
+
+#include "tests/plugin/fake_host.h"
+#include "tests/plugin/monitor_server.h"
+#include "tests/plugin/stub_camera.h"
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <random>
+#include <thread>
+
+namespace corvane::vorn_utility::v1_0 {
+namespace {
+
+using namespace test_support;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Monitor = CDryContactMonitor;
+
+// What a listener has heard; any thread may ask.
+class CHeard {
+public:
+    Monitor::Listener listener() {
+        return [this](Monitor::TDryContactState state) {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            states_.push_back(state);
+        };
+    }
+    std::vector<int> states() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return states_;
+    }
+    bool waitForCount(std::size_t count) const {
+        return WaitUntil([&] { return states().size() >= count; });
+    }
+
+private:
+    mutable std::mutex mutex_; // guards states_
+    std::vector<int> states_;
+};
+
+// The clock stands, and what is waited for between two requests never comes by itself.
+SMonitorTimes PatientTimes(std::atomic<std::time_t>& clock) {
+    SMonitorTimes times;
+    times.afterClose = std::chrono::milliseconds(1);
+    times.shortestRetry = times.longestRetry = std::chrono::hours(1);
+    times.now = [&clock] { return clock.load(); };
+    return times;
+}
+
+class DryContactMonitor : public testing::Test {
+protected:
+    boost::shared_ptr<Monitor> makeMonitor(const std::string& address) {
+        return boost::make_shared<Monitor>(address, "admin", "pa:ss@1", 1, 4, PatientTimes(clock));
+    }
+
+    const CThreadCheck threads;
+    std::atomic<std::time_t> clock{1'000};
+};
+
+TEST_F(DryContactMonitor, LevelsAreReadToTheLetter) {
+    const auto level = funGetDryContactStatusfromResponse;
+    EXPECT_EQ(level("terminal1 I Low\r\nterminal2 I High\r\n", 1), Monitor::DCS_LOW);
+    EXPECT_EQ(level("terminal1 I Low\r\nterminal2 I High\r\n", 2), Monitor::DCS_HIGH);
+    EXPECT_EQ(level("terminal1 I High", 1), Monitor::DCS_HIGH);
+    EXPECT_EQ(level("terminal1 I Low\r\nterminal1 I High\r\n", 1), Monitor::DCS_LOW);
+    for (const char* const chunk :
+         {"terminal1 I high\r\n", "terminal1 I  Low\r\n", "terminal1 I Low \r\n", "terminal1 I \r\n",
+          "terminal1 I Low\n", "terminal1 I Hi", "terminal11 I Low"})
+        EXPECT_EQ(level(chunk, 1), Monitor::DCS_UNKNOWN) << chunk;
+}
+
+TEST_F(DryContactMonitor, ListenersLearnOfChangesAfterTheFirstLevel) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    CHeard first, third, beyond;
+    monitor->StartMonitor(1, first.listener());
+    monitor->StartMonitor(3, third.listener());
+    monitor->StartMonitor(4, beyond.listener()); // past the last one that is read
+    ASSERT_TRUE(camera.waitForRequests(1));
+    EXPECT_THAT(camera.lastRequest(), testing::StartsWith("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\n"));
+    camera.write("terminal1 I Low\r\nterminal3 I Low\r\nterminal4 I Low\r\n");
+    EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
+    EXPECT_EQ(monitor->GetStateOfInput(4), Monitor::DCS_UNKNOWN);
+    camera.write("terminal1 I High\r\n");
+    ASSERT_TRUE(first.waitForCount(1));
+    monitor->ParseAndDisperseInformation("terminal3 I Hi"); // a line in two chunks is not put together
+    monitor->ParseAndDisperseInformation("gh\r\n");
+    EXPECT_THAT(first.states(), ElementsAre(Monitor::DCS_HIGH));
+    EXPECT_THAT(third.states(), IsEmpty());
+    EXPECT_EQ(monitor->GetStateOfInput(3), Monitor::DCS_LOW);
+
+    camera.resetAll(); // which an input beyond those that are read learns too
+    for (const CHeard* const heard : {&first, &third, &beyond}) {
+        ASSERT_TRUE(heard->waitForCount(1));
+        EXPECT_TRUE(WaitUntil([&] { return heard->states().back() == Monitor::DCS_LINK_LOST; }));
+    }
+    for (const unsigned input : {1, 3, 4})
+        monitor->StopMonitor(input);
+}
+
+TEST_F(DryContactMonitor, ARequestThatTheCameraEndsIsMadeAgainInSilence) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    CHeard heard;
+    monitor->StartMonitor(1, heard.listener());
+    for (std::size_t i = 1; i <= 3; ++i) {
+        ASSERT_TRUE(camera.waitForRequests(i));
+        camera.write("terminal1 I Low\r\n");
+        EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
+        camera.closeAll();
+    }
+    ASSERT_TRUE(camera.waitForRequests(4));
+    EXPECT_THAT(heard.states(), IsEmpty());
+    monitor->StopMonitor(1);
+}
+
+TEST_F(DryContactMonitor, FailuresAreToldAndAfterTheSecondTheyArePaced) {
+    const auto monitor = makeMonitor(RefusingAddress());
+    CHeard heard;
+    monitor->StartMonitor(1, heard.listener());
+    ASSERT_TRUE(heard.waitForCount(2));
+    monitor->StopMonitor(1); // does not wait for the hour
+    EXPECT_THAT(heard.states(), ElementsAre(Monitor::DCS_LINK_LOST, Monitor::DCS_LINK_LOST));
+}
+
+TEST_F(DryContactMonitor, ASilentCameraIsGivenUpOnceAndAskedAgain) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    CHeard heard;
+    monitor->StartMonitor(1, heard.listener());
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.write("x");
+    monitor->GetStateOfInput(1);
+    clock += 16;
+    EXPECT_TRUE(monitor->CheckHeartbeat());
+    clock += 1;
+    EXPECT_FALSE(monitor->CheckHeartbeat());
+    EXPECT_TRUE(monitor->CheckHeartbeat());
+    EXPECT_TRUE(camera.waitForRequests(2));
+    EXPECT_THAT(heard.states(), ElementsAre(Monitor::DCS_LINK_LOST));
+    monitor->StopMonitor(1);
+}
+
+TEST_F(DryContactMonitor, AStopDoesNotWaitForTheCamera) {
+    CMonitorServer silent(CMonitorServer::Greeting::Silence);
+    CMonitorServer open;
+    const CDeafAddress deaf;
+    for (const std::string& address : {silent.address(), open.address(), deaf.address()}) {
+        const auto monitor = makeMonitor(address);
+        std::atomic<bool> abandoned{false};
+        for (int i = 0; i < 20; ++i) {
+            monitor->StartMonitor(1, [](Monitor::TDryContactState) {});
+            if (i % 2 == 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(i / 2));
+            abandoned = false;
+            std::thread waiter([&] { monitor->GetStateOfInput(1, [&] { return abandoned.load(); }); });
+            abandoned = true;
+            monitor->WakeWaiters();
+            waiter.join();
+            monitor->StopMonitor(1);
+        }
+    }
+}
+
+TEST_F(DryContactMonitor, AListenerIsNeverCalledAfterItsStop) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    std::atomic<bool> entered{false}, mayLeave{false}, left{false};
+    monitor->StartMonitor(2, [](Monitor::TDryContactState) {});
+    monitor->StartMonitor(1, [&](Monitor::TDryContactState) {
+        entered = true;
+        WaitUntil([&] { return mayLeave.load(); });
+        left = true;
+    });
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.write("terminal1 I Low\r\n");
+    monitor->GetStateOfInput(1);
+    camera.write("terminal1 I High\r\n");
+    ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
+    std::thread helper([&] { mayLeave = true; });
+    monitor->StopMonitor(1);
+    EXPECT_TRUE(left);
+    helper.join();
+    monitor->StopMonitor(2);
+}
+
+// What each element does, from several threads, on one address.
+TEST_F(DryContactMonitor, AttachingAndStoppingAtTheSameMomentLeavesNothing) {
+    CMonitorServer camera;
+    const auto attachAndStop = [&](unsigned input) {
+        std::mt19937 random(input);
+        for (int i = 0; i < 200; ++i) {
+            boost::shared_ptr<Monitor> monitor;
+            {
+                const boost::lock_guard<boost::mutex> lock(Monitor::s_mutex);
+                boost::shared_ptr<Monitor>& entry = Monitor::s_dcs[camera.address()];
+                if (!entry)
+                    entry = makeMonitor(camera.address());
+                monitor = entry;
+            }
+            std::atomic<bool> listens{true};
+            monitor->StartMonitor(input, [&](Monitor::TDryContactState) { EXPECT_TRUE(listens); });
+            if (random() % 2 == 0)
+                camera.write(random() % 2 == 0 ? "terminal1 I Low\r\n" : "terminal1 I High\r\n");
+            if (random() % 4 == 0)
+                camera.resetAll();
+            monitor->StopMonitor(input);
+            listens = false;
+        }
+    };
+    std::vector<std::thread> users;
+    for (const unsigned input : {1U, 2U, 3U})
+        users.emplace_back(attachAndStop, input);
+    for (std::thread& user : users)
+        user.join();
+    EXPECT_EQ(Monitor::s_dcs[camera.address()], nullptr);
+}
+
+} // namespace
+} // namespace corvane::vorn_utility::v1_0

@@ -1,0 +1,237 @@
+// The event source element: what it pushes, when, and how it ends.
+
+#include "events/vornEventsynth.h"
+#include "host/events.h"
+#include "host/gst_object.h"
+
+#include "tests/plugin/fake_host.h"
+#include "tests/plugin/monitor_server.h"
+#include "tests/plugin/stub_camera.h"
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace corvane::vorn_event::v1_0 {
+namespace {
+
+using namespace test_support;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using vorn_gst::v1_0::CGstContext;
+using vorn_gst::v1_0::CGstRef;
+using vorn_gst::v1_0::TakeFloating;
+using vorn_utility::v1_0::CDryContactMonitor;
+using vorn_utility::v1_0::SMonitorTimes;
+
+// The element in a pipeline with a sink; what passes its pad is written down.
+class CPlayedElement {
+public:
+    explicit CPlayedElement(const std::string& address) {
+        source_ = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "source"));
+        pipeline_ = TakeFloating(gst_pipeline_new(nullptr));
+        GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
+        g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
+        gst_bin_add_many(GST_BIN(pipeline_.get()), source_.get(), sink, nullptr);
+        gst_element_link(source_.get(), sink);
+        const CGstRef<GstPad> pad(gst_element_get_static_pad(source_.get(), "src"));
+        gst_pad_add_probe(
+            pad.get(), GstPadProbeType(GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM | GST_PAD_PROBE_TYPE_BUFFER),
+            [](GstPad*, GstPadProbeInfo* info, gpointer self) {
+                static_cast<CPlayedElement*>(self)->add(info);
+                return GST_PAD_PROBE_OK;
+            },
+            this, nullptr);
+        g_object_set(source_.get(), "ipaddr", address.c_str(), "device-index", 1, "device-index-base", 1,
+                     "max-device-index", 4, "drycontact-activestate", DCActiveHigh, nullptr);
+    }
+    ~CPlayedElement() { set(GST_STATE_NULL); }
+    CPlayedElement(const CPlayedElement&) = delete;
+    CPlayedElement& operator=(const CPlayedElement&) = delete;
+
+    void periods(int event, int ping) {
+        g_object_set(source_.get(), "event-period", event, "ping-period", ping, nullptr);
+    }
+    void set(GstState state) { gst_element_set_state(pipeline_.get(), state); }
+    GstElement* source() const { return source_.get(); }
+    int state() const {
+        int value = 0;
+        g_object_get(source_.get(), "drycontact-state", &value, nullptr);
+        return value;
+    }
+    std::vector<std::string> pushed() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return pushed_;
+    }
+    std::size_t count(const std::string& what) const {
+        const std::vector<std::string> all = pushed();
+        return static_cast<std::size_t>(std::count(all.begin(), all.end(), what));
+    }
+    bool waitFor(const std::string& what, std::size_t times = 1) const {
+        return WaitUntil([&] { return count(what) >= times; });
+    }
+
+private:
+    void add(GstPadProbeInfo* info) {
+        std::string text;
+        if (GstBuffer* const buffer = GST_PAD_PROBE_INFO_BUFFER(info); info->type & GST_PAD_PROBE_TYPE_BUFFER)
+            text = "buffer of " + std::to_string(gst_buffer_get_size(buffer));
+        else if (const auto event = ReadStreamEvent(GST_PAD_PROBE_INFO_EVENT(info)))
+            text = event->kind == SStreamEvent::Kind::Ping          ? "ping"
+                   : event->kind == SStreamEvent::Kind::EndOfStream ? "eos"
+                   : event->state == DryContactActive               ? "active"
+                                                                    : "inactive";
+        else
+            text = GST_EVENT_TYPE_NAME(GST_PAD_PROBE_INFO_EVENT(info));
+        const std::lock_guard<std::mutex> lock(mutex_);
+        pushed_.push_back(text);
+    }
+
+    mutable std::mutex mutex_; // guards pushed_
+    std::vector<std::string> pushed_;
+    CGstRef<GstElement> source_;
+    CGstRef<GstElement> pipeline_;
+};
+
+class EventElement : public testing::Test {
+protected:
+    EventElement() {
+        CGstContext::Get();
+        g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+    }
+    // Answers each new request at once, as a camera does.
+    void writeWhenAsked(const std::string& text) {
+        ASSERT_TRUE(camera.waitForRequests(1));
+        camera.write(text);
+    }
+
+    CMonitorServer camera;
+};
+
+TEST_F(EventElement, PushesAtItsPeriodsBehindWhatThePadNeedsFirst) {
+    CPlayedElement element(camera.address());
+    element.periods(100, 1000);
+    element.set(GST_STATE_PLAYING);
+    writeWhenAsked("terminal1 I High\r\n");
+    ASSERT_TRUE(element.waitFor("ping"));
+    EXPECT_EQ(element.state(), DCStateLow); // the first: active
+    camera.write("terminal1 I Low\r\n");
+    ASSERT_TRUE(element.waitFor("ping", 2));
+    const std::vector<std::string> pushed = element.pushed();
+    EXPECT_EQ((std::vector<std::string>{pushed.begin(), pushed.begin() + 4}),
+              (std::vector<std::string>{"stream-start", "segment", "buffer of 1", "active"}));
+    EXPECT_EQ(element.count("buffer of 1"), 1U);
+    EXPECT_EQ(element.state(), DCStateHigh);
+    const auto first = std::find(pushed.begin(), pushed.end(), "ping");
+    const auto second = std::find(first + 1, pushed.end(), "ping");
+    EXPECT_THAT(second - first - 1, testing::AllOf(testing::Ge(6), testing::Le(14))); // ten when on time
+    EXPECT_EQ(*(second - 1), "inactive");
+}
+
+TEST_F(EventElement, PausedItPushesNothing) {
+    CPlayedElement element(camera.address());
+    element.periods(1, 3);
+    element.set(GST_STATE_PAUSED);
+    writeWhenAsked("terminal1 I Low\r\n");
+    EXPECT_TRUE(WaitUntil([&] { return element.state() == DCStateHigh; })); // it reads the level all the same
+    EXPECT_THAT(element.pushed(), IsEmpty());
+    element.set(GST_STATE_PLAYING);
+    EXPECT_TRUE(element.waitFor("inactive"));
+}
+
+TEST_F(EventElement, WithoutPingsItSendsStates) {
+    CPlayedElement element(camera.address());
+    element.periods(1, 0);
+    g_object_set(element.source(), "event-mode", EventModeRandom, nullptr);
+    element.set(GST_STATE_PLAYING);
+    writeWhenAsked("x"); // no level: the input stays as it was
+    EXPECT_TRUE(element.waitFor("active", 20));
+    EXPECT_EQ(element.count("ping"), 0U);
+}
+
+TEST_F(EventElement, ALostLinkEndsTheStreamAndAClosedReplyDoesNot) {
+    CPlayedElement element(camera.address());
+    element.periods(1, 0);
+    element.set(GST_STATE_PLAYING);
+    writeWhenAsked("terminal1 I Low\r\n");
+    ASSERT_TRUE(element.waitFor("inactive"));
+    camera.closeAll();
+    ASSERT_TRUE(camera.waitForRequests(2));
+    EXPECT_EQ(element.count("eos"), 0U);
+    camera.resetAll();
+    EXPECT_TRUE(element.waitFor("eos"));
+    EXPECT_TRUE(camera.waitForRequests(3)); // the monitor goes on
+    EXPECT_EQ(element.count("eos"), 1U);
+
+    CPlayedElement refused(RefusingAddress());
+    refused.periods(2'147'483'647, 0);
+    refused.set(GST_STATE_PLAYING);
+    EXPECT_TRUE(refused.waitFor("eos"));
+    EXPECT_THAT(refused.pushed(), ElementsAre("stream-start", "segment", "eos"));
+}
+
+TEST_F(EventElement, ACameraThatFallsSilentEndsTheStreamOnce) {
+    std::atomic<std::time_t> clock{1'000};
+    SMonitorTimes times;
+    times.now = [&clock] { return clock.load(); };
+    CDryContactMonitor::s_dcs[camera.address()] =
+        boost::make_shared<CDryContactMonitor>(camera.address(), "u", "p", 1, 4, times);
+    CPlayedElement element(camera.address());
+    element.periods(1, 0);
+    element.set(GST_STATE_PLAYING);
+    writeWhenAsked("terminal1 I Low\r\n");
+    ASSERT_TRUE(element.waitFor("inactive", 3));
+    EXPECT_EQ(element.count("eos"), 0U);
+    clock += 17;
+    EXPECT_TRUE(element.waitFor("eos"));
+    EXPECT_TRUE(camera.waitForRequests(2));
+    EXPECT_EQ(element.count("eos"), 1U);
+}
+
+TEST_F(EventElement, TooLongTextsAreCut) {
+    const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "first"));
+    for (const auto& [property, size] :
+         {std::pair("username", 255), {"user-password", 255}, {"ipaddr", 31}}) {
+        g_object_set(element.get(), property, std::string(1'000, 'x').c_str(), nullptr);
+        gchar* text = nullptr;
+        g_object_get(element.get(), property, &text, nullptr);
+        EXPECT_EQ(text, std::string(static_cast<std::size_t>(size), 'x'));
+        g_free(text);
+    }
+}
+
+TEST_F(EventElement, ItIsUsedOnce) {
+    CPlayedElement element(camera.address());
+    element.set(GST_STATE_PLAYING);
+    ASSERT_TRUE(camera.waitForRequests(1));
+    element.set(GST_STATE_NULL);
+    EXPECT_EQ(gst_element_set_state(element.source(), GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
+}
+
+TEST_F(EventElement, ItIsTakenDownInEveryPhase) {
+    const CThreadCheck threads;
+    CMonitorServer silent(CMonitorServer::Greeting::Silence);
+    const CDeafAddress deaf;
+    const std::string addresses[] = {camera.address(), silent.address(), deaf.address(), RefusingAddress()};
+    std::mt19937 random(1);
+    for (int i = 0; i < 1'000; ++i) {
+        CPlayedElement element(addresses[random() % 4]);
+        CPlayedElement other(camera.address());
+        for (CPlayedElement* const played : {&element, &other}) {
+            played->periods(random() % 2 == 0 ? 1 : 2'147'483'647, random() % 3 == 0 ? 0 : 1);
+            played->set(random() % 4 == 0 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
+        }
+        if (random() % 2 == 0)
+            camera.write("terminal1 I High\r\n");
+        if (random() % 8 == 0)
+            camera.resetAll();
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3'000));
+    }
+    gst_task_cleanup_all(); // the threads that GStreamer keeps for later tasks
+}
+
+} // namespace
+} // namespace corvane::vorn_event::v1_0
