@@ -16,6 +16,9 @@
 //   ptz             the PTZ controller: a command's delay, 10,000 queued ones, taking one back, and 1,000
 //   idle
 //                   controllers (50 in a quick run)
+//   events          alarm inputs: from a change at the camera to its event, 1,000 event streams (50 in a
+//   quick
+//                   run), and attaching and stopping 10,000 times (200)
 //
 // ./bench starts the simulated cameras and gives the files. An argument that is part of a workload's name
 // selects that workload.
@@ -46,6 +49,7 @@ constexpr SWorkload Workloads[] = {
     {"start_up", RegisterStartUp},     {"request", RegisterRequest},
     {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
     {"video", RegisterVideo},          {"ptz", RegisterPtz},
+    {"events", RegisterEvents},
 };
 
 constexpr double None = 0;
@@ -97,6 +101,19 @@ const std::vector<SFigure> Figures = {
     {"idle PTZ controllers", "ptz_idle:controllers", Unit::Count, "", "", None, Exact},
     {"  CPU time a minute, all of them", "ptz_idle", Unit::Seconds, "", "", None, OfTheMachine},
     {"  resident memory a controller", "ptz_idle:resident", Unit::Bytes, "", "", None, OfTheMachine},
+    {"alarm input's change to its event", "events_delay", Unit::Seconds, "", "", 0.055, OfTheMachine},
+    {"  the 99th of a hundred", "events_delay:p99", Unit::Seconds, "", "", 0.120, OfTheMachine},
+    {"event streams", "events_fleet:streams", Unit::Count, "", "", None, Exact},
+    {"  CPU time a minute, all of them", "events_fleet", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  threads a stream", "events_fleet:threads", Unit::Count, "", "", 2, Exact},
+    {"  descriptors a stream", "events_fleet:descriptors", Unit::Count, "", "", None, Exact},
+    {"  resident memory a stream", "events_fleet:resident", Unit::Bytes, "", "", None, OfTheMachine},
+    {"  events later than a period", "events_fleet:late", Unit::Count, "", "", None, OfTheMachine},
+    {"event stream attached and stopped", "events_churn", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  times", "events_churn:times", Unit::Count, "", "", None, Exact},
+    {"  threads left over", "events_churn:threads", Unit::Count, "", "", None, Exact},
+    {"  descriptors left over", "events_churn:descriptors", Unit::Count, "", "", None, Exact},
+    {"  resident memory left over", "events_churn:resident", Unit::Bytes, "", "", None, OfTheMachine},
 };
 
 // A thousand cameras keep more connections open than a process may by default.

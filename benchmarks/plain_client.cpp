@@ -33,6 +33,19 @@ CPlainClient::CPlainClient(const std::string& address,
 }
 
 std::string CPlainClient::get(const std::string& path) {
+    curl_easy_setopt(handle_.get(), CURLOPT_HTTPGET, 1L);
+    return perform(path);
+}
+
+std::string CPlainClient::patch(const std::string& path, const std::string& body) {
+    curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDS, body.c_str());
+    curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, "PATCH");
+    std::string reply = perform(path);
+    curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, nullptr);
+    return reply;
+}
+
+std::string CPlainClient::perform(const std::string& path) {
     const std::string url = base_ + path;
     std::string body;
     curl_easy_setopt(handle_.get(), CURLOPT_URL, url.c_str());

@@ -19,8 +19,12 @@ public:
 
     // The body of a reply with status 200; throws CFailure for anything else.
     std::string get(const std::string& path);
+    // Likewise, with a body to send.
+    std::string patch(const std::string& path, const std::string& body);
 
 private:
+    std::string perform(const std::string& path);
+
     struct SCleanup {
         void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
     };

@@ -26,9 +26,18 @@ const std::string& CSimulatedCameras::takeFresh() {
 }
 
 std::size_t CSimulatedCameras::countRequests(const std::string& address) const {
-    const auto camera = std::find(addresses_.begin(), addresses_.end(), address) - addresses_.begin();
-    const std::string state = CPlainClient(control_).get("/cameras/" + std::to_string(camera));
+    const std::string state = CPlainClient(control_).get(controlPath(address));
     return nlohmann::json::parse(state).at("requests").get<std::size_t>();
+}
+
+void CSimulatedCameras::setInput(const std::string& address, int input, const std::string& level) const {
+    const nlohmann::json levels = {{std::to_string(input), level}};
+    CPlainClient(control_).patch(controlPath(address) + "/inputs", levels.dump());
+}
+
+std::string CSimulatedCameras::controlPath(const std::string& address) const {
+    const auto camera = std::find(addresses_.begin(), addresses_.end(), address) - addresses_.begin();
+    return "/cameras/" + std::to_string(camera);
 }
 
 } // namespace corvane::bench

@@ -19,7 +19,12 @@ public:
     // How many requests the camera has had since it was started, those answered 401 among them.
     std::size_t countRequests(const std::string& address) const;
 
+    // Gives an alarm input of the camera, counted from 1, a level ("High" or "Low").
+    void setInput(const std::string& address, int input, const std::string& level) const;
+
 private:
+    std::string controlPath(const std::string& address) const;
+
     std::vector<std::string> addresses_;
     std::string control_;
     std::size_t taken_ = 0;

@@ -16,5 +16,6 @@ void RegisterCacheRead(CEnvironment& environment);
 void RegisterSettingsParse(CEnvironment& environment);
 void RegisterVideo(CEnvironment& environment);
 void RegisterPtz(CEnvironment& environment);
+void RegisterEvents(CEnvironment& environment);
 
 } // namespace corvane::bench
