@@ -2,18 +2,15 @@
 // a thousand event streams (50 in a quick run), each of a camera of its own; and attaching to a camera and
 // stopping, again and again.
 
+#include "benchmarks/event_stream.h"
 #include "benchmarks/process_use.h"
 #include "benchmarks/stopwatch.h"
 #include "benchmarks/workloads.h"
-#include "host/event_stream_controller.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <atomic>
-#include <condition_variable>
 #include <malloc.h>
-#include <mutex>
 #include <random>
 #include <thread>
 
@@ -22,67 +19,7 @@ namespace corvane::bench {
 namespace {
 
 using benchmark::State;
-using device_handler::v1_0::CError;
-using device_handler::v1_0::DryContactState;
-using device_handler::v1_0::IStreamController;
-using device_handler::v1_0::SStreamEvent;
 using vorn_camera_base::v1_0::CVornCamera;
-using vorn_event_stream_controller::v1_0::CEventStreamController;
-
-constexpr std::chrono::seconds Patience{30};
-constexpr std::uint64_t EventPeriod = 100'000'000; // nanoseconds
-
-// The event stream of a camera's first alarm input.
-class CEventStream {
-public:
-    explicit CEventStream(CVornCamera& camera) {
-        IStreamController* made = nullptr;
-        if (const CError error = camera.createEventStreamPipeline(made, 0))
-            throw CFailure("no event stream: " + error.getText());
-        controller_.reset(dynamic_cast<CEventStreamController*>(made));
-        controller_->setEventObserver([this](const SStreamEvent& event) { take(event); });
-        if (const CError error = controller_->start())
-            throw CFailure("no event stream: " + error.getText());
-    }
-    ~CEventStream() { controller_->stop(); }
-
-    void waitFor(DryContactState state) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (!changed_.wait_for(lock, Patience, [&] { return states_ > 0 && state_ == state; }))
-            throw CFailure("no event came of a changed alarm input");
-    }
-    void waitForAny() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (!changed_.wait_for(lock, Patience, [&] { return states_ > 0; }))
-            throw CFailure("no event came");
-    }
-    std::uint64_t late() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return late_;
-    }
-
-private:
-    void take(const SStreamEvent& event) {
-        if (event.kind != SStreamEvent::Kind::DryContactState)
-            return;
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (states_ == 0)
-            first_ = event.time;
-        if (event.time > first_ + (states_ + 1) * EventPeriod)
-            ++late_;
-        ++states_;
-        state_ = event.state;
-        changed_.notify_all();
-    }
-
-    std::mutex mutex_; // guards what follows
-    std::condition_variable changed_;
-    DryContactState state_{};
-    std::uint64_t first_ = 0; // when the first event was made
-    std::uint64_t states_ = 0;
-    std::uint64_t late_ = 0;
-    std::unique_ptr<CEventStreamController> controller_; // last, so that it ends first
-};
 
 boost::shared_ptr<CVornCamera> BringUp(CEnvironment& environment, const std::string& address) {
     const auto camera = environment.createCamera(environment.makeContext(address), address);

@@ -7,6 +7,7 @@ namespace corvane::bench {
 namespace {
 
 constexpr long HttpOk = 200;
+constexpr long HttpNextClass = 300;
 
 std::size_t AppendBody(char* data, std::size_t size, std::size_t count, void* body) {
     static_cast<std::string*>(body)->append(data, size * count);
@@ -37,9 +38,9 @@ std::string CPlainClient::get(const std::string& path) {
     return perform(path);
 }
 
-std::string CPlainClient::patch(const std::string& path, const std::string& body) {
+std::string CPlainClient::send(const std::string& method, const std::string& path, const std::string& body) {
     curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDS, body.c_str());
-    curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, "PATCH");
+    curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, method.c_str());
     std::string reply = perform(path);
     curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, nullptr);
     return reply;
@@ -53,7 +54,7 @@ std::string CPlainClient::perform(const std::string& path) {
     const CURLcode result = curl_easy_perform(handle_.get());
     long status = 0;
     curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (result != CURLE_OK || status != HttpOk)
+    if (result != CURLE_OK || status < HttpOk || status >= HttpNextClass)
         throw CFailure(url + ": " + curl_easy_strerror(result) + ", status " + std::to_string(status));
     return body;
 }

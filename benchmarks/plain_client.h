@@ -17,10 +17,10 @@ public:
     explicit CPlainClient(const std::string& address);
     CPlainClient(const std::string& address, const device_handler::v1_0::CAuthentication& credentials);
 
-    // The body of a reply with status 200; throws CFailure for anything else.
+    // The body of a reply; throws CFailure unless its status tells success.
     std::string get(const std::string& path);
-    // Likewise, with a body to send.
-    std::string patch(const std::string& path, const std::string& body);
+    // Likewise, with another method and a body to send.
+    std::string send(const std::string& method, const std::string& path, const std::string& body);
 
 private:
     std::string perform(const std::string& path);

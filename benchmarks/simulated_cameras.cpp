@@ -32,7 +32,12 @@ std::size_t CSimulatedCameras::countRequests(const std::string& address) const {
 
 void CSimulatedCameras::setInput(const std::string& address, int input, const std::string& level) const {
     const nlohmann::json levels = {{std::to_string(input), level}};
-    CPlainClient(control_).patch(controlPath(address) + "/inputs", levels.dump());
+    control("PATCH", controlPath(address) + "/inputs", levels.dump());
+}
+
+void CSimulatedCameras::control(const std::string& method, const std::string& path,
+                                const std::string& body) const {
+    CPlainClient(control_).send(method, path, body);
 }
 
 std::string CSimulatedCameras::controlPath(const std::string& address) const {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "benchmarks/environment.h"
+#include "host/event_stream_controller.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace corvane::bench {
+
+// The event stream of a camera's first alarm input, which plays as long as this lives.
+class CEventStream {
+public:
+    explicit CEventStream(vorn_camera_base::v1_0::CVornCamera& camera);
+    ~CEventStream();
+    CEventStream(const CEventStream&) = delete;
+    CEventStream& operator=(const CEventStream&) = delete;
+
+    // Throw CFailure when half a minute is not enough.
+    void waitFor(device_handler::v1_0::DryContactState state);
+    void waitForAny();
+
+    bool hasEnded();
+    std::uint64_t states(); // events of states that have come
+    std::uint64_t late();   // those of them that came a period or more behind time
+
+private:
+    void take(const device_handler::v1_0::SStreamEvent& event);
+
+    std::mutex mutex_; // guards what follows
+    std::condition_variable changed_;
+    device_handler::v1_0::DryContactState state_{};
+    std::uint64_t first_ = 0; // when the first event was made
+    std::uint64_t states_ = 0;
+    std::uint64_t late_ = 0;
+    std::unique_ptr<vorn_event_stream_controller::v1_0::CEventStreamController> controller_;
+};
+
+} // namespace corvane::bench
