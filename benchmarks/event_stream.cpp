@@ -45,6 +45,11 @@ bool CEventStream::hasEnded() {
     return controller_->waitForEnd(std::chrono::milliseconds::zero()).has_value();
 }
 
+std::chrono::steady_clock::duration CEventStream::silence() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::chrono::steady_clock::now() - lastCame_;
+}
+
 std::uint64_t CEventStream::states() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return states_;
@@ -63,6 +68,7 @@ void CEventStream::take(const SStreamEvent& event) {
         first_ = event.time;
     if (event.time > first_ + (states_ + 1) * EventPeriod)
         ++late_;
+    lastCame_ = std::chrono::steady_clock::now();
     ++states_;
     state_ = event.state;
     changed_.notify_all();

@@ -24,6 +24,8 @@ public:
     void waitForAny();
 
     bool hasEnded();
+    // Since the last event, or the start.
+    std::chrono::steady_clock::duration silence();
     std::uint64_t states(); // events of states that have come
     std::uint64_t late();   // those of them that came a period or more behind time
 
@@ -36,6 +38,7 @@ private:
     std::uint64_t first_ = 0; // when the first event was made
     std::uint64_t states_ = 0;
     std::uint64_t late_ = 0;
+    std::chrono::steady_clock::time_point lastCame_ = std::chrono::steady_clock::now();
     std::unique_ptr<vorn_event_stream_controller::v1_0::CEventStreamController> controller_;
 };
 

@@ -1,6 +1,6 @@
-// vorn_soak: event streams of many cameras that fail at random, each built anew when it has ended, as a
-// recorder does. What the process uses must not grow: it is measured whenever all cameras have been left in
-// peace and every stream plays, at the start, at each tenth of the time, and at the end.
+// vorn_soak: event streams of many cameras that fail at random, each built anew when it has ended or
+// fallen silent, as a recorder does. What the process uses must not grow: it is measured whenever all cameras
+// have been left in peace and every stream plays, at the start, at each tenth of the time, and at the end.
 //
 // scripts/soak starts the simulated cameras.
 
@@ -28,6 +28,7 @@ using nlohmann::json;
 
 constexpr const char* MonitorRequest = "/cgi-bin/get_io?mode=monitor";
 constexpr std::chrono::milliseconds BetweenFaults{100};
+constexpr std::chrono::seconds LongestSilence{5}; // a camera's first reply is waited for without a limit
 constexpr int Tenths = 10;
 constexpr double LargestGrowth = 0.05; // of resident memory, from the first tenth to the end
 
@@ -104,7 +105,7 @@ private:
 
     void rebuildEnded() {
         for (std::size_t i = 0; i < streams_.size(); ++i) {
-            if (streams_[i] && !streams_[i]->hasEnded())
+            if (streams_[i] && !streams_[i]->hasEnded() && streams_[i]->silence() < LongestSilence)
                 continue;
             rebuilt_ += streams_[i] ? 1 : 0;
             events_ += streams_[i] ? streams_[i]->states() : 0;
@@ -117,10 +118,10 @@ private:
     void settle() {
         cameras_.control("DELETE", "/faults", "");
         const CStopwatch watch;
-        do {
+        while (watch.seconds() < 20) {
             rebuildEnded();
             std::this_thread::sleep_for(BetweenFaults);
-        } while (watch.seconds() < 20);
+        }
         for (const auto& stream : streams_)
             stream->waitForAny();
     }

@@ -129,9 +129,9 @@ CError CPanasonicCamera::getDryContactInputState(int input, DCState& state) {
         state = static_cast<DCState>(live);
         return CError::Success();
     }
-    std::string reply;
-    if (CError error = setting->CameraHttpGet(cgi::GetIoAll, reply, cgi::RequestTimeout))
-        return error;
+    std::string reply; // stays empty where the camera does not answer: then no input is active
+    if (const CError error = setting->CameraHttpGet(cgi::GetIoAll, reply, cgi::RequestTimeout))
+        deviceContext()->log(LogFailure, "alarm inputs: %s", error.getText().c_str());
     const bool isActive = input >= 0 && input < count && isTerminalHigh(reply, input);
     state = isActive ? vorn_event::v1_0::DCS_ACTIVE : vorn_event::v1_0::DCS_INACTIVE;
     return CError::Success();
@@ -154,14 +154,26 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
     CString count;
     if (CError error = getDryContactInputCount(count))
         return error;
-    const std::string user = credentials.getUsername();
-    const std::string password = credentials.getPassword();
+    if (index < 0)
+        return errors::noAlarmInputs();
     g_object_set(source, "drycontact-activestate", vorn_event::v1_0::DCActiveHigh, "event-mode",
                  vorn_event::v1_0::EventModeRegular, "event-period", EventPeriod, "ping-period", PingPeriod,
                  "device-index", index, "device-index-base", base, "max-device-index",
-                 base + ReadNumber<int>(count.str()), "username", user.c_str(), "user-password",
-                 password.c_str(), "ipaddr", address().c_str(), nullptr);
+                 base + ReadNumber<int>(count.str()), nullptr);
+    setEventSourceText(source, "username", credentials.getUsername());
+    setEventSourceText(source, "user-password", credentials.getPassword());
+    setEventSourceText(source, "ipaddr", address());
     return CError::Success();
+}
+
+// The source cuts what is too long for it.
+void CPanasonicCamera::setEventSourceText(GstElement* source, const char* property, const std::string& text) {
+    g_object_set(source, property, text.c_str(), nullptr);
+    gchar* kept = nullptr;
+    g_object_get(source, property, &kept, nullptr);
+    if (text != kept)
+        deviceContext()->log(LogFailure, "event source: the %s is too long and was cut", property);
+    g_free(kept);
 }
 
 CError CPanasonicCamera::createEventStreamPipeline(IStreamController*& controller, int input) {

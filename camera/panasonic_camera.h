@@ -236,8 +236,8 @@ public:
     CError setDryContactInputActiveState(int input, CString level) override;
     // "AINMODE", "AINMODE2", "AINMODE3"; where the camera does not report it, appends "LOW" alone.
     CError getDryContactInputActiveState(int input, std::vector<CString>& values) override;
-    // What the input's event stream says while there is one, else "/cgi-bin/get_io", whose failure is
-    // returned.
+    // What the input's event stream says while there is one, else "/cgi-bin/get_io"; inactive, and a success,
+    // also where the camera does not answer, which is logged.
     CError getDryContactInputState(int input, DCState& state) override;
     CError getEventStreamUrl(int input, std::string& url) override; // the monitor's request
     // A stream of pings, one a second, and of states, ten a second; no traffic before its start. Fails with
@@ -279,6 +279,7 @@ private:
     CError eventStreamFailure(const CError& error);
     CError configureEventSource(GstElement* source, int input,
                                 const device_handler::v1_0::CAuthentication& credentials);
+    void setEventSourceText(GstElement* source, const char* property, const std::string& text);
 
     CWeakElements eventSources_; // of the inputs whose streams live
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -136,19 +137,15 @@ CDryContactMonitor::~CDryContactMonitor() {
         thread->join();
 }
 
-void CDryContactMonitor::StartMonitor(unsigned int input, const Listener& callback) {
+std::uint64_t CDryContactMonitor::StartMonitor(unsigned int input, const Listener& callback) {
     Lock lock(mutex);
-    states[input] = DCS_UNKNOWN;
-    callbacks[input] = callback;
     changed.wait(lock, [this] { return !thread || running; });
-    try {
-        if (!thread)
-            startThread();
-    } catch (...) {
-        callbacks[input].clear();
-        throw;
-    }
+    if (!thread)
+        startThread();
+    states[input] = DCS_UNKNOWN;
+    callbacks[input] = SRegistered{callback, ++registrations};
     ++listenerCount;
+    return registrations;
 }
 
 void CDryContactMonitor::startThread() {
@@ -164,10 +161,12 @@ void CDryContactMonitor::startThread() {
     }
 }
 
-void CDryContactMonitor::StopMonitor(unsigned int input) {
+void CDryContactMonitor::StopMonitor(unsigned int input, boost::optional<std::uint64_t> registration) {
     Lock lock(mutex);
     states[input] = DCS_UNKNOWN;
-    callbacks[input].clear();
+    SRegistered& registered = callbacks[input];
+    registered.listener.clear();
+    const std::uint64_t ended = registration.value_or(registered.number);
     if (--listenerCount == 0) {
         running = false;
         breakTransfer();
@@ -180,7 +179,7 @@ void CDryContactMonitor::StopMonitor(unsigned int input) {
         thread.reset();
         changed.notify_all();
     } else {
-        changed.wait(lock, [this, input] { return told != input; });
+        changed.wait(lock, [this, ended] { return told != ended; });
     }
     lock.unlock();
 
@@ -219,6 +218,7 @@ void CDryContactMonitor::breakTransfer() {
 void CDryContactMonitor::publish(CTransfer* transfer) {
     const Guard lock(mutex);
     curl = transfer;
+    isReplied = false;
     // A heartbeat missed between two requests means the one that has ended.
     if (curl)
         curl->forgetBreak();
@@ -241,20 +241,24 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
         publish(&transfer);
         if (!running) // a stop that came before the transfer could be broken off
             return;
+        const auto start = std::chrono::steady_clock::now();
         if (transfer.perform()) {
             pause(times.afterClose);
         } else {
             tellLinkLost();
-            pauseAfterFailure();
+            pauseAfterFailure(std::chrono::steady_clock::now() - start);
         }
     }
 }
 
-void CDryContactMonitor::pauseAfterFailure() {
+void CDryContactMonitor::pauseAfterFailure(std::chrono::steady_clock::duration lasted) {
     std::chrono::milliseconds time;
     {
         const Guard lock(mutex);
         lastActivity = times.now();
+        // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
+        if (isReplied && lasted >= times.longestRetry)
+            nextRetry = std::chrono::milliseconds::zero();
         time = nextRetry;
         nextRetry = std::clamp(2 * time, times.shortestRetry, times.longestRetry);
     }
@@ -268,19 +272,26 @@ void CDryContactMonitor::pause(std::chrono::milliseconds time) {
 
 // From 1, whatever the first input: an input beyond those that are read still learns that the link is lost.
 void CDryContactMonitor::tellLinkLost() {
-    for (int input = 1; input <= maxIndex && running; ++input)
-        tell(static_cast<unsigned int>(input), DCS_LINK_LOST);
+    std::vector<std::uint32_t> inputs;
+    {
+        const Guard lock(mutex);
+        for (const auto& entry : callbacks)
+            if (entry.first >= 1 && static_cast<std::int64_t>(entry.first) <= maxIndex)
+                inputs.push_back(entry.first);
+    }
+    for (const std::uint32_t input : inputs)
+        tell(input, DCS_LINK_LOST);
 }
 
-void CDryContactMonitor::tell(unsigned int input, TDryContactState state) {
+void CDryContactMonitor::tell(std::uint32_t input, TDryContactState state) {
     Listener listener;
     {
         const Guard lock(mutex);
         const auto found = callbacks.find(input);
-        if (found == callbacks.end() || found->second.empty())
+        if (found == callbacks.end() || found->second.listener.empty())
             return;
-        listener = found->second;
-        told = input;
+        listener = found->second.listener;
+        told = found->second.number;
     }
     listener(state);
     {
@@ -291,25 +302,29 @@ void CDryContactMonitor::tell(unsigned int input, TDryContactState state) {
 }
 
 size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count, char* self) {
-    reinterpret_cast<CDryContactMonitor*>(self)->ParseAndDisperseInformation(std::string(data, count));
-    return count;
+    try {
+        reinterpret_cast<CDryContactMonitor*>(self)->ParseAndDisperseInformation(std::string(data, count));
+        return count;
+    } catch (const std::bad_alloc&) {
+        return 0; // the request fails; no exception passes through libcurl
+    }
 }
 
 void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {
-    std::vector<std::pair<unsigned int, TDryContactState>> changes;
+    std::vector<std::pair<std::uint32_t, TDryContactState>> changes;
     {
         const Guard lock(mutex);
         lastActivity = times.now();
-        nextRetry = std::chrono::milliseconds::zero();
+        isReplied = true;
         gotReply = true;
         for (int input = firstIndex; input < maxIndex; ++input) {
             const TDryContactState level = funGetDryContactStatusfromResponse(chunk, input);
-            TDryContactState& stored = states[static_cast<std::uint32_t>(input)];
-            if (level == DCS_UNKNOWN || level == stored)
+            if (level == DCS_UNKNOWN)
                 continue;
-            if (stored != DCS_UNKNOWN)
-                changes.emplace_back(static_cast<unsigned int>(input), level);
-            stored = level;
+            const auto number = static_cast<std::uint32_t>(input);
+            const TDryContactState before = std::exchange(states[number], level);
+            if (before != DCS_UNKNOWN && before != level)
+                changes.emplace_back(number, level);
         }
     }
     changed.notify_all();

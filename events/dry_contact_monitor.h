@@ -20,10 +20,12 @@ namespace corvane::vorn_utility::v1_0 {
 
 // The times of a monitor, and the clock of its heartbeat.
 struct SMonitorTimes {
-    std::chrono::milliseconds afterClose{250};     // before the request is made again that the camera ended
-    std::chrono::milliseconds shortestRetry{50};   // before the second repetition of a request that failed;
-    std::chrono::milliseconds longestRetry{1'000}; // doubled up to this; the first is made at once
-    std::chrono::seconds silence{16};              // longer, and the camera does not count as alive
+    std::chrono::milliseconds afterClose{250};   // before the request is made again that the camera ended
+    std::chrono::milliseconds shortestRetry{50}; // before the second repetition of a request that failed;
+    // doubled up to this. The first is made at once, and again after a request that was replied to and lasted
+    // this long.
+    std::chrono::milliseconds longestRetry{1'000};
+    std::chrono::seconds silence{16}; // longer, and the camera does not count as alive
     boost::function<std::time_t()> now = [] { return std::time(nullptr); };
 };
 
@@ -55,15 +57,17 @@ public:
     CDryContactMonitor& operator=(const CDryContactMonitor&) = delete;
 
     // Makes `callback` the listener of `input` in place of any other, and starts the request unless it runs;
-    // a stop that is under way is waited for. Each call is matched by one of StopMonitor. The first level of
-    // an input is not told, only what follows; DCS_LINK_LOST is told to the inputs from 1 to `end`,
-    // included. `callback` is called on the monitor's thread, without a lock, one call after another. Throws
+    // a stop that is under way is waited for. Each call is matched by one of StopMonitor, which takes the
+    // number that is returned. The first level of an input is not told, only what follows; DCS_LINK_LOST is
+    // told to the inputs from 1 to `end`, included. `callback` is called on the monitor's thread, without a
+    // lock, one call after another; it must not throw, and while it runs, no other listener is called. Throws
     // boost::thread_resource_error when there can be no thread; nothing has been registered then.
-    void StartMonitor(unsigned int input, const Listener& callback);
+    std::uint64_t StartMonitor(unsigned int input, const Listener& callback);
 
-    // Takes the listener of `input` away; it is not running and will not be called once this returns. With
-    // the last listener the request ends, at once. The registry forgets the monitor, whoever else uses it.
-    void StopMonitor(unsigned int input);
+    // Takes away whichever listener `input` has. The one that `registration` stands for, and without it the
+    // one taken away, is not running and will not be called once this returns. With the last listener the
+    // request ends, at once. The registry forgets the monitor, whoever else uses it.
+    void StopMonitor(unsigned int input, boost::optional<std::uint64_t> registration = {});
 
     // The last level of `input`. Waits until the camera has written something, however long that takes, or
     // `isAbandoned` answers true, which is asked now and at each WakeWaiters().
@@ -97,12 +101,17 @@ private:
     void breakTransfer(); // mutex is held
     void publish(CTransfer* transfer);
     void serve(CTransfer& transfer);
-    void pauseAfterFailure();
+    void pauseAfterFailure(std::chrono::steady_clock::duration lasted);
     void pause(std::chrono::milliseconds time);
     void tellLinkLost();
-    void tell(unsigned int input, TDryContactState state);
+    void tell(std::uint32_t input, TDryContactState state);
 
-    std::map<std::uint32_t, Listener> callbacks;      // an empty one counts as none
+    // A listener, and the number of its registration.
+    struct SRegistered {
+        Listener listener; // empty: none
+        std::uint64_t number = 0;
+    };
+    std::map<std::uint32_t, SRegistered> callbacks;
     std::map<std::uint32_t, TDryContactState> states; // none counts as DCS_UNKNOWN
     // Guards `callbacks`, `states` and every member below that says so; not held while listeners run.
     boost::mutex mutex;
@@ -119,7 +128,9 @@ private:
     std::time_t lastActivity = 0; // the last chunk, failure or missed heartbeat; guarded by mutex
 
     const SMonitorTimes times;
-    boost::optional<std::uint32_t> told;    // the input whose listener runs; guarded by mutex
+    std::uint64_t registrations = 0;        // so far; guarded by mutex
+    boost::optional<std::uint64_t> told;    // the registration whose listener runs; guarded by mutex
+    bool isReplied = false;                 // the request under way has had a chunk; guarded by mutex
     std::chrono::milliseconds nextRetry{0}; // guarded by mutex
     boost::condition_variable changed;      // of `thread`, `running`, `gotReply`, `told`; with mutex
 };

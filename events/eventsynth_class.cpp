@@ -2,7 +2,7 @@
 
 #include "events/eventsynth_class.h"
 
-#include <new>
+#include <iterator>
 
 GST_DEBUG_CATEGORY(vorn_eventsynth_debug);
 

@@ -6,6 +6,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -91,7 +92,7 @@ std::string SVornEventSynth::string(guint property) {
 
 bool SVornEventSynth::activate(GstPad* pad) {
     GST_DEBUG_OBJECT(this, "start()");
-    if (subscribed && !attachedMonitor()) {
+    if (spent) {
         GST_WARNING_OBJECT(this, "an element that has been set to NULL cannot be used again");
         return false;
     }
@@ -123,7 +124,8 @@ void SVornEventSynth::cleanup() {
         attached.swap(monitor);
     }
     if (attached && subscribed)
-        attached->StopMonitor(subscribedIndex);
+        attached->StopMonitor(subscribedIndex, registration);
+    spent = startTime != 0;
 }
 
 void SVornEventSynth::interrupt() {
@@ -157,8 +159,14 @@ void SVornEventSynth::waitForNext(std::unique_lock<std::mutex>& held) {
     wakeup.wait_until(held, RealTime::time_point(std::chrono::duration_cast<RealTime::duration>(deadline)));
 }
 
-void SVornEventSynth::task_iterate_static(void* element) {
-    static_cast<SVornEventSynth*>(element)->task_iterate();
+void SVornEventSynth::task_iterate_static(void* object) {
+    auto* const element = static_cast<SVornEventSynth*>(object);
+    try {
+        element->task_iterate();
+    } catch (const std::exception& failure) { // none passes through GStreamer
+        GST_ELEMENT_ERROR(element, RESOURCE, FAILED, ("the alarm input cannot be watched"),
+                          ("%s", failure.what()));
+    }
 }
 
 void SVornEventSynth::task_iterate() {
@@ -196,14 +204,10 @@ void SVornEventSynth::attach() {
 void SVornEventSynth::subscribe() {
     if (subscribed)
         return;
-    try {
-        subscribedIndex = static_cast<unsigned int>(deviceIndex.load());
-        attachedMonitor()->StartMonitor(
-            subscribedIndex, [this](CDryContactMonitor::TDryContactState state) { EventCallbk(state); });
-        subscribed = true;
-    } catch (const std::exception& failure) {
-        GST_ELEMENT_ERROR(this, RESOURCE, FAILED, ("no thread for the alarm inputs"), ("%s", failure.what()));
-    }
+    subscribedIndex = static_cast<unsigned int>(deviceIndex.load());
+    registration = attachedMonitor()->StartMonitor(
+        subscribedIndex, [this](CDryContactMonitor::TDryContactState state) { EventCallbk(state); });
+    subscribed = true;
 }
 
 boost::shared_ptr<CDryContactMonitor> SVornEventSynth::attachedMonitor() {
@@ -252,34 +256,32 @@ void SVornEventSynth::toggleDCState() {
 
 void SVornEventSynth::sendPingEvent() {
     const std::unique_ptr<CPingEvent> event(CPingEvent::Create(Now()));
-    HostAssert(event != nullptr, "event source", __LINE__);
-    sendBufferOnce();
-    gst_pad_push_event(sourcePad(), event->refEvent());
+    send(event.get());
 }
 
 void SVornEventSynth::sendDCStateEvent() {
     const std::unique_ptr<CDCStateEvent> event(
         CDCStateEvent::Create(Now(), dcState == dcActiveState ? DryContactActive : DryContactInactive));
+    send(event.get());
+}
+
+void SVornEventSynth::send(const CEventBase* event) {
     HostAssert(event != nullptr, "event source", __LINE__);
-    sendBufferOnce();
+    startStream();
+    if (!bufferSent) { // elements downstream start with one
+        bufferSent = true;
+        gst_pad_push(sourcePad(), gst_buffer_new_allocate(nullptr, 1, nullptr));
+    }
     gst_pad_push_event(sourcePad(), event->refEvent());
 }
 
-// Elements downstream start with a buffer.
-void SVornEventSynth::sendBufferOnce() {
-    if (bufferSent)
-        return;
-    bufferSent = true;
-    startStream();
-    gst_pad_push(sourcePad(), gst_buffer_new_allocate(nullptr, 1, nullptr));
-}
-
-// What a pad must have sent before anything else.
+// What a pad must have sent before anything else, and anew after it has been inactive.
 void SVornEventSynth::startStream() {
     const std::lock_guard<std::mutex> held(startLock);
-    if (streamStarted)
+    if (GstEvent* const sent = gst_pad_get_sticky_event(sourcePad(), GST_EVENT_SEGMENT, 0)) {
+        gst_event_unref(sent);
         return;
-    streamStarted = true;
+    }
     gchar* const stream = gst_pad_create_stream_id(sourcePad(), GST_ELEMENT(&parent), nullptr);
     gst_pad_push_event(sourcePad(), gst_event_new_stream_start(stream));
     g_free(stream);

@@ -11,6 +11,10 @@
 #include <mutex>
 #include <string>
 
+namespace corvane::device_handler::v1_0 {
+class CEventBase;
+}
+
 namespace corvane::vorn_event::v1_0 {
 
 enum VornEventSynthDCState { DCStateLow = 1, DCStateHigh = 2 };
@@ -19,8 +23,11 @@ enum VornEventSynthDCActiveState { DCActiveLow = 1, DCActiveHigh = 2 };
 
 // The element "vorn_eventsynth": a live source of one alarm input's events, pings and states, which it takes
 // from the dry contact monitor of the camera. It needs no buffers but one of a byte, before the first event;
-// an end-of-stream says that the camera is lost, and may come more than once. Used once: made, played, set to
-// NULL, released.
+// an end-of-stream says that the camera is lost, and may come more than once. Until the camera has told a
+// level, the input counts as active. Used once: made, played, set to NULL, released.
+//
+// The end-of-stream of a lost link is pushed on the monitor's thread: a consumer that holds it up, one in
+// PAUSED for instance, holds up every element of the same camera.
 //
 // Times are nanoseconds of the real-time clock. The task's thread runs `task_iterate`, the monitor's
 // `EventCallbk`, the application's the rest.
@@ -58,12 +65,13 @@ struct SVornEventSynth {
     bool bufferSent; // the byte has been pushed
     bool subscribed; // the monitor has our listener, or had it until cleanup()
     unsigned int subscribedIndex;
+    std::uint64_t registration;
+    bool spent; // cleanup() has been
     guint64 lastPingTime;
     guint64 lastEventTime;
     guint64 nextEventTime;
 
     std::mutex startLock; // held while the pad's first events are pushed
-    bool streamStarted;   // guarded by startLock
 
     void init();
     void finalize();
@@ -93,7 +101,7 @@ struct SVornEventSynth {
     void toggleDCState();
     void sendPingEvent();
     void sendDCStateEvent();
-    void sendBufferOnce();
+    void send(const device_handler::v1_0::CEventBase* event);
     void startStream();
     void sendEndOfStream();
     void EventCallbk(vorn_utility::v1_0::CDryContactMonitor::TDryContactState state);

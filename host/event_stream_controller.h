@@ -19,20 +19,20 @@ public:
     // Stops the stream.
     ~CEventStreamController() override;
 
-    CError start() override;
-
     // `observer` is called for each event in the order in which they come, the last time for an
     // end-of-stream, before the stream ends by it; on a thread of the pipeline or of the event's source, one
-    // call after another. It must return soon and call no operation of the controller. Must be set before
-    // start().
+    // call after another. It must return soon, must not throw, and calls no operation of the controller. Must
+    // be set before start().
     void setEventObserver(boost::function<void(const SStreamEvent&)> observer);
 
     // The element that makes the events, a reference for the caller; null when it is gone.
     GstElement* refEventSource();
 
+protected:
+    CError prepare() override;
+
 private:
     static GstPadProbeReturn eventComes(GstPad* pad, GstPadProbeInfo* info, gpointer controller);
-    CError linkOwnSink();
 
     GWeakRef source_;
     const gulong probe_;

@@ -95,9 +95,12 @@ public:
     COptional<SStreamEnd> waitForEnd(std::chrono::milliseconds timeOut) override;
 
 protected:
-    // Hooks, called on the thread that posts the message, one of the pipeline's; no lock is held. `message`
-    // is borrowed.
+    // Hooks. Those of a message are called on the thread that posts it, one of the pipeline's; no lock is
+    // held. `message` is borrowed.
 
+    // What is still to be done to the pipeline before it plays; called once, by the start, which fails as
+    // this does. The base has nothing to do.
+    virtual CError prepare();
     // Sees each message before the controller does; the base does nothing.
     virtual void messagePosted(GstMessage* message);
     // What an error message of the source pad's element, or of one inside it, means to the host; the base

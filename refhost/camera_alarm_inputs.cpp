@@ -2,6 +2,9 @@
 
 #include "host/camera.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
@@ -24,7 +27,9 @@ int CVornCamera::inputBase(int property) const {
 }
 
 int CVornCamera::reIndex(int input, int property) const {
-    return input + inputBase(property);
+    return static_cast<int>(std::clamp<long long>(static_cast<long long>(input) + inputBase(property),
+                                                  std::numeric_limits<int>::min(),
+                                                  std::numeric_limits<int>::max()));
 }
 
 CError CVornCamera::getDryContactInputProperties(std::vector<CString>& names) {

@@ -21,14 +21,9 @@ CEventStreamController::~CEventStreamController() {
     g_weak_ref_clear(&source_);
 }
 
-CError CEventStreamController::start() {
-    if (!gst_pad_is_linked(getSourcePad()))
-        if (CError error = linkOwnSink())
-            return error;
-    return CSimpleStreamController::start();
-}
-
-CError CEventStreamController::linkOwnSink() {
+CError CEventStreamController::prepare() {
+    if (gst_pad_is_linked(getSourcePad()))
+        return CError::Success();
     GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
     if (!sink)
         return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks fakesink"};

@@ -296,7 +296,7 @@ SModelInfo readModel(const CJsonNode& node) {
          {"indexBase", SMember::Optional,
           [&](const CJsonNode& bases) {
               eachNumber(bases, 0, [&](int property, const CJsonNode& base) {
-                  toInteger(model.indexBase[property])(base);
+                  toInteger(model.indexBase[property], 0, MostInputs)(base);
               });
           }},
          {"streams", SMember::Optional, [&](const CJsonNode& streams) { readStreams(streams, model); }},

@@ -43,6 +43,8 @@ CError CSimpleStreamController::start() {
     if (!runnable_)
         return {RtnCode::OperationFailed, Origin::General, "a stream can be started only once"};
     runnable_ = false;
+    if (CError error = prepare())
+        return error;
     gst_bus_set_sync_handler(bus_, takeMessage, this, nullptr);
     if (gst_element_set_state(pipeline_, GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE)
         return CError::Success();
@@ -80,6 +82,10 @@ COptional<SStreamEnd> CSimpleStreamController::waitForEnd(std::chrono::milliseco
     std::unique_lock<std::mutex> lock(mutex_);
     ended_.wait_for(lock, timeOut, [this] { return end_.has_value(); });
     return end_;
+}
+
+CError CSimpleStreamController::prepare() {
+    return CError::Success();
 }
 
 void CSimpleStreamController::messagePosted(GstMessage*) {}

@@ -120,9 +120,8 @@ TEST_F(AlarmInputs, TheStateIsReadFromItsTerminalsLine) {
     for (const char* const input : {"2", "3", "-1"}) // no line; not one of the three
         EXPECT_THAT(call("getDryContactInputState", {input}), testing::StartsWith(R"({ "2" })")) << input;
     stub.reply("/cgi-bin/get_io", HttpReply(500));
-    SAnswer answer;
-    registry->call("getDryContactInputState", {"0"}, [&answer](const SAnswer& given) { answer = given; });
-    EXPECT_TRUE(*answer.error);
+    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "2" } get_io?command=all)");
+    EXPECT_THAT(device->logLines(), testing::Contains(testing::StartsWith("3 alarm inputs: ")));
 }
 
 TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) {
@@ -140,6 +139,13 @@ TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) 
                 ElementsAre(testing::StrEq("us:er"), testing::StrEq("p@ss"), testing::StrEq(stub.address())));
     for (gchar* const text : texts)
         g_free(text);
+
+    IStreamController* none = nullptr;
+    EXPECT_EQ(camera->createEventStreamPipeline(none, -2).getText(), "property not found");
+    device->setAuthentication({std::string(256, 'u'), "p"});
+    stream(0);
+    EXPECT_THAT(device->logLines(),
+                testing::Contains("3 event source: the username is too long and was cut"));
 
     device->setAuthentication({});
     IStreamController* made = nullptr;

@@ -128,6 +128,22 @@ TEST_F(DryContactMonitor, FailuresAreToldAndAfterTheSecondTheyArePaced) {
     EXPECT_THAT(heard.states(), ElementsAre(Monitor::DCS_LINK_LOST, Monitor::DCS_LINK_LOST));
 }
 
+TEST_F(DryContactMonitor, ACameraThatWritesAndBreaksOffIsPacedToo) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    CHeard heard;
+    monitor->StartMonitor(1, heard.listener());
+    for (const std::size_t request : {1, 2}) { // the second at once, the third in an hour
+        ASSERT_TRUE(camera.waitForRequests(request));
+        camera.write("x");
+        monitor->GetStateOfInput(1);
+        camera.resetAll();
+        ASSERT_TRUE(heard.waitForCount(request));
+    }
+    monitor->StopMonitor(1);
+    EXPECT_EQ(camera.requestCount(), 2U);
+}
+
 TEST_F(DryContactMonitor, ASilentCameraIsGivenUpOnceAndAskedAgain) {
     CMonitorServer camera;
     const auto monitor = makeMonitor(camera.address());
@@ -162,7 +178,9 @@ TEST_F(DryContactMonitor, AStopDoesNotWaitForTheCamera) {
             abandoned = true;
             monitor->WakeWaiters();
             waiter.join();
+            const auto start = std::chrono::steady_clock::now();
             monitor->StopMonitor(1);
+            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << address;
         }
     }
 }
@@ -187,6 +205,26 @@ TEST_F(DryContactMonitor, AListenerIsNeverCalledAfterItsStop) {
     EXPECT_TRUE(left);
     helper.join();
     monitor->StopMonitor(2);
+}
+
+TEST_F(DryContactMonitor, AStopWaitsForNobodyElsesListener) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    std::atomic<bool> entered{false}, mayLeave{false};
+    const auto first = monitor->StartMonitor(1, [](Monitor::TDryContactState) {});
+    const auto second = monitor->StartMonitor(1, [&](Monitor::TDryContactState) { // in the first one's place
+        entered = true;
+        WaitUntil([&] { return mayLeave.load(); });
+    });
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.write("terminal1 I Low\r\n");
+    monitor->GetStateOfInput(1);
+    camera.write("terminal1 I High\r\n");
+    ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
+    monitor->StopMonitor(1, first);
+    EXPECT_FALSE(mayLeave);
+    mayLeave = true;
+    monitor->StopMonitor(1, second);
 }
 
 // What each element does, from several threads, on one address.

@@ -100,15 +100,18 @@ class EventElement : public testing::Test {
 protected:
     EventElement() {
         CGstContext::Get();
-        g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+        fatalBefore = g_log_set_always_fatal(
+            GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
     }
-    // Answers each new request at once, as a camera does.
+    ~EventElement() override { g_log_set_always_fatal(fatalBefore); }
+    // Waits for the first request.
     void writeWhenAsked(const std::string& text) {
         ASSERT_TRUE(camera.waitForRequests(1));
         camera.write(text);
     }
 
     CMonitorServer camera;
+    GLogLevelFlags fatalBefore{};
 };
 
 TEST_F(EventElement, PushesAtItsPeriodsBehindWhatThePadNeedsFirst) {
@@ -203,10 +206,26 @@ TEST_F(EventElement, TooLongTextsAreCut) {
     }
 }
 
+TEST_F(EventElement, ReadyAndBackItBeginsTheStreamAnew) {
+    CPlayedElement element(camera.address());
+    element.periods(1, 0);
+    element.set(GST_STATE_PLAYING);
+    writeWhenAsked("terminal1 I Low\r\n");
+    ASSERT_TRUE(element.waitFor("inactive"));
+    element.set(GST_STATE_READY);
+    camera.resetAll(); // a lost link that nobody can be told
+    ASSERT_TRUE(camera.waitForRequests(2));
+    const std::size_t before = element.count("inactive");
+    element.set(GST_STATE_PLAYING);
+    ASSERT_TRUE(element.waitFor("inactive", before + 1));
+    EXPECT_EQ(element.count("stream-start"), 2U);
+    EXPECT_EQ(element.count("segment"), 2U);
+    EXPECT_EQ(element.count("buffer of 1"), 1U);
+}
+
 TEST_F(EventElement, ItIsUsedOnce) {
     CPlayedElement element(camera.address());
-    element.set(GST_STATE_PLAYING);
-    ASSERT_TRUE(camera.waitForRequests(1));
+    element.set(GST_STATE_PAUSED);
     element.set(GST_STATE_NULL);
     EXPECT_EQ(gst_element_set_state(element.source(), GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
 }
