@@ -22,7 +22,7 @@ using benchmark::State;
 using vorn_camera_base::v1_0::CVornCamera;
 
 boost::shared_ptr<CVornCamera> BringUp(CEnvironment& environment, const std::string& address) {
-    const auto camera = environment.createCamera(environment.makeContext(address), address);
+    auto camera = environment.createCamera(environment.makeContext(address), address);
     if (!camera->customInitialize())
         throw CFailure("the camera " + address + " did not come up");
     return camera;

@@ -91,7 +91,7 @@ struct SVornEventSynth {
     GstClockTime getNextPingTime() const;
     void waitForNext(std::unique_lock<std::mutex>& held);
 
-    static void task_iterate_static(void* element);
+    static void task_iterate_static(void* object);
     void task_iterate();
     void attach();
     void subscribe();

@@ -50,7 +50,7 @@ CError CVornCamera::setDryContactInputActiveState(int input, CString level) {
 
 CError CVornCamera::getDryContactInputActiveState(int input, std::vector<CString>& values) {
     CString level;
-    const CError error = readFromInputDb(InputClass::DryContact, input, ActiveStateKey, level);
+    CError error = readFromInputDb(InputClass::DryContact, input, ActiveStateKey, level);
     if (error && error.getCode() != static_cast<int>(RtnCode::NotSet))
         return error;
     values.insert(values.end(),

@@ -19,7 +19,6 @@ namespace {
 
 using namespace test_support;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using vorn_event_stream_controller::v1_0::CEventStreamController;
 using vorn_gst::v1_0::CGstRef;
 

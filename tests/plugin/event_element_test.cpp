@@ -96,22 +96,29 @@ private:
     CGstRef<GstElement> pipeline_;
 };
 
+// While it lives, a warning of GStreamer's ends the test.
+class CFatalWarnings {
+public:
+    CFatalWarnings() { CGstContext::Get(); }
+    ~CFatalWarnings() { g_log_set_always_fatal(before_); }
+    CFatalWarnings(const CFatalWarnings&) = delete;
+    CFatalWarnings& operator=(const CFatalWarnings&) = delete;
+
+private:
+    const GLogLevelFlags before_ =
+        g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+};
+
 class EventElement : public testing::Test {
 protected:
-    EventElement() {
-        CGstContext::Get();
-        fatalBefore = g_log_set_always_fatal(
-            GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
-    }
-    ~EventElement() override { g_log_set_always_fatal(fatalBefore); }
     // Waits for the first request.
     void writeWhenAsked(const std::string& text) {
         ASSERT_TRUE(camera.waitForRequests(1));
         camera.write(text);
     }
 
+    const CFatalWarnings fatalWarnings;
     CMonitorServer camera;
-    GLogLevelFlags fatalBefore{};
 };
 
 TEST_F(EventElement, PushesAtItsPeriodsBehindWhatThePadNeedsFirst) {

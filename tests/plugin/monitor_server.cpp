@@ -20,7 +20,7 @@ std::pair<int, std::string> Listen(int queue) {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    bind(listener, reinterpret_cast<sockaddr*>(&address), size);
+    (void)bind(listener, reinterpret_cast<sockaddr*>(&address), size);
     listen(listener, queue);
     getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
     return {listener, "127.0.0.1:" + std::to_string(ntohs(address.sin_port))};
@@ -121,7 +121,7 @@ CDeafAddress::CDeafAddress() {
     for (;;) {
         const int caller = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         sockets_.push_back(caller);
-        connect(caller, reinterpret_cast<sockaddr*>(&target), size);
+        (void)connect(caller, reinterpret_cast<sockaddr*>(&target), size);
         pollfd answer{caller, POLLOUT, 0};
         if (poll(&answer, 1, 200) == 0)
             return;
