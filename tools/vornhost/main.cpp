@@ -23,6 +23,7 @@ Examples:
   vornhost --password-file pw.txt --user admin show 192.168.0.10
   vornhost call 192.168.0.10 getVideoCodecCount 0
   vornhost record 192.168.0.10 --stream 0,h264,0 --seconds 60 --output entrance.mkv
+  vornhost events 192.168.0.10 --input 0 --readable
   printf 'getUnitModelName\nsetting.GetCameraSetting CAMTITLE\n' | vornhost script 192.168.0.10
 
 Exit status: 0 every call succeeded; 1 some call failed; 2 wrong usage or a refused model list;

@@ -3,6 +3,7 @@
 #include "tools/vornhost/output.h"
 #include "tools/vornhost/script_line.h"
 #include "tools/vornhost/verbs/background_calls.h"
+#include "tools/vornhost/verbs/played_events.h"
 #include "tools/vornhost/verbs/played_streams.h"
 #include "tools/vornhost/verbs/verb.h"
 
@@ -148,6 +149,7 @@ private:
             throw CLineFailure("expected `camera new`");
         calls_.finish();
         streams_.stopAll();
+        events_.stopAll();
         if (const auto failure = session_.renewCamera())
             throw CLineFailure(InOneLine(*failure));
     }
@@ -163,6 +165,23 @@ private:
             streams_.stop(id);
     }
 
+    void events(const Words& arguments) {
+        const bool starts = arguments.size() == 2 && arguments[0] == "start";
+        int input = -1;
+        bool readable = starts || (arguments.size() == 2 && arguments[0] == "stop");
+        if (readable) {
+            const char* const end = arguments[1].data() + arguments[1].size();
+            const auto [stop, error] = std::from_chars(arguments[1].data(), end, input);
+            readable = error == std::errc() && stop == end && input >= 0;
+        }
+        if (!readable)
+            throw CLineFailure("expected `events start N` or `events stop N`, N from 0");
+        if (starts)
+            events_.start(session_.camera(), input);
+        else
+            events_.stop(input);
+    }
+
     static handler_impl::SVideoStreamId readStreamId(const std::string& text) {
         try {
             return device_handler::v1_0::SArgumentReader::readVideoStreamId(text);
@@ -174,6 +193,7 @@ private:
     CDeviceSession& session_;
     CBackgroundCalls calls_;
     CPlayedStreams streams_;
+    CPlayedEvents events_;
     bool allSucceeded_ = true;
 };
 
@@ -183,6 +203,7 @@ const CScriptRun::SOwnLine CScriptRun::OwnLines[] = {
     {"credentials", &CScriptRun::credentials},
     {"camera", &CScriptRun::camera},
     {"video", &CScriptRun::video},
+    {"events", &CScriptRun::events},
 };
 
 const CScriptRun::SOwnLine* CScriptRun::OwnLinesEnd() {
@@ -205,6 +226,9 @@ public:
             "  camera new                      destroys the camera object and makes another\n"
             "  video start CH,CODEC,N          plays a video stream beside the script\n"
             "  video stop CH,CODEC,N           tears it down\n"
+            "  events start N                  plays the events of alarm input N, their lines among the "
+            "answers\n"
+            "  events stop N                   tears it down\n"
             "  # ...                           a comment\n"
             "Example:\n"
             "  printf 'getCameraName 0\\nsetting.GetCameraSetting CAMTITLE\\n' | vornhost script "

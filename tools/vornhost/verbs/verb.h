@@ -38,6 +38,7 @@ std::unique_ptr<IVerb> MakeCallVerb();
 std::unique_ptr<IVerb> MakeScriptVerb();
 std::unique_ptr<IVerb> MakeSyncVerb();
 std::unique_ptr<IVerb> MakeRecordVerb();
+std::unique_ptr<IVerb> MakeEventsVerb();
 std::unique_ptr<IVerb> MakePtzVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();

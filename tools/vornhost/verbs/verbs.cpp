@@ -10,6 +10,7 @@ const std::vector<SVerb>& Verbs() {
         {"script", "One operation a line on standard input, on one camera", MakeScriptVerb},
         {"sync", "The camera set to the recorder's record of a stream", MakeSyncVerb},
         {"record", "A video stream into a file", MakeRecordVerb},
+        {"events", "The events of an alarm input, as they come", MakeEventsVerb},
         {"ptz", "A camera driven from the keyboard", MakePtzVerb},
         {"models", "What the model list holds", MakeModelsVerb},
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
