@@ -42,5 +42,6 @@ std::unique_ptr<IVerb> MakeEventsVerb();
 std::unique_ptr<IVerb> MakePtzVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
+std::unique_ptr<IVerb> MakeElementVerb();
 
 } // namespace corvane::vornhost

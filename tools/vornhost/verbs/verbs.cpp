@@ -14,6 +14,7 @@ const std::vector<SVerb>& Verbs() {
         {"ptz", "A camera driven from the keyboard", MakePtzVerb},
         {"models", "What the model list holds", MakeModelsVerb},
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
+        {"element", "The plug-in's GStreamer element with its properties", MakeElementVerb},
     };
     return verbs;
 }

@@ -1,0 +1,56 @@
+#include "host/stream_controller.h"
+#include "tools/vornhost/answers.h"
+#include "tools/vornhost/device_session.h"
+#include "tools/vornhost/element_description.h"
+#include "tools/vornhost/output.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr const char* ElementName = "vorn_eventsynth";
+
+class CElement : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.footer("Tells of the element \"vorn_eventsynth\", which the plug-in registers and makes the\n"
+                       "events of alarm inputs with: its factory, pad template and properties. No camera is\n"
+                       "asked.\n"
+                       "Example: vornhost element");
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        registerElement(options);
+        const nlohmann::ordered_json description = DescribeElement(ElementName);
+        if (description.is_null())
+            throw CFailure(ExitStatus::CallFailed,
+                           std::string("the plug-in registers no element \"") + ElementName + "\"");
+        WriteOutput(options.json ? JsonLine(description) : ElementText(description));
+        return ExitStatus::Success;
+    }
+
+private:
+    // The plug-in registers the element when it is to build a pipeline for a device that has credentials.
+    // Nothing is ever sent to the address, and no database notes it: the camera object is not initialised.
+    static void registerElement(const SOptions& options) {
+        SOptions offline = options;
+        offline.noInitialize = true;
+        offline.noCredentials = false;
+        offline.databaseFile.clear();
+        CDeviceSession session(offline, "localhost");
+        (void)session.start();
+        device_handler::v1_0::IStreamController* made = nullptr;
+        (void)session.camera().createEventStreamPipeline(made, 0); // fails, but not before
+        const std::unique_ptr<device_handler::v1_0::IStreamController> controller(made);
+    }
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeElementVerb() {
+    return std::make_unique<CElement>();
+}
+
+} // namespace corvane::vornhost
