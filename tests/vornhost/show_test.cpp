@@ -48,6 +48,24 @@ TEST(Show, TellsEveryModel) {
     }
 }
 
+TEST(Show, AlarmInputsAreReadAndNotChanged) {
+    const CCamsim camsim({"--model", "D850"});
+    camsim.patch("/cameras/0/settings", {{"ATRMIN2", "1"}, {"AINMODE2", "nc"}});
+    camsim.patch("/cameras/0/inputs", {{"1", "Low"}, {"2", "High"}});
+    const json settings = camsim.get("/cameras/0/settings");
+    const json inputs = JsonLines(Vornhost({"show", "--json", camsim.address()}).out).at(0).at("alarmInputs");
+    ASSERT_EQ(inputs.size(), 3U);
+    const json first = {{"input", 0},         {"terminal", 1},         {"contact", "normally open"},
+                        {"mode", "LOW"},      {"alarmEnabled", false}, {"level", "Low"},
+                        {"state", "inactive"}};
+    const json second = {{"input", 1},       {"terminal", 2},        {"contact", "normally closed"},
+                         {"mode", "HIGH"},   {"alarmEnabled", true}, {"level", "High"},
+                         {"state", "active"}};
+    EXPECT_EQ(inputs[0], first);
+    EXPECT_EQ(inputs[1], second);
+    EXPECT_EQ(camsim.get("/cameras/0/settings"), settings);
+}
+
 TEST(Show, WhatACameraSaysCannotSteerTheTerminal) {
     const CCamsim camsim;
     camsim.patch("/cameras/0/settings",

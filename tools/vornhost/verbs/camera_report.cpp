@@ -1,7 +1,9 @@
 #include "tools/vornhost/verbs/camera_report.h"
 
+#include "tools/vornhost/alarm_input_levels.h"
 #include "tools/vornhost/invocation.h"
 #include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/verbs/alarm_input_report.h"
 #include "tools/vornhost/verbs/camera_settings.h"
 
 #include <algorithm>
@@ -83,6 +85,7 @@ public:
                  return resultText("setting.GetCameraSetting", {key});
              }))
             add(std::move(section));
+        addAlarmInputs();
         collectFailedExchanges("");
         return std::move(report_);
     }
@@ -124,13 +127,14 @@ private:
             if (codecBits_ & codec.bit)
                 names.push_back(codec.name);
         const std::string alarmInputs = firstValue("capability.IsDryContactSupported", {});
+        alarmInputs_ = alarmInputs.empty() ? 0 : std::stoi(alarmInputs);
         add({"/capability",
              "What it can do",
              {{"codecs", "codecs", OrNull(names)},
               {"imageModes", "image modes", OrNull(resultTexts("capability.getImageMode", {}))},
               {"imageMode", "image mode now", OrNull(imageMode_)},
               {"alarmInputs", "alarm inputs",
-               alarmInputs.empty() ? ordered_json() : ordered_json(std::stoi(alarmInputs))},
+               alarmInputs.empty() ? ordered_json() : ordered_json(alarmInputs_)},
               {"terminals", "terminals", number("capability.getDryContactInputCount", {})},
               {"audioInput", "audio input", flag("capability.IsAudioSupported", {"0"})}},
              {}});
@@ -175,6 +179,20 @@ private:
     void learnSettings() {
         if ((codecBits_ & H264Bit) && resultText("setting.GetCameraSetting", {LateSetting}).empty())
             ask("setting.getDetailsFromSetdata", {});
+    }
+
+    void addAlarmInputs() {
+        if (alarmInputs_ == 0)
+            return;
+        collectFailedExchanges("");
+        const auto answer = AskAlarmInputLevels(session_, std::chrono::seconds(4));
+        const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
+        if (!levels)
+            note("setting.CameraHttpGet", std::get<SDiagnosis>(answer));
+        (void)session_.exchanges().takeFailing(); // noted
+        add(AlarmInputSection(
+            alarmInputs_, levels ? *levels : std::map<int, std::string>(),
+            [this](const std::string& key) { return resultText("setting.GetCameraSetting", {key}); }));
     }
 
     // A setting that the stream or the camera does not have is nothing wrong with it.
@@ -257,6 +275,7 @@ private:
     CDeviceSession& session_;
     SCameraReport report_;
     int inputs_ = 1;
+    int alarmInputs_ = 0;
     long long codecBits_ = 0;
     std::string imageMode_;
 };

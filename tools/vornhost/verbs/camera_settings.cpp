@@ -18,10 +18,6 @@ ordered_json FlagValue(const std::string& text) {
     return text == "1" || text == "0" ? ordered_json(text == "1") : ordered_json(text);
 }
 
-ordered_json ContactValue(const std::string& text) {
-    return text == "no" ? "normally open" : text == "nc" ? "normally closed" : text;
-}
-
 struct SSetting {
     const char* key; // in JSON
     const char* label;
@@ -44,14 +40,6 @@ const SSettingGroup Groups[] = {
       {"h264Stream2", "H.264 stream 2", {"H264RTSPMODE_2"}, FlagValue, H264Bit},
       {"mpeg4Stream1", "MPEG-4 stream 1", {"RTSPMODE"}, FlagValue, Mpeg4Bit},
       {"mpeg4Stream2", "MPEG-4 stream 2", {"RTSPMODE_2"}, FlagValue, Mpeg4Bit}}},
-    {"/settings/alarm",
-     "Alarm",
-     {{"input1", "input 1 on", {"ATRMIN"}, FlagValue},
-      {"input1Contact", "input 1 contact", {"AINMODE"}, ContactValue},
-      {"input2", "input 2 on", {"ATRMIN2"}, FlagValue},
-      {"input2Contact", "input 2 contact", {"AINMODE2"}, ContactValue},
-      {"input3", "input 3 on", {"ATRMIN3"}, FlagValue},
-      {"input3Contact", "input 3 contact", {"AINMODE3"}, ContactValue}}},
     {"/settings/audio",
      "Audio",
      {{"mode", "mode", {"AUDIO"}},
