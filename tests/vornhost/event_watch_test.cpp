@@ -84,6 +84,17 @@ TEST(EventWatch, ACameraThatStaysAwayIsAskedMoreAndMoreSeldom) {
     EXPECT_EQ(fake.silences, 0);
 }
 
+TEST(EventWatch, ACameraThatNeverAnswersIsAskedAnew) {
+    SFakeStreams fake;
+    fake.streams = {[](const SEventStreamObserver&) {}, LiveAWhile};
+    SEventWatchPlan plan;
+    plan.reconnects = true;
+    plan.longestUnanswered = plan.shortestPause = plan.longestPause = milliseconds(5);
+    EXPECT_EQ(fake.run(plan), CEventWatch::Ending::Interrupted);
+    EXPECT_EQ(fake.starts.size(), 3U);
+    EXPECT_EQ(fake.returns, 1);
+}
+
 TEST(EventWatch, EachEndingIsTold) {
     SFakeStreams ends;
     ends.streams = {LiveAWhile};

@@ -72,16 +72,21 @@ SEventStreamObserver CEventWatch::observer() {
     return observer;
 }
 
-// Until the stream or the watch ends.
+// Until the stream ends or is given up, or the watch ends.
 void CEventWatch::followStream(Lock& lock) {
+    const Clock::time_point start = Clock::now();
+    const Clock::time_point giveUp =
+        plan_.reconnects ? start + plan_.longestUnanswered : Clock::time_point::max();
+    const Clock::time_point quiet = std::min(start + plan_.quiet, giveUp);
     const auto somethingHappened = [this] { return eventCame_ || streamEnded_; };
-    if (!quietTold_ && !wait(lock, Clock::now() + plan_.quiet, somethingHappened) && !isOver()) {
+    if (!quietTold_ && !wait(lock, quiet, somethingHappened) && !isOver() && quiet < giveUp) {
         quietTold_ = true;
         lock.unlock();
         reports_.nothingComes();
         lock.lock();
     }
-    wait(lock, deadline_, somethingHappened);
+    if (!wait(lock, giveUp, somethingHappened))
+        return;
     if (eventCame_) {
         quietTold_ = false;
         nextPause_ = plan_.shortestPause;

@@ -18,6 +18,8 @@ struct SEventWatchPlan {
     std::chrono::milliseconds quiet{5'000};         // without an event, after which that is told
     std::chrono::milliseconds shortestPause{1'000}; // before another stream is made; doubled each time up to
     std::chrono::milliseconds longestPause{30'000}; // this, until an event comes
+    // The plug-in waits for a camera's first reply without limit; a watch that reconnects gives it up.
+    std::chrono::milliseconds longestUnanswered{30'000};
 };
 
 // Watches the events of one alarm input over as many streams as it takes. Belongs to one thread, save
