@@ -162,8 +162,11 @@ struct SPostedError {
 class CRtspStreamController : public vorn_stream_controller::v1_0::CSimpleStreamController {
 public:
     CRtspStreamController(GstElement* pipeline, GstBus* bus, GstPad* pad, std::string url,
-                          std::shared_ptr<const COffer> offer)
-        : CSimpleStreamController(pipeline, bus, pad), url_(std::move(url)), offer_(std::move(offer)) {}
+                          std::shared_ptr<const COffer> offer, std::shared_ptr<const void> use)
+        : CSimpleStreamController(pipeline, bus, pad),
+          url_(std::move(url)),
+          offer_(std::move(offer)),
+          use_(std::move(use)) {}
     ~CRtspStreamController() override {
         CRtspStreamController::stop();
         g_object_unref(cancellable_);
@@ -199,6 +202,7 @@ private:
 
     const std::string url_;
     const std::shared_ptr<const COffer> offer_;
+    const std::shared_ptr<const void> use_;
     GCancellable* const cancellable_ = g_cancellable_new();
 };
 
@@ -271,7 +275,7 @@ CError makeChain(const SCodecChain& wanted, CGstRef<GstElement>& chain) {
 } // namespace
 
 CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthentication& credentials,
-                          IStreamController*& controller) {
+                          std::shared_ptr<const void> use, IStreamController*& controller) {
     const SCodecChain* const wanted = findChain(codec);
     if (!wanted)
         return {RtnCode::NotSupported, Origin::General,
@@ -298,7 +302,7 @@ CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthe
                           new std::shared_ptr<COffer>(offer), deleteOffer, GConnectFlags(0));
     g_signal_connect(source, "pad-added", G_CALLBACK(linkToChain), chain.get());
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    controller = new CRtspStreamController(pipeline.get(), bus.get(), pad, url, offer);
+    controller = new CRtspStreamController(pipeline.get(), bus.get(), pad, url, offer, std::move(use));
     return CError::Success();
 }
 

@@ -5,6 +5,7 @@
 #include "host/stream_controller.h"
 #include "host/stream_id.h"
 
+#include <memory>
 #include <string>
 
 namespace corvane::refhost {
@@ -24,7 +25,8 @@ inline constexpr const char* NoVideo = "no video in the stream";
 // Builds the pipeline that receives a video stream over RTSP, interleaved in its TCP connection; nothing is
 // sent before the start. Whole frames come out of the source pad, in the camera's encoding.
 //
-// `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set. The
+// `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set.
+// `use` lives as long as the controller, which tells others that the stream is taken; it may be empty. The
 // caller owns `controller`, which is left unchanged on failure: (NotSupported, General) for a codec that
 // nobody understands, (OperationFailed, General) when an element of GStreamer is not installed.
 //
@@ -35,6 +37,7 @@ inline constexpr const char* NoVideo = "no video in the stream";
 device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
                                                 device_handler::v1_0::VideoCodec codec,
                                                 const device_handler::v1_0::CAuthentication& credentials,
+                                                std::shared_ptr<const void> use,
                                                 device_handler::v1_0::IStreamController*& controller);
 
 } // namespace corvane::refhost

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "host/authentication.h"
+#include "host/model_info.h"
+
+#include <string>
+
+namespace corvane::refhost {
+
+// Where a stream of the device at `address` is; the port of the device's web server has no part in it.
+std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url, const std::string& address);
+
+// Likewise, with user and password in it, percent-encoded, where they are set.
+std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,
+                                          const std::string& address,
+                                          const device_handler::v1_0::CAuthentication& credentials);
+
+} // namespace corvane::refhost
