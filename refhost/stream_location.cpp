@@ -44,4 +44,19 @@ std::string StreamLocationWithCredentials(const SStreamUrl& url, const std::stri
                                           : std::string());
 }
 
+std::string WithoutCredentials(const std::string& location, const CAuthentication& credentials) {
+    constexpr const char* SchemeEnd = "://";
+    const std::size_t start = location.find(SchemeEnd);
+    if (start == std::string::npos)
+        return location;
+    const std::string scheme = location.substr(0, start) + SchemeEnd;
+    const std::string user = credentials.getUsername();
+    const std::string password = credentials.getPassword();
+    for (const std::string& held :
+         {user + ":" + password + "@", PercentEncoded(user) + ":" + PercentEncoded(password) + "@"})
+        if (location.compare(scheme.size(), held.size(), held) == 0)
+            return scheme + location.substr(scheme.size() + held.size());
+    return location;
+}
+
 } // namespace corvane::refhost

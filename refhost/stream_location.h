@@ -15,4 +15,8 @@ std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl
                                           const std::string& address,
                                           const device_handler::v1_0::CAuthentication& credentials);
 
+// The location without user and password, where it holds these, percent-encoded or as they are.
+std::string WithoutCredentials(const std::string& location,
+                               const device_handler::v1_0::CAuthentication& credentials);
+
 } // namespace corvane::refhost
