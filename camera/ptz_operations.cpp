@@ -74,11 +74,11 @@ std::string SpeedPart(const char* name, int speed, bool isFine) {
 } // namespace
 
 CError CPanasonicCamera::sendPtz(const std::string& request) {
-    return writeSetting(request, "");
+    return setting ? setting->SetCameraSetting(request, "") : errors::noSettings();
 }
 
 CError CPanasonicCamera::sendPtzNoReload(const std::string& request) {
-    return writeSettingNoReload(request, "");
+    return setting ? setting->SetCameraSettingNoReload(request, "") : errors::noSettings();
 }
 
 CError CPanasonicCamera::setAbsolutePtz(int /*stream*/, int pan, int tilt, int zoom) {
