@@ -30,7 +30,8 @@ constexpr const char* MonitorRequest = "/cgi-bin/get_io?mode=monitor";
 constexpr std::chrono::milliseconds BetweenFaults{100};
 constexpr std::chrono::seconds LongestSilence{5}; // a camera's first reply is waited for without a limit
 constexpr int Tenths = 10;
-constexpr double LargestGrowth = 0.05; // of resident memory, from the first tenth to the end
+constexpr int WarmUpTenths = 5;        // in which the allocator's and the HTTP client's pools fill
+constexpr double LargestGrowth = 0.05; // of memory and descriptors, from then on; of threads none
 
 class CSoak {
 public:
@@ -51,7 +52,9 @@ public:
         std::printf("%8s %8s %12s %12s %8s %8s %10s\n", "seconds", "threads", "descriptors", "resident KiB",
                     "faults", "rebuilt", "events");
         (void)std::fflush(stdout);
-        SProcessUse first = measure(watch.seconds());
+        measure(watch.seconds());
+        SProcessUse warm{};
+        SProcessUse use{};
         for (int tenth = 1; tenth <= Tenths; ++tenth) {
             const double end = watch.seconds() + seconds / Tenths;
             while (watch.seconds() < end) {
@@ -59,14 +62,12 @@ public:
                 rebuildEnded();
                 std::this_thread::sleep_for(BetweenFaults);
             }
-            const SProcessUse use = measure(watch.seconds());
-            if (tenth == 1)
-                first = use;
-            else if (tenth == Tenths)
-                return use.threads <= first.threads && use.descriptors <= first.descriptors &&
-                       use.residentBytes <= first.residentBytes * (1 + LargestGrowth);
+            use = measure(watch.seconds());
+            if (tenth == WarmUpTenths)
+                warm = use;
         }
-        return false;
+        return use.threads <= warm.threads && use.descriptors <= warm.descriptors * (1 + LargestGrowth) &&
+               use.residentBytes <= warm.residentBytes * (1 + LargestGrowth);
     }
 
 private:

@@ -11,6 +11,12 @@ const char* __lsan_default_suppressions() {
            "leak:libfontconfig.so\n";
 }
 
+// What was suppressed would be told on the standard error of programs whose every word is checked.
+const char* __lsan_default_options();
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+
 // GLib synchronises in ways that ThreadSanitizer does not see, so it would find races inside these libraries.
 const char* __tsan_default_options();
 const char* __tsan_default_options() {

@@ -16,7 +16,7 @@ function(vorn_test NAME)
     DISCOVERY_MODE PRE_TEST
     PROPERTIES
       TIMEOUT 900
-      ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
+      ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
   foreach(source ${TEST_SOURCES})
     cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
     set_property(GLOBAL APPEND PROPERTY VORN_TEST_SOURCES ${source})
