@@ -60,7 +60,7 @@ public:
             while (watch.seconds() < end) {
                 harm();
                 rebuildEnded();
-                std::this_thread::sleep_for(BetweenFaults);
+                std::this_thread::sleep_for(BetweenFaults); // the pace of the faults
             }
             use = measure(watch.seconds());
             if (tenth == WarmUpTenths)
@@ -121,7 +121,7 @@ private:
         const CStopwatch watch;
         while (watch.seconds() < 20) {
             rebuildEnded();
-            std::this_thread::sleep_for(BetweenFaults);
+            std::this_thread::sleep_for(BetweenFaults); // the silences that were set last 16 s
         }
         for (const auto& stream : streams_)
             stream->waitForAny();

@@ -172,7 +172,7 @@ TEST_F(DryContactMonitor, AStopDoesNotWaitForTheCamera) {
         for (int i = 0; i < 20; ++i) {
             monitor->StartMonitor(1, [](Monitor::TDryContactState) {});
             if (i % 2 == 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(i / 2));
+                std::this_thread::sleep_for(std::chrono::milliseconds(i / 2)); // a later phase of the request
             abandoned = false;
             std::thread waiter([&] { monitor->GetStateOfInput(1, [&] { return abandoned.load(); }); });
             abandoned = true;

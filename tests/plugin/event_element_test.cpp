@@ -254,7 +254,7 @@ TEST_F(EventElement, ItIsTakenDownInEveryPhase) {
             camera.write("terminal1 I High\r\n");
         if (random() % 8 == 0)
             camera.resetAll();
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3'000));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3'000)); // any phase
     }
     gst_task_cleanup_all(); // the threads that GStreamer keeps for later tasks
 }

@@ -79,9 +79,9 @@ ordered_json EnumValues(GType type) {
 }
 
 // A number's type, and what it may be.
-template <class Specification>
+template <class NumberParam>
 void DescribeNumber(ordered_json& json, const char* type, const GParamSpec* property) {
-    const auto* const number = reinterpret_cast<const Specification*>(property);
+    const auto* const number = reinterpret_cast<const NumberParam*>(property);
     json["type"] = type;
     json["range"] = {number->minimum, number->maximum};
     json["default"] = number->default_value;
