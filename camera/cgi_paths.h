@@ -21,6 +21,8 @@ inline constexpr const char* SetPatrol = "/cgi-bin/set_patrol";
 inline constexpr const char* JpegAlarm = "/cgi-bin/jpeg_alarm";
 inline constexpr const char* TerminalDefault = "/cgi-bin/terminal_default";
 inline constexpr const char* GetIoAll = "/cgi-bin/get_io?command=all";
+inline constexpr const char* SetAudio = "/cgi-bin/set_audio";
+inline constexpr const char* ImageAdjust = "/cgi-bin/image_adjust";
 inline constexpr const char* Initial = "/cgi-bin/initial";
 
 // The bodies of Initial. The camera obeys them only with this token.
@@ -34,6 +36,11 @@ inline constexpr const char* Mpeg4TransmitOff = "mpeg_transmit=0";
 inline constexpr const char* H264TransmitOn = "h264_transmit=1&f_priority=1";
 inline constexpr const char* Mpeg4RtspOn = "rtsp_mode=1&rtsp_mode2=1&rtsp_port=554";
 inline constexpr const char* H264RtspOn = "h264_rtsp_mode=1&h264_rtsp_mode2=1&rtsp_port=554";
+
+// What SetAudio is told: the whole audio mode up to its bit rate, or one setting.
+inline constexpr const char* AudioModeOn = "audio=in&audio_encode1=0&audio_encoder=g726&audio_bitrate=";
+inline constexpr const char* AudioBitRate = "audio_bitrate=";
+inline constexpr const char* AudioSensitivity = "audio_sens=";
 
 // How the framework's CGI helpers are asked: any authentication scheme that the camera offers, and the
 // characters that end a value in a reply.

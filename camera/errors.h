@@ -78,6 +78,58 @@ inline CError eventObjectNotCreated(const std::string& object) {
     return {RtnCode::OperationFailed, Origin::Handler, "Event " + object + " could not be created."};
 }
 
+// Audio.
+inline CError audioNotFound() {
+    return {RtnCode::NotAccessible, Origin::Handler, "Property not found"};
+}
+inline CError volumeNotSupported() {
+    return {RtnCode::OutOfRange, Origin::Handler, "unsupported volume value"};
+}
+inline CError volumeUnrecognized() {
+    return {RtnCode::OperationFailed, Origin::Handler, "unrecognized volume value received from camera."};
+}
+inline CError streamModeNotDetected() {
+    return {RtnCode::OperationFailed, Origin::Handler, "stream mode could not be detected"};
+}
+inline CError audioModeFailed() {
+    return {RtnCode::OperationFailed, Origin::General, "failed to set audio mode"};
+}
+inline CError audioRtspModeFailed() {
+    return {RtnCode::OperationFailed, Origin::General, "failed to set audio rtsp mode"};
+}
+
+// Audio, image and lens: what the model list does not give.
+inline CError propertyNotSupported() {
+    return {RtnCode::NotSupported, Origin::Handler, "Property Not Supported"};
+}
+
+// Image and lens.
+inline CError inputOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "invalid camera range"};
+}
+inline CError whiteBalanceOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "VpaWhiteBalance out of range"};
+}
+inline CError backLightOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "VpaBackLightComp out of range"};
+}
+inline CError superDynamicOn() {
+    return {RtnCode::NotSupported, Origin::Handler,
+            "Parameter not supported when Super Dynamic settings is on"};
+}
+inline CError propertyRefused() {
+    return {RtnCode::NotSupported, Origin::Handler, "Property is not supported"};
+}
+inline CError videoStandardNotFound() {
+    return {RtnCode::NotSupported, Origin::Handler, "property not found"};
+}
+inline CError lensNotFound() {
+    return {RtnCode::NotSupported, Origin::Handler, "Property is not found"};
+}
+inline CError wideDynamicRangeOutOfRange() {
+    return {RtnCode::OutOfRange, Origin::Handler, "LensWdr out of range"};
+}
+
 // Not a failure: the recorder's record now holds what the camera accepted.
 inline CError needWriteBack() {
     return {RtnCode::OperationFailed, Origin::Handler, vorn_camera_base::v1_0::NeedWriteBack};

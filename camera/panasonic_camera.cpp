@@ -134,9 +134,15 @@ CError CPanasonicCamera::resetToFactoryDefaults() {
 }
 
 CError CPanasonicCamera::sendInitial(const char* command) {
-    if (!setting)
-        return errors::noSettings();
-    return setting->SetCameraSetting(cgi::Initial, command);
+    return writeSetting(cgi::Initial, command);
+}
+
+CError CPanasonicCamera::writeSetting(const std::string& path, const std::string& query) {
+    return setting ? setting->SetCameraSetting(path, query) : errors::noSettings();
+}
+
+CError CPanasonicCamera::writeSettingNoReload(const std::string& path, const std::string& query) {
+    return setting ? setting->SetCameraSettingNoReload(path, query) : errors::noSettings();
 }
 
 } // namespace corvane::panasonic_camera

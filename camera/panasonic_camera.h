@@ -12,14 +12,18 @@
 
 namespace corvane::panasonic_camera {
 
+using device_handler::v1_0::AudioCodec;
 using device_handler::v1_0::COperationRegistry;
 using device_handler::v1_0::COptional;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::IStreamController;
+using device_handler::v1_0::SStreamUrl;
+using handler_impl::SAudioStreamId;
 using handler_impl::SVideoStreamId;
 using vorn_camera_base::v1_0::CVAPI_VALUE_TYPE;
 using vorn_camera_base::v1_0::CVornCamera;
+using vorn_camera_base::v1_0::SVornAudValsInDb;
 using vorn_camera_base::v1_0::SVornVidValsInDb;
 using vorn_event::v1_0::DCState;
 
@@ -245,6 +249,93 @@ public:
     // object of GStreamer that could not be made.
     CError createEventStreamPipeline(IStreamController*& controller, int input) override;
 
+    // --- Audio. The camera's audio is G.726 beside the first stream of the codec family that it runs. An
+    // input, or a stream of the same number, has audio when the capability counts it and that family is
+    // transmitted (IsH264OrMPEG4Supported); where it has none these fail with (7, 3, "Property not found").
+
+    CError isAudioSupported() override;
+    CError getAudioInputCount(CString& count) override; // goes by input 0
+    CError getAudioInputCodecCount(int input, CString& count) override;
+    CError getAudioInputCodecId(int input, int index, CString& id) override;
+    CError getAudioInputCodecBitRateRange(int input, SAudioStreamId id, std::vector<CString>& range) override;
+    CError getAudioInputCodecQualityRange(int input, SAudioStreamId id, std::vector<CString>& range) override;
+    // Without audio: "AudioInputProperties" alone, and a success.
+    CError getAudioInputProperties(int input, std::vector<CString>& names) override;
+    // The model list's first bit rate, with or without audio; (3, 3, "Property Not Supported") without any.
+    CError getAudioCodecBitRateDefault(int input, SAudioStreamId id, std::string& rate) override;
+    // "/cgi-bin/set_audio"; whatever the camera answers, the stream is invalidated and the call succeeds.
+    CError setAudioInputCodecBitRate(int input, AudioCodec codec, CString rate) override;
+    // "audio_sens" of "/cgi-bin/set_audio": low, middle or high for 0, 1 or 2; (15, 3, "unsupported volume
+    // value") for any other text.
+    CError setAudioInputVolume(int input, CString volume) override;
+    // "AUDIOSENS", appended as current, default, minimum, maximum and step. Fails with (7, 0, "Device not
+    // accessible") when the camera does not report it, and with (2, 3, "unrecognized volume value received
+    // from camera.").
+    CError getAudioInputVolume(int input, std::vector<CString>& values) override;
+    // Switches the camera's audio on, at the bit rate in `values` (kbit/s), and its RTSP delivery:
+    // "/cgi-bin/set_audio" and "/cgi-bin/set_rtsp". User and password stand in the location as they are.
+    // Further failures: (2, 3, "stream mode could not be detected"), (3, 3, "Property Not Supported") where
+    // the model list has no location, (10, 3, "Unable to get Authentication data"); and, with `url` set
+    // already, (2, 0, "failed to set audio mode") and (2, 0, "failed to set audio rtsp mode").
+    CError getAudioStreamUrl(SVornAudValsInDb& values, SAudioStreamId id, std::string& url) override;
+
+    // --- Image. Writes go to "/cgi-bin/image_adjust" and fail as their request does, or with (16, 3,
+    // "property not found") without settings. Getters fail with (15, 3, "invalid camera range") for an input
+    // that the model does not have, with (3, 3, "Property Not Supported") for what the model list does not
+    // give, and with (7, 0, "Device not accessible") for what the camera does not report.
+
+    // In percent of the model's range in the camera's units. A percentage that cannot be read sends the
+    // model's default; getters append current, default, "0", "100" and "1", and take "50" for what has no
+    // percentage: unreadable numbers, and a range of no width.
+    CError setVpaBrightness(int input, CString percent) override;
+    CError getVpaBrightness(int input, std::vector<CString>& values) override; // "BRIGHTNESS"
+    CError setVpaSharpness(int input, CString percent) override;
+    CError getVpaSharpness(int input, std::vector<CString>& values) override; // "SHARPNESS", else "APERTURE"
+    CError setVpaSaturation(int input, CString percent) override;
+    CError getVpaSaturation(int input, std::vector<CString>& values) override; // "CHROMA"
+    // A position in the model's list of words, from 1; (15, 3, "VpaWhiteBalance out of range"). The getter
+    // appends current ("WHITEBALANCE", else "WHITEBAL"; the default for a word that is not in the list),
+    // default, and every position.
+    CError setVpaWhiteBalance(int input, CString position) override;
+    CError getVpaWhiteBalance(int input, std::vector<CString>& values) override;
+    // "1" on, any other text off. Fails with (15, 3, "VpaBackLightComp out of range") for an empty text and,
+    // while "MEGASD" is "1", with (3, 3, "Parameter not supported when Super Dynamic settings is on"). The
+    // getter then appends "0" alone, otherwise current ("BLC"), default, minimum, maximum and step.
+    CError setVpaBackLightComp(int input, CString onOff) override;
+    CError getVpaBackLightComp(int input, std::vector<CString>& values) override;
+    CError setVpaVideoStandard(int input, CString standard) override; // (3, 3, "Property is not supported")
+    CError getVpaVideoStandard(int input,
+                               std::vector<CString>& values) override; // (3, 3, "property not found")
+    // The base's names without "VpaVideoStandard", and without "VpaBackLightComp" where the camera does not
+    // report "BLC".
+    CError getVpaProperties(int input, std::vector<CString>& names) override;
+
+    // --- Lens.
+
+    // As brightness is, but through "/cgi-bin/absctrl" and "/cgi-bin/absget"; (3, 3, "Property is not found")
+    // when the camera does not report "FOCUS".
+    CError setLensFocus(int input, CString percent) override;
+    CError getLensFocus(int input, std::vector<CString>& values) override;
+    // "1" has the camera focus once; any other text does nothing.
+    CError setLensAutoFocus(int input, CString value) override;
+    CError getLensAutoFocus(int input, std::vector<CString>& values) override; // always "0", "0", "0", "1"
+    // Super dynamic ("sd"), or "dark_revise" on a model of the kind AdaptiveBlackStretchOnly; the value is
+    // sent as given. Fails with (15, 3, "LensWdr out of range") for an empty text and with (3, 3, "Property
+    // is not found") on a Conditional model whose "IMAGESELECT" is neither "1.3m" nor "2m", or whose "ALCELC"
+    // is empty, "elc" or "alc".
+    CError setLensWdr(int input, CString value) override;
+    // Current ("MEGASD", else "SDTHREE", else "WDR"; "DARKCOMP"), default, minimum and maximum; current alone
+    // where a Conditional model cannot set it. Fails with (3, 3, "Property is not found") for a model without
+    // a kind.
+    CError getLensWdr(int input, std::vector<CString>& values) override;
+    // (3, 3, "Property is not supported").
+    CError setLensDayNightMode(int input, CString value) override;
+    CError getLensDayNightMode(int input, std::vector<CString>& values) override;
+    CError setLensIris(int input, CString value) override;
+    CError getLensIris(int input, std::vector<CString>& values) override;
+    CError setLensAutoIris(int input, CString value) override;
+    CError getLensAutoIris(int input, std::vector<CString>& values) override;
+
     void registerOperations(COperationRegistry& registry) override;
 
 private:
@@ -268,6 +359,10 @@ private:
     COptional<std::string> recorderResolution(const SVideoStreamId& id, const std::string& width);
     std::string codedQuery(SVideoStreamId id, const SVornVidValsInDb& camera);
 
+    // As CPanasonicSetting has them; without settings they fail.
+    CError writeSetting(const std::string& path, const std::string& query);
+    CError writeSettingNoReload(const std::string& path, const std::string& query);
+
     CError sendPtz(const std::string& request);
     CError sendPtzNoReload(const std::string& request);
     CError sendPatrol(const std::string& command, int pattern);
@@ -280,6 +375,18 @@ private:
     CError configureEventSource(GstElement* source, int input,
                                 const device_handler::v1_0::CAuthentication& credentials);
     void setEventSourceText(GstElement* source, const char* property, const std::string& text);
+
+    bool hasAudio(int input);
+    CError findAudioUrl(const SAudioStreamId& id, VideoCodec codec, const SStreamUrl*& location);
+    bool takesSecondAudioUrl(const SAudioStreamId& id, VideoCodec codec);
+
+    struct SImageAdjustment;
+    static const SImageAdjustment Brightness, Sharpness, Saturation;
+    CError writeAdjustment(const SImageAdjustment& adjustment, const CString& percent);
+    CError readAdjustment(const SImageAdjustment& adjustment, int input, std::vector<CString>& values);
+    bool hasVideoInput(int input) const;
+    std::string superDynamicState() const;
+    bool canSetWideDynamicRange() const;
 
     CWeakElements eventSources_; // of the inputs whose streams live
 

@@ -74,11 +74,11 @@ std::string SpeedPart(const char* name, int speed, bool isFine) {
 } // namespace
 
 CError CPanasonicCamera::sendPtz(const std::string& request) {
-    return setting ? setting->SetCameraSetting(request, "") : errors::noSettings();
+    return writeSetting(request, "");
 }
 
 CError CPanasonicCamera::sendPtzNoReload(const std::string& request) {
-    return setting ? setting->SetCameraSettingNoReload(request, "") : errors::noSettings();
+    return writeSettingNoReload(request, "");
 }
 
 CError CPanasonicCamera::setAbsolutePtz(int /*stream*/, int pan, int tilt, int zoom) {

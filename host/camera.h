@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/api.h"
+#include "host/audio.h"
 #include "host/device_context.h"
 #include "host/error.h"
 #include "host/events.h"
@@ -12,6 +13,9 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,6 +26,7 @@ class IStreamController;
 
 namespace corvane::vorn_camera_base::v1_0 {
 
+using device_handler::v1_0::AudioCodec;
 using device_handler::v1_0::CError;
 using device_handler::v1_0::COperationRegistry;
 using device_handler::v1_0::CString;
@@ -29,10 +34,12 @@ using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::IDeviceContext;
 using device_handler::v1_0::InputClass;
 using device_handler::v1_0::IStreamController;
+using device_handler::v1_0::SAdjustment;
 using device_handler::v1_0::SModelInfo;
 using device_handler::v1_0::SPtzModel;
 using device_handler::v1_0::SVornUrl;
 using device_handler::v1_0::VideoCodec;
+using handler_impl::SAudioStreamId;
 using handler_impl::SVideoStreamId;
 using vorn_event::v1_0::DCState;
 
@@ -172,6 +179,8 @@ public:
     // Builds the pipeline that receives a stream; the caller owns `controller` (see
     // host/stream_controller.h).
     virtual CError createVideoStreamPipeline(IStreamController*& controller, SVideoStreamId id);
+    // Whether a pipeline for the stream exists, whether or not data comes.
+    virtual bool isActiveVideoStream(SVideoStreamId id);
 
     // --- Pan, tilt, zoom. `stream` is the video input, from 0. Positions are the recorder's, 0 to 10000 on
     // every axis; speeds are -100 to 100, the sign giving the direction (right, up, in); a position text is
@@ -258,6 +267,77 @@ public:
     // CEventStreamController (see host/event_stream_controller.h).
     virtual CError createEventStreamPipeline(IStreamController*& controller, int input);
 
+    // --- Audio. `input` is the audio input, from 0. The base answers from the model list and the device
+    // database; it fails with (OutOfRange, General) for an input that the model does not have, and with
+    // (NotSupported, General) for what the list does not give.
+
+    // Succeeds for a model with an audio input.
+    virtual CError isAudioSupported();
+    // In decimal: the inputs, an input's codecs, and the AudioCodec at `index`, from 0.
+    virtual CError getAudioInputCount(CString& count);
+    virtual CError getAudioInputCodecCount(int input, CString& count);
+    virtual CError getAudioInputCodecId(int input, int index, CString& id);
+    // Append the values that a codec may have: bit rates in kbit/s; no codec has qualities.
+    virtual CError getAudioInputCodecBitRateRange(int input, SAudioStreamId id, std::vector<CString>& range);
+    virtual CError getAudioInputCodecQualityRange(int input, SAudioStreamId id, std::vector<CString>& range);
+    // Appends the names of the properties that an input has.
+    virtual CError getAudioInputProperties(int input, std::vector<CString>& names);
+    // In kbit/s: the list's first.
+    virtual CError getAudioCodecBitRateDefault(int input, SAudioStreamId id, std::string& rate);
+    // Writes the bit rate into the stream's record; empty is (OutOfRange, General).
+    virtual CError setAudioInputCodecBitRate(int input, AudioCodec codec, CString rate);
+    // Volumes go from 0 to 2. Setting writes it into the input's record, reading appends current (1 while
+    // none was set), default, minimum, maximum and step.
+    virtual CError setAudioInputVolume(int input, CString volume);
+    virtual CError getAudioInputVolume(int input, std::vector<CString>& values);
+    // The record of a stream in the device database, its bit rate the default while none was set.
+    CError readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& record);
+
+    // Where a stream can be played, from the model list, with the device's user and password in it,
+    // percent-encoded; `values` is the stream's record.
+    virtual CError getAudioStreamUrl(SVornAudValsInDb& values, SAudioStreamId id, std::string& url);
+    // The stream has changed: whoever plays it must build it anew. The base tells the device's log.
+    virtual void invalidateAudioStream(SAudioStreamId id);
+
+    // --- Image. `input` is the video input, from 0. Setting writes into the input's record in the device
+    // database; getters append current (the default while none was set), default, and the limits (minimum,
+    // maximum, step) or the allowed values. They fail with (OutOfRange, General) for an input that the model
+    // does not have and for an empty value, and with (NotSupported, General) for what the list does not give.
+
+    // In percent. The base, which knows no camera's units, has 50 for the default.
+    virtual CError setVpaBrightness(int input, CString percent);
+    virtual CError getVpaBrightness(int input, std::vector<CString>& values);
+    virtual CError setVpaSharpness(int input, CString percent);
+    virtual CError getVpaSharpness(int input, std::vector<CString>& values);
+    virtual CError setVpaSaturation(int input, CString percent);
+    virtual CError getVpaSaturation(int input, std::vector<CString>& values);
+    // A position in the model list's white balances, from 1.
+    virtual CError setVpaWhiteBalance(int input, CString position);
+    virtual CError getVpaWhiteBalance(int input, std::vector<CString>& values);
+    // "1" on, "0" off.
+    virtual CError setVpaBackLightComp(int input, CString onOff);
+    virtual CError getVpaBackLightComp(int input, std::vector<CString>& values);
+    // The base has none: (NotSupported, General).
+    virtual CError setVpaVideoStandard(int input, CString standard);
+    virtual CError getVpaVideoStandard(int input, std::vector<CString>& values);
+    // Appends the names of the adjustments that the list gives ("VpaBrightness"), and "VpaVideoStandard".
+    virtual CError getVpaProperties(int input, std::vector<CString>& names);
+
+    // --- Lens, as the image is. Focus in percent; auto focus and wide dynamic range "1" on, "0" off. The
+    // base has no day and night mode, no iris and no auto focus: (NotSupported, General).
+    virtual CError setLensFocus(int input, CString percent);
+    virtual CError getLensFocus(int input, std::vector<CString>& values);
+    virtual CError setLensAutoFocus(int input, CString value);
+    virtual CError getLensAutoFocus(int input, std::vector<CString>& values);
+    virtual CError setLensWdr(int input, CString value);
+    virtual CError getLensWdr(int input, std::vector<CString>& values);
+    virtual CError setLensDayNightMode(int input, CString value);
+    virtual CError getLensDayNightMode(int input, std::vector<CString>& values);
+    virtual CError setLensIris(int input, CString value);
+    virtual CError getLensIris(int input, std::vector<CString>& values);
+    virtual CError setLensAutoIris(int input, CString value);
+    virtual CError getLensAutoIris(int input, std::vector<CString>& values);
+
     // Adds every operation that can be called by name (see host/operations.h) to `registry`, which must not
     // outlive the camera. A device's camera calls the base's first and then adds its own.
     virtual void registerOperations(COperationRegistry& registry);
@@ -283,16 +363,28 @@ protected:
 
 private:
     using VideoDefault = CError (CVornCamera::*)(int, int, VideoCodec, std::string&);
+    CError checkVideoInput(int input) const;
     CError checkVideoStream(const SVideoStreamId& id) const;
     CError readVideoProperty(const SVideoStreamId& id, const char* property, VideoDefault defaultOf,
                              CString& value);
     CError writeVideoProperty(const SVideoStreamId& id, const char* property, const CString& value);
+    std::shared_ptr<const void> useOf(const SVideoStreamId& id);
+    CError checkAudioInput(int input) const;
+    CError readPercent(int input, const char* property, const SAdjustment& adjustment,
+                       std::vector<CString>& values);
+    CError readSwitch(int input, const char* property, bool isOfModel, std::vector<CString>& values);
+    CError readInputValue(int input, const char* property, bool isOfModel, CString& value);
+    CError writeInputValue(int input, const char* property, bool isOfModel, const CString& value);
 
     boost::shared_ptr<IDeviceContext> deviceContext_;
     std::string address_;
     boost::shared_ptr<CVornModelList> modelList_;
     std::string modelNumber_;
     const SModelInfo* model_; // never null
+
+    std::mutex usesMutex_; // guards uses_
+    // Each use is held by the pipelines of its stream.
+    std::map<SVideoStreamId, std::weak_ptr<const void>> uses_;
 };
 
 } // namespace corvane::vorn_camera_base::v1_0

@@ -5,6 +5,7 @@
 // parameters, and what the operation returns comes back as an SAnswer.
 
 #include "host/api.h"
+#include "host/audio.h"
 #include "host/callback.h"
 #include "host/device_id.h"
 #include "host/error.h"
@@ -54,6 +55,9 @@ struct VORN_HOST_API SArgumentReader {
     static handler_impl::SVideoStreamId readVideoStreamId(const std::string& text);
     static std::vector<std::string> readTexts(const std::string& text);
     static vorn_camera_base::v1_0::SVornVidValsInDb readVideoRecord(const std::string& text);
+    static AudioCodec readAudioCodec(const std::string& text);
+    static handler_impl::SAudioStreamId readAudioStreamId(const std::string& text);
+    static vorn_camera_base::v1_0::SVornAudValsInDb readAudioRecord(const std::string& text);
 };
 
 // An argument that is read and then given back as an output.
@@ -125,6 +129,25 @@ struct SArgument<vorn_camera_base::v1_0::SVornVidValsInDb> {
         return SArgumentReader::readVideoRecord(text);
     }
 };
+template <>
+struct SArgument<AudioCodec> {
+    static constexpr const char* Form = "codec";
+    static AudioCodec read(const std::string& text) { return SArgumentReader::readAudioCodec(text); }
+};
+template <>
+struct SArgument<handler_impl::SAudioStreamId> {
+    static constexpr const char* Form = "stream,codec";
+    static handler_impl::SAudioStreamId read(const std::string& text) {
+        return SArgumentReader::readAudioStreamId(text);
+    }
+};
+template <>
+struct SArgument<vorn_camera_base::v1_0::SVornAudValsInDb> {
+    static constexpr const char* Form = "bitRate=value";
+    static vorn_camera_base::v1_0::SVornAudValsInDb read(const std::string& text) {
+        return SArgumentReader::readAudioRecord(text);
+    }
+};
 template <class T>
 struct SArgument<SInOut<T>> {
     static constexpr const char* Form = SArgument<T>::Form;
@@ -160,6 +183,10 @@ inline void AppendOutput(SAnswer& answer, const vorn_camera_base::v1_0::SVornVid
     for (const auto& field : vorn_camera_base::v1_0::VideoFields)
         if (const CString& value = record.*field.value; !value.empty())
             answer.record.emplace_back(field.name, value.str());
+}
+inline void AppendOutput(SAnswer& answer, const vorn_camera_base::v1_0::SVornAudValsInDb& record) {
+    if (!record.bitRate.empty())
+        answer.record.emplace_back(vorn_camera_base::v1_0::AudioBitRateField, record.bitRate.str());
 }
 template <class T>
 void AppendOutput(SAnswer& answer, const SInOut<T>& argument) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <tuple>
 
 namespace corvane::device_handler::v1_0 {
@@ -28,6 +29,11 @@ inline const SVideoCodecName* FindCodecName(VideoCodec codec) {
     return nullptr;
 }
 
+// An audio stream's codec.
+enum class AudioCodec : int { G726 = 0 };
+
+inline constexpr const char* G726Name = "g726";
+
 } // namespace corvane::device_handler::v1_0
 
 namespace corvane::handler_impl {
@@ -44,5 +50,16 @@ struct SVideoStreamId {
 private:
     std::tuple<int, int, int> key() const { return {channel, static_cast<int>(codec), stream}; }
 };
+
+// An audio stream of the recorder.
+struct SAudioStreamId {
+    int stream = 0; // audio input, from 0; also the number of the video input beside which it comes
+    device_handler::v1_0::AudioCodec codec = device_handler::v1_0::AudioCodec::G726;
+};
+
+// "STREAM,CODEC", the codec by number.
+inline std::string StreamIdText(const SAudioStreamId& id) {
+    return std::to_string(id.stream) + "," + std::to_string(static_cast<int>(id.codec));
+}
 
 } // namespace corvane::handler_impl

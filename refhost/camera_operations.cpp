@@ -44,6 +44,7 @@ void RegisterVideoStreams(COperationRegistry& registry, CVornCamera* camera) {
                          return camera->syncVideoCodecProperties(record.value, id);
                      }));
     registry.add("getVideoStreamUrl", camera, &C::getVideoStreamUrl, {"id"});
+    registry.add("isActiveVideoStream", camera, &C::isActiveVideoStream, {"id"});
 }
 
 void RegisterVideoSettings(COperationRegistry& registry, CVornCamera* camera) {
@@ -145,6 +146,58 @@ void RegisterAlarmInputs(COperationRegistry& registry, CVornCamera* camera) {
     registry.add("getEventStreamUrl", camera, &C::getEventStreamUrl, {"input"});
 }
 
+void RegisterAudio(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    registry.add("isAudioSupported", camera, &C::isAudioSupported, {});
+    registry.add("getAudioInputCount", camera, &C::getAudioInputCount, {});
+    registry.add("getAudioInputCodecCount", camera, &C::getAudioInputCodecCount, {"input"});
+    registry.add("getAudioInputCodecId", camera, &C::getAudioInputCodecId, {"input", "index"});
+    registry.add("getAudioInputCodecBitRateRange", camera, &C::getAudioInputCodecBitRateRange,
+                 {"input", "id"});
+    registry.add("getAudioInputCodecQualityRange", camera, &C::getAudioInputCodecQualityRange,
+                 {"input", "id"});
+    registry.add("getAudioInputProperties", camera, &C::getAudioInputProperties, {"input"});
+    registry.add("getAudioCodecBitRateDefault", camera, &C::getAudioCodecBitRateDefault, {"input", "id"});
+    registry.add("setAudioInputCodecBitRate", camera, &C::setAudioInputCodecBitRate,
+                 {"input", "codec", "rate"});
+    registry.add("setAudioInputVolume", camera, &C::setAudioInputVolume, {"input", "volume"});
+    registry.add("getAudioInputVolume", camera, &C::getAudioInputVolume, {"input"});
+    registry.add("readAudioStreamRecord", camera, &C::readAudioStreamRecord, {"id"});
+    registry.add("getAudioStreamUrl", {"values", "id"},
+                 boost::function<CError(SVornAudValsInDb, SAudioStreamId, std::string&)>(
+                     [camera](SVornAudValsInDb values, SAudioStreamId id, std::string& url) {
+                         return camera->getAudioStreamUrl(values, id, url);
+                     }));
+    registry.add("invalidateAudioStream", camera, &C::invalidateAudioStream, {"id"});
+}
+
+void RegisterImageAndLens(COperationRegistry& registry, CVornCamera* camera) {
+    using C = CVornCamera;
+    const struct {
+        const char* name; // behind "set" and "get"
+        CError (C::*set)(int, CString);
+        CError (C::*get)(int, std::vector<CString>&);
+    } Adjustments[] = {
+        {"VpaBrightness", &C::setVpaBrightness, &C::getVpaBrightness},
+        {"VpaSharpness", &C::setVpaSharpness, &C::getVpaSharpness},
+        {"VpaSaturation", &C::setVpaSaturation, &C::getVpaSaturation},
+        {"VpaWhiteBalance", &C::setVpaWhiteBalance, &C::getVpaWhiteBalance},
+        {"VpaBackLightComp", &C::setVpaBackLightComp, &C::getVpaBackLightComp},
+        {"VpaVideoStandard", &C::setVpaVideoStandard, &C::getVpaVideoStandard},
+        {"LensFocus", &C::setLensFocus, &C::getLensFocus},
+        {"LensAutoFocus", &C::setLensAutoFocus, &C::getLensAutoFocus},
+        {"LensWdr", &C::setLensWdr, &C::getLensWdr},
+        {"LensDayNightMode", &C::setLensDayNightMode, &C::getLensDayNightMode},
+        {"LensIris", &C::setLensIris, &C::getLensIris},
+        {"LensAutoIris", &C::setLensAutoIris, &C::getLensAutoIris},
+    };
+    for (const auto& adjustment : Adjustments) {
+        registry.add(std::string("set") + adjustment.name, camera, adjustment.set, {"input", "value"});
+        registry.add(std::string("get") + adjustment.name, camera, adjustment.get, {"input"});
+    }
+    registry.add("getVpaProperties", camera, &C::getVpaProperties, {"input"});
+}
+
 } // namespace
 
 void CVornCamera::registerOperations(COperationRegistry& registry) {
@@ -154,6 +207,8 @@ void CVornCamera::registerOperations(COperationRegistry& registry) {
     RegisterPtzConversions(registry, this);
     RegisterPtz(registry, this);
     RegisterAlarmInputs(registry, this);
+    RegisterAudio(registry, this);
+    RegisterImageAndLens(registry, this);
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

@@ -2,32 +2,26 @@
 
 #include "host/camera.h"
 #include "host/stream_controller.h"
-#include "refhost/address.h"
-#include "refhost/percent_encoding.h"
+#include "refhost/camera_errors.h"
 #include "refhost/rtsp_pipeline.h"
+#include "refhost/stream_location.h"
 
 #include <boost/format.hpp>
 
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::FindCodecName;
-using device_handler::v1_0::Origin;
 using device_handler::v1_0::PropertyValue;
 using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SStreamUrl;
 using device_handler::v1_0::SVideoCodecName;
 using device_handler::v1_0::UrlOfNoCodec;
 using device_handler::v1_0::VideoCodecNames;
-
-CError unknownToBase(const std::string& property) {
-    return {RtnCode::NotSupported, Origin::General, property + " can only be asked of the device"};
-}
-
-CError notOfModel(RtnCode code, const std::string& what) {
-    return {code, Origin::General, "the model has no " + what};
-}
+using refhost::EmptyValue;
+using refhost::IsAbsent;
+using refhost::NotOfModel;
+using refhost::UnknownToBase;
 
 std::string codecText(VideoCodec codec) {
     const SVideoCodecName* name = FindCodecName(codec);
@@ -46,7 +40,7 @@ CError configuredDefault(const std::map<std::string, std::string>& defaults, Vid
                          const char* property, std::string& value) {
     const std::string* configured = find(defaults, codec);
     if (!configured)
-        return unknownToBase(property);
+        return UnknownToBase(property);
     value = *configured;
     return CError::Success();
 }
@@ -64,31 +58,6 @@ const SStreamUrl* findUrl(const SModelInfo& model, const SVideoStreamId& id) {
         return nullptr;
     const auto ofInput = variants->second.find(id.channel);
     return ofInput == variants->second.end() ? &variants->second.begin()->second : &ofInput->second;
-}
-
-// The address without the port of its web server.
-std::string hostOf(const std::string& address) {
-    const auto parts = refhost::ParseAddress(address);
-    return parts ? parts->host : address;
-}
-
-std::string locationOf(const SStreamUrl& url, const std::string& address, const std::string& credentials) {
-    std::string location = url.scheme + "://" + credentials + hostOf(address);
-    if (!url.port.empty())
-        location += ":" + url.port;
-    if (url.path.empty() || url.path.front() != '/')
-        location += "/";
-    location += url.path;
-    char separator = '?';
-    for (const auto& [name, value] : url.parameters) {
-        location += separator + name + "=" + value;
-        separator = '&';
-    }
-    return location;
-}
-
-bool isAbsent(const CError& error) {
-    return error.getCode() == static_cast<int>(RtnCode::NotSet);
 }
 
 std::string recordKey(const SVideoStreamId& id, const char* property) {
@@ -115,20 +84,20 @@ CError CVornCamera::getVideoCodecId(int, int index, CString& id) {
             id = PropertyValue(static_cast<int>(row.codec));
             return CError::Success();
         }
-    return notOfModel(RtnCode::OutOfRange, "codec of that index");
+    return NotOfModel(RtnCode::OutOfRange, "codec of that index");
 }
 
 CError CVornCamera::getVideoCodecMaxStreams(int, VideoCodec codec, CString& max) {
     const int* streams = find(model().codecStreams, codec);
     if (!streams)
-        return notOfModel(RtnCode::NotSupported, codecText(codec) + " streams");
+        return NotOfModel(RtnCode::NotSupported, codecText(codec) + " streams");
     max = PropertyValue(*streams);
     return CError::Success();
 }
 
 CError CVornCamera::getCameraMaxStreams(int, CString& max) {
     if (!model().cameraStreams)
-        return notOfModel(RtnCode::NotSupported, "number of camera streams");
+        return NotOfModel(RtnCode::NotSupported, "number of camera streams");
     max = PropertyValue(*model().cameraStreams);
     return CError::Success();
 }
@@ -144,34 +113,34 @@ int CVornCamera::findAssociatedStream(SVideoStreamId id) {
 
 CError CVornCamera::getVideoCodecResolutionRange(int, int, VideoCodec, std::vector<CString>&,
                                                  CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the resolution range");
+    return UnknownToBase("the resolution range");
 }
 CError CVornCamera::getVideoCodecBitRateRange(int, int, VideoCodec, std::vector<CString>&,
                                               CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the bit-rate range");
+    return UnknownToBase("the bit-rate range");
 }
 CError CVornCamera::getVideoCodecQualityRange(int, int, VideoCodec, std::vector<CString>&,
                                               CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the quality range");
+    return UnknownToBase("the quality range");
 }
 CError CVornCamera::getVideoCodecFrameRateRange(int, int, VideoCodec, std::vector<CString>&,
                                                 CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the frame-rate range");
+    return UnknownToBase("the frame-rate range");
 }
 CError CVornCamera::getVideoCodecKeyFrameIntervalRange(int, int, VideoCodec, std::vector<CString>&,
                                                        CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the key-frame interval range");
+    return UnknownToBase("the key-frame interval range");
 }
 CError CVornCamera::getVideoCodecBitRateControlRange(int, int, VideoCodec, std::vector<CString>&,
                                                      CVAPI_VALUE_TYPE&) {
-    return unknownToBase("the bit-rate control range");
+    return UnknownToBase("the bit-rate control range");
 }
 CError CVornCamera::getVideoCodecResolutionList(int, VideoCodec, std::vector<CString>&) {
-    return unknownToBase("the list of resolutions");
+    return UnknownToBase("the list of resolutions");
 }
 
 CError CVornCamera::getVideoCodecResolutionDefault(int, int, VideoCodec, std::string&) {
-    return unknownToBase("the default resolution");
+    return UnknownToBase("the default resolution");
 }
 CError CVornCamera::getVideoCodecBitRateDefault(int, int, VideoCodec codec, std::string& value) {
     return configuredDefault(model().defaultBitRate, codec, "the default bit rate", value);
@@ -180,23 +149,29 @@ CError CVornCamera::getVideoCodecQualityDefault(int, int, VideoCodec codec, std:
     return configuredDefault(model().defaultQuality, codec, "the default quality", value);
 }
 CError CVornCamera::getVideoCodecFrameRateDefault(int, int, VideoCodec, std::string&) {
-    return unknownToBase("the default frame rate");
+    return UnknownToBase("the default frame rate");
 }
 CError CVornCamera::getVideoCodecKeyFrameIntervalDefault(int, int, VideoCodec, std::string&) {
-    return unknownToBase("the default key-frame interval");
+    return UnknownToBase("the default key-frame interval");
 }
 CError CVornCamera::getVideoCodecBitRateControlDefault(int, int, VideoCodec, std::string&) {
-    return unknownToBase("the default bit-rate control");
+    return UnknownToBase("the default bit-rate control");
+}
+
+CError CVornCamera::checkVideoInput(int input) const {
+    if (input < 0 || input >= model().videoInputs)
+        return NotOfModel(RtnCode::OutOfRange, "video input " + std::to_string(input));
+    return CError::Success();
 }
 
 CError CVornCamera::checkVideoStream(const SVideoStreamId& id) const {
-    if (id.channel < 0 || id.channel >= model().videoInputs)
-        return notOfModel(RtnCode::OutOfRange, "video input " + std::to_string(id.channel));
+    if (CError error = checkVideoInput(id.channel))
+        return error;
     const int* streams = find(model().codecStreams, id.codec);
     if (!streams)
-        return notOfModel(RtnCode::NotSupported, codecText(id.codec) + " streams");
+        return NotOfModel(RtnCode::NotSupported, codecText(id.codec) + " streams");
     if (id.stream < 0 || id.stream >= *streams)
-        return notOfModel(RtnCode::OutOfRange, codecText(id.codec) + " stream " + std::to_string(id.stream));
+        return NotOfModel(RtnCode::OutOfRange, codecText(id.codec) + " stream " + std::to_string(id.stream));
     return CError::Success();
 }
 
@@ -205,7 +180,7 @@ CError CVornCamera::readVideoProperty(const SVideoStreamId& id, const char* prop
     if (CError error = checkVideoStream(id))
         return error;
     if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
-        !isAbsent(error))
+        !IsAbsent(error))
         return error;
     std::string byDefault;
     if (CError error = (this->*defaultOf)(id.channel, id.stream, id.codec, byDefault))
@@ -218,7 +193,7 @@ CError CVornCamera::writeVideoProperty(const SVideoStreamId& id, const char* pro
     if (CError error = checkVideoStream(id))
         return error;
     if (value.empty())
-        return {RtnCode::OutOfRange, Origin::General, "an empty text is no value"};
+        return EmptyValue();
     return writeToInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
 }
 
@@ -273,7 +248,7 @@ CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& r
     for (const SVideoField& field : VideoFields)
         if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
                                            kept.*field.value);
-            error && !isAbsent(error))
+            error && !IsAbsent(error))
             return error;
     record = kept;
     return CError::Success();
@@ -288,28 +263,39 @@ CError CVornCamera::writeVideoStreamRecord(SVideoStreamId id, const SVornVidVals
 }
 
 CError CVornCamera::syncVideoCodecProperties(SVornVidValsInDb&, SVideoStreamId) {
-    return unknownToBase("synchronisation");
+    return UnknownToBase("synchronisation");
 }
 
 CError CVornCamera::getVideoStreamUrl(SVideoStreamId id, std::string& url) {
     const SStreamUrl* location = findUrl(model(), id);
     if (!location)
-        return notOfModel(RtnCode::NotSupported, "location for this stream");
-    const CAuthentication authentication = deviceContext_->getAuthentication();
-    url = locationOf(*location, address_,
-                     authentication.isSet() ? refhost::PercentEncoded(authentication.getUsername()) + ":" +
-                                                  refhost::PercentEncoded(authentication.getPassword()) + "@"
-                                            : std::string());
+        return NotOfModel(RtnCode::NotSupported, "location for this stream");
+    url = refhost::StreamLocationWithCredentials(*location, address_, deviceContext_->getAuthentication());
     return CError::Success();
 }
 
 CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SVideoStreamId id) {
     const SStreamUrl* location = findUrl(model(), id);
     if (!location)
-        return notOfModel(RtnCode::NotSupported, "location for this stream");
+        return NotOfModel(RtnCode::NotSupported, "location for this stream");
     // The credentials are handed over beside the location, so that no message about it can tell them.
-    return refhost::CreateRtspPipeline(locationOf(*location, address_, std::string()), id.codec,
-                                       deviceContext_->getAuthentication(), controller);
+    return refhost::CreateRtspPipeline(refhost::StreamLocation(*location, address_), id.codec,
+                                       deviceContext_->getAuthentication(), useOf(id), controller);
+}
+
+std::shared_ptr<const void> CVornCamera::useOf(const SVideoStreamId& id) {
+    const std::lock_guard<std::mutex> lock(usesMutex_);
+    std::weak_ptr<const void>& kept = uses_[id];
+    std::shared_ptr<const void> use = kept.lock();
+    if (!use)
+        kept = use = std::make_shared<int>();
+    return use;
+}
+
+bool CVornCamera::isActiveVideoStream(SVideoStreamId id) {
+    const std::lock_guard<std::mutex> lock(usesMutex_);
+    const auto found = uses_.find(id);
+    return found != uses_.end() && !found->second.expired();
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

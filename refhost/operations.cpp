@@ -8,7 +8,9 @@
 namespace corvane::device_handler::v1_0 {
 namespace {
 
+using vorn_camera_base::v1_0::AudioBitRateField;
 using vorn_camera_base::v1_0::SVideoField;
+using vorn_camera_base::v1_0::SVornAudValsInDb;
 using vorn_camera_base::v1_0::SVornVidValsInDb;
 using vorn_camera_base::v1_0::VideoFields;
 
@@ -30,6 +32,14 @@ T requireNumber(const std::string& text) {
                           std::to_string(std::numeric_limits<T>::max()));
 }
 
+// The two texts around the first comma.
+COptional<std::pair<std::string, std::string>> splitAtComma(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos)
+        return {};
+    return std::make_pair(text.substr(0, comma), text.substr(comma + 1));
+}
+
 // By a number any codec can be meant: devices are asked about codecs that nobody understands, too.
 COptional<VideoCodec> findCodec(const std::string& text) {
     for (const SVideoCodecName& row : VideoCodecNames)
@@ -45,6 +55,15 @@ std::string codecForms() {
     for (const SVideoCodecName& row : VideoCodecNames)
         forms += std::string(&row == std::end(VideoCodecNames) - 1 ? " or " : ", ") + row.name;
     return forms;
+}
+
+// Audio that comes beside a video stream may be named by the video's codec.
+COptional<AudioCodec> findAudioCodec(const std::string& text) {
+    if (text == G726Name)
+        return AudioCodec::G726;
+    if (const COptional<VideoCodec> codec = findCodec(text))
+        return static_cast<AudioCodec>(*codec);
+    return {};
 }
 
 std::string recordForm() {
@@ -117,6 +136,33 @@ SVornVidValsInDb SArgumentReader::readVideoRecord(const std::string& text) {
         record.*(field->value) = text.substr(equals + 1, end - equals - 1);
         start = end + 1;
     }
+    return record;
+}
+
+AudioCodec SArgumentReader::readAudioCodec(const std::string& text) {
+    if (const COptional<AudioCodec> codec = findAudioCodec(text))
+        return *codec;
+    throw COperationError(codecForms() + " or " + G726Name);
+}
+
+handler_impl::SAudioStreamId SArgumentReader::readAudioStreamId(const std::string& text) {
+    if (const auto parts = splitAtComma(text)) {
+        const COptional<int> stream = readNumber<int>(parts->first);
+        const COptional<AudioCodec> codec = findAudioCodec(parts->second);
+        if (stream && codec)
+            return {*stream, *codec};
+    }
+    throw COperationError("STREAM,CODEC: a number, and " + codecForms() + " or " + G726Name);
+}
+
+SVornAudValsInDb SArgumentReader::readAudioRecord(const std::string& text) {
+    const std::string prefix = std::string(AudioBitRateField) + "=";
+    SVornAudValsInDb record;
+    if (text.empty())
+        return record;
+    if (text.compare(0, prefix.size(), prefix) != 0 || text.find(';') != std::string::npos)
+        throw COperationError(prefix + "VALUE");
+    record.bitRate = text.substr(prefix.size());
     return record;
 }
 

@@ -7,6 +7,7 @@
 #include <gio/gio.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -30,49 +31,62 @@ constexpr guint16 RtspPort = 554;
 constexpr unsigned Unauthorized = 401;
 constexpr int JpegPayload = 26;
 
-struct SCodecChain {
-    VideoCodec codec;
-    const char* encoding; // in a stream's description
+struct SMediaChain {
+    const char* media;    // in a stream's description
+    const char* encoding; // likewise; with a "-" at its end the beginning of it
     const char* name;
     const char* elements; // from RTP packets to whole frames
+
+    bool isOf(const std::string& other) const {
+        const std::size_t length = std::strlen(encoding);
+        return other == encoding || (encoding[length - 1] == '-' && other.compare(0, length, encoding) == 0);
+    }
+};
+
+struct SCodecChain {
+    VideoCodec codec;
+    SMediaChain chain;
 };
 
 // MPEG-4's frames do not tell their rate; the description of the stream does. H.264's parameter sets go
 // before each key frame, so that a recording can begin at any of them.
 constexpr SCodecChain CodecChains[] = {
-    {VideoCodec::Mjpeg, "JPEG", "MJPEG", "rtpjpegdepay ! jpegparse"},
-    {VideoCodec::Mpeg4, "MP4V-ES", "MPEG-4", "rtpmp4vdepay ! capssetter name=rate ! mpeg4videoparse"},
-    {VideoCodec::H264, "H264", "H.264", "rtph264depay ! h264parse config-interval=-1"},
+    {VideoCodec::Mjpeg, {"video", "JPEG", "MJPEG", "rtpjpegdepay ! jpegparse"}},
+    {VideoCodec::Mpeg4,
+     {"video", "MP4V-ES", "MPEG-4", "rtpmp4vdepay ! capssetter name=rate ! mpeg4videoparse"}},
+    {VideoCodec::H264, {"video", "H264", "H.264", "rtph264depay ! h264parse config-interval=-1"}},
 };
 
-const SCodecChain* findChain(VideoCodec codec) {
+constexpr SMediaChain AudioChain = {"audio", "G726-", "G.726", "rtpg726depay"}; // "G726-32" and the like
+
+const SMediaChain* findChain(VideoCodec codec) {
     const auto* const found =
         std::find_if(std::begin(CodecChains), std::end(CodecChains),
                      [codec](const SCodecChain& chain) { return chain.codec == codec; });
-    return found == std::end(CodecChains) ? nullptr : found;
+    return found == std::end(CodecChains) ? nullptr : &found->chain;
 }
 
 // The encoding's usual name, or the encoding as the camera gives it.
 std::string encodingName(const std::string& encoding) {
-    for (const SCodecChain& chain : CodecChains)
-        if (encoding == chain.encoding)
-            return chain.name;
+    for (const SCodecChain& row : CodecChains)
+        if (row.chain.isOf(encoding))
+            return row.chain.name;
     return encoding;
 }
 
-// What the camera's description offers, and which of it is taken: the first video of the wanted encoding.
+// What the camera's description offers, and which of it is taken: the first of the wanted encoding.
 class COffer {
 public:
-    explicit COffer(const SCodecChain& wanted) : wanted_(wanted) {}
+    explicit COffer(const SMediaChain& wanted) : wanted_(wanted) {}
 
     bool takes(guint number, const GstStructure* media) {
-        const std::string kind = textOf(media, "media");
+        const bool isOfKind = textOf(media, "media") == wanted_.media;
         const std::string encoding = encodingOf(media);
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (kind == "video" && encoding == wanted_.encoding && taken_ < 0)
+        if (isOfKind && wanted_.isOf(encoding) && taken_ < 0)
             taken_ = static_cast<int>(number);
-        else if (kind == "video" && encoding != wanted_.encoding)
-            otherVideo_ = encoding;
+        else if (isOfKind && !wanted_.isOf(encoding))
+            otherEncoding_ = encoding;
         return taken_ == static_cast<int>(number);
     }
 
@@ -81,9 +95,9 @@ public:
         const std::lock_guard<std::mutex> lock(mutex_);
         if (taken_ >= 0)
             return {};
-        if (otherVideo_.empty())
-            return rtsp_failure::NoVideo;
-        return std::string(rtsp_failure::WrongCodec) + ": the camera sends " + encodingName(otherVideo_) +
+        if (otherEncoding_.empty())
+            return &wanted_ == &AudioChain ? rtsp_failure::NoAudio : rtsp_failure::NoVideo;
+        return std::string(rtsp_failure::WrongCodec) + ": the camera sends " + encodingName(otherEncoding_) +
                " where " + wanted_.name + " was asked for";
     }
 
@@ -100,10 +114,10 @@ private:
         return text ? text : "";
     }
 
-    const SCodecChain& wanted_;
+    const SMediaChain& wanted_;
     mutable std::mutex mutex_; // guards what follows
     int taken_ = -1;
-    std::string otherVideo_;
+    std::string otherEncoding_;
 };
 
 // GStreamer says only that there is no connection. Another attempt tells why: refused, no such host, no
@@ -159,30 +173,57 @@ struct SPostedError {
     bool tells(const char* what) const { return detail.find(what) != std::string::npos; }
 };
 
+// One stream on its way into the pipeline, which owns both elements.
+struct SReception {
+    std::string url;
+    std::shared_ptr<COffer> offer;
+    GstElement* source = nullptr;
+    GstElement* chain = nullptr;
+
+    bool holds(GstObject* element) const {
+        return gst_object_has_as_ancestor(element, GST_OBJECT(source)) ||
+               gst_object_has_as_ancestor(element, GST_OBJECT(chain));
+    }
+};
+
 class CRtspStreamController : public vorn_stream_controller::v1_0::CSimpleStreamController {
 public:
-    CRtspStreamController(GstElement* pipeline, GstBus* bus, GstPad* pad, std::string url,
-                          std::shared_ptr<const COffer> offer)
-        : CSimpleStreamController(pipeline, bus, pad), url_(std::move(url)), offer_(std::move(offer)) {}
+    CRtspStreamController(GstElement* pipeline, GstBus* bus, GstPad* pad, SReception video,
+                          std::shared_ptr<const void> use)
+        : CSimpleStreamController(pipeline, bus, pad), video_(std::move(video)), use_(std::move(use)) {}
     ~CRtspStreamController() override {
         CRtspStreamController::stop();
         g_object_unref(cancellable_);
     }
 
+    // Before the start.
+    void setAudio(SReception audio) { audio_ = std::move(audio); }
+
 protected:
     CError describeFailure(GstMessage* message) override {
+        if (!audio_.source || !audio_.holds(GST_MESSAGE_SRC(message)))
+            return describeFailure(message, video_);
+        const CError error = describeFailure(message, audio_);
+        return {static_cast<RtnCode>(error.getCode()), static_cast<Origin>(error.getOrigin()),
+                rtsp_failure::OfAudio + error.getText()};
+    }
+
+    void stopping() override { g_cancellable_cancel(cancellable_); }
+
+private:
+    CError describeFailure(GstMessage* message, const SReception& reception) {
         const SPostedError error(message);
         if (error.status != 0)
             return {error.status == Unauthorized ? RtnCode::AuthenticationFailed : RtnCode::OperationFailed,
                     Origin::Device,
                     rtsp_failure::Status + std::to_string(error.status) + " " + error.statusReason};
         if (!error.ofResource) {
-            const std::string refusal = offer_->refusal();
+            const std::string refusal = reception.offer->refusal();
             return refusal.empty() ? CSimpleStreamController::describeFailure(message)
                                    : CError(RtnCode::NotSupported, Origin::Device, refusal);
         }
         if (error.tells("Failed to connect"))
-            return notAccessible(explainFailedConnection(url_, cancellable_));
+            return notAccessible(explainFailedConnection(reception.url, cancellable_));
         if (error.tells("Timeout"))
             return notAccessible(rtsp_failure::TimedOut);
         if (error.tells("closed the connection") || error.tells("End-of-file"))
@@ -190,15 +231,13 @@ protected:
         return {RtnCode::OperationFailed, Origin::Device, error.text};
     }
 
-    void stopping() override { g_cancellable_cancel(cancellable_); }
-
-private:
     static CError notAccessible(const std::string& reason) {
         return {RtnCode::NotAccessible, Origin::Device, reason};
     }
 
-    const std::string url_;
-    const std::shared_ptr<const COffer> offer_;
+    const SReception video_;
+    SReception audio_; // without elements when the stream has none
+    const std::shared_ptr<const void> use_;
     GCancellable* const cancellable_ = g_cancellable_new();
 };
 
@@ -256,7 +295,7 @@ CError notInstalled(const std::string& what) {
 }
 
 // Makes the chain from packets to frames, a bin with the pads "sink" and "src".
-CError makeChain(const SCodecChain& wanted, CGstRef<GstElement>& chain) {
+CError makeChain(const SMediaChain& wanted, CGstRef<GstElement>& chain) {
     GError* error = nullptr;
     GstElement* const made = gst_parse_bin_from_description(wanted.elements, TRUE, &error);
     if (made)
@@ -268,37 +307,61 @@ CError makeChain(const SCodecChain& wanted, CGstRef<GstElement>& chain) {
     return failure;
 }
 
-} // namespace
-
-CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthentication& credentials,
-                          IStreamController*& controller) {
-    const SCodecChain* const wanted = findChain(codec);
-    if (!wanted)
-        return {RtnCode::NotSupported, Origin::General,
-                "no pipeline for codec " + std::to_string(static_cast<int>(codec))};
-    vorn_gst::v1_0::CGstContext::Get();
+// Adds what receives a stream to `bin`, with a pad of that name where its frames come out.
+CError addReception(GstBin* bin, const SMediaChain& wanted, const std::string& url,
+                    const CAuthentication& credentials, const char* padName, SReception& reception) {
     CGstRef<GstElement> chain;
-    if (CError error = makeChain(*wanted, chain))
+    if (CError error = makeChain(wanted, chain))
         return error;
     GstElement* const source = gst_element_factory_make("rtspsrc", nullptr);
     if (!source)
         return notInstalled("rtspsrc");
     configureSource(source, url, credentials);
+    gst_bin_add_many(bin, source, chain.get(), nullptr);
+    const CGstRef<GstPad> frames(gst_element_get_static_pad(chain.get(), "src"));
+    gst_element_add_pad(GST_ELEMENT(bin), gst_ghost_pad_new(padName, frames.get()));
+    reception = {url, std::make_shared<COffer>(wanted), source, chain.get()};
+    g_signal_connect_data(source, "select-stream", G_CALLBACK(selectStream),
+                          new std::shared_ptr<COffer>(reception.offer), deleteOffer, GConnectFlags(0));
+    g_signal_connect(source, "pad-added", G_CALLBACK(linkToChain), chain.get());
+    return CError::Success();
+}
 
+} // namespace
+
+CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthentication& credentials,
+                          std::shared_ptr<const void> use, IStreamController*& controller) {
+    const SMediaChain* const wanted = findChain(codec);
+    if (!wanted)
+        return {RtnCode::NotSupported, Origin::General,
+                "no pipeline for codec " + std::to_string(static_cast<int>(codec))};
+    vorn_gst::v1_0::CGstContext::Get();
     const CGstRef<GstElement> pipeline(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
     GstElement* const bin = gst_bin_new("srcbin");
     gst_bin_add(GST_BIN(pipeline.get()), bin);
-    gst_bin_add_many(GST_BIN(bin), source, chain.get(), nullptr);
-    const CGstRef<GstPad> frames(gst_element_get_static_pad(chain.get(), "src"));
-    GstPad* const pad = gst_ghost_pad_new("src", frames.get());
-    gst_element_add_pad(bin, pad);
-
-    const auto offer = std::make_shared<COffer>(*wanted);
-    g_signal_connect_data(source, "select-stream", G_CALLBACK(selectStream),
-                          new std::shared_ptr<COffer>(offer), deleteOffer, GConnectFlags(0));
-    g_signal_connect(source, "pad-added", G_CALLBACK(linkToChain), chain.get());
+    SReception video;
+    if (CError error = addReception(GST_BIN(bin), *wanted, url, credentials, "src", video))
+        return error;
+    const CGstRef<GstPad> pad(gst_element_get_static_pad(bin, "src"));
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    controller = new CRtspStreamController(pipeline.get(), bus.get(), pad, url, offer);
+    controller =
+        new CRtspStreamController(pipeline.get(), bus.get(), pad.get(), std::move(video), std::move(use));
+    return CError::Success();
+}
+
+CError AddRtspAudio(IStreamController& controller, const std::string& url, const CAuthentication& credentials,
+                    GstPad*& pad) {
+    auto* const stream = dynamic_cast<CRtspStreamController*>(&controller);
+    if (!stream)
+        return {RtnCode::NotSupported, Origin::General,
+                "audio goes into the pipeline of an RTSP stream only"};
+    const CGstRef<GstElement> bin(gst_pad_get_parent_element(stream->getSourcePad()));
+    SReception audio;
+    if (CError error = addReception(GST_BIN(bin.get()), AudioChain, url, credentials, "audio", audio))
+        return error;
+    stream->setAudio(std::move(audio));
+    const CGstRef<GstPad> made(gst_element_get_static_pad(bin.get(), "audio"));
+    pad = made.get(); // the bin holds it
     return CError::Success();
 }
 

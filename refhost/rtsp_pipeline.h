@@ -5,6 +5,7 @@
 #include "host/stream_controller.h"
 #include "host/stream_id.h"
 
+#include <memory>
 #include <string>
 
 namespace corvane::refhost {
@@ -19,12 +20,16 @@ inline constexpr const char* TimedOut = "timed out";
 inline constexpr const char* Closed = "connection closed";
 inline constexpr const char* WrongCodec = "wrong codec";
 inline constexpr const char* NoVideo = "no video in the stream";
+inline constexpr const char* NoAudio = "no audio in the stream";
+// Before one of these where it is the audio's failure.
+inline const std::string OfAudio = "audio: ";
 } // namespace rtsp_failure
 
 // Builds the pipeline that receives a video stream over RTSP, interleaved in its TCP connection; nothing is
 // sent before the start. Whole frames come out of the source pad, in the camera's encoding.
 //
-// `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set. The
+// `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set.
+// `use` lives as long as the controller, which tells others that the stream is taken; it may be empty. The
 // caller owns `controller`, which is left unchanged on failure: (NotSupported, General) for a codec that
 // nobody understands, (OperationFailed, General) when an element of GStreamer is not installed.
 //
@@ -35,6 +40,16 @@ inline constexpr const char* NoVideo = "no video in the stream";
 device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
                                                 device_handler::v1_0::VideoCodec codec,
                                                 const device_handler::v1_0::CAuthentication& credentials,
+                                                std::shared_ptr<const void> use,
                                                 device_handler::v1_0::IStreamController*& controller);
+
+// Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
+// comes out of `pad`, which lives as long as the controller; the caller links it. Arguments and failures are
+// those of CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
+// rtsp_failure::OfAudio.
+device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
+                                          const std::string& url,
+                                          const device_handler::v1_0::CAuthentication& credentials,
+                                          GstPad*& pad);
 
 } // namespace corvane::refhost

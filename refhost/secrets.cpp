@@ -58,10 +58,15 @@ bool standsBehindPasswordName(const std::string& line, std::size_t at) {
     });
 }
 
+// Where a location has its password, whatever characters that is made of.
+bool standsInLocation(const std::string& line, std::size_t at, std::size_t end) {
+    return at > 0 && line[at - 1] == ':' && end < line.size() && line[end] == '@';
+}
+
 bool givesSecretAway(const std::string& line, std::size_t at, const std::string& secret) {
-    if (!isCommonplace(secret))
-        return true;
     const std::size_t end = at + secret.size();
+    if (!isCommonplace(secret) || standsInLocation(line, at, end))
+        return true;
     return (end == line.size() || !isWordCharacter(line[end])) && standsBehindPasswordName(line, at);
 }
 
@@ -117,12 +122,15 @@ void AddSecret(const std::string& secret) {
 
 std::string MaskSecrets(const std::string& line) {
     std::string masked = line;
+    // The known ones before the rest: one that is masked in part is not found any more.
+    SSecrets& known = secrets();
+    {
+        const std::shared_lock<std::shared_mutex> lock(known.mutex);
+        for (const std::string& secret : known.texts)
+            maskSecret(masked, secret);
+    }
     maskUserInformation(masked);
     maskAuthorization(masked);
-    SSecrets& known = secrets();
-    const std::shared_lock<std::shared_mutex> lock(known.mutex);
-    for (const std::string& secret : known.texts)
-        maskSecret(masked, secret);
     return masked;
 }
 

@@ -1,16 +1,10 @@
 // The camera's PTZ operations, by name: the requests that each sends, and what it answers.
 
-#include "camera/panasonic_camera.h"
-
-#include "host/operations.h"
-#include "tests/plugin/fake_host.h"
-#include "tests/plugin/stub_camera.h"
+#include "tests/plugin/camera_bench.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
-#include <optional>
 
 namespace corvane::panasonic_camera {
 namespace {
@@ -19,63 +13,27 @@ using namespace test_support;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Ptz : public testing::Test {
+std::vector<SModelInfo> Models() {
+    SModelInfo model;
+    model.number = "D1";
+    model.ptz =
+        SPtzModel{{0, 359}, {0, 90}, {7, 7}, 180, 45, 7, {1, 64}, {-3, 64}, {0, 8}, {1, 8}, 1, 10, "6"};
+    SModelInfo fine = model;
+    fine.number = "D2";
+    fine.ptz->panSpeed = {1, 256};
+    SModelInfo fixed;
+    fixed.number = "F1";
+    return {model, fine, fixed};
+}
+
+class Ptz : public CCameraBench {
 protected:
-    Ptz() {
-        SModelInfo model;
-        model.number = "D1";
-        model.ptz =
-            SPtzModel{{0, 359}, {0, 90}, {7, 7}, 180, 45, 7, {1, 64}, {-3, 64}, {0, 8}, {1, 8}, 1, 10, "6"};
-        SModelInfo fine = model;
-        fine.number = "D2";
-        fine.ptz->panSpeed = {1, 256};
-        SModelInfo fixed;
-        fixed.number = "F1";
-        models = boost::make_shared<CVornModelList>(
-            Request("/test", "NAME="), std::vector<SFamily>(), std::map<std::string, SQueryDevice>(),
-            CVornModelList::ModelMap{{"D1", model}, {"D2", fine}, {"F1", fixed}});
-        stub.reply("/test", HttpOk("NAME=PX-D1\r\n"));
-        stub.reply("/cgi-bin/get_capability", HttpOk("x"));
-        stub.reply("/cgi-bin/setdata",
-                   [this](std::size_t) { return HttpOk("\r\nPATROLNO,\"" + patrolMode + "\"\r\n"); });
+    Ptz() : CCameraBench(Models()) {
         for (const char* name : {"absctrl", "camctrl", "directctrl", "camposiset", "set_patrol"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
         stub.reply("/cgi-bin/absget", HttpOk("\r\nPAN=179\r\nTILT=x\r\nZOOM=9\r\n"));
         bringUp("D1");
     }
-    void bringUp(const char* number, const std::string& withPatrolMode = "") {
-        camera.reset(); // nobody asks for the settings while they change
-        patrolMode = withPatrolMode;
-        boost::shared_ptr<IDeviceContext> context = device;
-        camera.emplace(context, stub.address().c_str(), models, number);
-        EXPECT_TRUE(camera->customInitialize());
-        registry.emplace();
-        camera->registerOperations(*registry);
-        camera->GetImageMode(); // after the first dump
-    }
-    // Everything that one call sends, without the dumps that follow it.
-    std::vector<std::string> requests(const char* operation, const std::vector<std::string>& arguments) {
-        const std::size_t before = stub.requests().size();
-        registry->call(operation, arguments, [this](const SAnswer& given) { answer = given; });
-        std::vector<std::string> targets;
-        const std::vector<SStubRequest> all = stub.requests();
-        for (std::size_t i = before; i < all.size(); ++i)
-            if (all[i].target != "/cgi-bin/setdata")
-                targets.push_back(all[i].target.substr(9));
-        return targets;
-    }
-    std::string told() const {
-        return std::to_string(answer.error->getCode()) + " " + std::to_string(answer.error->getOrigin()) +
-               " " + answer.error->getText();
-    }
-
-    std::string patrolMode;
-    CStubCamera stub;
-    boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
-    boost::shared_ptr<CVornModelList> models;
-    std::optional<CPanasonicCamera> camera;
-    std::optional<COperationRegistry> registry;
-    SAnswer answer;
 };
 
 TEST_F(Ptz, Conversions) {
@@ -129,48 +87,48 @@ TEST_F(Ptz, EachOperationSendsItsRequests) {
         {"selectPtzPattern", {"0", "1"}, {"set_patrol?play=11"}},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(requests(c.operation, c.arguments), c.requests) << c.operation;
+        EXPECT_EQ(call(c.operation, c.arguments), c.requests) << c.operation;
         EXPECT_EQ(told(), "1 0 ");
     }
     bringUp("D2"); // the form of zoom goes with pan's, tilt's is its own
-    EXPECT_THAT(requests("setContinuousPtz", {"0", "-100", "1", "1"}),
+    EXPECT_THAT(call("setContinuousPtz", {"0", "-100", "1", "1"}),
                 ElementsAre("directctrl?rpan=-256&tilt=-1&rzoom=1&ch=1"));
 }
 
 TEST_F(Ptz, WhatCannotBeReadIsSentNowhere) {
     for (const char* operation : {"setPtzPanPos", "setPtzTiltPos", "setPtzZoomPos", "setPtzPosition"})
         for (const char* text : {"", "x", "5x", "99999999999", "tilt=", "pan=&tilt=&zoom=", "pan=5&tilt=x"}) {
-            EXPECT_THAT(requests(operation, {"0", text}), IsEmpty()) << operation << " " << text;
+            EXPECT_THAT(call(operation, {"0", text}), IsEmpty()) << operation << " " << text;
             EXPECT_EQ(told(), "15 3 PtzPosition out of range");
         }
     for (const char* operation : {"clearPtzPatternRecord", "cancelPtzPatternRecord"}) {
-        EXPECT_THAT(requests(operation, {"0", "1"}), IsEmpty());
+        EXPECT_THAT(call(operation, {"0", "1"}), IsEmpty());
         EXPECT_EQ(told(), "3 0 Not supported feature");
     }
 }
 
 TEST_F(Ptz, PositionsAreRead) {
-    EXPECT_THAT(requests("getPtzPanPos", {"0"}), ElementsAre("absget?page=12345&PAN="));
+    EXPECT_THAT(call("getPtzPanPos", {"0"}), ElementsAre("absget?page=12345&PAN="));
     EXPECT_THAT(answer.values, ElementsAre("4986", "5013", "0", "10000", "1"));
-    EXPECT_THAT(requests("getPtzPosition", {"0"}), ElementsAre("absget?page=12345&PAN=&TILT=&ZOOM="));
+    EXPECT_THAT(call("getPtzPosition", {"0"}), ElementsAre("absget?page=12345&PAN=&TILT=&ZOOM="));
     EXPECT_THAT(answer.values, ElementsAre("pan=4986&tilt=0&zoom=0&iris=0&focus=0",
                                            "pan=5013&tilt=5000&zoom=0&iris=0&focus=0", "0", "10000", "1"));
     stub.reply("/cgi-bin/absget", HttpReply(500, "x"));
-    requests("getPtzZoomPos", {"0"});
+    call("getPtzZoomPos", {"0"});
     EXPECT_NE(answer.error->getCode(), 1);
 }
 
 TEST_F(Ptz, PatternsAndProperties) {
     for (const auto& [mode, patterns] :
          std::map<std::string, std::string>{{"1", "1"}, {"2", "2"}, {"3", "4"}, {"4", "6"}, {"", "6"}}) {
-        bringUp("D1", mode);
-        requests("getPtzPatternCount", {"0"});
+        bringUp("D1", {{"PATROLNO", mode}});
+        call("getPtzPatternCount", {"0"});
         EXPECT_THAT(answer.values, ElementsAre(patterns)) << mode;
     }
-    requests("getPtzProperties", {"0"});
+    call("getPtzProperties", {"0"});
     EXPECT_THAT(answer.values, ElementsAre("PtzEnabled"));
     bringUp("F1");
-    requests("getPtzProperties", {"0"});
+    call("getPtzProperties", {"0"});
     EXPECT_EQ(answer.error->getCode(), 3);
 }
 

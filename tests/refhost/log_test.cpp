@@ -59,7 +59,7 @@ TEST(Secrets, InUrlsAndAuthorizationLinesNeedNotBeKnown) {
 }
 
 TEST(Secrets, ThatTurnUpByChanceAreMaskedBehindThePasswordsNameOnly) {
-    for (const char* secret : {"", "1", "ab", "12345"})
+    for (const char* secret : {"", "1", "ab", "12345", "a/b", "l@ng/:pw"})
         AddSecret(secret);
     const struct {
         const char* line;
@@ -69,6 +69,8 @@ TEST(Secrets, ThatTurnUpByChanceAreMaskedBehindThePasswordsNameOnly) {
         {"password 12345", "password ***"},
         {"PASS=1&x=1", "PASS=***&x=1"},
         {"passwd: \"ab\", pwd=abc", "passwd: \"***\", pwd=abc"},
+        {"URL[rtsp://u:a/b@h/x]", "URL[rtsp://***@h/x]"},
+        {"URL[rtsp://u:l@ng/:pw@h/x]", "URL[rtsp://***@h/x]"},
     };
     for (const auto& one : cases)
         EXPECT_EQ(MaskSecrets(one.line), one.masked);

@@ -112,6 +112,18 @@ TEST(ArgumentReader, TakesDecimalNumbersOfTheRangeAndNoMore) {
     EXPECT_THROW(SArgumentReader::readVideoCodec("MJPEG"), COperationError);
 }
 
+TEST(ArgumentReader, TakesAudioStreamsByNumberAndByName) {
+    const handler_impl::SAudioStreamId id = SArgumentReader::readAudioStreamId("3,g726");
+    EXPECT_EQ(StreamIdText(id), "3,0");
+    EXPECT_EQ(StreamIdText(SArgumentReader::readAudioStreamId("0,h264")), "0,2");
+    for (const char* wrong : {"", "0", "0,", ",0", "0,G726", "0,h264,0", " 0,0"})
+        EXPECT_THROW(SArgumentReader::readAudioStreamId(wrong), COperationError) << wrong;
+    EXPECT_EQ(SArgumentReader::readAudioRecord("bitRate=32").bitRate, CString("32"));
+    EXPECT_TRUE(SArgumentReader::readAudioRecord("").bitRate.empty());
+    for (const char* wrong : {"32", "bitrate=32", "bitRate=32;x=1"})
+        EXPECT_THROW(SArgumentReader::readAudioRecord(wrong), COperationError) << wrong;
+}
+
 TEST(ArgumentReader, SplitsListsAtCommasTheLastOfWhichEndsTheList) {
     EXPECT_THAT(SArgumentReader::readTexts(""), IsEmpty());
     EXPECT_THAT(SArgumentReader::readTexts("a"), ElementsAre("a"));

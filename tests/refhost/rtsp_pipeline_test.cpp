@@ -15,7 +15,7 @@ using namespace tests;
 
 std::string FailureAt(const std::string& address) {
     IStreamController* made = nullptr;
-    EXPECT_FALSE(CreateRtspPipeline("rtsp://" + address + "/video", VideoCodec::H264, {}, made));
+    EXPECT_FALSE(CreateRtspPipeline("rtsp://" + address + "/video", VideoCodec::H264, {}, {}, made));
     const std::unique_ptr<IStreamController> stream(made);
     EXPECT_FALSE(stream->start());
     const auto end = stream->waitForEnd(std::chrono::minutes(1));

@@ -43,6 +43,65 @@ TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
     EXPECT_EQ(DecodedFrames(folder.file("video.mkv")), told.at("frames"));
 }
 
+// What the file holds, as "video/x-h264" and "audio/x-adpcm".
+std::string DiscoveredStreams(const std::string& file) {
+    const std::string command = "gst-launch-1.0 -v filesrc location=" + file +
+                                " ! matroskademux name=d d.video_0 ! queue ! fakesink"
+                                " d.audio_0 ! queue ! fakesink";
+    FILE* const output = popen(command.c_str(), "r");
+    std::string text;
+    char line[512];
+    while (std::fgets(line, sizeof line, output))
+        text += line;
+    pclose(output);
+    return text;
+}
+
+TEST(Record, TheSoundGoesIntoTheSameFile) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--rtsp-port", "0"});
+    camsim.patch("/cameras/0/settings", {{"AUDIO", "off"}}); // which the plug-in switches on
+    const std::string file = folder.file("both.mkv");
+    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "2", "--audio"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    const json told = json::parse(run.out);
+    EXPECT_NEAR(told.at("seconds"), 2, 0.5);
+    EXPECT_NEAR(told.at("audio").at("packets").get<double>(), 100, 30); // of 20 ms
+    EXPECT_EQ(DecodedFrames(file), told.at("frames"));
+    EXPECT_THAT(DiscoveredStreams(file),
+                testing::AllOf(testing::HasSubstr("video/x-h264"), testing::HasSubstr("audio/x-adpcm")));
+}
+
+TEST(Record, WithoutTheSoundTheVideoIsRecordedAlone) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--model", "S202", "--rtsp-port", "0"});
+    const std::string file = folder.file("video.mkv");
+    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "1", "--audio"}));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, testing::HasSubstr("Property not found"));
+    EXPECT_EQ(json::parse(run.out).count("audio"), 0U);
+    EXPECT_EQ(DecodedFrames(file), json::parse(run.out).at("frames"));
+}
+
+TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--model", "D870", "--rtsp-port", "0"});
+    const auto withPath = [&](const char* path) {
+        json models = json::parse(std::ifstream(MODELS_FILE));
+        for (json& model : models["models"])
+            if (model["number"] == "D870")
+                model["audio"]["urls"]["0"]["H264"]["0"]["path"] = path;
+        return folder.file("models.json", models.dump());
+    };
+    Words arguments = Record(camsim, folder.file("both.mkv"), {"--audio", "--timeout", "20"});
+    arguments.insert(arguments.begin(), {"--models", withPath("nowhere")});
+    const SRun lost = Vornhost(arguments);
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_THAT(lost.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr("404")));
+    withPath("MediaInput/jpeg");
+    EXPECT_THAT(Vornhost(arguments).err, testing::HasSubstr("has no audio"));
+}
+
 TEST(Record, ASignalEndsItWell) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--rtsp-port", "0"});

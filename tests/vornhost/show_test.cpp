@@ -45,6 +45,9 @@ TEST(Show, TellsEveryModel) {
         EXPECT_FALSE(report.at("settings").at("streams").empty());
         EXPECT_EQ(report.at("settings").at("rtsp").at("port"), "554");
         EXPECT_THAT(report.at("problems"), IsEmpty());
+        EXPECT_EQ(report.count("audio"), models[i] == "S202" ? 0U : 1U);
+        EXPECT_EQ(report.at("image").at(0).at("current"), "50");
+        EXPECT_EQ(report.count("lens"), models[i] == "GXE500" ? 0U : 1U);
     }
 }
 

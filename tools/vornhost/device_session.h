@@ -51,6 +51,8 @@ public:
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
 
+    device_handler::v1_0::CAuthentication authentication() const { return context_->getAuthentication(); }
+
     // Empty while they are not known.
     const std::string& familyName() const { return familyName_; }
     const std::string& serialNumber() const { return serialNumber_; }

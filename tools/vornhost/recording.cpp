@@ -40,8 +40,8 @@ std::string SecondsText(std::chrono::milliseconds time) {
 } // namespace
 
 CRecording::CRecording(device_handler::v1_0::IStreamController& controller, COutputFile& file,
-                       SRecordingLimits limits)
-    : controller_(controller), file_(file), limits_(limits) {}
+                       SRecordingLimits limits, GstPad* audio)
+    : controller_(controller), file_(file), limits_(limits), audio_(audio) {}
 
 CRecording::~CRecording() {
     controller_.stop();
@@ -54,13 +54,31 @@ CError CRecording::link() {
         return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks matroskamux or fdsink"};
     g_object_set(sink, "fd", file_.descriptor(), "sync", FALSE, nullptr);
     gst_bin_add_many(GST_BIN(controller_.getPipeline()), muxer, sink, nullptr);
-    const CGstRef<GstPad> input(gst_element_request_pad_simple(muxer, "video_%u"));
-    if (!gst_element_link(muxer, sink) ||
-        GST_PAD_LINK_FAILED(gst_pad_link(controller_.getSourcePad(), input.get())))
+    if (!gst_element_link(muxer, sink) || !linkInput(controller_.getSourcePad(), muxer, "video_%u") ||
+        (audio_ && !linkInput(audio_, muxer, "audio_%u")))
         return {RtnCode::OperationFailed, Origin::General, "a Matroska file cannot hold this stream"};
     gst_pad_add_probe(controller_.getSourcePad(), GST_PAD_PROBE_TYPE_BUFFER, frameComes, this, nullptr);
+    if (audio_)
+        gst_pad_add_probe(audio_, GST_PAD_PROBE_TYPE_BUFFER, soundComes, this, nullptr);
     controller_.setEndObserver([this] { streamEnded(); });
     return CError::Success();
+}
+
+// Of two streams each has a queue without an end: the file waits for one when the other is ahead, and neither
+// may hold up the end of the other. The silence that is allowed bounds what they hold.
+bool CRecording::linkInput(GstPad* stream, GstElement* muxer, const char* input) {
+    const CGstRef<GstPad> place(gst_element_request_pad_simple(muxer, input));
+    if (!audio_)
+        return !GST_PAD_LINK_FAILED(gst_pad_link(stream, place.get()));
+    GstElement* const queue = gst_element_factory_make("queue", nullptr);
+    if (!queue)
+        return false;
+    g_object_set(queue, "max-size-buffers", 0U, "max-size-bytes", 0U, "max-size-time", guint64{0}, nullptr);
+    gst_bin_add(GST_BIN(controller_.getPipeline()), queue);
+    const CGstRef<GstPad> in(gst_element_get_static_pad(queue, "sink"));
+    const CGstRef<GstPad> out(gst_element_get_static_pad(queue, "src"));
+    return !GST_PAD_LINK_FAILED(gst_pad_link(stream, in.get())) &&
+           !GST_PAD_LINK_FAILED(gst_pad_link(out.get(), place.get()));
 }
 
 CError CRecording::run(const Progress& progress) {
@@ -68,7 +86,7 @@ CError CRecording::run(const Progress& progress) {
         return error;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        lastCame_ = Clock::now();
+        lastCame_ = lastSoundCame_ = Clock::now();
     }
     if (CError error = controller_.start())
         return error;
@@ -81,9 +99,8 @@ CError CRecording::awaitEnd(const Progress& progress) {
     std::unique_lock<std::mutex> lock(mutex_);
     while (
         !changed_.wait_for(lock, ProgressPeriod, [this] { return enough_ || ended_ || fileError_ != 0; })) {
-        if (Clock::now() - lastCame_ >= limits_.silence)
-            return {RtnCode::NotAccessible, Origin::General,
-                    "no data within " + SecondsText(limits_.silence)};
+        if (const auto error = silence())
+            return *error;
         const SRecorded now = recordedLocked();
         lock.unlock();
         if (progress)
@@ -102,6 +119,17 @@ CError CRecording::awaitEnd(const Progress& progress) {
                                                                        : end->error;
 }
 
+std::optional<CError> CRecording::silence() const {
+    const auto isSilentSince = [this](Clock::time_point last) {
+        return Clock::now() - last >= limits_.silence;
+    };
+    if (!isSilentSince(lastCame_) && !(audio_ && isSilentSince(lastSoundCame_)))
+        return std::nullopt;
+    return CError(RtnCode::NotAccessible, Origin::General,
+                  (isSilentSince(lastCame_) ? "no data within " : "no sound within ") +
+                      SecondsText(limits_.silence));
+}
+
 CError CRecording::cannotBeWritten(const std::string& reason) const {
     return {RtnCode::OperationFailed, Origin::General,
             "the file \"" + file_.path() + "\" cannot be written: " + reason};
@@ -114,6 +142,10 @@ void CRecording::completeFile() {
     }
     if (recorded().frames > 0) {
         controller_.finish();
+        if (audio_) {
+            const CGstRef<GstPad> consumer(gst_pad_get_peer(audio_));
+            gst_pad_send_event(consumer.get(), gst_event_new_eos());
+        }
         controller_.waitForEnd(LongestCompletion);
     }
     controller_.stop();
@@ -160,11 +192,26 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstBuffer* frame) {
     return GST_PAD_PROBE_OK;
 }
 
+GstPadProbeReturn CRecording::soundComes(GstPad*, GstPadProbeInfo* info, gpointer recording) {
+    return static_cast<CRecording*>(recording)->takeSound(GST_PAD_PROBE_INFO_BUFFER(info));
+}
+
+// Sound begins and ends with the pictures.
+GstPadProbeReturn CRecording::takeSound(GstBuffer* sound) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    lastSoundCame_ = Clock::now();
+    if (enough_ || frames_ == 0 || !GST_BUFFER_PTS_IS_VALID(sound) || GST_BUFFER_PTS(sound) < first_)
+        return GST_PAD_PROBE_DROP;
+    ++sounds_;
+    return GST_PAD_PROBE_OK;
+}
+
 SRecorded CRecording::recordedLocked() const {
     SRecorded recorded;
     recorded.frames = frames_;
     recorded.bytes = frames_ == 0 ? 0 : file_.size();
     recorded.resolution = resolution_;
+    recorded.sounds = sounds_;
     // The last frame is shown as long as the ones before it on average.
     const double span = static_cast<double>(last_ - first_) / GST_SECOND;
     recorded.seconds =

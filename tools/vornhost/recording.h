@@ -23,6 +23,7 @@ struct SRecorded {
     long long bytes = 0;
     double seconds = 0;
     std::string resolution; // "WIDTHxHEIGHT"; empty before the first frame
+    long long sounds = 0;   // packets of audio
 };
 
 // One recording of a stream into a Matroska file. Whatever ends it, the file plays to its last frame. Belongs
@@ -32,9 +33,10 @@ public:
     using Progress = std::function<void(const SRecorded&)>;
 
     // Links the file behind the stream. Both are kept and must outlive the recording; `controller` has not
-    // been started.
+    // been started. `audio` is where the stream's sound comes out, which goes into the same file; null
+    // without.
     CRecording(device_handler::v1_0::IStreamController& controller, COutputFile& file,
-               SRecordingLimits limits);
+               SRecordingLimits limits, GstPad* audio = nullptr);
     // Stops the stream.
     ~CRecording();
     CRecording(const CRecording&) = delete;
@@ -54,8 +56,12 @@ private:
     using Clock = std::chrono::steady_clock;
 
     static GstPadProbeReturn frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
+    static GstPadProbeReturn soundComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
     GstPadProbeReturn takeFrame(GstPad* pad, GstBuffer* frame);
+    GstPadProbeReturn takeSound(GstBuffer* sound);
     device_handler::v1_0::CError link();
+    bool linkInput(GstPad* stream, GstElement* muxer, const char* input);
+    std::optional<device_handler::v1_0::CError> silence() const; // mutex_ is held
     device_handler::v1_0::CError awaitEnd(const Progress& progress);
     device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
     void completeFile();
@@ -65,6 +71,7 @@ private:
     device_handler::v1_0::IStreamController& controller_;
     COutputFile& file_;
     const SRecordingLimits limits_;
+    GstPad* const audio_; // null without sound
 
     mutable std::mutex mutex_; // guards what follows; no other is taken while it is held
     std::condition_variable changed_;
@@ -74,7 +81,9 @@ private:
     long long frames_ = 0;
     GstClockTime first_ = 0; // the first frame's time and the last one's, in ns
     GstClockTime last_ = 0;
-    Clock::time_point lastCame_; // when the last frame came, or the start
+    Clock::time_point lastCame_;      // when the last frame came, or the start
+    Clock::time_point lastSoundCame_; // likewise
+    long long sounds_ = 0;
     std::string resolution_;
 };
 

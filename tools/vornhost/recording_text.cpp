@@ -40,20 +40,24 @@ std::string CodecText(VideoCodec codec) {
 } // namespace
 
 nlohmann::ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
-    return {{"output", file},
-            {"codec", CodecText(codec)},
-            {"resolution", recorded.resolution},
-            {"frames", recorded.frames},
-            {"bytes", recorded.bytes},
-            {"seconds", std::round(recorded.seconds * 1000) / 1000}};
+    nlohmann::ordered_json json{{"output", file},
+                                {"codec", CodecText(codec)},
+                                {"resolution", recorded.resolution},
+                                {"frames", recorded.frames},
+                                {"bytes", recorded.bytes},
+                                {"seconds", std::round(recorded.seconds * 1000) / 1000}};
+    if (recorded.sounds > 0)
+        json["audio"] = {{"codec", device_handler::v1_0::G726Name}, {"packets", recorded.sounds}};
+    return json;
 }
 
 std::string RecordedText(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
     if (recorded.frames == 0)
         return "nothing recorded\n";
     return file + ": " + Decimals(recorded.seconds, 1) + " s of " + CodecText(codec) +
-           (recorded.resolution.empty() ? "" : " in " + recorded.resolution) + ", " + AmountText(recorded) +
-           "\n";
+           (recorded.resolution.empty() ? "" : " in " + recorded.resolution) +
+           (recorded.sounds == 0 ? "" : std::string(" with ") + device_handler::v1_0::G726Name + " sound") +
+           ", " + AmountText(recorded) + "\n";
 }
 
 CProgressLine::CProgressLine(std::optional<double> seconds) : seconds_(seconds) {}

@@ -51,6 +51,11 @@ const SStreamProblem Problems[] = {
      "see with `vornhost show` how its streams are set, or ask for the codec that it sends"},
     {failure::NoVideo, "what the camera sends has no video",
      "see whether the model list's location for the stream is right"},
+    {failure::NoAudio, "what the camera sends has no audio",
+     "see whether the model list's location for the audio is right, and with `vornhost show` whether audio "
+     "is on"},
+    {"no sound within", "the camera sends no sound",
+     "record without --audio, or wait longer with --timeout S"},
     {"no data within", "the camera sends no picture",
      "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
     {"the camera ended the stream", "the camera was lost",

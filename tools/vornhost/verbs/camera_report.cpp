@@ -1,5 +1,6 @@
 #include "tools/vornhost/verbs/camera_report.h"
 
+#include "tools/vornhost/adjustments.h"
 #include "tools/vornhost/alarm_input_levels.h"
 #include "tools/vornhost/invocation.h"
 #include "tools/vornhost/terminal_text.h"
@@ -31,6 +32,7 @@ constexpr SCodec Codecs[] = {
     {"mjpeg", "MJPEG", MjpegBit, 1}, {"mpeg4", "MPEG-4", Mpeg4Bit, 2}, {"h264", "H.264", H264Bit, 2}};
 
 constexpr int NotSupported = static_cast<int>(device_handler::v1_0::RtnCode::NotSupported);
+constexpr const char* FirstAudio = "0,g726"; // stream
 constexpr const char* LateSetting = "H264RTSPMODE_2";
 
 // What the recorder can set of a stream.
@@ -53,12 +55,16 @@ std::string FieldOf(const SAnswer& answer, const std::string& field) {
     return found == answer.record.end() ? "" : found->second;
 }
 
+std::string StepsText(const std::string& minimum, const std::string& maximum, const std::string& step) {
+    return minimum + " to " + maximum + " in steps of " + step;
+}
+
 // A list, or "MINIMUM to MAXIMUM in steps of STEP".
 ordered_json RangeValue(const SAnswer& answer) {
     const bool isList = answer.type && *answer.type == static_cast<int>(CVAPI_VALUE_TYPE::List);
     if (isList || answer.values.size() != 3)
         return answer.values.empty() ? ordered_json() : ordered_json(answer.values);
-    return answer.values[0] + " to " + answer.values[1] + " in steps of " + answer.values[2];
+    return StepsText(answer.values[0], answer.values[1], answer.values[2]);
 }
 
 std::string StreamName(const char* codec, int streams, int stream) {
@@ -80,6 +86,8 @@ public:
         addDevice();
         addCapability();
         addStreams();
+        addAudio();
+        addAdjustments();
         learnSettings();
         for (SReportSection& section : SettingSections(inputs_, codecBits_, [this](const std::string& key) {
                  return resultText("setting.GetCameraSetting", {key});
@@ -97,6 +105,8 @@ private:
         const SModelInfo* const known =
             model.empty() ? nullptr : session_.plugin().handler().getModelInfo(model);
         inputs_ = known ? known->videoInputs : 1;
+        if (known)
+            whiteBalances_ = known->whiteBalance.values;
         std::vector<std::string> titles;
         titles.reserve(static_cast<std::size_t>(inputs_));
         for (int input = 0; input < inputs_; ++input)
@@ -173,6 +183,51 @@ private:
             if (std::any_of(row.begin() + 2, row.end(), [](const auto& value) { return !value.is_null(); }))
                 table.rows.push_back(std::move(row));
         }
+    }
+
+    // A camera without sound, or whose sound has no video to go with, is nothing wrong with it.
+    void addAudio() {
+        if (!result<bool>("capability.IsAudioSupported", {"0"}).value_or(false) ||
+            !result<bool>("IsH264OrMPEG4Supported", {}).value_or(false))
+            return;
+        SReportSection section{"/audio", "Sound, as the recorder sets it", {}, SettingsTable()};
+        const auto volume = ask("getAudioInputVolume", {"0"});
+        const auto rates = askIfSupported("getAudioInputCodecBitRateRange", {"0", FirstAudio});
+        const auto rate = askIfSupported("getAudioCodecBitRateDefault", {"0", FirstAudio});
+        if (volume && volume->values.size() == 5)
+            section.table.rows.push_back(
+                {"volume", volume->values[0], volume->values[1],
+                 StepsText(volume->values[2], volume->values[3], volume->values[4])});
+        if (rates && rate && !rate->values.empty())
+            section.table.rows.push_back({"bit rate",
+                                          OrNull(resultText("setting.GetCameraSetting", {"AUDIOBITRATE"})),
+                                          rate->values.front(), rates->values});
+        add(std::move(section));
+    }
+
+    void addAdjustments() {
+        const auto askWhatMayBeMissing = [this](const std::string& operation,
+                                                const std::vector<std::string>& arguments) {
+            return askIfSupported(operation, arguments);
+        };
+        SReportSection image{"/image", "Picture, as the recorder sets it", {}, SettingsTable()};
+        SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, SettingsTable()};
+        for (const SAdjustmentReading& reading : ReadAdjustments(askWhatMayBeMissing, 0, whiteBalances_)) {
+            if (reading.failure)
+                continue; // a problem by now
+            (reading.info->isOfLens ? lens : image)
+                .table.rows.push_back({reading.info->label, reading.current, OrNull(reading.byDefault),
+                                       reading.info->form == AdjustmentForm::Percent
+                                           ? ordered_json(StepsText("0", "100", "1"))
+                                           : OrNull(reading.values)});
+        }
+        add(std::move(image));
+        add(std::move(lens));
+    }
+
+    static SFactTable SettingsTable() {
+        return {{{"setting", "SETTING"}, {"current", "NOW"}, {"default", "DEFAULT"}, {"range", "MAY BE"}},
+                {}};
     }
 
     // The settings cache holds this key from the first dump after somebody asked for it.
@@ -276,6 +331,7 @@ private:
     SCameraReport report_;
     int inputs_ = 1;
     int alarmInputs_ = 0;
+    std::vector<std::string> whiteBalances_; // the model's words
     long long codecBits_ = 0;
     std::string imageMode_;
 };

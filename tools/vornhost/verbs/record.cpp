@@ -1,4 +1,6 @@
 #include "host/stream_controller.h"
+#include "refhost/rtsp_pipeline.h"
+#include "refhost/stream_location.h"
 #include "tools/vornhost/answers.h"
 #include "tools/vornhost/device_session.h"
 #include "tools/vornhost/output.h"
@@ -15,7 +17,11 @@ namespace {
 
 using device_handler::v1_0::CError;
 using device_handler::v1_0::IStreamController;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+using handler_impl::SAudioStreamId;
 using handler_impl::SVideoStreamId;
+using vorn_camera_base::v1_0::SVornAudValsInDb;
 
 class CRecord : public IVerb {
 public:
@@ -25,6 +31,7 @@ public:
             ->type_name("STREAM")
             ->required();
         command.add_option("--output", output_, "The Matroska file")->type_name("FILE")->required();
+        command.add_flag("--audio", withAudio_, "Take the sound of the video input along");
         command.add_option("--seconds", seconds_, "How much to record (default: until Ctrl-C)")
             ->type_name("S")
             ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
@@ -37,8 +44,11 @@ public:
             "last frame then, and also when the camera is lost. A FILE that exists is replaced when the "
             "first\n"
             "picture comes, and left alone when none does.\n"
-            "Exit status 1 when the stream cannot be had or ends by itself.\n"
-            "Example: vornhost record 192.168.0.10 --stream 0,h264,0 --seconds 60 --output entrance.mkv");
+            "Exit status 1 when the stream cannot be had or ends by itself. Where the plug-in refuses the "
+            "sound\n"
+            "the video is recorded alone, and the exit status is 1 all the same.\n"
+            "Example: vornhost record 192.168.0.10 --stream 0,h264,0 --audio --seconds 60 --output "
+            "entrance.mkv");
     }
 
     ExitStatus run(const SOptions& options) override {
@@ -48,14 +58,24 @@ public:
             WriteMessage(failure->lines(session.address()));
             return ExitStatus::NotStarted;
         }
+        // Before the video's pipeline exists: the sound is taken from beside the same stream.
+        if (const CError error = withAudio_ ? findAudio(session, id) : CError::Success())
+            WriteMessage(Diagnose(Occasion::Call, error, session.exchanges())
+                             .lines(address_ + ": getAudioStreamUrl; the video is recorded alone"));
         std::string url;
         (void)session.camera().getVideoStreamUrl(id, url); // without one the pipeline tells why
         IStreamController* made = nullptr;
         if (const CError error = session.camera().createVideoStreamPipeline(made, id))
             return fail(error, url);
         const std::unique_ptr<IStreamController> controller(made);
+        GstPad* audio = nullptr;
+        if (!audioUrl_.empty())
+            if (const CError error = refhost::AddRtspAudio(
+                    *controller, refhost::WithoutCredentials(audioUrl_, session.authentication()),
+                    session.authentication(), audio))
+                return fail(error, url);
         COutputFile file(output_);
-        CRecording recording(*controller, file, limits());
+        CRecording recording(*controller, file, limits(), audio);
         const CEndRequest interruption([&recording] { recording.interrupt(); });
         CProgressLine progress(limits().seconds);
         const CError error = recording.run(progress.writer());
@@ -64,7 +84,9 @@ public:
         if (recorded.frames > 0 || !error)
             WriteOutput(options.json ? JsonLine(RecordedJson(output_, id.codec, recorded))
                                      : RecordedText(output_, id.codec, recorded));
-        return error ? fail(error, url) : ExitStatus::Success;
+        if (error)
+            return fail(error, url);
+        return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
 private:
@@ -81,18 +103,39 @@ private:
         }
     }
 
+    // Where the sound beside the video input is, at the bit rate of its record.
+    CError findAudio(const CDeviceSession& session, const SVideoStreamId& video) {
+        const SAudioStreamId id{video.channel};
+        SVornAudValsInDb record;
+        (void)session.camera().readAudioStreamRecord(id,
+                                                     record); // without one the location is refused as well
+        const CError error = session.camera().getAudioStreamUrl(record, id, audioUrl_);
+        if (error)
+            audioUrl_.clear();
+        return error;
+    }
+
     SRecordingLimits limits() const {
         return {seconds_, std::chrono::milliseconds(static_cast<long long>(timeout_ * 1000))};
     }
 
     ExitStatus fail(const CError& error, const std::string& url) const {
-        WriteMessage(DiagnoseStream(error, url).lines(address_ + ": " + stream_));
+        const std::string& ofAudio = refhost::rtsp_failure::OfAudio;
+        if (error.getText().compare(0, ofAudio.size(), ofAudio) == 0) {
+            const CError itself(static_cast<RtnCode>(error.getCode()), static_cast<Origin>(error.getOrigin()),
+                                error.getText().substr(ofAudio.size()));
+            WriteMessage(DiagnoseStream(itself, audioUrl_).lines(address_ + ": the sound"));
+        } else {
+            WriteMessage(DiagnoseStream(error, url).lines(address_ + ": " + stream_));
+        }
         return ExitStatus::CallFailed;
     }
 
     std::string address_;
     std::string stream_;
     std::string output_;
+    bool withAudio_ = false;
+    std::string audioUrl_; // empty without sound
     std::optional<double> seconds_;
     double timeout_ = 10;
 };

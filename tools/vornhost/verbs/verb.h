@@ -40,6 +40,7 @@ std::unique_ptr<IVerb> MakeSyncVerb();
 std::unique_ptr<IVerb> MakeRecordVerb();
 std::unique_ptr<IVerb> MakeEventsVerb();
 std::unique_ptr<IVerb> MakePtzVerb();
+std::unique_ptr<IVerb> MakeImageVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
 std::unique_ptr<IVerb> MakeElementVerb();

@@ -12,6 +12,7 @@ const std::vector<SVerb>& Verbs() {
         {"record", "A video stream into a file", MakeRecordVerb},
         {"events", "The events of an alarm input, as they come", MakeEventsVerb},
         {"ptz", "A camera driven from the keyboard", MakePtzVerb},
+        {"image", "A camera's picture and lens adjustments, as bars or set", MakeImageVerb},
         {"models", "What the model list holds", MakeModelsVerb},
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
         {"element", "The plug-in's GStreamer element with its properties", MakeElementVerb},

@@ -1,0 +1,167 @@
+// The picture's adjustments: the recorder's percentages and list positions as the camera's values and words.
+
+#include "camera/adjustment.h"
+#include "camera/cgi_paths.h"
+#include "camera/errors.h"
+#include "camera/numbers.h"
+#include "camera/panasonic_camera.h"
+
+#include <algorithm>
+
+namespace corvane::panasonic_camera {
+
+using device_handler::v1_0::PropertyValue;
+using device_handler::v1_0::SModelInfo;
+
+namespace {
+
+constexpr const char* On = "1";
+constexpr const char* Off = "0";
+constexpr const char* Step = "1";
+constexpr int FirstPosition = 1;
+
+// The last place of a word in the list, counted from 1; 0 when it is not there.
+int PositionOf(const std::vector<std::string>& words, const std::string& word) {
+    const auto last = std::find(words.rbegin(), words.rend(), word);
+    return static_cast<int>(words.rend() - last);
+}
+
+} // namespace
+
+struct CPanasonicCamera::SImageAdjustment {
+    SAdjustment SModelInfo::*ofModel;
+    const char* key;
+    const char* otherKey; // of cameras that do not know the first; null when there is none
+    const char* query;    // up to the value
+};
+
+const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Brightness = {
+    &SModelInfo::brightness, "BRIGHTNESS", nullptr, "brightness="};
+const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Sharpness = {&SModelInfo::sharpness, "SHARPNESS",
+                                                                        "APERTURE", "sharpness="};
+const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Saturation = {&SModelInfo::saturation, "CHROMA",
+                                                                         nullptr, "chroma="};
+
+bool CPanasonicCamera::hasVideoInput(int input) const {
+    return input < model().videoInputs;
+}
+
+CError CPanasonicCamera::writeAdjustment(const SImageAdjustment& adjustment, const CString& percent) {
+    return writeSetting(cgi::ImageAdjust,
+                        adjustment.query + CameraValueOf(model().*adjustment.ofModel, percent));
+}
+
+CError CPanasonicCamera::readAdjustment(const SImageAdjustment& adjustment, int input,
+                                        std::vector<CString>& values) {
+    if (!hasVideoInput(input))
+        return errors::inputOutOfRange();
+    const SAdjustment& ofModel = model().*adjustment.ofModel;
+    if (ofModel.range.empty())
+        return errors::propertyNotSupported();
+    std::string value = cameraSetting(adjustment.key);
+    if (value.empty() && adjustment.otherKey)
+        value = cameraSetting(adjustment.otherKey);
+    if (value.empty())
+        return errors::deviceNotAccessible();
+    AppendPercentages(ofModel, value, values);
+    return CError::Success();
+}
+
+CError CPanasonicCamera::setVpaBrightness(int /*input*/, CString percent) {
+    return writeAdjustment(Brightness, percent);
+}
+CError CPanasonicCamera::getVpaBrightness(int input, std::vector<CString>& values) {
+    return readAdjustment(Brightness, input, values);
+}
+CError CPanasonicCamera::setVpaSharpness(int /*input*/, CString percent) {
+    return writeAdjustment(Sharpness, percent);
+}
+CError CPanasonicCamera::getVpaSharpness(int input, std::vector<CString>& values) {
+    return readAdjustment(Sharpness, input, values);
+}
+CError CPanasonicCamera::setVpaSaturation(int /*input*/, CString percent) {
+    return writeAdjustment(Saturation, percent);
+}
+CError CPanasonicCamera::getVpaSaturation(int input, std::vector<CString>& values) {
+    return readAdjustment(Saturation, input, values);
+}
+
+CError CPanasonicCamera::setVpaWhiteBalance(int /*input*/, CString position) {
+    const std::vector<std::string>& words = model().whiteBalance.values;
+    const auto number = ParseNumber<int>(position.str());
+    if (!number || *number < FirstPosition || static_cast<std::size_t>(*number) > words.size())
+        return errors::whiteBalanceOutOfRange();
+    return writeSetting(cgi::ImageAdjust,
+                        "whitebalance=" + words[static_cast<std::size_t>(*number - FirstPosition)]);
+}
+
+CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& values) {
+    if (!hasVideoInput(input))
+        return errors::inputOutOfRange();
+    const std::vector<std::string>& words = model().whiteBalance.values;
+    if (words.empty())
+        return errors::propertyNotSupported();
+    std::string word = cameraSetting("WHITEBALANCE");
+    if (word.empty())
+        word = cameraSetting("WHITEBAL");
+    if (word.empty())
+        return errors::deviceNotAccessible();
+    const int byDefault = std::max(PositionOf(words, model().whiteBalance.defaultValue), FirstPosition);
+    const int current = PositionOf(words, word);
+    values.push_back(PropertyValue(current == 0 ? byDefault : current));
+    values.push_back(PropertyValue(byDefault));
+    for (std::size_t i = 0; i < words.size(); ++i)
+        values.push_back(PropertyValue(static_cast<int>(i) + FirstPosition));
+    return CError::Success();
+}
+
+CError CPanasonicCamera::setVpaBackLightComp(int /*input*/, CString onOff) {
+    if (onOff.empty())
+        return errors::backLightOutOfRange();
+    // Other than for reading, only this one of the super dynamic settings counts.
+    if (cameraSetting("MEGASD") == On)
+        return errors::superDynamicOn();
+    return writeSetting(cgi::ImageAdjust, std::string("blc=") + (onOff == CString(On) ? On : Off));
+}
+
+CError CPanasonicCamera::getVpaBackLightComp(int input, std::vector<CString>& values) {
+    if (!hasVideoInput(input))
+        return errors::inputOutOfRange();
+    if (model().backLightCompensation.empty())
+        return errors::propertyNotSupported();
+    if (superDynamicState() == On) {
+        values.emplace_back(Off);
+        return CError::Success();
+    }
+    values.insert(values.end(), {cameraSetting("BLC") == On ? On : Off, Off, Off, On, Step});
+    return CError::Success();
+}
+
+CError CPanasonicCamera::setVpaVideoStandard(int /*input*/, CString /*standard*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::getVpaVideoStandard(int /*input*/, std::vector<CString>& /*values*/) {
+    return errors::videoStandardNotFound();
+}
+
+CError CPanasonicCamera::getVpaProperties(int input, std::vector<CString>& names) {
+    std::vector<CString> all;
+    if (CError error = CVornCamera::getVpaProperties(input, all))
+        return error;
+    const bool hasBackLight = !cameraSetting("BLC").empty();
+    std::copy_if(all.begin(), all.end(), std::back_inserter(names), [hasBackLight](const CString& name) {
+        return name != CString("VpaVideoStandard") && (hasBackLight || name != CString("VpaBackLightComp"));
+    });
+    return CError::Success();
+}
+
+// Cameras call it by one of three names.
+std::string CPanasonicCamera::superDynamicState() const {
+    std::string state;
+    for (const char* key : {"MEGASD", "SDTHREE", "WDR"})
+        if (state.empty())
+            state = cameraSetting(key);
+    return state;
+}
+
+} // namespace corvane::panasonic_camera

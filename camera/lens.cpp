@@ -1,0 +1,100 @@
+// The lens: focus, and the wide dynamic range in the way that the model has it.
+
+#include "camera/adjustment.h"
+#include "camera/cgi_paths.h"
+#include "camera/errors.h"
+#include "camera/panasonic_camera.h"
+
+namespace corvane::panasonic_camera {
+
+namespace {
+
+constexpr const char* On = "1";
+constexpr const char* Off = "0";
+
+// The model's kind of dynamic-range control.
+constexpr const char* Generic = "Generic";
+constexpr const char* Conditional = "Conditional";
+constexpr const char* AdaptiveBlackStretchOnly = "AdaptiveBlackStretchOnly";
+
+} // namespace
+
+CError CPanasonicCamera::setLensFocus(int /*input*/, CString percent) {
+    return writeSettingNoReload(std::string(cgi::Absctrl) + "?focus=" + CameraValueOf(model().focus, percent),
+                                "");
+}
+
+CError CPanasonicCamera::getLensFocus(int input, std::vector<CString>& values) {
+    if (!hasVideoInput(input))
+        return errors::inputOutOfRange();
+    if (model().focus.range.empty())
+        return errors::propertyNotSupported();
+    const std::string value =
+        setting ? setting->GetDetailsFromUrl(cgi::AbsgetPosition, std::string("FOCUS=")) : std::string();
+    if (value.empty())
+        return errors::lensNotFound();
+    AppendPercentages(model().focus, value, values);
+    return CError::Success();
+}
+
+CError CPanasonicCamera::setLensAutoFocus(int /*input*/, CString value) {
+    if (value != CString(On))
+        return CError::Success();
+    return writeSettingNoReload(std::string(cgi::Camctrl) + "?af=on", "");
+}
+
+CError CPanasonicCamera::getLensAutoFocus(int /*input*/, std::vector<CString>& values) {
+    values.insert(values.end(), {Off, Off, Off, On});
+    return CError::Success();
+}
+
+// Whether a model of the conditional kind lets it be set: by its capture size and its exposure mode.
+bool CPanasonicCamera::canSetWideDynamicRange() const {
+    const std::string size = cameraSetting("IMAGESELECT");
+    if (!size.empty() && size != "1.3m" && size != "2m")
+        return false;
+    const std::string exposure = cameraSetting("ALCELC");
+    return !exposure.empty() && exposure != "elc" && exposure != "alc";
+}
+
+CError CPanasonicCamera::setLensWdr(int /*input*/, CString value) {
+    if (value.empty())
+        return errors::wideDynamicRangeOutOfRange();
+    if (model().dynamicRange == Conditional && !canSetWideDynamicRange())
+        return errors::lensNotFound();
+    const char* const parameter = model().dynamicRange == AdaptiveBlackStretchOnly ? "dark_revise=" : "sd=";
+    return writeSetting(cgi::ImageAdjust, parameter + value.str());
+}
+
+CError CPanasonicCamera::getLensWdr(int /*input*/, std::vector<CString>& values) {
+    const std::string& kind = model().dynamicRange;
+    if (kind != Generic && kind != Conditional && kind != AdaptiveBlackStretchOnly)
+        return errors::lensNotFound();
+    const std::string state =
+        kind == AdaptiveBlackStretchOnly ? cameraSetting("DARKCOMP") : superDynamicState();
+    values.emplace_back(state == On ? On : Off);
+    if (kind != Conditional || canSetWideDynamicRange())
+        values.insert(values.end(), {Off, Off, On});
+    return CError::Success();
+}
+
+CError CPanasonicCamera::setLensDayNightMode(int /*input*/, CString /*value*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::getLensDayNightMode(int /*input*/, std::vector<CString>& /*values*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::setLensIris(int /*input*/, CString /*value*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::getLensIris(int /*input*/, std::vector<CString>& /*values*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::setLensAutoIris(int /*input*/, CString /*value*/) {
+    return errors::propertyRefused();
+}
+CError CPanasonicCamera::getLensAutoIris(int /*input*/, std::vector<CString>& /*values*/) {
+    return errors::propertyRefused();
+}
+
+} // namespace corvane::panasonic_camera

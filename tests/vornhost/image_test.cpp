@@ -1,0 +1,87 @@
+#include "tests/vornhost/vornhost_support.h"
+
+namespace corvane::vornhost_test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+SRun Image(const CCamsim& camsim, const Words& more, bool asJson = true) {
+    Words arguments = {"image", camsim.address()};
+    if (asJson)
+        arguments.insert(arguments.begin(), "--json");
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Vornhost(arguments);
+}
+
+TEST(Image, ShowsEveryAdjustment) {
+    const CCamsim camsim({"--model", "D850"});
+    camsim.patch("/cameras/0/settings", {{"BRIGHTNESS", "255"}, {"WHITEBAL", "awc"}, {"SDTHREE", "1"}});
+    const SRun run = Image(camsim, {});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const json told = json::parse(run.out);
+    const json& adjustments = told.at("adjustments");
+    EXPECT_EQ(adjustments.at("brightness"),
+              json({{"current", 100}, {"default", 50}, {"minimum", 0}, {"maximum", 100}}));
+    EXPECT_EQ(adjustments.at("whiteBalance"),
+              json({{"current", "awc"}, {"default", "atw1"}, {"values", {"atw1", "atw2", "awc", "hold"}}}));
+    EXPECT_EQ(adjustments.at("backLight"), json({{"current", "off"}, {"values", json::array()}}));
+    EXPECT_EQ(adjustments.at("wideDynamicRange").at("current"), "on");
+    EXPECT_EQ(adjustments.at("autoFocus").at("values"), json({"on"}));
+    EXPECT_THAT(Image(camsim, {}, false).out,
+                AllOf(HasSubstr("#########################  100"), HasSubstr("cannot be set")));
+}
+
+TEST(Image, SetsAndTellsWhatTheCameraReports) {
+    const CCamsim camsim({"--model", "D850"});
+    const SRun run = Image(camsim, {"brightness=50", "whiteBalance=atw2", "focus=20", "autoFocus=on",
+                                    "wideDynamicRange=on", "backLight=on"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const std::vector<json> lines = JsonLines(run.out);
+    ASSERT_EQ(lines.size(), 6U);
+    EXPECT_EQ(lines[0].at("reported"), "49"); // 127 of 255
+    EXPECT_EQ(lines[1].at("reported"), "atw2");
+    EXPECT_EQ(lines[2].at("reported"), "20"); // once the lens stands still
+    EXPECT_EQ(lines[3].at("reported"), "50");
+    EXPECT_EQ(lines[4].at("reported"), "on");
+    EXPECT_EQ(lines[5].at("reported"), "off"); // while super dynamic is on
+    EXPECT_EQ(camsim.get("/cameras/0/settings").at("WHITEBAL"), "atw2");
+    EXPECT_THAT(Image(camsim, {"brightness=100"}, false).out,
+                HasSubstr("brightness 100: the camera reports brightness 100\n"));
+}
+
+TEST(Image, RefusesWhatCannotBe) {
+    const CCamsim camsim({"--model", "S202"});
+    const struct {
+        const char* wish;
+        int status;
+        const char* text;
+    } cases[] = {
+        {"brigtness=5", 2, "did you mean brightness?"},
+        {"brightness", 2, "expected brightness=VALUE"},
+        {"brightness=101", 2, "0 to 100"},
+        {"brightness=-1", 2, "0 to 100"},
+        {"whiteBalance=atw3", 2, "did you mean atw1 or atw2"},
+        {"backLight=1", 2, "off, on"},
+        {"focus=5", 1, "the camera has no focus"},
+        {"autoFocus=on", 1, "the camera has no auto focus"},
+    };
+    for (const auto& c : cases) {
+        const SRun run = Image(camsim, {c.wish});
+        EXPECT_EQ(run.status, c.status) << c.wish;
+        EXPECT_THAT(run.err, HasSubstr(c.text));
+        EXPECT_EQ(run.out, "");
+    }
+    const SRun other = Image(camsim, {"--input", "1"});
+    EXPECT_EQ(other.status, 1);
+    EXPECT_THAT(other.err, HasSubstr("no video input 1"));
+
+    camsim.post("/faults", {{"path", "/cgi-bin/image_adjust"}, {"kind", "status"}, {"status", 403}});
+    const SRun refused = Image(camsim, {"brightness=5"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("403"));
+}
+
+} // namespace
+} // namespace corvane::vornhost_test
