@@ -86,7 +86,8 @@ std::string video(const StreamProfile& profile) {
 std::string audio(const StreamProfile& profile, const char* payloader) {
     return " audiotestsrc is-live=true wave=ticks freq=880 volume=0.2 samplesperbuffer=160"
            " ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
-           std::to_string(profile.audioKilobits) + "000 ! rtpg726pay pt=97 name=" + payloader;
+           std::to_string(profile.audioKilobits) +
+           "000 ! rtpg726pay pt=97 max-ptime=20000000 name=" + payloader;
 }
 
 std::string pipeline(const StreamProfile& profile) {
@@ -143,13 +144,6 @@ void setCaption(GstElement* bin, const std::string& title, const std::string& de
     gst_object_unref(overlay);
     g_free(escaped);
     g_free(valid);
-}
-
-gchar* generateKey(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
-    const StreamSource& source = sourceOf(factory);
-    const std::string key =
-        describeProfile(streamProfile(source.camera, source.stream)) + (silenceIsAsked() ? " silent" : "");
-    return g_strdup(key.c_str());
 }
 
 GstPadProbeReturn noteTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
@@ -259,7 +253,6 @@ void finalize(GObject* object) {
 
 void video_factory_class_init(VideoFactoryClass* type) {
     G_OBJECT_CLASS(type)->finalize = finalize;
-    type->parent.gen_key = generateKey;
     type->parent.create_element = createElement;
     type->parent.configure = configure;
 }
@@ -272,7 +265,6 @@ GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, c
     auto* factory = static_cast<VideoFactory*>(g_object_new(video_factory_get_type(), nullptr));
     factory->source = new StreamSource{camera, std::move(stream)};
     GstRTSPMediaFactory* base = &factory->parent;
-    gst_rtsp_media_factory_set_shared(base, TRUE);
     gst_rtsp_media_factory_add_role(base, role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN, TRUE,
                                     GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE, nullptr);
     return base;

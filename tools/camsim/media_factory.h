@@ -8,9 +8,9 @@
 namespace camsim {
 
 /// A factory of media that show what the camera sees, and its sound, as the camera's settings want it encoded
-/// when the media is made; clients that ask for the same encoding share one encoder. `role` may use it. The
-/// caller owns it. The camera must outlive it and its media. All of it belongs to the thread that serves
-/// RTSP.
+/// when the media is made. Each client gets a media of its own: in a shared one, those who take only the
+/// picture and those who take only the sound hold each other up. `role` may use it. The caller owns it. The
+/// camera must outlive it and its media. All of it belongs to the thread that serves RTSP.
 GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, const char* role);
 
 /// The stream that a factory made by newMediaFactory() serves.
