@@ -213,10 +213,15 @@ std::optional<std::vector<std::string>> Capability::list(const std::string& key)
     return entries;
 }
 
+const Axis* CameraModel::axis(std::string_view name) const {
+    const auto found =
+        std::find_if(axes.begin(), axes.end(), [&](const auto& known) { return known.first == name; });
+    return found == axes.end() ? nullptr : &found->second;
+}
+
 bool CameraModel::hasFineSpeeds() const {
-    return std::any_of(axes.begin(), axes.end(), [](const auto& axis) {
-        return axis.first == "pan" && axis.second.speedSteps == fineSpeedSteps;
-    });
+    const Axis* pan = axis("pan");
+    return pan != nullptr && pan->speedSteps == fineSpeedSteps;
 }
 
 std::vector<std::string> embeddedModelNumbers() {

@@ -37,7 +37,7 @@ private:
 struct Axis {
     int minimum;
     int maximum;
-    int home;
+    int home;            ///< where it stands at first; the focus is sharp there
     double speed;        ///< the highest
     double acceleration; ///< of speeding up and of braking
     int speedSteps;      ///< what directctrl calls the highest speed
@@ -59,6 +59,8 @@ struct CameraModel {
     /// empty on a camera without a head.
     std::vector<std::pair<std::string, Axis>> axes;
 
+    /// The axis of this name, or null when there is none.
+    const Axis* axis(std::string_view name) const;
     /// Whether the head takes finely stepped speeds (directctrl's rpan, rtilt and rzoom) and moves on until
     /// it is told to stop; others must be told again and again.
     bool hasFineSpeeds() const;

@@ -22,12 +22,6 @@ std::map<std::string, AxisMotion> axesAtHome(const CameraModel& model) {
     return axes;
 }
 
-const Axis& axisOf(const CameraModel& model, const std::string& name) {
-    return std::find_if(model.axes.begin(), model.axes.end(),
-                        [&](const auto& axis) { return axis.first == name; })
-        ->second;
-}
-
 bool isNumber(int number, int highest) {
     return 1 <= number && number <= highest;
 }
@@ -60,7 +54,7 @@ void CameraHead::step(const std::string& axis, double share, Time now) {
     const auto motion = axes_.find(axis);
     if (motion == axes_.end())
         return;
-    const Axis& known = axisOf(model_, axis);
+    const Axis& known = *model_.axis(axis);
     drive(axis, motion->second.position(now) + share * (known.maximum - known.minimum), now);
 }
 
@@ -125,7 +119,7 @@ HeadState CameraHead::state(Time now) {
     advance(now);
     HeadState state{{}, presets_, patrols_};
     for (const auto& [name, motion] : axes_)
-        if (motion.restingPlace() != axisOf(model_, name).home)
+        if (motion.restingPlace() != model_.axis(name)->home)
             state.position[name] = motion.restingPlace();
     return state;
 }
@@ -135,7 +129,7 @@ void CameraHead::restore(const HeadState& state) {
     for (const auto& [name, position] : state.position) {
         const auto motion = axes_.find(name);
         if (motion != axes_.end())
-            motion->second = standing(axisOf(model_, name), position);
+            motion->second = standing(*model_.axis(name), position);
     }
     presets_ = state.presets;
     patrols_ = state.patrols;
@@ -212,7 +206,7 @@ void CameraHead::apply(const HeadMove& move, Time now) {
         return;
     }
     const bool refreshed = move.axis == "pan" || move.axis == "tilt" || move.axis == "zoom";
-    motion->second.run(move.value * axisOf(model_, move.axis).speed, now,
+    motion->second.run(move.value * model_.axis(move.axis)->speed, now,
                        stopsByItself_ && refreshed ? std::optional(longestUnrefreshedMove) : std::nullopt);
 }
 

@@ -31,15 +31,9 @@ uint8_t clampByte(int value) {
     return static_cast<uint8_t>(std::clamp(value, 0, 255));
 }
 
-const Axis* axisOf(const CameraModel& model, std::string_view name) {
-    const auto axis = std::find_if(model.axes.begin(), model.axes.end(),
-                                   [&](const auto& known) { return known.first == name; });
-    return axis == model.axes.end() ? nullptr : &axis->second;
-}
-
 /// From 0 at the axis's minimum to 1 at its maximum; `without` where there is no such axis.
 double shareOf(const CameraModel& model, const HeadPlace& place, const char* name, double without) {
-    const Axis* axis = axisOf(model, name);
+    const Axis* axis = model.axis(name);
     if (axis == nullptr)
         return without;
     return (place.at(name) - axis->minimum) / (axis->maximum - axis->minimum);
@@ -187,7 +181,7 @@ void Picture::tint(GstVideoFrame& frame) {
 
 /// The lens that is out of focus counts more than any sharpness that the camera adds.
 void Picture::sharpen(GstVideoFrame& frame, const HeadPlace& place) {
-    const Axis* focus = axisOf(camera_.model(), "focus");
+    const Axis* focus = camera_.model().axis("focus");
     const double away =
         focus == nullptr ? 0 : std::abs(place.at("focus") - focus->home) / (focus->maximum - focus->minimum);
     const bool blurred = away > closeFocus;
