@@ -63,4 +63,19 @@ TEST_F(Head, PlaysAPatrolOverAndOverFromWhereItBegan) {
     }
 }
 
+TEST(Focus, MovesInTimeAndFindsWhereItIsSharp) {
+    const auto model = loadEmbeddedModel("F320"); // 0..255 from 128 at 64 a second, reached in half a second
+    CameraHead head(*model);
+    const auto at = [](int ms) { return CameraHead::Time() + std::chrono::hours(1) + milliseconds(ms); };
+    const auto focus = [&](int ms) { return head.place(at(ms)).at("focus"); };
+    head.drive("focus", 0, at(0));
+    EXPECT_NEAR(focus(500), 112, 0.01);
+    EXPECT_NEAR(focus(1250), 64, 0.01);
+    head.focusByItself(at(1250)); // at full speed: it goes on to 48 while it brakes
+    EXPECT_NEAR(focus(1750), 48, 0.01);
+    EXPECT_TRUE(head.isMoving(at(3400)));
+    EXPECT_NEAR(focus(3500), 128, 0.01);
+    EXPECT_FALSE(head.isMoving(at(3500)));
+}
+
 } // namespace

@@ -62,6 +62,11 @@ void CameraHead::run(const std::string& axis, double share, Time now) {
     command({{}, axis, HeadMove::Kind::Run, std::clamp(share, -1.0, 1.0)}, now);
 }
 
+void CameraHead::focusByItself(Time now) {
+    if (const Axis* focus = model_.axis("focus"))
+        drive("focus", focus->home, now);
+}
+
 void CameraHead::callPreset(int preset, Time now) {
     const auto kept = presets_.find(preset);
     if (kept == presets_.end())

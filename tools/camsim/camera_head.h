@@ -64,6 +64,8 @@ public:
     /// Moves at a share of the highest speed, from -1 to 1. A head with coarse speeds stops pan, tilt and
     /// zoom by itself when it is not told again for three seconds.
     void run(const std::string& axis, double share, Time now);
+    /// Drives the focus to where it is sharp.
+    void focusByItself(Time now);
     void callPreset(int preset, Time now);
 
     void keepPreset(int preset, Time now);

@@ -10,7 +10,7 @@ namespace camsim {
 namespace {
 
 using Time = CameraHead::Time;
-/// What a request does to a camera that has a head.
+/// What a request does to the head.
 using Command = void (*)(CameraHead&, Time, const CameraModel&, const Parameters&);
 
 std::optional<int> number(const Parameters& parameters, std::string_view name) {
@@ -46,9 +46,9 @@ void stepOrCall(CameraHead& head, Time now, const CameraModel& model, const Para
         const std::optional<int> step = number(parameters, name);
         if (step && *step != 0)
             head.step(name, range * std::clamp(*step, -largestStep, largestStep) / largestStep, now);
-        if (name == "focus" && parameterValue(parameters, "af") == "on")
-            head.drive(name, axis.home, now); // what is sharp lies where the factory has it
     }
+    if (parameterValue(parameters, "af") == "on")
+        head.focusByItself(now);
 }
 
 void keepOrForget(CameraHead& head, Time now, const CameraModel&, const Parameters& parameters) {
@@ -67,9 +67,37 @@ void patrol(CameraHead& head, Time now, const CameraModel&, const Parameters& pa
         head.playPatrol(*patrol, now);
 }
 
-template <Command command>
+/// Whether the camera can do something of what the request asks for, or has at least such a CGI.
+using Ability = bool (*)(const CameraModel&, const Parameters&);
+
+/// Only a head that turns has presets and patrols.
+bool turns(const CameraModel& model, const Parameters&) {
+    return model.axis("pan") != nullptr || model.axis("tilt") != nullptr;
+}
+
+/// What moves which axis, by any of the CGIs.
+constexpr std::pair<std::string_view, std::string_view> movers[] = {
+    {"pan", "pan"},   {"rpan", "pan"},   {"tilt", "tilt"},   {"rtilt", "tilt"},
+    {"zoom", "zoom"}, {"rzoom", "zoom"}, {"focus", "focus"}, {"iris", "iris"},
+    {"af", "focus"},  {"preset", "pan"}, {"preset", "tilt"},
+};
+
+/// An axis that the camera lacks is passed over where the request names another that it has: a head without a
+/// zoom is told the zoom's speed with every move.
+bool moves(const CameraModel& model, const Parameters& parameters) {
+    bool asked = false;
+    for (const auto& [parameter, axis] : movers)
+        if (!parameterValue(parameters, parameter).empty()) {
+            if (model.axis(axis) != nullptr)
+                return true;
+            asked = true;
+        }
+    return !asked && !model.axes.empty();
+}
+
+template <Command command, Ability can>
 CgiReply commandHead(Camera& camera, const CgiRequest& request) {
-    if (camera.model().axes.empty())
+    if (!can(camera.model(), request.parameters))
         return noSuchCgi();
     camera.commandHead(
         [&](CameraHead& head, Time now) { command(head, now, camera.model(), request.parameters); });
@@ -80,7 +108,7 @@ CgiReply tellPlace(Camera& camera, const CgiRequest&) {
     if (camera.model().axes.empty())
         return noSuchCgi();
     const HeadPlace place = camera.headPlace();
-    std::string text;
+    std::string text = "\r\n"; // before the first key, as real cameras have it
     for (const auto& [name, axis] : camera.model().axes) {
         std::string key = name;
         std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::toupper(c); });
@@ -91,11 +119,11 @@ CgiReply tellPlace(Camera& camera, const CgiRequest&) {
 
 constexpr std::pair<std::string_view, CgiAnswer> cgis[] = {
     {"/cgi-bin/absget", tellPlace},
-    {"/cgi-bin/absctrl", commandHead<driveTo>},
-    {"/cgi-bin/camctrl", commandHead<stepOrCall>},
-    {"/cgi-bin/directctrl", commandHead<moveOn>},
-    {"/cgi-bin/camposiset", commandHead<keepOrForget>},
-    {"/cgi-bin/set_patrol", commandHead<patrol>},
+    {"/cgi-bin/absctrl", commandHead<driveTo, moves>},
+    {"/cgi-bin/camctrl", commandHead<stepOrCall, moves>},
+    {"/cgi-bin/directctrl", commandHead<moveOn, moves>},
+    {"/cgi-bin/camposiset", commandHead<keepOrForget, turns>},
+    {"/cgi-bin/set_patrol", commandHead<patrol, turns>},
 };
 
 } // namespace

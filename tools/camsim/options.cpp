@@ -61,7 +61,8 @@ Head (models with axes): absctrl drives to a place, directctrl moves at a speed,
 (preset=N) or focuses (af=on), camposiset keeps (presetset=N) and forgets (presetdel=N) presets 1 to 256, set_patrol
 records (recstart=N), plays (play=N) and ends (stop=N) patrols 1 to 4. Moves take their time; absget tells the place at
 that moment. A head with fine speeds (D870) is told rpan, rtilt and rzoom and moves on until it is stopped; others stop
-when they are not told again for 3 seconds. The picture follows pan, tilt, zoom and focus.
+when they are not told again for 3 seconds. What asks only for axes that the camera does not have is answered 404; a
+camera that does not turn (F320) has neither presets nor patrols. The picture follows pan, tilt, zoom and focus.
 
 Alarm inputs: get_io?command=all tells each terminal's level, get_io?mode=monitor each change as it happens. Levels
 begin High. They change by the control interface, by the keys 1, 2, 3... (camera 0, where standard input is a terminal)
