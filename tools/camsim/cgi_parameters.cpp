@@ -1,6 +1,7 @@
 #include "cgi_parameters.h"
 
 #include "numbers.h"
+#include "picture_levels.h"
 #include "stream_options.h"
 
 #include <algorithm>
@@ -79,6 +80,10 @@ constexpr Acceptance number(int minimum, int maximum) {
     return {keepNumber, "", minimum, maximum};
 }
 
+constexpr Acceptance level(const PictureLevel& range) {
+    return number(0, range.highest);
+}
+
 constexpr Acceptance words(std::string_view list) {
     return {keepWord, list};
 }
@@ -147,9 +152,9 @@ constexpr ParameterRule audioRules[] = {
 };
 
 constexpr ParameterRule imageRules[] = {
-    {"brightness", {"BRIGHTNESS"}, number(0, 255)},
-    {"sharpness", {"SHARPNESS", "APERTURE"}, number(0, 15)},
-    {"chroma", {"CHROMA"}, number(0, 255)},
+    {"brightness", {"BRIGHTNESS"}, level(brightnessLevel)},
+    {"sharpness", {"SHARPNESS", "APERTURE"}, level(sharpnessLevel)},
+    {"chroma", {"CHROMA"}, level(chromaLevel)},
     {"whitebalance", {"WHITEBALANCE", "WHITEBAL"}, words("atw1,atw2,awc,hold")},
     {"blc", {"BLC"}, flag},
     {"sd", {"MEGASD", "SDTHREE", "WDR"}, flag},

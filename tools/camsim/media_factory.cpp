@@ -1,6 +1,6 @@
 #include "media_factory.h"
 
-#include "picture.h"
+#include "development.h"
 
 #include <cstdio>
 #include <memory>
@@ -98,39 +98,11 @@ std::string pipeline(const StreamProfile& profile) {
     return text + " )";
 }
 
-/// The pictures of one stream on their way from the source.
-struct Development {
-    Picture picture;
-    std::optional<GstVideoInfo> form; ///< of the frames, once one has come
-};
-
-GstPadProbeReturn develop(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
-    auto& development = *static_cast<Development*>(user);
-    if (!development.form) {
-        GstCaps* caps = gst_pad_get_current_caps(pad);
-        development.form.emplace();
-        gst_video_info_from_caps(&*development.form, caps);
-        gst_caps_unref(caps);
-    }
-    GstBuffer* buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
-    GST_PAD_PROBE_INFO_DATA(info) = buffer;
-    GstVideoFrame frame;
-    if (gst_video_frame_map(&frame, &*development.form, buffer, GST_MAP_READWRITE)) {
-        development.picture.develop(frame);
-        gst_video_frame_unmap(&frame);
-    }
-    return GST_PAD_PROBE_OK;
-}
-
-void developPictures(GstElement* bin, const StreamSource& source) {
+void developPicturesOf(GstElement* bin, const StreamSource& source) {
     GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
     GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
-    GstPad* pad = gst_element_get_static_pad(blank, "src");
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, develop,
-                      new Development{Picture(source.camera, source.stream.input, balance), std::nullopt},
-                      [](gpointer development) { delete static_cast<Development*>(development); });
-    gst_object_unref(pad);
-    gst_object_unref(balance); // the bin holds it as long as the pad that is probed
+    developPictures(blank, balance, source.camera, source.stream.input);
+    gst_object_unref(balance);
     gst_object_unref(blank);
 }
 
@@ -199,7 +171,7 @@ GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
     }
     if (profile.codec != VideoCodec::None) {
         setCaption(bin, inputTitle(source.camera, source.stream.input), describeProfile(profile));
-        developPictures(bin, source);
+        developPicturesOf(bin, source);
     }
     restoreTimes(bin);
     g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin{source.stream, profile},

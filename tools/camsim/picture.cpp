@@ -13,8 +13,6 @@ namespace {
 
 constexpr double widestView = 0.2; ///< of the panorama's width
 constexpr double closestZoom = 10;
-constexpr double ordinaryLevel = 128; ///< of brightness and saturation
-constexpr double ordinarySharpness = 8;
 constexpr int sharpnessRadius = 2; ///< in pixels, to each side
 constexpr int largestBlur = 24;
 constexpr double closeFocus = 0.01; ///< of the axis's range: nearer to its place nothing is blurred
@@ -185,9 +183,8 @@ void Picture::sharpen(GstVideoFrame& frame, const HeadPlace& place) {
     const double away =
         focus == nullptr ? 0 : std::abs(place.at("focus") - focus->home) / (focus->maximum - focus->minimum);
     const bool blurred = away > closeFocus;
-    const double sharpness =
-        level(camera_.setting("SHARPNESS") ? "SHARPNESS" : "APERTURE", ordinarySharpness);
-    const double gain = blurred ? -1 : sharpness / ordinarySharpness - 1;
+    const double sharpness = level(camera_.setting("SHARPNESS") ? "SHARPNESS" : "APERTURE", sharpnessLevel);
+    const double gain = blurred ? -1 : sharpness / sharpnessLevel.ordinary - 1;
     const int radius = blurred ? 1 + static_cast<int>(std::lround(away * 2 * largestBlur)) : sharpnessRadius;
     const int width = GST_VIDEO_FRAME_COMP_WIDTH(&frame, GST_VIDEO_COMP_Y);
     if (gain == 0)
@@ -197,8 +194,8 @@ void Picture::sharpen(GstVideoFrame& frame, const HeadPlace& place) {
 }
 
 void Picture::setBalance() {
-    const double brightness = (level("BRIGHTNESS", ordinaryLevel) - ordinaryLevel) / (2 * ordinaryLevel);
-    const double saturation = level("CHROMA", ordinaryLevel) / ordinaryLevel;
+    const double brightness = level("BRIGHTNESS", brightnessLevel) / (2 * brightnessLevel.ordinary) - 0.5;
+    const double saturation = level("CHROMA", chromaLevel) / chromaLevel.ordinary;
     if (brightness == brightness_ && saturation == saturation_)
         return;
     brightness_ = brightness;
@@ -206,8 +203,10 @@ void Picture::setBalance() {
     g_object_set(balance_, "brightness", brightness, "saturation", saturation, nullptr);
 }
 
-double Picture::level(const char* key, double ordinary) const {
-    return parseNumber<double>(camera_.setting(key).value_or("")).value_or(ordinary);
+/// Whatever stands in the settings, since the elements bear only what is in the range.
+double Picture::level(const char* key, const PictureLevel& range) const {
+    const double set = parseNumber<double>(camera_.setting(key).value_or("")).value_or(range.ordinary);
+    return std::isfinite(set) ? std::clamp<double>(set, 0, range.highest) : range.ordinary;
 }
 
 } // namespace camsim

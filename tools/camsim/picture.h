@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera.h"
+#include "picture_levels.h"
 
 #include <gst/video/video.h>
 #include <vector>
@@ -24,7 +25,7 @@ private:
     void tint(GstVideoFrame& frame);
     void sharpen(GstVideoFrame& frame, const HeadPlace& place);
     void setBalance();
-    double level(const char* key, double ordinary) const;
+    double level(const char* key, const PictureLevel& range) const;
 
     const Camera& camera_;
     const int input_;
