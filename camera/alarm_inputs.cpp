@@ -4,6 +4,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 #include "events/vornEventsynth.h"
 #include "host/event_stream_controller.h"
 #include "host/gst_context.h"
@@ -88,7 +89,7 @@ CError CPanasonicCamera::getDryContactInputCount(CString& count) {
 
 CError CPanasonicCamera::CheckAndSetAlarm(int input) {
     const SAlarmInput* const row = findAlarmInput(input);
-    if (row && setting && cameraSetting(row->enableKey) != "1")
+    if (row && setting && cameraSetting(row->enableKey) != On)
         (void)setting->SetCameraSetting(cgi::JpegAlarm, row->enableQuery);
     return CError::Success();
 }

@@ -12,7 +12,6 @@
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::LogDetail;
-using device_handler::v1_0::SVideoCodecName;
 using device_handler::v1_0::UrlOfNoCodec;
 
 namespace {

@@ -14,7 +14,9 @@ inline constexpr const char* SetJpeg = "/cgi-bin/set_jpeg";
 inline constexpr const char* SetRtsp = "/cgi-bin/set_rtsp";
 inline constexpr const char* Absctrl = "/cgi-bin/absctrl";
 inline constexpr const char* AbsgetPosition = "/cgi-bin/absget?page=12345";
+inline constexpr const char* AbsctrlFocus = "/cgi-bin/absctrl?focus="; // up to the camera's value
 inline constexpr const char* Camctrl = "/cgi-bin/camctrl";
+inline constexpr const char* CamctrlAutoFocus = "/cgi-bin/camctrl?af=on";
 inline constexpr const char* Directctrl = "/cgi-bin/directctrl";
 inline constexpr const char* Camposiset = "/cgi-bin/camposiset";
 inline constexpr const char* SetPatrol = "/cgi-bin/set_patrol";
@@ -41,6 +43,15 @@ inline constexpr const char* H264RtspOn = "h264_rtsp_mode=1&h264_rtsp_mode2=1&rt
 inline constexpr const char* AudioModeOn = "audio=in&audio_encode1=0&audio_encoder=g726&audio_bitrate=";
 inline constexpr const char* AudioBitRate = "audio_bitrate=";
 inline constexpr const char* AudioSensitivity = "audio_sens=";
+
+// What ImageAdjust is told, up to the value.
+inline constexpr const char* ImageBrightness = "brightness=";
+inline constexpr const char* ImageSharpness = "sharpness=";
+inline constexpr const char* ImageSaturation = "chroma=";
+inline constexpr const char* ImageWhiteBalance = "whitebalance=";
+inline constexpr const char* ImageBackLight = "blc=";
+inline constexpr const char* ImageSuperDynamic = "sd=";
+inline constexpr const char* ImageDarkCompensation = "dark_revise=";
 
 // How the framework's CGI helpers are asked: any authentication scheme that the camera offers, and the
 // characters that end a value in a reply.

@@ -5,6 +5,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 
 #include <algorithm>
 
@@ -15,8 +16,6 @@ using device_handler::v1_0::SModelInfo;
 
 namespace {
 
-constexpr const char* On = "1";
-constexpr const char* Off = "0";
 constexpr const char* Step = "1";
 constexpr int FirstPosition = 1;
 
@@ -36,14 +35,16 @@ struct CPanasonicCamera::SImageAdjustment {
 };
 
 const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Brightness = {
-    &SModelInfo::brightness, "BRIGHTNESS", nullptr, "brightness="};
+    &SModelInfo::brightness, "BRIGHTNESS", nullptr, cgi::ImageBrightness};
 const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Sharpness = {&SModelInfo::sharpness, "SHARPNESS",
-                                                                        "APERTURE", "sharpness="};
+                                                                        "APERTURE", cgi::ImageSharpness};
 const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Saturation = {&SModelInfo::saturation, "CHROMA",
-                                                                         nullptr, "chroma="};
+                                                                         nullptr, cgi::ImageSaturation};
 
-bool CPanasonicCamera::hasVideoInput(int input) const {
-    return input < model().videoInputs;
+CError CPanasonicCamera::checkOffered(int input, bool isOfModel) const {
+    if (input >= model().videoInputs) // a negative one passes
+        return errors::inputOutOfRange();
+    return isOfModel ? CError::Success() : errors::propertyNotSupported();
 }
 
 CError CPanasonicCamera::writeAdjustment(const SImageAdjustment& adjustment, const CString& percent) {
@@ -53,11 +54,9 @@ CError CPanasonicCamera::writeAdjustment(const SImageAdjustment& adjustment, con
 
 CError CPanasonicCamera::readAdjustment(const SImageAdjustment& adjustment, int input,
                                         std::vector<CString>& values) {
-    if (!hasVideoInput(input))
-        return errors::inputOutOfRange();
     const SAdjustment& ofModel = model().*adjustment.ofModel;
-    if (ofModel.range.empty())
-        return errors::propertyNotSupported();
+    if (CError error = checkOffered(input, !ofModel.range.empty()))
+        return error;
     std::string value = cameraSetting(adjustment.key);
     if (value.empty() && adjustment.otherKey)
         value = cameraSetting(adjustment.otherKey);
@@ -92,15 +91,13 @@ CError CPanasonicCamera::setVpaWhiteBalance(int /*input*/, CString position) {
     if (!number || *number < FirstPosition || static_cast<std::size_t>(*number) > words.size())
         return errors::whiteBalanceOutOfRange();
     return writeSetting(cgi::ImageAdjust,
-                        "whitebalance=" + words[static_cast<std::size_t>(*number - FirstPosition)]);
+                        cgi::ImageWhiteBalance + words[static_cast<std::size_t>(*number - FirstPosition)]);
 }
 
 CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& values) {
-    if (!hasVideoInput(input))
-        return errors::inputOutOfRange();
     const std::vector<std::string>& words = model().whiteBalance.values;
-    if (words.empty())
-        return errors::propertyNotSupported();
+    if (CError error = checkOffered(input, !words.empty()))
+        return error;
     std::string word = cameraSetting("WHITEBALANCE");
     if (word.empty())
         word = cameraSetting("WHITEBAL");
@@ -121,14 +118,13 @@ CError CPanasonicCamera::setVpaBackLightComp(int /*input*/, CString onOff) {
     // Other than for reading, only this one of the super dynamic settings counts.
     if (cameraSetting("MEGASD") == On)
         return errors::superDynamicOn();
-    return writeSetting(cgi::ImageAdjust, std::string("blc=") + (onOff == CString(On) ? On : Off));
+    return writeSetting(cgi::ImageAdjust,
+                        std::string(cgi::ImageBackLight) + (onOff == CString(On) ? On : Off));
 }
 
 CError CPanasonicCamera::getVpaBackLightComp(int input, std::vector<CString>& values) {
-    if (!hasVideoInput(input))
-        return errors::inputOutOfRange();
-    if (model().backLightCompensation.empty())
-        return errors::propertyNotSupported();
+    if (CError error = checkOffered(input, !model().backLightCompensation.empty()))
+        return error;
     if (superDynamicState() == On) {
         values.emplace_back(Off);
         return CError::Success();

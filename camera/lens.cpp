@@ -4,13 +4,11 @@
 #include "camera/cgi_paths.h"
 #include "camera/errors.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 
 namespace corvane::panasonic_camera {
 
 namespace {
-
-constexpr const char* On = "1";
-constexpr const char* Off = "0";
 
 // The model's kind of dynamic-range control.
 constexpr const char* Generic = "Generic";
@@ -20,15 +18,12 @@ constexpr const char* AdaptiveBlackStretchOnly = "AdaptiveBlackStretchOnly";
 } // namespace
 
 CError CPanasonicCamera::setLensFocus(int /*input*/, CString percent) {
-    return writeSettingNoReload(std::string(cgi::Absctrl) + "?focus=" + CameraValueOf(model().focus, percent),
-                                "");
+    return writeSettingNoReload(cgi::AbsctrlFocus + CameraValueOf(model().focus, percent), "");
 }
 
 CError CPanasonicCamera::getLensFocus(int input, std::vector<CString>& values) {
-    if (!hasVideoInput(input))
-        return errors::inputOutOfRange();
-    if (model().focus.range.empty())
-        return errors::propertyNotSupported();
+    if (CError error = checkOffered(input, !model().focus.range.empty()))
+        return error;
     const std::string value =
         setting ? setting->GetDetailsFromUrl(cgi::AbsgetPosition, std::string("FOCUS=")) : std::string();
     if (value.empty())
@@ -40,7 +35,7 @@ CError CPanasonicCamera::getLensFocus(int input, std::vector<CString>& values) {
 CError CPanasonicCamera::setLensAutoFocus(int /*input*/, CString value) {
     if (value != CString(On))
         return CError::Success();
-    return writeSettingNoReload(std::string(cgi::Camctrl) + "?af=on", "");
+    return writeSettingNoReload(cgi::CamctrlAutoFocus, "");
 }
 
 CError CPanasonicCamera::getLensAutoFocus(int /*input*/, std::vector<CString>& values) {
@@ -62,7 +57,9 @@ CError CPanasonicCamera::setLensWdr(int /*input*/, CString value) {
         return errors::wideDynamicRangeOutOfRange();
     if (model().dynamicRange == Conditional && !canSetWideDynamicRange())
         return errors::lensNotFound();
-    const char* const parameter = model().dynamicRange == AdaptiveBlackStretchOnly ? "dark_revise=" : "sd=";
+    const char* const parameter = model().dynamicRange == AdaptiveBlackStretchOnly
+                                      ? cgi::ImageDarkCompensation
+                                      : cgi::ImageSuperDynamic;
     return writeSetting(cgi::ImageAdjust, parameter + value.str());
 }
 

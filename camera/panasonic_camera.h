@@ -281,8 +281,9 @@ public:
 
     // --- Image. Writes go to "/cgi-bin/image_adjust" and fail as their request does, or with (16, 3,
     // "property not found") without settings. Getters fail with (15, 3, "invalid camera range") for an input
-    // that the model does not have, with (3, 3, "Property Not Supported") for what the model list does not
-    // give, and with (7, 0, "Device not accessible") for what the camera does not report.
+    // from the model's number of inputs on, with (3, 3, "Property Not Supported") for what the model list
+    // does not give, and, back-light compensation apart, with (7, 0, "Device not accessible") for what the
+    // camera does not report. Setters do not look at the input.
 
     // In percent of the model's range in the camera's units. A percentage that cannot be read sends the
     // model's default; getters append current, default, "0", "100" and "1", and take "50" for what has no
@@ -321,12 +322,12 @@ public:
     CError getLensAutoFocus(int input, std::vector<CString>& values) override; // always "0", "0", "0", "1"
     // Super dynamic ("sd"), or "dark_revise" on a model of the kind AdaptiveBlackStretchOnly; the value is
     // sent as given. Fails with (15, 3, "LensWdr out of range") for an empty text and with (3, 3, "Property
-    // is not found") on a Conditional model whose "IMAGESELECT" is neither "1.3m" nor "2m", or whose "ALCELC"
-    // is empty, "elc" or "alc".
+    // is not found") on a Conditional model whose "IMAGESELECT" is set to anything but "1.3m" and "2m", or
+    // whose "ALCELC" is empty, "elc" or "alc".
     CError setLensWdr(int input, CString value) override;
     // Current ("MEGASD", else "SDTHREE", else "WDR"; "DARKCOMP"), default, minimum and maximum; current alone
     // where a Conditional model cannot set it. Fails with (3, 3, "Property is not found") for a model without
-    // a kind.
+    // a kind; does not look at the input.
     CError getLensWdr(int input, std::vector<CString>& values) override;
     // (3, 3, "Property is not supported").
     CError setLensDayNightMode(int input, CString value) override;
@@ -384,7 +385,8 @@ private:
     static const SImageAdjustment Brightness, Sharpness, Saturation;
     CError writeAdjustment(const SImageAdjustment& adjustment, const CString& percent);
     CError readAdjustment(const SImageAdjustment& adjustment, int input, std::vector<CString>& values);
-    bool hasVideoInput(int input) const;
+    // The checks before a picture or lens adjustment is read: the input, and whether the model list gives it.
+    CError checkOffered(int input, bool isOfModel) const;
     std::string superDynamicState() const;
     bool canSetWideDynamicRange() const;
 

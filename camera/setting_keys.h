@@ -2,6 +2,10 @@
 
 namespace corvane::panasonic_camera {
 
+// How camera and recorder write a switch.
+inline constexpr const char* On = "1";
+inline constexpr const char* Off = "0";
+
 // What the settings cache looks for in the settings dump. The comma belongs to the key: it keeps "AUDIO,"
 // from matching inside "AUDIOBITRATE,". Repeats collapse in the cache. The last entry is one key made of two
 // names.

@@ -5,6 +5,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 #include "camera/stream_tables.h"
 
 #include <boost/algorithm/string/replace.hpp>
@@ -13,8 +14,6 @@ namespace corvane::panasonic_camera {
 
 namespace {
 
-constexpr const char* On = "1";
-constexpr const char* Off = "0";
 constexpr const char* RtspPort = "554";
 constexpr const char* Mpeg4Mode = "0"; // of STREAMMODE
 

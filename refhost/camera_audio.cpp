@@ -127,6 +127,8 @@ CError CVornCamera::getAudioInputVolume(int input, std::vector<CString>& values)
 }
 
 CError CVornCamera::readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& record) {
+    if (CError error = checkAudioInput(id.stream))
+        return error;
     SVornAudValsInDb kept;
     CError error = readFromInputDb(InputClass::Audio, id.stream, BitRateKey, kept.bitRate);
     if (IsAbsent(error)) {
@@ -140,6 +142,8 @@ CError CVornCamera::readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& r
 }
 
 CError CVornCamera::getAudioStreamUrl(SVornAudValsInDb&, SAudioStreamId id, std::string& url) {
+    if (CError error = checkAudioInput(id.stream))
+        return error;
     const SStreamUrl* location = findUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this audio stream");

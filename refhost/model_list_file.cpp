@@ -275,14 +275,15 @@ void readStreams(const CJsonNode& node, SModelInfo& model) {
 }
 
 void readAudio(const CJsonNode& node, SModelInfo& model) {
-    node.object({{"bitRates", SMember::Optional,
-                  [&](const CJsonNode& rates) {
-                      eachNumber(rates, 0, [&](int number, const CJsonNode& rate) {
-                          toDecimalText(model.audioBitRates[number])(rate);
-                      });
-                  }},
-                 {"urlBase", SMember::Optional, toInteger(model.audioUrlBase)},
-                 {"urls", SMember::Optional, toStreamUrls(model.audioUrls)}});
+    node.object(
+        {{"bitRates", SMember::Optional,
+          [&](const CJsonNode& rates) {
+              eachNumber(rates, 0, [&](int number, const CJsonNode& rate) {
+                  toDecimalText(model.audioBitRates[number])(rate);
+              });
+          }},
+         {"urlBase", SMember::Optional, toInteger(model.audioUrlBase, LowestInt, HighestInt - MostInputs)},
+         {"urls", SMember::Optional, toStreamUrls(model.audioUrls)}});
 }
 
 SModelInfo readModel(const CJsonNode& node) {

@@ -55,6 +55,20 @@ SModelInfo OneStream() {
     return model;
 }
 
+SModelInfo AnyNumber() {
+    SModelInfo model = Model();
+    model.number = "any number";
+    model.codecStreams.clear();
+    return model;
+}
+
+SModelInfo Gaps() {
+    SModelInfo model = Model();
+    model.number = "gaps";
+    model.audioUrls[5]["H264"] = {{0, Url("", "")}, {2, Url("", "third")}};
+    return model;
+}
+
 SModelInfo AnyCodec() {
     SModelInfo model = Model();
     model.number = "any codec";
@@ -73,7 +87,7 @@ class Audio : public CCameraBench {
 protected:
     Audio()
         : CCameraBench({Model(), Without("no H264", "H264"), Without("no MP4V", "MP4V"), OneStream(),
-                        AnyCodec(), NoUrls()}) {
+                        AnyNumber(), Gaps(), AnyCodec(), NoUrls()}) {
         for (const char* name : {"set_audio", "set_rtsp"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
         bring("A1");
@@ -157,6 +171,15 @@ TEST_F(Audio, ABitRateInvalidatesTheStreamWhateverTheCameraAnswers) {
                 ElementsAre("set_audio audio_bitrate=16"));
     EXPECT_EQ(told(), "1 0 ");
     EXPECT_THAT(device->logLines(), Contains("2 audio stream[0,0] must be built anew"));
+    bring("A1", H264Camera, {{"H264", "0"}}); // the gate is not asked
+    EXPECT_THAT(call("setAudioInputCodecBitRate", {"7", "g726", "x"}),
+                ElementsAre("set_audio audio_bitrate=x"));
+}
+
+TEST_F(Audio, OnlyWhatTheSettingsHoldIsReadAnew) {
+    EXPECT_TRUE(refreshes("setAudioInputVolume", {"7", "1"}));
+    EXPECT_TRUE(refreshes("setAudioInputCodecBitRate", {"0", "g726", "16"}));
+    EXPECT_FALSE(refreshes("getAudioStreamUrl", {"bitRate=32", "0,g726"}));
 }
 
 TEST_F(Audio, TheLocationIsTheRunningCodecs) {
@@ -169,6 +192,8 @@ TEST_F(Audio, TheLocationIsTheRunningCodecs) {
     EXPECT_EQ(place(), ":554/audio?a=1&b=2");
     bring("any codec", Mpeg4Camera);
     EXPECT_EQ(place(), ":8554/any");
+    bring("A1", BothCamera); // a mode that is not known shuts the gate already
+    EXPECT_EQ(place(), NotFound);
     bring("no H264");
     EXPECT_EQ(place(), "3 3 Property Not Supported");
     bring("no urls");
@@ -187,6 +212,13 @@ TEST_F(Audio, TheSecondLocationServesWhileTheVideoTakesTheFirst) {
     video.reset();
     EXPECT_EQ(place(), "/2"); // while any pipeline takes it
     bring("one stream");
+    video = withVideo({0, VideoCodec::H264, 0});
+    EXPECT_EQ(place(), ":554/audio?a=1&b=2");
+    bring("gaps");                                    // two locations, but no second one
+    EXPECT_EQ(place(), "3 3 Property Not Supported"); // nor a path for the first
+    video = withVideo({0, VideoCodec::H264, 0});
+    EXPECT_EQ(place(), "3 3 Property Not Supported");
+    bring("any number"); // of streams
     video = withVideo({0, VideoCodec::H264, 0});
     EXPECT_EQ(place(), ":554/audio?a=1&b=2");
     bring("any codec"); // with but one location

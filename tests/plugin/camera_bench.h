@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,6 +20,7 @@ class CCameraBench : public testing::Test {
 protected:
     using Settings = std::map<std::string, std::string>;
     using Requests = std::vector<std::string>;
+    static constexpr const char* Setdata = "/cgi-bin/setdata";
 
     explicit CCameraBench(const std::vector<SModelInfo>& ofModels) {
         CVornModelList::ModelMap byNumber;
@@ -27,7 +29,7 @@ protected:
         models = boost::make_shared<CVornModelList>(Request("/test", "NAME="), std::vector<SFamily>(),
                                                     std::map<std::string, SQueryDevice>(), byNumber);
         stub.reply("/test", HttpOk("NAME=x\r\n"));
-        stub.reply("/cgi-bin/setdata", [this](std::size_t) { return HttpOk(dump()); });
+        stub.reply(Setdata, [this](std::size_t) { return HttpOk(dump()); });
     }
 
     // Makes the camera anew; it reports these settings and this capability.
@@ -52,7 +54,7 @@ protected:
         Requests sent;
         const std::vector<SStubRequest> all = stub.requests();
         for (std::size_t i = before; i < all.size(); ++i)
-            if (all[i].target != "/cgi-bin/setdata")
+            if (all[i].target != Setdata)
                 sent.push_back(all[i].target.substr(9) + (all[i].body.empty() ? "" : " " + all[i].body));
         return sent;
     }
@@ -60,6 +62,18 @@ protected:
     Requests answered(const std::string& operation, const std::vector<std::string>& arguments) {
         call(operation, arguments);
         return answer.error->getCode() == 1 ? answer.values : Requests{told()};
+    }
+    // Whether a call has the settings read anew: readers wait for that.
+    bool refreshes(const std::string& operation, const std::vector<std::string>& arguments) {
+        const auto dumps = [this] {
+            const std::vector<SStubRequest> all = stub.requests();
+            return std::count_if(all.begin(), all.end(),
+                                 [](const SStubRequest& request) { return request.target == Setdata; });
+        };
+        const auto before = dumps();
+        call(operation, arguments);
+        camera->GetImageMode();
+        return dumps() > before;
     }
     std::string told() const {
         return std::to_string(answer.error->getCode()) + " " + std::to_string(answer.error->getOrigin()) +

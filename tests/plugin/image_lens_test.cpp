@@ -24,6 +24,12 @@ SModelInfo Model(const char* number, const char* dynamicRange) {
     return model;
 }
 
+SModelInfo Other() {
+    SModelInfo model = Model("other", "Other");
+    model.whiteBalance = {{"atw1", "atw2"}, "elsewhere"};
+    return model;
+}
+
 SModelInfo Bare() {
     SModelInfo model;
     model.number = "bare";
@@ -34,7 +40,7 @@ class ImageAndLens : public CCameraBench {
 protected:
     ImageAndLens()
         : CCameraBench({Model("generic", "Generic"), Model("conditional", "Conditional"),
-                        Model("dark", "AdaptiveBlackStretchOnly"), Model("other", "Other"), Bare()}) {
+                        Model("dark", "AdaptiveBlackStretchOnly"), Other(), Bare()}) {
         for (const char* name : {"image_adjust", "absctrl", "camctrl"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
         stub.reply("/cgi-bin/absget", HttpOk("\r\nFOCUS=255\r\n"));
@@ -110,7 +116,9 @@ TEST_F(ImageAndLens, WhiteBalanceIsAPositionInTheList) {
         EXPECT_THAT(answered("getVpaWhiteBalance", {"0"}), ElementsAre(position, "3", "1", "2", "3", "4"));
     }
     bringUp("generic", {{"WHITEBALANCE", "atw1"}, {"WHITEBAL", "awc"}});
-    EXPECT_THAT(answered("getVpaWhiteBalance", {"0"}), ElementsAre("1", "3", "1", "2", "3", "4"));
+    EXPECT_THAT(answered("getVpaWhiteBalance", {"-1"}), ElementsAre("1", "3", "1", "2", "3", "4"));
+    bringUp("other", {{"WHITEBAL", "unknown"}}); // like its default
+    EXPECT_THAT(answered("getVpaWhiteBalance", {"0"}), ElementsAre("1", "1", "1", "2"));
 }
 
 TEST_F(ImageAndLens, BackLightCompensationAndSuperDynamicExcludeEachOther) {
@@ -149,6 +157,23 @@ TEST_F(ImageAndLens, ThePropertiesAreThoseThatCanBeHad) {
         EXPECT_THAT(answered("setLens" + std::string(property), {"0", "1"}),
                     ElementsAre("3 3 Property is not supported"));
     }
+}
+
+TEST_F(ImageAndLens, AModelWithoutAnAdjustmentIsWrittenToAllTheSame) {
+    bringUp("bare");
+    EXPECT_THAT(call("setVpaBrightness", {"0", "50"}), ElementsAre("image_adjust brightness="));
+    EXPECT_THAT(call("setVpaBackLightComp", {"7", "1"}), ElementsAre("image_adjust blc=1")); // any input
+    EXPECT_THAT(call("setLensFocus", {"0", "50"}), ElementsAre("absctrl?focus="));
+    EXPECT_THAT(answered("setVpaWhiteBalance", {"7", "1"}), ElementsAre("15 3 VpaWhiteBalance out of range"));
+}
+
+TEST_F(ImageAndLens, OnlyWhatTheSettingsHoldIsReadAnew) {
+    EXPECT_TRUE(refreshes("setVpaBrightness", {"0", "1"}));
+    EXPECT_TRUE(refreshes("setVpaWhiteBalance", {"0", "1"}));
+    EXPECT_TRUE(refreshes("setVpaBackLightComp", {"0", "1"}));
+    EXPECT_TRUE(refreshes("setLensWdr", {"0", "1"}));
+    EXPECT_FALSE(refreshes("setLensFocus", {"0", "1"}));
+    EXPECT_FALSE(refreshes("setLensAutoFocus", {"0", "1"}));
 }
 
 TEST_F(ImageAndLens, AutoFocusIsTriggeredByOneOnly) {

@@ -22,6 +22,10 @@ CCamsim::CCamsim(const std::vector<std::string>& arguments) : program_("camsim",
     const json ready = json::parse(program_.readLine());
     addresses_ = ready.at("cameras").get<std::vector<std::string>>();
     control_ = ready.at("control").get<std::string>();
+    if (ready.count("rtsp") != 0) {
+        const auto rtsp = ready.at("rtsp").at(0).get<std::string>();
+        rtspPort_ = rtsp.substr(rtsp.rfind(':') + 1);
+    }
 }
 
 CCamsim::~CCamsim() {

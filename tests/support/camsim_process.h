@@ -21,6 +21,8 @@ public:
     // The cameras' addresses, and the first's.
     const std::vector<std::string>& addresses() const { return addresses_; }
     const std::string& address() const { return addresses_.front(); }
+    // Where the first listens for RTSP.
+    const std::string& rtspPort() const { return rtspPort_; }
 
     nlohmann::json get(const std::string& path) const { return request("GET", path); }
     nlohmann::json post(const std::string& path, const nlohmann::json& body) const {
@@ -40,6 +42,7 @@ private:
 
     CProgram program_;
     std::vector<std::string> addresses_;
+    std::string rtspPort_;
     std::string control_;
 };
 

@@ -7,8 +7,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 Words Record(const CCamsim& camsim, const std::string& file, const Words& more) {
-    const std::string rtsp = camsim.get("/cameras").at("cameras")[0].at("rtsp");
-    Words arguments = {"--json", "--rtsp-port", rtsp.substr(rtsp.rfind(':') + 1), "record", camsim.address()};
+    Words arguments = {"--json", "--rtsp-port", camsim.rtspPort(), "record", camsim.address()};
     arguments.insert(arguments.end(), {"--stream", "0,h264,0", "--output", file});
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
@@ -101,6 +100,19 @@ TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
     EXPECT_THAT(lost.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr("404")));
     withPath("MediaInput/jpeg");
     EXPECT_THAT(Vornhost(arguments).err, testing::HasSubstr("has no audio"));
+
+    const CCamsim encoder({"--model", "GXE500", "--rtsp-port", "0"}); // whose sound has a place of its own
+    for (const auto& [fault, reason] : {std::pair(json{{"kind", "cut"}, {"ms", 500}}, "connection closed"),
+                                        {json{{"kind", "silence"}}, "no sound within 3 s"}}) {
+        json atSound = fault;
+        atSound["path"] = "/MediaInput/audio";
+        encoder.post("/faults", atSound);
+        const SRun run = Vornhost(Record(encoder, folder.file("lost.mkv"), {"--audio", "--timeout", "3"}));
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr(reason),
+                                            testing::HasSubstr("/MediaInput/audio")));
+        encoder.erase("/faults");
+    }
 }
 
 TEST(Record, ASignalEndsItWell) {

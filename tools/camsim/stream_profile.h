@@ -23,8 +23,8 @@ struct VideoStream {
 std::vector<VideoStream> videoStreams(const CameraModel& model);
 
 /// Whether the camera's settings let the stream be served: its transmission and its RTSP delivery are on, and
-/// on a camera that runs one codec family at a time it is the one that runs. Sound alone is delivered while
-/// the first stream of that family is, and there is any.
+/// on a camera that runs one codec family at a time it is the one that runs. Sound alone is served while
+/// the RTSP delivery of the first stream of a family that runs is on, transmitted or not, and there is sound.
 bool isServed(const Camera& camera, const VideoStream& stream);
 
 /// Frames per second as a reduced fraction.

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::RtnCode;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::CString;
 using device_handler::v1_0::SAnswer;
+using device_handler::v1_0::SModelInfo;
 
 constexpr int HighestPercent = 100;
 constexpr const char* On = "on";
@@ -24,50 +27,48 @@ std::optional<int> NumberOf(const std::string& text) {
 }
 
 // The plug-in's value as a person writes it.
-std::string Shown(const SAdjustmentInfo& info, const std::vector<std::string>& words,
-                  const std::string& value) {
+std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& value) {
     if (info.form == AdjustmentForm::Percent)
         return value;
     if (info.form != AdjustmentForm::Word)
         return value == "1" ? On : Off;
+    const std::vector<std::string>& words = model.whiteBalance.values;
     const std::optional<int> position = NumberOf(value);
     return position && *position >= 1 && static_cast<std::size_t>(*position) <= words.size()
                ? words[static_cast<std::size_t>(*position - 1)]
                : value;
 }
 
-std::vector<std::string> Values(const SAdjustmentInfo& info, const std::vector<std::string>& words) {
-    switch (info.form) {
-    case AdjustmentForm::Percent:
-        return {};
-    case AdjustmentForm::Word:
-        return words;
-    case AdjustmentForm::Switch:
-        return {Off, On};
-    case AdjustmentForm::Action:
-        return {On};
-    }
-    return {};
+bool HasFocus(const SModelInfo& model) {
+    return !model.focus.range.empty();
 }
-
-bool IsNotSupported(const SAnswer& answer) {
-    return answer.error && answer.error->getCode() == static_cast<int>(RtnCode::NotSupported);
+bool HasDynamicRange(const SModelInfo& model) {
+    return !model.dynamicRange.empty();
 }
 
 } // namespace
 
 const std::vector<SAdjustmentInfo>& Adjustments() {
+    using Form = AdjustmentForm;
     static const std::vector<SAdjustmentInfo> adjustments = {
-        {"brightness", "brightness", "VpaBrightness", AdjustmentForm::Percent, false},
-        {"sharpness", "sharpness", "VpaSharpness", AdjustmentForm::Percent, false},
-        {"saturation", "saturation", "VpaSaturation", AdjustmentForm::Percent, false},
-        {"whiteBalance", "white balance", "VpaWhiteBalance", AdjustmentForm::Word, false},
-        {"backLight", "back-light compensation", "VpaBackLightComp", AdjustmentForm::Switch, false},
-        {FocusName, "focus", "LensFocus", AdjustmentForm::Percent, true},
-        {"autoFocus", "auto focus", "LensAutoFocus", AdjustmentForm::Action, true},
-        {"wideDynamicRange", "wide dynamic range", "LensWdr", AdjustmentForm::Switch, true},
+        {"brightness", "brightness", "VpaBrightness", Form::Percent, nullptr, nullptr},
+        {"sharpness", "sharpness", "VpaSharpness", Form::Percent, nullptr, nullptr},
+        {"saturation", "saturation", "VpaSaturation", Form::Percent, nullptr, nullptr},
+        {"whiteBalance", "white balance", "VpaWhiteBalance", Form::Word, nullptr, nullptr},
+        {"backLight", "back-light compensation", "VpaBackLightComp", Form::Switch, nullptr, "super dynamic"},
+        {FocusName, "focus", "LensFocus", Form::Percent, HasFocus, nullptr},
+        {"autoFocus", "auto focus", "LensAutoFocus", Form::Action, HasFocus, nullptr},
+        {"wideDynamicRange", "wide dynamic range", "LensWdr", Form::Switch, HasDynamicRange,
+         "size or exposure"},
     };
     return adjustments;
+}
+
+std::vector<std::string> AdjustmentNames() {
+    std::vector<std::string> names;
+    for (const SAdjustmentInfo& info : Adjustments())
+        names.emplace_back(info.name);
+    return names;
 }
 
 const SAdjustmentInfo* FindAdjustment(const std::string& name) {
@@ -76,60 +77,86 @@ const SAdjustmentInfo* FindAdjustment(const std::string& name) {
     return found == Adjustments().end() ? nullptr : &*found;
 }
 
-std::optional<SAdjustmentReading> ReadAdjustment(const SAdjustmentInfo& info, const AskCamera& ask, int input,
-                                                 const std::vector<std::string>& words) {
-    // The plug-in answers for auto focus on every model; it goes with the focus.
-    if (info.form == AdjustmentForm::Action && !ReadAdjustment(*FindAdjustment(FocusName), ask, input, words))
-        return std::nullopt;
-    const auto answer = ask(std::string("get") + info.operation, {std::to_string(input)});
-    if (!answer || IsNotSupported(*answer))
-        return std::nullopt;
+const SAdjustmentInfo& TellingAdjustment(const SAdjustmentInfo& info) {
+    return info.form == AdjustmentForm::Action ? *FindAdjustment(FocusName) : info;
+}
+
+CAdjustments::CAdjustments(AskCamera ask, const SModelInfo& model, int input)
+    : ask_(std::move(ask)), model_(model), input_(input) {}
+
+CError CAdjustments::learn() {
+    offered_.clear();
+    const std::optional<SAnswer> listed = ask_("getVpaProperties", {std::to_string(input_)});
+    if (!listed)
+        return CError::Success();
+    if (listed->error && *listed->error)
+        return *listed->error;
+    for (const SAdjustmentInfo& info : Adjustments()) {
+        const bool isListed =
+            std::find(listed->values.begin(), listed->values.end(), info.operation) != listed->values.end();
+        if (info.isOfModel ? info.isOfModel(model_) : isListed)
+            offered_.push_back(&info);
+    }
+    return CError::Success();
+}
+
+bool CAdjustments::has(const SAdjustmentInfo& info) const {
+    return std::find(offered_.begin(), offered_.end(), &info) != offered_.end();
+}
+
+std::vector<SAdjustmentReading> CAdjustments::readAll() const {
+    std::vector<SAdjustmentReading> readings;
+    for (const SAdjustmentInfo* info : offered_)
+        readings.push_back(read(*info));
+    return readings;
+}
+
+SAdjustmentReading CAdjustments::read(const SAdjustmentInfo& info) const {
     SAdjustmentReading reading{&info, "", "", {}, std::nullopt};
+    const std::optional<SAnswer> answer = ask_(std::string("get") + info.operation, {std::to_string(input_)});
+    if (!answer)
+        return reading;
     if (answer->error && *answer->error) {
         reading.failure = *answer->error;
         return reading;
     }
-    if (info.form == AdjustmentForm::Action) {
-        reading.values = Values(info, words);
-        return reading;
-    }
-    if (!answer->values.empty())
-        reading.current = Shown(info, words, answer->values[0]);
-    if (answer->values.size() > 1) { // a lone value cannot be set at the moment
-        reading.byDefault = Shown(info, words, answer->values[1]);
-        reading.values = Values(info, words);
+    const bool isAction = info.form == AdjustmentForm::Action; // which has neither a value nor a default
+    if (!answer->values.empty() && !isAction)
+        reading.current = Shown(info, model_, answer->values[0]);
+    if (answer->values.size() > 1) { // a lone value is fixed
+        reading.byDefault = isAction ? "" : Shown(info, model_, answer->values[1]);
+        reading.values = AdjustmentValues(info, model_);
     }
     return reading;
 }
 
-std::vector<SAdjustmentReading> ReadAdjustments(const AskCamera& ask, int input,
-                                                const std::vector<std::string>& words) {
-    const auto offered = ask("getVpaProperties", {std::to_string(input)});
-    std::vector<SAdjustmentReading> readings;
-    for (const SAdjustmentInfo& info : Adjustments()) {
-        const bool isOffered =
-            info.isOfLens || (offered && std::find(offered->values.begin(), offered->values.end(),
-                                                   info.operation) != offered->values.end());
-        if (auto reading = isOffered ? ReadAdjustment(info, ask, input, words) : std::nullopt)
-            readings.push_back(std::move(*reading));
+std::vector<std::string> AdjustmentValues(const SAdjustmentInfo& info, const SModelInfo& model) {
+    switch (info.form) {
+    case AdjustmentForm::Percent:
+        return {};
+    case AdjustmentForm::Word:
+        return model.whiteBalance.values;
+    case AdjustmentForm::Switch:
+        return {Off, On};
+    case AdjustmentForm::Action:
+        return {On};
     }
-    return readings;
+    return {};
 }
 
-std::string AdjustmentChoice(const SAdjustmentInfo& info, const std::vector<std::string>& words) {
+std::string AdjustmentChoice(const SAdjustmentInfo& info, const SModelInfo& model) {
     return info.form == AdjustmentForm::Percent ? "0 to " + std::to_string(HighestPercent)
-                                                : Join(Values(info, words), ", ");
+                                                : Join(AdjustmentValues(info, model), ", ");
 }
 
-std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info,
-                                              const std::vector<std::string>& words,
+std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const SModelInfo& model,
                                               const std::string& value) {
     if (info.form == AdjustmentForm::Percent) {
         const std::optional<int> percent = NumberOf(value);
         return percent && *percent >= 0 && *percent <= HighestPercent ? std::optional<std::string>(value)
                                                                       : std::nullopt;
     }
-    const std::vector<std::string> values = Values(info, words);
+    const std::vector<std::string> values = AdjustmentValues(info, model);
     const auto found = std::find(values.begin(), values.end(), value);
     if (found == values.end())
         return std::nullopt;

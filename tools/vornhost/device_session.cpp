@@ -115,6 +115,11 @@ void CDeviceSession::makeCamera() {
     renewController();
 }
 
+const device_handler::v1_0::SModelInfo* CDeviceSession::model() const {
+    device_handler::v1_0::CString number;
+    return camera_->getUnitModelName(number) ? nullptr : plugin_.handler().getModelInfo(number.str());
+}
+
 void CDeviceSession::renewController() {
     operations_ = std::make_unique<COperationRegistry>();
     ptzController_.reset();

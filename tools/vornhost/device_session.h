@@ -48,6 +48,9 @@ public:
     const device_handler::v1_0::COperationRegistry& operations() const { return *operations_; }
     // The camera object; another one after renewCamera().
     vorn_camera_base::v1_0::CVornCamera& camera() const { return *camera_; }
+    // What the model list says of the camera; null before it is initialised, and for a model that is not
+    // listed. Belongs to the handler.
+    const device_handler::v1_0::SModelInfo* model() const;
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
 

@@ -7,8 +7,15 @@ namespace {
 
 constexpr int HighestLogLevel = 99; // above every level that is used: no lines at all
 constexpr int HighestPort = 65535;
+constexpr int HighestInput = 9999; // beyond every encoder's
 
 } // namespace
+
+CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& description) {
+    return command.add_option("--input", input, description)
+        ->type_name("N")
+        ->check(CLI::Range(0, HighestInput).description(""));
+}
 
 void DeclareOptions(CLI::App& command, SOptions& options) {
     const auto file = [&command](const char* name, std::string& target, const char* description) {

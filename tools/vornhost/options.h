@@ -5,7 +5,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace corvane::vornhost {
 
@@ -24,6 +25,9 @@ struct SOptions {
     bool noInitialize = false;
     int logLevel = 3; // LogFailure; see host/log.h
 };
+
+// --input N.
+CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& description);
 
 // Declares them, for the program or for one verb.
 void DeclareOptions(CLI::App& command, SOptions& options);

@@ -1,6 +1,7 @@
 #include "tools/vornhost/recording.h"
 
 #include "host/gst_object.h"
+#include "refhost/rtsp_pipeline.h"
 
 #include <algorithm>
 #include <sstream>
@@ -59,7 +60,10 @@ CError CRecording::link() {
         return {RtnCode::OperationFailed, Origin::General, "a Matroska file cannot hold this stream"};
     gst_pad_add_probe(controller_.getSourcePad(), GST_PAD_PROBE_TYPE_BUFFER, frameComes, this, nullptr);
     if (audio_)
-        gst_pad_add_probe(audio_, GST_PAD_PROBE_TYPE_BUFFER, soundComes, this, nullptr);
+        gst_pad_add_probe(
+            audio_,
+            static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+            soundComes, this, nullptr);
     controller_.setEndObserver([this] { streamEnded(); });
     return CError::Success();
 }
@@ -97,8 +101,8 @@ CError CRecording::run(const Progress& progress) {
 
 CError CRecording::awaitEnd(const Progress& progress) {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (
-        !changed_.wait_for(lock, ProgressPeriod, [this] { return enough_ || ended_ || fileError_ != 0; })) {
+    while (!changed_.wait_for(lock, ProgressPeriod,
+                              [this] { return enough_ || ended_ || soundEnded_ || fileError_ != 0; })) {
         if (const auto error = silence())
             return *error;
         const SRecorded now = recordedLocked();
@@ -111,6 +115,8 @@ CError CRecording::awaitEnd(const Progress& progress) {
         return cannotBeWritten(std::generic_category().message(fileError_));
     if (enough_)
         return CError::Success();
+    if (soundEnded_ && !ended_)
+        return ofAudio(refhost::rtsp_failure::Closed);
     lock.unlock();
     const auto end = controller_.waitForEnd(std::chrono::milliseconds::zero());
     if (end->cause != SStreamEnd::Cause::Failure)
@@ -125,9 +131,14 @@ std::optional<CError> CRecording::silence() const {
     };
     if (!isSilentSince(lastCame_) && !(audio_ && isSilentSince(lastSoundCame_)))
         return std::nullopt;
-    return CError(RtnCode::NotAccessible, Origin::General,
-                  (isSilentSince(lastCame_) ? "no data within " : "no sound within ") +
-                      SecondsText(limits_.silence));
+    const std::string time = SecondsText(limits_.silence);
+    return isSilentSince(lastCame_)
+               ? CError(RtnCode::NotAccessible, Origin::General, "no data within " + time)
+               : ofAudio("no sound within " + time);
+}
+
+CError CRecording::ofAudio(const std::string& failure) {
+    return {RtnCode::NotAccessible, Origin::Device, refhost::rtsp_failure::OfAudio + failure};
 }
 
 CError CRecording::cannotBeWritten(const std::string& reason) const {
@@ -193,7 +204,9 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstBuffer* frame) {
 }
 
 GstPadProbeReturn CRecording::soundComes(GstPad*, GstPadProbeInfo* info, gpointer recording) {
-    return static_cast<CRecording*>(recording)->takeSound(GST_PAD_PROBE_INFO_BUFFER(info));
+    auto& itself = *static_cast<CRecording*>(recording);
+    return info->type & GST_PAD_PROBE_TYPE_BUFFER ? itself.takeSound(GST_PAD_PROBE_INFO_BUFFER(info))
+                                                  : itself.takeSoundEvent(GST_PAD_PROBE_INFO_EVENT(info));
 }
 
 // Sound begins and ends with the pictures.
@@ -203,6 +216,16 @@ GstPadProbeReturn CRecording::takeSound(GstBuffer* sound) {
     if (enough_ || frames_ == 0 || !GST_BUFFER_PTS_IS_VALID(sound) || GST_BUFFER_PTS(sound) < first_)
         return GST_PAD_PROBE_DROP;
     ++sounds_;
+    return GST_PAD_PROBE_OK;
+}
+
+// The pictures alone would go on, and the file wait for the sound.
+GstPadProbeReturn CRecording::takeSoundEvent(GstEvent* event) {
+    if (GST_EVENT_TYPE(event) == GST_EVENT_EOS) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        soundEnded_ = true;
+        changed_.notify_all();
+    }
     return GST_PAD_PROBE_OK;
 }
 

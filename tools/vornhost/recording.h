@@ -59,11 +59,13 @@ private:
     static GstPadProbeReturn soundComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
     GstPadProbeReturn takeFrame(GstPad* pad, GstBuffer* frame);
     GstPadProbeReturn takeSound(GstBuffer* sound);
+    GstPadProbeReturn takeSoundEvent(GstEvent* event);
     device_handler::v1_0::CError link();
     bool linkInput(GstPad* stream, GstElement* muxer, const char* input);
     std::optional<device_handler::v1_0::CError> silence() const; // mutex_ is held
     device_handler::v1_0::CError awaitEnd(const Progress& progress);
     device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
+    static device_handler::v1_0::CError ofAudio(const std::string& failure);
     void completeFile();
     void streamEnded();
     SRecorded recordedLocked() const; // mutex_ is held
@@ -77,7 +79,8 @@ private:
     std::condition_variable changed_;
     bool enough_ = false; // a limit is reached, or it was interrupted: later frames are left out
     bool ended_ = false;  // the stream has ended
-    int fileError_ = 0;   // the error number of the file's beginning
+    bool soundEnded_ = false;
+    int fileError_ = 0; // the error number of the file's beginning
     long long frames_ = 0;
     GstClockTime first_ = 0; // the first frame's time and the last one's, in ns
     GstClockTime last_ = 0;

@@ -62,14 +62,6 @@ const SStreamProblem Problems[] = {
      "see whether the camera has restarted, then try again"},
 };
 
-std::string WithoutCredentials(const std::string& url) {
-    const std::size_t start = url.find("://");
-    const std::size_t sign = url.rfind('@', start == std::string::npos ? start : url.find('/', start + 3));
-    return start == std::string::npos || sign == std::string::npos || sign < start
-               ? url
-               : url.substr(0, start + 3) + url.substr(sign + 1);
-}
-
 bool IsNoStream(const CError& error) {
     return error.getCode() == static_cast<int>(RtnCode::NotSupported) &&
            error.getOrigin() == static_cast<int>(Origin::General);
@@ -87,7 +79,7 @@ SDiagnosis DiagnoseStream(const CError& error, const std::string& url) {
             return text.compare(0, problem.beginning.size(), problem.beginning) == 0;
         });
     const bool ofCamera = error.getOrigin() == static_cast<int>(Origin::Device);
-    const std::string request = url.empty() ? "" : "PLAY " + WithoutCredentials(url);
+    const std::string request = url.empty() ? "" : "PLAY " + url;
     if (known == std::end(Problems))
         return {text, "", ofCamera ? request : "", "", ""};
     return {known->problem, "", request, text, known->advice};

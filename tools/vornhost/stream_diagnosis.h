@@ -7,8 +7,8 @@
 
 namespace corvane::vornhost {
 
-// Why a stream could not be had, or not to its end. `url` is where it was asked for, in the form that the
-// camera object tells it; its credentials are left out.
+// Why a stream could not be had, or not to its end. `url` is where it was asked for, without
+// credentials.
 SDiagnosis DiagnoseStream(const device_handler::v1_0::CError& error, const std::string& url);
 
 } // namespace corvane::vornhost

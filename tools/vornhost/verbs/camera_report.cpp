@@ -67,15 +67,28 @@ ordered_json RangeValue(const SAnswer& answer) {
     return StepsText(answer.values[0], answer.values[1], answer.values[2]);
 }
 
-std::string StreamName(const char* codec, int streams, int stream) {
-    return codec + (streams == 1 ? "" : " " + std::to_string(stream + 1));
-}
-
 // A text or a list of texts as a fact's value; null for an empty one.
 ordered_json OrNull(const ordered_json& value) {
     static const ordered_json AnEmptyText = "";
     static const ordered_json OnlyAnEmptyText = ordered_json::array({AnEmptyText});
     return value.empty() || value == AnEmptyText || value == OnlyAnEmptyText ? ordered_json() : value;
+}
+
+// "?" where it could not be read, which is a problem by now.
+ordered_json CurrentValue(const SAdjustmentReading& reading) {
+    return reading.failure ? ordered_json("?") : OrNull(reading.current);
+}
+ordered_json RangeValue(const SAdjustmentReading& reading) {
+    if (reading.failure)
+        return nullptr;
+    if (reading.isFixed())
+        return std::string("fixed by ") + reading.info->fixedBy;
+    return reading.info->form == AdjustmentForm::Percent ? ordered_json(StepsText("0", "100", "1"))
+                                                         : OrNull(reading.values);
+}
+
+std::string StreamName(const char* codec, int streams, int stream) {
+    return codec + (streams == 1 ? "" : " " + std::to_string(stream + 1));
 }
 
 class CReporter {
@@ -102,11 +115,8 @@ private:
     void addDevice() {
         SReportSection section{"/device", "Device", {}, {}};
         const std::string model = firstValue("getUnitModelName", {});
-        const SModelInfo* const known =
-            model.empty() ? nullptr : session_.plugin().handler().getModelInfo(model);
+        const SModelInfo* const known = session_.model();
         inputs_ = known ? known->videoInputs : 1;
-        if (known)
-            whiteBalances_ = known->whiteBalance.values;
         std::vector<std::string> titles;
         titles.reserve(static_cast<std::size_t>(inputs_));
         for (int input = 0; input < inputs_; ++input)
@@ -206,21 +216,21 @@ private:
     }
 
     void addAdjustments() {
-        const auto askWhatMayBeMissing = [this](const std::string& operation,
-                                                const std::vector<std::string>& arguments) {
-            return askIfSupported(operation, arguments);
+        const SModelInfo* const model = session_.model();
+        if (!model)
+            return;
+        const auto askCamera = [this](const std::string& operation,
+                                      const std::vector<std::string>& arguments) {
+            return ask(operation, arguments);
         };
+        CAdjustments adjustments(askCamera, *model, 0);
+        (void)adjustments.learn(); // what fails is a problem by now
         SReportSection image{"/image", "Picture, as the recorder sets it", {}, SettingsTable()};
         SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, SettingsTable()};
-        for (const SAdjustmentReading& reading : ReadAdjustments(askWhatMayBeMissing, 0, whiteBalances_)) {
-            if (reading.failure)
-                continue; // a problem by now
-            (reading.info->isOfLens ? lens : image)
-                .table.rows.push_back({reading.info->label, reading.current, OrNull(reading.byDefault),
-                                       reading.info->form == AdjustmentForm::Percent
-                                           ? ordered_json(StepsText("0", "100", "1"))
-                                           : OrNull(reading.values)});
-        }
+        for (const SAdjustmentReading& reading : adjustments.readAll())
+            (reading.info->isOfModel ? lens : image)
+                .table.rows.push_back({reading.info->label, CurrentValue(reading), OrNull(reading.byDefault),
+                                       RangeValue(reading)});
         add(std::move(image));
         add(std::move(lens));
     }
@@ -331,7 +341,6 @@ private:
     SCameraReport report_;
     int inputs_ = 1;
     int alarmInputs_ = 0;
-    std::vector<std::string> whiteBalances_; // the model's words
     long long codecBits_ = 0;
     std::string imageMode_;
 };

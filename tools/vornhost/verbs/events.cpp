@@ -117,10 +117,7 @@ class CEvents : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("ADDRESS", address_, "The camera")->required();
-        command.add_option("--input", input_, "The alarm input, counted from 0")
-            ->type_name("N")
-            ->required()
-            ->check(CLI::NonNegativeNumber.description(""));
+        DeclareInput(command, input_, "The alarm input, counted from 0")->required();
         command.add_option("--seconds", plan_.seconds, "How long (default: until Ctrl-C)")
             ->type_name("S")
             ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));

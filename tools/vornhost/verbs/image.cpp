@@ -2,6 +2,7 @@
 #include "tools/vornhost/answers.h"
 #include "tools/vornhost/device_session.h"
 #include "tools/vornhost/near_names.h"
+#include "tools/vornhost/options.h"
 #include "tools/vornhost/output.h"
 #include "tools/vornhost/table.h"
 #include "tools/vornhost/terminal_text.h"
@@ -19,14 +20,13 @@ namespace {
 
 using device_handler::v1_0::CError;
 using device_handler::v1_0::COperationError;
-using device_handler::v1_0::CString;
 using device_handler::v1_0::SAnswer;
 using device_handler::v1_0::SModelInfo;
 using nlohmann::ordered_json;
 
 using Words = std::vector<std::string>;
 
-constexpr int BarWidth = 25;
+constexpr int BarWidth = 20; // the whole table then fits a terminal of 80 columns
 constexpr std::chrono::milliseconds LookAgain(200);
 constexpr int LooksAtRest = 3; // without a change: it begins slowly
 constexpr std::chrono::seconds LongestMove(15);
@@ -38,38 +38,43 @@ std::string BarText(const std::string& percent) {
            std::string(static_cast<std::size_t>(BarWidth - filled), '-');
 }
 
-std::string ReadingsText(const std::vector<SAdjustmentReading>& readings, bool colour) {
+std::string ChoiceText(const SAdjustmentReading& reading, const SModelInfo& model) {
+    return reading.isFixed() ? std::string("fixed by ") + reading.info->fixedBy
+                             : AdjustmentChoice(*reading.info, model);
+}
+
+std::string ReadingsText(const std::vector<SAdjustmentReading>& readings, const SModelInfo& model,
+                         bool colour) {
     CTable table({"NAME", "", "NOW", "DEFAULT", "MAY BE"});
     for (const SAdjustmentReading& reading : readings) {
         const bool isPercent = reading.info->form == AdjustmentForm::Percent;
         if (reading.failure)
             table.addRow({reading.info->name, "", "?", "", reading.failure->getText()});
-        else if (isPercent)
-            table.addRow({reading.info->name, BarText(reading.current), reading.current, reading.byDefault,
-                          AdjustmentChoice(*reading.info, {})});
         else
-            table.addRow(
-                {reading.info->name, "", reading.current, reading.byDefault,
-                 reading.values.empty() ? "cannot be set at the moment" : Join(reading.values, ", ")});
+            table.addRow({reading.info->name, isPercent ? BarText(reading.current) : "", reading.current,
+                          reading.byDefault, ChoiceText(reading, model)});
     }
     return table.headingLines(colour) + table.rowLines();
 }
 
+// A percentage is a number.
+ordered_json ValueJson(const SAdjustmentInfo& info, const std::string& text) {
+    return info.form == AdjustmentForm::Percent ? ordered_json(std::atoi(text.c_str())) : ordered_json(text);
+}
+
+ordered_json ErrorJson(const CError& error) {
+    return {{"code", error.getCode()}, {"origin", error.getOrigin()}, {"text", error.getText()}};
+}
+
 ordered_json ReadingJson(const SAdjustmentReading& reading) {
     if (reading.failure)
-        return {{"code", reading.failure->getCode()},
-                {"origin", reading.failure->getOrigin()},
-                {"text", reading.failure->getText()}};
+        return ErrorJson(*reading.failure);
     ordered_json json = ordered_json::object();
-    const bool isPercent = reading.info->form == AdjustmentForm::Percent;
-    const auto value = [isPercent](const std::string& text) {
-        return isPercent ? ordered_json(std::atoi(text.c_str())) : ordered_json(text);
-    };
     if (!reading.current.empty())
-        json["current"] = value(reading.current);
+        json["current"] = ValueJson(*reading.info, reading.current);
     if (!reading.byDefault.empty())
-        json["default"] = value(reading.byDefault);
-    if (isPercent)
+        json["default"] = ValueJson(*reading.info, reading.byDefault);
+    if (reading.info->form == AdjustmentForm::Percent)
         json.update({{"minimum", 0}, {"maximum", 100}});
     else
         json["values"] = reading.values;
@@ -89,25 +94,147 @@ struct SWish {
                        "\nIt may be: " + choice);
 }
 
+// What is shown and set of one camera.
+class CImageSession {
+public:
+    CImageSession(CDeviceSession& session, const SModelInfo& model, int input, bool json)
+        : session_(session),
+          model_(model),
+          input_(input),
+          json_(json),
+          adjustments_([this](const std::string& operation,
+                              const Words& arguments) { return ask(operation, arguments); },
+                       model, input) {}
+
+    ExitStatus run(const std::vector<SWish>& wishes) {
+        if (const CError error = adjustments_.learn())
+            return fail(error, "getVpaProperties");
+        if (wishes.empty())
+            return show();
+        ExitStatus status = ExitStatus::Success;
+        for (const SWish& wish : wishes)
+            if (set(wish) != ExitStatus::Success)
+                status = ExitStatus::CallFailed;
+        return status;
+    }
+
+private:
+    ExitStatus show() {
+        const std::vector<SAdjustmentReading> readings = adjustments_.readAll();
+        if (json_) {
+            ordered_json adjustments = ordered_json::object();
+            for (const SAdjustmentReading& reading : readings)
+                adjustments[reading.info->name] = ReadingJson(reading);
+            WriteOutput(JsonLine({{"input", input_}, {"adjustments", adjustments}}));
+        } else {
+            WriteOutput(ReadingsText(readings, model_, ColourWanted()));
+        }
+        const auto failed = std::find_if(readings.begin(), readings.end(),
+                                         [](const auto& reading) { return reading.failure.has_value(); });
+        if (failed == readings.end())
+            return ExitStatus::Success;
+        return fail(*failed->failure, std::string("get") + failed->info->operation); // the others' cause too
+    }
+
+    ExitStatus set(const SWish& wish) {
+        if (!adjustments_.has(*wish.info)) {
+            const std::string problem = std::string("the camera has no ") + wish.info->label;
+            if (json_)
+                WriteOutput(JsonLine({{"name", wish.info->name}, {"asked", wish.value}, {"text", problem}}));
+            WriteMessage("vornhost: " + session_.address() + ": " + problem + "\n");
+            return ExitStatus::CallFailed;
+        }
+        (void)session_.exchanges().takeFailing(); // an earlier wish's
+        const std::string operation = std::string("set") + wish.info->operation;
+        const std::string argument = AdjustmentArgument(*wish.info, model_, wish.value).value_or("");
+        const auto answer = ask(operation, {std::to_string(input_), argument});
+        const CError error = answer && answer->error ? *answer->error : CError::Success();
+        const SAdjustmentInfo& telling = TellingAdjustment(*wish.info);
+        SAdjustmentReading reported{&telling, "", "", {}, std::nullopt};
+        if (!error)
+            reported = settled(telling);
+        tell(wish, error, reported);
+        if (error)
+            return failToSet(error, operation, telling);
+        return reported.failure ? fail(*reported.failure, std::string("get") + telling.operation)
+                                : ExitStatus::Success;
+    }
+
+    void tell(const SWish& wish, const CError& error, const SAdjustmentReading& reported) const {
+        const SAdjustmentInfo& telling = *reported.info;
+        if (json_) {
+            ordered_json line{{"name", wish.info->name}, {"asked", ValueJson(*wish.info, wish.value)}};
+            line.update(ErrorJson(error));
+            if (!reported.current.empty())
+                line["reported"] = ValueJson(telling, reported.current);
+            WriteOutput(JsonLine(line));
+        } else if (!reported.current.empty()) {
+            const std::string why = reported.isFixed() ? std::string(", fixed by ") + telling.fixedBy : "";
+            WriteOutput(PrintableText(std::string(wish.info->label) + " " + wish.value +
+                                      ": the camera reports " + telling.label + " " + reported.current +
+                                      why) +
+                        "\n");
+        }
+    }
+
+    // What the camera reports once it no longer changes: a lens takes its time.
+    SAdjustmentReading settled(const SAdjustmentInfo& info) const {
+        SAdjustmentReading last = adjustments_.read(info);
+        if (!info.isOfModel || info.form != AdjustmentForm::Percent)
+            return last;
+        const auto end = std::chrono::steady_clock::now() + LongestMove;
+        for (int unchanged = 0;
+             unchanged < LooksAtRest && !last.failure && std::chrono::steady_clock::now() < end;) {
+            std::this_thread::sleep_for(LookAgain);
+            SAdjustmentReading now = adjustments_.read(info);
+            unchanged = now.current == last.current ? unchanged + 1 : 0;
+            last = std::move(now);
+        }
+        return last;
+    }
+
+    ExitStatus failToSet(const CError& error, const std::string& operation, const SAdjustmentInfo& telling) {
+        (void)fail(error, operation);
+        if (adjustments_.read(telling).isFixed())
+            WriteMessage(std::string("  ") + telling.label + " is fixed by " + telling.fixedBy +
+                         " at the moment\n");
+        return ExitStatus::CallFailed;
+    }
+
+    ExitStatus fail(const CError& error, const std::string& operation) const {
+        WriteMessage(Diagnose(Occasion::Call, error, session_.exchanges())
+                         .lines(session_.address() + ": " + operation));
+        return ExitStatus::CallFailed;
+    }
+
+    std::optional<SAnswer> ask(const std::string& operation, const Words& arguments) const {
+        try {
+            return MakeCall(session_.operations(), {operation, arguments}).answer;
+        } catch (const COperationError&) {
+            return std::nullopt;
+        }
+    }
+
+    CDeviceSession& session_;
+    const SModelInfo& model_;
+    const int input_;
+    const bool json_;
+    CAdjustments adjustments_;
+};
+
 class CImage : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("ADDRESS", address_, "The camera")->required();
         command.add_option("NAME=VALUE", wishes_, "What to set");
-        command.add_option("--input", input_, "The video input, from 0 (default 0)")
-            ->type_name("N")
-            ->check(CLI::NonNegativeNumber.description(""));
-        Words names;
-        for (const SAdjustmentInfo& info : Adjustments())
-            names.emplace_back(info.name);
+        DeclareInput(command, input_, "The video input, from 0 (default 0)");
         command.footer(
-            "Shows the picture and lens adjustments that the camera has, or sets some and tells "
-            "what the\n"
-            "camera reports then. Values are percentages, \"on\" and \"off\", and the camera's words "
-            "for the\n"
+            "Shows the picture and lens adjustments that the camera has, or sets some and tells what the\n"
+            "camera reports then. Values are percentages, \"on\" and \"off\", and the camera's words for "
+            "the\n"
             "white balance; auto focus can only be set \"on\", which focuses once.\n"
             "Names: " +
-            Join(names, ", ") +
+            Join(AdjustmentNames(), ", ") +
             ".\n"
             "Exit status 1 when the camera refuses or cannot be read.\n"
             "Example: vornhost image 192.168.0.10 brightness=60 whiteBalance=awc");
@@ -122,16 +249,15 @@ public:
             WriteMessage(failure->lines(session.address()));
             return ExitStatus::NotStarted;
         }
-        takeModel(session);
+        const SModelInfo* const model = session.model();
+        if (!model) {
+            WriteMessage("vornhost: " + address_ +
+                         ": what a camera of unknown model offers cannot be told\n");
+            return ExitStatus::CallFailed;
+        }
         for (const SWish& wish : wishes)
-            requireValue(wish);
-        if (wishes.empty())
-            return show(session, options.json);
-        ExitStatus status = ExitStatus::Success;
-        for (const SWish& wish : wishes)
-            if (!set(session, wish, options.json))
-                status = ExitStatus::CallFailed;
-        return status;
+            requireValue(wish, *model);
+        return CImageSession(session, *model, input_, options.json).run(wishes);
     }
 
 private:
@@ -139,126 +265,25 @@ private:
         const std::size_t equals = text.find('=');
         const std::string name = text.substr(0, equals);
         const SAdjustmentInfo* const info = FindAdjustment(name);
-        if (!info) {
-            Words names;
-            for (const SAdjustmentInfo& known : Adjustments())
-                names.emplace_back(known.name);
-            Refuse("there is no adjustment \"" + name + "\"", name, names, Join(names, ", "));
-        }
+        if (!info)
+            Refuse("there is no adjustment \"" + name + "\"", name, AdjustmentNames(),
+                   Join(AdjustmentNames(), ", "));
         if (equals == std::string::npos)
             throw CFailure(ExitStatus::WrongUsage, "image: expected " + name + "=VALUE");
         return {info, text.substr(equals + 1)};
     }
 
-    void takeModel(const CDeviceSession& session) {
-        CString number;
-        if (session.camera().getUnitModelName(number))
-            return;
-        if (const SModelInfo* const model = session.plugin().handler().getModelInfo(number.str()))
-            words_ = model->whiteBalance.values;
-    }
-
-    void requireValue(const SWish& wish) const {
-        const bool hasNoWords = wish.info->form == AdjustmentForm::Word && words_.empty();
-        if (hasNoWords ||
-            AdjustmentArgument(*wish.info, words_, wish.value)) // without words it tells so itself
-            return;
-        const Words values = wish.info->form == AdjustmentForm::Word ? words_ : Words{"on", "off"};
-        Refuse("\"" + wish.value + "\" is no " + wish.info->label, wish.value,
-               wish.info->form == AdjustmentForm::Percent ? Words() : values,
-               AdjustmentChoice(*wish.info, words_));
-    }
-
-    static AskCamera askerOf(const CDeviceSession& session) {
-        return [&session](const std::string& operation,
-                          const std::vector<std::string>& arguments) -> std::optional<SAnswer> {
-            try {
-                return MakeCall(session.operations(), {operation, arguments}).answer;
-            } catch (const COperationError&) {
-                return std::nullopt;
-            }
-        };
-    }
-
-    ExitStatus show(CDeviceSession& session, bool json) const {
-        const SAnswer offered =
-            MakeCall(session.operations(), {"getVpaProperties", {std::to_string(input_)}}).answer;
-        if (offered.error && *offered.error)
-            return fail(session, *offered.error, "getVpaProperties");
-        const auto readings = ReadAdjustments(askerOf(session), input_, words_);
-        if (json) {
-            ordered_json adjustments = ordered_json::object();
-            for (const SAdjustmentReading& reading : readings)
-                adjustments[reading.info->name] = ReadingJson(reading);
-            WriteOutput(JsonLine({{"input", input_}, {"adjustments", adjustments}}));
-        } else {
-            WriteOutput(ReadingsText(readings, ColourWanted()));
-        }
-        const bool areAllRead = std::none_of(readings.begin(), readings.end(),
-                                             [](const auto& reading) { return reading.failure.has_value(); });
-        return areAllRead ? ExitStatus::Success : ExitStatus::CallFailed;
-    }
-
-    bool set(CDeviceSession& session, const SWish& wish, bool json) const {
-        const std::string operation = std::string("set") + wish.info->operation;
-        const auto before = ReadAdjustment(*wish.info, askerOf(session), input_, words_);
-        if (!before) {
-            WriteMessage("vornhost: " + address_ + ": the camera has no " + wish.info->label + "\n");
-            return false;
-        }
-        const std::string argument = AdjustmentArgument(*wish.info, words_, wish.value).value_or("");
-        const CError error =
-            *MakeCall(session.operations(), {operation, {std::to_string(input_), argument}}).answer.error;
-        // What is focused once is told by the focus.
-        const SAdjustmentInfo& told =
-            wish.info->form == AdjustmentForm::Action ? *FindAdjustment("focus") : *wish.info;
-        const std::string reported = error ? "" : settled(session, told);
-        if (json)
-            WriteOutput(JsonLine({{"name", wish.info->name},
-                                  {"asked", wish.value},
-                                  {"code", error.getCode()},
-                                  {"origin", error.getOrigin()},
-                                  {"text", error.getText()},
-                                  {"reported", reported}}));
-        else if (!error)
-            WriteOutput(PrintableText(std::string(wish.info->label) + " " + wish.value +
-                                      ": the camera reports " + told.label + " " +
-                                      (reported.empty() ? "nothing" : reported)) +
-                        "\n");
-        if (error)
-            (void)fail(session, error, operation);
-        return !error;
-    }
-
-    // What the camera reports once it no longer changes: a lens takes its time.
-    std::string settled(const CDeviceSession& session, const SAdjustmentInfo& info) const {
-        const auto read = [&] {
-            const auto reading = ReadAdjustment(info, askerOf(session), input_, words_);
-            return reading ? reading->current : std::string();
-        };
-        std::string last = read();
-        if (!info.isOfLens || info.form != AdjustmentForm::Percent)
-            return last;
-        const auto end = std::chrono::steady_clock::now() + LongestMove;
-        for (int unchanged = 0; unchanged < LooksAtRest && std::chrono::steady_clock::now() < end;) {
-            std::this_thread::sleep_for(LookAgain);
-            const std::string now = read();
-            unchanged = now == last ? unchanged + 1 : 0;
-            last = now;
-        }
-        return last;
-    }
-
-    static ExitStatus fail(const CDeviceSession& session, const CError& error, const std::string& operation) {
-        WriteMessage(
-            Diagnose(Occasion::Call, error, session.exchanges()).lines(session.address() + ": " + operation));
-        return ExitStatus::CallFailed;
+    static void requireValue(const SWish& wish, const SModelInfo& model) {
+        const Words values = AdjustmentValues(*wish.info, model);
+        const bool hasNone = wish.info->form != AdjustmentForm::Percent && values.empty();
+        if (!hasNone && !AdjustmentArgument(*wish.info, model, wish.value))
+            Refuse("\"" + wish.value + "\" is no " + wish.info->label, wish.value, values,
+                   AdjustmentChoice(*wish.info, model));
     }
 
     std::string address_;
     Words wishes_;
     int input_ = 0;
-    Words words_; // of the model's white balance
 };
 
 } // namespace

@@ -16,6 +16,7 @@ namespace corvane::vornhost {
 namespace {
 
 using device_handler::v1_0::CError;
+using device_handler::v1_0::CString;
 using device_handler::v1_0::IStreamController;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
@@ -35,7 +36,9 @@ public:
         command.add_option("--seconds", seconds_, "How much to record (default: until Ctrl-C)")
             ->type_name("S")
             ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
-        command.add_option("--timeout", timeout_, "Give up after S seconds without a picture (default 10)")
+        command
+            .add_option("--timeout", timeout_,
+                        "Give up after S seconds without a picture, or without sound (default 10)")
             ->type_name("S")
             ->check(CLI::Range(LeastSeconds, LongestTimeout).description(""));
         command.footer(
@@ -64,15 +67,15 @@ public:
                              .lines(address_ + ": getAudioStreamUrl; the video is recorded alone"));
         std::string url;
         (void)session.camera().getVideoStreamUrl(id, url); // without one the pipeline tells why
+        url = refhost::WithoutCredentials(url, session.authentication());
         IStreamController* made = nullptr;
         if (const CError error = session.camera().createVideoStreamPipeline(made, id))
             return fail(error, url);
         const std::unique_ptr<IStreamController> controller(made);
         GstPad* audio = nullptr;
         if (!audioUrl_.empty())
-            if (const CError error = refhost::AddRtspAudio(
-                    *controller, refhost::WithoutCredentials(audioUrl_, session.authentication()),
-                    session.authentication(), audio))
+            if (const CError error =
+                    refhost::AddRtspAudio(*controller, audioUrl_, session.authentication(), audio))
                 return fail(error, url);
         COutputFile file(output_);
         CRecording recording(*controller, file, limits(), audio);
@@ -106,13 +109,18 @@ private:
     // Where the sound beside the video input is, at the bit rate of its record.
     CError findAudio(const CDeviceSession& session, const SVideoStreamId& video) {
         const SAudioStreamId id{video.channel};
+        CString codecs;
+        if (CError error =
+                session.camera().getAudioInputCodecCount(id.stream, codecs)) // is there sound at all
+            return error;
         SVornAudValsInDb record;
-        (void)session.camera().readAudioStreamRecord(id,
-                                                     record); // without one the location is refused as well
-        const CError error = session.camera().getAudioStreamUrl(record, id, audioUrl_);
-        if (error)
-            audioUrl_.clear();
-        return error;
+        if (CError error = session.camera().readAudioStreamRecord(id, record))
+            return error;
+        std::string url;
+        if (CError error = session.camera().getAudioStreamUrl(record, id, url))
+            return error;
+        audioUrl_ = refhost::WithoutCredentials(url, session.authentication());
+        return CError::Success();
     }
 
     SRecordingLimits limits() const {
