@@ -1,16 +1,17 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
-# vorn_test(NAME SOURCES file... LIBRARIES library...): one test program; each of its tests runs in a process of
-# its own. It may start the programs of the build: their folder is in VORN_BIN.
+# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...]): one test program; each of its tests
+# runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN.
 function(vorn_test NAME)
-  cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
+  target_compile_options(${NAME} PRIVATE -O0) # optimising them takes longer than running them
   list(LENGTH TEST_SOURCES source_count)
   if(source_count GREATER 2)
-    target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+    target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h> ${TEST_PRECOMPILE})
   endif()
   gtest_discover_tests(${NAME}
     DISCOVERY_MODE PRE_TEST

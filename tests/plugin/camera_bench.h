@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,8 +35,12 @@ protected:
 
     // Makes the camera anew; it reports these settings and this capability.
     void bringUp(const char* number, Settings with = {}, const std::string& capability = "x") {
-        camera.reset(); // nobody asks for the settings while they change
-        settings = std::move(with);
+        camera.reset();
+        {
+            const std::lock_guard<std::mutex> lock(
+                settingsMutex); // an earlier camera's request may be served still
+            settings = std::move(with);
+        }
         stub.reply("/cgi-bin/get_capability", HttpOk(capability));
         boost::shared_ptr<IDeviceContext> context = device;
         camera.emplace(context, stub.address().c_str(), models, number);
@@ -80,7 +85,9 @@ protected:
                " " + answer.error->getText();
     }
 
-    CStubCamera stub;
+    mutable std::mutex settingsMutex; // guards settings
+    Settings settings;
+    CStubCamera stub; // serves them until it is gone
     boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
     boost::shared_ptr<CVornModelList> models;
     std::optional<panasonic_camera::CPanasonicCamera> camera;
@@ -89,13 +96,12 @@ protected:
 
 private:
     std::string dump() const {
+        const std::lock_guard<std::mutex> lock(settingsMutex);
         std::string text = "x"; // a key at the very first character is not found
         for (const auto& [key, value] : settings)
             text += "\r\n" + key + ",\"" + value + "\"\r\n";
         return text;
     }
-
-    Settings settings;
 };
 
 } // namespace corvane::test_support

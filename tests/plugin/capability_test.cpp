@@ -222,7 +222,7 @@ TEST(Capability, AlarmInputsAreCountedByThePlainRule) {
 
 // A search that begins anew for each terminal would not end within the test's time limit.
 TEST(Capability, HostileTextsAreAnswered) {
-#ifdef __SANITIZE_THREAD__
+#ifdef VORN_UNDER_TSAN
     constexpr int Terminals = 5'000; // its memmem reads the whole text at each call
 #else
     constexpr int Terminals = 400'000;

@@ -18,7 +18,11 @@ using namespace test_support;
 using nlohmann::json;
 using std::chrono::seconds;
 
+#if defined(VORN_UNDER_ASAN) || defined(VORN_UNDER_TSAN)
+constexpr int Times = 10; // under a sanitizer each takes several times as long
+#else
 constexpr int Times = 100;
+#endif
 // The framework keeps two connections to a camera, each with libcurl's own pair of sockets.
 constexpr std::size_t KeptDescriptors = 2 * 3;
 

@@ -45,6 +45,29 @@ TEST(Diagnosis, OfADeviceThatIsNoneOfThePlugins) {
     EXPECT_THAT(run.err, AllOf(HasSubstr("none of the plug-in's cameras"), HasSubstr("--model")));
 }
 
+TEST(Diagnosis, OfACameraTooSlowToBeIdentified) {
+    const CCamsim camsim({"--fault", "/cgi-bin/getinfo* delay ms=2600"});
+    const SRun run = Vornhost({"identify", camsim.address()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, AllOf(HasSubstr("too slowly"), HasSubstr("answered  after 26")));
+}
+
+TEST(Diagnosis, OfARefusedSynchronisation) {
+    const CCamsim camsim({"--fault", "/cgi-bin/set_h264 status status=500"});
+    const SRun run = Vornhost({"sync", camsim.address(), "--stream", "0,h264,0", "frameRate=1"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("sent  POST /cgi-bin/set_h264"));
+    EXPECT_THAT(run.err, AllOf(HasSubstr("CGI request failed !!"), HasSubstr("500 Internal Server Error")));
+}
+
+TEST(Diagnosis, OfSettingsThatAreNotThereYet) {
+    const CCamsim camsim;
+    const SRun run =
+        Vornhost({"--no-initialize", "--model", "F320", "call", camsim.address(), "rebootDevice"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, AllOf(HasSubstr("property not found"), testing::Not(HasSubstr("credentials"))));
+}
+
 TEST(Diagnosis, OfAWrongPasswordAtIdentification) {
     const CCamsim camsim;
     const SRun run = Vornhost({"call", camsim.address(), "getCameraName", "0"}, "",

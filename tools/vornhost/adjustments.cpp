@@ -10,7 +10,6 @@ namespace corvane::vornhost {
 namespace {
 
 using device_handler::v1_0::CError;
-using device_handler::v1_0::CString;
 using device_handler::v1_0::SAnswer;
 using device_handler::v1_0::SModelInfo;
 
@@ -78,7 +77,8 @@ const SAdjustmentInfo* FindAdjustment(const std::string& name) {
 }
 
 const SAdjustmentInfo& TellingAdjustment(const SAdjustmentInfo& info) {
-    return info.form == AdjustmentForm::Action ? *FindAdjustment(FocusName) : info;
+    const SAdjustmentInfo* const focus = FindAdjustment(FocusName);
+    return info.form == AdjustmentForm::Action && focus ? *focus : info;
 }
 
 CAdjustments::CAdjustments(AskCamera ask, const SModelInfo& model, int input)

@@ -15,6 +15,8 @@ using device_handler::v1_0::RtnCode;
 using refhost::SHttpExchange;
 
 constexpr const char* CapabilityRequest = "get_capability";
+constexpr const char* IdentityRequest = "getinfo";
+constexpr double SlowReply = 2000; // ms; an identification has 5 s for two of them
 
 struct SEvidence {
     Occasion occasion;
@@ -28,9 +30,13 @@ struct SEvidence {
         return exchange && !exchange->failure.empty() && from <= exchange->status && exchange->status <= to;
     }
     bool isCode(RtnCode code) const { return error.getCode() == static_cast<int>(code); }
+    // Other things may be not set too.
     bool wantsCredentials() const {
         return isCode(RtnCode::AuthenticationFailed) ||
-               (isCode(RtnCode::NotSet) && error.getOrigin() == static_cast<int>(Origin::Handler));
+               (isCode(RtnCode::NotSet) && error.getText().find("Authentication") != std::string::npos);
+    }
+    bool isSlow() const {
+        return exchange && exchange->failure.empty() && exchange->milliseconds > SlowReply;
     }
 };
 
@@ -79,6 +85,9 @@ const SProblem Problems[] = {
     {[](const SEvidence& e) { return e.occasion == Occasion::Initialisation && e.exchange.has_value(); },
      "the camera's capability reply is empty",
      "restart the camera; if it stays so, its firmware does not tell its capability and it cannot be used"},
+    {[](const SEvidence& e) { return e.occasion == Occasion::Identification && e.isSlow(); },
+     "the camera answers too slowly to be identified",
+     "see with --trace how long each request takes; an identification has 5 s for two of them"},
     {[](const SEvidence& e) { return e.occasion == Occasion::Identification; },
      "what answers there is none of the plug-in's cameras",
      "see with --log-level 2 why each family refused it; --model NUMBER takes a model without asking"},
@@ -106,17 +115,24 @@ SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
     if (evidence.exchange) {
         const SHttpExchange& exchange = *evidence.exchange;
         diagnosis.request = RequestText(exchange);
-        diagnosis.reply = exchange.failure.empty() ? "nothing behind the HTTP header" : exchange.failure;
+        diagnosis.reply = !exchange.failure.empty() ? exchange.failure
+                          : evidence.isSlow()       ? "after " + MillisecondsText(exchange.milliseconds)
+                                                    : "nothing behind the HTTP header";
     }
     return diagnosis;
 }
 
-// An initialisation that came to the capability failed there: other requests run beside it.
+// An initialisation that came to the capability failed there: other requests run beside it. An identification
+// fails without a failing request when the camera is slow.
 std::optional<SHttpExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
     if (occasion == Occasion::Initialisation)
         if (auto capability = exchanges.lastOf(CapabilityRequest))
             return capability;
-    return exchanges.lastFailing();
+    auto failing = exchanges.lastFailing();
+    if (failing || occasion != Occasion::Identification)
+        return failing;
+    auto identity = exchanges.lastOf(IdentityRequest);
+    return identity && identity->milliseconds > SlowReply ? identity : std::nullopt;
 }
 
 std::string DetailLine(const char* label, const std::string& text) {

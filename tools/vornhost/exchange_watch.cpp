@@ -3,8 +3,7 @@
 #include "refhost/address.h"
 
 #include <algorithm>
-#include <functional>
-#include <utility>
+#include <iterator>
 
 namespace corvane::vornhost {
 namespace {
@@ -63,15 +62,16 @@ std::optional<SHttpExchange> CExchangeWatch::lastOf(const std::string& path) con
     });
 }
 
-std::vector<SHttpExchange> CExchangeWatch::take() {
+std::vector<SHttpExchange> CExchangeWatch::all() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::deque<SHttpExchange> taken = std::exchange(latest_, {});
-    return {taken.begin(), taken.end()};
+    return {latest_.begin(), latest_.end()};
 }
 
 std::vector<SHttpExchange> CExchangeWatch::takeFailing() {
-    std::vector<SHttpExchange> failing = take();
-    failing.erase(std::remove_if(failing.begin(), failing.end(), std::not_fn(Failed)), failing.end());
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<SHttpExchange> failing;
+    std::copy_if(latest_.begin(), latest_.end(), std::back_inserter(failing), Failed);
+    latest_.clear();
     return failing;
 }
 

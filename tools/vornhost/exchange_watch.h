@@ -23,8 +23,9 @@ public:
     std::optional<refhost::SHttpExchange> lastFailing() const;
     std::optional<refhost::SHttpExchange> lastOf(const std::string& path) const;
 
-    // Forgets all; they are handed out, or those that failed, oldest first.
-    std::vector<refhost::SHttpExchange> take();
+    // Oldest first.
+    std::vector<refhost::SHttpExchange> all() const;
+    // Forgets all; hands those out that failed.
     std::vector<refhost::SHttpExchange> takeFailing();
 
 private:

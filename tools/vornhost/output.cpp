@@ -12,7 +12,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VORN_UNDER_ASAN
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -67,7 +67,7 @@ void WriteMessage(const std::string& lines) {
 
 void EndProcess(ExitStatus status) {
     std::cout.flush(); // help and version come this way
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VORN_UNDER_ASAN
     __lsan_do_leak_check(); // what the ordinary end would have done
 #endif
     std::_Exit(static_cast<int>(status));

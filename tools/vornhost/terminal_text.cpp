@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <iterator>
 
 namespace corvane::vornhost {
@@ -144,6 +145,12 @@ std::string Join(const std::vector<std::string>& texts, const std::string& separ
     for (const std::string& text : texts)
         joined += (&text == &texts.front() ? "" : separator) + text;
     return joined;
+}
+
+std::string MillisecondsText(double milliseconds) {
+    char text[32];
+    (void)std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
+    return text;
 }
 
 } // namespace corvane::vornhost

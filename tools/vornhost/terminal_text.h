@@ -21,4 +21,7 @@ std::vector<std::string> Wrap(const std::string& text, std::size_t width);
 // The texts with a separator between them.
 std::string Join(const std::vector<std::string>& texts, const std::string& separator);
 
+// "22.8 ms"
+std::string MillisecondsText(double milliseconds);
+
 } // namespace corvane::vornhost

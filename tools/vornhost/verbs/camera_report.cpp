@@ -142,6 +142,11 @@ private:
             return;
         codecBits_ = codecs->result.index() == 0 ? 0 : std::get<long long>(codecs->result);
         imageMode_ = resultText("GetImageMode", {});
+        if (codecBits_ == 0)
+            report_.problems.push_back({"capability.getVideoCodecsSupported",
+                                        {"the camera's capability names no video codec", "", "", "",
+                                         "look at its reply: vornhost call ADDRESS setting.CameraHttpGet "
+                                         "/cgi-bin/get_capability 4"}});
         ordered_json names = ordered_json::array();
         for (const auto& codec : Codecs)
             if (codecBits_ & codec.bit)

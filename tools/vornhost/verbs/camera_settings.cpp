@@ -18,6 +18,11 @@ ordered_json FlagValue(const std::string& text) {
     return text == "1" || text == "0" ? ordered_json(text == "1") : ordered_json(text);
 }
 
+// A camera with both families runs one of them.
+ordered_json FamilyValue(const std::string& text) {
+    return text == "0" ? "MPEG-4" : text == "1" ? "H.264" : text;
+}
+
 struct SSetting {
     const char* key; // in JSON
     const char* label;
@@ -35,7 +40,8 @@ struct SSettingGroup {
 const SSettingGroup Groups[] = {
     {"/settings/rtsp",
      "RTSP",
-     {{"port", "port", {"RTSPPORT"}},
+     {{"codecFamily", "codec family", {"STREAMMODE"}, FamilyValue},
+      {"port", "port", {"RTSPPORT"}},
       {"h264Stream1", "H.264 stream 1", {"H264RTSPMODE"}, FlagValue, H264Bit},
       {"h264Stream2", "H.264 stream 2", {"H264RTSPMODE_2"}, FlagValue, H264Bit},
       {"mpeg4Stream1", "MPEG-4 stream 1", {"RTSPMODE"}, FlagValue, Mpeg4Bit},

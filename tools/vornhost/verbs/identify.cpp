@@ -30,12 +30,6 @@ struct SFound {
     bool any() const { return !error && device; }
 };
 
-std::string MillisecondsText(double milliseconds) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
-    return text;
-}
-
 ordered_json FoundJson(const std::string& address, const SFound& found) {
     ordered_json json{{"address", address}, {"code", found.error.getCode()}};
     if (found.any()) {

@@ -26,16 +26,20 @@ using nlohmann::ordered_json;
 
 using Words = std::vector<std::string>;
 
-constexpr int BarWidth = 20; // the whole table then fits a terminal of 80 columns
+constexpr std::size_t BarWidth = 20; // the whole table then fits a terminal of 80 columns
 constexpr std::chrono::milliseconds LookAgain(200);
 constexpr int LooksAtRest = 3; // without a change: it begins slowly
 constexpr std::chrono::seconds LongestMove(15);
 
+// The plug-in's values are numbers.
+long NumberIn(const std::string& text) {
+    return std::strtol(text.c_str(), nullptr, 10);
+}
+
 // "#####-----" for a percentage.
 std::string BarText(const std::string& percent) {
-    const int filled = std::clamp(std::atoi(percent.c_str()), 0, 100) * BarWidth / 100;
-    return std::string(static_cast<std::size_t>(filled), '#') +
-           std::string(static_cast<std::size_t>(BarWidth - filled), '-');
+    const auto filled = static_cast<std::size_t>(std::clamp(NumberIn(percent), 0L, 100L)) * BarWidth / 100;
+    return std::string(filled, '#') + std::string(BarWidth - filled, '-');
 }
 
 std::string ChoiceText(const SAdjustmentReading& reading, const SModelInfo& model) {
@@ -59,7 +63,7 @@ std::string ReadingsText(const std::vector<SAdjustmentReading>& readings, const 
 
 // A percentage is a number.
 ordered_json ValueJson(const SAdjustmentInfo& info, const std::string& text) {
-    return info.form == AdjustmentForm::Percent ? ordered_json(std::atoi(text.c_str())) : ordered_json(text);
+    return info.form == AdjustmentForm::Percent ? ordered_json(NumberIn(text)) : ordered_json(text);
 }
 
 ordered_json ErrorJson(const CError& error) {

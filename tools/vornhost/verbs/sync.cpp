@@ -195,9 +195,9 @@ private:
             outcome.after = wouldBe(session, outcome);
             return outcome;
         }
-        session.exchanges().take();
+        (void)session.exchanges().takeFailing(); // what came before the synchronisation
         outcome.result = session.camera().syncVideoCodecProperties(outcome.after, id);
-        outcome.sent = session.exchanges().take();
+        outcome.sent = session.exchanges().all();
         outcome.sent.erase(
             std::remove_if(outcome.sent.begin(), outcome.sent.end(),
                            [](const SHttpExchange& exchange) { return exchange.method != "POST"; }),
