@@ -39,6 +39,11 @@ CEnvironment::CEnvironment(bool isQuick, const std::string& plugin, const std::s
       database_(refhost::CDeviceDb::open(InMemory)),
       cameras_(simulator) {}
 
+void CEnvironment::setEveryModel(const std::string& simulator, const std::string& program) {
+    everyModel_.emplace(simulator);
+    program_ = program;
+}
+
 boost::shared_ptr<IDeviceContext> CEnvironment::makeContext(const std::string& address) const {
     return boost::make_shared<refhost::CDeviceContext>(address, credentials_, database_);
 }

@@ -12,6 +12,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -36,6 +37,12 @@ public:
     int choose(int full, int quick) const { return isQuick_ ? quick : full; }
 
     CSimulatedCameras& cameras() { return cameras_; }
+
+    // One camera of each shipped model, and the program that asks them; set before they are used.
+    void setEveryModel(const std::string& simulator, const std::string& program);
+    const CSimulatedCameras& everyModel() const { return *everyModel_; }
+    const std::string& program() const { return program_; }
+
     const device_handler::v1_0::CVornModelList& modelList() const { return *modelList_; }
     const device_handler::v1_0::CAuthentication& credentials() const { return credentials_; }
 
@@ -59,6 +66,8 @@ private:
     const device_handler::v1_0::CAuthentication credentials_; // the defaults of the first family
     const std::shared_ptr<refhost::CDeviceDb> database_;
     CSimulatedCameras cameras_;
+    std::optional<CSimulatedCameras> everyModel_;
+    std::string program_;
 };
 
 } // namespace corvane::bench

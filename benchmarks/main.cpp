@@ -2,23 +2,18 @@
 //
 // The workloads, in the order in which they are run:
 //
-//   fleet           1,000 cameras (50 in a quick run) brought up one after another and kept in this process:
-//   the
-//                   time until every one has its settings, and threads, descriptors and resident memory a
-//                   camera
-//   start_up        one camera that comes up, from the factory call until it is initialised
-//   request         an ordinary request under digest, the first having been made, and its round trips
-//   cache_read      GetCameraSetting by one reader, and by eight at once (wall time a read)
-//   settings_parse  one settings dump taken into the cache
-//   video           the range queries, a stream's synchronisation, and 1,000 cameras (50 in a quick run)
-//   checked
-//                   for drift
-//   ptz             the PTZ controller: a command's delay, 10,000 queued ones, taking one back, and 1,000
-//   idle
-//                   controllers (50 in a quick run)
-//   events          alarm inputs: from a change at the camera to its event, 1,000 event streams (50 in a
-//   quick
-//                   run), and attaching and stopping 10,000 times (200)
+// - fleet: 1,000 cameras (50 in a quick run) brought up one after another and kept in this process: the time
+//   until every one has its settings, and threads, descriptors and resident memory a camera
+// - start_up: one camera that comes up, from the factory call until it is initialised
+// - request: an ordinary request under digest, the first having been made, and its round trips
+// - cache_read: GetCameraSetting by one reader, and by eight at once (wall time a read)
+// - settings_parse: one settings dump taken into the cache
+// - video: the range queries, a stream's synchronisation, and 1,000 cameras (50) checked for drift
+// - ptz: the PTZ controller: a command's delay, 10,000 queued ones, taking one back, and 1,000 idle
+//   controllers (50)
+// - events: alarm inputs: from a change at the camera to its event, 1,000 event streams (50), and attaching
+//   and stopping 10,000 times (200)
+// - show: a full show of a camera of every model
 //
 // ./bench starts the simulated cameras and gives the files. An argument that is part of a workload's name
 // selects that workload.
@@ -49,7 +44,7 @@ constexpr SWorkload Workloads[] = {
     {"start_up", RegisterStartUp},     {"request", RegisterRequest},
     {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
     {"video", RegisterVideo},          {"ptz", RegisterPtz},
-    {"events", RegisterEvents},
+    {"events", RegisterEvents},        {"show", RegisterShow},
 };
 
 constexpr double None = 0;
@@ -91,6 +86,8 @@ const std::vector<SFigure> Figures = {
     {"  requests besides the dump", "video_sync_differs/plug-in:requests", Unit::Count, "", "", 1, Exact},
     {"fleet checked for drift", "video_drift", Unit::Seconds, "", "", None, OfTheMachine},
     {"  requests", "video_drift:requests", Unit::Count, "", "", None, Exact},
+    {"full show, its program's start left out", "show/program", Unit::Seconds,
+     "its requests by a plain libcurl client", "show/plain", 1.5, OfTheMachine},
     {"PTZ command to its first byte at the camera", "ptz_delay/plug-in", Unit::Seconds,
      "plain libcurl client, kept open", "ptz_delay/plain", 1.1, OfTheMachine},
     {"  the 99th of a hundred", "ptz_delay/plug-in:p99", Unit::Seconds, "plain libcurl client, kept open",
@@ -150,19 +147,23 @@ bool Run(CEnvironment& environment, const std::string& filter) {
 
 int main(int argc, char** argv) {
     bool isQuick = false;
-    std::string filter, plugin, models, simulator;
+    std::string filter, plugin, models, simulator, everyModel, program;
     CLI::App app("What the plug-in costs, each figure beside its yardstick");
     app.add_flag("--quick", isQuick, "Rough figures; goals that depend on the machine do not count");
     app.add_option("filter", filter, "Part of the names of the workloads to run");
     app.add_option("--plugin", plugin, "The plug-in's shared library")->required();
     app.add_option("--models", models, "The model list")->required();
     app.add_option("--simulator", simulator, "File with the ready line of the camera simulator")->required();
+    app.add_option("--every-model", everyModel, "Likewise of one with a camera of each shipped model")
+        ->required();
+    app.add_option("--program", program, "vornhost")->required();
     CLI11_PARSE(app, argc, argv);
 
     RaiseDescriptorLimit();
     InitializeLibrary(isQuick);
     try {
         CEnvironment environment(isQuick, plugin, models, simulator);
+        environment.setEveryModel(everyModel, program);
         return Run(environment, filter) ? 0 : Failed;
     } catch (const std::exception& failure) {
         std::cerr << "vorn_bench: " << failure.what() << "\n";

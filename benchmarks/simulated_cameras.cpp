@@ -30,6 +30,16 @@ std::size_t CSimulatedCameras::countRequests(const std::string& address) const {
     return nlohmann::json::parse(state).at("requests").get<std::size_t>();
 }
 
+std::vector<std::string> CSimulatedCameras::answeredPaths(const std::string& address) const {
+    const nlohmann::json log = nlohmann::json::parse(
+        CPlainClient(control_).get("/requests?camera=" + std::to_string(numberOf(address))));
+    std::vector<std::string> paths;
+    for (const nlohmann::json& request : log.at("requests"))
+        if (request.at("status") == 200 && request.at("method") == "GET")
+            paths.push_back(request.at("path"));
+    return paths;
+}
+
 void CSimulatedCameras::setInput(const std::string& address, int input, const std::string& level) const {
     const nlohmann::json levels = {{std::to_string(input), level}};
     control("PATCH", controlPath(address) + "/inputs", levels.dump());
@@ -41,8 +51,11 @@ void CSimulatedCameras::control(const std::string& method, const std::string& pa
 }
 
 std::string CSimulatedCameras::controlPath(const std::string& address) const {
-    const auto camera = std::find(addresses_.begin(), addresses_.end(), address) - addresses_.begin();
-    return "/cameras/" + std::to_string(camera);
+    return "/cameras/" + std::to_string(numberOf(address));
+}
+
+std::ptrdiff_t CSimulatedCameras::numberOf(const std::string& address) const {
+    return std::find(addresses_.begin(), addresses_.end(), address) - addresses_.begin();
 }
 
 } // namespace corvane::bench

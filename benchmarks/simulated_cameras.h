@@ -12,12 +12,17 @@ public:
     // `readyFile` holds the line that the simulator prints when it serves. Throws CFailure.
     explicit CSimulatedCameras(const std::string& readyFile);
 
+    const std::vector<std::string>& addresses() const { return addresses_; }
+
     // The address of a camera that nobody has asked anything yet, so that no kept connection and no
     // remembered challenge helps. Throws CFailure when all have been given out.
     const std::string& takeFresh();
 
     // How many requests the camera has had since it was started, those answered 401 among them.
     std::size_t countRequests(const std::string& address) const;
+
+    // The paths, with their queries, of the camera's GET requests so far that were answered 200.
+    std::vector<std::string> answeredPaths(const std::string& address) const;
 
     // Gives an alarm input of the camera, counted from 1, a level ("High" or "Low").
     void setInput(const std::string& address, int input, const std::string& level) const;
@@ -27,6 +32,7 @@ public:
 
 private:
     std::string controlPath(const std::string& address) const;
+    std::ptrdiff_t numberOf(const std::string& address) const;
 
     std::vector<std::string> addresses_;
     std::string control_;

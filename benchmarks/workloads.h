@@ -17,5 +17,6 @@ void RegisterSettingsParse(CEnvironment& environment);
 void RegisterVideo(CEnvironment& environment);
 void RegisterPtz(CEnvironment& environment);
 void RegisterEvents(CEnvironment& environment);
+void RegisterShow(CEnvironment& environment);
 
 } // namespace corvane::bench
