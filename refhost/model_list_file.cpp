@@ -370,9 +370,12 @@ struct SFileCloser {
 
 std::string readFile(const std::string& name) {
     const std::unique_ptr<std::FILE, SFileCloser> file(std::fopen(name.c_str(), "rb"));
-    std::string text(file ? LargestFile + 1 : 0, '\0');
-    if (file)
-        text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    std::string text;
+    char piece[16 * 1024];
+    for (std::size_t size = 1; file && size > 0 && text.size() <= LargestFile;) {
+        size = std::fread(piece, 1, sizeof piece, file.get());
+        text.append(piece, size);
+    }
     if (!file || std::ferror(file.get()) != 0)
         throw CModelListError(name + ": cannot be read: " + std::generic_category().message(errno));
     if (text.size() > LargestFile)

@@ -13,11 +13,12 @@ Words Record(const CCamsim& camsim, const std::string& file, const Words& more) 
     return arguments;
 }
 
-// How many frames a decoder makes of a file.
-int DecodedFrames(const std::string& file) {
+// How many frames a decoder is given of a file, all of which it takes. On a busy machine the camera leaves
+// parts of some away, of which it makes no picture.
+int PlayedFrames(const std::string& file) {
     const std::string command =
         "gst-launch-1.0 -v filesrc location=" + file +
-        " ! matroskademux ! h264parse ! avdec_h264 ! identity silent=false ! fakesink";
+        " ! matroskademux ! h264parse ! identity silent=false ! avdec_h264 ! fakesink";
     FILE* const count = popen((command + " | grep -c 'last-message = chain'").c_str(), "r");
     char line[32] = "";
     (void)std::fgets(line, sizeof line, count);
@@ -40,7 +41,7 @@ TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
     // A busy machine's camera makes up for pictures that are late, but never comes near its own 30.
     EXPECT_NEAR(told.at("frames").get<double>() / told.at("seconds").get<double>(), 10, 5);
     EXPECT_EQ(told.at("bytes"), std::filesystem::file_size(folder.file("video.mkv")));
-    EXPECT_EQ(DecodedFrames(folder.file("video.mkv")), told.at("frames"));
+    EXPECT_EQ(PlayedFrames(folder.file("video.mkv")), told.at("frames"));
 }
 
 // What the file holds, as "video/x-h264" and "audio/x-adpcm".
@@ -67,7 +68,7 @@ TEST(Record, TheSoundGoesIntoTheSameFile) {
     const json told = json::parse(run.out);
     EXPECT_NEAR(told.at("seconds"), 2, 0.5);
     EXPECT_NEAR(told.at("audio").at("packets").get<double>(), 100, 30); // of 20 ms
-    EXPECT_EQ(DecodedFrames(file), told.at("frames"));
+    EXPECT_EQ(PlayedFrames(file), told.at("frames"));
     EXPECT_THAT(DiscoveredStreams(file),
                 testing::AllOf(testing::HasSubstr("video/x-h264"), testing::HasSubstr("audio/x-adpcm")));
 }
@@ -80,7 +81,7 @@ TEST(Record, WithoutTheSoundTheVideoIsRecordedAlone) {
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, testing::HasSubstr("Property not found"));
     EXPECT_EQ(json::parse(run.out).count("audio"), 0U);
-    EXPECT_EQ(DecodedFrames(file), json::parse(run.out).at("frames"));
+    EXPECT_EQ(PlayedFrames(file), json::parse(run.out).at("frames"));
 }
 
 TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
@@ -124,7 +125,7 @@ TEST(Record, ASignalEndsItWell) {
     program.signal(SIGINT);
     const SRun run = program.wait();
     EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(DecodedFrames(file), json::parse(run.out).at("frames"));
+    EXPECT_EQ(PlayedFrames(file), json::parse(run.out).at("frames"));
 }
 
 TEST(Record, WithoutAPictureItTellsWhyAndKeepsTheFileThatWasThere) {
