@@ -166,7 +166,7 @@ CError CPanasonicCamera::getAudioStreamUrl(SVornAudValsInDb& values, SAudioStrea
     if (!family.codec)
         return errors::streamModeNotDetected();
     const SStreamUrl* location = nullptr;
-    if (CError error = findAudioUrl(id, *family.codec, location))
+    if (CError error = findAudioUrl(id, *family.codec, location); error || !location)
         return error;
     const CAuthentication authentication = deviceContext()->getAuthentication();
     if (!authentication.isSet())
