@@ -18,5 +18,6 @@ void RegisterVideo(CEnvironment& environment);
 void RegisterPtz(CEnvironment& environment);
 void RegisterEvents(CEnvironment& environment);
 void RegisterShow(CEnvironment& environment);
+void RegisterPacedShow(CEnvironment& environment);
 
 } // namespace corvane::bench

@@ -141,20 +141,17 @@ bool CPanasonicCamera::takesSecondAudioUrl(const SAudioStreamId& id, VideoCodec 
     return streams && *streams > 1;
 }
 
-CError CPanasonicCamera::findAudioUrl(const SAudioStreamId& id, VideoCodec codec,
-                                      const SStreamUrl*& location) {
+// Null when the model list has none.
+const SStreamUrl* CPanasonicCamera::findAudioUrl(const SAudioStreamId& id, VideoCodec codec) {
     const auto& ofCodec = model().audioUrls.at(model().audioUrlBase + id.stream);
     auto variants = ofCodec.find(FindCodecName(codec)->urlName);
     if (variants == ofCodec.end())
         variants = ofCodec.find(UrlOfNoCodec);
     if (variants == ofCodec.end())
-        return errors::propertyNotSupported();
+        return nullptr;
     const bool isSecond = variants->second.size() > 1 && takesSecondAudioUrl(id, codec);
     const auto found = variants->second.find(isSecond ? SecondUrl : FirstUrl);
-    if (found == variants->second.end() || found->second.path.empty())
-        return errors::propertyNotSupported();
-    location = &found->second;
-    return CError::Success();
+    return found == variants->second.end() || found->second.path.empty() ? nullptr : &found->second;
 }
 
 CError CPanasonicCamera::getAudioStreamUrl(SVornAudValsInDb& values, SAudioStreamId id, std::string& url) {
@@ -165,9 +162,9 @@ CError CPanasonicCamera::getAudioStreamUrl(SVornAudValsInDb& values, SAudioStrea
     const SRunningFamily family = runningFamily();
     if (!family.codec)
         return errors::streamModeNotDetected();
-    const SStreamUrl* location = nullptr;
-    if (CError error = findAudioUrl(id, *family.codec, location); error || !location)
-        return error;
+    const SStreamUrl* const location = findAudioUrl(id, *family.codec);
+    if (!location)
+        return errors::propertyNotSupported();
     const CAuthentication authentication = deviceContext()->getAuthentication();
     if (!authentication.isSet())
         return errors::authenticationUnavailable();

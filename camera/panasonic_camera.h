@@ -378,7 +378,7 @@ private:
     void setEventSourceText(GstElement* source, const char* property, const std::string& text);
 
     bool hasAudio(int input);
-    CError findAudioUrl(const SAudioStreamId& id, VideoCodec codec, const SStreamUrl*& location);
+    const SStreamUrl* findAudioUrl(const SAudioStreamId& id, VideoCodec codec);
     bool takesSecondAudioUrl(const SAudioStreamId& id, VideoCodec codec);
 
     struct SImageAdjustment;

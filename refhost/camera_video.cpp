@@ -288,7 +288,7 @@ std::shared_ptr<const void> CVornCamera::useOf(const SVideoStreamId& id) {
     std::weak_ptr<const void>& kept = uses_[id];
     std::shared_ptr<const void> use = kept.lock();
     if (!use)
-        kept = use = std::make_shared<int>();
+        kept = use = std::make_shared<int>(); // whose life alone matters
     return use;
 }
 

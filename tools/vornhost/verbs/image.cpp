@@ -189,7 +189,7 @@ private:
         const auto end = std::chrono::steady_clock::now() + LongestMove;
         for (int unchanged = 0;
              unchanged < LooksAtRest && !last.failure && std::chrono::steady_clock::now() < end;) {
-            std::this_thread::sleep_for(LookAgain);
+            std::this_thread::sleep_for(LookAgain); // the camera does not tell when it has arrived
             SAdjustmentReading now = adjustments_.read(info);
             unchanged = now.current == last.current ? unchanged + 1 : 0;
             last = std::move(now);
