@@ -15,12 +15,13 @@
 
 #include <cstddef>
 #include <iterator>
-#include <utility>
 
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::LogFailure;
+using vorn_camera_base::v1_0::ActiveHigh;
+using vorn_camera_base::v1_0::ActiveLow;
 using vorn_camera_base::v1_0::DryContactInputProperty;
 using vorn_event_stream_controller::v1_0::CEventStreamController;
 using vorn_gst::v1_0::CGstContext;
@@ -44,8 +45,6 @@ constexpr SAlarmInput AlarmInputs[] = {
 
 constexpr const char* ModeNormallyOpen = "no";
 constexpr const char* ModeNormallyClosed = "nc";
-constexpr const char* ActiveLow = "LOW";
-constexpr const char* ActiveHigh = "HIGH";
 
 // Of the event source.
 constexpr int EventPeriod = 100; // milliseconds
@@ -82,7 +81,7 @@ CError CPanasonicCamera::getDryContactInputProperties(std::vector<CString>& name
 CError CPanasonicCamera::getDryContactInputCount(CString& count) {
     int number = 0;
     if (!capabilityOrNone().IsDryContactSupported(number))
-        return errors::noAlarmInputs();
+        return errors::notReported();
     count = boost::str(boost::format("%1%") % number);
     return CError::Success();
 }
@@ -97,7 +96,7 @@ CError CPanasonicCamera::CheckAndSetAlarm(int input) {
 CError CPanasonicCamera::setDryContactInputActiveState(int input, CString level) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::noAlarmInputs();
+        return errors::notReported();
     (void)CheckAndSetAlarm(input);
     const char* const mode = level == ActiveLow ? ModeNormallyOpen : ModeNormallyClosed;
     (void)setting->SetCameraSetting(cgi::TerminalDefault, "input" + terminalText(input) + "=" + mode);
@@ -107,7 +106,7 @@ CError CPanasonicCamera::setDryContactInputActiveState(int input, CString level)
 CError CPanasonicCamera::getDryContactInputActiveState(int input, std::vector<CString>& values) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::noAlarmInputs();
+        return errors::notReported();
     (void)CheckAndSetAlarm(input);
     const SAlarmInput* const row = findAlarmInput(input);
     const std::string mode = row ? cameraSetting(row->modeKey) : "";
@@ -122,7 +121,7 @@ CError CPanasonicCamera::getDryContactInputActiveState(int input, std::vector<CS
 CError CPanasonicCamera::getDryContactInputState(int input, DCState& state) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::noAlarmInputs();
+        return errors::notReported();
     (void)CheckAndSetAlarm(input);
     if (const CGstRef<GstElement> source = eventSources_.find(input)) {
         gint live = vorn_event::v1_0::DCS_ACTIVE;
@@ -156,7 +155,7 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
     if (CError error = getDryContactInputCount(count))
         return error;
     if (index < 0)
-        return errors::noAlarmInputs();
+        return errors::notReported();
     g_object_set(source, "drycontact-activestate", vorn_event::v1_0::DCActiveHigh, "event-mode",
                  vorn_event::v1_0::EventModeRegular, "event-period", EventPeriod, "ping-period", PingPeriod,
                  "device-index", index, "device-index-base", base, "max-device-index",

@@ -13,14 +13,14 @@ namespace {
 constexpr int HighestQuality = 100;
 constexpr int MiddleQuality = 50; // stands for whatever is out of range
 
-// The intervals up to a second that the camera offers. Compared in hundredths, the camera's own precision: a
-// third of a second is 0.33.
+// The intervals up to a second that the camera offers, each for what lies above the one before.
 struct SKeyFrameStep {
-    long hundredths;
+    double upTo; // seconds
     const char* seconds;
 };
 
-constexpr SKeyFrameStep KeyFrameSteps[] = {{20, "0.2"}, {33, "0.33"}, {50, "0.5"}, {100, "1"}};
+// 0.33 stands for a third of a second, which is more.
+constexpr SKeyFrameStep KeyFrameSteps[] = {{0.2, "0.2"}, {0.335, "0.33"}, {0.5, "0.5"}, {1.0, "1"}};
 
 struct SQualityWord {
     int quality;
@@ -60,7 +60,7 @@ COptional<std::string> KeyFrameSeconds(const std::string& frames, const std::str
         return {};
     const double seconds = *count / *fps;
     for (const SKeyFrameStep& step : KeyFrameSteps)
-        if (seconds * 100 < static_cast<double>(step.hundredths) + 0.5)
+        if (seconds <= step.upTo)
             return std::string(step.seconds);
     return Decimal(seconds);
 }

@@ -170,8 +170,7 @@ std::string CPanasonicCamera::codedQuery(SVideoStreamId id, const SVornVidValsIn
     if (!cameraSetting(StreamModeKey).empty())
         return query + "&" + frameRate;
     // A camera without a family switch takes the frame rate in a request of its own, before the others.
-    if (!camera.frameRate.empty())
-        setting->SetCameraSettingNoReload(cgi::Setdata, "NRFRAMERATE=" + camera.frameRate.str());
+    setting->SetCameraSettingNoReload(cgi::Setdata, "NRFRAMERATE=" + camera.frameRate.str());
     return query;
 }
 
@@ -199,7 +198,7 @@ CError CPanasonicCamera::setVideoCodecBitRate(int channel, int stream, VideoCode
     if (getVideoCodecBitRateRange(channel, stream, codec, range, type) ||
         std::find(range.begin(), range.end(), value) == range.end())
         return errors::bitRateOutOfRange();
-    return checkVideoCodecSetting(channel, codec, "brate", value.str());
+    return checkVideoCodecSetting(channel, codec, video_property::BitRate, value.str());
 }
 
 // The setters that differ only in their property.

@@ -28,8 +28,8 @@ inline CError noSettings() {
     return {RtnCode::NotSet, Origin::Handler, "property not found"};
 }
 
-// A camera with two codec families does not say which one it runs.
-inline CError streamModeUnknown() {
+// The camera does not say which of two codec families it runs, or has no alarm inputs.
+inline CError notReported() {
     return {RtnCode::NotAccessible, Origin::Handler, "property not found"};
 }
 
@@ -69,10 +69,7 @@ inline CError featureNotSupported() {
     return {RtnCode::NotSupported, Origin::General, "Not supported feature"};
 }
 
-// Alarm inputs and their events.
-inline CError noAlarmInputs() {
-    return {RtnCode::NotAccessible, Origin::Handler, "property not found"};
-}
+// Events of alarm inputs.
 // `object`: "source bin", "source element", "source pad", "source ghostpad" or "pipeline".
 inline CError eventObjectNotCreated(const std::string& object) {
     return {RtnCode::OperationFailed, Origin::Handler, "Event " + object + " could not be created."};

@@ -89,7 +89,7 @@ public:
     // An index or a camera without a codec leaves `id` unchanged. Fails with (7, 3, "property not found")
     // when the camera does not say which family it runs.
     CError getVideoCodecId(int channel, int index, CString& id) override;
-    // The smaller of the recorder's and the camera's.
+    // The smaller of the recorder's and the camera's; the recorder's when the camera's fails.
     CError getVideoCodecMaxStreams(int channel, VideoCodec codec, CString& max) override;
     // Recorder stream n is camera stream n, as far as the camera has one.
     int mapVideoStreamToActualCameraStream(SVideoStreamId id, int& cameraStream) override;

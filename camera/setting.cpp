@@ -11,6 +11,7 @@
 #include <boost/make_shared.hpp>
 
 #include <atomic>
+#include <exception>
 #include <utility>
 
 namespace corvane::panasonic_camera {
@@ -52,7 +53,11 @@ void CPanasonicSetting::threadRun() {
     while (running) {
         const std::uint64_t request = reloadRequests;
         guard.unlock();
-        const int result = getDetailsFromSetdata();
+        int result = -1;
+        try {
+            result = getDetailsFromSetdata();
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): a failed fetch, as others are
+        }
         guard.lock();
         lastFetchTime = times.now();
         lastResult = result;

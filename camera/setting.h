@@ -104,7 +104,7 @@ private:
     CAuthentication currentAuthentication() const;
 
     std::map<std::string, std::string> settingCache; // guarded by lock; key with its comma to value
-    std::map<std::string, std::string> infoCache;    // guarded by lock
+    std::map<std::string, std::string> infoCache;    // its values are guarded by lock; its keys never change
     boost::shared_ptr<boost::thread> reloadThread;
     boost::condition_variable wakeup; // the reload thread has something to do; with lock
     boost::mutex lock;

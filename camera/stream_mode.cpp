@@ -71,7 +71,7 @@ CError CPanasonicCamera::getVideoCodecId(int /*channel*/, int index, CString& id
     } else if (index == 0) {
         const SRunningFamily family = runningFamily();
         if (!family.isKnown)
-            return errors::streamModeUnknown();
+            return errors::notReported();
         if (family.codec)
             id = IdText(*family.codec);
     }
@@ -79,13 +79,13 @@ CError CPanasonicCamera::getVideoCodecId(int /*channel*/, int index, CString& id
 }
 
 CError CPanasonicCamera::getVideoCodecMaxStreams(int channel, VideoCodec codec, CString& max) {
-    CString recorder;
-    if (CError error = CVornCamera::getVideoCodecMaxStreams(channel, codec, recorder))
+    if (CError error = CVornCamera::getVideoCodecMaxStreams(channel, codec, max))
         return error;
     CString camera;
     if (CError error = getCameraMaxStreams(channel, camera))
         return error;
-    max = ReadNumber<int>(camera.str()) < ReadNumber<int>(recorder.str()) ? camera : recorder;
+    if (ReadNumber<int>(camera.str()) < ReadNumber<int>(max.str()))
+        max = camera;
     return CError::Success();
 }
 

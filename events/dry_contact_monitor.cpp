@@ -228,7 +228,10 @@ void CDryContactMonitor::ThreadFunc() {
     CTransfer transfer;
     if (!transfer.isMade())
         return;
-    serve(transfer);
+    try {
+        serve(transfer);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the heartbeat misses it
+    }
     publish(nullptr);
 }
 
@@ -242,23 +245,29 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
         if (!running) // a stop that came before the transfer could be broken off
             return;
         const auto start = std::chrono::steady_clock::now();
-        if (transfer.perform()) {
+        const bool isComplete = transfer.perform();
+        forgetFailures(std::chrono::steady_clock::now() - start);
+        if (isComplete) {
             pause(times.afterClose);
         } else {
             tellLinkLost();
-            pauseAfterFailure(std::chrono::steady_clock::now() - start);
+            pauseAfterFailure();
         }
     }
 }
 
-void CDryContactMonitor::pauseAfterFailure(std::chrono::steady_clock::duration lasted) {
+// Not after any reply: a camera that writes and then breaks off would be asked without a pause.
+void CDryContactMonitor::forgetFailures(std::chrono::steady_clock::duration lasted) {
+    const Guard lock(mutex);
+    if (isReplied && lasted >= times.longestRetry)
+        nextRetry = std::chrono::milliseconds::zero();
+}
+
+void CDryContactMonitor::pauseAfterFailure() {
     std::chrono::milliseconds time;
     {
         const Guard lock(mutex);
         lastActivity = times.now();
-        // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
-        if (isReplied && lasted >= times.longestRetry)
-            nextRetry = std::chrono::milliseconds::zero();
         time = nextRetry;
         nextRetry = std::clamp(2 * time, times.shortestRetry, times.longestRetry);
     }
@@ -305,7 +314,7 @@ size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count,
     try {
         reinterpret_cast<CDryContactMonitor*>(self)->ParseAndDisperseInformation(std::string(data, count));
         return count;
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         return 0; // the request fails; no exception passes through libcurl
     }
 }

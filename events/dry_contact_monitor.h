@@ -101,7 +101,8 @@ private:
     void breakTransfer(); // mutex is held
     void publish(CTransfer* transfer);
     void serve(CTransfer& transfer);
-    void pauseAfterFailure(std::chrono::steady_clock::duration lasted);
+    void forgetFailures(std::chrono::steady_clock::duration lasted);
+    void pauseAfterFailure();
     void pause(std::chrono::milliseconds time);
     void tellLinkLost();
     void tell(std::uint32_t input, TDryContactState state);

@@ -166,6 +166,7 @@ void SVornEventSynth::task_iterate_static(void* object) {
     } catch (const std::exception& failure) { // none passes through GStreamer
         GST_ELEMENT_ERROR(element, RESOURCE, FAILED, ("the alarm input cannot be watched"),
                           ("%s", failure.what()));
+        gst_pad_pause_task(element->sourcePad()); // it would be called again at once
     }
 }
 

@@ -60,7 +60,8 @@ struct SVornEventSynth {
     std::mutex monitorLock; // guards the pointer; no other lock is taken while it is held but the monitor's
     boost::shared_ptr<vorn_utility::v1_0::CDryContactMonitor> monitor; // empty until the task first runs
 
-    guint64 startTime; // guarded by lock, as all that follows; read by nobody
+    // Guarded by lock, as all that follows, while the task runs.
+    guint64 startTime; // 0 until the pad is activated
     guint32 counters[2];
     bool bufferSent; // the byte has been pushed
     bool subscribed; // the monitor has our listener, or had it until cleanup()

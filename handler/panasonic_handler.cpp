@@ -10,7 +10,6 @@
 
 #include <new>
 #include <thread>
-#include <utility>
 
 namespace corvane::panasonic_handler {
 
@@ -30,7 +29,10 @@ using Record = boost::shared_ptr<vorn_utility::v1_0::CommParam>;
 
 void* RunQuery(void* argument) {
     const std::unique_ptr<Record> record(static_cast<Record*>(argument));
-    PanasonicThreadQueryDevice(**record);
+    try {
+        PanasonicThreadQueryDevice(**record);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the query's time runs out
+    }
     return nullptr;
 }
 

@@ -46,6 +46,10 @@ using vorn_event::v1_0::DCState;
 // The id, among the host's properties, of alarm inputs.
 inline constexpr int DryContactInputProperty = 78;
 
+// At which level an alarm input is active.
+inline constexpr const char* ActiveLow = "LOW";
+inline constexpr const char* ActiveHigh = "HIGH";
+
 // A camera, as the recorder sees every camera: the generic logic, answered from the model list and the device
 // database. A device handler derives from it and overrides what its devices do otherwise.
 //
@@ -190,24 +194,6 @@ public:
     // The model's ranges, home positions and offsets; all zero for a model without PTZ.
     const SPtzModel& ptzModel() const;
 
-    // Between the recorder's scales and the camera's. The base takes both for the same.
-    virtual int ToCameraPanSpeed(int speed);
-    virtual int ToCameraTiltSpeed(int speed);
-    virtual int ToCameraZoomSpeed(int speed);
-    virtual int ToNvrPanSpeed(int speed);
-    virtual int ToNvrTiltSpeed(int speed);
-    virtual int ToNvrZoomSpeed(int speed);
-    virtual int ToCameraPanPos(int pos);
-    virtual int ToCameraTiltPos(int pos);
-    virtual int ToCameraZoomPos(int pos);
-    virtual int ToNvrPanPos(int camPos);
-    virtual int ToNvrTiltPos(int camPos);
-    virtual int ToNvrZoomPos(int camPos);
-    virtual int ToCameraFocusSpeed(int speed);
-    virtual int ToNvrFocusSpeed(int speed);
-    virtual int ToCameraPos(int pos, int min, int max);
-    virtual int ToNvrPos(int camPos, int min, int max);
-
     virtual CError setAbsolutePtz(int stream, int pan, int tilt, int zoom);
     // `pos` is a position of the axis in decimal, `position` a position text.
     virtual CError setPtzPanPos(int stream, CString pos);
@@ -216,7 +202,7 @@ public:
     virtual CError setPtzPosition(int stream, CString position);
     // Steps whose sizes the device chooses; the sign gives the direction.
     virtual CError setRelativePtz(int stream, int pan, int tilt, int zoom, int iris, int focus);
-    // Moves until told otherwise; all zero stops.
+    // Moves until told otherwise; all zero stops. What the sign of a focus speed means is the device's.
     virtual CError setContinuousPtz(int stream, int pan, int tilt, int zoom);
     virtual CError setContinuousPtzFocus(int stream, int speed);
     virtual CError setContinuousPtzIris(int stream, int speed);
@@ -337,6 +323,25 @@ public:
     virtual CError getLensIris(int input, std::vector<CString>& values);
     virtual CError setLensAutoIris(int input, CString value);
     virtual CError getLensAutoIris(int input, std::vector<CString>& values);
+
+    // --- PTZ, between the recorder's scales and the camera's. The base takes both for the same.
+
+    virtual int ToCameraPanSpeed(int speed);
+    virtual int ToCameraTiltSpeed(int speed);
+    virtual int ToCameraZoomSpeed(int speed);
+    virtual int ToNvrPanSpeed(int speed);
+    virtual int ToNvrTiltSpeed(int speed);
+    virtual int ToNvrZoomSpeed(int speed);
+    virtual int ToCameraPanPos(int pos);
+    virtual int ToCameraTiltPos(int pos);
+    virtual int ToCameraZoomPos(int pos);
+    virtual int ToNvrPanPos(int camPos);
+    virtual int ToNvrTiltPos(int camPos);
+    virtual int ToNvrZoomPos(int camPos);
+    virtual int ToCameraFocusSpeed(int speed);
+    virtual int ToNvrFocusSpeed(int speed);
+    virtual int ToCameraPos(int pos, int min, int max);
+    virtual int ToNvrPos(int camPos, int min, int max);
 
     // Adds every operation that can be called by name (see host/operations.h) to `registry`, which must not
     // outlive the camera. A device's camera calls the base's first and then adds its own.

@@ -31,30 +31,24 @@ using vorn_utility::v1_0::CThreadAsyncQueue;
 // time, in the order of their arrival.
 class VORN_HOST_API CBasePtzController {
 public:
-    // `index` is the video input, from 0; `address` the device's (see host/cgi.h); `flags` are the host's own
-    // and mean nothing here.
+    // `index` is the video input, from 0; `address` the device's (see host/cgi.h), which the camera has too;
+    // `flags` are the host's own and mean nothing here.
     CBasePtzController(boost::shared_ptr<IDeviceContext>& context, int index, char const* address,
                        boost::shared_ptr<CVornCamera>& camera, unsigned flags);
-    // Stops the worker. A derived class that overrides ThreadRun stops it in its own destructor already.
+    // Stops the worker. A derived class stops it in its own destructor already, while its loop still exists.
     virtual ~CBasePtzController();
     CBasePtzController(const CBasePtzController&) = delete;
     CBasePtzController& operator=(const CBasePtzController&) = delete;
 
-    // Starts the worker, once; the host does so when it has made the controller. Commands may be queued
-    // before.
-    void start();
     // Ends the worker after the command that it has taken, if any; those that wait are cancelled, and so is
     // at once whatever is given later. Nothing is called after the return but by a handle that another thread
     // cancels at that moment. Not from a callback. May be repeated; a stopped controller stays stopped.
     void stop();
 
-    // Adds every operation that can be called by name ("controller.moveAt") to `registry`, which must not
-    // outlive the controller.
-    virtual void registerOperations(COperationRegistry& registry) = 0;
-
 protected:
-    // The worker's loop, which ends soon after isRunning() has become false.
-    virtual void ThreadRun() = 0;
+    // Runs `loop` on the worker, once. It must end soon after isRunning() has become false, of which the
+    // queue is notified.
+    void startWorker(boost::function<void()> loop);
     bool isRunning() const { return isRunning_; }
 
     const boost::shared_ptr<IDeviceContext>& deviceContext() const { return context_; }
@@ -69,7 +63,6 @@ protected:
 private:
     const boost::shared_ptr<IDeviceContext> context_;
     const int index_;
-    const std::string address_;
     const boost::shared_ptr<CVornCamera> camera_;
     const boost::shared_ptr<CThreadAsyncQueue> queue_;
     std::mutex mutex_; // for the derived controller's state
@@ -115,6 +108,11 @@ public:
     virtual CAsyncOp moveFocusAt(int speed, const CCallback& callback);
     virtual CAsyncOp moveIrisAt(int speed, const CCallback& callback);
 
+protected:
+    // The worker's loop.
+    virtual void ThreadRun();
+
+public:
     // The position, as the camera's getPtzPosition tells it.
     virtual CAsyncOp getPTZPos(const CCallback& callback);
 
@@ -122,11 +120,15 @@ public:
     virtual void moveAtSync(int pan, int tilt, int zoom, const CCallback& callback,
                             CAuthentication& credentials);
 
-    void registerOperations(COperationRegistry& registry) override;
+    // Starts the worker, once; the host does so when it has made the controller. Commands may be queued
+    // before.
+    void start();
+
+    // Adds every operation that can be called by name ("controller.moveAt") to `registry`, which must not
+    // outlive the controller.
+    void registerOperations(COperationRegistry& registry);
 
 protected:
-    void ThreadRun() override;
-
     // Runs a command, if there is one, and contains what it throws.
     static void RunCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>& details);
 

@@ -105,10 +105,8 @@ CError CVornCamera::getInterfaceMac(int, CString& mac) {
 }
 
 CError CVornCamera::getCameraName(int index, std::vector<CString>& name) {
-    if (index < 0 || index >= model().videoInputs)
-        return {RtnCode::OutOfRange, Origin::General,
-                "video input " + std::to_string(index) + " is not one of the device's " +
-                    std::to_string(model().videoInputs)};
+    if (CError error = checkVideoInput(index))
+        return error;
     const CString defaultName("Camera " + std::to_string(index + 1));
     CString given = defaultName;
     // Without a record, or a name in it, the default name stands.

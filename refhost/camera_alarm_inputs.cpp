@@ -1,6 +1,7 @@
 // The base camera's alarm inputs: numbers from the model list, active levels in the device database.
 
 #include "host/camera.h"
+#include "refhost/camera_errors.h"
 
 #include <algorithm>
 #include <limits>
@@ -10,14 +11,10 @@ namespace {
 
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
+using refhost::IsAbsent;
+using refhost::UnknownToBase;
 
 constexpr const char* ActiveStateKey = "active_state";
-constexpr const char* ActiveLow = "LOW";
-constexpr const char* ActiveHigh = "HIGH";
-
-CError notOfBase(const std::string& what) {
-    return {RtnCode::NotSupported, Origin::General, what + " can only be asked of the device"};
-}
 
 } // namespace
 
@@ -39,7 +36,7 @@ CError CVornCamera::getDryContactInputProperties(std::vector<CString>& names) {
 }
 
 CError CVornCamera::getDryContactInputCount(CString&) {
-    return notOfBase("the number of alarm inputs");
+    return UnknownToBase("the number of alarm inputs");
 }
 
 CError CVornCamera::setDryContactInputActiveState(int input, CString level) {
@@ -51,7 +48,7 @@ CError CVornCamera::setDryContactInputActiveState(int input, CString level) {
 CError CVornCamera::getDryContactInputActiveState(int input, std::vector<CString>& values) {
     CString level;
     CError error = readFromInputDb(InputClass::DryContact, input, ActiveStateKey, level);
-    if (error && error.getCode() != static_cast<int>(RtnCode::NotSet))
+    if (error && !IsAbsent(error))
         return error;
     values.insert(values.end(),
                   {level.empty() ? CString(ActiveLow) : level, ActiveLow, ActiveLow, ActiveHigh});
@@ -59,15 +56,15 @@ CError CVornCamera::getDryContactInputActiveState(int input, std::vector<CString
 }
 
 CError CVornCamera::getDryContactInputState(int, DCState&) {
-    return notOfBase("the state of an alarm input");
+    return UnknownToBase("the state of an alarm input");
 }
 
 CError CVornCamera::getEventStreamUrl(int, std::string&) {
-    return notOfBase("the location of events");
+    return UnknownToBase("the location of events");
 }
 
 CError CVornCamera::createEventStreamPipeline(IStreamController*&, int) {
-    return notOfBase("events");
+    return UnknownToBase("events");
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

@@ -4,12 +4,17 @@
 
 #include <string>
 
-// What the base camera's operations fail with.
+// What the operations of the base camera and of the PTZ controller fail with.
 namespace corvane::refhost {
 
 inline device_handler::v1_0::CError UnknownToBase(const std::string& property) {
     return {device_handler::v1_0::RtnCode::NotSupported, device_handler::v1_0::Origin::General,
             property + " can only be asked of the device"};
+}
+
+inline device_handler::v1_0::CError NotOfDevice(const std::string& what) {
+    return {device_handler::v1_0::RtnCode::NotSupported, device_handler::v1_0::Origin::General,
+            "the device has no " + what};
 }
 
 inline device_handler::v1_0::CError NotOfModel(device_handler::v1_0::RtnCode code, const std::string& what) {

@@ -1,18 +1,11 @@
 // The base camera's pan, tilt and zoom: what the model list knows, and no moves.
 
 #include "host/camera.h"
+#include "refhost/camera_errors.h"
 
 namespace corvane::vorn_camera_base::v1_0 {
-namespace {
 
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-
-CError notOfBase(const std::string& what) {
-    return {RtnCode::NotSupported, Origin::General, "the device has no " + what};
-}
-
-} // namespace
+using refhost::NotOfDevice;
 
 const SPtzModel& CVornCamera::ptzModel() const {
     static const SPtzModel none;
@@ -69,81 +62,81 @@ int CVornCamera::ToNvrPos(int camPos, int, int) {
 }
 
 CError CVornCamera::setAbsolutePtz(int, int, int, int) {
-    return notOfBase("absolute moves");
+    return NotOfDevice("absolute moves");
 }
 CError CVornCamera::setPtzPanPos(int, CString) {
-    return notOfBase("absolute moves");
+    return NotOfDevice("absolute moves");
 }
 CError CVornCamera::setPtzTiltPos(int, CString) {
-    return notOfBase("absolute moves");
+    return NotOfDevice("absolute moves");
 }
 CError CVornCamera::setPtzZoomPos(int, CString) {
-    return notOfBase("absolute moves");
+    return NotOfDevice("absolute moves");
 }
 CError CVornCamera::setPtzPosition(int, CString) {
-    return notOfBase("absolute moves");
+    return NotOfDevice("absolute moves");
 }
 CError CVornCamera::setRelativePtz(int, int, int, int, int, int) {
-    return notOfBase("relative moves");
+    return NotOfDevice("relative moves");
 }
 CError CVornCamera::setContinuousPtz(int, int, int, int) {
-    return notOfBase("continuous moves");
+    return NotOfDevice("continuous moves");
 }
 CError CVornCamera::setContinuousPtzFocus(int, int) {
-    return notOfBase("continuous focus");
+    return NotOfDevice("continuous focus");
 }
 CError CVornCamera::setContinuousPtzIris(int, int) {
-    return notOfBase("continuous iris");
+    return NotOfDevice("continuous iris");
 }
 CError CVornCamera::setPtzPresetPos(int, int) {
-    return notOfBase("presets");
+    return NotOfDevice("presets");
 }
 CError CVornCamera::addPtzPresetPos(int, int) {
-    return notOfBase("presets");
+    return NotOfDevice("presets");
 }
 CError CVornCamera::clearPtzPresetPos(int, int) {
-    return notOfBase("presets");
+    return NotOfDevice("presets");
 }
 CError CVornCamera::callPtzPresetPos(int, int) {
-    return notOfBase("presets");
+    return NotOfDevice("presets");
 }
 CError CVornCamera::startPtzPatternRecord(int, int) {
-    return notOfBase("patterns");
+    return NotOfDevice("patterns");
 }
 CError CVornCamera::stopPtzPatternRecord(int, int) {
-    return notOfBase("patterns");
+    return NotOfDevice("patterns");
 }
 CError CVornCamera::selectPtzPattern(int, int) {
-    return notOfBase("patterns");
+    return NotOfDevice("patterns");
 }
 CError CVornCamera::clearPtzPatternRecord(int, int) {
-    return notOfBase("patterns");
+    return NotOfDevice("patterns");
 }
 CError CVornCamera::cancelPtzPatternRecord(int, int) {
-    return notOfBase("patterns");
+    return NotOfDevice("patterns");
 }
 CError CVornCamera::getPtzPanPos(int, std::vector<CString>&) {
-    return notOfBase("positions");
+    return NotOfDevice("positions");
 }
 CError CVornCamera::getPtzTiltPos(int, std::vector<CString>&) {
-    return notOfBase("positions");
+    return NotOfDevice("positions");
 }
 CError CVornCamera::getPtzZoomPos(int, std::vector<CString>&) {
-    return notOfBase("positions");
+    return NotOfDevice("positions");
 }
 CError CVornCamera::getPtzPosition(int, std::vector<CString>&) {
-    return notOfBase("positions");
+    return NotOfDevice("positions");
 }
 
 CError CVornCamera::getPtzPatternCount(int, CString& count) {
     if (ptzModel().patternCount.empty())
-        return notOfBase("patterns");
+        return NotOfDevice("patterns");
     count = ptzModel().patternCount;
     return CError::Success();
 }
 
 CError CVornCamera::getPtzProperties(int, std::vector<CString>&) {
-    return model().ptz ? CError::Success() : notOfBase("pan, tilt and zoom");
+    return model().ptz ? CError::Success() : NotOfDevice("pan, tilt and zoom");
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

@@ -2,31 +2,27 @@
 
 #include "host/assert.h"
 #include "host/operations.h"
+#include "refhost/camera_errors.h"
 
 #include <boost/make_shared.hpp>
 
 #include <iostream>
+#include <utility>
 
 namespace corvane::vorn_ptz_controller::v1_0 {
 namespace {
 
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
+using refhost::NotOfDevice;
 using vorn_utility::v1_0::CAsyncCmdDetails;
-
-CError notSupported(const std::string& what) {
-    return {RtnCode::NotSupported, Origin::General, "the device has no " + what};
-}
 
 } // namespace
 
 CBasePtzController::CBasePtzController(boost::shared_ptr<IDeviceContext>& context, int index,
-                                       char const* address, boost::shared_ptr<CVornCamera>& camera, unsigned)
-    : context_(context),
-      index_(index),
-      address_(address ? address : ""),
-      camera_(camera),
-      queue_(boost::make_shared<CThreadAsyncQueue>()) {
+                                       char const* /*address*/, boost::shared_ptr<CVornCamera>& camera,
+                                       unsigned /*flags*/)
+    : context_(context), index_(index), camera_(camera), queue_(boost::make_shared<CThreadAsyncQueue>()) {
     device_handler::v1_0::HostAssert(context_ && camera_, "ptzController", __LINE__);
 }
 
@@ -34,10 +30,10 @@ CBasePtzController::~CBasePtzController() {
     stop();
 }
 
-void CBasePtzController::start() {
+void CBasePtzController::startWorker(boost::function<void()> loop) {
     const std::lock_guard<std::mutex> guard(threadMutex_);
     if (isRunning_ && !thread_.joinable())
-        thread_ = std::thread([this] { ThreadRun(); });
+        thread_ = std::thread(std::move(loop));
 }
 
 void CBasePtzController::stop() {
@@ -58,6 +54,10 @@ CAuthentication CBasePtzController::refreshCredentials() {
 
 CPtzController::~CPtzController() {
     stop(); // while the worker still has its loop
+}
+
+void CPtzController::start() {
+    startWorker([this] { ThreadRun(); });
 }
 
 void CPtzController::ThreadRun() {
@@ -169,11 +169,11 @@ CAsyncOp CPtzController::cancelPatternRecord(int pattern, const CCallback& callb
 }
 
 CAsyncOp CPtzController::openMenu(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return notSupported("menu"); }, callback);
+    return submit([](CVornCamera&, auto&) { return NotOfDevice("menu"); }, callback);
 }
 
 CAsyncOp CPtzController::closeMenu(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return notSupported("menu"); }, callback);
+    return submit([](CVornCamera&, auto&) { return NotOfDevice("menu"); }, callback);
 }
 
 CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback) {
@@ -193,7 +193,7 @@ CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, int focus, int iris
 }
 
 CAsyncOp CPtzController::LensRefocus(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return notSupported("refocus command"); }, callback);
+    return submit([](CVornCamera&, auto&) { return NotOfDevice("refocus command"); }, callback);
 }
 
 CAsyncOp CPtzController::moveFocusAt(int speed, const CCallback& callback) {
