@@ -29,9 +29,7 @@ set(CMAKE_CXX_FLAGS_DEBUG "-g1")
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused
   -Wformat=2 -Wimplicit-fallthrough)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  add_compile_options(-Wthread-safety)
-else()
+if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_options(-Wduplicated-cond -Wlogical-op)
 endif()
 if(VORN_WERROR)

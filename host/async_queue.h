@@ -15,7 +15,6 @@
 #include <list>
 #include <mutex>
 #include <utility>
-#include <vector>
 
 namespace corvane::vorn_utility::v1_0 {
 

@@ -20,9 +20,6 @@ public:
     std::string getUsername() const { return username_ ? username_->str() : std::string(); }
     std::string getPassword() const { return password_ ? password_->str() : std::string(); }
 
-    void setUsername(COptional<CString> username) { username_ = std::move(username); }
-    void setPassword(COptional<CString> password) { password_ = std::move(password); }
-
 private:
     COptional<CString> username_;
     COptional<CString> password_;

@@ -4,7 +4,6 @@
 #include "host/error.h"
 #include "host/url.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,7 +13,7 @@ namespace corvane::vorn_utility::v1_0 {
 //
 // - `address`: a host name or dotted address, with ":PORT" where the device's web port is not the URL's;
 // - `user`, `password`: the device's credentials; an empty user name sends none;
-// - `timeout`: seconds for the whole exchange, name look-up included;
+// - `timeout`: seconds for the whole exchange, name look-up included; 0 and less fail at once;
 // - `authScheme`: "ANY" (whatever the device offers), "BASIC" or "DIGEST";
 // - `delimiters`: the characters, each of which ends a value in the reply.
 //

@@ -26,7 +26,6 @@ public:
     CVornController& operator=(const CVornController&) = delete;
 
     const std::string& getAddress() const { return address_; }
-    const std::string& getModelNumber() const { return modelNumber_; }
 
     // The model's record, or null when the list does not know it. Lives as long as the controller.
     virtual const device_handler::v1_0::SModelInfo* getModelInfo() const;

@@ -15,7 +15,7 @@ namespace corvane::device_handler::v1_0 {
 enum class InputClass : int { Video = 0, Audio = 1, DryContact = 2 };
 
 // One device's record in the recorder's device database. Every operation may be called from any thread;
-// writes are durable when they return.
+// writes are durable when they return. What the database itself cannot do fails with DeviceDbUnavailable.
 class VORN_HOST_API IDeviceDbProxy {
 public:
     virtual ~IDeviceDbProxy() = default;

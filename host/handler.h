@@ -42,8 +42,8 @@ using vorn_controller::v1_0::CVornController;
 // A device handler, as the recorder sees every handler: what it supports, and which device is at an address.
 //
 // The queries of one handler run one after another, however many threads ask; every other operation may be
-// called from any thread at any time. Asynchronous operations run on one worker thread of the handler; their
-// callbacks are called there.
+// called from any thread at any time. Asynchronous operations run on one worker thread of the handler (see
+// host/callback.h for the thread of their callbacks).
 class VORN_HOST_API CVornHandler {
 public:
     // Makes the camera of a device; what the framework gives for the plug-in's `createCameraObject`.

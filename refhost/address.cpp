@@ -1,9 +1,10 @@
 #include "refhost/address.h"
 
+#include "refhost/whole_number.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 
 namespace corvane::refhost {
@@ -43,9 +44,8 @@ bool isBracketedIpv6(const std::string& host) {
 }
 
 bool isPort(const std::string& port) {
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), value);
-    return error == std::errc() && end == port.data() + port.size() && value >= 1 && value <= 65535;
+    const auto value = ReadWholeNumber<unsigned>(port);
+    return value && *value >= 1 && *value <= 65535;
 }
 
 } // namespace
@@ -63,6 +63,10 @@ COptional<SAddress> ParseAddress(const std::string& address) {
             return {};
     }
     return parsed;
+}
+
+std::string AddressText(const std::string& host, const std::string& port) {
+    return host + (port.empty() || port == UsualPort ? "" : ":" + port);
 }
 
 } // namespace corvane::refhost

@@ -15,4 +15,10 @@ struct SAddress {
 // Reads "HOST" or "HOST:PORT"; nothing for anything else (blanks, user names, paths, ports out of range).
 device_handler::v1_0::COptional<SAddress> ParseAddress(const std::string& address);
 
+// The port of a device that tells none.
+inline constexpr const char* UsualPort = "80";
+
+// "HOST" or "HOST:PORT", without the usual port.
+std::string AddressText(const std::string& host, const std::string& port);
+
 } // namespace corvane::refhost

@@ -1,7 +1,5 @@
 #include "host/async_queue.h"
 
-#include "host/clock.h"
-
 #include <chrono>
 
 namespace corvane::vorn_utility::v1_0 {
@@ -44,12 +42,6 @@ void CThreadAsyncQueue::notify() {
         isNotified_ = true;
     }
     changed_.notify_one(); // without the lock, for which the worker would have to wait at once again
-}
-
-std::uint64_t gettime() {
-    using namespace std::chrono;
-    return static_cast<std::uint64_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 } // namespace corvane::vorn_utility::v1_0

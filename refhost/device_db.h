@@ -11,7 +11,7 @@
 
 namespace corvane::refhost {
 
-// Why the device database could not be opened; the text names the file.
+// Why the device database could not be opened, read or written; the text names the file.
 class CDeviceDbError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "host/async_queue.h"
 #include "host/handler.h"
 
-#include <condition_variable>
-#include <deque>
+#include <atomic>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -24,7 +23,7 @@ public:
 
     // Runs the operation on the worker and then the callback with what came of it; after `stop` the callback
     // is told of the cancellation before the return.
-    CAsyncOp submit(Operation operation, const CCallback& callback);
+    CAsyncOp submit(const Operation& operation, const CCallback& callback);
 
     // Cancels what waits and ends the worker. Returns when it has ended, unless a callback asks for it: the
     // worker then ends after that callback, and is joined by the destructor.
@@ -37,26 +36,17 @@ public:
     std::mutex& queryMutex() { return queryMutex_; }
 
 private:
-    struct SEntry {
-        Operation operation;
-        CCallback callback;
-        bool cancelled = false; // guarded by the queue's mutex
-    };
-    // Shared with the handles of the operations, which may outlive the worker.
-    struct SQueue {
-        std::mutex mutex; // guards everything below
-        std::condition_variable changed;
-        std::deque<std::shared_ptr<SEntry>> waiting;
-        bool stopping = false;
-    };
-
-    void run() const;
-    void complete(const SEntry& entry, bool cancelled) const;
+    void run();
+    void complete(const Operation& operation, const CCallback& callback) const;
 
     IHandlerContext& context_;
-    const std::shared_ptr<SQueue> queue_ = std::make_shared<SQueue>();
-    std::mutex joinMutex_; // held while the thread is joined, so that every stopping thread waits
-    std::thread thread_;   // set under the queue's mutex, once; joined under joinMutex_ when stopping
+    // Shared with the handles of the operations, which may outlive the worker.
+    const boost::shared_ptr<vorn_utility::v1_0::CThreadAsyncQueue> queue_;
+    std::atomic<bool> isStopping_{false};
+    std::atomic<std::thread::id> workerId_{};
+    std::mutex startMutex_; // guards the start of thread_, after which nothing starts it again
+    std::mutex joinMutex_;  // held while thread_ is joined, so that every stopping thread waits
+    std::thread thread_;
     std::mutex queryMutex_;
 };
 

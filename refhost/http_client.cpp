@@ -20,7 +20,6 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t LargestReplyMebibytes = 16;
 constexpr std::size_t LargestReply = LargestReplyMebibytes << 20;
-constexpr const char* DefaultPort = "80";
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
 
@@ -212,7 +211,9 @@ private:
         setFixedOptions(curl);
         setCredentials(curl, peer_);
         setMethod(curl, request_.form);
-        curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str());
+        if (curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str()) !=
+            CURLE_OK)
+            return noStatus("the request's URL is too long"); // the handle still has the one before
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, &received);
@@ -248,12 +249,10 @@ COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
     const COptional<SAddress> own = ParseAddress(request.address);
     if (!own)
         return {};
-    const std::string& port = own->port.empty() ? request.port : own->port;
-    const bool usual = port.empty() || port == DefaultPort;
-    if (!ParseAddress(own->host + (usual ? "" : ":" + port)))
+    const std::string address = AddressText(own->host, own->port.empty() ? request.port : own->port);
+    if (!ParseAddress(address))
         return {};
-    return SHttpPeer{own->host + (usual ? "" : ":" + port), request.user, request.password,
-                     request.authScheme};
+    return SHttpPeer{address, request.user, request.password, request.authScheme};
 }
 
 SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer) {

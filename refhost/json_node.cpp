@@ -35,6 +35,14 @@ public:
         return true;
     }
 
+    // The place of the value that is read next.
+    std::string next() const {
+        if (open_.empty())
+            return {};
+        const SOpen& open = open_.back();
+        return open.isArray ? EntryPlace(open.place, open.entries) : MemberPlace(open.place, open.current);
+    }
+
 private:
     struct SOpen {
         bool isArray;
@@ -45,13 +53,10 @@ private:
     };
 
     void enter(bool isArray) {
-        beginEntry();
         if (open_.size() == DeepestNesting)
             throw CJsonRefusal(open_.back().place, "nested too deeply");
-        std::string place;
-        if (!open_.empty())
-            place = open_.back().isArray ? EntryPlace(open_.back().place, open_.back().entries - 1)
-                                         : MemberPlace(open_.back().place, open_.back().current);
+        std::string place = next();
+        beginEntry();
         open_.push_back({isArray, std::move(place), {}, 0, {}});
     }
 
@@ -114,6 +119,8 @@ json ParseJson(const std::string& text) {
             text, [&](int, json::parse_event_t event, json& parsed) { return check(event, parsed); });
     } catch (const json::parse_error& error) {
         throw CJsonRefusal(lineAndColumn(text, error.byte), reasonOf(error));
+    } catch (const json::out_of_range&) { // which tells no line
+        throw CJsonRefusal(check.next(), "this number is too large");
     }
 }
 

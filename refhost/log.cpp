@@ -52,11 +52,17 @@ spdlog::level::level_enum severity(int level) {
     return level >= LogNotice ? spdlog::level::warn : spdlog::level::info;
 }
 
-// A device must not be able to forge lines of the log.
+// A device must not be able to forge lines of the log, nor to steer the terminal that shows it.
 std::string onOneLine(std::string line) {
-    for (char& c : line)
-        if (static_cast<unsigned char>(c) < ' ')
-            c = ' ';
+    constexpr auto ControlLead = static_cast<char>(0xC2); // of U+0080 to U+009F, which are controls too
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(line[i]);
+        const bool endsControl = i > 0 && line[i - 1] == ControlLead && byte >= 0x80 && byte <= 0x9F;
+        if (byte < ' ' || byte == 0x7F || endsControl)
+            line[i] = ' ';
+        if (endsControl)
+            line[i - 1] = ' ';
+    }
     return line;
 }
 

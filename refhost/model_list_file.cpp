@@ -1,19 +1,19 @@
 #include "refhost/model_list_file.h"
 
 #include "host/stream_id.h"
+#include "refhost/address.h"
 #include "refhost/device_requests.h"
 #include "refhost/json_node.h"
+#include "refhost/whole_number.h"
 
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <iterator>
 #include <limits>
 #include <memory>
-#include <system_error>
 #include <utility>
 
 namespace corvane::refhost {
@@ -47,15 +47,6 @@ std::string listed(Words words) {
     return text;
 }
 
-COptional<int> decimal(const std::string& text) {
-    int value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end)
-        return {};
-    return value;
-}
-
 // Readers of one value each, for the tables below: they return what reads a member into its destination.
 
 auto toText(std::string& value) {
@@ -73,7 +64,7 @@ auto toFilledText(std::string& value) {
 auto toDecimalText(std::string& value) {
     return [&value](const CJsonNode& node) {
         value = node.text();
-        if (!decimal(value))
+        if (!ReadWholeNumber<int>(value))
             node.refuse("expected a decimal number as a text");
     };
 }
@@ -81,7 +72,7 @@ auto toDecimalText(std::string& value) {
 auto toOptionalDecimalText(std::string& value) {
     return [&value](const CJsonNode& node) {
         value = node.text();
-        if (!value.empty() && !decimal(value))
+        if (!value.empty() && !ReadWholeNumber<int>(value))
             node.refuse("expected a decimal number as a text, or an empty text");
     };
 }
@@ -132,7 +123,7 @@ auto toParameters(Parameters& parameters) {
 template <class Read>
 void eachNumber(const CJsonNode& node, int minimum, const Read& read) {
     node.eachMember([&](const std::string& name, const CJsonNode& member) {
-        const COptional<int> number = decimal(name);
+        const auto number = ReadWholeNumber<int>(name);
         if (!number || *number < minimum || std::to_string(*number) != name)
             member.refuse("expected a decimal number of at least " + std::to_string(minimum) +
                           " as the name");
@@ -159,7 +150,7 @@ auto toTextsByCodec(std::map<std::string, std::string>& texts) {
 
 void readPort(const CJsonNode& node, std::string& port) {
     port = node.text();
-    const COptional<int> number = decimal(port);
+    const auto number = ReadWholeNumber<int>(port);
     if (!port.empty() && (!number || *number < 1 || *number > 65535))
         node.refuse("expected a port as a text, or an empty text");
 }
@@ -186,7 +177,7 @@ auto toStreamUrls(StreamUrlTable& table) {
 auto toRequest(SVornUrl& url) {
     return [&url](const CJsonNode& node) {
         url.protocol = "http";
-        url.port = "80";
+        url.port = UsualPort;
         node.object({{"path", SMember::Required,
                       [&](const CJsonNode& path) {
                           url.path = path.text();

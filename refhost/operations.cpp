@@ -1,7 +1,8 @@
 #include "host/operations.h"
 
+#include "refhost/whole_number.h"
+
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <limits>
 
@@ -15,18 +16,8 @@ using vorn_camera_base::v1_0::SVornVidValsInDb;
 using vorn_camera_base::v1_0::VideoFields;
 
 template <class T>
-COptional<T> readNumber(const std::string& text) {
-    T value{};
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end)
-        return {};
-    return value;
-}
-
-template <class T>
 T requireNumber(const std::string& text) {
-    if (const COptional<T> value = readNumber<T>(text))
+    if (const auto value = refhost::ReadWholeNumber<T>(text))
         return *value;
     throw COperationError("a decimal number from " + std::to_string(std::numeric_limits<T>::min()) + " to " +
                           std::to_string(std::numeric_limits<T>::max()));
@@ -45,7 +36,7 @@ COptional<VideoCodec> findCodec(const std::string& text) {
     for (const SVideoCodecName& row : VideoCodecNames)
         if (text == row.name)
             return row.codec;
-    if (const COptional<int> number = readNumber<int>(text))
+    if (const auto number = refhost::ReadWholeNumber<int>(text))
         return static_cast<VideoCodec>(*number);
     return {};
 }
@@ -103,9 +94,9 @@ handler_impl::SVideoStreamId SArgumentReader::readVideoStreamId(const std::strin
     const std::size_t first = text.find(',');
     const std::size_t second = first == std::string::npos ? first : text.find(',', first + 1);
     if (second != std::string::npos) {
-        const COptional<int> channel = readNumber<int>(text.substr(0, first));
+        const auto channel = refhost::ReadWholeNumber<int>(text.substr(0, first));
         const COptional<VideoCodec> codec = findCodec(text.substr(first + 1, second - first - 1));
-        const COptional<int> stream = readNumber<int>(text.substr(second + 1));
+        const auto stream = refhost::ReadWholeNumber<int>(text.substr(second + 1));
         if (channel && codec && stream)
             return {*channel, *codec, *stream};
     }
@@ -147,7 +138,7 @@ AudioCodec SArgumentReader::readAudioCodec(const std::string& text) {
 
 handler_impl::SAudioStreamId SArgumentReader::readAudioStreamId(const std::string& text) {
     if (const auto parts = splitAtComma(text)) {
-        const COptional<int> stream = readNumber<int>(parts->first);
+        const auto stream = refhost::ReadWholeNumber<int>(parts->first);
         const COptional<AudioCodec> codec = findAudioCodec(parts->second);
         if (stream && codec)
             return {*stream, *codec};

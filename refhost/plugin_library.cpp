@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 
 #include <filesystem>
-#include <utility>
 
 namespace corvane::refhost {
 namespace {

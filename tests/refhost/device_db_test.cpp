@@ -1,7 +1,7 @@
 #include "refhost/device_db.h"
 
 #include "tests/refhost/http_support.h"
-#include "tests/refhost/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
@@ -22,6 +22,7 @@ namespace {
 using namespace device_handler::v1_0;
 using refhost::CDeviceDb;
 using refhost::CDeviceDbError;
+using test_support::CTemporaryFolder;
 using testing::HasSubstr;
 
 std::string openingFailure(const std::string& file) {
@@ -83,7 +84,7 @@ TEST(DeviceDb, InMemoryIsANewOneEachTime) {
 
 TEST(DeviceDb, WhatIsNoDeviceDatabaseIsRefusedAndLeftAlone) {
     const CTemporaryFolder folder;
-    const std::string text = folder.write("text", std::string(5000, 'x'));
+    const std::string text = folder.file("text", std::string(5000, 'x'));
     EXPECT_THAT(openingFailure(text), HasSubstr(text + ": file is not a database"));
     EXPECT_EQ(std::filesystem::file_size(text), 5000U);
 

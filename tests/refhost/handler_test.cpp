@@ -187,7 +187,7 @@ TEST_F(HandlerBase, CancelsWhatHasNotBegun) {
                               CCallback([&](const CError&, const std::vector<CString>&) { done.open(); }));
     done.pass();
     EXPECT_THAT(outcomes_.all(),
-                ElementsAre("running 16 no supported device answers at slow", "waiting 2 cancelled"));
+                ElementsAre("waiting 2 cancelled", "running 16 no supported device answers at slow"));
     EXPECT_EQ(handler_.queries, 2);
 }
 
@@ -211,7 +211,7 @@ TEST_F(HandlerBase, ShutdownWaitsForTheRunningOperationAndCancelsTheRest) {
     first.join();
     second.join();
     EXPECT_THAT(outcomes_.all(),
-                ElementsAre("search 2 the search was ended by the shutdown", "waiting 2 cancelled"));
+                ElementsAre("waiting 2 cancelled", "search 2 the search was ended by the shutdown"));
     EXPECT_EQ(handler_.queries, 1);
     waiting.cancel();
 }

@@ -82,12 +82,12 @@ TEST(Log, ShowsTheLinesOfItsLevelMaskedAndEachOnOneLine) {
     const std::string shown = CapturedStderr([&] {
         SetLogLevel(LogNotice);
         device.log(LogDetail, "too low");
-        device.log(LogNotice, "%s: %d {} can4ry\nforged can4ry2", "text", 7);
+        device.log(LogNotice, "%s: %d {} can4ry\nforged\x7F\xC2\x9B can4ry2", "text", 7);
         CHandlerContext(TestModels()).getLog()(LogFailure, "%s", std::string(5000, 'x').c_str());
         SetLogLevel(LogFailure);
         device.log(LogNotice, "too low by now");
     });
-    EXPECT_THAT(shown, HasSubstr("10.0.0.1:8080: text: 7 {} *** forged ***\n"));
+    EXPECT_THAT(shown, HasSubstr("10.0.0.1:8080: text: 7 {} *** forged    ***\n"));
     EXPECT_THAT(shown, HasSubstr(std::string(5000, 'x') + "\n"));
     EXPECT_THAT(shown, Not(HasSubstr("too low")));
     EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2);

@@ -1,6 +1,6 @@
 #include "refhost/model_list_file.h"
 
-#include "tests/refhost/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@ namespace {
 using namespace device_handler::v1_0;
 using refhost::CModelListError;
 using refhost::LoadModelList;
+using test_support::CTemporaryFolder;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
@@ -34,7 +35,7 @@ std::string modelWith(const std::string& members) {
 // The refusal without the file's name, which must stand before it.
 std::string refusalOf(const std::string& text) {
     const CTemporaryFolder folder;
-    const std::string file = folder.write("models.json", text);
+    const std::string file = folder.file("models.json", text);
     try {
         LoadModelList(file);
     } catch (const CModelListError& error) {
@@ -47,7 +48,7 @@ std::string refusalOf(const std::string& text) {
 
 boost::shared_ptr<CVornModelList> load(const std::string& text) {
     const CTemporaryFolder folder;
-    return LoadModelList(folder.write("models.json", text));
+    return LoadModelList(folder.file("models.json", text));
 }
 
 TEST(ModelList, HoldsEveryMemberOfTheFile) {
@@ -168,6 +169,7 @@ TEST(ModelList, RefusesAMemberByItsPlaceAndSaysWhatWasExpected) {
         {modelWith(R"("ptz": {"home": {"pan": 1, "tilt": 2, "pan": 3}})"),
          "models[0].ptz.home.pan: this member stands twice"},
         {listOf("5"), "models[0]: expected an object"},
+        {modelWith(R"("videoInputs": 1e999)"), "models[0].videoInputs: this number is too large"},
     };
     for (const auto& one : cases)
         EXPECT_THAT(refusalOf(one.text), testing::StartsWith(one.refusal)) << one.text;
@@ -204,7 +206,7 @@ TEST(ModelList, RefusesAFileThatCannotBeReadOrIsTooLarge) {
     EXPECT_EQ(refusal(folder.file("absent")),
               folder.file("absent") + ": cannot be read: No such file or directory");
     EXPECT_EQ(refusal(folder.file("")), folder.file("") + ": cannot be read: Is a directory");
-    const std::string blanks = folder.write("large", std::string(std::size_t{9} << 20, ' '));
+    const std::string blanks = folder.file("large", std::string(std::size_t{9} << 20, ' '));
     EXPECT_EQ(refusal(blanks), blanks + ": is larger than 8 MiB");
 }
 

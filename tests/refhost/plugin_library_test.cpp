@@ -3,8 +3,8 @@
 #include "refhost/contexts.h"
 #include "refhost/plugin_symbols.h"
 #include "tests/refhost/http_support.h"
-#include "tests/refhost/temporary_folder.h"
 #include "tests/refhost/test_models.h"
+#include "tests/support/temporary_folder.h"
 
 #include <boost/core/demangle.hpp>
 #include <gtest/gtest.h>
@@ -18,6 +18,7 @@ using namespace refhost;
 using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::IDeviceContext;
+using test_support::CTemporaryFolder;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -54,7 +55,7 @@ TEST(PluginLibrary, SaysWhichFileIsNoneAndWhatItLacks) {
     const CTemporaryFolder folder;
     EXPECT_THAT(loadingFailure(folder.file("absent.so")),
                 StartsWith(folder.file("absent.so") + ": cannot be loaded: "));
-    EXPECT_THAT(loadingFailure(folder.write("text.so", "no library")), HasSubstr("cannot be loaded"));
+    EXPECT_THAT(loadingFailure(folder.file("text.so", "no library")), HasSubstr("cannot be loaded"));
     // A library that the system would find by this name in its own folders.
     EXPECT_THAT(loadingFailure("libc.so.6"), HasSubstr("cannot be loaded"));
     EXPECT_THAT(loadingFailure(OTHER_LIBRARY), HasSubstr("createHandlerObject"));

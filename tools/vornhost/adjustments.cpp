@@ -1,9 +1,9 @@
 #include "tools/vornhost/adjustments.h"
 
+#include "refhost/whole_number.h"
 #include "tools/vornhost/terminal_text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -18,13 +18,6 @@ constexpr const char* On = "on";
 constexpr const char* Off = "off";
 constexpr const char* FocusName = "focus";
 
-std::optional<int> NumberOf(const std::string& text) {
-    int number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && stop == end ? std::optional<int>(number) : std::nullopt;
-}
-
 // The plug-in's value as a person writes it.
 std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& value) {
     if (info.form == AdjustmentForm::Percent)
@@ -32,7 +25,7 @@ std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const st
     if (info.form != AdjustmentForm::Word)
         return value == "1" ? On : Off;
     const std::vector<std::string>& words = model.whiteBalance.values;
-    const std::optional<int> position = NumberOf(value);
+    const auto position = refhost::ReadWholeNumber<int>(value);
     return position && *position >= 1 && static_cast<std::size_t>(*position) <= words.size()
                ? words[static_cast<std::size_t>(*position - 1)]
                : value;
@@ -152,7 +145,7 @@ std::string AdjustmentChoice(const SAdjustmentInfo& info, const SModelInfo& mode
 std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const SModelInfo& model,
                                               const std::string& value) {
     if (info.form == AdjustmentForm::Percent) {
-        const std::optional<int> percent = NumberOf(value);
+        const auto percent = refhost::ReadWholeNumber<int>(value);
         return percent && *percent >= 0 && *percent <= HighestPercent ? std::optional<std::string>(value)
                                                                       : std::nullopt;
     }

@@ -21,7 +21,7 @@ std::string ToldAddress(const std::string& address) {
     const auto parts = refhost::ParseAddress(address);
     if (!parts)
         return address;
-    return parts->host + (parts->port.empty() || parts->port == "80" ? "" : ":" + parts->port);
+    return refhost::AddressText(parts->host, parts->port);
 }
 
 template <class Predicate>

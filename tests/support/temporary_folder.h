@@ -3,10 +3,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
-namespace corvane::tests {
+namespace corvane::test_support {
 
 // A new folder that is removed with everything in it.
 class CTemporaryFolder {
@@ -22,13 +23,20 @@ public:
     CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
 
     std::string file(const std::string& name) const { return (path_ / name).string(); }
-    std::string write(const std::string& name, const std::string& content) const {
+    std::string file(const std::string& name, const std::string& content) const {
         std::ofstream(file(name), std::ios::binary) << content;
         return file(name);
+    }
+    // Of every file.
+    std::string contents() const {
+        std::ostringstream all;
+        for (const auto& entry : std::filesystem::directory_iterator(path_))
+            all << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        return all.str();
     }
 
 private:
     std::filesystem::path path_;
 };
 
-} // namespace corvane::tests
+} // namespace corvane::test_support
