@@ -23,6 +23,14 @@ TEST(Identify, OneLineAnAddressInTheirOrder) {
     EXPECT_THAT(run.err, HasSubstr("127.0.0.1:9: nobody listens"));
 }
 
+TEST(Identify, WithAPasswordAloneForTheFamilysUser) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--password-file", folder.file("camera", "other")});
+    EXPECT_EQ(Vornhost({"identify", camsim.address()}).status, 1);
+    const SRun run = Vornhost({"identify", camsim.address()}, "", {{"VORNHOST_PASSWORD", "other"}});
+    EXPECT_EQ(run.status, 0) << run.err;
+}
+
 TEST(Identify, ATableForEyes) {
     const CCamsim camsim;
     const SRun run = Vornhost({"identify", camsim.address()});

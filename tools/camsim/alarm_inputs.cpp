@@ -12,7 +12,7 @@ constexpr const char* highName = "High";
 
 AlarmInputs::AlarmInputs(const CameraModel& model) {
     const auto number = model.capability.list("video_server.peripheral.io.number");
-    const int count = number && !number->empty() ? parseInteger<int>(number->front()).value_or(0) : 0;
+    const int count = number && !number->empty() ? parseNumber<int>(number->front()).value_or(0) : 0;
     for (int terminal = 1; terminal <= count; ++terminal)
         levels_[terminal] = Level::High;
 }

@@ -39,7 +39,7 @@ std::optional<std::string> adjustToList(const Camera& camera, const Acceptance& 
 
 std::optional<std::string> keepNumber(const Camera&, const Acceptance& acceptance, std::string_view,
                                       const std::string& value) {
-    const std::optional<int> parsed = parseInteger<int>(value);
+    const std::optional<int> parsed = parseNumber<int>(value);
     const bool accepted = parsed && acceptance.minimum <= *parsed && *parsed <= acceptance.maximum;
     return accepted ? std::optional(value) : std::nullopt;
 }

@@ -27,7 +27,7 @@ public:
 Json parseBody(const std::string& body) {
     try {
         return Json::parse(body);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {
         refuse("body: expected JSON: " + std::string(error.what()));
     }
 }
@@ -136,7 +136,7 @@ Json changeInputs(const Parts& parts, Number number, const ControlRequest& reque
     const AlarmInputs::Levels known = camera.alarmInputs().levels();
     AlarmInputs::Levels levels;
     for (const auto& [key, value] : changes.items()) {
-        const std::optional<int> terminal = parseInteger<int>(key);
+        const std::optional<int> terminal = parseNumber<int>(key);
         if (!terminal || known.count(*terminal) == 0)
             refuse("'" + key + "': the camera has " + std::to_string(known.size()) +
                    " inputs, counted from 1");
@@ -159,7 +159,7 @@ std::optional<Number> queryNumber(const ControlRequest& request, const std::stri
     const std::string text = parameterValue(request.query, name);
     if (text.empty())
         return std::nullopt;
-    const std::optional<Number> number = parseInteger<Number>(text);
+    const std::optional<Number> number = parseNumber<Number>(text);
     if (!number)
         refuse(name + ": expected a number, not '" + text + "'");
     return number;
@@ -252,7 +252,7 @@ std::optional<Number> match(const std::string& route, const std::string& path) {
     while (std::getline(expected, part, '/')) {
         if (!std::getline(given, text, '/'))
             return std::nullopt;
-        const std::optional<Number> read = part == "N" ? parseInteger<Number>(text) : std::nullopt;
+        const std::optional<Number> read = part == "N" ? parseNumber<Number>(text) : std::nullopt;
         if (!read && text != part)
             return std::nullopt;
         number = read.value_or(number);

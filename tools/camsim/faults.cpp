@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <fnmatch.h>
-#include <functional>
 #include <sstream>
 
 namespace camsim {
@@ -240,7 +239,7 @@ Fault parseFaultText(const std::string& text, size_t cameraCount) {
         if (equals == word.npos)
             throw FaultError("'" + word + "': expected key=value");
         const std::string value = word.substr(equals + 1);
-        const std::optional<int64_t> number = parseInteger<int64_t>(value);
+        const std::optional<int64_t> number = parseNumber<int64_t>(value);
         Json& member = json[word.substr(0, equals)];
         if (number)
             member = *number;

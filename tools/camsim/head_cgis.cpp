@@ -14,7 +14,7 @@ using Time = CameraHead::Time;
 using Command = void (*)(CameraHead&, Time, const CameraModel&, const Parameters&);
 
 std::optional<int> number(const Parameters& parameters, std::string_view name) {
-    return parseInteger<int>(parameterValue(parameters, name));
+    return parseNumber<int>(parameterValue(parameters, name));
 }
 
 void driveTo(CameraHead& head, Time now, const CameraModel& model, const Parameters& parameters) {

@@ -3,7 +3,6 @@
 #include "development.h"
 
 #include <cstdio>
-#include <memory>
 
 namespace camsim {
 namespace {

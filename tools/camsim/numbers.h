@@ -16,9 +16,4 @@ std::optional<Number> parseNumber(std::string_view text) {
     return number;
 }
 
-template <typename Integer>
-std::optional<Integer> parseInteger(std::string_view text) {
-    return parseNumber<Integer>(text);
-}
-
 } // namespace camsim

@@ -3,7 +3,6 @@
 #include "authenticator.h"
 #include "listeners.h"
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -11,7 +11,7 @@ namespace {
 
 /// 0, which leaves the choice to the system, when the setting names no port.
 uint16_t wantedPort(const Camera& camera) {
-    return parseInteger<uint16_t>(camera.setting("RTSPPORT").value_or("")).value_or(0);
+    return parseNumber<uint16_t>(camera.setting("RTSPPORT").value_or("")).value_or(0);
 }
 
 sockaddr_in withPort(sockaddr_in address, uint16_t port) {

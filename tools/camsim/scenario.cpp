@@ -21,8 +21,8 @@ ScenarioStep readStep(const std::string& line, const std::string& place,
     std::string more;
     words >> seconds >> camera >> terminal >> level >> more;
     const double at = parseNumber<double>(seconds).value_or(-1);
-    const std::optional<size_t> index = parseInteger<size_t>(camera);
-    const std::optional<int> input = parseInteger<int>(terminal);
+    const std::optional<size_t> index = parseNumber<size_t>(camera);
+    const std::optional<int> input = parseNumber<int>(terminal);
     const std::optional<AlarmInputs::Level> taken = AlarmInputs::parse(level);
     const bool formed = 0 <= at && at <= longestSeconds && index && input && taken && more.empty();
     if (!formed)

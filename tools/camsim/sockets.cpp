@@ -50,7 +50,7 @@ sockaddr_in parseAddress(const std::string& text) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     const size_t colon = text.rfind(':');
-    const auto port = parseInteger<uint16_t>(colon == text.npos ? "" : text.substr(colon + 1));
+    const auto port = parseNumber<uint16_t>(colon == text.npos ? "" : text.substr(colon + 1));
     if (!port || inet_pton(AF_INET, text.substr(0, colon).c_str(), &address.sin_addr) != 1)
         throw SocketError("'" + text + "' is no IPv4 address and port such as 127.0.0.1:8080");
     address.sin_port = htons(*port);

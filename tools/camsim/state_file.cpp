@@ -61,7 +61,7 @@ template <typename Kept, typename Read>
 void readNumbered(const Json& json, const char* name, std::map<int, Kept>& kept, Read read) {
     const Json all = json.value(name, Json::object());
     for (const auto& [number, value] : all.items())
-        if (const std::optional<int> parsed = parseInteger<int>(number))
+        if (const std::optional<int> parsed = parseNumber<int>(number))
             kept[*parsed] = read(value);
 }
 

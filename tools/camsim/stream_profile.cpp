@@ -58,7 +58,7 @@ std::string pathOf(const CodecNames& names, int number, int input) {
 
 int inputCount(const CameraModel& model) {
     const auto inputs = model.capability.list("video_server.image.number");
-    return inputs && !inputs->empty() ? parseInteger<int>(inputs->front()).value_or(1) : 1;
+    return inputs && !inputs->empty() ? parseNumber<int>(inputs->front()).value_or(1) : 1;
 }
 
 CapabilityStream capabilityOf(const VideoStream& stream) {
@@ -88,8 +88,8 @@ std::string chosenEntry(const std::vector<std::string>& entries, const std::stri
 std::pair<int, int> sizeOf(const std::string& resolution) {
     const std::string_view text(resolution);
     const size_t cross = text.find('x');
-    const int width = parseInteger<int>(text.substr(0, cross)).value_or(640);
-    const int height = cross == text.npos ? 0 : parseInteger<int>(text.substr(cross + 1)).value_or(0);
+    const int width = parseNumber<int>(text.substr(0, cross)).value_or(640);
+    const int height = cross == text.npos ? 0 : parseNumber<int>(text.substr(cross + 1)).value_or(0);
     return {width, height > 0 ? height : width * 3 / 4};
 }
 
@@ -108,18 +108,18 @@ int framesPerKeyFrame(const std::string& seconds, const FrameRate& rate) {
 }
 
 int kilobits(const std::string& bandwidth) {
-    const int set = parseInteger<int>(bandwidth).value_or(0);
+    const int set = parseNumber<int>(bandwidth).value_or(0);
     return set > 0 ? set : unlimitedKilobits;
 }
 
 int jpegPercent(const std::string& quality) {
-    const int step = std::clamp(parseInteger<int>(quality).value_or(1), 1, 10);
+    const int step = std::clamp(parseNumber<int>(quality).value_or(1), 1, 10);
     return bestJpegPercent - percentPerJpegStep * (step - 1);
 }
 
 bool hasAudioInput(const CameraModel& model) {
     const auto inputs = model.capability.list("video_server.audio.audio_input.number");
-    return inputs && !inputs->empty() && parseInteger<int>(inputs->front()).value_or(0) > 0;
+    return inputs && !inputs->empty() && parseNumber<int>(inputs->front()).value_or(0) > 0;
 }
 
 constexpr int ordinaryAudioKilobits = 32;

@@ -3,7 +3,6 @@
 #include "camera.h"
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace camsim {

@@ -22,7 +22,8 @@ std::map<int, std::string> ReadLevels(const std::string& reply) {
         const std::size_t number = std::char_traits<char>::length(LineBeginning);
         int terminal = 0;
         if (line.rfind(LineBeginning, 0) == 0 && level != std::string::npos &&
-            std::from_chars(line.data() + number, line.data() + level, terminal).ec == std::errc())
+            std::from_chars(line.data() + number, line.data() + level, terminal).ec == std::errc() &&
+            terminal >= 1)
             levels[terminal - 1] = line.substr(level + std::char_traits<char>::length(BeforeLevel));
     }
     return levels;

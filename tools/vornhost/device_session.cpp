@@ -1,6 +1,7 @@
 #include "tools/vornhost/device_session.h"
 
 #include "tools/vornhost/exit_status.h"
+#include "tools/vornhost/output.h"
 
 #include <utility>
 
@@ -69,7 +70,7 @@ std::optional<SDiagnosis> CDeviceSession::start() {
         else if (!known.empty() && !alwaysIdentify_)
             takeFamily(known, "");
         else if (options_.noInitialize)
-            takeFamily(known.empty() ? plugin_.models()->getFamilies().front().name : known, "");
+            takeFamily(known.empty() ? anyFamily() : known, "");
         else if (auto failure = identify())
             return failure;
     } catch (const refhost::CDeviceDbError& error) {
@@ -78,9 +79,17 @@ std::optional<SDiagnosis> CDeviceSession::start() {
     return initialize();
 }
 
+// For a camera object that nobody initialises, so that any will do.
+std::string CDeviceSession::anyFamily() const {
+    if (const auto* family = plugin_.firstFamily())
+        return family->name;
+    throw CFailure(ExitStatus::NotStarted, "the model list has no family");
+}
+
 std::optional<SDiagnosis> CDeviceSession::identify() {
     COptional<CDeviceId> device;
-    const CError error = plugin_.handler().queryDevice(address_, device, credentials_.forFamily(nullptr));
+    const CError error =
+        plugin_.handler().queryDevice(address_, device, credentials_.forFamily(plugin_.firstFamily()));
     if (error || !device)
         return Diagnose(Occasion::Identification, error, exchanges_);
     takeFamily(device->getFamilyName(), device->getSerialNumber().str());
@@ -116,8 +125,9 @@ void CDeviceSession::makeCamera() {
 }
 
 const device_handler::v1_0::SModelInfo* CDeviceSession::model() const {
-    device_handler::v1_0::CString number;
-    return camera_->getUnitModelName(number) ? nullptr : plugin_.handler().getModelInfo(number.str());
+    device_handler::v1_0::CString number; // the base's, since a camera's own may have a prefix
+    return camera_->CVornCamera::getUnitModelName(number) ? nullptr
+                                                          : plugin_.models()->findModel(number.str());
 }
 
 void CDeviceSession::renewController() {
@@ -150,6 +160,13 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     if (!context_->getAuthentication().isSet())
         error = camera_->testAuthentication();
     return Diagnose(Occasion::Initialisation, error, exchanges_);
+}
+
+bool StartOrTell(CDeviceSession& session) {
+    const auto failure = session.start();
+    if (failure)
+        WriteMessage(failure->lines(session.address()));
+    return !failure;
 }
 
 } // namespace corvane::vornhost

@@ -49,7 +49,7 @@ public:
     // The camera object; another one after renewCamera().
     vorn_camera_base::v1_0::CVornCamera& camera() const { return *camera_; }
     // What the model list says of the camera; null before it is initialised, and for a model that is not
-    // listed. Belongs to the handler.
+    // listed. Belongs to the model list.
     const device_handler::v1_0::SModelInfo* model() const;
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
@@ -61,6 +61,7 @@ public:
     const std::string& serialNumber() const { return serialNumber_; }
 
 private:
+    std::string anyFamily() const;
     std::optional<SDiagnosis> identify();
     std::optional<SDiagnosis> initialize();
     void takeFamily(const std::string& familyName, const std::string& serialNumber);
@@ -82,5 +83,8 @@ private:
     std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController> ptzController_; // of camera_'s first input
     std::unique_ptr<device_handler::v1_0::COperationRegistry> operations_;     // of all three and the handler
 };
+
+// Starts the session; a failure is told on standard error.
+bool StartOrTell(CDeviceSession& session);
 
 } // namespace corvane::vornhost

@@ -4,7 +4,6 @@
 #include "refhost/log.h"
 #include "tools/vornhost/exchange_watch.h"
 
-#include <optional>
 #include <string>
 
 namespace corvane::vornhost {

@@ -69,4 +69,8 @@ CLoadedPlugin::CLoadedPlugin(const SOptions& options) : models_(OpenModelList(op
 
 CLoadedPlugin::~CLoadedPlugin() = default;
 
+const SFamily* CLoadedPlugin::firstFamily() const {
+    return models_->getFamilies().empty() ? nullptr : &models_->getFamilies().front();
+}
+
 } // namespace corvane::vornhost

@@ -25,6 +25,8 @@ public:
     boost::shared_ptr<device_handler::v1_0::CVornModelList> models() const { return models_; }
     const refhost::CPluginLibrary& library() const { return *library_; }
     vorn_handler::v1_0::CVornHandler& handler() const { return *handler_; }
+    // The one whose defaults a device is asked with until its own is known; null for a list without families.
+    const device_handler::v1_0::SFamily* firstFamily() const;
 
 private:
     boost::shared_ptr<device_handler::v1_0::CVornModelList> models_;

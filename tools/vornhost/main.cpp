@@ -91,7 +91,7 @@ ExitStatus Main(int argc, char** argv) {
         WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
         return failure.status();
     } catch (const std::exception& failure) {
-        WriteMessage(std::string("vornhost: unexpected failure: ") + failure.what() + "\n");
+        WriteMessage(std::string("vornhost: unexpected failure: ") + PrintableText(failure.what()) + "\n");
         return ExitStatus::CallFailed;
     }
 }

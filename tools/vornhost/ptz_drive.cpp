@@ -51,7 +51,7 @@ CPtzDrive::CPtzDrive(CDeviceSession& session, int speed, bool json)
 bool CPtzDrive::run() {
     {
         const CKeyboard keyboard;
-        awaitSignals();
+        takeSignals();
         const CHangupAsTermination hangup;
         if (status_.isShown())
             WriteMessage(KeyHelp);
@@ -74,14 +74,9 @@ bool CPtzDrive::run() {
     return allSucceeded_;
 }
 
-// A signal is taken once, and nobody's impatience may leave the camera moving.
-void CPtzDrive::awaitSignals() {
-    endRequest_.emplace([this, inbox = inbox_] {
-        inbox->post([this] {
-            pilot_.leave();
-            awaitSignals();
-        });
-    });
+// Every one, since nobody's impatience may leave the camera moving.
+void CPtzDrive::takeSignals() {
+    endRequest_.emplace([this] { inbox_->post([this] { pilot_.leave(); }); }, SignalsTaken::Every);
 }
 
 void CPtzDrive::drive() {
@@ -209,9 +204,7 @@ std::string CPtzDrive::commandText() const {
         return "";
     if (!outcome_)
         return latest_->key + " ...";
-    char delay[32];
-    (void)std::snprintf(delay, sizeof delay, "   %.1f ms", outcome_->timed.milliseconds);
-    return latest_->key + delay +
+    return latest_->key + "   " + MillisecondsText(outcome_->timed.milliseconds) +
            (outcome_->failure ? "   " + PrintableText(outcome_->failure->problem) : "");
 }
 

@@ -36,7 +36,7 @@ private:
         std::optional<SDiagnosis> failure;
     };
 
-    void awaitSignals();
+    void takeSignals();
     void drive();
     void waitForSomething();
     void readKeys();

@@ -1,6 +1,5 @@
 #include "tools/vornhost/recording_text.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 

@@ -11,12 +11,15 @@ namespace {
 
 std::mutex endMutex;              // held while the request runs
 std::function<void()> endRequest; // guarded by endMutex; empty: signals end the program
+SignalsTaken signalsTaken;        // guarded by endMutex
 
 bool TakenByEndRequest() {
     const std::lock_guard<std::mutex> lock(endMutex);
     if (!endRequest)
         return false;
-    std::exchange(endRequest, nullptr)();
+    endRequest();
+    if (signalsTaken == SignalsTaken::First)
+        endRequest = nullptr;
     return true;
 }
 
@@ -45,9 +48,10 @@ void CSignalThread::run() const {
     }
 }
 
-CEndRequest::CEndRequest(std::function<void()> request) {
+CEndRequest::CEndRequest(std::function<void()> request, SignalsTaken taken) {
     const std::lock_guard<std::mutex> lock(endMutex);
     endRequest = std::move(request);
+    signalsTaken = taken;
 }
 
 CEndRequest::~CEndRequest() {

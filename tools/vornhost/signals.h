@@ -23,11 +23,14 @@ private:
     std::thread thread_;
 };
 
-// While it lives, the first SIGINT or SIGTERM calls `request` instead of ending the program, on the signals'
-// thread; it must return soon. The second ends the program. One at a time in the process.
+// Which signals a CEndRequest takes: the first alone, so that the second ends the program, or every one.
+enum class SignalsTaken { First, Every };
+
+// While it lives, SIGINT and SIGTERM call `request` instead of ending the program, on the signals' thread; it
+// must return soon. One at a time in the process.
 class CEndRequest {
 public:
-    explicit CEndRequest(std::function<void()> request);
+    explicit CEndRequest(std::function<void()> request, SignalsTaken taken = SignalsTaken::First);
     // Waits for a call that is under way.
     ~CEndRequest();
     CEndRequest(const CEndRequest&) = delete;

@@ -1,6 +1,6 @@
 #include "tools/vornhost/verbs/alarm_input_report.h"
 
-#include <utility>
+#include "host/camera.h"
 
 namespace corvane::vornhost {
 namespace {
@@ -23,7 +23,8 @@ ordered_json ContactValue(const std::string& mode) {
 
 // As the camera object answers it: "LOW" too where the camera does not say.
 const char* ActiveLevel(const std::string& mode) {
-    return mode.empty() || mode == NormallyOpen ? "LOW" : "HIGH";
+    return mode.empty() || mode == NormallyOpen ? vorn_camera_base::v1_0::ActiveLow
+                                                : vorn_camera_base::v1_0::ActiveHigh;
 }
 
 ordered_json AlarmValue(const std::string& setting) {

@@ -30,10 +30,8 @@ public:
         CDeviceSession session(options, words[0]);
         try {
             RequireOperation(session.operations(), call);
-            if (const auto failure = session.start()) {
-                WriteMessage(failure->lines(session.address()));
+            if (!StartOrTell(session))
                 return ExitStatus::NotStarted;
-            }
             session.exchanges().takeFailing();
             return report(session, call, MakeCall(session.operations(), call), options.json);
         } catch (const device_handler::v1_0::COperationError& error) {

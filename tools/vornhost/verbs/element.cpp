@@ -38,6 +38,7 @@ private:
         SOptions offline = options;
         offline.noInitialize = true;
         offline.noCredentials = false;
+        offline.user = "nobody"; // the model list may have none for the family
         offline.databaseFile.clear();
         CDeviceSession session(offline, "localhost");
         (void)session.start();

@@ -138,10 +138,8 @@ public:
         if (readable_ && options.json)
             throw CFailure(ExitStatus::WrongUsage, "--readable and --json exclude each other");
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         try {
             return CEventsRun(session, input_, plan_,
                               readable_ ? std::optional(CReadableEvents(input_, all_)) : std::nullopt)

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 
 namespace corvane::vornhost {
 namespace {
@@ -50,8 +49,9 @@ public:
 
     ExitStatus run(const SOptions& options) override {
         std::for_each(addresses_.begin(), addresses_.end(), RequireAddress);
-        const CAuthentication authentication = CCredentials::fromOptions(options).forFamily(nullptr);
+        const CCredentials credentials = CCredentials::fromOptions(options);
         const CLoadedPlugin plugin(options);
+        const CAuthentication authentication = credentials.forFamily(plugin.firstFamily());
         CTable table({"ADDRESS", "FAMILY", "SERIAL NUMBER", "TIME"});
         prepare(table, *plugin.models());
         if (!options.json)

@@ -249,10 +249,8 @@ public:
         for (const std::string& text : wishes_)
             wishes.push_back(wishOf(text));
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         const SModelInfo* const model = session.model();
         if (!model) {
             WriteMessage("vornhost: " + address_ +

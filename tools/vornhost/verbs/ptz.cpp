@@ -37,10 +37,8 @@ public:
 
     ExitStatus run(const SOptions& options) override {
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         std::vector<CString> properties;
         if (const CError error = session.camera().getPtzProperties(FirstInput, properties)) {
             SDiagnosis diagnosis;

@@ -57,10 +57,8 @@ public:
     ExitStatus run(const SOptions& options) override {
         const SVideoStreamId id = streamId();
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         // Before the video's pipeline exists: the sound is taken from beside the same stream.
         if (const CError error = withAudio_ ? findAudio(session, id) : CError::Success())
             WriteMessage(Diagnose(Occasion::Call, error, session.exchanges())

@@ -1,3 +1,4 @@
+#include "refhost/whole_number.h"
 #include "tools/vornhost/answers.h"
 #include "tools/vornhost/device_session.h"
 #include "tools/vornhost/output.h"
@@ -10,10 +11,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <thread>
 
 namespace corvane::vornhost {
@@ -106,31 +107,22 @@ private:
 
     void sleep(const Words& arguments) {
         static constexpr unsigned LongestSleep = 24 * 60 * 60 * 1000;
-        unsigned milliseconds = 0;
-        bool readable = arguments.size() == 1;
-        if (readable) {
-            const char* const end = arguments[0].data() + arguments[0].size();
-            const auto [stop, error] = std::from_chars(arguments[0].data(), end, milliseconds);
-            readable = error == std::errc() && stop == end && milliseconds <= LongestSleep;
-        }
-        if (!readable)
+        const auto milliseconds =
+            arguments.size() == 1 ? refhost::ReadWholeNumber<unsigned>(arguments[0]) : std::nullopt;
+        if (!milliseconds || *milliseconds > LongestSleep)
             throw CLineFailure("expected `sleep MILLISECONDS`, from 0 to " + std::to_string(LongestSleep));
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        std::this_thread::sleep_for(std::chrono::milliseconds(*milliseconds));
     }
 
     // Answered as an operation without outputs.
     void cancel(const Words& arguments) {
-        std::size_t nthNewest = 1;
-        bool readable = arguments.size() < 2;
-        if (arguments.size() == 1) {
-            const char* const end = arguments[0].data() + arguments[0].size();
-            const auto [stop, error] = std::from_chars(arguments[0].data(), end, nthNewest);
-            readable = error == std::errc() && stop == end && nthNewest > 0;
-        }
-        if (!readable)
+        std::optional<std::size_t> nthNewest = 1;
+        if (!arguments.empty())
+            nthNewest = refhost::ReadWholeNumber<std::size_t>(arguments[0]);
+        if (arguments.size() > 1 || nthNewest.value_or(0) == 0)
             throw CLineFailure("expected `controller.cancel` or `controller.cancel K`, K from 1");
-        if (!calls_.cancel(nthNewest))
-            throw CLineFailure("there have not been " + std::to_string(nthNewest) + " calls with &");
+        if (!calls_.cancel(*nthNewest))
+            throw CLineFailure("there have not been " + std::to_string(*nthNewest) + " calls with &");
         WriteOutput(JsonLine(AnswerJson({"controller.cancel", arguments}, STimedAnswer())));
     }
 
@@ -167,14 +159,9 @@ private:
 
     void events(const Words& arguments) {
         const bool starts = arguments.size() == 2 && arguments[0] == "start";
-        int input = -1;
-        bool readable = starts || (arguments.size() == 2 && arguments[0] == "stop");
-        if (readable) {
-            const char* const end = arguments[1].data() + arguments[1].size();
-            const auto [stop, error] = std::from_chars(arguments[1].data(), end, input);
-            readable = error == std::errc() && stop == end && input >= 0;
-        }
-        if (!readable)
+        const bool readable = starts || (arguments.size() == 2 && arguments[0] == "stop");
+        const int input = readable ? refhost::ReadWholeNumber<int>(arguments[1]).value_or(-1) : -1;
+        if (input < 0)
             throw CLineFailure("expected `events start N` or `events stop N`, N from 0");
         if (starts)
             events_.start(session_.camera(), input);
@@ -237,10 +224,8 @@ public:
 
     ExitStatus run(const SOptions& options) override {
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         return CScriptRun(session).run();
     }
 

@@ -9,7 +9,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -137,15 +136,13 @@ public:
     ExitStatus run(const SOptions& options) override {
         const auto [id, given] = arguments();
         CDeviceSession session(options, address_);
-        if (const auto failure = session.start()) {
-            WriteMessage(failure->lines(session.address()));
+        if (!StartOrTell(session))
             return ExitStatus::NotStarted;
-        }
         const SOutcome outcome = [&, id = id, given = given] {
             try {
                 return synchronise(session, id, given);
             } catch (const COperationError& error) { // a camera's value that no record can carry
-                throw CFailure(ExitStatus::CallFailed, std::string("sync: ") + error.what());
+                throw CFailure(ExitStatus::CallFailed, "sync: " + PrintableText(error.what()));
             }
         }();
         WriteOutput(options.json ? JsonLine(OutcomeJson(stream_, outcome))
