@@ -1,18 +1,13 @@
 // The camera's alarm-input operations: what each sends and answers, and the stream that it builds.
 
-#include "camera/panasonic_camera.h"
-
 #include "host/event_stream_controller.h"
 #include "host/gst_object.h"
-#include "host/operations.h"
-#include "tests/plugin/fake_host.h"
-#include "tests/plugin/stub_camera.h"
+#include "tests/plugin/camera_bench.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <optional>
 
 namespace corvane::panasonic_camera {
 namespace {
@@ -22,44 +17,32 @@ using testing::ElementsAre;
 using vorn_event_stream_controller::v1_0::CEventStreamController;
 using vorn_gst::v1_0::CGstRef;
 
-class AlarmInputs : public testing::Test {
+SModelInfo Model() {
+    SModelInfo model;
+    model.number = "A1";
+    model.indexBase = {{78, 1}};
+    return model;
+}
+
+class AlarmInputs : public CCameraBench {
 protected:
-    AlarmInputs() {
-        SModelInfo model;
-        model.number = "A1";
-        model.indexBase = {{78, 1}};
-        models = boost::make_shared<CVornModelList>(Request("/test", "NAME="), std::vector<SFamily>(),
-                                                    std::map<std::string, SQueryDevice>(),
-                                                    CVornModelList::ModelMap{{"A1", model}});
-        stub.reply("/test", HttpOk("NAME=PX-A1\r\n"));
-        stub.reply("/cgi-bin/setdata", HttpOk("\r\nATRMIN,\"1\"\r\nATRMIN2,\"0\"\r\nAINMODE,\"no\"\r\n"
-                                              "AINMODE2,\"nc\"\r\nAINMODE3,\"\"\r\n"));
+    AlarmInputs() : CCameraBench({Model()}) {
         for (const char* name : {"jpeg_alarm", "terminal_default"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
-        bringUp("\r\nvideo_server.peripheral.io.number=3\r\nvideo_server.peripheral.io.trm1=alm_in\r\n"
-                "video_server.peripheral.io.trm2=alm_in\r\nvideo_server.peripheral.io.trm3=alm_in\r\n");
+        bringUpWith("\r\nvideo_server.peripheral.io.number=3\r\nvideo_server.peripheral.io.trm1=alm_in\r\n"
+                    "video_server.peripheral.io.trm2=alm_in\r\nvideo_server.peripheral.io.trm3=alm_in\r\n");
     }
-    void bringUp(const std::string& capability) {
-        camera.reset();
-        stub.reply("/cgi-bin/get_capability", HttpOk(capability));
-        boost::shared_ptr<IDeviceContext> context = device;
-        camera.emplace(context, stub.address().c_str(), models, "A1");
-        EXPECT_FALSE(camera->initialize());
-        registry.emplace();
-        camera->registerOperations(*registry);
-        camera->GetImageMode(); // after the first dump
+    void bringUpWith(const std::string& capability) {
+        bringUp("A1",
+                {{"ATRMIN", "1"}, {"ATRMIN2", "0"}, {"AINMODE", "no"}, {"AINMODE2", "nc"}, {"AINMODE3", ""}},
+                capability);
     }
-    // What one call answers, and what it sends beside the dumps.
-    std::string call(const char* operation, const std::vector<std::string>& arguments) {
-        const std::size_t before = stub.requests().size();
-        SAnswer answer;
-        registry->call(operation, arguments, [&answer](const SAnswer& given) { answer = given; });
+    // What one call answers, and what it sends.
+    std::string outcome(const char* operation, const std::vector<std::string>& arguments) {
+        const Requests sent = call(operation, arguments);
         std::string text = answer.error->getText() + testing::PrintToString(answer.values);
-        const std::vector<SStubRequest> all = stub.requests();
-        for (std::size_t i = before; i < all.size(); ++i)
-            if (all[i].target != "/cgi-bin/setdata")
-                text += " " + all[i].target.substr(std::string("/cgi-bin/").size()) +
-                        (all[i].body.empty() ? "" : "?" + all[i].body);
+        for (const std::string& request : sent)
+            text += "; " + request;
         return text;
     }
     std::unique_ptr<CEventStreamController> stream(int input) {
@@ -67,27 +50,17 @@ protected:
         EXPECT_FALSE(camera->createEventStreamPipeline(made, input));
         return std::unique_ptr<CEventStreamController>(dynamic_cast<CEventStreamController*>(made));
     }
-
-    CStubCamera stub;
-    boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
-    boost::shared_ptr<CVornModelList> models;
-    std::optional<CPanasonicCamera> camera;
-    std::optional<COperationRegistry> registry;
 };
 
 TEST_F(AlarmInputs, ACameraWithoutThemSaysSo) {
-    bringUp("x");
-    EXPECT_EQ(call("getDryContactInputProperties", {}), R"({ "DryContactInputProperties" })");
+    bringUpWith("x");
+    EXPECT_EQ(outcome("getDryContactInputProperties", {}), R"({ "DryContactInputProperties" })");
     for (const auto& [operation, arguments] :
          {std::pair<const char*, std::vector<std::string>>("getDryContactInputCount", {}),
           {"setDryContactInputActiveState", {"0", "LOW"}},
           {"getDryContactInputActiveState", {"0"}},
           {"getDryContactInputState", {"0"}}}) {
-        SAnswer answer;
-        registry->call(operation, arguments, [&answer = answer](const SAnswer& given) { answer = given; });
-        EXPECT_EQ(answer.error->getCode(), 7) << operation;
-        EXPECT_EQ(answer.error->getOrigin(), 3) << operation;
-        EXPECT_EQ(answer.error->getText(), "property not found") << operation;
+        EXPECT_THAT(answered(operation, arguments), ElementsAre("7 3 property not found")) << operation;
     }
     IStreamController* made = nullptr;
     EXPECT_EQ(camera->createEventStreamPipeline(made, 0).getText(), "property not found");
@@ -95,31 +68,31 @@ TEST_F(AlarmInputs, ACameraWithoutThemSaysSo) {
 }
 
 TEST_F(AlarmInputs, AlarmsAreEnabledBeforeWhatIsAsked) {
-    EXPECT_EQ(call("getDryContactInputCount", {}), R"({ "3" })");
-    EXPECT_EQ(call("setDryContactInputActiveState", {"0", "LOW"}), "{} terminal_default?input1=no");
-    EXPECT_EQ(call("setDryContactInputActiveState", {"1", "LOW"}),
-              "{} jpeg_alarm?trm_alarm2=1 terminal_default?input2=no");
-    EXPECT_EQ(call("setDryContactInputActiveState", {"2", "low"}),
-              "{} jpeg_alarm?trm_alarm3=1 terminal_default?input3=nc");
-    EXPECT_EQ(call("setDryContactInputActiveState", {"3", "HIGH"}), "{} terminal_default?input4=nc");
-    EXPECT_EQ(call("getDryContactInputActiveState", {"0"}), R"({ "LOW", "LOW", "LOW", "HIGH" })");
-    EXPECT_EQ(call("getDryContactInputActiveState", {"1"}),
-              R"({ "HIGH", "LOW", "LOW", "HIGH" } jpeg_alarm?trm_alarm2=1)");
-    EXPECT_EQ(call("getDryContactInputActiveState", {"2"}), R"({ "LOW" } jpeg_alarm?trm_alarm3=1)");
-    EXPECT_EQ(call("getDryContactInputActiveState", {"-1"}), R"({ "LOW" })");
-    EXPECT_EQ(call("getEventStreamUrl", {"2"}),
+    EXPECT_EQ(outcome("getDryContactInputCount", {}), R"({ "3" })");
+    EXPECT_EQ(outcome("setDryContactInputActiveState", {"0", "LOW"}), "{}; terminal_default input1=no");
+    EXPECT_EQ(outcome("setDryContactInputActiveState", {"1", "LOW"}),
+              "{}; jpeg_alarm trm_alarm2=1; terminal_default input2=no");
+    EXPECT_EQ(outcome("setDryContactInputActiveState", {"2", "low"}),
+              "{}; jpeg_alarm trm_alarm3=1; terminal_default input3=nc");
+    EXPECT_EQ(outcome("setDryContactInputActiveState", {"3", "HIGH"}), "{}; terminal_default input4=nc");
+    EXPECT_EQ(outcome("getDryContactInputActiveState", {"0"}), R"({ "LOW", "LOW", "LOW", "HIGH" })");
+    EXPECT_EQ(outcome("getDryContactInputActiveState", {"1"}),
+              R"({ "HIGH", "LOW", "LOW", "HIGH" }; jpeg_alarm trm_alarm2=1)");
+    EXPECT_EQ(outcome("getDryContactInputActiveState", {"2"}), R"({ "LOW" }; jpeg_alarm trm_alarm3=1)");
+    EXPECT_EQ(outcome("getDryContactInputActiveState", {"-1"}), R"({ "LOW" })");
+    EXPECT_EQ(outcome("getEventStreamUrl", {"2"}),
               "{ \"http://" + stub.address() + "/cgi-bin/get_io?mode=monitor\" }");
 }
 
 TEST_F(AlarmInputs, TheStateIsReadFromItsTerminalsLine) {
     stub.reply("/cgi-bin/get_io", HttpOk("terminal 1: Low\r\nterminal 2: xHighx\r\nterminal 4: High\r\n"));
-    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "2" } get_io?command=all)");
-    EXPECT_EQ(call("getDryContactInputState", {"1"}),
-              R"({ "1" } jpeg_alarm?trm_alarm2=1 get_io?command=all)");
+    EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" }; get_io?command=all)");
+    EXPECT_EQ(outcome("getDryContactInputState", {"1"}),
+              R"({ "1" }; jpeg_alarm trm_alarm2=1; get_io?command=all)");
     for (const char* const input : {"2", "3", "-1"}) // no line; not one of the three
-        EXPECT_THAT(call("getDryContactInputState", {input}), testing::StartsWith(R"({ "2" })")) << input;
+        EXPECT_THAT(outcome("getDryContactInputState", {input}), testing::StartsWith(R"({ "2" })")) << input;
     stub.reply("/cgi-bin/get_io", HttpReply(500));
-    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "2" } get_io?command=all)");
+    EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" }; get_io?command=all)");
     EXPECT_THAT(device->logLines(), testing::Contains(testing::StartsWith("3 alarm inputs: ")));
 }
 
@@ -156,17 +129,17 @@ TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) 
 TEST_F(AlarmInputs, ALiveStreamAnswersForItsInput) {
     stub.reply("/cgi-bin/get_io", HttpOk("terminal 1: Low\r\n"));
     auto first = stream(0);
-    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "1" })"); // as the element begins
-    const auto second = stream(0);                                   // takes the first one's place
+    EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "1" })"); // as the element begins
+    const auto second = stream(0);                                      // takes the first one's place
     const CGstRef<GstElement> source(second->refEventSource());
     g_object_set(source.get(), "drycontact-state", 1, nullptr); // low
-    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "2" })");
+    EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" })");
     first.reset();
-    EXPECT_EQ(call("getDryContactInputState", {"0"}), R"({ "2" })");
+    EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" })");
     const auto third = stream(0);
     first = stream(1);
     first.reset();
-    EXPECT_THAT(call("getDryContactInputState", {"1"}), testing::HasSubstr("get_io"));
+    EXPECT_THAT(outcome("getDryContactInputState", {"1"}), testing::HasSubstr("get_io"));
 }
 
 TEST_F(AlarmInputs, EventsReachTheObserverAndTheEndTheController) {

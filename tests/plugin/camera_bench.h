@@ -80,10 +80,7 @@ protected:
         camera->GetImageMode();
         return dumps() > before;
     }
-    std::string told() const {
-        return std::to_string(answer.error->getCode()) + " " + std::to_string(answer.error->getOrigin()) +
-               " " + answer.error->getText();
-    }
+    std::string told() const { return Told(*answer.error); }
 
     mutable std::mutex settingsMutex; // guards settings
     Settings settings;

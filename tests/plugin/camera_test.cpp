@@ -22,10 +22,6 @@ constexpr const char* GetCapability = "/cgi-bin/get_capability";
 constexpr const char* Initial = "/cgi-bin/initial";
 constexpr const char* NotSet = "16 3 Authentication is not set !";
 
-std::string Told(const CError& error) {
-    return std::to_string(error.getCode()) + " " + std::to_string(error.getOrigin()) + " " + error.getText();
-}
-
 class Camera : public testing::Test {
 protected:
     Camera() {

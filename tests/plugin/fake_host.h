@@ -25,6 +25,11 @@ namespace corvane::test_support {
 
 using namespace device_handler::v1_0;
 
+// The code, the origin and the text.
+inline std::string Told(const CError& error) {
+    return std::to_string(error.getCode()) + " " + std::to_string(error.getOrigin()) + " " + error.getText();
+}
+
 inline std::size_t EntriesOf(const char* folder) {
     return static_cast<std::size_t>(
         std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()));

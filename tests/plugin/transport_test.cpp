@@ -15,10 +15,6 @@ using testing::ElementsAre;
 constexpr const char* Setdata = "/cgi-bin/setdata";
 
 // "CODE ORIGIN TEXT".
-std::string Told(const CError& error) {
-    return std::to_string(error.getCode()) + " " + std::to_string(error.getOrigin()) + " " + error.getText();
-}
-
 class Transport : public testing::Test {
 protected:
     std::vector<std::string> requestsOf(const CStubCamera& from) const {

@@ -27,10 +27,6 @@ constexpr VideoCodec Mjpeg = VideoCodec::Mjpeg, Mpeg4 = VideoCodec::Mpeg4, H264 
 constexpr const char* Both = "video_server.image.format=mjpeg,mpeg4,h264\r\n";
 constexpr const char* H264Only = "video_server.image.format=mjpeg,h264\r\n";
 
-std::string Told(const CError& error) {
-    return std::to_string(error.getCode()) + " " + std::to_string(error.getOrigin()) + " " + error.getText();
-}
-
 class Video : public testing::Test {
 protected:
     Video() {
