@@ -119,7 +119,7 @@ TEST_F(DryContactMonitor, ARequestThatTheCameraEndsIsMadeAgainInSilence) {
 }
 
 TEST_F(DryContactMonitor, FailuresAreToldAndAfterTheSecondTheyArePaced) {
-    const auto monitor = makeMonitor(RefusingAddress());
+    const auto monitor = makeMonitor(UnusedAddress());
     CHeard heard;
     monitor->StartMonitor(1, heard.listener());
     ASSERT_TRUE(heard.waitForCount(2));

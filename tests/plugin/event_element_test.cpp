@@ -176,7 +176,7 @@ TEST_F(EventElement, ALostLinkEndsTheStreamAndAClosedReplyDoesNot) {
     EXPECT_TRUE(camera.waitForRequests(3)); // the monitor goes on
     EXPECT_EQ(element.count("eos"), 1U);
 
-    CPlayedElement refused(RefusingAddress());
+    CPlayedElement refused(UnusedAddress());
     refused.periods(2'147'483'647, 0);
     refused.set(GST_STATE_PLAYING);
     EXPECT_TRUE(refused.waitFor("eos"));
@@ -241,7 +241,7 @@ TEST_F(EventElement, ItIsTakenDownInEveryPhase) {
     const CThreadCheck threads;
     CMonitorServer silent(CMonitorServer::Greeting::Silence);
     const CDeafAddress deaf;
-    const std::string addresses[] = {camera.address(), silent.address(), deaf.address(), RefusingAddress()};
+    const std::string addresses[] = {camera.address(), silent.address(), deaf.address(), UnusedAddress()};
     std::mt19937 random(1);
     for (int i = 0; i < 1'000; ++i) {
         CPlayedElement element(addresses[random() % 4]);

@@ -1,30 +1,18 @@
 #include "tests/plugin/monitor_server.h"
 
+#include "tests/support/loopback.h"
+
 #include <arpa/inet.h>
 #include <chrono>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <tuple>
 #include <unistd.h>
 #include <utility>
 
 namespace corvane::test_support {
 namespace {
-
-// A listening socket on a port that the system chooses.
-std::pair<int, std::string> Listen(int queue) {
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    (void)bind(listener, reinterpret_cast<sockaddr*>(&address), size);
-    listen(listener, queue);
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    return {listener, "127.0.0.1:" + std::to_string(ntohs(address.sin_port))};
-}
 
 void SendAll(int connection, const std::string& text) {
     for (std::size_t sent = 0; sent < text.size();) {
@@ -48,7 +36,9 @@ std::string ReadHead(int connection) {
 } // namespace
 
 CMonitorServer::CMonitorServer(Greeting greeting) : greeting_(greeting) {
-    std::tie(listener_, address_) = Listen(SOMAXCONN);
+    int port = 0;
+    listener_ = ListenOnLoopback(port, SOMAXCONN);
+    address_ = LoopbackAddress(port);
     acceptor_ = std::thread([this] { acceptConnections(); });
 }
 
@@ -112,9 +102,10 @@ void CMonitorServer::resetAll() {
 }
 
 CDeafAddress::CDeafAddress() {
-    const auto [listener, address] = Listen(0);
+    int port = 0;
+    const int listener = ListenOnLoopback(port, 0);
     sockets_.push_back(listener);
-    address_ = address;
+    address_ = LoopbackAddress(port);
     sockaddr_in target{};
     socklen_t size = sizeof target;
     getsockname(listener, reinterpret_cast<sockaddr*>(&target), &size);

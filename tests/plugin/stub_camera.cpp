@@ -13,24 +13,6 @@
 namespace corvane::test_support {
 namespace {
 
-int ListenOnLoopback(int& port) {
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(listener, generic, size) != 0 || listen(listener, 64) != 0 ||
-        getsockname(listener, generic, &size) != 0)
-        throw std::runtime_error("no listening socket on loopback");
-    port = ntohs(address.sin_port);
-    return listener;
-}
-
-std::string LoopbackAddress(int port) {
-    return "127.0.0.1:" + std::to_string(port);
-}
-
 std::string PathOf(const std::string& target) {
     return target.substr(0, target.find('?'));
 }
@@ -76,7 +58,7 @@ bool ReadRequest(int connection, SStubRequest& request) {
 
 CStubCamera::CStubCamera() {
     int port = 0;
-    listener_ = ListenOnLoopback(port);
+    listener_ = ListenOnLoopback(port, SOMAXCONN);
     address_ = LoopbackAddress(port);
     acceptor_ = std::thread([this] { acceptConnections(); });
 }
@@ -192,12 +174,6 @@ std::vector<SStubRequest> CStubCamera::requests(const std::string& path) const {
 std::string HttpReply(int status, const std::string& body) {
     return "HTTP/1.1 " + std::to_string(status) +
            " x\r\nConnection: close\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
-
-std::string RefusingAddress() {
-    int port = 0;
-    close(ListenOnLoopback(port));
-    return LoopbackAddress(port);
 }
 
 } // namespace corvane::test_support

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/loopback.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -75,8 +77,5 @@ std::string HttpReply(int status, const std::string& body = "");
 inline std::string HttpOk(const std::string& body) {
     return HttpReply(200, body);
 }
-
-// The address of a port on which nobody listens.
-std::string RefusingAddress();
 
 } // namespace corvane::test_support

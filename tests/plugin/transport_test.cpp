@@ -58,7 +58,7 @@ TEST_F(Transport, OnlyStatus200IsSuccess) {
         EXPECT_EQ(Told(setting.CameraHttpGet("/x", response, 4)), c.get);
         EXPECT_EQ(response, c.get[0] == '1' && c.get[1] == ' ' ? "body" : "old");
     }
-    CPanasonicSetting unreachable(RefusingAddress(), device);
+    CPanasonicSetting unreachable(UnusedAddress(), device);
     std::string response = "old";
     EXPECT_EQ(Told(unreachable.CameraHttpGet("/x", response, 4)), "7 4 connection refused");
     EXPECT_EQ(response, "old");

@@ -23,22 +23,6 @@ int require(int result, const char* what) {
     return result;
 }
 
-int boundSocket(bool ipv6, int& port) {
-    const int socket = require(::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
-    sockaddr_storage address{};
-    address.ss_family = ipv6 ? AF_INET6 : AF_INET;
-    if (ipv6)
-        reinterpret_cast<sockaddr_in6&>(address).sin6_addr = in6addr_loopback;
-    else
-        reinterpret_cast<sockaddr_in&>(address).sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = ipv6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
-    require(::bind(socket, reinterpret_cast<sockaddr*>(&address), length), "bind");
-    require(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length), "getsockname");
-    // Both families keep the port in the same place.
-    port = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
-    return socket;
-}
-
 } // namespace
 
 std::string SSentRequest::header(const std::string& name) const {
@@ -55,19 +39,12 @@ std::string HttpReply(int status, const std::string& body, const std::string& he
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-std::string UnusedAddress() {
-    int port = 0;
-    ::close(boundSocket(false, port));
-    return "127.0.0.1:" + std::to_string(port);
-}
-
 CScriptedServer::CScriptedServer(Script script, bool ipv6) : script_(std::move(script)), ipv6_(ipv6) {
     int stop[2];
     require(::pipe(stop), "pipe");
     stopReader_ = stop[0];
     stopWriter_ = stop[1];
-    listener_ = boundSocket(ipv6, port_);
-    require(::listen(listener_, SOMAXCONN), "listen");
+    listener_ = test_support::ListenOnLoopback(port_, SOMAXCONN, ipv6);
     acceptThread_ = std::thread([this] { acceptConnections(); });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/loopback.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -87,7 +89,6 @@ private:
     std::thread acceptThread_;
 };
 
-// An address on which nobody listens: connections to it are refused.
-std::string UnusedAddress();
+using test_support::UnusedAddress;
 
 } // namespace corvane::tests
