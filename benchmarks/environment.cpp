@@ -53,6 +53,14 @@ boost::shared_ptr<CVornCamera> CEnvironment::createCamera(boost::shared_ptr<IDev
     return plugin_.createCamera(std::move(context), address, modelList_, Model);
 }
 
+boost::shared_ptr<CVornCamera> CEnvironment::bringUp(boost::shared_ptr<IDeviceContext> context,
+                                                     const std::string& address) const {
+    auto camera = createCamera(std::move(context), address);
+    if (!camera->customInitialize())
+        throw CFailure("the camera " + address + " did not come up");
+    return camera;
+}
+
 std::unique_ptr<CPtzController> CEnvironment::createPtzController(boost::shared_ptr<IDeviceContext> context,
                                                                   boost::shared_ptr<CVornCamera> camera,
                                                                   const std::string& address) const {

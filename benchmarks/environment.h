@@ -53,6 +53,11 @@ public:
     createCamera(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,
                  const std::string& address) const;
 
+    // Likewise, initialised. Throws CFailure when the camera does not come up.
+    boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera>
+    bringUp(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,
+            const std::string& address) const;
+
     // A PTZ controller of its first input, its worker started.
     std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController>
     createPtzController(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,

@@ -21,20 +21,13 @@ namespace {
 using benchmark::State;
 using vorn_camera_base::v1_0::CVornCamera;
 
-boost::shared_ptr<CVornCamera> BringUp(CEnvironment& environment, const std::string& address) {
-    auto camera = environment.createCamera(environment.makeContext(address), address);
-    if (!camera->customInitialize())
-        throw CFailure("the camera " + address + " did not come up");
-    return camera;
-}
-
 void RegisterDelay(CEnvironment& environment) {
     const int samples = environment.choose(300, 20);
     const std::string address = environment.cameras().takeFresh();
     benchmark::RegisterBenchmark(
         "events_delay",
         [=, &environment](State& state) {
-            const auto camera = BringUp(environment, address);
+            const auto camera = environment.bringUp(environment.makeContext(address), address);
             for (auto _ : state) {
                 CEventStream stream(*camera);
                 std::mt19937 random(1);
@@ -71,7 +64,7 @@ void RegisterStreams(CEnvironment& environment) {
             for (auto _ : state) {
                 std::vector<boost::shared_ptr<CVornCamera>> cameras;
                 for (const std::string& address : addresses)
-                    cameras.push_back(BringUp(environment, address));
+                    cameras.push_back(environment.bringUp(environment.makeContext(address), address));
                 malloc_trim(0);
                 const SProcessUse before = ProcessUse();
                 std::vector<std::unique_ptr<CEventStream>> streams;
@@ -105,7 +98,7 @@ void RegisterChurn(CEnvironment& environment) {
     benchmark::RegisterBenchmark(
         "events_churn",
         [=, &environment](State& state) {
-            const auto camera = BringUp(environment, address);
+            const auto camera = environment.bringUp(environment.makeContext(address), address);
             const auto attachAndStop = [&] { CEventStream(*camera).waitForAny(); };
             const auto use = [] {
                 gst_task_cleanup_all(); // the threads that GStreamer keeps for a while

@@ -31,11 +31,8 @@ using Fleet = std::vector<boost::shared_ptr<CVornCamera>>;
 
 Fleet BringUp(const CEnvironment& environment, const std::vector<std::string>& addresses) {
     Fleet fleet;
-    for (const std::string& address : addresses) {
-        fleet.push_back(environment.createCamera(environment.makeContext(address), address));
-        if (!fleet.back()->customInitialize())
-            throw CFailure("the camera " + address + " did not come up");
-    }
+    for (const std::string& address : addresses)
+        fleet.push_back(environment.bringUp(environment.makeContext(address), address));
     for (std::size_t i = 0; i < fleet.size(); ++i)
         if (TitleOf(*fleet[i]).empty()) // waits for the settings
             throw CFailure("the camera " + addresses[i] + " has no title");

@@ -34,9 +34,7 @@ constexpr const char* StopRequest = "/cgi-bin/directctrl?pan=0&tilt=0&zoom=0&ch=
 struct SPilot {
     SPilot(const CEnvironment& environment, const std::string& address) {
         const auto context = environment.makeContext(address);
-        camera = environment.createCamera(context, address);
-        if (!camera->customInitialize())
-            throw CFailure("the camera " + address + " did not come up");
+        camera = environment.bringUp(context, address);
         std::vector<CString> name;
         camera->getCameraName(0, name); // waits until the settings thread is silent
         controller = environment.createPtzController(context, camera, address);

@@ -38,9 +38,7 @@ public:
     CSoak(CEnvironment& environment, int count) : cameras_(environment.cameras()) {
         for (int i = 0; i < count; ++i) {
             const std::string address = cameras_.takeFresh();
-            objects_.push_back(environment.createCamera(environment.makeContext(address), address));
-            if (!objects_.back()->customInitialize())
-                throw CFailure("the camera " + address + " did not come up");
+            objects_.push_back(environment.bringUp(environment.makeContext(address), address));
         }
         streams_.resize(objects_.size());
     }

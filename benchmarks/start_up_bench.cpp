@@ -19,9 +19,7 @@ void ComeUp(State& state, CEnvironment& environment) {
         const std::string address = environment.cameras().takeFresh();
         const auto context = environment.makeContext(address);
         const CStopwatch watch;
-        const auto camera = environment.createCamera(context, address);
-        if (!camera->customInitialize())
-            throw CFailure("the camera " + address + " did not come up");
+        const auto camera = environment.bringUp(context, address);
         state.SetIterationTime(watch.seconds());
     }
 }

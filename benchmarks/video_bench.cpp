@@ -52,9 +52,7 @@ const SQuery Queries[] = {
 };
 
 Camera BringUp(const CEnvironment& environment, const std::string& address) {
-    Camera camera = environment.createCamera(environment.makeContext(address), address);
-    if (!camera->customInitialize())
-        throw CFailure("the camera " + address + " did not come up");
+    Camera camera = environment.bringUp(environment.makeContext(address), address);
     std::vector<CString> name;
     camera->getCameraName(0, name); // waits for the settings
     return camera;
