@@ -36,6 +36,23 @@ TEST(Ending, ASignalEndsAProgramThatWaitsForACamera) {
     }
 }
 
+TEST(Ending, ASignalBeforeTheStreamEndsARecordingAndAWatchWith0) {
+    const CCamsim camsim;
+    const CTemporaryFolder folder;
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{"events", "--input", "0"},
+          {"record", "--stream", "0,h264,0", "--output", folder.file("video.mkv")}}) {
+        camsim.erase("/faults");
+        camsim.post("/faults", {{"path", "/cgi-bin/get_capability"}, {"kind", "stall"}});
+        std::vector<std::string> arguments = more;
+        arguments.push_back(camsim.address());
+        CProgram program("vornhost", arguments);
+        AwaitHit(camsim);
+        program.signal(SIGTERM);
+        EXPECT_EQ(program.wait().status, 0) << more[0];
+    }
+}
+
 TEST(Ending, ASignalEndsAWaitingScript) {
     const CCamsim camsim;
     CProgram program("vornhost", {"script", camsim.address()});

@@ -27,7 +27,7 @@ private:
 enum class SignalsTaken { First, Every };
 
 // While it lives, SIGINT and SIGTERM call `request` instead of ending the program, on the signals' thread; it
-// must return soon. One at a time in the process.
+// must return soon. A later one takes the place of the one before for good.
 class CEndRequest {
 public:
     explicit CEndRequest(std::function<void()> request, SignalsTaken taken = SignalsTaken::First);

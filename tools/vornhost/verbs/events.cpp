@@ -137,6 +137,7 @@ public:
     ExitStatus run(const SOptions& options) override {
         if (readable_ && options.json)
             throw CFailure(ExitStatus::WrongUsage, "--readable and --json exclude each other");
+        const CEndRequest early([] { EndProcess(ExitStatus::Success); }); // until there is a stream to end
         CDeviceSession session(options, address_);
         if (!StartOrTell(session))
             return ExitStatus::NotStarted;

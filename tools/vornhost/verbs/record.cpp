@@ -56,6 +56,7 @@ public:
 
     ExitStatus run(const SOptions& options) override {
         const SVideoStreamId id = streamId();
+        const CEndRequest early([] { EndProcess(ExitStatus::Success); }); // until there is a stream to end
         CDeviceSession session(options, address_);
         if (!StartOrTell(session))
             return ExitStatus::NotStarted;
