@@ -53,10 +53,11 @@ void CPanasonicSetting::threadRun() {
     while (running) {
         const std::uint64_t request = reloadRequests;
         guard.unlock();
-        int result = -1;
+        int result = 0;
         try {
             result = getDetailsFromSetdata();
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): a failed fetch, as others are
+        } catch (const std::exception&) {
+            result = -1; // short of memory: a failed fetch to the readers, and not the end of the recorder
         }
         guard.lock();
         lastFetchTime = times.now();

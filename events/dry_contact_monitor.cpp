@@ -230,7 +230,8 @@ void CDryContactMonitor::ThreadFunc() {
         return;
     try {
         serve(transfer);
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the heartbeat misses it
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+        // Short of memory. The recorder must not end of it; elements miss the heartbeat and tell the end.
     }
     publish(nullptr);
 }

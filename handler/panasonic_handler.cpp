@@ -31,7 +31,8 @@ void* RunQuery(void* argument) {
     const std::unique_ptr<Record> record(static_cast<Record*>(argument));
     try {
         PanasonicThreadQueryDevice(**record);
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the query's time runs out
+    } catch (const std::exception&) {
+        (*record)->done = false; // short of memory: no device to the query, and not the end of the recorder
     }
     return nullptr;
 }

@@ -111,7 +111,7 @@ private:
             arguments.size() == 1 ? refhost::ReadWholeNumber<unsigned>(arguments[0]) : std::nullopt;
         if (!milliseconds || *milliseconds > LongestSleep)
             throw CLineFailure("expected `sleep MILLISECONDS`, from 0 to " + std::to_string(LongestSleep));
-        std::this_thread::sleep_for(std::chrono::milliseconds(*milliseconds));
+        std::this_thread::sleep_for(std::chrono::milliseconds(*milliseconds)); // all that the line asks for
     }
 
     // Answered as an operation without outputs.
