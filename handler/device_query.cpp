@@ -62,7 +62,11 @@ void Identify(CommParam& record) {
     if (serialNumber.empty())
         throw errors::serialNumberEmpty();
 
-    queryStopped = true;
+    {
+        const std::lock_guard<std::mutex> lock(record.endMutex);
+        if (!record.isOver)
+            queryStopped = true;
+    }
     record.result = answer.getCode();
     record.modelNumber = modelNumber;
     record.serialNumber = serialNumber;

@@ -7,6 +7,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
+#include <mutex>
 #include <string>
 
 namespace corvane::vorn_utility::v1_0 {
@@ -27,6 +28,9 @@ struct CommParam {
     int result = 0;                // return code of the outcome
     std::string modelNumber;       // as the camera reported it
     std::string serialNumber;
+
+    std::mutex endMutex; // guards isOver, and is held while the thread stops the others because of its find
+    bool isOver = false; // the query has returned: the next one's threads are not this thread's to stop
 };
 
 } // namespace corvane::vorn_utility::v1_0

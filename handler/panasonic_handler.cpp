@@ -83,6 +83,10 @@ int CPanasonicHandler::queryVornDevice(std::string const& address, COptional<CDe
         startQuery(family, address, credentials);
 
     const Record winner = waitForIdentification();
+    for (std::size_t family = 0; family < familyCount; ++family) {
+        const std::lock_guard<std::mutex> lock(queryParams[family]->endMutex);
+        queryParams[family]->isOver = true;
+    }
     if (!winner)
         return NotIdentified;
     deviceId = CDeviceId(*winner->family, winner->serialNumber.substr(0, SerialNumberLength));

@@ -167,6 +167,18 @@ TEST_F(HandlerQuery, TheOthersStopAtTheirNextCheck) {
     EXPECT_EQ(query().substr(0, 2), "1 ");
 }
 
+TEST_F(HandlerQuery, AThreadThatComesLateStopsNoOtherQuery) {
+    makeWithAAndB(Brief);
+    answer("A", "PX-A10", "SA");
+    answer("B", "PX-A10", "SA");
+    camera.hold("/A/serial");
+    EXPECT_EQ(query(), "16 - -");
+    ASSERT_TRUE(camera.waitForRequests("/A/serial", 1));
+    camera.letGoAll("/A/serial");
+    ASSERT_TRUE(WaitUntil([&] { return ThreadCount() == idleThreads; })); // identified, and too late
+    EXPECT_FALSE(queryStopped);
+}
+
 TEST_F(HandlerQuery, CredentialsThatAreNotSetAreTheFamilysDefaults) {
     make({{"A", "root", "secret"}}, Patient);
     answer("A", "PX-A10", "S1");
