@@ -3,6 +3,7 @@
 #include "host/http_status.h"
 #include "refhost/address.h"
 #include "refhost/http_handle_pool.h"
+#include "refhost/http_rounds.h"
 #include "refhost/log.h"
 
 #include <cerrno>
@@ -37,8 +38,8 @@ COptional<unsigned long> curlAuthentication(const std::string& scheme) {
 
 // What arrives of a reply. The headers are bounded by libcurl.
 struct SReceived {
+    CHttpRounds& rounds;
     std::string body;
-    bool begun = false;
     bool headersEnded = false;
     bool tooLarge = false;
 };
@@ -46,7 +47,7 @@ struct SReceived {
 std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
     auto& reply = *static_cast<SReceived*>(received);
     const std::string_view line(data, size);
-    reply.begun = true;
+    reply.rounds.headerLine(line);
     if (line.substr(0, 5) == "HTTP/")
         reply.headersEnded = false;
     if (line == "\r\n" || line == "\n")
@@ -123,6 +124,8 @@ std::string timedOutText(int seconds) {
 
 std::string failureText(CURL* curl, CURLcode code, const SReceived& received, const char* detail,
                         int timeout) {
+    if (received.rounds.refusedRepetition())
+        return CutText;
     if (received.tooLarge)
         return "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB";
     if (code == CURLE_OPERATION_TIMEDOUT)
@@ -137,15 +140,6 @@ std::string failureText(CURL* curl, CURLcode code, const SReceived& received, co
         if (row.code == code)
             return row.text;
     return *detail ? detail : curl_easy_strerror(code);
-}
-
-// A kept connection that the device closed before the request reached it; libcurl itself notices most, but
-// not the one that breaks while it writes.
-bool foundConnectionDead(CURL* curl, CURLcode code, const SReceived& received) {
-    long newConnections = 0;
-    curl_easy_getinfo(curl, CURLINFO_NUM_CONNECTS, &newConnections);
-    return newConnections == 0 && !received.begun &&
-           (code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR || code == CURLE_GOT_NOTHING);
 }
 
 std::string statusText(int status) {
@@ -167,17 +161,20 @@ public:
           peer_(std::move(peer)),
           deadline_(Clock::now() + std::chrono::seconds(request.timeout)) {}
 
-    SHttpReply run() {
+    SHttpReply run(CHttpRounds& rounds) {
         CHttpHandlePool& pool = CHttpHandlePool::instance();
         CCurlHandle handle = pool.take(peer_);
         const bool kept = handle != nullptr;
         if (!kept)
             handle = freshHandle();
-        SHttpReply reply = performOnLiveConnection(handle.get());
+        const bool mayKeep = pool.mayKeepConnection(peer_.address);
+        SHttpReply reply = perform(handle.get(), mayKeep, rounds);
+        if (rounds.refusedRepetition())
+            pool.beCautiousWith(peer_.address);
         if (kept && reply.status == Unauthorized) {
             // The device has forgotten its challenge, or wants another scheme by now, and did not say so.
             handle = freshHandle();
-            reply = performOnLiveConnection(handle.get());
+            reply = perform(handle.get(), mayKeep, rounds);
         }
         // A handle that was turned away, or never reached the device, is of no use to the next request.
         if (reply.status == 0 ? kept : reply.status != Unauthorized)
@@ -195,18 +192,12 @@ private:
         return handle;
     }
 
-    SHttpReply performOnLiveConnection(CURL* curl) const {
-        bool connectionDead = false;
-        SHttpReply reply = perform(curl, connectionDead);
-        return connectionDead ? perform(curl, connectionDead) : reply;
-    }
-
-    SHttpReply perform(CURL* curl, bool& connectionDead) const {
+    SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
             return noStatus(timedOutText(request_.timeout));
 
-        SReceived received;
+        SReceived received{rounds, {}};
         char detail[CURL_ERROR_SIZE] = "";
         setFixedOptions(curl);
         setCredentials(curl, peer_);
@@ -214,14 +205,16 @@ private:
         if (curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str()) !=
             CURLE_OK)
             return noStatus("the request's URL is too long"); // the handle still has the one before
+        curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, &received);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, &received);
+        rounds.watch(curl);
         const CURLcode code = curl_easy_perform(curl);
-        connectionDead = foundConnectionDead(curl, code, received);
         SHttpReply reply = judge(curl, code, std::move(received), detail);
-        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr); // the handle outlives the buffer
+        rounds.stopWatching(curl); // the handle outlives both
+        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
         return reply;
     }
 
@@ -255,12 +248,12 @@ COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
     return SHttpPeer{address, request.user, request.password, request.authScheme};
 }
 
-SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer) {
+SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer, CHttpRounds& rounds) {
     if (!peer)
         return noStatus("\"" + request.address + "\" is no device address");
     if (!curlAuthentication(request.authScheme))
         return noStatus("unknown authentication scheme \"" + request.authScheme + "\"");
-    return CExchange(request, *peer).run();
+    return CExchange(request, *peer).run(rounds);
 }
 
 } // namespace
@@ -268,7 +261,8 @@ SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& pee
 SHttpReply ExchangeHttp(const SHttpRequest& request) {
     const Clock::time_point start = Clock::now();
     const COptional<SHttpPeer> peer = peerOf(request);
-    SHttpReply reply = exchange(request, peer);
+    CHttpRounds rounds;
+    SHttpReply reply = exchange(request, peer, rounds);
 
     SHttpExchange told;
     told.address = peer ? peer->address : request.address;
@@ -278,6 +272,9 @@ SHttpReply ExchangeHttp(const SHttpRequest& request) {
     told.status = reply.status;
     told.failure = reply.failure;
     told.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    told.rounds = rounds.end();
+    if (!told.rounds.empty())
+        told.rounds.back().status = reply.status; // none for a reply that was cut
     ReportExchange(told);
     return reply;
 }

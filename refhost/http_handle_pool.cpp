@@ -60,6 +60,21 @@ void CHttpHandlePool::giveBack(const SHttpPeer& peer, CCurlHandle handle) {
         remove(std::prev(idle_.end()), removed);
 }
 
+void CHttpHandlePool::beCautiousWith(const std::string& address) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    cautious_[address] = MostCautious;
+}
+
+bool CHttpHandlePool::mayKeepConnection(const std::string& address) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = cautious_.find(address);
+    if (found == cautious_.end())
+        return true;
+    if (--found->second == 0)
+        cautious_.erase(found);
+    return false;
+}
+
 // REQUIRES: mutex_ held.
 void CHttpHandlePool::remove(IdleList::iterator position, IdleList& removed) {
     const auto found = byAddress_.find(position->peer.address);

@@ -43,6 +43,14 @@ public:
     // of the files that the process may have open) is closed, the handles used longest ago first.
     void giveBack(const SHttpPeer& peer, CCurlHandle handle);
 
+    // The device has ended a kept connection without an answer: it may be one that closes each connection
+    // after its reply and does not say so, and a request is lost when it crosses that. The next requests to
+    // it, MostCautious of them, go on connections of their own.
+    void beCautiousWith(const std::string& address);
+    // Asked once for each request: whether its connection may be kept.
+    bool mayKeepConnection(const std::string& address);
+    static constexpr int MostCautious = 100;
+
 private:
     struct SIdle {
         SHttpPeer peer;
@@ -54,9 +62,10 @@ private:
     void remove(IdleList::iterator position, IdleList& removed);
 
     const std::size_t bound_;
-    std::mutex mutex_;                                                           // guards the two below
+    std::mutex mutex_;                                                           // guards what follows
     IdleList idle_;                                                              // used last first
     std::unordered_map<std::string, std::vector<IdleList::iterator>> byAddress_; // used last at the back
+    std::unordered_map<std::string, int> cautious_; // by address: the requests left
 };
 
 } // namespace corvane::refhost

@@ -66,14 +66,24 @@ std::string onOneLine(std::string line) {
     return line;
 }
 
-std::string traceLine(const SHttpExchange& exchange) {
+std::string traceLine(const SHttpExchange& exchange, const SHttpRound& round) {
     // Masked before the text is escaped: afterwards a secret may no longer look like itself.
     const nlohmann::ordered_json line = {{"method", exchange.method},
                                          {"path", MaskSecrets(exchange.path)},
                                          {"body", MaskSecrets(exchange.body)},
-                                         {"status", exchange.status},
-                                         {"ms", std::round(exchange.milliseconds * 1000) / 1000}};
+                                         {"status", round.status},
+                                         {"ms", std::round(round.milliseconds * 1000) / 1000}};
     return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void showTrace(const SHttpExchange& exchange) {
+    const auto show = [&exchange](const SHttpRound& round) {
+        state().traceLog.log(spdlog::level::info, spdlog::string_view_t(traceLine(exchange, round)));
+    };
+    if (exchange.rounds.empty())
+        show({exchange.status, exchange.milliseconds});
+    for (const SHttpRound& round : exchange.rounds)
+        show(round);
 }
 
 } // namespace
@@ -102,7 +112,7 @@ void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer) {
 
 void ReportExchange(const SHttpExchange& exchange) {
     if (state().trace)
-        state().traceLog.log(spdlog::level::info, spdlog::string_view_t(traceLine(exchange)));
+        showTrace(exchange);
     const std::shared_lock<std::shared_mutex> lock(state().observerMutex);
     if (state().observer)
         state().observer(exchange);

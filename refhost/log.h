@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace corvane::refhost {
 
@@ -23,7 +24,13 @@ void AddSecret(const std::string& secret);
 // The line with "***" for every secret, for the "user:password@" of any URL, and for Authorization lines.
 std::string MaskSecrets(const std::string& line);
 
-// One HTTP exchange with a device, as it was asked for; authentication rounds belong to it.
+// One request on the wire, and its reply.
+struct SHttpRound {
+    int status = 0; // 0 when there was no HTTP status
+    double milliseconds = 0;
+};
+
+// One HTTP exchange with a device, as it was asked for.
 struct SHttpExchange {
     std::string address; // HOST or HOST:PORT
     std::string method;  // "GET" or "POST"
@@ -32,9 +39,13 @@ struct SHttpExchange {
     int status = 0;      // 0 when there was no HTTP status
     std::string failure; // what happened; empty for status 200
     double milliseconds = 0;
+    // What went over the wire for it: one round, or more where the device asked for credentials first; none
+    // where the device was never reached.
+    std::vector<SHttpRound> rounds;
 };
 
-// Shows each exchange as one JSON line on standard error: {"method","path","body","status","ms"}.
+// Shows each round of an exchange, and an exchange without any, as a JSON line on standard error:
+// {"method","path","body","status","ms"}.
 void SetTrace(bool on);
 
 // Is told each exchange, on the thread that made it, after it is over; an empty function ends that. Returns

@@ -105,13 +105,15 @@ TEST(Trace, IsOneJsonLineWithNothingSecret) {
         ReportExchange(exchange); // not yet asked for
         SetTrace(true);
         ReportExchange(exchange);
+        exchange.rounds = {{401, 1}, {200, 2.5}}; // each of which went over the wire
+        ReportExchange(exchange);
         SetTrace(false);
         ReportExchange(exchange);
     });
-    EXPECT_EQ(
-        shown,
-        "{\"method\":\"POST\",\"path\":\"/cgi?a=\\\"\xEF\xBF\xBD\\\"&key=***\",\"body\":\"line\\nline\","
-        "\"status\":0,\"ms\":1.235}\n");
+    const std::string request =
+        "{\"method\":\"POST\",\"path\":\"/cgi?a=\\\"\xEF\xBF\xBD\\\"&key=***\",\"body\":\"line\\nline\",";
+    EXPECT_EQ(shown, request + "\"status\":0,\"ms\":1.235}\n" + request + "\"status\":401,\"ms\":1.0}\n" +
+                         request + "\"status\":200,\"ms\":2.5}\n");
 }
 
 TEST(HostAssert, EndsTheProcessWithTheSourceAndLine) {

@@ -1,0 +1,93 @@
+#include "refhost/http_rounds.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace corvane::refhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int FirstFinalStatus = 200;
+constexpr int Unauthorized = 401;
+
+// Of "HTTP/1.1 200 OK"; 0 for any other line.
+int statusOf(std::string_view line) {
+    if (line.substr(0, 5) != "HTTP/")
+        return 0;
+    line.remove_prefix(std::min(line.find(' '), line.size()));
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    int status = 0;
+    std::from_chars(line.data(), line.data() + line.size(), status);
+    return status;
+}
+
+} // namespace
+
+void CHttpRounds::watch(CURL* curl) {
+    if (isUnderWay_)
+        endRound();
+    curl_ = curl;
+    curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, beforeConnection);
+    curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
+    curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, beforeRequest);
+    curl_easy_setopt(curl, CURLOPT_PREREQDATA, this);
+}
+
+void CHttpRounds::stopWatching(CURL* curl) {
+    curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, nullptr);
+    curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, nullptr);
+}
+
+void CHttpRounds::headerLine(std::string_view line) {
+    if (const int status = statusOf(line); isUnderWay_ && status >= FirstFinalStatus)
+        rounds_.back().status = status;
+}
+
+std::vector<SHttpRound> CHttpRounds::end() {
+    if (isUnderWay_)
+        endRound();
+    return rounds_;
+}
+
+void CHttpRounds::endRound() {
+    const Clock::time_point now = Clock::now();
+    rounds_.back().milliseconds = std::chrono::duration<double, std::milli>(now - roundStart_).count();
+    roundStart_ = now;
+    isUnderWay_ = false;
+}
+
+long CHttpRounds::bytesSent() const {
+    long bytes = 0;
+    curl_easy_getinfo(curl_, CURLINFO_REQUEST_SIZE, &bytes);
+    return bytes;
+}
+
+// Whether the request under way has not left, or has been answered with the wish for another.
+bool CHttpRounds::maySend() {
+    const bool may = !isUnderWay_ || rounds_.back().status == Unauthorized || bytesSent() == bytesSentBefore_;
+    refusedRepetition_ = !may;
+    return may;
+}
+
+// Before a connection is even tried, which could take long.
+int CHttpRounds::beforeConnection(void* rounds, curl_socket_t /*socket*/, curlsocktype /*purpose*/) {
+    return static_cast<CHttpRounds*>(rounds)->maySend() ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
+}
+
+int CHttpRounds::beforeRequest(void* rounds, char* /*peerIp*/, char* /*ownIp*/, int /*peerPort*/,
+                               int /*ownPort*/) {
+    auto& itself = *static_cast<CHttpRounds*>(rounds);
+    if (!itself.maySend())
+        return CURL_PREREQFUNC_ABORT;
+    if (itself.isUnderWay_ && itself.rounds_.back().status == 0)
+        itself.rounds_.pop_back(); // nothing of it went over the wire
+    else if (itself.isUnderWay_)
+        itself.endRound();
+    itself.rounds_.emplace_back();
+    itself.isUnderWay_ = true;
+    itself.bytesSentBefore_ = itself.bytesSent();
+    return CURL_PREREQFUNC_OK;
+}
+
+} // namespace corvane::refhost
