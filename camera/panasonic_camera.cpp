@@ -3,10 +3,10 @@
 #include "camera/cgi_paths.h"
 #include "camera/errors.h"
 #include "camera/model_number.h"
+#include "camera/stream_tables.h"
 
 #include "host/log.h"
 
-#include <boost/format.hpp>
 #include <boost/make_shared.hpp>
 
 namespace corvane::panasonic_camera {
@@ -20,6 +20,11 @@ using device_handler::v1_0::SVornUrl;
 namespace {
 
 constexpr const char* TitleMaxLength = "20"; // characters
+
+// The first input's has no number.
+std::string TitleKey(int input) {
+    return "CAMTITLE" + (input < 1 ? "" : std::to_string(static_cast<long>(input) + 1));
+}
 
 } // namespace
 
@@ -56,7 +61,7 @@ bool CPanasonicCamera::customInitialize() {
     if (testAuthentication())
         return false;
     if (!setting)
-        setting = boost::make_shared<CPanasonicSetting>(address(), deviceContext());
+        setting = boost::make_shared<CPanasonicSetting>(address(), deviceContext(), settingKeys());
     if (!capability) {
         std::string reply;
         if (setting->CameraHttpGet(cgi::GetCapability, reply, cgi::RequestTimeout) || reply.empty())
@@ -107,13 +112,20 @@ CError CPanasonicCamera::getInterfaceMac(int /*interfaceIndex*/, CString& mac) {
 }
 
 CError CPanasonicCamera::getCameraName(int index, std::vector<CString>& name) {
-    const std::string key =
-        index < 1 ? "CAMTITLE" : boost::str(boost::format("CAMTITLE%1%") % (static_cast<long>(index) + 1));
-    const CString title = cameraSetting(key);
+    const CString title = cameraSetting(TitleKey(index));
     name.push_back(title);
     name.push_back(title);
     name.emplace_back(TitleMaxLength);
     return CError::Success();
+}
+
+// What the operations read of every stream and input, so that the first dump answers for all of it.
+std::vector<std::string> CPanasonicCamera::settingKeys() const {
+    const int inputs = model().videoInputs;
+    std::vector<std::string> keys = KeysOfAllStreams(inputs);
+    for (int input = 0; input < inputs; ++input)
+        keys.push_back(TitleKey(input));
+    return keys;
 }
 
 std::string CPanasonicCamera::cameraSetting(const std::string& key) const {

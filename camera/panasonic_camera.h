@@ -348,6 +348,7 @@ private:
 
     CError sendInitial(const char* command);
 
+    std::vector<std::string> settingKeys() const;
     // A cached setting; empty until initialised.
     std::string cameraSetting(const std::string& key) const;
     // The capability; one of an empty text until initialised.

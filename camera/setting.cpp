@@ -27,13 +27,16 @@ boost::chrono::milliseconds BoostTime(std::chrono::milliseconds time) {
 } // namespace
 
 CPanasonicSetting::CPanasonicSetting(const std::string& cameraAddress,
-                                     boost::shared_ptr<IDeviceContext> context, SSettingTimes settingTimes)
+                                     boost::shared_ptr<IDeviceContext> context,
+                                     const std::vector<std::string>& furtherKeys, SSettingTimes settingTimes)
     : ipAddress(cameraAddress),
       deviceContext(std::move(context)),
       lastFetchTime(settingTimes.now()),
       times(std::move(settingTimes)) {
     for (const char* key : SettingKeys)
         settingCache[key];
+    for (const std::string& key : furtherKeys)
+        settingCache[key + ","];
     for (const char* key : InfoKeys)
         infoCache[key];
     reloadThread = boost::make_shared<boost::thread>([this] { threadRun(); });
@@ -63,10 +66,8 @@ void CPanasonicSetting::threadRun() {
         lastFetchTime = times.now();
         lastResult = result;
         refreshWanted = false;
-        if (reloadRequests != request)
-            continue;  // something was written since this dump was asked for: nobody may read it
-        loaded = true; // after a failure too, so that readers stop waiting
-        loadedChanged.notify_all();
+        loadedRequests = request; // after a failure too, so that readers stop waiting
+        loaded.notify_all();
         wakeup.wait_for(guard, BoostTime(times.refreshPeriod),
                         [&] { return !running || refreshWanted || reloadRequests != request; });
     }
@@ -84,8 +85,9 @@ int CPanasonicSetting::getDetailsFromSetdata() {
 std::string CPanasonicSetting::GetCameraSetting(const std::string& key) {
     const std::string cacheKey = key + ",";
     boost::unique_lock<boost::mutex> guard(lock);
-    while (!loaded)
-        loadedChanged.wait_for(guard, BoostTime(times.readerPoll));
+    const std::uint64_t request = reloadRequests;
+    while (loadedRequests < request)
+        loaded.wait_for(guard, BoostTime(times.readerPoll));
     if (times.now() - lastFetchTime > static_cast<std::uint64_t>(times.staleAfter.count())) {
         refreshWanted = true;
         wakeup.notify_one();
@@ -114,7 +116,6 @@ int CPanasonicSetting::ReloadSetting() {
     const boost::lock_guard<boost::mutex> guard(lock);
     if (changed) {
         changed = false;
-        loaded = false;
         ++reloadRequests;
         wakeup.notify_one();
     }
@@ -125,13 +126,12 @@ std::string CPanasonicSetting::GetCameraInfo(const std::string& key) {
     static boost::mutex fetchMutex; // one fetch at a time in the process
     static std::atomic<bool> infoFetched{false};
     if (!infoFetched) {
+        // Not looked at again: cameras that come up side by side each fetch their own.
         const boost::lock_guard<boost::mutex> fetching(fetchMutex);
-        if (!infoFetched) { // another thread may have fetched while this one waited
-            const CAuthentication authentication = currentAuthentication();
-            if (!authentication.isSet() || !fetchInfo(authentication))
-                return {};
-            infoFetched = true;
-        }
+        const CAuthentication authentication = currentAuthentication();
+        if (!authentication.isSet() || !fetchInfo(authentication))
+            return {};
+        infoFetched = true;
     }
     const boost::lock_guard<boost::mutex> guard(lock);
     const auto found = infoCache.find(key);

@@ -41,9 +41,11 @@ struct SSettingTimes {
 class CPanasonicSetting {
 public:
     // `cameraAddress` is a host name or dotted address, with ":PORT" where the camera's web port is not 80;
-    // `context` must not be empty. Throws boost::thread_resource_error when the thread cannot be started.
+    // `context` must not be empty; `furtherKeys` are settings, without their comma, that are looked for from
+    // the first dump on beside those that every camera is asked for (camera/setting_keys.h). Throws
+    // boost::thread_resource_error when the thread cannot be started.
     CPanasonicSetting(const std::string& cameraAddress, boost::shared_ptr<IDeviceContext> context,
-                      SSettingTimes settingTimes = {});
+                      const std::vector<std::string>& furtherKeys = {}, SSettingTimes settingTimes = {});
     // Ends and joins the thread: at once when it waits, after a fetch under way (20 seconds at most)
     // otherwise.
     ~CPanasonicSetting();
@@ -75,8 +77,10 @@ public:
 
     // --- Settings.
 
-    // The cached value of a setting, named without its comma ("CAMTITLE"). Waits while a fetch that must be
-    // seen is still to come; empty when the last fetch failed or the camera does not report the setting.
+    // The cached value of a setting, named without its comma ("CAMTITLE"). Waits until a fetch has ended that
+    // began after the last reload asked for before this call: for the fetch under way and one more at most,
+    // however many are asked for meanwhile. Empty when the last fetch failed or the camera does not report
+    // the setting.
     std::string GetCameraSetting(const std::string& key);
 
     // Sends `query` to `path` as a POST, or with an empty `query` `path` as a GET, and returns the
@@ -90,8 +94,8 @@ public:
     int ReloadSetting();
 
     // The identity value "MAC", "VERSION" or "NAME", from "/cgi-bin/getinfo"; empty for any other name,
-    // without credentials and when the request fails. Only the first object of the process whose request
-    // succeeds ever asks its camera; every later one answers empty texts.
+    // without credentials and when the request fails. Once a request has succeeded
+    // in the process, nobody asks any more: an object that has not asked by then answers empty texts.
     std::string GetCameraInfo(const std::string& key);
 
     // One fetch of the settings dump into the cache: 0, or -1 when it failed and the cache is unchanged. A
@@ -109,7 +113,6 @@ private:
     boost::condition_variable wakeup; // the reload thread has something to do; with lock
     boost::mutex lock;
     bool running = true;  // guarded by lock
-    bool loaded = false;  // guarded by lock; the cache holds a fetch made after the last change
     bool changed = false; // guarded by lock; a setting was written since the last reload request
     const std::string ipAddress;
     const boost::shared_ptr<IDeviceContext> deviceContext;
@@ -117,9 +120,10 @@ private:
     std::uint64_t lastFetchTime; // guarded by lock; when the last fetch ended
 
     const SSettingTimes times;
-    boost::condition_variable loadedChanged; // loaded became true; with lock
-    std::uint64_t reloadRequests = 0;        // guarded by lock; how often a reload was asked for
-    bool refreshWanted = false;              // guarded by lock; a reader found the data stale
+    boost::condition_variable loaded; // loadedRequests has grown; with lock
+    std::uint64_t reloadRequests = 1; // guarded by lock; how often a reload was asked for: first by the start
+    std::uint64_t loadedRequests = 0; // guarded by lock; how many of them a fetch that has ended came after
+    bool refreshWanted = false;       // guarded by lock; a reader found the data stale
 };
 
 } // namespace corvane::panasonic_camera

@@ -129,9 +129,7 @@ CError CPanasonicCamera::SetupStreamTransmition(SVideoStreamId& id) {
     const SCodedFamily& family = *FindCodedFamily(id.codec);
     if (cameraSetting(stream->transmission) != On)
         setting->SetCameraSettingNoReload(stream->setPath, family.transmitOn);
-    const std::string port = cameraSetting("RTSPPORT");
-    const std::string mode = cameraSetting(stream->rtspMode); // read in any case: the cache learns it so
-    if (port != RtspPort || mode != On)
+    if (cameraSetting("RTSPPORT") != RtspPort || cameraSetting(stream->rtspMode) != On)
         setting->SetCameraSettingNoReload(cgi::SetRtsp, family.rtspOn);
     return CError::Success();
 }

@@ -2,8 +2,6 @@
 
 #include "camera/cgi_paths.h"
 
-#include <boost/format.hpp>
-
 namespace corvane::panasonic_camera {
 
 namespace {
@@ -47,7 +45,7 @@ const SCodedFamily* FindCodedFamily(VideoCodec codec) {
 std::string NameForChannel(const SMjpegNames& names, int channel) {
     if (channel < 1)
         return names.firstChannel;
-    return boost::str(boost::format(names.otherChannels) % channel);
+    return names.otherChannels + std::to_string(channel);
 }
 
 SStreamKeys KeysOfStream(const SVideoStreamId& id) {
@@ -59,6 +57,24 @@ SStreamKeys KeysOfStream(const SVideoStreamId& id) {
         return {};
     return {TextOf(row->resolution), TextOf(row->frameRate), TextOf(row->quality),
             TextOf(row->keyFrameInterval), TextOf(row->bitRate)};
+}
+
+std::vector<std::string> KeysOfAllStreams(int channels) {
+    std::vector<std::string> keys;
+    const auto add = [&keys](const SVideoStreamId& id) {
+        const SStreamKeys of = KeysOfStream(id);
+        for (const std::string* key :
+             {&of.resolution, &of.frameRate, &of.quality, &of.keyFrameInterval, &of.bitRate})
+            if (!key->empty())
+                keys.push_back(*key);
+    };
+    for (const SCodedStream& row : CodedStreams) {
+        keys.insert(keys.end(), {row.transmission, row.framePriority, row.rtspMode});
+        add({0, row.codec, row.isSecond ? SecondStream : FirstStream});
+    }
+    for (int channel = 0; channel < channels; ++channel)
+        add({channel, VideoCodec::Mjpeg, FirstStream});
+    return keys;
 }
 
 } // namespace corvane::panasonic_camera

@@ -3,6 +3,7 @@
 #include "host/stream_id.h"
 
 #include <string>
+#include <vector>
 
 namespace corvane::panasonic_camera {
 
@@ -54,22 +55,25 @@ struct SCodedFamily {
 const SCodedStream* FindCodedStream(VideoCodec codec, int stream);
 const SCodedFamily* FindCodedFamily(VideoCodec codec);
 
-// The names of an MJPEG setting: the first channel's, and the others' with the channel's number in it.
+// The names of an MJPEG setting: the first channel's, and the others', which the channel's number follows.
 struct SMjpegNames {
     const char* firstChannel;
-    const char* otherChannels; // "%1%" stands for the number
+    const char* otherChannels;
 };
 
-inline constexpr SMjpegNames MjpegResolutionKey = {"LIVESIZE", "LIVESIZECH%1%"};
-inline constexpr SMjpegNames MjpegFrameRateKey = {"LIVEINT", "LIVEINTCH%1%"};
-inline constexpr SMjpegNames MjpegQualityKey = {"LIVEQUAL", "LIVEQUALCH%1%"};
-inline constexpr SMjpegNames MjpegResolutionParameter = {"jpeg_resolution", "jpeg_resolution_ch%1%"};
-inline constexpr SMjpegNames MjpegQualityParameter = {"jpeg_quality", "jpeg_quality_ch%1%"};
-inline constexpr SMjpegNames MjpegFrameRateParameter = {"jpeg_interval", "jpeg_interval_ch%1%"};
+inline constexpr SMjpegNames MjpegResolutionKey = {"LIVESIZE", "LIVESIZECH"};
+inline constexpr SMjpegNames MjpegFrameRateKey = {"LIVEINT", "LIVEINTCH"};
+inline constexpr SMjpegNames MjpegQualityKey = {"LIVEQUAL", "LIVEQUALCH"};
+inline constexpr SMjpegNames MjpegResolutionParameter = {"jpeg_resolution", "jpeg_resolution_ch"};
+inline constexpr SMjpegNames MjpegQualityParameter = {"jpeg_quality", "jpeg_quality_ch"};
+inline constexpr SMjpegNames MjpegFrameRateParameter = {"jpeg_interval", "jpeg_interval_ch"};
 
 std::string NameForChannel(const SMjpegNames& names, int channel);
 
 // The settings keys of a stream; all empty for an unknown codec.
 SStreamKeys KeysOfStream(const SVideoStreamId& id);
+
+// Every settings key of the MPEG-4 and H.264 streams, and of MJPEG on that many channels.
+std::vector<std::string> KeysOfAllStreams(int channels);
 
 } // namespace corvane::panasonic_camera

@@ -32,7 +32,7 @@ protected:
         dump("CAMTITLE,\"first\"\r\n");
     }
     void dump(const std::string& text) { camera.reply(Setdata, HttpOk(text)); }
-    void make() { setting.emplace(camera.address(), device, times); }
+    void make() { setting.emplace(camera.address(), device, std::vector<std::string>(), times); }
     std::string title() { return setting->GetCameraSetting("CAMTITLE"); }
     std::future<std::string> titleLater() {
         return std::async(std::launch::async, [this] { return title(); });
@@ -134,6 +134,33 @@ TEST_F(Setting, AfterAWriteNobodyReadsAnOlderDumpHoweverManyWrite) {
         writer.get();
 }
 
+TEST_F(Setting, AReaderWaitsForNoMoreThanOneFetchBehindTheOneUnderWay) {
+    const auto write = [&] { EXPECT_FALSE(setting->SetCameraSetting(Set, "a=1")); };
+    for (const bool succeeds : {true, false}) {
+        camera.letGoAll(Setdata);
+        dump("CAMTITLE,\"old\"\r\n");
+        make();
+        EXPECT_EQ(title(), "old");
+        camera.hold(Setdata);
+        const std::size_t before = camera.requests(Setdata).size();
+        write();
+        ASSERT_TRUE(camera.waitForRequests(Setdata, before + 1)); // under way
+        write();
+        auto reader = titleLater();
+        EXPECT_TRUE(isWaiting(reader));
+        write(); // after which the reader came
+        camera.letGo(Setdata, 1);
+        ASSERT_TRUE(camera.waitForRequests(Setdata, before + 2));
+        EXPECT_TRUE(isWaiting(reader));
+        write();
+        camera.reply(Setdata, succeeds ? HttpOk("CAMTITLE,\"new\"\r\n") : HttpReply(500));
+        camera.letGo(Setdata, 1);
+        EXPECT_EQ(reader.get(), succeeds ? "new" : "");
+        camera.letGoAll(Setdata);
+        setting.reset();
+    }
+}
+
 TEST_F(Setting, AWriteWithoutReloadIsSeenAfterTheReload) {
     make();
     EXPECT_EQ(title(), "first");
@@ -184,8 +211,9 @@ TEST_F(Setting, AFailedFetchEmptiesEveryAnswerUntilOneSucceeds) {
 }
 
 TEST_F(Setting, AKeyThatWasNeverAskedForIsFetchedFromThenOn) {
-    dump("MOTION,\"on\"\r\nH264RTSPMODE,H264RTSPMODE_2,\"1\"\r\n");
-    make();
+    dump("MOTION,\"on\"\r\nZOOMLIMIT,\"2\"\r\nH264RTSPMODE,H264RTSPMODE_2,\"1\"\r\n");
+    setting.emplace(camera.address(), device, std::vector<std::string>{"ZOOMLIMIT"}, times);
+    EXPECT_EQ(setting->GetCameraSetting("ZOOMLIMIT"), "2"); // the owner's own key, at once
     EXPECT_EQ(setting->GetCameraSetting("H264RTSPMODE,H264RTSPMODE_2"), "1");
     EXPECT_EQ(setting->GetCameraSetting("MOTION"), "");
     EXPECT_EQ(setting->getDetailsFromSetdata(), 0);
@@ -223,18 +251,32 @@ TEST_F(Setting, IdentityIsFetchedOnceInTheProcess) {
     device->setAuthentication({"u", "p"});
     EXPECT_EQ(setting->GetCameraInfo("MAC"), "");
     camera.reply(Getinfo, HttpOk("NAME=PX-F320\r\nMAC=00:11\r\nVERSION=4.3'\r\n"));
+    // Two that ask side by side: each gets its own, one after the other.
+    camera.hold(Getinfo);
+    CPanasonicSetting other(camera.address(), device, {}, times);
+    const auto macLater = [](CPanasonicSetting& of) {
+        return std::async(std::launch::async, [&of] { return of.GetCameraInfo("MAC"); });
+    };
+    auto mac = macLater(*setting);
+    ASSERT_TRUE(camera.waitForRequests(Getinfo, 2));
+    auto otherMac = macLater(other);
+    EXPECT_TRUE(isWaiting(otherMac));
+    EXPECT_EQ(camera.requests(Getinfo).size(), 2u);
+    camera.letGoAll(Getinfo);
+    EXPECT_EQ(mac.get(), "00:11");
+    EXPECT_EQ(otherMac.get(), "00:11");
+
     EXPECT_EQ(setting->GetCameraInfo("VERSION"), "4.3");
-    EXPECT_EQ(setting->GetCameraInfo("MAC"), "00:11");
     EXPECT_EQ(setting->GetCameraInfo("NAME"), "PX-F320");
     EXPECT_EQ(setting->GetCameraInfo("SERIAL"), "");
     const std::vector<SStubRequest> requests = camera.requests(Getinfo);
-    ASSERT_EQ(requests.size(), 2u);
+    ASSERT_EQ(requests.size(), 3u);
     EXPECT_EQ(requests[1].target, std::string(Getinfo) + "?FILE=1&page=12345");
 
-    CPanasonicSetting second(camera.address(), device, times);
+    CPanasonicSetting late(camera.address(), device, {}, times);
     for (const char* key : {"MAC", "VERSION", "NAME"})
-        EXPECT_EQ(second.GetCameraInfo(key), "");
-    EXPECT_EQ(camera.requests(Getinfo).size(), 2u);
+        EXPECT_EQ(late.GetCameraInfo(key), "");
+    EXPECT_EQ(camera.requests(Getinfo).size(), 3u);
 }
 
 } // namespace

@@ -60,13 +60,6 @@ protected:
         camera->GetImageMode(); // after the first dump
         told = stub.requests().size();
     }
-    // The cache holds a setting that it does not look for from the first fetch after somebody asked for it.
-    void learnSetting(const char* key) {
-        COperationRegistry registry;
-        camera->registerOperations(registry);
-        registry.call("setting.GetCameraSetting", {key}, [](const SAnswer&) {});
-        registry.call("setting.getDetailsFromSetdata", {}, [](const SAnswer&) {});
-    }
     std::string dump() const {
         std::string text = "NAME,\"x\"\r\n"; // a key at the very first character is not found
         for (const auto& [key, value] : settings)
@@ -207,7 +200,6 @@ TEST_F(Video, TransmissionIsSetUpWithWhatIsMissing) {
     };
     for (const auto& c : cases) {
         bringUp(Both, c.settings);
-        learnSetting("H264RTSPMODE_2");
         SVideoStreamId id = c.id;
         EXPECT_EQ(camera->GetH264Mpeg4TransmissionMode(id), c.needed);
         EXPECT_FALSE(camera->SetupStreamTransmition(id));

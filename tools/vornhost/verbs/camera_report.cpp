@@ -33,7 +33,6 @@ constexpr SCodec Codecs[] = {
 
 constexpr int NotSupported = static_cast<int>(device_handler::v1_0::RtnCode::NotSupported);
 constexpr const char* FirstAudio = "0,g726"; // stream
-constexpr const char* LateSetting = "H264RTSPMODE_2";
 
 // What the recorder can set of a stream.
 constexpr struct {
@@ -101,7 +100,6 @@ public:
         addStreams();
         addAudio();
         addAdjustments();
-        learnSettings();
         for (SReportSection& section : SettingSections(inputs_, codecBits_, [this](const std::string& key) {
                  return resultText("setting.GetCameraSetting", {key});
              }))
@@ -243,12 +241,6 @@ private:
     static SFactTable SettingsTable() {
         return {{{"setting", "SETTING"}, {"current", "NOW"}, {"default", "DEFAULT"}, {"range", "MAY BE"}},
                 {}};
-    }
-
-    // The settings cache holds this key from the first dump after somebody asked for it.
-    void learnSettings() {
-        if ((codecBits_ & H264Bit) && resultText("setting.GetCameraSetting", {LateSetting}).empty())
-            ask("setting.getDetailsFromSetdata", {});
     }
 
     void addAlarmInputs() {

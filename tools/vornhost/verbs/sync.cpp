@@ -180,11 +180,6 @@ private:
         outcome.isDryRun = isDryRun_;
         outcome.record = wanted(session.camera(), id, given);
         outcome.before = cameraRecord(session, outcome.result);
-        if (!outcome.result && outcome.isUnreported()) {
-            // The settings cache holds some keys from the first dump after somebody asked for them.
-            answer(session, "setting.getDetailsFromSetdata", {});
-            outcome.before = cameraRecord(session, outcome.result);
-        }
         outcome.after = outcome.record;
         if (outcome.result)
             return outcome;
