@@ -11,8 +11,6 @@
 #include "host/gst_object.h"
 #include "host/log.h"
 
-#include <boost/format.hpp>
-
 #include <cstddef>
 #include <iterator>
 
@@ -82,7 +80,7 @@ CError CPanasonicCamera::getDryContactInputCount(CString& count) {
     int number = 0;
     if (!capabilityOrNone().IsDryContactSupported(number))
         return errors::notReported();
-    count = boost::str(boost::format("%1%") % number);
+    count = std::to_string(number);
     return CError::Success();
 }
 
@@ -159,21 +157,9 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
     g_object_set(source, "drycontact-activestate", vorn_event::v1_0::DCActiveHigh, "event-mode",
                  vorn_event::v1_0::EventModeRegular, "event-period", EventPeriod, "ping-period", PingPeriod,
                  "device-index", index, "device-index-base", base, "max-device-index",
-                 base + ReadNumber<int>(count.str()), nullptr);
-    setEventSourceText(source, "username", credentials.getUsername());
-    setEventSourceText(source, "user-password", credentials.getPassword());
-    setEventSourceText(source, "ipaddr", address());
+                 base + ReadNumber<int>(count.str()), "username", credentials.getUsername().c_str(),
+                 "user-password", credentials.getPassword().c_str(), "ipaddr", address().c_str(), nullptr);
     return CError::Success();
-}
-
-// The source cuts what is too long for it.
-void CPanasonicCamera::setEventSourceText(GstElement* source, const char* property, const std::string& text) {
-    g_object_set(source, property, text.c_str(), nullptr);
-    gchar* kept = nullptr;
-    g_object_get(source, property, &kept, nullptr);
-    if (text != kept)
-        deviceContext()->log(LogFailure, "event source: the %s is too long and was cut", property);
-    g_free(kept);
 }
 
 CError CPanasonicCamera::createEventStreamPipeline(IStreamController*& controller, int input) {

@@ -376,7 +376,6 @@ private:
     CError eventStreamFailure(const CError& error);
     CError configureEventSource(GstElement* source, int input,
                                 const device_handler::v1_0::CAuthentication& credentials);
-    void setEventSourceText(GstElement* source, const char* property, const std::string& text);
 
     bool hasAudio(int input);
     const SStreamUrl* findAudioUrl(const SAudioStreamId& id, VideoCodec codec);

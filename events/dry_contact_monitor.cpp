@@ -4,6 +4,7 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <utility>
@@ -13,6 +14,8 @@ namespace corvane::vorn_utility::v1_0 {
 namespace {
 
 constexpr long ConnectSeconds = 15;
+constexpr long HttpOk = 200;
+constexpr long RefusedStatuses[] = {401, 403, 404};
 constexpr int LongestPoll = std::numeric_limits<int>::max(); // milliseconds; what happens wakes it
 
 using Guard = boost::lock_guard<boost::mutex>;
@@ -70,13 +73,31 @@ public:
                set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L);
     }
 
-    // Runs the request to its end; false when it fails or is broken off.
-    bool perform() {
+    enum class End {
+        Complete, // the camera ended its reply
+        Refused,  // it will not be asked this, or not by us
+        Failed,   // any other end, a break included
+    };
+
+    // Runs the request to its end.
+    End perform() {
         if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
-            return false;
-        const bool succeeded = runToItsEnd();
+            return End::Failed;
+        const CURLcode result = runToItsEnd();
         curl_multi_remove_handle(multi_, easy_);
-        return succeeded;
+        const long answer = status();
+        const bool isWhole = result == CURLE_OK || result == CURLE_WRITE_ERROR;
+        if (isWhole && std::find(std::begin(RefusedStatuses), std::end(RefusedStatuses), answer) !=
+                           std::end(RefusedStatuses))
+            return End::Refused;
+        return result == CURLE_OK && answer == HttpOk ? End::Complete : End::Failed;
+    }
+
+    // Of the reply that is coming, or came last.
+    long status() const {
+        long status = 0;
+        curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
+        return status;
     }
 
     // The one operation for other threads. Of a request that is not under way it breaks off the next.
@@ -92,18 +113,18 @@ private:
         return curl_easy_setopt(easy_, option, value) == CURLE_OK;
     }
 
-    bool runToItsEnd() {
+    CURLcode runToItsEnd() {
         for (int active = 1; !broken_;) {
             if (curl_multi_perform(multi_, &active) != CURLM_OK)
-                return false;
+                return CURLE_FAILED_INIT;
             if (active == 0)
                 break;
             if (curl_multi_poll(multi_, nullptr, 0, LongestPoll, nullptr) != CURLM_OK)
-                return false;
+                return CURLE_FAILED_INIT;
         }
         int left = 0;
         const CURLMsg* const message = curl_multi_info_read(multi_, &left);
-        return message && message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
+        return message ? message->data.result : CURLE_ABORTED_BY_CALLBACK; // broken off
     }
 
     CURL* const easy_;
@@ -150,7 +171,6 @@ std::uint64_t CDryContactMonitor::StartMonitor(unsigned int input, const Listene
 
 void CDryContactMonitor::startThread() {
     gotReply = false;
-    nextRetry = std::chrono::milliseconds::zero();
     lastActivity = times.now();
     running = true;
     try {
@@ -163,11 +183,14 @@ void CDryContactMonitor::startThread() {
 
 void CDryContactMonitor::StopMonitor(unsigned int input, boost::optional<std::uint64_t> registration) {
     Lock lock(mutex);
-    states[input] = DCS_UNKNOWN;
     SRegistered& registered = callbacks[input];
-    registered.listener.clear();
     const std::uint64_t ended = registration.value_or(registered.number);
-    if (--listenerCount == 0) {
+    if (registered.number == ended) { // else a newer one has its place
+        states[input] = DCS_UNKNOWN;
+        registered.listener.clear();
+    }
+    const bool wasCounted = registration != NotRegistered;
+    if (wasCounted && --listenerCount == 0) {
         running = false;
         breakTransfer();
         changed.notify_all();
@@ -239,6 +262,7 @@ void CDryContactMonitor::ThreadFunc() {
 void CDryContactMonitor::serve(CTransfer& transfer) {
     const std::string credentials = userName + ":" + password;
     const std::string url = DryContactMonitorUrl(ipAddress);
+    CRetryPace pace(times.retry);
     while (running) {
         if (!transfer.setOptions(credentials, url, this))
             return;
@@ -246,33 +270,28 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
         if (!running) // a stop that came before the transfer could be broken off
             return;
         const auto start = std::chrono::steady_clock::now();
-        const bool isComplete = transfer.perform();
-        forgetFailures(std::chrono::steady_clock::now() - start);
-        if (isComplete) {
+        const CTransfer::End end = transfer.perform();
+        // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
+        if (wasReplied() && std::chrono::steady_clock::now() - start >= times.retry.longest)
+            pace.forget();
+        if (end == CTransfer::End::Complete) {
             pause(times.afterClose);
         } else {
             tellLinkLost();
-            pauseAfterFailure();
+            noteFailure();
+            pause(end == CTransfer::End::Refused ? pace.afterRefusal() : pace.afterFailure());
         }
     }
 }
 
-// Not after any reply: a camera that writes and then breaks off would be asked without a pause.
-void CDryContactMonitor::forgetFailures(std::chrono::steady_clock::duration lasted) {
+bool CDryContactMonitor::wasReplied() {
     const Guard lock(mutex);
-    if (isReplied && lasted >= times.longestRetry)
-        nextRetry = std::chrono::milliseconds::zero();
+    return isReplied;
 }
 
-void CDryContactMonitor::pauseAfterFailure() {
-    std::chrono::milliseconds time;
-    {
-        const Guard lock(mutex);
-        lastActivity = times.now();
-        time = nextRetry;
-        nextRetry = std::clamp(2 * time, times.shortestRetry, times.longestRetry);
-    }
-    pause(time);
+void CDryContactMonitor::noteFailure() {
+    const Guard lock(mutex);
+    lastActivity = times.now();
 }
 
 void CDryContactMonitor::pause(std::chrono::milliseconds time) {
@@ -312,12 +331,21 @@ void CDryContactMonitor::tell(std::uint32_t input, TDryContactState state) {
 }
 
 size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count, char* self) {
+    auto* const monitor = reinterpret_cast<CDryContactMonitor*>(self);
     try {
-        reinterpret_cast<CDryContactMonitor*>(self)->ParseAndDisperseInformation(std::string(data, count));
+        if (!monitor->isAccepted())
+            return 0;
+        monitor->ParseAndDisperseInformation(std::string(data, count));
         return count;
     } catch (...) {
         return 0; // the request fails; no exception passes through libcurl
     }
+}
+
+// Whether the reply that is coming is what was asked for.
+bool CDryContactMonitor::isAccepted() {
+    const Guard lock(mutex);
+    return !curl || curl->status() == HttpOk;
 }
 
 void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {

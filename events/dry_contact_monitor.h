@@ -1,5 +1,7 @@
 #pragma once
 
+#include "events/retry_pace.h"
+
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/function.hpp>
 #include <boost/optional.hpp>
@@ -20,11 +22,8 @@ namespace corvane::vorn_utility::v1_0 {
 
 // The times of a monitor, and the clock of its heartbeat.
 struct SMonitorTimes {
-    std::chrono::milliseconds afterClose{250};   // before the request is made again that the camera ended
-    std::chrono::milliseconds shortestRetry{50}; // before the second repetition of a request that failed;
-    // doubled up to this. The first is made at once, and again after a request that was replied to and lasted
-    // this long.
-    std::chrono::milliseconds longestRetry{1'000};
+    std::chrono::milliseconds afterClose{250}; // before the request is made again that the camera ended
+    SRetryTimes retry; // forgotten after a request that was replied to and lasted the longest of a failure
     std::chrono::seconds silence{16}; // longer, and the camera does not count as alive
     boost::function<std::time_t()> now = [] { return std::time(nullptr); };
 };
@@ -58,16 +57,20 @@ public:
 
     // Makes `callback` the listener of `input` in place of any other, and starts the request unless it runs;
     // a stop that is under way is waited for. Each call is matched by one of StopMonitor, which takes the
-    // number that is returned. The first level of an input is not told, only what follows; DCS_LINK_LOST is
-    // told to the inputs from 1 to `end`, included. `callback` is called on the monitor's thread, without a
-    // lock, one call after another; it must not throw, and while it runs, no other listener is called. Throws
-    // boost::thread_resource_error when there can be no thread; nothing has been registered then.
+    // number that is returned, never 0. The first level of an input is not told, only what follows;
+    // DCS_LINK_LOST is told to the inputs from 1 to `end`, included. `callback` is called on the monitor's
+    // thread, without a lock, one call after another; it must not throw, and while it runs, no other listener
+    // is called. Throws boost::thread_resource_error when there can be no thread; nothing has been registered
+    // then.
     std::uint64_t StartMonitor(unsigned int input, const Listener& callback);
 
-    // Takes away whichever listener `input` has. The one that `registration` stands for, and without it the
-    // one taken away, is not running and will not be called once this returns. With the last listener the
-    // request ends, at once. The registry forgets the monitor, whoever else uses it.
+    // Takes away the listener that `registration` stands for, if `input` still has it; whichever it has
+    // without a registration; none with NotRegistered, for who could not register. What is taken away is not
+    // running and will not be called once this returns. With the last listener the request ends, at once. The
+    // registry forgets the monitor, whoever else uses it.
     void StopMonitor(unsigned int input, boost::optional<std::uint64_t> registration = {});
+
+    static constexpr std::uint64_t NotRegistered = 0;
 
     // The last level of `input`. Waits until the camera has written something, however long that takes, or
     // `isAbandoned` answers true, which is asked now and at each WakeWaiters().
@@ -82,7 +85,8 @@ public:
     void ThreadFunc();
     // Takes in what the camera has written. A line in two chunks is not put together.
     void ParseAndDisperseInformation(const std::string& chunk);
-    // libcurl's write callback; `self` is the monitor.
+    // libcurl's write callback; `self` is the monitor. What comes with another status than 200 is not taken
+    // in, and ends the request.
     static size_t HttpWriter(char* data, size_t size, size_t count, char* self);
 
     // The monitors by their cameras' addresses, so that all users of a camera share one. A null entry counts
@@ -101,8 +105,9 @@ private:
     void breakTransfer(); // mutex is held
     void publish(CTransfer* transfer);
     void serve(CTransfer& transfer);
-    void forgetFailures(std::chrono::steady_clock::duration lasted);
-    void pauseAfterFailure();
+    bool wasReplied();
+    bool isAccepted();
+    void noteFailure();
     void pause(std::chrono::milliseconds time);
     void tellLinkLost();
     void tell(std::uint32_t input, TDryContactState state);
@@ -110,7 +115,7 @@ private:
     // A listener, and the number of its registration.
     struct SRegistered {
         Listener listener; // empty: none
-        std::uint64_t number = 0;
+        std::uint64_t number = NotRegistered;
     };
     std::map<std::uint32_t, SRegistered> callbacks;
     std::map<std::uint32_t, TDryContactState> states; // none counts as DCS_UNKNOWN
@@ -129,11 +134,10 @@ private:
     std::time_t lastActivity = 0; // the last chunk, failure or missed heartbeat; guarded by mutex
 
     const SMonitorTimes times;
-    std::uint64_t registrations = 0;        // so far; guarded by mutex
-    boost::optional<std::uint64_t> told;    // the registration whose listener runs; guarded by mutex
-    bool isReplied = false;                 // the request under way has had a chunk; guarded by mutex
-    std::chrono::milliseconds nextRetry{0}; // guarded by mutex
-    boost::condition_variable changed;      // of `thread`, `running`, `gotReply`, `told`; with mutex
+    std::uint64_t registrations = 0;     // so far; guarded by mutex
+    boost::optional<std::uint64_t> told; // the registration whose listener runs; guarded by mutex
+    bool isReplied = false;              // the request under way has had a chunk; guarded by mutex
+    boost::condition_variable changed;   // of `thread`, `running`, `gotReply`, `told`; with mutex
 };
 
 // The request that a monitor makes, its address as the constructor takes it.

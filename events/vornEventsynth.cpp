@@ -9,9 +9,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <new>
+#include <stdexcept>
+#include <string_view>
 
 namespace corvane::vorn_event::v1_0 {
 namespace {
@@ -37,13 +38,13 @@ guint64 InNanoseconds(gint milliseconds) {
     return static_cast<guint64>(milliseconds) * NanosecondsInMillisecond;
 }
 
-// Cuts what is too long; whether it did.
-template <std::size_t Size>
-bool CopyText(const char* text, std::array<char, Size>& field) {
-    field.fill('\0');
-    std::strncpy(field.data(), text, Size - 1);
-    return std::strlen(text) >= Size;
-}
+struct STextName {
+    guint property;
+    const char* name; // for people
+};
+
+constexpr STextName TextNames[] = {
+    {UsernameProperty, "user name"}, {PasswordProperty, "password"}, {AddressProperty, "address"}};
 
 } // namespace
 
@@ -70,24 +71,40 @@ void SVornEventSynth::finalize() {
         std::destroy_at(mutex);
 }
 
+SVornEventSynth::SField SVornEventSynth::field(guint property) {
+    if (property == UsernameProperty)
+        return {username.data(), username.size()};
+    if (property == PasswordProperty)
+        return {password.data(), password.size()};
+    return {ipaddr.data(), ipaddr.size()};
+}
+
 void SVornEventSynth::setString(guint property, const char* text) {
-    bool cut = false;
-    {
-        const std::lock_guard<std::mutex> held(stringLock);
-        const char* const given = text ? text : "";
-        cut = property == UsernameProperty   ? CopyText(given, username)
-              : property == PasswordProperty ? CopyText(given, password)
-                                             : CopyText(given, ipaddr);
-    }
-    if (cut)
-        GST_WARNING_OBJECT(this, "the text of property %u is too long and was cut", property);
+    const std::string_view given = text ? text : "";
+    const guint bit = 1U << property;
+    const std::lock_guard<std::mutex> held(stringLock);
+    const SField kept = field(property);
+    const bool fits = given.size() < kept.size;
+    std::fill_n(kept.text, kept.size, '\0');
+    if (fits)
+        std::copy(given.begin(), given.end(), kept.text);
+    unfitTexts = fits ? unfitTexts & ~bit : unfitTexts | bit;
 }
 
 std::string SVornEventSynth::string(guint property) {
     const std::lock_guard<std::mutex> held(stringLock);
-    return property == UsernameProperty   ? username.data()
-           : property == PasswordProperty ? password.data()
-                                          : ipaddr.data();
+    return field(property).text;
+}
+
+// Throws what is to be told of a text that does not fit. Cut, it would be another camera's address, or
+// another user.
+void SVornEventSynth::requireTexts() {
+    const std::lock_guard<std::mutex> held(stringLock);
+    for (const STextName& row : TextNames)
+        if (unfitTexts & 1U << row.property)
+            throw std::length_error(std::string("the camera's ") + row.name + " is longer than the " +
+                                    std::to_string(field(row.property).size - 1) +
+                                    " characters that fit into an event source");
 }
 
 bool SVornEventSynth::activate(GstPad* pad) {
@@ -123,7 +140,7 @@ void SVornEventSynth::cleanup() {
         const std::lock_guard<std::mutex> held(monitorLock);
         attached.swap(monitor);
     }
-    if (attached && subscribed)
+    if (attached) // also when it had no thread for a listener: the registry forgets it
         attached->StopMonitor(subscribedIndex, registration);
     spent = startTime != 0;
 }
@@ -164,8 +181,8 @@ void SVornEventSynth::task_iterate_static(void* object) {
     try {
         element->task_iterate();
     } catch (const std::exception& failure) { // none passes through GStreamer
-        GST_ELEMENT_ERROR(element, RESOURCE, FAILED, ("the alarm input cannot be watched"),
-                          ("%s", failure.what()));
+        GST_ELEMENT_ERROR(element, RESOURCE, FAILED,
+                          ("the alarm input cannot be watched: %s", failure.what()), (nullptr));
         gst_pad_pause_task(element->sourcePad()); // it would be called again at once
     }
 }
@@ -186,6 +203,7 @@ void SVornEventSynth::task_iterate() {
 void SVornEventSynth::attach() {
     if (attachedMonitor())
         return;
+    requireTexts();
     const std::string address = string(AddressProperty);
     boost::shared_ptr<CDryContactMonitor> found;
     {
@@ -225,8 +243,8 @@ void SVornEventSynth::sendWhatIsDue() {
             sendPingEvent();
         lastPingTime = nextPing; // and not now: pings keep their cadence
     }
-    if (now > nextEventTime)
-        sendEventOfTick(playing);
+    if (now > nextEventTime && !sendEventOfTick(playing))
+        return;
     if (!attachedMonitor()->CheckHeartbeat())
         sendEndOfStream();
 }
@@ -238,21 +256,26 @@ bool SVornEventSynth::isPlaying() {
     return playing;
 }
 
-void SVornEventSynth::sendEventOfTick(bool playing) {
-    toggleDCState();
+// False when the tick was given up.
+bool SVornEventSynth::sendEventOfTick(bool playing) {
+    if (!toggleDCState())
+        return false;
     if (playing)
         sendDCStateEvent();
     lastEventTime = nextEventTime;
     scheduleNextEvent();
+    return true;
 }
 
-void SVornEventSynth::toggleDCState() {
+// False when the element is deactivated, perhaps before the camera has told a level.
+bool SVornEventSynth::toggleDCState() {
     const auto level = attachedMonitor()->GetStateOfInput(static_cast<unsigned int>(deviceIndex.load()),
                                                           [this] { return deactivating.load(); });
     if (level == CDryContactMonitor::DCS_LOW)
         dcState = DCStateLow;
     else if (level == CDryContactMonitor::DCS_HIGH)
         dcState = DCStateHigh;
+    return !deactivating;
 }
 
 void SVornEventSynth::sendPingEvent() {
@@ -269,10 +292,9 @@ void SVornEventSynth::sendDCStateEvent() {
 void SVornEventSynth::send(const CEventBase* event) {
     HostAssert(event != nullptr, "event source", __LINE__);
     startStream();
-    if (!bufferSent) { // elements downstream start with one
-        bufferSent = true;
-        gst_pad_push(sourcePad(), gst_buffer_new_allocate(nullptr, 1, nullptr));
-    }
+    if (!bufferSent) // elements downstream start with one; a pad that is being deactivated takes none
+        bufferSent =
+            gst_pad_push(sourcePad(), gst_buffer_new_allocate(nullptr, 1, nullptr)) != GST_FLOW_FLUSHING;
     gst_pad_push_event(sourcePad(), event->refEvent());
 }
 

@@ -43,10 +43,12 @@ struct SVornEventSynth {
     std::atomic<gint> deviceIndex;
     std::atomic<gint> deviceIndexBase;
     std::atomic<gint> maxDeviceIndex;
-    std::mutex stringLock; // guards the three
+    std::mutex stringLock; // guards the texts
     std::array<char, 256> username;
     std::array<char, 256> password;
     std::array<char, 32> ipaddr;
+    // A text that does not fit is not kept, and the element fails when it is to be used.
+    guint unfitTexts; // a bit for each property, 1 << its id
 
     unsigned int randomSeed; // guarded by lock
     bool interrupted;        // guarded by lock
@@ -77,6 +79,11 @@ struct SVornEventSynth {
     void init();
     void finalize();
 
+    struct SField {
+        char* text;
+        std::size_t size; // with the zero at its end
+    };
+    SField field(guint property);
     void setString(guint property, const char* text);
     std::string string(guint property);
 
@@ -94,12 +101,13 @@ struct SVornEventSynth {
 
     static void task_iterate_static(void* object);
     void task_iterate();
+    void requireTexts();
     void attach();
     void subscribe();
     bool isPlaying();
     void sendWhatIsDue();
-    void sendEventOfTick(bool playing);
-    void toggleDCState();
+    bool sendEventOfTick(bool playing);
+    bool toggleDCState();
     void sendPingEvent();
     void sendDCStateEvent();
     void send(const device_handler::v1_0::CEventBase* event);

@@ -46,7 +46,8 @@ private:
 SMonitorTimes PatientTimes(std::atomic<std::time_t>& clock) {
     SMonitorTimes times;
     times.afterClose = std::chrono::milliseconds(1);
-    times.shortestRetry = times.longestRetry = std::chrono::hours(1);
+    times.retry.shortest = times.retry.longest = std::chrono::hours(1);
+    times.retry.shortestRefused = times.retry.longestRefused = std::chrono::hours(1);
     times.now = [&clock] { return clock.load(); };
     return times;
 }
@@ -141,6 +142,66 @@ TEST_F(DryContactMonitor, ACameraThatWritesAndBreaksOffIsPacedToo) {
     }
     monitor->StopMonitor(1);
     EXPECT_EQ(camera.requestCount(), 2U);
+}
+
+TEST_F(DryContactMonitor, AnotherStatusThan200IsAFailureAndItsBodyNoData) {
+    const std::pair<int, std::size_t> cases[] = {// the requests before the hour
+                                                 {401, 1}, {403, 1}, {404, 1}, {204, 2},
+                                                 {302, 2}, {500, 2}, {503, 2}};
+    for (const auto& [status, requests] : cases) {
+        CStubCamera camera;
+        camera.reply("/cgi-bin/get_io", HttpReply(status, status == 204 ? "" : "terminal1 I Low\r\n"));
+        const auto monitor = makeMonitor(camera.address());
+        CHeard heard;
+        monitor->StartMonitor(1, heard.listener());
+        ASSERT_TRUE(heard.waitForCount(requests)) << status;
+        EXPECT_EQ(monitor->GetStateOfInput(1, [] { return true; }), Monitor::DCS_UNKNOWN);
+        clock += 17;
+        EXPECT_FALSE(monitor->CheckHeartbeat()) << status; // no sign of life
+        clock -= 17;
+        monitor->StopMonitor(1);
+        EXPECT_EQ(heard.states(), std::vector<int>(requests, Monitor::DCS_LINK_LOST)) << status;
+        EXPECT_EQ(camera.requests().size(), requests) << status;
+    }
+}
+
+TEST(RetryPace, DoublesAndIsSlowerWhereTheCameraRefuses) {
+    CRetryPace pace({});
+    const auto waits = [&](std::chrono::milliseconds (CRetryPace::*after)(), int count) {
+        std::vector<long> all;
+        for (int i = 0; i < count; ++i)
+            all.push_back((pace.*after)().count());
+        return all;
+    };
+    EXPECT_THAT(waits(&CRetryPace::afterFailure, 8), ElementsAre(0, 50, 100, 200, 400, 800, 1000, 1000));
+    EXPECT_THAT(waits(&CRetryPace::afterRefusal, 7),
+                ElementsAre(1000, 2000, 4000, 8000, 16000, 30000, 30000));
+    EXPECT_THAT(waits(&CRetryPace::afterFailure, 2), ElementsAre(1000, 1000));
+    pace.forget();
+    EXPECT_THAT(waits(&CRetryPace::afterFailure, 2), ElementsAre(0, 50));
+    EXPECT_THAT(waits(&CRetryPace::afterRefusal, 2), ElementsAre(1000, 2000));
+}
+
+TEST_F(DryContactMonitor, AStopTakesAwayItsOwnListenerOnly) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    CHeard older, newer;
+    const auto first = monitor->StartMonitor(1, older.listener());
+    monitor->StartMonitor(1, newer.listener());
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.write("terminal1 I Low\r\n");
+    EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
+    monitor->StopMonitor(1, Monitor::NotRegistered); // of one that could not be
+    monitor->StopMonitor(1, first);
+    EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
+    camera.write("terminal1 I High\r\n");
+    ASSERT_TRUE(newer.waitForCount(1));
+    EXPECT_THAT(older.states(), IsEmpty());
+    EXPECT_THAT(newer.states(), ElementsAre(Monitor::DCS_HIGH));
+    monitor->StartMonitor(2, older.listener());
+    monitor->StopMonitor(1); // without a number: whichever there is
+    EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_UNKNOWN);
+    monitor->StopMonitor(2);
 }
 
 TEST_F(DryContactMonitor, ASilentCameraIsGivenUpOnceAndAskedAgain) {

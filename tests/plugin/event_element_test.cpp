@@ -57,6 +57,19 @@ public:
     }
     void set(GstState state) { gst_element_set_state(pipeline_.get(), state); }
     GstElement* source() const { return source_.get(); }
+    // Waits for it; empty when none comes.
+    std::string postedError() const {
+        const CGstRef<GstBus> bus(gst_element_get_bus(pipeline_.get()));
+        GstMessage* const message = gst_bus_timed_pop_filtered(bus.get(), 30 * GST_SECOND, GST_MESSAGE_ERROR);
+        if (!message)
+            return {};
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        const std::string text = error->message;
+        g_error_free(error);
+        gst_message_unref(message);
+        return text;
+    }
     int state() const {
         int value = 0;
         g_object_get(source_.get(), "drycontact-state", &value, nullptr);
@@ -201,16 +214,95 @@ TEST_F(EventElement, ACameraThatFallsSilentEndsTheStreamOnce) {
     EXPECT_EQ(element.count("eos"), 1U);
 }
 
-TEST_F(EventElement, TooLongTextsAreCut) {
-    const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "first"));
-    for (const auto& [property, size] :
-         {std::pair("username", 255), {"user-password", 255}, {"ipaddr", 31}}) {
-        g_object_set(element.get(), property, std::string(1'000, 'x').c_str(), nullptr);
-        gchar* text = nullptr;
-        g_object_get(element.get(), property, &text, nullptr);
-        EXPECT_EQ(text, std::string(static_cast<std::size_t>(size), 'x'));
-        g_free(text);
+// Cut, it would be another camera or another user.
+TEST_F(EventElement, ATextThatDoesNotFitFailsTheElementAndNothingIsSent) {
+    const struct {
+        const char* property;
+        std::size_t most;
+        const char* name;
+    } cases[] = {
+        {"username", 255, "user name"}, {"user-password", 255, "password"}, {"ipaddr", 31, "address"}};
+    for (const auto& c : cases) {
+        CPlayedElement element(camera.address());
+        const auto set = [&](const std::string& text) {
+            g_object_set(element.source(), c.property, text.c_str(), nullptr);
+            gchar* kept = nullptr;
+            g_object_get(element.source(), c.property, &kept, nullptr);
+            const std::string result = kept;
+            g_free(kept);
+            return result;
+        };
+        EXPECT_EQ(set(std::string(c.most, 'x')), std::string(c.most, 'x'));
+        EXPECT_EQ(set(camera.address() + std::string(c.most, '0')), "");
+        element.set(GST_STATE_PLAYING);
+        EXPECT_EQ(element.postedError(), "the alarm input cannot be watched: the camera's " +
+                                             std::string(c.name) + " is longer than the " +
+                                             std::to_string(c.most) +
+                                             " characters that fit into an event source");
+        element.set(GST_STATE_NULL);
     }
+    EXPECT_EQ(camera.requestCount(), 0U);
+
+    CPlayedElement element(camera.address()); // what is set to one that fits has not been said
+    g_object_set(element.source(), "username", std::string(256, 'x').c_str(), nullptr);
+    g_object_set(element.source(), "username", "admin", nullptr);
+    element.set(GST_STATE_PLAYING);
+    EXPECT_TRUE(camera.waitForRequests(1));
+}
+
+TEST_F(EventElement, OfTwoOnOneInputTheNewerGoesOnWhenTheOlderStops) {
+    SMonitorTimes times;
+    times.now = [] { return std::time_t{1'000}; }; // no heartbeat is ever missed
+    CDryContactMonitor::s_dcs[camera.address()] =
+        boost::make_shared<CDryContactMonitor>(camera.address(), "u", "p", 1, 4, times);
+    CPlayedElement older(camera.address());
+    CPlayedElement newer(camera.address());
+    for (CPlayedElement* const element : {&older, &newer}) {
+        element->periods(1, 0);
+        element->set(GST_STATE_PLAYING);
+        ASSERT_TRUE(WaitUntil([&] { // the level is forgotten when it begins to listen
+            camera.write("terminal1 I Low\r\n");
+            return element->count("inactive") > 0;
+        }));
+    }
+    older.set(GST_STATE_NULL);
+    EXPECT_EQ(newer.count("eos"), 0U);
+    camera.resetAll();
+    EXPECT_TRUE(newer.waitFor("eos"));
+}
+
+TEST_F(EventElement, ATickThatWasGivenUpSendsNothing) {
+    for (int i = 0; i < 5; ++i) {
+        CMonitorServer silent;
+        CPlayedElement element(silent.address());
+        element.periods(1, 0);
+        element.set(GST_STATE_PLAYING);
+        ASSERT_TRUE(silent.waitForRequests(1)); // and the first tick waits for a level
+        element.set(GST_STATE_READY);
+        EXPECT_THAT(element.pushed(), IsEmpty());
+        element.set(GST_STATE_PLAYING);
+        silent.write("terminal1 I Low\r\n");
+        ASSERT_TRUE(element.waitFor("inactive"));
+        EXPECT_EQ(element.pushed()[2], "buffer of 1");
+    }
+}
+
+// As when there was no thread for its listener.
+TEST_F(EventElement, OneThatCouldNotListenLeavesTheOthersAndTheRegistryForgetsItsMonitor) {
+    const auto monitor = boost::make_shared<CDryContactMonitor>(camera.address(), "u", "p", 1, 4);
+    std::atomic<bool> heard{false};
+    const auto other = monitor->StartMonitor(1, [&](CDryContactMonitor::TDryContactState) { heard = true; });
+    CDryContactMonitor::s_dcs[camera.address()] = monitor;
+    const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "source"));
+    auto* const instance = reinterpret_cast<SVornEventSynth*>(element.get());
+    instance->monitor = monitor;
+    instance->subscribedIndex = 1;
+    instance->cleanup();
+    EXPECT_EQ(CDryContactMonitor::s_dcs[camera.address()], nullptr);
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.resetAll();
+    EXPECT_TRUE(WaitUntil([&] { return heard.load(); }));
+    monitor->StopMonitor(1, other);
 }
 
 TEST_F(EventElement, ReadyAndBackItBeginsTheStreamAnew) {
