@@ -153,6 +153,14 @@ SHttpReply noStatus(std::string failure) {
     return reply;
 }
 
+SHttpReply withStatus(int status) {
+    SHttpReply reply;
+    reply.status = status;
+    if (status != 200)
+        reply.failure = statusText(status);
+    return reply;
+}
+
 // One exchange with a device whose peer is known and checked.
 class CExchange {
 public:
@@ -219,17 +227,16 @@ private:
     }
 
     SHttpReply judge(CURL* curl, CURLcode code, SReceived received, const char* detail) const {
+        if (received.rounds.refusedChallenge())
+            return withStatus(Unauthorized);
         if (code != CURLE_OK)
             return noStatus(failureText(curl, code, received, detail, request_.timeout));
         if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
             return noStatus(CutText);
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-        SHttpReply reply;
-        reply.status = static_cast<int>(status);
+        SHttpReply reply = withStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
-        if (reply.status != 200)
-            reply.failure = statusText(reply.status);
         return reply;
     }
 

@@ -28,6 +28,8 @@ void CHttpRounds::watch(CURL* curl) {
     if (isUnderWay_)
         endRound();
     curl_ = curl;
+    ofTransfer_ = 0;
+    refused_ = Refused::Nothing;
     curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, beforeConnection);
     curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, beforeRequest);
@@ -65,9 +67,13 @@ long CHttpRounds::bytesSent() const {
 
 // Whether the request under way has not left, or has been answered with the wish for another.
 bool CHttpRounds::maySend() {
-    const bool may = !isUnderWay_ || rounds_.back().status == Unauthorized || bytesSent() == bytesSentBefore_;
-    refusedRepetition_ = !may;
-    return may;
+    if (!isUnderWay_ || bytesSent() == bytesSentBefore_)
+        return true;
+    if (rounds_.back().status != Unauthorized)
+        refused_ = Refused::Repetition;
+    else if (ofTransfer_ == MostOfTransfer)
+        refused_ = Refused::Challenge;
+    return refused_ == Refused::Nothing;
 }
 
 // Before a connection is even tried, which could take long.
@@ -80,11 +86,14 @@ int CHttpRounds::beforeRequest(void* rounds, char* /*peerIp*/, char* /*ownIp*/, 
     auto& itself = *static_cast<CHttpRounds*>(rounds);
     if (!itself.maySend())
         return CURL_PREREQFUNC_ABORT;
-    if (itself.isUnderWay_ && itself.rounds_.back().status == 0)
-        itself.rounds_.pop_back(); // nothing of it went over the wire
-    else if (itself.isUnderWay_)
+    if (itself.isUnderWay_ && itself.rounds_.back().status == 0) { // nothing of it went over the wire
+        itself.rounds_.pop_back();
+        --itself.ofTransfer_;
+    } else if (itself.isUnderWay_) {
         itself.endRound();
+    }
     itself.rounds_.emplace_back();
+    ++itself.ofTransfer_;
     itself.isUnderWay_ = true;
     itself.bytesSentBefore_ = itself.bytesSent();
     return CURL_PREREQFUNC_OK;

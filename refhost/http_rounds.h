@@ -13,7 +13,7 @@ namespace corvane::refhost {
 // The requests of one exchange as they go over the wire: the first, and each that the device asked for by
 // turning the one before away (401). libcurl would send a request again whose kept connection ended without
 // an answer. A device may have obeyed it all the same, so that does not happen here: what has left this
-// machine is never sent twice unless the device asked.
+// machine is never sent twice unless the device asked. Nor for ever where it asks for ever.
 //
 // Used on the thread of the exchange.
 class CHttpRounds {
@@ -29,13 +29,19 @@ public:
     void headerLine(std::string_view line);
 
     // Whether libcurl wanted to send a request again that had left, and was not let.
-    bool refusedRepetition() const { return refusedRepetition_; }
+    bool refusedRepetition() const { return refused_ == Refused::Repetition; }
+    // Whether the device asked once more than a device that means it.
+    bool refusedChallenge() const { return refused_ == Refused::Challenge; }
     // The rounds so far, the last one ended now.
     std::vector<SHttpRound> end();
 
 private:
     static int beforeConnection(void* rounds, curl_socket_t socket, curlsocktype purpose);
     static int beforeRequest(void* rounds, char* peerIp, char* ownIp, int peerPort, int ownPort);
+
+    // The request, the answer to a challenge, and the answer to a nonce that had grown old by then.
+    static constexpr int MostOfTransfer = 3;
+    enum class Refused { Nothing, Repetition, Challenge };
 
     bool maySend();
     long bytesSent() const;
@@ -46,7 +52,8 @@ private:
     std::vector<SHttpRound> rounds_;
     bool isUnderWay_ = false;  // the last of the rounds
     long bytesSentBefore_ = 0; // by this transfer, before that round
-    bool refusedRepetition_ = false;
+    int ofTransfer_ = 0;
+    Refused refused_ = Refused::Nothing;
 };
 
 } // namespace corvane::refhost

@@ -70,6 +70,26 @@ TEST(HttpDigest, ANewNonceCostsOneRoundTripMore) {
     EXPECT_EQ(device.requests().size(), 4U);
 }
 
+TEST(HttpDigest, ADeviceThatAsksForEverIsRefused) {
+    int nonce = 0;
+    bool letsIn = true;
+    const CScriptedServer device([&](const SSentRequest& request) -> SScriptedReply {
+        if (letsIn && !request.header("Authorization").empty())
+            return {HttpReply(200, "let in")};
+        return {challenge("Digest", "n" + std::to_string(++nonce), true)};
+    });
+    std::string response;
+    ASSERT_THAT(Get(device.address(), response), IsSuccess());
+    letsIn = false;
+    for (const std::size_t rounds :
+         {6U, 3U}) { // the second time there is no challenge that it may have forgotten
+        const std::size_t before = device.requests().size();
+        EXPECT_THAT(Get(device.address(), response),
+                    IsError(RtnCode::AuthenticationFailed, Origin::Device, "HTTP status 401 Unauthorized"));
+        EXPECT_EQ(device.requests().size() - before, rounds);
+    }
+}
+
 TEST(HttpDigest, ADeviceThatHasForgottenItsNonceIsAskedAgain) {
     SDigestDevice state; // says nothing of staleness, as after a restart
     const CScriptedServer device([&](const SSentRequest& request) { return state(request); });

@@ -14,11 +14,11 @@
 namespace corvane::tests {
 namespace {
 
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SVornUrl;
 using testing::ElementsAre;
 using vorn_camera_base::v1_0::CVornCamera;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 using vorn_utility::v1_0::CHttpInterface;
 using vorn_utility::v1_0::CVornCgiLib;
 
