@@ -7,8 +7,6 @@
 
 #include "host/log.h"
 
-#include <boost/format.hpp>
-
 namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::LogDetail;
@@ -16,7 +14,6 @@ using device_handler::v1_0::UrlOfNoCodec;
 
 namespace {
 
-constexpr const char* UrlForm = "%s://%s:%s@%s%s%s%s%s";
 constexpr int FirstUrl = 0;
 constexpr int SecondUrl = 1; // while the first is taken by the video
 
@@ -43,13 +40,13 @@ std::string HostOf(const std::string& address) {
 
 std::string UrlText(const SStreamUrl& location, const CAuthentication& authentication,
                     const std::string& address) {
-    std::string url =
-        boost::str(boost::format(UrlForm) % location.scheme % authentication.getUsername() %
-                   authentication.getPassword() % HostOf(address) % (location.port.empty() ? "" : ":") %
-                   location.port % (location.path.front() == '/' ? "" : "/") % location.path);
+    std::string url = location.scheme + "://" + authentication.getUsername() + ":" +
+                      authentication.getPassword() + "@" + HostOf(address) +
+                      (location.port.empty() ? "" : ":") + location.port +
+                      (location.path.front() == '/' ? "" : "/") + location.path;
     const char* separator = "?";
     for (const auto& [name, value] : location.parameters) {
-        url += separator + boost::str(boost::format("%s=%s") % name % value);
+        url += separator + name + "=" + value;
         separator = "&";
     }
     return url;

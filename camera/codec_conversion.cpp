@@ -2,8 +2,6 @@
 
 #include "camera/numbers.h"
 
-#include <boost/format.hpp>
-
 #include <cmath>
 
 namespace corvane::panasonic_camera {
@@ -34,7 +32,7 @@ constexpr SQualityWord Mpeg4Best = {HighestQuality, "fine"}; // any other qualit
 COptional<std::string> Decimal(double value) {
     if (!std::isfinite(value))
         return {};
-    return boost::str(boost::format("%1%") % value);
+    return NumberText(value);
 }
 
 std::string Mpeg4Word(int quality) {

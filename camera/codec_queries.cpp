@@ -5,8 +5,6 @@
 #include "camera/panasonic_camera.h"
 #include "camera/stream_tables.h"
 
-#include <boost/format.hpp>
-
 #include <algorithm>
 #include <cmath>
 
@@ -168,7 +166,7 @@ CError CPanasonicCamera::getVideoCodecKeyFrameIntervalRange(int /*channel*/, int
     for (const std::string& entry : capabilityOrNone().getVideoCodecIInterval(codec, stream)) {
         const auto seconds = ParseNumber<double>(WithoutLeadingBlanks(entry));
         if (seconds && IsWhole(*seconds) && std::isfinite(*fps * *seconds))
-            range.emplace_back(boost::str(boost::format("%1%") % (*fps * *seconds)));
+            range.emplace_back(NumberText(*fps * *seconds));
     }
     return CError::Success();
 }

@@ -8,7 +8,6 @@
 
 #include "host/log.h"
 
-#include <boost/format.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 
@@ -240,7 +239,7 @@ CError CPanasonicCamera::checkVideoCodecSetting(int /*channel*/, VideoCodec code
         return CError::Success();
     for (int stream = FirstStream; stream <= SecondStream; ++stream) {
         const std::string key =
-            boost::str(boost::format("%s_%d_video_%s") % FindCodecName(codec)->name % stream % property);
+            std::string(FindCodecName(codec)->name) + "_" + std::to_string(stream) + "_video_" + property;
         for (int input = 0; input < model().videoInputs; ++input)
             (void)writeToInputDb(InputClass::Video, input, key, value);
     }

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -51,6 +52,15 @@ device_handler::v1_0::COptional<Number> ParseNumber(std::string_view text) {
         if (!std::isfinite(number))
             return {};
     return number;
+}
+
+// In decimal with up to six digits that count, as a stream writes it, whatever the process's locale.
+inline std::string NumberText(double number) {
+    constexpr int SignificantDigits = 6;
+    char text[32];
+    const auto end =
+        std::to_chars(text, text + sizeof text, number, std::chars_format::general, SignificantDigits);
+    return {text, end.ptr};
 }
 
 } // namespace corvane::panasonic_camera

@@ -7,8 +7,6 @@
 
 #include "host/log.h"
 
-#include <boost/format.hpp>
-
 #include <cstdlib>
 #include <limits>
 
@@ -18,7 +16,6 @@ using device_handler::v1_0::LogNotice;
 
 namespace {
 
-constexpr const char* PositionForm = "pan=%1%&tilt=%2%&zoom=%3%&iris=%4%&focus=%5%";
 constexpr const char* LowestPosition = "0";
 constexpr const char* HighestPosition = "10000";
 constexpr const char* PositionStep = "1";
@@ -33,6 +30,10 @@ constexpr int FineSpeedMaximum = 256;
 // "&ch=", counted from 1.
 std::string ChannelPart(int stream) {
     return "&ch=" + std::to_string(static_cast<long long>(stream) + 1);
+}
+
+std::string PositionText(int pan, int tilt, int zoom) {
+    return "pan=" + std::to_string(pan) + "&tilt=" + std::to_string(tilt) + "&zoom=" + std::to_string(zoom);
 }
 
 std::string Numbered(int number, int offset) {
@@ -82,8 +83,8 @@ CError CPanasonicCamera::sendPtzNoReload(const std::string& request) {
 }
 
 CError CPanasonicCamera::setAbsolutePtz(int /*stream*/, int pan, int tilt, int zoom) {
-    return sendPtz(boost::str(boost::format("%1%?pan=%2%&tilt=%3%&zoom=%4%") % cgi::Absctrl %
-                              ToCameraPanPos(pan) % ToCameraTiltPos(tilt) % ToCameraZoomPos(zoom)));
+    return sendPtz(std::string(cgi::Absctrl) + "?" +
+                   PositionText(ToCameraPanPos(pan), ToCameraTiltPos(tilt), ToCameraZoomPos(zoom)));
 }
 
 CError CPanasonicCamera::setPtzPanPos(int /*stream*/, CString pos) {
@@ -267,8 +268,7 @@ CError CPanasonicCamera::getPtzPosition(int /*stream*/, std::vector<CString>& ou
     if (CError error = readPositions({PanKey, TiltKey, ZoomKey}, values))
         return error;
     const auto text = [this](int pan, int tilt, int zoom) {
-        return boost::str(boost::format(PositionForm) % ToNvrPanPos(pan) % ToNvrTiltPos(tilt) %
-                          ToNvrZoomPos(zoom) % 0 % 0);
+        return PositionText(ToNvrPanPos(pan), ToNvrTiltPos(tilt), ToNvrZoomPos(zoom)) + "&iris=0&focus=0";
     };
     out.emplace_back(
         text(ReadNumber<int>(values[0]), ReadNumber<int>(values[1]), ReadNumber<int>(values[2])));

@@ -1,10 +1,20 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
-# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...]): one test program; each of its tests
-# runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN.
+# Made here, since a machine has only the locales of its own country.
+set(FOREIGN_LOCALE de_DE.UTF-8)
+set(foreign_locale_file ${CMAKE_BINARY_DIR}/locale/${FOREIGN_LOCALE}/LC_NUMERIC)
+add_custom_command(OUTPUT ${foreign_locale_file}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/locale
+  COMMAND localedef --no-archive -i de_DE -f UTF-8 ${CMAKE_BINARY_DIR}/locale/${FOREIGN_LOCALE}
+  VERBATIM)
+add_custom_target(foreign_locale DEPENDS ${foreign_locale_file})
+
+# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE]): one test program; each
+# of its tests runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN. With
+# FOREIGN_LOCALE every test runs once more under a locale with a decimal comma.
 function(vorn_test NAME)
-  cmake_parse_arguments(TEST "" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
+  cmake_parse_arguments(TEST "FOREIGN_LOCALE" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
@@ -18,6 +28,16 @@ function(vorn_test NAME)
     PROPERTIES
       TIMEOUT 900
       ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
+  if(TEST_FOREIGN_LOCALE)
+    target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/foreign_locale.cpp)
+    add_dependencies(${NAME} foreign_locale)
+    gtest_discover_tests(${NAME}
+      DISCOVERY_MODE PRE_TEST
+      TEST_PREFIX ForeignLocale.
+      PROPERTIES
+        TIMEOUT 900
+        ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin;VORN_FOREIGN_LOCALE=1;LC_ALL=${FOREIGN_LOCALE};LOCPATH=${CMAKE_BINARY_DIR}/locale")
+  endif()
   foreach(source ${TEST_SOURCES})
     cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
     set_property(GLOBAL APPEND PROPERTY VORN_TEST_SOURCES ${source})

@@ -6,8 +6,6 @@
 #include "refhost/rtsp_pipeline.h"
 #include "refhost/stream_location.h"
 
-#include <boost/format.hpp>
-
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
@@ -61,7 +59,7 @@ const SStreamUrl* findUrl(const SModelInfo& model, const SVideoStreamId& id) {
 }
 
 std::string recordKey(const SVideoStreamId& id, const char* property) {
-    return boost::str(boost::format("%1%_%2%_video_%3%") % codecText(id.codec) % id.stream % property);
+    return codecText(id.codec) + "_" + std::to_string(id.stream) + "_video_" + property;
 }
 
 } // namespace
