@@ -36,7 +36,9 @@ function(vorn_test NAME)
       TEST_PREFIX ForeignLocale.
       PROPERTIES
         TIMEOUT 900
-        ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin;VORN_FOREIGN_LOCALE=1;LC_ALL=${FOREIGN_LOCALE};LOCPATH=${CMAKE_BINARY_DIR}/locale")
+        ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin"
+        # A second list, since the discovery cuts each at its first value.
+        ENVIRONMENT_MODIFICATION "VORN_FOREIGN_LOCALE=set:${CMAKE_BINARY_DIR}/locale/${FOREIGN_LOCALE}")
   endif()
   foreach(source ${TEST_SOURCES})
     cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)

@@ -1,11 +1,11 @@
-// Linked into a test program: where the environment names a locale (LC_ALL), its tests run under that, and under a
-// C++ locale of the same kind: a decimal comma, and digits in groups.
+// Linked into a test program: where VORN_FOREIGN_LOCALE is the folder of a locale, its tests run under that,
+// and under a C++ locale of the same kind: a decimal comma, and digits in groups.
 
 #include <gtest/gtest.h>
 
 #include <clocale>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <locale>
 #include <string>
 
@@ -15,14 +15,19 @@ namespace {
 class CForeignPunctuation : public std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
     char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\1"; } // each digit
+    std::string do_grouping() const override { return "\3"; }
 };
 
 class CForeignLocale : public testing::Environment {
     void SetUp() override {
-        if (!std::getenv("VORN_FOREIGN_LOCALE"))
+        const char* const given = std::getenv("VORN_FOREIGN_LOCALE");
+        if (!given)
             return;
-        ASSERT_NE(std::setlocale(LC_ALL, ""), nullptr) << "the locale of LC_ALL is not there";
+        const std::filesystem::path folder = given;
+        setenv("LOCPATH", folder.parent_path().c_str(), 1);
+        setenv("LC_ALL", folder.filename().c_str(),
+               1); // what libraries and programs go by that are started later
+        ASSERT_NE(std::setlocale(LC_ALL, ""), nullptr) << folder;
         ASSERT_STREQ(std::localeconv()->decimal_point, ",");
         std::locale::global(std::locale(std::locale::classic(), new CForeignPunctuation));
     }
