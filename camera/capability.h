@@ -20,7 +20,9 @@ using device_handler::v1_0::VideoCodec;
 // the camera's first stream of the codec and anything else for its second; MJPEG has but one. `mode` is the
 // name of an image-capture mode as `getImageMode` lists them ("1_3m"); it may be empty.
 //
-// Lists are the value cut at each comma, so an empty value is a list of one empty text.
+// Lists are the value cut at each comma, so an empty value is a list of one empty text. A blank behind a
+// comma belongs to the entry: whoever compares entries compares all of it, and whoever reads a number in one
+// reads it behind its leading blanks (ReadNumber, ReadListNumber in camera/numbers.h).
 class CPanasonicCapability {
 public:
     explicit CPanasonicCapability(std::string text);

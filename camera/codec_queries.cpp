@@ -147,7 +147,7 @@ CError CPanasonicCamera::getVideoCodecFrameRateRange(int /*channel*/, int stream
         return error;
     const int maxFps = ReadNumber<int>(max);
     for (const std::string& entry : rates) {
-        const auto rate = ParseNumber<double>(WithoutLeadingBlanks(entry));
+        const auto rate = ReadListNumber(entry);
         if (rate && IsWhole(*rate) && *rate <= maxFps)
             range.emplace_back(entry);
     }
@@ -164,7 +164,7 @@ CError CPanasonicCamera::getVideoCodecKeyFrameIntervalRange(int /*channel*/, int
     if (!fps)
         return CError::Success();
     for (const std::string& entry : capabilityOrNone().getVideoCodecIInterval(codec, stream)) {
-        const auto seconds = ParseNumber<double>(WithoutLeadingBlanks(entry));
+        const auto seconds = ReadListNumber(entry);
         if (seconds && IsWhole(*seconds) && std::isfinite(*fps * *seconds))
             range.emplace_back(NumberText(*fps * *seconds));
     }

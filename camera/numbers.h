@@ -54,6 +54,11 @@ device_handler::v1_0::COptional<Number> ParseNumber(std::string_view text) {
     return number;
 }
 
+// The number that an entry of a capability's list is.
+inline device_handler::v1_0::COptional<double> ReadListNumber(std::string_view entry) {
+    return ParseNumber<double>(WithoutLeadingBlanks(entry));
+}
+
 // In decimal with up to six digits that count, as a stream writes it, whatever the process's locale.
 inline std::string NumberText(double number) {
     constexpr int SignificantDigits = 6;

@@ -67,7 +67,8 @@ public:
     CVornCamera& operator=(const CVornCamera&) = delete;
 
     // Brings the camera up: learns its model number (`preInit_getUnitModelName`) unless it was given, looks
-    // it up in the model list, and runs `customInitialize`. Fails with the error of the first step, with
+    // it up in the model list, and runs `customInitialize`. Where the number was given, the camera is asked
+    // last, for the prefix of its own name; that may fail. Fails with the error of the first step, with
     // (NotSupported, General) for a model that the list does not know, and with (NotAccessible, General) when
     // the device's own initialisation fails. May be repeated after a failure.
     CError initialize();
@@ -385,7 +386,8 @@ private:
     std::string address_;
     boost::shared_ptr<CVornModelList> modelList_;
     std::string modelNumber_;
-    const SModelInfo* model_; // never null
+    bool hasToldItsName_ = false; // preInit_getUnitModelName has succeeded
+    const SModelInfo* model_;     // never null
 
     std::mutex usesMutex_; // guards uses_
     // Each use is held by the pipelines of its stream.

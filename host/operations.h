@@ -35,7 +35,14 @@ struct SAnswer {
     Result result;                   // of an operation that returns a plain value
     std::vector<std::string> values; // the output arguments in order, a vector's entries one after another
     COptional<int> type;             // the value type of a range
-    std::vector<std::pair<std::string, std::string>> record; // field and value of a stream's record
+    // Of an operation that fills a stream's record: field and value of what is set in it.
+    using Record = std::vector<std::pair<std::string, std::string>>;
+    COptional<Record> record;
+
+    const Record& recordOrEmpty() const {
+        static const Record empty;
+        return record ? *record : empty;
+    }
 };
 
 using AnswerCallback = boost::function<void(const SAnswer&)>;
@@ -180,13 +187,15 @@ inline void AppendOutput(SAnswer& answer, vorn_camera_base::v1_0::CVAPI_VALUE_TY
 }
 // The fields that are set.
 inline void AppendOutput(SAnswer& answer, const vorn_camera_base::v1_0::SVornVidValsInDb& record) {
+    answer.record.emplace();
     for (const auto& field : vorn_camera_base::v1_0::VideoFields)
         if (const CString& value = record.*field.value; !value.empty())
-            answer.record.emplace_back(field.name, value.str());
+            answer.record->emplace_back(field.name, value.str());
 }
 inline void AppendOutput(SAnswer& answer, const vorn_camera_base::v1_0::SVornAudValsInDb& record) {
+    answer.record.emplace();
     if (!record.bitRate.empty())
-        answer.record.emplace_back(vorn_camera_base::v1_0::AudioBitRateField, record.bitRate.str());
+        answer.record->emplace_back(vorn_camera_base::v1_0::AudioBitRateField, record.bitRate.str());
 }
 template <class T>
 void AppendOutput(SAnswer& answer, const SInOut<T>& argument) {

@@ -51,9 +51,11 @@ CVornCamera::~CVornCamera() = default;
 
 CError CVornCamera::initialize() {
     std::string number = modelNumber_;
-    if (number.empty())
+    if (number.empty()) {
         if (CError error = preInit_getUnitModelName(number); error)
             return error;
+        hasToldItsName_ = true;
+    }
     const SModelInfo* known = modelList_->findModel(number);
     if (!known)
         return notSupported("the model list does not know the model \"" + number + "\"");
@@ -62,6 +64,9 @@ CError CVornCamera::initialize() {
     if (!customInitialize())
         return {RtnCode::NotAccessible, Origin::General,
                 "the device at " + address_ + " cannot be initialised"};
+    // Of a number that was given the prefix is the camera's to tell; without it the name is the number alone.
+    if (!hasToldItsName_)
+        hasToldItsName_ = !preInit_getUnitModelName(number);
     return CError::Success();
 }
 

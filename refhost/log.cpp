@@ -19,7 +19,7 @@ namespace {
 using device_handler::v1_0::LogFailure;
 using device_handler::v1_0::LogNotice;
 
-constexpr const char* LogPattern = "%Y-%m-%d %H:%M:%S.%e %l %v";
+constexpr const char* LogPattern = "%Y-%m-%d %H:%M:%S.%e %v";
 constexpr const char* TracePattern = "%v";
 
 spdlog::logger makeLogger(const char* pattern) {
@@ -46,10 +46,10 @@ SState& state() {
     return instance;
 }
 
-spdlog::level::level_enum severity(int level) {
+const char* nameOf(int level) {
     if (level >= LogFailure)
-        return spdlog::level::err;
-    return level >= LogNotice ? spdlog::level::warn : spdlog::level::info;
+        return "failure";
+    return level >= LogNotice ? "notice" : "detail";
 }
 
 // A device must not be able to forge lines of the log, nor to steer the terminal that shows it.
@@ -98,7 +98,7 @@ bool IsLogShown(int level) {
 
 void WriteLog(int level, const std::string& line) {
     if (IsLogShown(level))
-        state().log.log(severity(level), spdlog::string_view_t(onOneLine(MaskSecrets(line))));
+        state().log.info("{} {}", nameOf(level), onOneLine(MaskSecrets(line)));
 }
 
 void SetTrace(bool on) {

@@ -45,19 +45,34 @@ public:
             number = reported;
         return modelError ? *modelError : CError::Success();
     }
-    bool customInitialize() override { return usable; }
+    bool customInitialize() override {
+        askedBefore = asked;
+        return usable;
+    }
     int inputs() const { return model().videoInputs; }
 
     std::string reported = "GXE500";
     COptional<CError> modelError;
     bool usable = true;
     int asked = 0;
+    int askedBefore = 0; // its own initialisation
 };
 
-TEST(CameraInitialisation, AsksForTheModelNumberOnlyWhenNoneWasGiven) {
+TEST(CameraInitialisation, TakesTheModelNumberThatIsGivenAndAsksForItsPrefixLast) {
     CTestCamera given(contextOf("10.0.0.1"), TestModels(), "SC385");
-    EXPECT_THAT(given.initialize(), IsSuccess());
-    EXPECT_EQ(given.asked, 0);
+    given.modelError = CError(RtnCode::NotAccessible, Origin::Device, "away"); // which takes nothing away
+    for (const int asked : {1, 2, 2}) {
+        EXPECT_THAT(given.initialize(), IsSuccess());
+        EXPECT_EQ(given.asked, asked);
+        given.modelError = {};
+    }
+    EXPECT_EQ(given.askedBefore, 2);
+    CString number;
+    EXPECT_THAT(given.getUnitModelName(number), IsSuccess());
+    EXPECT_EQ(number, CString("SC385"));
+}
+
+TEST(CameraInitialisation, AsksForTheModelNumberFirstWhereNoneWasGiven) {
 
     CTestCamera asked(contextOf("10.0.0.1"), TestModels(), nullptr);
     CString name("old");
@@ -82,6 +97,7 @@ TEST(CameraInitialisation, FailsAtItsFirstFailingStepAndMayBeRepeated) {
     camera.usable = true;
     EXPECT_THAT(camera.initialize(), IsSuccess());
     EXPECT_EQ(camera.asked, 3);
+    EXPECT_EQ(camera.askedBefore, 3);
 }
 
 TEST(CameraBase, NamesInputsFromTheDatabaseAndElseByNumber) {
@@ -120,7 +136,7 @@ TEST(CameraBase, KeepsAudioAndPictureInTheDatabase) {
             told = answer.error->getCode() == 1
                        ? answer.values
                        : std::vector<std::string>{std::to_string(answer.error->getCode())};
-            for (const auto& [field, value] : answer.record)
+            for (const auto& [field, value] : answer.recordOrEmpty())
                 told.push_back(field + "=" + value);
         });
         return told;

@@ -80,6 +80,8 @@ TEST(Log, ShowsTheLinesOfItsLevelMaskedAndEachOnOneLine) {
     CDeviceContext device("10.0.0.1:8080", CAuthentication("admin", "can4ry"), nullptr);
     device.setAuthentication(CAuthentication("admin", "can4ry2"));
     const std::string shown = CapturedStderr([&] {
+        SetLogLevel(LogDetail);
+        device.log(LogDetail, "first");
         SetLogLevel(LogNotice);
         device.log(LogDetail, "too low");
         device.log(LogNotice, "%s: %d {} can4ry\nforged\x7F\xC2\x9B can4ry2", "text", 7);
@@ -87,10 +89,11 @@ TEST(Log, ShowsTheLinesOfItsLevelMaskedAndEachOnOneLine) {
         SetLogLevel(LogFailure);
         device.log(LogNotice, "too low by now");
     });
-    EXPECT_THAT(shown, HasSubstr("10.0.0.1:8080: text: 7 {} *** forged    ***\n"));
-    EXPECT_THAT(shown, HasSubstr(std::string(5000, 'x') + "\n"));
+    EXPECT_THAT(shown, HasSubstr(" notice 10.0.0.1:8080: text: 7 {} *** forged    ***\n"));
+    EXPECT_THAT(shown, HasSubstr(" failure " + std::string(5000, 'x') + "\n"));
     EXPECT_THAT(shown, Not(HasSubstr("too low")));
-    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 2);
+    EXPECT_THAT(shown, HasSubstr(" detail 10.0.0.1:8080: first\n"));
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 3);
 }
 
 TEST(Trace, IsOneJsonLineWithNothingSecret) {

@@ -32,9 +32,13 @@ TEST(Answers, OfAnOperationThatReturnsAnError) {
 
     SAnswer record;
     record.error = CError::Success();
-    record.record = {{"frameRate", "30"}, {"bitRate", ""}};
+    record.record = SAnswer::Record{{"frameRate", "30"}, {"bitRate", ""}};
     EXPECT_EQ(Line(record), R"({"operation":"op","arguments":[],"code":1,"origin":0,"text":"",)"
                             R"("values":[],"record":{"frameRate":"30","bitRate":""},"ms":0.4})"
+                            "\n");
+    record.record = SAnswer::Record{}; // nothing in it is set
+    EXPECT_EQ(Line(record), R"({"operation":"op","arguments":[],"code":1,"origin":0,"text":"",)"
+                            R"("values":[],"record":{},"ms":0.4})"
                             "\n");
 }
 

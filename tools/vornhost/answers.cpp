@@ -36,7 +36,7 @@ std::string LabelledLines(const char* label, const std::vector<std::string>& tex
 
 std::vector<std::string> RecordTexts(const SAnswer& answer) {
     std::vector<std::string> texts;
-    for (const auto& [field, value] : answer.record)
+    for (const auto& [field, value] : answer.recordOrEmpty())
         texts.push_back(field + "=" + value);
     return texts;
 }
@@ -56,9 +56,9 @@ ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed) {
     json["values"] = answer.values;
     if (answer.type)
         json["type"] = *answer.type;
-    if (!answer.record.empty()) {
+    if (answer.record) {
         ordered_json& record = json["record"] = ordered_json::object();
-        for (const auto& [field, value] : answer.record)
+        for (const auto& [field, value] : *answer.record)
             record[field] = value;
     }
     json["ms"] = RoundedMilliseconds(timed.milliseconds);

@@ -63,7 +63,7 @@ void RequireOperation(const COperationRegistry& operations, const SCall& call) {
 
 std::string RecordArgument(const device_handler::v1_0::SAnswer& answer) {
     std::string text;
-    for (const auto& [field, value] : answer.record)
+    for (const auto& [field, value] : answer.recordOrEmpty())
         text += (text.empty() ? "" : ";") + field + "=" + value;
     return text;
 }

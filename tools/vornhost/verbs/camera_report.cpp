@@ -49,9 +49,10 @@ constexpr struct {
 };
 
 std::string FieldOf(const SAnswer& answer, const std::string& field) {
-    const auto found = std::find_if(answer.record.begin(), answer.record.end(),
+    const SAnswer::Record& record = answer.recordOrEmpty();
+    const auto found = std::find_if(record.begin(), record.end(),
                                     [&field](const auto& entry) { return entry.first == field; });
-    return found == answer.record.end() ? "" : found->second;
+    return found == record.end() ? "" : found->second;
 }
 
 std::string StepsText(const std::string& minimum, const std::string& maximum, const std::string& step) {
