@@ -21,6 +21,10 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t LargestReplyMebibytes = 16;
 constexpr std::size_t LargestReply = LargestReplyMebibytes << 20;
+// libcurl keeps every line of the header, and of a trailer behind the body; a camera's header has some
+// twenty.
+constexpr std::size_t LargestHeaderKibibytes = 256;
+constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
 
@@ -36,16 +40,22 @@ COptional<unsigned long> curlAuthentication(const std::string& scheme) {
     return {};
 }
 
-// What arrives of a reply. The headers are bounded by libcurl.
+// What arrives of a reply: every byte of it counts, those of headers and trailers too.
 struct SReceived {
     CHttpRounds& rounds;
     std::string body;
+    std::size_t headerSize = 0;
     bool headersEnded = false;
-    bool tooLarge = false;
+    bool isHeaderTooLarge = false;
+    bool isBodyTooLarge = false;
 };
 
 std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
     auto& reply = *static_cast<SReceived*>(received);
+    reply.headerSize += size;
+    reply.isHeaderTooLarge = reply.headerSize > LargestHeader;
+    if (reply.isHeaderTooLarge)
+        return 0;
     const std::string_view line(data, size);
     reply.rounds.headerLine(line);
     if (line.substr(0, 5) == "HTTP/")
@@ -57,8 +67,8 @@ std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
 
 std::size_t onBody(char* data, std::size_t, std::size_t size, void* received) {
     auto& reply = *static_cast<SReceived*>(received);
-    reply.tooLarge = reply.body.size() + size > LargestReply;
-    if (reply.tooLarge)
+    reply.isBodyTooLarge = reply.body.size() + size > LargestReply;
+    if (reply.isBodyTooLarge)
         return 0;
     reply.body.append(data, size);
     return size;
@@ -126,8 +136,10 @@ std::string failureText(CURL* curl, CURLcode code, const SReceived& received, co
                         int timeout) {
     if (received.rounds.refusedRepetition())
         return CutText;
-    if (received.tooLarge)
+    if (received.isBodyTooLarge)
         return "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB";
+    if (received.isHeaderTooLarge)
+        return "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB";
     if (code == CURLE_OPERATION_TIMEDOUT)
         return timedOutText(timeout);
     long systemError = 0;

@@ -20,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* CutText = "connection closed in the middle of the reply";
 constexpr const char* NotHttpText = "the reply is not HTTP";
+constexpr const char* HeaderTooLargeText = "the reply's header is larger than 256 KiB";
 constexpr const char* TooLargeText = "the reply is larger than 16 MiB";
 
 struct SFailure {
@@ -51,6 +52,23 @@ std::string endlessHeaders() {
     std::string bytes = OkHead;
     for (int i = 0; i < 1024; ++i)
         bytes += "X-Filler: " + std::string(1024, 'x') + "\r\n";
+    return bytes;
+}
+
+// libcurl gives each line on, and would keep them all.
+std::string endlessTrailers() {
+    std::string bytes = OkHead + "Transfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n";
+    const std::string trailer = "X-Filler: " + std::string(1024, 'x') + "\r\n";
+    for (int i = 0; i < 1024; ++i)
+        bytes += trailer;
+    return bytes;
+}
+
+std::string endlessContinues() {
+    std::string bytes;
+    const std::string head = "HTTP/1.1 100 Continue\r\nX-Filler: " + std::string(1024, 'x') + "\r\n\r\n";
+    for (int i = 0; i < 1024; ++i)
+        bytes += head;
     return bytes;
 }
 
@@ -109,7 +127,21 @@ const SFailure Failures[] = {
      RtnCode::NotAccessible,
      0},
     {"EndlessBody", {endlessChunks(), SScriptedReply::Stall}, TooLargeText, RtnCode::NotAccessible, 0},
-    {"EndlessHeaders", {endlessHeaders(), SScriptedReply::Stall}, "headers", RtnCode::NotAccessible, 0},
+    {"EndlessTrailers",
+     {endlessTrailers(), SScriptedReply::Stall},
+     HeaderTooLargeText,
+     RtnCode::NotAccessible,
+     0},
+    {"EndlessContinues",
+     {endlessContinues(), SScriptedReply::Stall},
+     HeaderTooLargeText,
+     RtnCode::NotAccessible,
+     0},
+    {"EndlessHeaders",
+     {endlessHeaders(), SScriptedReply::Stall},
+     HeaderTooLargeText,
+     RtnCode::NotAccessible,
+     0},
 };
 
 TEST_P(HttpFailure, IsToldAndLeavesTheOutputsAlone) {
