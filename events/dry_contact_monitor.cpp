@@ -15,6 +15,11 @@ namespace {
 
 constexpr long ConnectSeconds = 15;
 constexpr long HttpOk = 200;
+// Any that a camera may ask for: of the others a stranger could learn the password or this machine's name.
+constexpr unsigned long AuthSchemes = CURLAUTH_DIGEST | CURLAUTH_BASIC;
+constexpr std::size_t LargestHeader = std::size_t{256} << 10;
+// The request, the answer to a challenge, and the answer to a nonce that had grown old by then.
+constexpr int MostRounds = 3;
 constexpr long RefusedStatuses[] = {401, 403, 404};
 constexpr int LongestPoll = std::numeric_limits<int>::max(); // milliseconds; what happens wakes it
 
@@ -66,11 +71,13 @@ public:
     bool setOptions(const std::string& credentials, const std::string& url, CDryContactMonitor* monitor) {
         return set(CURLOPT_NOSIGNAL, 1L) && set(CURLOPT_TCP_NODELAY, 1L) &&
                set(CURLOPT_USERPWD, credentials.c_str()) && set(CURLOPT_URL, url.c_str()) &&
-               set(CURLOPT_HTTPAUTH, CURLAUTH_ANY) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
+               set(CURLOPT_HTTPAUTH, AuthSchemes) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
                set(CURLOPT_WRITEDATA, monitor) && set(CURLOPT_CONNECTTIMEOUT, ConnectSeconds) &&
                // Beyond what the camera needs: cameras are on the recorder's own network, an address that
                // looks like another protocol's is none, and a name server must not hold up a stop.
-               set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L);
+               set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L) &&
+               set(CURLOPT_HEADERFUNCTION, takeHeaderLine) && set(CURLOPT_HEADERDATA, this) &&
+               set(CURLOPT_PREREQFUNCTION, takeRound) && set(CURLOPT_PREREQDATA, this);
     }
 
     enum class End {
@@ -81,12 +88,14 @@ public:
 
     // Runs the request to its end.
     End perform() {
+        headerBytes_ = 0;
+        rounds_ = 0;
         if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
             return End::Failed;
         const CURLcode result = runToItsEnd();
         curl_multi_remove_handle(multi_, easy_);
         const long answer = status();
-        const bool isWhole = result == CURLE_OK || result == CURLE_WRITE_ERROR;
+        const bool isWhole = result == CURLE_OK || result == CURLE_WRITE_ERROR || rounds_ > MostRounds;
         if (isWhole && std::find(std::begin(RefusedStatuses), std::end(RefusedStatuses), answer) !=
                            std::end(RefusedStatuses))
             return End::Refused;
@@ -127,8 +136,24 @@ private:
         return message ? message->data.result : CURLE_ABORTED_BY_CALLBACK; // broken off
     }
 
+    // libcurl keeps each line, those of a trailer behind the body too.
+    static size_t takeHeaderLine(char* /*line*/, size_t /*size*/, size_t count, void* transfer) {
+        auto& headerBytes = static_cast<CTransfer*>(transfer)->headerBytes_;
+        headerBytes += count;
+        return headerBytes > LargestHeader ? 0 : count;
+    }
+
+    // A camera that asks for credentials once more than one that means it is refused.
+    static int takeRound(void* transfer, char* /*peerIp*/, char* /*ownIp*/, int /*peerPort*/,
+                         int /*ownPort*/) {
+        return ++static_cast<CTransfer*>(transfer)->rounds_ > MostRounds ? CURL_PREREQFUNC_ABORT
+                                                                         : CURL_PREREQFUNC_OK;
+    }
+
     CURL* const easy_;
     CURLM* const multi_;
+    std::size_t headerBytes_ = 0; // of the request under way
+    int rounds_ = 0;              // likewise
     std::atomic<bool> broken_{false};
 };
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -96,10 +97,12 @@ std::string SVornEventSynth::string(guint property) {
     return field(property).text;
 }
 
-// Throws what is to be told of a text that does not fit. Cut, it would be another camera's address, or
-// another user.
+// Throws what is to be told of a text that cannot be used. Cut, it would be another camera's address, or
+// another user; so would a name be at its colon.
 void SVornEventSynth::requireTexts() {
     const std::lock_guard<std::mutex> held(stringLock);
+    if (std::strchr(username.data(), ':'))
+        throw std::invalid_argument("the camera's user name has a colon in it, which ends a name for HTTP");
     for (const STextName& row : TextNames)
         if (unfitTexts & 1U << row.property)
             throw std::length_error(std::string("the camera's ") + row.name + " is longer than the " +

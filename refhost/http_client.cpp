@@ -28,10 +28,13 @@ constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
 
+// "ANY" is any that a camera speaks. Of the others a stranger that is taken for a camera could learn what to
+// find the password out with, and this machine's name.
 constexpr struct {
     const char* name;
     unsigned long curlAuthentication;
-} AuthSchemes[] = {{"ANY", CURLAUTH_ANY}, {"BASIC", CURLAUTH_BASIC}, {"DIGEST", CURLAUTH_DIGEST}};
+} AuthSchemes[] = {
+    {"ANY", CURLAUTH_DIGEST | CURLAUTH_BASIC}, {"BASIC", CURLAUTH_BASIC}, {"DIGEST", CURLAUTH_DIGEST}};
 
 COptional<unsigned long> curlAuthentication(const std::string& scheme) {
     for (const auto& row : AuthSchemes)

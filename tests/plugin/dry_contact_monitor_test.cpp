@@ -165,6 +165,36 @@ TEST_F(DryContactMonitor, AnotherStatusThan200IsAFailureAndItsBodyNoData) {
     }
 }
 
+TEST_F(DryContactMonitor, WhatACameraAsksAndSendsIsBounded) {
+    const std::string filler = "X-Filler: " + std::string(1'000, 'x') + "\r\n";
+    std::string endless = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\nx\r\n0\r\n";
+    for (int i = 0; i < 300; ++i)
+        endless += filler;
+    const struct {
+        std::string reply;
+        std::size_t requests; // before the hour
+    } cases[] = {
+        {endless, 2}, // a trailer of which every line is kept
+        {"HTTP/1.1 401 x\r\nWWW-Authenticate: Digest realm=\"c\", nonce=\"n\", qop=\"auth\", stale=true\r\n"
+         "Content-Length: 0\r\nConnection: close\r\n\r\n",
+         3},
+        {"HTTP/1.1 401 x\r\nWWW-Authenticate: NTLM\r\nWWW-Authenticate: Negotiate\r\n"
+         "Content-Length: 0\r\nConnection: close\r\n\r\n",
+         1},
+    };
+    for (const auto& c : cases) {
+        CStubCamera camera;
+        camera.reply("/cgi-bin/get_io", c.reply);
+        const auto monitor = makeMonitor(camera.address());
+        CHeard heard;
+        monitor->StartMonitor(1, heard.listener());
+        ASSERT_TRUE(camera.waitForRequests("/cgi-bin/get_io", c.requests));
+        ASSERT_TRUE(heard.waitForCount(c.requests == 2 ? 2 : 1));
+        monitor->StopMonitor(1);
+        EXPECT_EQ(camera.requests().size(), c.requests);
+    }
+}
+
 TEST(RetryPace, DoublesAndIsSlowerWhereTheCameraRefuses) {
     CRetryPace pace({});
     const auto waits = [&](std::chrono::milliseconds (CRetryPace::*after)(), int count) {

@@ -243,6 +243,12 @@ TEST_F(EventElement, ATextThatDoesNotFitFailsTheElementAndNothingIsSent) {
     }
     EXPECT_EQ(camera.requestCount(), 0U);
 
+    CPlayedElement otherUser(camera.address()); // HTTP ends a name there
+    g_object_set(otherUser.source(), "username", "us:er", nullptr);
+    otherUser.set(GST_STATE_PLAYING);
+    EXPECT_THAT(otherUser.postedError(), testing::HasSubstr("the camera's user name has a colon in it"));
+    EXPECT_EQ(camera.requestCount(), 0U);
+
     CPlayedElement element(camera.address()); // what is set to one that fits has not been said
     g_object_set(element.source(), "username", std::string(256, 'x').c_str(), nullptr);
     g_object_set(element.source(), "username", "admin", nullptr);

@@ -127,6 +127,30 @@ TEST(HttpDigest, TheSchemeThatIsAskedForIsTheOnlyOneUsed) {
         EXPECT_EQ(request.header("Authorization"), "");
 }
 
+// NTLM and Negotiate would give a stranger something to find the password out with.
+TEST(HttpDigest, OnlyDigestAndBasicAreSpoken) {
+    for (const std::string offered : {"NTLM", "Negotiate", "Bearer", "NTLM\r\nWWW-Authenticate: Negotiate"}) {
+        const CScriptedServer device([&](const SSentRequest&) -> SScriptedReply {
+            return {HttpReply(401, "", "WWW-Authenticate: " + offered + "\r\n")};
+        });
+        std::string response;
+        EXPECT_THAT(Get(device.address(), response),
+                    IsError(RtnCode::AuthenticationFailed, Origin::Device, "HTTP status 401 Unauthorized"));
+        EXPECT_EQ(device.requests().size(), 1U) << offered;
+        EXPECT_EQ(device.requests()[0].header("Authorization"), "");
+    }
+    // Beside them Digest is still taken.
+    const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
+        if (request.header("Authorization").find("Digest ") == 0)
+            return {HttpReply(200, "let in")};
+        return {HttpReply(401, "",
+                          "WWW-Authenticate: Negotiate\r\nWWW-Authenticate: NTLM\r\n"
+                          "WWW-Authenticate: Digest realm=\"camera\", nonce=\"n\", qop=\"auth\"\r\n")};
+    });
+    std::string response;
+    EXPECT_THAT(Get(device.address(), response), IsSuccess());
+}
+
 TEST(HttpDigest, APostArrivesWholeThroughTheChallenge) {
     SDigestDevice state;
     const CScriptedServer device([&](const SSentRequest& request) { return state(request); });
