@@ -1,11 +1,13 @@
 #include "refhost/log.h"
 
 #include "host/log.h"
+#include "refhost/printable_text.h"
 
 #include <nlohmann/json.hpp>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <memory>
@@ -54,16 +56,9 @@ const char* nameOf(int level) {
 
 // A device must not be able to forge lines of the log, nor to steer the terminal that shows it.
 std::string onOneLine(std::string line) {
-    constexpr auto ControlLead = static_cast<char>(0xC2); // of U+0080 to U+009F, which are controls too
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(line[i]);
-        const bool endsControl = i > 0 && line[i - 1] == ControlLead && byte >= 0x80 && byte <= 0x9F;
-        if (byte < ' ' || byte == 0x7F || endsControl)
-            line[i] = ' ';
-        if (endsControl)
-            line[i - 1] = ' ';
-    }
-    return line;
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+    return PrintableText(line);
 }
 
 std::string traceLine(const SHttpExchange& exchange, const SHttpRound& round) {
@@ -73,7 +68,7 @@ std::string traceLine(const SHttpExchange& exchange, const SHttpRound& round) {
                                          {"body", MaskSecrets(exchange.body)},
                                          {"status", round.status},
                                          {"ms", std::round(round.milliseconds * 1000) / 1000}};
-    return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    return JsonText(line);
 }
 
 void showTrace(const SHttpExchange& exchange) {

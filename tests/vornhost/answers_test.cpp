@@ -65,6 +65,12 @@ TEST(Answers, AreOneLineOfUtf8WhateverTheyHold) {
     answer.result = std::string("\xFF\n\x1b");
     EXPECT_EQ(Line(answer), "{\"operation\":\"op\",\"arguments\":[],\"result\":\"\xEF\xBF\xBD\\n\\u001b\","
                             "\"values\":[],\"ms\":0.4}\n");
+    // What a terminal would obey, or show in another order.
+    answer.result = std::string("\x7F\xC2\x80\xC2\x9B\xE2\x80\xAE\xC3\xBC\xF0\x9F\x98\x80");
+    EXPECT_EQ(
+        Line(answer),
+        "{\"operation\":\"op\",\"arguments\":[],"
+        "\"result\":\"\\u007f\\u0080\\u009b\\u202e\xC3\xBC\xF0\x9F\x98\x80\",\"values\":[],\"ms\":0.4}\n");
     EXPECT_EQ(JsonLine(ErrorJson("a\xC3", "b")), "{\"operation\":\"a\xEF\xBF\xBD\",\"error\":\"b\"}\n");
 }
 

@@ -17,6 +17,7 @@ TEST(NearNames, FindSlipsOfThePen) {
     EXPECT_THAT(NearNames("GetCameraSetting", names), ElementsAre("setting.GetCameraSetting"));
     EXPECT_THAT(NearNames("rebootDevice", names), IsEmpty());
     EXPECT_THAT(NearNames("", names), IsEmpty());
+    EXPECT_THAT(NearNames(std::string(101, 'x'), {std::string(101, 'x')}), IsEmpty()); // nobody's
     EXPECT_THAT(NearNames("ab", {"aa", "ac", "ad", "ae"}), testing::SizeIs(3));
 }
 

@@ -33,6 +33,14 @@ TEST(TerminalText, NothingThatSteersATerminalGetsThrough) {
         EXPECT_EQ(PrintableText(test.text), test.printable);
 }
 
+TEST(TerminalText, IsCutWhereNobodyReadsOnAndSaysSo) {
+    EXPECT_EQ(PrintableText(std::string(4'000, 'x')), std::string(4'000, 'x'));
+    EXPECT_EQ(PrintableText(std::string(1'000'000, 'x')),
+              std::string(4'000, 'x') + "... and 996000 bytes more");
+    const std::string cut = PrintableText(std::string(3'999, 'x') + "\xC3\xBC" + "y"); // at a whole character
+    EXPECT_EQ(cut, std::string(3'999, 'x') + "\xC3\xBC... and 1 bytes more");
+}
+
 TEST(TerminalText, WidthCountsColumns) {
     EXPECT_EQ(DisplayWidth("abc"), 3U);
     EXPECT_EQ(DisplayWidth("\xC3\xBC"), 1U);
@@ -45,6 +53,8 @@ TEST(TerminalText, WrapsAtBlanksAndCutsWhatHasNone) {
     EXPECT_THAT(Wrap("", 5), testing::ElementsAre(""));
     EXPECT_THAT(Wrap("ab cd ef", 5), testing::ElementsAre("ab cd", "ef"));
     EXPECT_THAT(Wrap("abcdefgh", 5), testing::ElementsAre("abcde", "fgh"));
+    EXPECT_THAT(Wrap("ab abcdefgh", 5), testing::ElementsAre("ab", "abcde", "fgh"));
+    EXPECT_THAT(Wrap("abcde f", 5), testing::ElementsAre("abcde", "f"));
     EXPECT_THAT(Wrap("\xE6\x9D\xB1\xE6\x9D\xB1", 1),
                 testing::ElementsAre("\xE6\x9D\xB1", "\xE6\x9D\xB1")); // wider than the column
 }

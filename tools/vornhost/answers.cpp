@@ -1,5 +1,6 @@
 #include "tools/vornhost/answers.h"
 
+#include "refhost/printable_text.h"
 #include "tools/vornhost/terminal_text.h"
 
 #include <cmath>
@@ -70,7 +71,7 @@ ordered_json ErrorJson(const std::string& operation, const std::string& error) {
 }
 
 std::string JsonLine(const ordered_json& value) {
-    return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    return refhost::JsonText(value) + "\n";
 }
 
 double RoundedMilliseconds(double milliseconds) {

@@ -9,6 +9,7 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr std::size_t MostNames = 3;
+constexpr std::size_t LongestName = 100; // no operation's is as long, and a distance takes time by the length
 
 char Lower(char character) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
@@ -42,6 +43,8 @@ std::size_t Distance(const std::string& name, const std::string& candidate) {
 } // namespace
 
 std::vector<std::string> NearNames(const std::string& name, const std::vector<std::string>& names) {
+    if (name.size() > LongestName)
+        return {};
     const std::size_t farthest = 2 + name.size() / 6;
     std::vector<std::pair<std::size_t, std::string>> ranked;
     for (const std::string& candidate : names)

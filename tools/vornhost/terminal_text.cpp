@@ -1,44 +1,20 @@
 #include "tools/vornhost/terminal_text.h"
 
+#include "refhost/printable_text.h"
+
 #include <glib.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
+#include <string_view>
 
 namespace corvane::vornhost {
+
+using refhost::CharacterAt;
+using refhost::SCharacter;
+
 namespace {
 
-constexpr char32_t Invalid = 0xFFFFFFFF;
-constexpr const char* Replacement = "\xEF\xBF\xBD";
-
-struct SCharacter {
-    char32_t code;
-    std::size_t length; // bytes
-};
-
-struct SCodeRange {
-    char32_t first, last;
-};
-
-constexpr SCodeRange Unprintable[] = {
-    {0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200E, 0x200F},
-    {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFFF9, 0xFFFB},
-};
-
-bool IsPrintable(char32_t code) {
-    return code != Invalid &&
-           std::none_of(std::begin(Unprintable), std::end(Unprintable), [code](const SCodeRange& range) {
-               return range.first <= code && code <= range.last;
-           });
-}
-
-SCharacter Decode(const std::string& text, std::size_t at) {
-    const gunichar code = g_utf8_get_char_validated(text.data() + at, static_cast<gssize>(text.size() - at));
-    if (g_unichar_validate(code) == FALSE)
-        return {Invalid, 1};
-    return {code, static_cast<std::size_t>(g_unichar_to_utf8(code, nullptr))};
-}
+constexpr std::size_t MostForEyes = 4'000; // bytes
 
 std::size_t WidthOf(char32_t code) {
     if (g_unichar_iszerowidth(code) != FALSE)
@@ -51,7 +27,7 @@ std::size_t EndOfFitting(const std::string& text, std::size_t start, std::size_t
     std::size_t used = 0;
     std::size_t at = start;
     while (at < text.size()) {
-        const SCharacter character = Decode(text, at);
+        const SCharacter character = CharacterAt(text, at);
         used += WidthOf(character.code);
         if (used > width && at > start)
             break;
@@ -63,22 +39,19 @@ std::size_t EndOfFitting(const std::string& text, std::size_t start, std::size_t
 } // namespace
 
 std::string PrintableText(const std::string& text) {
-    std::string printable;
-    for (std::size_t at = 0; at < text.size();) {
-        const SCharacter character = Decode(text, at);
-        if (IsPrintable(character.code))
-            printable.append(text, at, character.length);
-        else
-            printable += Replacement;
-        at += character.length;
-    }
-    return printable;
+    if (text.size() <= MostForEyes)
+        return refhost::PrintableText(text);
+    std::size_t end = 0;
+    while (end < MostForEyes)
+        end += CharacterAt(text, end).length;
+    return refhost::PrintableText(text.substr(0, end)) + "... and " + std::to_string(text.size() - end) +
+           " bytes more";
 }
 
 std::size_t DisplayWidth(const std::string& text) {
     std::size_t width = 0;
     for (std::size_t at = 0; at < text.size();) {
-        const SCharacter character = Decode(text, at);
+        const SCharacter character = CharacterAt(text, at);
         width += WidthOf(character.code);
         at += character.length;
     }
@@ -95,10 +68,11 @@ std::vector<std::string> Wrap(const std::string& text, std::size_t width) {
     for (std::size_t start = 0; start < text.size() || lines.empty();) {
         std::size_t end = EndOfFitting(text, start, width);
         std::size_t next = end;
-        const std::size_t blank = end < text.size() ? text.rfind(' ', end) : std::string::npos;
-        if (blank != std::string::npos && blank > start) {
-            end = blank;
-            next = blank + 1;
+        const std::string_view line = std::string_view(text).substr(start, end - start + 1);
+        const std::size_t blank = end < text.size() ? line.rfind(' ') : std::string::npos;
+        if (blank != std::string::npos && blank > 0) {
+            end = start + blank;
+            next = end + 1;
         }
         lines.push_back(text.substr(start, end - start));
         start = next;

@@ -5,8 +5,8 @@
 
 namespace corvane::vornhost {
 
-// Text from a device made fit for a terminal: bytes that are no UTF-8, control characters and characters that
-// change the writing direction become U+FFFD.
+// Text from outside made fit for a terminal (refhost/printable_text.h), and cut where it is longer than
+// anybody reads; the end then says so.
 std::string PrintableText(const std::string& text);
 
 // How many columns a printable text takes: two for a wide East Asian character, none for a combining one.
