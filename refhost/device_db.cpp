@@ -1,11 +1,16 @@
 #include "refhost/device_db.h"
 
 #include "refhost/log.h"
+#include "refhost/private_file.h"
 
 #include "host/log.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <mutex>
 #include <utility>
 
@@ -57,6 +62,18 @@ constexpr const char* WriteInputValue =
     "INSERT INTO input_value VALUES (?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
     "value = excluded.value WHERE value <> excluded.value";
 
+// So that SQLite, which would give a new file to everybody, finds one that is the owner's alone; what it
+// writes beside it has the same rights.
+std::string madePrivate(const std::string& file) {
+    if (file.empty())
+        return InMemory;
+    const int descriptor = OpenPrivateFile(file, O_RDWR | O_CREAT);
+    if (descriptor < 0)
+        throw CDeviceDbError(PrivateFileFailure(errno));
+    ::close(descriptor);
+    return file;
+}
+
 std::string shownName(const std::string& file) {
     return file.empty() ? "the device database in memory" : file;
 }
@@ -91,8 +108,7 @@ class CDeviceDb::CConnection {
 public:
     explicit CConnection(const std::string& file)
         : name_(shownName(file)),
-          database_(file.empty() ? InMemory : file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
-                    BusyTimeoutMilliseconds) {
+          database_(madePrivate(file), SQLite::OPEN_READWRITE, BusyTimeoutMilliseconds) {
         database_.exec(Durability);
         SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
         requireIntact(database_);
@@ -120,6 +136,8 @@ public:
         });
     }
 
+    void requireWritable();
+
 private:
     template <class... Values>
     static void bindAll(SQLite::Statement& statement, const Values&... values) {
@@ -141,6 +159,15 @@ private:
     std::mutex mutex_; // guards database_
     SQLite::Database database_;
 };
+
+void CDeviceDb::CConnection::requireWritable() {
+    guarded([&] {
+        const SQLite::Transaction takenBack(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement statement(database_, WriteValue);
+        bindAll(statement, std::string(), std::string(), std::string());
+        return statement.exec();
+    });
+}
 
 class CDeviceDb::CProxy : public IDeviceDbProxy {
 public:
@@ -227,6 +254,10 @@ COptional<std::string> CDeviceDb::familyAt(const std::string& address) const {
 void CDeviceDb::registerDevice(const std::string& address, const std::string& familyName,
                                const std::string& serialNumber) {
     connection_->write(WriteDevice, address, familyName, serialNumber);
+}
+
+void CDeviceDb::requireWritable() {
+    connection_->requireWritable();
 }
 
 boost::shared_ptr<IDeviceDbProxy> CDeviceDb::proxy(const std::string& address) {

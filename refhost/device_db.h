@@ -22,7 +22,8 @@ public:
 // operations may be called from any thread; several processes may have one file open.
 class CDeviceDb : public std::enable_shared_from_this<CDeviceDb> {
 public:
-    // Opens or creates the database; an empty `file` keeps it in memory. Throws CDeviceDbError.
+    // Opens or creates the database, a new one for its owner alone; an empty `file` keeps it in memory.
+    // Throws CDeviceDbError.
     static std::shared_ptr<CDeviceDb> open(const std::string& file);
     ~CDeviceDb();
     CDeviceDb(const CDeviceDb&) = delete;
@@ -33,6 +34,9 @@ public:
     device_handler::v1_0::COptional<std::string> familyAt(const std::string& address) const;
     void registerDevice(const std::string& address, const std::string& familyName,
                         const std::string& serialNumber);
+
+    // Throws CDeviceDbError when a write would fail now; nothing is changed.
+    void requireWritable();
 
     // The record of the device at the address; it keeps the database open.
     boost::shared_ptr<device_handler::v1_0::IDeviceDbProxy> proxy(const std::string& address);

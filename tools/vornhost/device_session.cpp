@@ -106,6 +106,16 @@ void CDeviceSession::takeFamily(const std::string& familyName, const std::string
     registerOperations(); // the handler's take the credentials
 }
 
+CError CDeviceSession::databaseFailure() const {
+    try {
+        database_->requireWritable();
+        return CError::Success();
+    } catch (const refhost::CDeviceDbError& error) {
+        return {device_handler::v1_0::RtnCode::DeviceDbUnavailable, device_handler::v1_0::Origin::General,
+                error.what()};
+    }
+}
+
 void CDeviceSession::applyCredentials() {
     context_->setAuthentication(credentials_.forFamily(plugin_.models()->findFamily(familyName_)));
 }

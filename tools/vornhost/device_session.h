@@ -51,6 +51,8 @@ public:
     // What the model list says of the camera; null before it is initialised, and for a model that is not
     // listed. Belongs to the model list.
     const device_handler::v1_0::SModelInfo* model() const;
+    // Why a record could not be kept in the database now; a success when it could.
+    device_handler::v1_0::CError databaseFailure() const;
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
 

@@ -24,8 +24,7 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
     file("--plugin", options.pluginFile, "The plug-in (default: the one beside the program)");
     file("--models", options.modelListFile, "The model list (default: the shipped one)");
     file("--db", options.databaseFile, "The device database (default: in memory)");
-    command
-        .add_option("--model", options.modelNumber, "Take this model, whatever the camera says it is")
+    command.add_option("--model", options.modelNumber, "Take this model, whatever the camera says it is")
         ->type_name("NUMBER");
     command
         .add_option("--rtsp-port", options.rtspPort, "The port of every stream, whatever the model list says")

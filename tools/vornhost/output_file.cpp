@@ -1,18 +1,16 @@
 #include "tools/vornhost/output_file.h"
 
+#include "refhost/private_file.h"
 #include "tools/vornhost/exit_status.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace corvane::vornhost {
 namespace {
-
-constexpr mode_t NewFileMode = 0666;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& reason) {
     throw CFailure(ExitStatus::WrongUsage, "the file \"" + path + "\" cannot be written: " + reason);
@@ -22,13 +20,13 @@ constexpr mode_t NewFileMode = 0666;
 
 COutputFile::COutputFile(std::string path) : path_(std::move(path)) {
     // Opening a pipe without a reader must not wait for one.
-    constexpr int Flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK;
-    descriptor_ = ::open(path_.c_str(), Flags | O_EXCL, NewFileMode);
+    constexpr int Flags = O_WRONLY | O_CREAT | O_NONBLOCK;
+    descriptor_ = refhost::OpenPrivateFile(path_, Flags | O_EXCL);
     made_ = descriptor_ >= 0;
     if (!made_)
-        descriptor_ = ::open(path_.c_str(), Flags, NewFileMode);
+        descriptor_ = refhost::OpenPrivateFile(path_, Flags);
     if (descriptor_ < 0)
-        Refuse(path_, std::generic_category().message(errno));
+        Refuse(path_, refhost::PrivateFileFailure(errno));
     struct stat status {};
     if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(descriptor_);

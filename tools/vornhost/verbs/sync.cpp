@@ -187,6 +187,9 @@ private:
             outcome.after = wouldBe(session, outcome);
             return outcome;
         }
+        // Before the camera is set: its record could not be kept.
+        if ((outcome.result = session.databaseFailure()))
+            return outcome;
         (void)session.exchanges().takeFailing(); // what came before the synchronisation
         outcome.result = session.camera().syncVideoCodecProperties(outcome.after, id);
         outcome.sent = session.exchanges().all();
