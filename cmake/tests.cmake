@@ -25,9 +25,7 @@ function(vorn_test NAME)
   endif()
   gtest_discover_tests(${NAME}
     DISCOVERY_MODE PRE_TEST
-    PROPERTIES
-      TIMEOUT 900
-      ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
+    PROPERTIES ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
   if(TEST_FOREIGN_LOCALE)
     target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/foreign_locale.cpp)
     add_dependencies(${NAME} foreign_locale)
@@ -35,7 +33,6 @@ function(vorn_test NAME)
       DISCOVERY_MODE PRE_TEST
       TEST_PREFIX ForeignLocale.
       PROPERTIES
-        TIMEOUT 900
         ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin"
         # A second list, since the discovery cuts each at its first value.
         ENVIRONMENT_MODIFICATION "VORN_FOREIGN_LOCALE=set:${CMAKE_BINARY_DIR}/locale/${FOREIGN_LOCALE}")
