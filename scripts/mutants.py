@@ -1,6 +1,6 @@
 """Finds, on clang's syntax tree, the single changes of a source that a test should notice."""
 import re
-from clang.cindex import CursorKind as Kind, Index, TranslationUnit, TypeKind
+from clang.cindex import CursorKind as Kind, Index, TypeKind
 
 COMPARISONS = {'<': ['<=', '>='], '<=': ['<', '>'], '>': ['>=', '<='], '>=': ['>', '<'], '==': ['!='], '!=': ['==']}
 PAIRS = ('&& ||', '+ -', '* /', '| &', '<< >>', '+= -=', '|= &=', '++ --', 'true false', 'min max', 'front back',
@@ -12,39 +12,31 @@ DEFAULTS = {'CError': '::corvane::device_handler::v1_0::CError::Success()', 'boo
 ACTIONS = (Kind.CALL_EXPR, Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPERATOR, Kind.UNARY_OPERATOR)
 BODIES = {Kind.COMPOUND_STMT: 0, Kind.IF_STMT: 1, Kind.WHILE_STMT: 1, Kind.FOR_STMT: -1, Kind.CXX_FOR_RANGE_STMT: -1,
           Kind.CASE_STMT: -1, Kind.DEFAULT_STMT: -1}  # from which child on statements stand in it
-
 def span(node):
     return node.extent.start.offset, node.extent.end.offset
-
 def explicit(node):
     """What implicit conversions are applied to."""
     children = list(node.get_children())
     return explicit(children[0]) if node.kind == Kind.UNEXPOSED_EXPR and len(children) == 1 else node
-
 def type_of(node):
     kind = explicit(node).type.get_canonical()
     is_text = kind.kind in (TypeKind.CONSTANTARRAY, TypeKind.NULLPTR)
     return 'char*' if is_text else re.sub(r'\bconst\b|[& ]', '', kind.spelling)
-
 class Finder:
     """Its functions yield (start, end, replacements). Offsets are of bytes, each of which is a character of text."""
 
     def __init__(self, text, root):
         self.text, self.root = text, root
-
     def of(self, node):
         return self.text[slice(*span(node))]
-
     def token(self, start, end, others=OTHERS):
         token = self.text[start:end].strip()
         start = self.text.index(token, start)
         return start, start + len(token), others.get(token, [])
-
     def swap(self, one, other):
         (a, b), (c, d) = span(one), span(other)
         if b <= c and type_of(one) == type_of(other) != 'void':
             yield a, d, [self.of(other) + self.text[b:c] + self.of(one)]
-
     def changes(self, node, above=(None, None), result=None, last=(0, 0)):
         """Those of a node and of what is in it; `result` and `last` are the function's type and last statement."""
         children = list(node.get_children())
@@ -59,14 +51,11 @@ class Finder:
         for child in children:
             if node.spelling != 'HostAssert' or explicit(child).kind != Kind.INTEGER_LITERAL:
                 yield from self.changes(child, (node.kind, above[0]), result, last)
-
     def of_statement(self, node, children, above, result, last):
         for statement in children[BODIES[node.kind]:] if node.kind in BODIES else []:
             if explicit(statement).kind in ACTIONS and explicit(statement).spelling != 'reserve':
                 yield *span(statement), [' ']
-        if node.kind == Kind.IF_STMT and children[0].kind == Kind.VAR_DECL:
-            yield *span(children[0]), [f'{self.of(children[0])}; !{children[0].spelling}']
-        elif node.kind in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
+        if node.kind in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
             yield *span(children[0]), [f'!({self.of(children[0])})']
         elif node.kind in (Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.RETURN_STMT):
             is_conditional = Kind.IF_STMT in above[:1 + (above[0] == Kind.COMPOUND_STMT)]
@@ -75,7 +64,6 @@ class Finder:
             is_success = self.of(node).endswith('CError::Success()')
             if children and result and result.kind != TypeKind.LVALUEREFERENCE and not is_success:
                 yield *span(children[0]), [DEFAULTS.get(result.spelling.split('::')[-1], '{}')]
-
     def of_expression(self, node, children, start, end):
         if node.kind in (Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPERATOR):
             yield self.token(children[0].extent.end.offset, children[1].extent.start.offset)
@@ -101,7 +89,6 @@ class Finder:
                 names = [constant.spelling for constant in target.semantic_parent.get_children()]
                 others = {name: [after] for name, after in zip(names, names[1:] + names[:1])}
             yield self.token(end - len(node.spelling), end, others)
-
     def of_literal(self, node, start, end):
         number = re.fullmatch(r"(0x[0-9a-fA-F']+|[0-9']+)([uUlL]*)", self.text[start:end])
         text = re.match(r'"((?:[^"\\\n]|\\.)*)"', self.text[start:end])
@@ -116,22 +103,18 @@ class Finder:
             for letter in letters and [letters[start % len(letters)]]:  # any, but the same in each run
                 at, other = start + 1 + letter.start(), chr(ord(letter[1]) + 1)
                 yield at, at + 1, [other if letter[1].isalnum() and other.isalnum() else 'x']
-
 def find(source, arguments, root, pattern):
     """The changes of a translation unit: (file, start, end, replacement), of the files below root that match."""
-    unit = Index.create().parse(source, arguments, options=TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
-    failures = [diagnostic.spelling for diagnostic in unit.diagnostics if diagnostic.severity >= 3]
-    assert not failures, (source, failures)
-    nodes, macros, found = {}, {}, set()
+    unit = Index.create().parse(source, arguments)
+    assert not [diagnostic for diagnostic in unit.diagnostics if diagnostic.severity >= 3], source
+    finders, found = {}, set()
     for node in unit.cursor.get_children():
         name = node.location.file.name if node.location.file else ''
         if name.startswith(root) and re.match(pattern, name[len(root):]):
-            (macros if node.kind == Kind.MACRO_INSTANTIATION else nodes).setdefault(name, []).append(node)
-    for name, tops in nodes.items():
-        with open(name, encoding='latin-1', newline='') as file:
-            finder = Finder(file.read(), root)
-        for start, end, others in (change for node in tops for change in finder.changes(node)):
-            is_cut = any(a <= start < b or a < end <= b for a, b in map(span, macros.get(name, [])))
-            found.update((name[len(root):], start, end, other) for other in others
-                         if not is_cut and other != finder.text[start:end])
+            if name not in finders:
+                with open(name, encoding='latin-1', newline='') as file:
+                    finders[name] = Finder(file.read(), root)
+            for start, end, others in finders[name].changes(node):
+                found.update((name[len(root):], start, end, other) for other in others
+                             if other != finders[name].text[start:end])
     return found

@@ -1,6 +1,6 @@
 """Makes the changes that mutants.py finds, one at a time in copies of the tree, and runs the tests that concern them."""
-import argparse, collections, concurrent.futures, contextlib, itertools, json, multiprocessing, os, pathlib, random
-import re, shlex, signal, subprocess, sys, threading, time
+import argparse, collections, concurrent.futures, contextlib, itertools, json, multiprocessing, os, pathlib, random, re
+import shlex, signal, subprocess, threading, time
 import mutants
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -13,17 +13,14 @@ FIRST = {'camera/set': 'Setting|SetdataParser', 'camera/(capability|numbers)': '
          'ptz/': 'PtzController', 'events/dry': 'DryContact', 'events/': 'EventElement', 'handler/object': 'Exports',
          'handler/': 'Handler', 'refhost/(http|cgi|secrets)': 'Http|Secrets', 'refhost/model': 'ModelList', '': '.'}
 LONG = 'StartUp|ItIsTakenDown|GivesUpAfter'
-
 def steps(name):
     """The steps of testing a change in a file: area, which tests, which not, how many at once, seconds for one."""
     area, others = ('refhost', ['vornhost', 'plugin']) if 'refhost/' in name else ('plugin', ['vornhost'])
     first = next(f'^({tests})' for beginning, tests in FIRST.items() if re.match(beginning, name))
     return [(area, first, LONG, 2, 60), (area, '.', f'{first}|{LONG}', 2, 60), (area, LONG, '^$', 4, 180),
             *((other, '.', '^$', 4, 180) for other in others)]
-
 class Worker:
     """A copy of the tree with a build of its own; both stay for the next run."""
-
     def __init__(self, number):
         self.folder, self.process = ROOT / 'build-mutation' / str(number), None
         self.tree, self.build = self.folder / 'tree', self.folder / 'build'
@@ -36,7 +33,6 @@ class Worker:
         if failed or self.make()[0]:
             raise SystemExit(f'it cannot be built without a change either: see {self.folder}/last.log')
         self.unchanged = {path: path.read_bytes() for path in (self.build / 'lib').glob('*.so')}
-
     def run(self, *command, **variables):
         """The exit status and the output. What the command leaves running ends with it."""
         variables = {**os.environ, 'CCACHE_BASEDIR': str(self.folder), 'CCACHE_NOHASHDIR': '1', **variables}
@@ -48,14 +44,11 @@ class Worker:
                 self.end()
             log.seek(0)
             return status, log.read()
-
     def end(self):
         with contextlib.suppress(ProcessLookupError):
             os.killpg(self.process.pid, signal.SIGKILL)
-
     def make(self, **variables):
         return self.run('cmake', '--build', self.build, '-j2', '--target', *TARGETS, **variables)
-
     def test(self, area, which='.', which_not='^$', jobs=4, timeout=180):
         """How many tests passed, and how the first ended that did not."""
         failed, output = self.run(
@@ -65,32 +58,27 @@ class Worker:
         ends = re.findall(r'Test +#\d+: (\S+) [. ]*(\S.*?) +[0-9.]+ sec', output)
         failures = [f'{name} {end.strip("*:")}' for name, end in ends if end != 'Passed'] or ['the list of tests']
         return len(ends), failures[0] if failed else ''
-
     def count_tests(self):
         results = {area: self.test(area) for area in ('plugin', 'refhost', 'vornhost')}
         if any(failure for _, failure in results.values()):
             raise SystemExit(f'tests fail without a change too: {results}')
         return {area: number for area, (number, _) in results.items()}
-
     def changes(self, pattern):
         root, units = f'{self.tree}/', {}
         for entry in json.loads((self.build / 'compile_commands.json').read_text()):
-            # Without precompiled headers, behind which clang does not tell the uses of their macros.
-            arguments = shlex.split(re.sub(r' -Xclang \S+', '', entry['command']))
+            arguments = shlex.split(re.sub(r' -Xclang \S+', '', entry['command']))  # no precompiled headers
             name = entry['file'].removeprefix(root)
             if re.match(FILES, name):
                 units[name] = entry['file'], arguments[1:arguments.index('-o')], root, FILES + pattern
         wanted = [units[name] for name in units if re.match(pattern, name)] or units.values()  # those of a header
         with multiprocessing.Pool(2, signal.signal, (signal.SIGTERM, signal.SIG_DFL)) as pool:
             return sorted(set().union(*pool.starmap(mutants.find, wanted)))
-
     def describe(self, name, start, end, replacement):
         """The place, and the change with what stands around it."""
         text = (self.tree / name).read_text(encoding='latin-1')
         around = text[max(start - 20, 0):start], text[end:end + 20]
         sides = [' '.join(middle.join(around).split()) for middle in (text[start:end], replacement)]
         return f'{name}:{text.count(chr(10), 0, start) + 1}', ' → '.join(sides)
-
     def judge(self, counts, name, start, end, replacement):
         """What became of the change, and by what; `counts` has the number of each area's tests."""
         path, ran = self.tree / name, collections.Counter()
@@ -100,8 +88,6 @@ class Worker:
         try:
             if self.make(CCACHE_READONLY='1')[0]:
                 return 'not compiled', ''
-            if library.stat().st_mtime_ns < path.stat().st_mtime_ns:
-                raise RuntimeError(f'{library} was not built with the change of {path}')
             if library.read_bytes() == self.unchanged[library]:
                 return 'same code', ''
             for area, *step in steps(name):
@@ -114,14 +100,11 @@ class Worker:
             return 'survived', ', '.join(f'{number} of {area}_test' for area, number in ran.items())
         finally:
             path.write_bytes(original)
-
-def draw(changes, describe, seed):
-    """The order to make them in: one of each line before a second one, or the tables would outweigh the rest."""
+def draw(changes, seed):
+    """The order to make them in: one of each place before a second one, or the tables would outweigh the rest."""
     random.Random(seed).shuffle(changes)
-    lines = collections.defaultdict(itertools.count)
-    ranks = {change: next(lines[describe(*change)[0]]) for change in changes}
-    return collections.deque(sorted(changes, key=ranks.get))
-
+    places = collections.defaultdict(itertools.count)
+    return collections.deque(sorted(changes, key=lambda change: next(places[change[0], change[1] // 60])))
 def report(results):
     verdicts = collections.Counter(verdict for verdict, *_ in results)
     for row in sorted(row[1:] for row in results if row[0] == 'survived'):
@@ -130,7 +113,6 @@ def report(results):
     print(f"{made} made, {verdicts['caught']} caught ({timeouts} by time-out), {verdicts['survived']} survived, "
           f"{verdicts['not compiled']} not compiled, {verdicts['same code']} without effect; "
           f"{100 * verdicts['caught'] / max(made, 1):.0f} % caught")
-
 def main():
     parser = argparse.ArgumentParser(prog='scripts/mutation')
     parser.add_argument('number', nargs='?', type=int, default=50, metavar='N')
@@ -141,8 +123,7 @@ def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     print(f'==> building; the seed is {options.seed}', flush=True)
     workers, results, lock = [Worker(1), Worker(2)], [], threading.Lock()
-    changes = draw(workers[0].changes(options.files), workers[0].describe, options.seed)
-
+    changes = draw(workers[0].changes(options.files), options.seed)
     def work(worker, counts):
         while True:
             with lock:
@@ -159,11 +140,10 @@ def main():
         try:
             print(f'==> testing without a change, then with {options.number} of {len(changes)}', flush=True)
             list(pool.map(work, workers, list(pool.map(Worker.count_tests, workers))))
-        except BaseException as failure:
+        except KeyboardInterrupt:
             lock.acquire()  # what the threads see from now on is no result
             for worker in workers:
                 worker.end()
-            print(repr(failure), file=sys.stderr, flush=True)
             os._exit(1)
     report(results)
 
