@@ -2,11 +2,13 @@
 
 #include "host/gst_context.h"
 #include "host/gst_object.h"
+#include "refhost/g726.h"
 #include "refhost/log.h"
 
 #include <gio/gio.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -32,14 +34,17 @@ constexpr unsigned Unauthorized = 401;
 constexpr int JpegPayload = 26;
 
 struct SMediaChain {
-    const char* media;    // in a stream's description
-    const char* encoding; // likewise; with a "-" at its end the beginning of it
+    const char* media;                      // in a stream's description
+    std::array<const char*, 2> encodings{}; // likewise; with a "-" at its end the beginning of it
     const char* name;
     const char* elements; // from RTP packets to whole frames
 
     bool isOf(const std::string& other) const {
-        const std::size_t length = std::strlen(encoding);
-        return other == encoding || (encoding[length - 1] == '-' && other.compare(0, length, encoding) == 0);
+        return std::any_of(encodings.begin(), encodings.end(), [&](const char* encoding) {
+            const std::size_t length = encoding ? std::strlen(encoding) : 0;
+            return length > 0 && (other == encoding ||
+                                  (encoding[length - 1] == '-' && other.compare(0, length, encoding) == 0));
+        });
     }
 };
 
@@ -51,13 +56,16 @@ struct SCodecChain {
 // MPEG-4's frames do not tell their rate; the description of the stream does. H.264's parameter sets go
 // before each key frame, so that a recording can begin at any of them.
 constexpr SCodecChain CodecChains[] = {
-    {VideoCodec::Mjpeg, {"video", "JPEG", "MJPEG", "rtpjpegdepay ! jpegparse"}},
+    {VideoCodec::Mjpeg, {"video", {"JPEG"}, "MJPEG", "rtpjpegdepay ! jpegparse"}},
     {VideoCodec::Mpeg4,
-     {"video", "MP4V-ES", "MPEG-4", "rtpmp4vdepay ! capssetter name=rate ! mpeg4videoparse"}},
-    {VideoCodec::H264, {"video", "H264", "H.264", "rtph264depay ! h264parse config-interval=-1"}},
+     {"video", {"MP4V-ES"}, "MPEG-4", "rtpmp4vdepay ! capssetter name=rate ! mpeg4videoparse"}},
+    {VideoCodec::H264, {"video", {"H264"}, "H.264", "rtph264depay ! h264parse config-interval=-1"}},
 };
 
-constexpr SMediaChain AudioChain = {"audio", "G726-", "G.726", "rtpg726depay"}; // "G726-32" and the like
+// The codewords stay as they come: the depayloader of GStreamer 1.22 puts those of 24 and 40 kbit/s in a
+// wrong order.
+constexpr SMediaChain AudioChain = {
+    "audio", {"G726-", "AAL2-G726-"}, "G.726", "rtpg726depay force-aal2=true"};
 
 const SMediaChain* findChain(VideoCodec codec) {
     const auto* const found =
@@ -268,8 +276,34 @@ void tellFrameRate(GstElement* chain, GstPad* pad) {
     gst_caps_unref(rate);
 }
 
+GstPadProbeReturn putCodewordsInOrder(GstPad*, GstPadProbeInfo* info, gpointer bits) {
+    GstBuffer* const sound = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
+    GST_PAD_PROBE_INFO_DATA(info) = sound;
+    GstMapInfo map;
+    if (!gst_buffer_map(sound, &map, GST_MAP_READWRITE))
+        return GST_PAD_PROBE_DROP;
+    PutMostSignificantFirst(map.data, map.size, GPOINTER_TO_UINT(bits));
+    gst_buffer_unmap(sound, &map);
+    return GST_PAD_PROBE_OK;
+}
+
+void orderCodewords(GstElement* chain, GstPad* pad) {
+    GstCaps* const media = gst_pad_get_current_caps(pad);
+    if (!media)
+        return;
+    const gchar* const encoding = gst_structure_get_string(gst_caps_get_structure(media, 0), "encoding-name");
+    const unsigned bits = LeastSignificantFirstBits(encoding ? encoding : "");
+    gst_caps_unref(media);
+    if (bits == 0)
+        return;
+    const CGstRef<GstPad> sound(gst_element_get_static_pad(chain, "src"));
+    gst_pad_add_probe(sound.get(), GST_PAD_PROBE_TYPE_BUFFER, putCodewordsInOrder, GUINT_TO_POINTER(bits),
+                      nullptr);
+}
+
 void linkToChain(GstElement*, GstPad* pad, gpointer chain) {
     tellFrameRate(GST_ELEMENT(chain), pad);
+    orderCodewords(GST_ELEMENT(chain), pad);
     const CGstRef<GstPad> sink(gst_element_get_static_pad(GST_ELEMENT(chain), "sink"));
     gst_pad_link(pad, sink.get());
 }

@@ -44,8 +44,9 @@ device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
                                                 device_handler::v1_0::IStreamController*& controller);
 
 // Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
-// comes out of `pad`, which lives as long as the controller; the caller links it. Arguments and failures are
-// those of CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
+// comes out of `pad`, which lives as long as the controller; the caller links it. Its codewords begin at the
+// most significant bit, whichever order the camera sends. Arguments and failures are those of
+// CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
 device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
                                           const std::string& url,
