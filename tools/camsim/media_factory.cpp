@@ -81,12 +81,14 @@ std::string video(const StreamProfile& profile) {
            encoder(profile) + " name=pay0 pt=" + std::string(payloadType(profile.codec));
 }
 
-/// A quiet tick each second, in packets of 20 ms.
+/// A quiet beep each second, in packets of 20 ms, whose codewords begin at the least significant bit as
+/// "G726-32" says. The encoder takes up to 4096 samples at once: were they made when they are due, a client's
+/// first packet would have to wait for the last of them.
 std::string audio(const StreamProfile& profile, const char* payloader) {
-    return " audiotestsrc is-live=true wave=ticks freq=880 volume=0.2 samplesperbuffer=160"
-           " ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
+    return " audiotestsrc is-live=true wave=ticks freq=880 sine-periods-per-tick=88 volume=0.2"
+           " samplesperbuffer=4096 ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
            std::to_string(profile.audioKilobits) +
-           "000 ! rtpg726pay pt=97 max-ptime=20000000 name=" + payloader;
+           "000 ! rtpg726pay force-aal2=false pt=97 max-ptime=20000000 name=" + payloader;
 }
 
 std::string pipeline(const StreamProfile& profile) {
@@ -211,6 +213,15 @@ void silence(GstRTSPMedia* media, gpointer) {
     gst_object_unref(bin);
 }
 
+/// What is made is sent when it is due. With the latency of its source the first frame, which prepares the
+/// pipeline, would be ahead of all others.
+GstElement* createPipeline(GstRTSPMediaFactory*, GstRTSPMedia* media) {
+    GstElement* pipeline = gst_pipeline_new(nullptr);
+    gst_pipeline_set_latency(GST_PIPELINE(pipeline), 0);
+    gst_rtsp_media_take_pipeline(media, GST_PIPELINE(pipeline));
+    return pipeline;
+}
+
 void configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
     GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->configure(factory, media);
     if (silenceIsAsked())
@@ -225,6 +236,7 @@ void finalize(GObject* object) {
 void video_factory_class_init(VideoFactoryClass* type) {
     G_OBJECT_CLASS(type)->finalize = finalize;
     type->parent.create_element = createElement;
+    type->parent.create_pipeline = createPipeline;
     type->parent.configure = configure;
 }
 
