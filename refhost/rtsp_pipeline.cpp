@@ -204,8 +204,13 @@ public:
         g_object_unref(cancellable_);
     }
 
-    // Before the start.
-    void setAudio(SReception audio) { audio_ = std::move(audio); }
+    // Before the start. Two streams have no clock in common but the recorder's: each follows when its packets
+    // come, so that sound and picture stay together.
+    void setAudio(SReception audio) {
+        audio_ = std::move(audio);
+        for (GstElement* const source : {audio_.source, video_.source})
+            gst_util_set_object_arg(G_OBJECT(source), "buffer-mode", "slave");
+    }
 
 protected:
     CError describeFailure(GstMessage* message) override {
@@ -310,6 +315,8 @@ void linkToChain(GstElement*, GstPad* pad, gpointer chain) {
 
 void configureSource(GstElement* source, const std::string& url, const CAuthentication& credentials) {
     gst_util_set_object_arg(G_OBJECT(source), "protocols", "tcp");
+    // The camera's own times: a frame that is held up on its way keeps its distance from the others.
+    gst_util_set_object_arg(G_OBJECT(source), "buffer-mode", "synced");
     g_object_set(source, "location", url.c_str(), "tcp-timeout", guint64{AnswerSeconds} * G_USEC_PER_SEC,
                  "latency", ReorderMilliseconds, nullptr);
     if (!credentials.isSet())

@@ -26,7 +26,8 @@ inline const std::string OfAudio = "audio: ";
 } // namespace rtsp_failure
 
 // Builds the pipeline that receives a video stream over RTSP, interleaved in its TCP connection; nothing is
-// sent before the start. Whole frames come out of the source pad, in the camera's encoding.
+// sent before the start. Whole frames come out of the source pad, in the camera's encoding and with the
+// distances in time that the camera gives them.
 //
 // `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set.
 // `use` lives as long as the controller, which tells others that the stream is taken; it may be empty. The
@@ -45,7 +46,8 @@ device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
 
 // Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
 // comes out of `pad`, which lives as long as the controller; the caller links it. Its codewords begin at the
-// most significant bit, whichever order the camera sends. Arguments and failures are those of
+// most significant bit, whichever order the camera sends. The times of both streams then follow when their
+// packets come, so that sound and picture stay together. Arguments and failures are those of
 // CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
 device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,

@@ -53,36 +53,56 @@ CError CRecording::link() {
     GstElement* const sink = gst_element_factory_make("fdsink", nullptr);
     if (!muxer || !sink)
         return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks matroskamux or fdsink"};
+    // The time until the first picture must not become an empty beginning of the file.
+    g_object_set(muxer, "offset-to-zero", TRUE, nullptr);
     g_object_set(sink, "fd", file_.descriptor(), "sync", FALSE, nullptr);
     gst_bin_add_many(GST_BIN(controller_.getPipeline()), muxer, sink, nullptr);
     if (!gst_element_link(muxer, sink) || !linkInput(controller_.getSourcePad(), muxer, "video_%u") ||
-        (audio_ && !linkInput(audio_, muxer, "audio_%u")))
+        (audio_ && !(soundOut_ = linkInput(audio_, muxer, "audio_%u"))))
         return {RtnCode::OperationFailed, Origin::General, "a Matroska file cannot hold this stream"};
     gst_pad_add_probe(controller_.getSourcePad(), GST_PAD_PROBE_TYPE_BUFFER, frameComes, this, nullptr);
     if (audio_)
-        gst_pad_add_probe(
-            audio_,
-            static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
-            soundComes, this, nullptr);
+        observeSound();
     controller_.setEndObserver([this] { streamEnded(); });
     return CError::Success();
 }
 
+// A picture may be known later than the sound of its time, so the sound is held back until the first.
+void CRecording::observeSound() {
+    gst_pad_add_probe(
+        audio_, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+        soundComes, this, nullptr);
+    gst_pad_add_probe(soundOut_.get(), GST_PAD_PROBE_TYPE_BUFFER, soundGoes, this, nullptr);
+    const auto block = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BLOCK | GST_PAD_PROBE_TYPE_BUFFER);
+    const auto stay = [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_OK; };
+    soundBlock_ = gst_pad_add_probe(soundOut_.get(), block, stay, nullptr, nullptr);
+}
+
+void CRecording::letSoundGo() {
+    if (soundBlock_ != 0)
+        gst_pad_remove_probe(soundOut_.get(), soundBlock_);
+    soundBlock_ = 0;
+}
+
 // Of two streams each has a queue without an end: the file waits for one when the other is ahead, and neither
 // may hold up the end of the other. The silence that is allowed bounds what they hold.
-bool CRecording::linkInput(GstPad* stream, GstElement* muxer, const char* input) {
+CGstRef<GstPad> CRecording::linkInput(GstPad* stream, GstElement* muxer, const char* input) {
     const CGstRef<GstPad> place(gst_element_request_pad_simple(muxer, input));
+    const auto isLinked = [](GstPad* from, GstPad* to) {
+        return !GST_PAD_LINK_FAILED(gst_pad_link(from, to));
+    };
     if (!audio_)
-        return !GST_PAD_LINK_FAILED(gst_pad_link(stream, place.get()));
+        return CGstRef<GstPad>(isLinked(stream, place.get()) ? GST_PAD(gst_object_ref(stream)) : nullptr);
     GstElement* const queue = gst_element_factory_make("queue", nullptr);
     if (!queue)
-        return false;
+        return nullptr;
     g_object_set(queue, "max-size-buffers", 0U, "max-size-bytes", 0U, "max-size-time", guint64{0}, nullptr);
     gst_bin_add(GST_BIN(controller_.getPipeline()), queue);
     const CGstRef<GstPad> in(gst_element_get_static_pad(queue, "sink"));
-    const CGstRef<GstPad> out(gst_element_get_static_pad(queue, "src"));
-    return !GST_PAD_LINK_FAILED(gst_pad_link(stream, in.get())) &&
-           !GST_PAD_LINK_FAILED(gst_pad_link(out.get(), place.get()));
+    CGstRef<GstPad> out(gst_element_get_static_pad(queue, "src"));
+    if (!isLinked(stream, in.get()) || !isLinked(out.get(), place.get()))
+        return nullptr;
+    return out;
 }
 
 CError CRecording::run(const Progress& progress) {
@@ -175,24 +195,29 @@ void CRecording::streamEnded() {
 }
 
 GstPadProbeReturn CRecording::frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording) {
-    return static_cast<CRecording*>(recording)->takeFrame(pad, GST_PAD_PROBE_INFO_BUFFER(info));
+    auto& itself = *static_cast<CRecording*>(recording);
+    const GstPadProbeReturn result = itself.takeFrame(pad, info);
+    if (result == GST_PAD_PROBE_OK)
+        itself.letSoundGo();
+    return result;
 }
 
-GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstBuffer* frame) {
+GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstPadProbeInfo* info) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const GstClockTime time = GST_BUFFER_PTS(frame);
     const bool isFirst = frames_ == 0;
+    const GstClockTime time = timeOfFrame(info);
     // Players cannot begin with a frame that needs an earlier one.
     if (enough_ || !GST_CLOCK_TIME_IS_VALID(time) ||
-        (isFirst && GST_BUFFER_FLAG_IS_SET(frame, GST_BUFFER_FLAG_DELTA_UNIT)))
+        (isFirst && GST_BUFFER_FLAG_IS_SET(GST_PAD_PROBE_INFO_BUFFER(info), GST_BUFFER_FLAG_DELTA_UNIT)))
         return GST_PAD_PROBE_DROP;
     if (isFirst) {
         first_ = last_ = time;
+        if (limits_.seconds)
+            limit_ = first_ + static_cast<GstClockTime>(*limits_.seconds * GST_SECOND);
         resolution_ = ResolutionOf(pad);
         fileError_ = file_.begin();
     }
-    if (fileError_ != 0 ||
-        (limits_.seconds && time >= first_ + static_cast<GstClockTime>(*limits_.seconds * GST_SECOND))) {
+    if (fileError_ != 0 || time >= limit_) {
         enough_ = fileError_ == 0;
         changed_.notify_all();
         return GST_PAD_PROBE_DROP;
@@ -203,17 +228,39 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstBuffer* frame) {
     return GST_PAD_PROBE_OK;
 }
 
+// Of frames that came at the same time only the first is given it, but the later ones need each of them: they
+// get the time of the one before.
+GstClockTime CRecording::timeOfFrame(GstPadProbeInfo* info) const {
+    GstBuffer* frame = GST_PAD_PROBE_INFO_BUFFER(info);
+    if (!GST_BUFFER_PTS_IS_VALID(frame) && frames_ > 0) {
+        frame = gst_buffer_make_writable(frame);
+        GST_BUFFER_PTS(frame) = last_;
+        GST_PAD_PROBE_INFO_DATA(info) = frame;
+    }
+    return GST_BUFFER_PTS(frame);
+}
+
 GstPadProbeReturn CRecording::soundComes(GstPad*, GstPadProbeInfo* info, gpointer recording) {
     auto& itself = *static_cast<CRecording*>(recording);
-    return info->type & GST_PAD_PROBE_TYPE_BUFFER ? itself.takeSound(GST_PAD_PROBE_INFO_BUFFER(info))
+    return info->type & GST_PAD_PROBE_TYPE_BUFFER ? itself.takeSound()
                                                   : itself.takeSoundEvent(GST_PAD_PROBE_INFO_EVENT(info));
 }
 
-// Sound begins and ends with the pictures.
-GstPadProbeReturn CRecording::takeSound(GstBuffer* sound) {
+GstPadProbeReturn CRecording::takeSound() {
     const std::lock_guard<std::mutex> lock(mutex_);
     lastSoundCame_ = Clock::now();
-    if (enough_ || frames_ == 0 || !GST_BUFFER_PTS_IS_VALID(sound) || GST_BUFFER_PTS(sound) < first_)
+    return enough_ ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn CRecording::soundGoes(GstPad*, GstPadProbeInfo* info, gpointer recording) {
+    return static_cast<CRecording*>(recording)->recordSound(GST_PAD_PROBE_INFO_BUFFER(info));
+}
+
+// Sound begins and ends with the pictures.
+GstPadProbeReturn CRecording::recordSound(GstBuffer* sound) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const GstClockTime time = GST_BUFFER_PTS(sound);
+    if (!GST_CLOCK_TIME_IS_VALID(time) || time < first_ || time >= limit_)
         return GST_PAD_PROBE_DROP;
     ++sounds_;
     return GST_PAD_PROBE_OK;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/gst_object.h"
 #include "host/stream_controller.h"
 #include "tools/vornhost/output_file.h"
 
@@ -57,11 +58,17 @@ private:
 
     static GstPadProbeReturn frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
     static GstPadProbeReturn soundComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
-    GstPadProbeReturn takeFrame(GstPad* pad, GstBuffer* frame);
-    GstPadProbeReturn takeSound(GstBuffer* sound);
+    static GstPadProbeReturn soundGoes(GstPad* pad, GstPadProbeInfo* info, gpointer recording);
+    GstPadProbeReturn takeFrame(GstPad* pad, GstPadProbeInfo* info);
+    GstClockTime timeOfFrame(GstPadProbeInfo* info) const; // mutex_ is held
+    GstPadProbeReturn takeSound();
     GstPadProbeReturn takeSoundEvent(GstEvent* event);
+    GstPadProbeReturn recordSound(GstBuffer* sound);
+    void letSoundGo();
     device_handler::v1_0::CError link();
-    bool linkInput(GstPad* stream, GstElement* muxer, const char* input);
+    // The pad that gives the stream to the file; null when it cannot.
+    vorn_gst::v1_0::CGstRef<GstPad> linkInput(GstPad* stream, GstElement* muxer, const char* input);
+    void observeSound();
     std::optional<device_handler::v1_0::CError> silence() const; // mutex_ is held
     device_handler::v1_0::CError awaitEnd(const Progress& progress);
     device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
@@ -74,6 +81,8 @@ private:
     COutputFile& file_;
     const SRecordingLimits limits_;
     GstPad* const audio_; // null without sound
+    vorn_gst::v1_0::CGstRef<GstPad> soundOut_;
+    gulong soundBlock_ = 0; // while sound is held back; belongs to the thread that brings the pictures
 
     mutable std::mutex mutex_; // guards what follows; no other is taken while it is held
     std::condition_variable changed_;
@@ -84,8 +93,9 @@ private:
     long long frames_ = 0;
     GstClockTime first_ = 0; // the first frame's time and the last one's, in ns
     GstClockTime last_ = 0;
-    Clock::time_point lastCame_;      // when the last frame came, or the start
-    Clock::time_point lastSoundCame_; // likewise
+    GstClockTime limit_ = GST_CLOCK_TIME_NONE; // from which on nothing is recorded; NONE is the greatest
+    Clock::time_point lastCame_;               // when the last frame came, or the start
+    Clock::time_point lastSoundCame_;          // likewise
     long long sounds_ = 0;
     std::string resolution_;
 };
