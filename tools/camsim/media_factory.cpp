@@ -83,9 +83,10 @@ std::string video(const StreamProfile& profile) {
 
 /// A quiet beep each second, in packets of 20 ms, whose codewords begin at the least significant bit as
 /// "G726-32" says. The encoder takes up to 4096 samples at once: were they made when they are due, a client's
-/// first packet would have to wait for the last of them.
+/// first packet would have to wait for the last of them. At this pitch nothing is left of the tone when a
+/// player takes the codewords in the other order; a lower one would only sound rough.
 std::string audio(const StreamProfile& profile, const char* payloader) {
-    return " audiotestsrc is-live=true wave=ticks freq=880 sine-periods-per-tick=88 volume=0.2"
+    return " audiotestsrc is-live=true wave=ticks freq=1760 sine-periods-per-tick=176 volume=0.2"
            " samplesperbuffer=4096 ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
            std::to_string(profile.audioKilobits) +
            "000 ! rtpg726pay force-aal2=false pt=97 max-ptime=20000000 name=" + payloader;
