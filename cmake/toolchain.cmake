@@ -49,6 +49,12 @@ if(VORN_SANITIZE)
   link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:sanitizer_defaults>>)
 else()
   add_link_options(-Wl,--as-needed -Wl,--no-undefined)
+  # Against what a device or a neighbour could send; tests/check-binaries looks at what came of it. Fortified
+  # functions need optimisation.
+  add_compile_options(
+    -fstack-protector-strong -fstack-clash-protection -fcf-protection
+    $<$<CONFIG:RelWithDebInfo,Release>:-D_FORTIFY_SOURCE=2>)
+  add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
 
 # The libraries tell the fuzz targets which paths an input took.
