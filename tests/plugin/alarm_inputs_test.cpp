@@ -3,6 +3,7 @@
 #include "host/event_stream_controller.h"
 #include "host/gst_object.h"
 #include "tests/plugin/camera_bench.h"
+#include "tests/plugin/curl_options.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,18 +25,19 @@ SModelInfo Model() {
     return model;
 }
 
+constexpr const char* ThreeInputs =
+    "\r\nvideo_server.peripheral.io.number=3\r\nvideo_server.peripheral.io.trm1=alm_in\r\n"
+    "video_server.peripheral.io.trm2=alm_in\r\nvideo_server.peripheral.io.trm3=alm_in\r\n";
+
 class AlarmInputs : public CCameraBench {
 protected:
     AlarmInputs() : CCameraBench({Model()}) {
         for (const char* name : {"jpeg_alarm", "terminal_default"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
-        bringUpWith("\r\nvideo_server.peripheral.io.number=3\r\nvideo_server.peripheral.io.trm1=alm_in\r\n"
-                    "video_server.peripheral.io.trm2=alm_in\r\nvideo_server.peripheral.io.trm3=alm_in\r\n");
+        bringUpWith(ThreeInputs);
     }
     void bringUpWith(const std::string& capability) {
-        bringUp("A1",
-                {{"ATRMIN", "1"}, {"ATRMIN2", "0"}, {"AINMODE", "no"}, {"AINMODE2", "nc"}, {"AINMODE3", ""}},
-                capability);
+        bringUp("A1", {{"ATRMIN", "1"}, {"ATRMIN2", "0"}}, capability);
     }
     // What one call answers, and what it sends.
     std::string outcome(const char* operation, const std::vector<std::string>& arguments) {
@@ -63,25 +65,54 @@ TEST_F(AlarmInputs, ACameraWithoutThemSaysSo) {
         EXPECT_THAT(answered(operation, arguments), ElementsAre("7 3 property not found")) << operation;
     }
     IStreamController* made = nullptr;
-    EXPECT_EQ(camera->createEventStreamPipeline(made, 0).getText(), "property not found");
+    EXPECT_EQ(Told(camera->createEventStreamPipeline(made, 0)), "7 3 property not found");
     EXPECT_EQ(made, nullptr);
 }
 
 TEST_F(AlarmInputs, AlarmsAreEnabledBeforeWhatIsAsked) {
     EXPECT_EQ(outcome("getDryContactInputCount", {}), R"({ "3" })");
+    EXPECT_THAT(answered("getDryContactInputProperties", {}),
+                ElementsAre("DryContactInputProperties", "DryContactInputCount", "DryContactInputActiveState",
+                            "DryContactInputState"));
     EXPECT_EQ(outcome("setDryContactInputActiveState", {"0", "LOW"}), "{}; terminal_default input1=no");
     EXPECT_EQ(outcome("setDryContactInputActiveState", {"1", "LOW"}),
               "{}; jpeg_alarm trm_alarm2=1; terminal_default input2=no");
     EXPECT_EQ(outcome("setDryContactInputActiveState", {"2", "low"}),
               "{}; jpeg_alarm trm_alarm3=1; terminal_default input3=nc");
     EXPECT_EQ(outcome("setDryContactInputActiveState", {"3", "HIGH"}), "{}; terminal_default input4=nc");
-    EXPECT_EQ(outcome("getDryContactInputActiveState", {"0"}), R"({ "LOW", "LOW", "LOW", "HIGH" })");
-    EXPECT_EQ(outcome("getDryContactInputActiveState", {"1"}),
-              R"({ "HIGH", "LOW", "LOW", "HIGH" }; jpeg_alarm trm_alarm2=1)");
     EXPECT_EQ(outcome("getDryContactInputActiveState", {"2"}), R"({ "LOW" }; jpeg_alarm trm_alarm3=1)");
     EXPECT_EQ(outcome("getDryContactInputActiveState", {"-1"}), R"({ "LOW" })");
     EXPECT_EQ(outcome("getEventStreamUrl", {"2"}),
               "{ \"http://" + stub.address() + "/cgi-bin/get_io?mode=monitor\" }");
+    for (const char* const path : {"jpeg_alarm", "terminal_default"})
+        stub.reply("/cgi-bin/" + std::string(path), HttpReply(500)); // which is not passed on
+    EXPECT_EQ(outcome("setDryContactInputActiveState", {"1", "LOW"}),
+              "{}; jpeg_alarm trm_alarm2=1; terminal_default input2=no");
+}
+
+TEST_F(AlarmInputs, EachHasItsOwnKeysAndTerminal) {
+    const std::string numbers[] = {"", "2", "3"};
+    for (int one = 0; one < 3; ++one) { // alone is enabled, not normally open, and high
+        Settings reported;
+        for (const std::string& number : numbers) {
+            reported["ATRMIN" + number] = number == numbers[one] ? "1" : "2";
+            reported["AINMODE" + number] = number != numbers[one] ? "no" : one == 2 ? "other" : "nc";
+        }
+        bringUp("A1", reported, ThreeInputs);
+        stub.reply("/cgi-bin/get_io", HttpOk("terminal " + std::to_string(one + 1) + ": High\r\n"));
+        for (int input = 0; input < 3; ++input) {
+            const std::string number = std::to_string(input);
+            const std::string enabling = input == one ? "" : "; jpeg_alarm trm_alarm" + numbers[input] + "=1";
+            EXPECT_EQ(outcome("CheckAndSetAlarm", {number}), "{}" + enabling);
+            EXPECT_EQ(outcome("getDryContactInputActiveState", {number}),
+                      (input == one ? R"({ "HIGH")" : R"({ "LOW")") +
+                          std::string(R"(, "LOW", "LOW", "HIGH" })") + enabling);
+            EXPECT_EQ(outcome("getDryContactInputState", {number}),
+                      (input == one ? R"({ "1" })" : R"({ "2" })") + enabling + "; get_io?command=all");
+            EXPECT_EQ(refreshes("CheckAndSetAlarm", {number}), input != one);
+            EXPECT_TRUE(refreshes("setDryContactInputActiveState", {number, "LOW"}));
+        }
+    }
 }
 
 TEST_F(AlarmInputs, TheStateIsReadFromItsTerminalsLine) {
@@ -89,6 +120,7 @@ TEST_F(AlarmInputs, TheStateIsReadFromItsTerminalsLine) {
     EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" }; get_io?command=all)");
     EXPECT_EQ(outcome("getDryContactInputState", {"1"}),
               R"({ "1" }; jpeg_alarm trm_alarm2=1; get_io?command=all)");
+    EXPECT_EQ(CurlOption("/cgi-bin/get_io?command=all", CURLOPT_TIMEOUT_MS), "4");
     for (const char* const input : {"2", "3", "-1"}) // no line; not one of the three
         EXPECT_THAT(outcome("getDryContactInputState", {input}), testing::StartsWith(R"({ "2" })")) << input;
     stub.reply("/cgi-bin/get_io", HttpReply(500));
@@ -107,6 +139,9 @@ TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) 
                  &values[5], "max-device-index", &values[6], "username", &texts[0], "user-password",
                  &texts[1], "ipaddr", &texts[2], nullptr);
     EXPECT_THAT(values, ElementsAre(2, 1, 100, 1000, 2, 1, 4));
+    gchar* const path = gst_object_get_path_string(GST_OBJECT(source.get()));
+    EXPECT_STREQ(path, "/GstPipeline:event-pipeline/GstBin:srcbin/VornEventSynth:source");
+    g_free(path);
     EXPECT_THAT(texts,
                 ElementsAre(testing::StrEq("us:er"), testing::StrEq("p@ss"), testing::StrEq(stub.address())));
     for (gchar* const text : texts)
@@ -118,10 +153,23 @@ TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) 
     EXPECT_EQ(stream(0)->start().getCode(), 1);
 
     device->setAuthentication({});
-    IStreamController* made = nullptr;
-    const CError error = camera->createEventStreamPipeline(made, 0);
-    EXPECT_EQ(error.getCode(), 10);
-    EXPECT_EQ(error.getText(), "Unable to get Authentication data");
+    EXPECT_EQ(Told(camera->createEventStreamPipeline(none, 0)), "10 3 Unable to get Authentication data");
+}
+
+TEST_F(AlarmInputs, WhatGStreamerCannotMakeIsToldAndLogged) {
+    (void)stream(0); // registers the source
+    const std::pair<const char*, std::string> cases[] = {
+        {"bin", "source bin"}, {"vorn_eventsynth", "source element"}, {"pipeline", "pipeline"}};
+    for (const auto& [name, object] : cases) {
+        GstRegistry* const all = gst_registry_get();
+        const CGstRef<GstPluginFeature> feature(gst_registry_lookup_feature(all, name));
+        gst_registry_remove_feature(all, feature.get());
+        IStreamController* none = nullptr;
+        const std::string text = "Event " + object + " could not be created.";
+        EXPECT_EQ(Told(camera->createEventStreamPipeline(none, 0)), "2 3 " + text);
+        EXPECT_THAT(device->logLines(), testing::Contains("3 " + text));
+        gst_registry_add_feature(all, GST_PLUGIN_FEATURE(gst_object_ref(feature.get())));
+    }
 }
 
 TEST_F(AlarmInputs, ALiveStreamAnswersForItsInput) {
@@ -136,12 +184,14 @@ TEST_F(AlarmInputs, ALiveStreamAnswersForItsInput) {
     EXPECT_EQ(outcome("getDryContactInputState", {"0"}), R"({ "2" })");
     const auto third = stream(0);
     first = stream(1);
+    EXPECT_EQ(outcome("getDryContactInputState", {"1"}), R"({ "1" }; jpeg_alarm trm_alarm2=1)");
     first.reset();
     EXPECT_THAT(outcome("getDryContactInputState", {"1"}), testing::HasSubstr("get_io"));
 }
 
 TEST_F(AlarmInputs, EventsReachTheObserverAndTheEndTheController) {
     stub.reply("/cgi-bin/get_io", HttpOk("terminal1 I High\r\n")); // and the reply is over
+    stub.demandCredentials();
     const auto controller = stream(0);
     std::mutex mutex;
     std::vector<SStreamEvent> events;
@@ -154,6 +204,7 @@ TEST_F(AlarmInputs, EventsReachTheObserverAndTheEndTheController) {
         const std::lock_guard<std::mutex> lock(mutex);
         return !events.empty();
     }));
+    EXPECT_EQ(stub.requests("/cgi-bin/get_io")[0].authorization, "Basic YWRtaW46MTIzNDU="); // admin:12345
     stub.reply("/cgi-bin/get_io", ""); // from the next request on the connection breaks
     const auto end = controller->waitForEnd(std::chrono::seconds(30));
     ASSERT_TRUE(end);

@@ -43,7 +43,7 @@ protected:
         }
         stub.reply("/cgi-bin/get_capability", HttpOk(capability));
         boost::shared_ptr<IDeviceContext> context = device;
-        camera.emplace(context, stub.address().c_str(), models, number);
+        camera.emplace(context, address.c_str(), models, number);
         EXPECT_TRUE(camera->customInitialize());
         registry.emplace();
         camera->registerOperations(*registry);
@@ -84,7 +84,8 @@ protected:
 
     mutable std::mutex settingsMutex; // guards settings
     Settings settings;
-    CStubCamera stub; // serves them until it is gone
+    CStubCamera stub;                     // serves them until it is gone
+    std::string address = stub.address(); // of the cameras that are made
     boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
     boost::shared_ptr<CVornModelList> models;
     std::optional<panasonic_camera::CPanasonicCamera> camera;

@@ -1,5 +1,6 @@
 #include "camera/panasonic_camera.h"
 
+#include "tests/plugin/curl_options.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/stub_camera.h"
 
@@ -26,7 +27,8 @@ class Camera : public testing::Test {
 protected:
     Camera() {
         stub.reply(AuthenticationTest, HttpOk("NAME=PX-A10\r\n"));
-        stub.reply(Setdata, HttpOk("CAMTITLE,\"one\"\r\nCAMTITLE2,\"two\"\r\nCAMTITLE4,\"four\"\r\n"));
+        stub.reply(Setdata, HttpOk("CAMTITLE,\"one\"\r\nCAMTITLE2,\"two\"\r\nCAMTITLE4,\"four\"\r\n"
+                                   "CAMTITLE6,\"six\"\r\n"));
         stub.reply(GetCapability, HttpOk("video_server.image.mode=4_3\r\n"));
         stub.reply("/cgi-bin/getinfo", HttpOk("MAC=00:11\r\nVERSION=4.3\r\n"));
         stub.reply(Initial, HttpOk("OK"));
@@ -57,13 +59,16 @@ protected:
     CStubCamera stub;
     std::size_t told = 0;
     boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
-    boost::shared_ptr<CVornModelList> modelList = ModelList({{"A", "", ""}}, {{"A10", "A"}});
+    boost::shared_ptr<CVornModelList> modelList =
+        ModelList({{"B", "", ""}, {"A", "", ""}}, {{"A10", "A"}, {"B10", "B"}}, 6);
     std::optional<CPanasonicCamera> camera;
 };
 
 TEST_F(Camera, ComesUpWithTheTestThenTheSettingsBesideTheCapability) {
     stub.hold(Setdata); // nobody waits for it
     EXPECT_TRUE(camera->customInitialize());
+    for (const char* const path : {AuthenticationTest, GetCapability})
+        EXPECT_EQ(CurlOption(path, CURLOPT_TIMEOUT_MS), "4") << path;
     ASSERT_TRUE(stub.waitForRequests(Setdata, 1));
     const std::vector<std::string> paths = newPaths();
     EXPECT_EQ(paths.front(), AuthenticationTest);
@@ -106,9 +111,11 @@ TEST_F(Camera, WithoutAuthenticationNothingElseIsAsked) {
     EXPECT_THAT(newPaths(), IsEmpty());
 
     // An answer without the value is an answer.
+    stub.demandCredentials();
     device->setAuthentication({"u", "p"});
     stub.reply(AuthenticationTest, HttpOk(""));
     EXPECT_EQ(Told(camera->testAuthentication()), "1 0 ");
+    EXPECT_EQ(stub.requests().back().authorization, "Basic dTpw"); // u:p
 }
 
 TEST_F(Camera, TheUninitialisedCameraAnswersEmptyTextsAndRefusesCommands) {
@@ -121,6 +128,7 @@ TEST_F(Camera, TheUninitialisedCameraAnswersEmptyTextsAndRefusesCommands) {
     EXPECT_THAT(titles(0), ElementsAre("before", "", "", "20"));
     EXPECT_EQ(Told(camera->rebootDevice()), "16 3 property not found");
     EXPECT_EQ(Told(camera->resetToFactoryDefaults()), "16 3 property not found");
+    EXPECT_EQ(Told(camera->setLensAutoFocus(0, "1")), "16 3 property not found");
     EXPECT_THAT(newPaths(), IsEmpty());
 }
 
@@ -144,6 +152,7 @@ TEST_F(Camera, TellsWhoItIs) {
     EXPECT_THAT(titles(1), ElementsAre("before", "two", "two", "20"));
     EXPECT_THAT(titles(2), ElementsAre("before", "", "", "20"));
     EXPECT_THAT(titles(3), ElementsAre("before", "four", "four", "20"));
+    EXPECT_THAT(titles(5), ElementsAre("before", "six", "six", "20")); // the model's last
     EXPECT_THAT(titles(2147483647), ElementsAre("before", "", "", "20"));
 }
 
@@ -184,13 +193,15 @@ TEST_F(Camera, AsksForItsModelBeforeItIsInitialised) {
                        {"-A10", "A10", "-A10"},
                        {"", "", "A10"}};
     for (const auto& c : cases) {
-        stub.reply("/A/model", HttpOk(std::string("NAME=") + c.reported + "\r\n"));
+        stub.reply("/A/model", HttpOk(std::string("NAME=") + c.reported + "m's\r\n"));
         EXPECT_EQ(Told(camera->preInit_getUnitModelName(model)), "1 0 ");
         EXPECT_EQ(model, c.model);
         CString name;
         EXPECT_FALSE(camera->getUnitModelName(name));
         EXPECT_EQ(name, CString(c.fullName));
     }
+    EXPECT_EQ(stub.requests().back().authorization,
+              "Basic dTpw"); // u:p, unasked as the family's scheme has it
     make("");
     CString name = "old";
     EXPECT_TRUE(camera->getUnitModelName(name)); // the framework does not know the number

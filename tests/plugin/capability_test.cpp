@@ -45,6 +45,11 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
                               "image.mpeg4-2.framerate=m42-f",
                               "image.h264.framerate=h-f,h-g",
                               "image.h264-2.framerate=h2-f",
+                              "image.mjpeg.max_framerate.1_3m=mj-m",
+                              "image.mpeg4.max_framerate.1_3m=m4-m",
+                              "image.mpeg4-2.max_framerate.1_3m=m42-m",
+                              "image.h264.max_framerate.1_3m=h-m",
+                              "image.h264-2.max_framerate.1_3m=h2-m",
                               "image.mjpeg.i_interval=no",
                               "image.mpeg4.i_interval=m4-i",
                               "image.mpeg4-2.i_interval=m42-i",
@@ -53,21 +58,26 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
                               "image.mjpeg.quality=mj-q",
                               "image.mpeg4.quality=m4-q",
                               "image.h264.quality=h-q",
+                              "image.mpeg4-2.quality=no",
+                              "image.h264-2.quality=no",
                               "image.mjpeg.bandwidth=no",
+                              "image.mpeg4-2.bandwidth=no",
+                              "image.h264-2.bandwidth=no",
                               "image.mpeg4.bandwidth=m4-b",
                               "image.h264.bandwidth=h-b"}));
     struct {
         VideoCodec codec;
         int stream;
         Texts resolution, resolutionOfMode, frameRate, interval, quality, bandwidth;
+        const char* maxFrameRate;
     } const cases[] = {
-        {Mjpeg, 0, {"1x1"}, {"6x1"}, {"mj-f"}, {}, {"mj-q"}, {}},
-        {Mjpeg, 1, {"1x1"}, {"6x1"}, {"mj-f"}, {}, {"mj-q"}, {}},
-        {Mpeg4, 0, {"2x1"}, {"2x1"}, {"m4-f"}, {"m4-i"}, {"m4-q"}, {"m4-b"}},
-        {Mpeg4, -1, {"3x1"}, {"3x1"}, {"m42-f"}, {"m42-i"}, {"m4-q"}, {"m4-b"}},
-        {H264, 0, {"4x1"}, {"4x1"}, {"h-f", "h-g"}, {"h-i"}, {"h-q"}, {"h-b"}},
-        {H264, 2, {"5x1"}, {"7x1"}, {"h2-f"}, {"h2-i"}, {"h-q"}, {"h-b"}},
-        {UnknownCodec, 0, {}, {}, {}, {}, {}, {}},
+        {Mjpeg, 0, {"1x1"}, {"6x1"}, {"mj-f"}, {}, {"mj-q"}, {}, "mj-m"},
+        {Mjpeg, 1, {"1x1"}, {"6x1"}, {"mj-f"}, {}, {"mj-q"}, {}, "mj-m"},
+        {Mpeg4, 0, {"2x1"}, {"2x1"}, {"m4-f"}, {"m4-i"}, {"m4-q"}, {"m4-b"}, "m4-m"},
+        {Mpeg4, -1, {"3x1"}, {"3x1"}, {"m42-f"}, {"m42-i"}, {"m4-q"}, {"m4-b"}, "m42-m"},
+        {H264, 0, {"4x1"}, {"4x1"}, {"h-f", "h-g"}, {"h-i"}, {"h-q"}, {"h-b"}, "h-m"},
+        {H264, 2, {"5x1"}, {"7x1"}, {"h2-f"}, {"h2-i"}, {"h-q"}, {"h-b"}, "h2-m"},
+        {UnknownCodec, 0, {}, {}, {}, {}, {}, {}, "30"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE("codec " + std::to_string(static_cast<int>(c.codec)) + ", stream " +
@@ -78,6 +88,7 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
         EXPECT_EQ(capability.getVideoCodecIInterval(c.codec, c.stream), c.interval);
         EXPECT_EQ(capability.getVideoCodecQuality(c.codec), c.quality);
         EXPECT_EQ(capability.getVideoCodecBandwidth(c.codec), c.bandwidth);
+        EXPECT_EQ(capability.getMaxFrameRate(c.codec, c.stream, "1_3m"), c.maxFrameRate);
     }
     EXPECT_THAT(capability.getImageMode(), ElementsAre("mode", "4_3"));
 }
@@ -91,12 +102,19 @@ TEST(Capability, ResolutionsAreSortedByWidthAlone) {
         {"1280x960,1280x720,320x240", {"320x240", "1280x960", "1280x720"}},
         {"640x480,VGA", {"VGA", "640x480"}},
         {"99x1, 100x1,9junkx1,-5x1,ax2", {"ax2", "9junkx1", "99x1", " 100x1", "-5x1"}},
-        {"5x1,99999999999x1,4294967294x1", {"5x1", "4294967294x1", "99999999999x1"}},
+        {"5x1,99999999999x1,4294967294x1,-99999999999x1",
+         {"5x1", "4294967294x1", "99999999999x1", "-99999999999x1"}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(C(std::string("video_server.image.h264.resolution=") + c.value)
                       .getResolutionForCodec("", H264, 0),
                   c.sorted);
+    Texts equal; // more than a sort of few entries keeps in order by chance
+    std::string value = "9x0";
+    for (int i = 0; i < 40; ++i)
+        value += "," + equal.emplace_back("640x" + std::to_string(i));
+    equal.insert(equal.begin(), "9x0");
+    EXPECT_EQ(C("video_server.image.h264.resolution=" + value).getResolutionForCodec("", H264, 0), equal);
 }
 
 TEST(Capability, ValuesStandAtTheFirstOccurrenceAndAreNeverTrimmed) {
@@ -126,14 +144,10 @@ TEST(Capability, ValuesStandAtTheFirstOccurrenceAndAreNeverTrimmed) {
 }
 
 TEST(Capability, HighestFrameRateIsThirtyWhereTheTextSaysNothing) {
-    const C capability(Lines({"image.h264.max_framerate.16_9=15", "image.h264-2.max_framerate.16_9=10",
-                              "image.mjpeg.max_framerate.16_9=", "image.h264.max_framerate.=1"}));
-    EXPECT_EQ(capability.getMaxFrameRate(H264, 0, "16_9"), "15");
-    EXPECT_EQ(capability.getMaxFrameRate(H264, 1, "16_9"), "10");
+    const C capability(Lines({"image.mjpeg.max_framerate.16_9=", "image.h264.max_framerate.=1"}));
     EXPECT_EQ(capability.getMaxFrameRate(Mjpeg, 1, "16_9"), "");
     EXPECT_EQ(capability.getMaxFrameRate(H264, 0, ""), "30");
     EXPECT_EQ(capability.getMaxFrameRate(H264, 0, "4_3"), "30");
-    EXPECT_EQ(capability.getMaxFrameRate(UnknownCodec, 0, "16_9"), "30");
 }
 
 TEST(Capability, NumbersAreReadAsAStreamReadsThem) {

@@ -1,5 +1,6 @@
 #include "events/dry_contact_monitor.h"
 
+#include "tests/plugin/curl_options.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/monitor_server.h"
 #include "tests/plugin/stub_camera.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <random>
 #include <thread>
 
@@ -58,8 +60,25 @@ protected:
         return boost::make_shared<Monitor>(address, "admin", "pa:ss@1", 1, 4, PatientTimes(clock));
     }
 
+    // Has the camera tell a change of input 1 once it has been asked.
+    static void changeInput(CMonitorServer& camera, Monitor& monitor) {
+        ASSERT_TRUE(camera.waitForRequests(1));
+        camera.write("terminal1 I Low\r\n");
+        EXPECT_EQ(monitor.GetStateOfInput(1), Monitor::DCS_LOW);
+        camera.write("terminal1 I High\r\n");
+    }
+    // A listener that does not return before it may.
+    Monitor::Listener slowListener() {
+        return [this](Monitor::TDryContactState) {
+            entered = true;
+            WaitUntil([this] { return mayLeave.load(); });
+            left = true;
+        };
+    }
+
     const CThreadCheck threads;
     std::atomic<std::time_t> clock{1'000};
+    std::atomic<bool> entered{false}, mayLeave{false}, left{false};
 };
 
 TEST_F(DryContactMonitor, LevelsAreReadToTheLetter) {
@@ -86,6 +105,7 @@ TEST_F(DryContactMonitor, ListenersLearnOfChangesAfterTheFirstLevel) {
     camera.write("terminal1 I Low\r\nterminal3 I Low\r\nterminal4 I Low\r\n");
     EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
     EXPECT_EQ(monitor->GetStateOfInput(4), Monitor::DCS_UNKNOWN);
+    monitor->ParseAndDisperseInformation("terminal3 I Low\r\n"); // which is no change
     camera.write("terminal1 I High\r\n");
     ASSERT_TRUE(first.waitForCount(1));
     monitor->ParseAndDisperseInformation("terminal3 I Hi"); // a line in two chunks is not put together
@@ -101,6 +121,33 @@ TEST_F(DryContactMonitor, ListenersLearnOfChangesAfterTheFirstLevel) {
     }
     for (const unsigned input : {1, 3, 4})
         monitor->StopMonitor(input);
+}
+
+// Levels from the first input to before the end; a lost link from 1 to the end, itself included.
+TEST_F(DryContactMonitor, EachIsToldItsOwnInTheOrderOfTheInputs) {
+    const std::tuple<int, int, std::vector<std::string>> cases[] = {
+        {2, 4, {"2 is 2", "3 is 2", "1 is 3", "2 is 3", "3 is 3", "4 is 3"}},
+        {0, 3, {"0 is 2", "1 is 2", "2 is 2", "1 is 3", "2 is 3", "3 is 3"}}};
+    for (const auto& [first, end, expected] : cases) {
+        std::vector<std::string> told; // by one call after another
+        CMonitorServer camera;
+        const auto monitor =
+            boost::make_shared<Monitor>(camera.address(), "admin", "x", first, end, PatientTimes(clock));
+        for (unsigned input = 0; input <= 5; ++input)
+            monitor->StartMonitor(input, [&told, input](Monitor::TDryContactState state) {
+                told.push_back(std::to_string(input) + " is " + std::to_string(state));
+            });
+        ASSERT_TRUE(camera.waitForRequests(1));
+        for (const std::string level : {" I Low\r\n", " I High\r\n"}) {
+            std::string lines;
+            for (int input = 5; input >= 0; --input)
+                lines += "terminal" + std::to_string(input) + level;
+            monitor->ParseAndDisperseInformation(lines);
+        }
+        camera.resetAll();
+        ASSERT_TRUE(camera.waitForRequests(2)); // behind all calls
+        EXPECT_EQ(told, expected);
+    }
 }
 
 TEST_F(DryContactMonitor, ARequestThatTheCameraEndsIsMadeAgainInSilence) {
@@ -195,6 +242,29 @@ TEST_F(DryContactMonitor, WhatACameraAsksAndSendsIsBounded) {
     }
 }
 
+// What a monitor goes by that is told no times, as the elements make them.
+TEST_F(DryContactMonitor, ItGoesByItsOwnTimesAndOptions) {
+    const SMonitorTimes times;
+    EXPECT_EQ(times.afterClose, std::chrono::milliseconds(250));
+    EXPECT_EQ(times.silence, std::chrono::seconds(16));
+    EXPECT_NEAR(static_cast<double>(times.now()), static_cast<double>(std::time(nullptr)), 2);
+    CMonitorServer camera;
+    const auto monitor = boost::make_shared<Monitor>(camera.address(), "us:er", "p@ss", 1, 4);
+    monitor->StartMonitor(1, {});
+    ASSERT_TRUE(camera.waitForRequests(1));
+    const std::string path = "/cgi-bin/get_io?mode=monitor";
+    EXPECT_EQ(CurlOption(path, CURLOPT_NOSIGNAL) + CurlOption(path, CURLOPT_TCP_NODELAY), "11");
+    EXPECT_EQ(CurlOption(path, CURLOPT_USERPWD), "us:er:p@ss");
+    EXPECT_EQ(CurlOption(path, CURLOPT_HTTPAUTH),
+              std::to_string(static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC)));
+    EXPECT_EQ(CurlOption(path, CURLOPT_CONNECTTIMEOUT), "15");
+    EXPECT_EQ(CurlOption(path, CURLOPT_TIMEOUT_MS), ""); // it stays open
+    const auto closed = std::chrono::steady_clock::now();
+    camera.closeAll();
+    ASSERT_TRUE(camera.waitForRequests(2));
+    EXPECT_GE(std::chrono::steady_clock::now() - closed, times.afterClose);
+}
+
 TEST(RetryPace, DoublesAndIsSlowerWhereTheCameraRefuses) {
     CRetryPace pace({});
     const auto waits = [&](std::chrono::milliseconds (CRetryPace::*after)(), int count) {
@@ -221,8 +291,12 @@ TEST_F(DryContactMonitor, AStopTakesAwayItsOwnListenerOnly) {
     ASSERT_TRUE(camera.waitForRequests(1));
     camera.write("terminal1 I Low\r\n");
     EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
-    monitor->StopMonitor(1, Monitor::NotRegistered); // of one that could not be
-    monitor->StopMonitor(1, first);
+    for (const auto registration :
+         {Monitor::NotRegistered, first}) { // of one that could not be; of the older
+        Monitor::s_dcs[camera.address()] = monitor;
+        monitor->StopMonitor(1, registration);
+        EXPECT_EQ(Monitor::s_dcs[camera.address()], nullptr); // whoever else uses it
+    }
     EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
     camera.write("terminal1 I High\r\n");
     ASSERT_TRUE(newer.waitForCount(1));
@@ -234,12 +308,16 @@ TEST_F(DryContactMonitor, AStopTakesAwayItsOwnListenerOnly) {
     monitor->StopMonitor(2);
 }
 
+// Until it is given up the start, each chunk and each failure count as signs of life.
 TEST_F(DryContactMonitor, ASilentCameraIsGivenUpOnceAndAskedAgain) {
     CMonitorServer camera;
     const auto monitor = makeMonitor(camera.address());
     CHeard heard;
+    clock += 17;
     monitor->StartMonitor(1, heard.listener());
+    EXPECT_TRUE(monitor->CheckHeartbeat());
     ASSERT_TRUE(camera.waitForRequests(1));
+    clock += 16;
     camera.write("x");
     monitor->GetStateOfInput(1);
     clock += 16;
@@ -249,6 +327,14 @@ TEST_F(DryContactMonitor, ASilentCameraIsGivenUpOnceAndAskedAgain) {
     EXPECT_TRUE(monitor->CheckHeartbeat());
     EXPECT_TRUE(camera.waitForRequests(2));
     EXPECT_THAT(heard.states(), ElementsAre(Monitor::DCS_LINK_LOST));
+    monitor->StopMonitor(1);
+
+    monitor->StartMonitor(1, heard.listener());
+    ASSERT_TRUE(camera.waitForRequests(3));
+    clock += 17;
+    camera.resetAll();
+    ASSERT_TRUE(camera.waitForRequests(4)); // behind the failure
+    EXPECT_TRUE(monitor->CheckHeartbeat());
     monitor->StopMonitor(1);
 }
 
@@ -278,17 +364,9 @@ TEST_F(DryContactMonitor, AStopDoesNotWaitForTheCamera) {
 TEST_F(DryContactMonitor, AListenerIsNeverCalledAfterItsStop) {
     CMonitorServer camera;
     const auto monitor = makeMonitor(camera.address());
-    std::atomic<bool> entered{false}, mayLeave{false}, left{false};
     monitor->StartMonitor(2, [](Monitor::TDryContactState) {});
-    monitor->StartMonitor(1, [&](Monitor::TDryContactState) {
-        entered = true;
-        WaitUntil([&] { return mayLeave.load(); });
-        left = true;
-    });
-    ASSERT_TRUE(camera.waitForRequests(1));
-    camera.write("terminal1 I Low\r\n");
-    monitor->GetStateOfInput(1);
-    camera.write("terminal1 I High\r\n");
+    monitor->StartMonitor(1, slowListener());
+    changeInput(camera, *monitor);
     ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
     std::thread helper([&] { mayLeave = true; });
     monitor->StopMonitor(1);
@@ -300,21 +378,40 @@ TEST_F(DryContactMonitor, AListenerIsNeverCalledAfterItsStop) {
 TEST_F(DryContactMonitor, AStopWaitsForNobodyElsesListener) {
     CMonitorServer camera;
     const auto monitor = makeMonitor(camera.address());
-    std::atomic<bool> entered{false}, mayLeave{false};
     const auto first = monitor->StartMonitor(1, [](Monitor::TDryContactState) {});
-    const auto second = monitor->StartMonitor(1, [&](Monitor::TDryContactState) { // in the first one's place
-        entered = true;
-        WaitUntil([&] { return mayLeave.load(); });
-    });
-    ASSERT_TRUE(camera.waitForRequests(1));
-    camera.write("terminal1 I Low\r\n");
-    monitor->GetStateOfInput(1);
-    camera.write("terminal1 I High\r\n");
+    const auto second = monitor->StartMonitor(1, slowListener()); // in the first one's place
+    changeInput(camera, *monitor);
     ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
     monitor->StopMonitor(1, first);
-    EXPECT_FALSE(mayLeave);
+    EXPECT_FALSE(left);
     mayLeave = true;
     monitor->StopMonitor(1, second);
+}
+
+// A stop is under way while it waits for a listener.
+TEST_F(DryContactMonitor, AStartDuringAStopWaitsAndBeginsAnew) {
+    CMonitorServer camera;
+    const auto monitor = makeMonitor(camera.address());
+    monitor->StartMonitor(1, slowListener());
+    changeInput(camera, *monitor);
+    ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
+    auto stop = std::async(std::launch::async, [&] { monitor->StopMonitor(1); });
+    ASSERT_TRUE(
+        WaitUntil([&] { return monitor->GetStateOfInput(1) == Monitor::DCS_UNKNOWN; })); // it has begun
+    auto start = std::async(std::launch::async, [&] { monitor->StartMonitor(2, {}); });
+    EXPECT_EQ(start.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    mayLeave = true;
+    stop.get();
+    start.get();
+    ASSERT_TRUE(camera.waitForRequests(2));
+    bool isAsked = false; // what the request before has written does not count
+    EXPECT_EQ(monitor->GetStateOfInput(2, [&isAsked] { return isAsked = true; }), Monitor::DCS_UNKNOWN);
+    EXPECT_TRUE(isAsked);
+    camera.write("terminal2 I Low\r\n");
+    EXPECT_EQ(monitor->GetStateOfInput(2), Monitor::DCS_LOW);
+    monitor->StartMonitor(2, {}); // forgets the level
+    EXPECT_EQ(monitor->GetStateOfInput(2), Monitor::DCS_UNKNOWN);
+    // With the monitor its request ends too.
 }
 
 // What each element does, from several threads, on one address.

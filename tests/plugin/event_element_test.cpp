@@ -13,7 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <random>
+#include <tuple>
 
 namespace corvane::vorn_event::v1_0 {
 namespace {
@@ -26,6 +28,10 @@ using vorn_gst::v1_0::CGstRef;
 using vorn_gst::v1_0::TakeFloating;
 using vorn_utility::v1_0::CDryContactMonitor;
 using vorn_utility::v1_0::SMonitorTimes;
+
+SVornEventSynth* InstanceOf(GstElement* element) {
+    return reinterpret_cast<SVornEventSynth*>(element);
+}
 
 // The element in a pipeline with a sink; what passes its pad is written down.
 class CPlayedElement {
@@ -45,7 +51,7 @@ public:
                 return GST_PAD_PROBE_OK;
             },
             this, nullptr);
-        g_object_set(source_.get(), "ipaddr", address.c_str(), "device-index", 1, "device-index-base", 1,
+        g_object_set(source_.get(), "ipaddr", address.c_str(), "device-index", 2, "device-index-base", 1,
                      "max-device-index", 4, "drycontact-activestate", DCActiveHigh, nullptr);
     }
     ~CPlayedElement() { set(GST_STATE_NULL); }
@@ -55,7 +61,7 @@ public:
     void periods(int event, int ping) {
         g_object_set(source_.get(), "event-period", event, "ping-period", ping, nullptr);
     }
-    void set(GstState state) { gst_element_set_state(pipeline_.get(), state); }
+    GstStateChangeReturn set(GstState state) { return gst_element_set_state(pipeline_.get(), state); }
     GstElement* source() const { return source_.get(); }
     // Waits for it; empty when none comes.
     std::string postedError() const {
@@ -138,10 +144,10 @@ TEST_F(EventElement, PushesAtItsPeriodsBehindWhatThePadNeedsFirst) {
     CPlayedElement element(camera.address());
     element.periods(100, 1000);
     element.set(GST_STATE_PLAYING);
-    writeWhenAsked("terminal1 I High\r\n");
+    writeWhenAsked("terminal2 I High\r\n");
     ASSERT_TRUE(element.waitFor("ping"));
     EXPECT_EQ(element.state(), DCStateLow); // the first: active
-    camera.write("terminal1 I Low\r\n");
+    camera.write("terminal2 I Low\r\n");
     ASSERT_TRUE(element.waitFor("ping", 2));
     const std::vector<std::string> pushed = element.pushed();
     EXPECT_EQ((std::vector<std::string>{pushed.begin(), pushed.begin() + 4}),
@@ -154,32 +160,99 @@ TEST_F(EventElement, PushesAtItsPeriodsBehindWhatThePadNeedsFirst) {
     EXPECT_EQ(*(second - 1), "inactive");
 }
 
+TEST_F(EventElement, EachPropertyBeginsWithItsDefaultAndKeepsWhatIsSet) {
+    const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "a name"));
+    EXPECT_STREQ(GST_OBJECT_NAME(element.get()), "a name");
+    // The last sets the first, too, which tells whether the input is active.
+    const std::tuple<const char*, std::string, const char*> cases[] = {
+        {"drycontact-state", "1", "1"},      {"event-mode", "1", "2"},
+        {"ping-period", "3", "13"},          {"event-period", "6", "14"},
+        {"device-index", "0", "15"},         {"device-index-base", "0", "16"},
+        {"max-device-index", "0", "17"},     {"username", "", "u"},
+        {"user-password", "", "p"},          {"ipaddr", "", "a"},
+        {"drycontact-activestate", "1", "2"}};
+    const auto textOf = [&element](const char* name) {
+        GValue value = G_VALUE_INIT;
+        g_object_get_property(G_OBJECT(element.get()), name, &value);
+        const std::string text = G_VALUE_HOLDS_STRING(&value) ? g_value_get_string(&value)
+                                 : G_VALUE_HOLDS_ENUM(&value) ? std::to_string(g_value_get_enum(&value))
+                                                              : std::to_string(g_value_get_int(&value));
+        g_value_unset(&value);
+        return text;
+    };
+    for (const auto& [name, before, after] : cases) {
+        EXPECT_EQ(textOf(name), before) << name;
+        gst_util_set_object_arg(G_OBJECT(element.get()), name, after);
+    }
+    for (const auto& [name, before, after] : cases)
+        EXPECT_EQ(textOf(name), after) << name;
+}
+
+// From the times before, not from now; no state is needed but the monitor's first reply.
+TEST_F(EventElement, TimesArePlannedInMilliseconds) {
+    const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "source"));
+    SVornEventSynth& instance = *InstanceOf(element.get());
+    instance.monitor = boost::make_shared<CDryContactMonitor>(camera.address(), "u", "p", 1, 4);
+    instance.monitor->ParseAndDisperseInformation("x");
+    instance.eventPeriod = 100;
+    instance.pingPeriod = 7'000;
+    instance.lastPingTime = 3'000'000'000;
+    instance.nextEventTime = 2'000'000'000;
+    instance.sendWhatIsDue(); // pushes nothing, since it is not playing
+    EXPECT_EQ(instance.lastEventTime, 2'000'000'000U);
+    EXPECT_EQ(instance.nextEventTime, 2'100'000'000U);
+    EXPECT_EQ(instance.getNextPingTime(), 17'000'000'000U);
+    instance.pingPeriod = 0;
+    EXPECT_EQ(instance.getNextPingTime(), GST_CLOCK_TIME_NONE);
+
+    instance.eventMode = EventModeRandom; // from none to twice the period
+    std::vector<double> periods;
+    for (int i = 0; i < 1'000; ++i) {
+        instance.scheduleNextEvent();
+        periods.push_back(static_cast<double>(instance.nextEventTime - instance.lastEventTime) / 1e8);
+    }
+    EXPECT_NEAR(std::accumulate(periods.begin(), periods.end(), 0.0) / 1'000, 1, 0.1);
+    EXPECT_NEAR(*std::min_element(periods.begin(), periods.end()), 0, 0.05);
+    EXPECT_NEAR(*std::max_element(periods.begin(), periods.end()), 2, 0.05);
+}
+
+TEST_F(EventElement, TheActiveLevelMayBeEither) {
+    const std::tuple<int, std::string, std::string> cases[] = {
+        {DCActiveLow, "", "active"}, // as it was
+        {DCActiveHigh, "", "active"},      {DCActiveLow, "Low", "active"},  {DCActiveLow, "High", "inactive"},
+        {DCActiveHigh, "Low", "inactive"}, {DCActiveHigh, "High", "active"}};
+    for (const auto& [activeLevel, level, state] : cases) {
+        CMonitorServer server;
+        CPlayedElement element(server.address());
+        g_object_set(element.source(), "drycontact-activestate", activeLevel, nullptr);
+        element.periods(2'147'483'647, 0);
+        element.set(GST_STATE_PLAYING);
+        ASSERT_TRUE(server.waitForRequests(1));
+        element.periods(2'147'483'647, 1);       // which counts at once
+        ASSERT_TRUE(element.waitFor("ping", 3)); // and needs neither a level nor an event
+        server.write("terminal2 I " + level + "\r\n");
+        element.periods(1, 0);
+        ASSERT_TRUE(element.waitFor(state, 2));
+        EXPECT_EQ(element.state(), state == "active" ? DCStateLow : DCStateHigh);
+    }
+}
+
 TEST_F(EventElement, PausedItPushesNothing) {
     CPlayedElement element(camera.address());
     element.periods(1, 3);
-    element.set(GST_STATE_PAUSED);
-    writeWhenAsked("terminal1 I Low\r\n");
+    EXPECT_EQ(element.set(GST_STATE_PAUSED), GST_STATE_CHANGE_NO_PREROLL); // it is live
+    writeWhenAsked("terminal2 I Low\r\n");
     EXPECT_TRUE(WaitUntil([&] { return element.state() == DCStateHigh; })); // it reads the level all the same
     EXPECT_THAT(element.pushed(), IsEmpty());
     element.set(GST_STATE_PLAYING);
     EXPECT_TRUE(element.waitFor("inactive"));
 }
 
-TEST_F(EventElement, WithoutPingsItSendsStates) {
-    CPlayedElement element(camera.address());
-    element.periods(1, 0);
-    g_object_set(element.source(), "event-mode", EventModeRandom, nullptr);
-    element.set(GST_STATE_PLAYING);
-    writeWhenAsked("x"); // no level: the input stays as it was
-    EXPECT_TRUE(element.waitFor("active", 20));
-    EXPECT_EQ(element.count("ping"), 0U);
-}
-
 TEST_F(EventElement, ALostLinkEndsTheStreamAndAClosedReplyDoesNot) {
     CPlayedElement element(camera.address());
     element.periods(1, 0);
     element.set(GST_STATE_PLAYING);
-    writeWhenAsked("terminal1 I Low\r\n");
+    writeWhenAsked("terminal2 I Low\r\n");
     ASSERT_TRUE(element.waitFor("inactive"));
     camera.closeAll();
     ASSERT_TRUE(camera.waitForRequests(2));
@@ -205,9 +278,9 @@ TEST_F(EventElement, ACameraThatFallsSilentEndsTheStreamOnce) {
     CPlayedElement element(camera.address());
     element.periods(1, 0);
     element.set(GST_STATE_PLAYING);
-    writeWhenAsked("terminal1 I Low\r\n");
+    writeWhenAsked("terminal2 I Low\r\n");
     ASSERT_TRUE(element.waitFor("inactive", 3));
-    EXPECT_EQ(element.count("eos"), 0U);
+    EXPECT_EQ(element.count("eos") + element.count("ping"), 0U);
     clock += 17;
     EXPECT_TRUE(element.waitFor("eos"));
     EXPECT_TRUE(camera.waitForRequests(2));
@@ -256,25 +329,46 @@ TEST_F(EventElement, ATextThatDoesNotFitFailsTheElementAndNothingIsSent) {
     EXPECT_TRUE(camera.waitForRequests(1));
 }
 
-TEST_F(EventElement, OfTwoOnOneInputTheNewerGoesOnWhenTheOlderStops) {
+TEST_F(EventElement, WhenOneStopsTheOthersGoOnAndTheNextHasAMonitorOfItsOwn) {
     SMonitorTimes times;
     times.now = [] { return std::time_t{1'000}; }; // no heartbeat is ever missed
     CDryContactMonitor::s_dcs[camera.address()] =
         boost::make_shared<CDryContactMonitor>(camera.address(), "u", "p", 1, 4, times);
     CPlayedElement older(camera.address());
     CPlayedElement newer(camera.address());
-    for (CPlayedElement* const element : {&older, &newer}) {
+    CPlayedElement ofAnotherInput(camera.address());
+    g_object_set(ofAnotherInput.source(), "device-index", 3, nullptr);
+    for (CPlayedElement* const element : {&older, &newer, &ofAnotherInput}) {
         element->periods(1, 0);
         element->set(GST_STATE_PLAYING);
         ASSERT_TRUE(WaitUntil([&] { // the level is forgotten when it begins to listen
-            camera.write("terminal1 I Low\r\n");
+            camera.write("terminal2 I Low\r\nterminal3 I Low\r\n");
             return element->count("inactive") > 0;
         }));
     }
+    EXPECT_EQ(camera.requestCount(), 1U);
+    const std::size_t before = newer.count("active");
+    ASSERT_TRUE(WaitUntil([&] {
+        camera.write("terminal2 I High\r\n"); // which is no end to whoever is told
+        return newer.count("active") > before;
+    }));
     older.set(GST_STATE_NULL);
     EXPECT_EQ(newer.count("eos"), 0U);
+    const auto hooks = [](auto use) { // which are reserved
+        const boost::lock_guard<boost::mutex> lock(CDryContactMonitor::s_mutex);
+        use(CDryContactMonitor::s_strDryContactStatusUrl, CDryContactMonitor::s_funGetDryContactStatus);
+    };
+    hooks([](auto& url, auto& function) {
+        url = "x";
+        function = vorn_utility::v1_0::funGetDryContactStatusfromResponse;
+    });
+    CPlayedElement next(camera.address());
+    next.set(GST_STATE_PLAYING);
+    ASSERT_TRUE(camera.waitForRequests(2));
+    hooks([](auto& url, auto& function) { EXPECT_TRUE(url.empty() && !function); });
     camera.resetAll();
     EXPECT_TRUE(newer.waitFor("eos"));
+    EXPECT_TRUE(ofAnotherInput.waitFor("eos"));
 }
 
 TEST_F(EventElement, ATickThatWasGivenUpSendsNothing) {
@@ -287,7 +381,7 @@ TEST_F(EventElement, ATickThatWasGivenUpSendsNothing) {
         element.set(GST_STATE_READY);
         EXPECT_THAT(element.pushed(), IsEmpty());
         element.set(GST_STATE_PLAYING);
-        silent.write("terminal1 I Low\r\n");
+        silent.write("terminal2 I Low\r\n");
         ASSERT_TRUE(element.waitFor("inactive"));
         EXPECT_EQ(element.pushed()[2], "buffer of 1");
     }
@@ -300,7 +394,7 @@ TEST_F(EventElement, OneThatCouldNotListenLeavesTheOthersAndTheRegistryForgetsIt
     const auto other = monitor->StartMonitor(1, [&](CDryContactMonitor::TDryContactState) { heard = true; });
     CDryContactMonitor::s_dcs[camera.address()] = monitor;
     const auto element = TakeFloating(CreateEventSynthSrc(CGstContext::Get(), "source"));
-    auto* const instance = reinterpret_cast<SVornEventSynth*>(element.get());
+    SVornEventSynth* const instance = InstanceOf(element.get());
     instance->monitor = monitor;
     instance->subscribedIndex = 1;
     instance->cleanup();
@@ -315,7 +409,7 @@ TEST_F(EventElement, ReadyAndBackItBeginsTheStreamAnew) {
     CPlayedElement element(camera.address());
     element.periods(1, 0);
     element.set(GST_STATE_PLAYING);
-    writeWhenAsked("terminal1 I Low\r\n");
+    writeWhenAsked("terminal2 I Low\r\n");
     ASSERT_TRUE(element.waitFor("inactive"));
     element.set(GST_STATE_READY);
     camera.resetAll(); // a lost link that nobody can be told
@@ -333,6 +427,9 @@ TEST_F(EventElement, ItIsUsedOnce) {
     element.set(GST_STATE_PAUSED);
     element.set(GST_STATE_NULL);
     EXPECT_EQ(gst_element_set_state(element.source(), GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
+    const CGstRef<GstPad> pad(gst_element_get_static_pad(element.source(), "src"));
+    EXPECT_FALSE(
+        gst_pad_activate_mode(pad.get(), GST_PAD_MODE_PULL, TRUE)); // nor does it let itself be asked
 }
 
 TEST_F(EventElement, ItIsTakenDownInEveryPhase) {
@@ -349,7 +446,7 @@ TEST_F(EventElement, ItIsTakenDownInEveryPhase) {
             played->set(random() % 4 == 0 ? GST_STATE_PAUSED : GST_STATE_PLAYING);
         }
         if (random() % 2 == 0)
-            camera.write("terminal1 I High\r\n");
+            camera.write("terminal2 I High\r\n");
         if (random() % 8 == 0)
             camera.resetAll();
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 3'000)); // any phase

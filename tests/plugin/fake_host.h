@@ -134,16 +134,16 @@ inline SVornUrl Request(const std::string& path, const std::string& key) {
     return url;
 }
 
-// A family whose devices are asked at "/NAME/model" and "/NAME/serial".
+// A family whose devices are asked at "/NAME/model" and "/NAME/serial"; a value ends at "m" or "s" too.
 inline SQueryDevice QueryOf(const std::string& family) {
-    return {{Request("/" + family + "/model", "NAME="), "&\r\n'", "ANY"},
-            {Request("/" + family + "/serial", "SERIAL="), "&\r\n'", "ANY"}};
+    return {{Request("/" + family + "/model", "NAME="), "m\r\n", "BASIC"},
+            {Request("/" + family + "/serial", "SERIAL="), "s\r\n", "BASIC"}};
 }
 
-// Each model given as {number, family}; its authentication test is "/test".
+// Each model given as {number, family}, with so many video inputs; its authentication test is "/test".
 inline boost::shared_ptr<CVornModelList>
 ModelList(const std::vector<SFamily>& families,
-          const std::vector<std::pair<std::string, std::string>>& numbersAndFamilies) {
+          const std::vector<std::pair<std::string, std::string>>& numbersAndFamilies, int videoInputs = 1) {
     std::map<std::string, SQueryDevice> queries;
     for (const SFamily& family : families)
         queries[family.name] = QueryOf(family.name);
@@ -151,6 +151,7 @@ ModelList(const std::vector<SFamily>& families,
     for (const auto& [number, family] : numbersAndFamilies) {
         models[number].number = number;
         models[number].family = family;
+        models[number].videoInputs = videoInputs;
     }
     return boost::make_shared<CVornModelList>(Request("/test", "NAME="), families, queries, models);
 }
@@ -166,8 +167,10 @@ public:
             beforeFamily(i);
         return &modelList_->getFamilies()[i];
     }
-    bool isQueryRefused(const std::string& address, const COptional<CDeviceId>&,
-                        const CAuthentication&) override {
+    bool isQueryRefused(const std::string& address, const COptional<CDeviceId>& id,
+                        const CAuthentication& authentication) override {
+        checked =
+            address + " " + (id ? id->getSerialNumber().str() : "-") + " " + authentication.getUsername();
         return address == refusedAddress;
     }
     CLogFunction getLog() const override {
@@ -180,6 +183,7 @@ public:
     std::vector<std::string> logLines() const { return log_->lines(); }
 
     std::string refusedAddress;
+    std::string checked; // the address, the serial number and the user that isQueryRefused was last given
     std::function<void(std::size_t family)> beforeFamily; // when a query's thread is about to be started
 
 private:

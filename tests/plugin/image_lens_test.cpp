@@ -16,10 +16,10 @@ SModelInfo Model(const char* number, const char* dynamicRange) {
     model.number = number;
     model.brightness = {{"0", "255"}, "128"};
     model.sharpness = {{"-7", "8"}, "1"};
-    model.saturation = {{"5", "5"}, "5"};
+    model.saturation = {{"100", "4100"}, "900"};
     model.whiteBalance = {{"atw1", "atw2", "awc", "atw2"}, "awc"};
     model.backLightCompensation = {"0"};
-    model.focus = {{"0", "255"}, "x"};
+    model.focus = {{"1555", "9555"}, "2835"};
     model.dynamicRange = dynamicRange;
     return model;
 }
@@ -27,6 +27,8 @@ SModelInfo Model(const char* number, const char* dynamicRange) {
 SModelInfo Other() {
     SModelInfo model = Model("other", "Other");
     model.whiteBalance = {{"atw1", "atw2"}, "elsewhere"};
+    model.saturation = {{"5", "5"}, "5"};
+    model.focus = {{"0", "y"}, "x"};
     return model;
 }
 
@@ -43,7 +45,7 @@ protected:
                         Model("dark", "AdaptiveBlackStretchOnly"), Other(), Bare()}) {
         for (const char* name : {"image_adjust", "absctrl", "camctrl"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
-        stub.reply("/cgi-bin/absget", HttpOk("\r\nFOCUS=255\r\n"));
+        stub.reply("/cgi-bin/absget", HttpOk("\r\nFOCUS=7155\r\n"));
         bringUp("generic");
     }
 };
@@ -63,9 +65,10 @@ TEST_F(ImageAndLens, APercentageBecomesACameraValue) {
         {"setVpaBrightness", "2147483647", "image_adjust brightness=21474833"}, // the product wraps around
         {"setVpaSharpness", "50", "image_adjust sharpness=0"},
         {"setVpaSharpness", "5.5", "image_adjust sharpness=1"},
-        {"setVpaSaturation", "70", "image_adjust chroma=5"},
-        {"setLensFocus", "50", "absctrl?focus=127"},
-        {"setLensFocus", "", "absctrl?focus=x"},
+        {"setVpaSaturation", "70", "image_adjust chroma=2900"},
+        {"setVpaSaturation", "x", "image_adjust chroma=900"},
+        {"setLensFocus", "30", "absctrl?focus=3955"},
+        {"setLensFocus", "", "absctrl?focus=2835"},
     };
     for (const auto& c : cases) {
         EXPECT_THAT(call(c.operation, {"9", c.percent}), ElementsAre(c.request)); // whatever the input
@@ -74,22 +77,37 @@ TEST_F(ImageAndLens, APercentageBecomesACameraValue) {
 }
 
 TEST_F(ImageAndLens, ACameraValueBecomesAPercentage) {
-    bringUp("generic", {{"BRIGHTNESS", "128"}, {"SHARPNESS", "8"}, {"APERTURE", "-7"}, {"CHROMA", "5"}});
+    bringUp("generic", {{"BRIGHTNESS", "130"}, {"SHARPNESS", "8"}, {"APERTURE", "-7"}, {"CHROMA", "1339"}});
     EXPECT_THAT(answered("getVpaBrightness", {"0"}), ElementsAre("50", "50", "0", "100", "1"));
     EXPECT_THAT(answered("getVpaSharpness", {"0"}), ElementsAre("100", "53", "0", "100", "1"));
-    EXPECT_THAT(answered("getVpaSaturation", {"0"}), ElementsAre("50", "50", "0", "100", "1"));
+    EXPECT_THAT(answered("getVpaSaturation", {"-1"}), ElementsAre("30", "20", "0", "100", "1"));
     EXPECT_THAT(call("getLensFocus", {"0"}), ElementsAre("absget?page=12345"));
-    EXPECT_THAT(answer.values, ElementsAre("100", "50", "0", "100", "1"));
-    bringUp("generic", {{"BRIGHTNESS", "9x"}, {"APERTURE", "-7"}});
+    EXPECT_THAT(answer.values, ElementsAre("70", "16", "0", "100", "1"));
+    bringUp("generic", {{"BRIGHTNESS", "9x"}, {"APERTURE", "-8"}});
     EXPECT_THAT(answered("getVpaBrightness", {"0"}), ElementsAre("50", "50", "0", "100", "1"));
-    EXPECT_THAT(answered("getVpaSharpness", {"0"}), ElementsAre("0", "53", "0", "100", "1"));
+    EXPECT_THAT(answered("getVpaSharpness", {"0"}), ElementsAre("-6", "53", "0", "100", "1"));
+    bringUp("other", {{"CHROMA", "5"}}); // a range of no width, and one that is none
+    EXPECT_THAT(answered("getVpaSaturation", {"0"}), ElementsAre("50", "50", "0", "100", "1"));
+    EXPECT_THAT(call("setVpaSaturation", {"0", "70"}), ElementsAre("image_adjust chroma=5"));
+    EXPECT_THAT(answered("getLensFocus", {"0"}), ElementsAre("50", "50", "0", "100", "1"));
+    EXPECT_THAT(call("setLensFocus", {"0", "70"}), ElementsAre("absctrl?focus=x"));
 }
 
 TEST_F(ImageAndLens, WhatCannotBeReadTellsWhy) {
     stub.reply("/cgi-bin/absget", HttpOk("\r\nPAN=1\r\n"));
-    for (const char* name : {"Brightness", "Sharpness", "Saturation", "WhiteBalance", "BackLightComp"}) {
-        const std::string getter = "getVpa" + std::string(name);
-        bringUp("generic");
+    const std::pair<std::string, std::vector<const char*>> cases[] = {
+        {"Brightness", {"BRIGHTNESS"}},
+        {"Sharpness", {"SHARPNESS", "APERTURE"}},
+        {"Saturation", {"CHROMA"}},
+        {"WhiteBalance", {"WHITEBALANCE", "WHITEBAL"}},
+        {"BackLightComp", {"BLC"}}};
+    for (const auto& [name, own] : cases) {
+        const std::string getter = "getVpa" + name;
+        Settings others = {{"BRIGHTNESS", "1"}, {"SHARPNESS", "2"},    {"APERTURE", "3"},
+                           {"CHROMA", "4"},     {"WHITEBALANCE", "5"}, {"WHITEBAL", "6"}};
+        for (const char* const key : own)
+            others.erase(key);
+        bringUp("generic", others);
         EXPECT_THAT(answered(getter, {"1"}), ElementsAre("15 3 invalid camera range")) << name;
         if (getter != "getVpaBackLightComp") {
             EXPECT_THAT(answered(getter, {"0"}), ElementsAre("7 0 Device not accessible")) << name;
@@ -224,12 +242,14 @@ TEST_F(ImageAndLens, WideDynamicRangeGoesByTheModelsKind) {
 
 TEST_F(ImageAndLens, AWriteTellsWhatTheCameraAnswered) {
     stub.reply("/cgi-bin/image_adjust", HttpReply(401));
-    for (const char* operation :
-         {"setVpaBrightness", "setVpaWhiteBalance", "setVpaBackLightComp", "setLensWdr"})
+    for (const char* operation : {"setVpaBrightness", "setVpaSharpness", "setVpaSaturation",
+                                  "setVpaWhiteBalance", "setVpaBackLightComp", "setLensWdr"})
         EXPECT_THAT(answered(operation, {"0", "1"}), ElementsAre("10 4 CGI request failed !!")) << operation;
-    stub.reply("/cgi-bin/absctrl", HttpReply(500));
-    answered("setLensFocus", {"0", "1"});
-    EXPECT_NE(answer.error->getCode(), 1);
+    for (const char* name : {"absctrl", "camctrl"})
+        stub.reply("/cgi-bin/" + std::string(name), HttpReply(503));
+    for (const char* operation : {"setLensFocus", "setLensAutoFocus"})
+        EXPECT_THAT(answered(operation, {"0", "1"}), ElementsAre("2 4 HTTP status 503 Service Unavailable"))
+            << operation;
 }
 
 } // namespace

@@ -1,14 +1,18 @@
 #include "camera/setting.h"
 
+#include "tests/plugin/curl_options.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/stub_camera.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <ctime>
 #include <future>
 #include <optional>
+#include <sstream>
 
 namespace corvane::panasonic_camera {
 namespace {
@@ -176,6 +180,8 @@ TEST_F(Setting, AWriteWithoutReloadIsSeenAfterTheReload) {
     EXPECT_TRUE(isWaiting(reader));
     camera.letGoAll(Setdata);
     EXPECT_EQ(reader.get(), "second");
+    EXPECT_EQ(setting->ReloadSetting(), 0); // nothing was since
+    EXPECT_FALSE(camera.waitForRequests(Setdata, 3, Moment));
 
     const std::vector<SStubRequest> writes = camera.requests(Set);
     ASSERT_EQ(writes.size(), 2u);
@@ -208,6 +214,44 @@ TEST_F(Setting, AFailedFetchEmptiesEveryAnswerUntilOneSucceeds) {
     EXPECT_EQ(title(), "b");
     EXPECT_EQ(setting->GetCameraSetting("BWC"), "");
     EXPECT_EQ(setting->getDetailsFromSetdata(), 0);
+}
+
+TEST_F(Setting, EveryCamerasKeysAreInTheFirstDump) {
+    std::vector<std::string> keys;
+    std::istringstream names(
+        "CAMTITLE CAMTITLE2 CAMTITLE3 CAMTITLE4 BWC STREAMMODE MPEG MPEG_2 MPEGSIZE MPEGSIZE_2 MPEGBWC "
+        "MPEGBWC_2 "
+        "FPRIORITY FPRIORITY_2 H264 H264_2 H264RTSPMODE H264BWC H264BWC_2 H264SIZE H264SIZE_2 H264QUAL "
+        "H264QUAL_2 "
+        "H264FPRIORITY H264FPRIORITY_2 H264RINT H264RINT_2 BRIGHTNESS MEGASD SHARPNESS CHROMA BLC AUDIO "
+        "AUDIOBITRATE AUDIOINT ATRMIN ATRMIN2 ATRMIN3 ORGUSE ORGPORT ORGALM1 RTSPMODE RTSPPORT IMAGESELECT "
+        "WHITEBALANCE WHITEBAL IMAGESVGA IMAGERATIO NRFRAMERATE NRFRAMERATE_2 H264NRFRAMERATE "
+        "H264NRFRAMERATE_2 "
+        "RINT RINT_2 AUDIOSENS AINMODE AINMODE2 AINMODE3 LIVESIZE LIVESIZECH2 LIVESIZECH3 LIVESIZECH4 "
+        "LIVEINT "
+        "LIVEINTCH2 LIVEINTCH3 LIVEINTCH4 LIVEQUAL LIVEQUALCH2 LIVEQUALCH3 LIVEQUALCH4 PATROLNO SDTHREE "
+        "ALCELC WDR "
+        "DARKCOMP APERTURE MPEGQUAL MPEGQUAL_2 RTSPMODE_2 H264RTSPMODE,H264RTSPMODE_2");
+    for (std::string name; names >> name;)
+        keys.push_back(name);
+    EXPECT_EQ(keys.size(), 80U);
+    // A key stands behind those that end in it, which would be found first.
+    std::sort(keys.begin(), keys.end(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
+    std::string text;
+    for (const std::string& key : keys)
+        text += key + ",\"of " + key + "\"\r\n";
+    dump(text);
+    make();
+    for (const std::string& key : keys)
+        EXPECT_EQ(setting->GetCameraSetting(key), "of " + key);
+}
+
+TEST(SettingTimes, OfACamera) {
+    const SSettingTimes times;
+    EXPECT_EQ(times.refreshPeriod, seconds(300));
+    EXPECT_EQ(times.staleAfter, seconds(60));
+    EXPECT_EQ(times.readerPoll, milliseconds(100));
+    EXPECT_NEAR(static_cast<double>(times.now()), 1e3 * static_cast<double>(std::time(nullptr)), 2e3);
 }
 
 TEST_F(Setting, AKeyThatWasNeverAskedForIsFetchedFromThenOn) {
@@ -249,7 +293,9 @@ TEST_F(Setting, IdentityIsFetchedOnceInTheProcess) {
     EXPECT_TRUE(camera.requests(Getinfo).empty());
 
     device->setAuthentication({"u", "p"});
+    camera.demandCredentials();
     EXPECT_EQ(setting->GetCameraInfo("MAC"), "");
+    EXPECT_EQ(CurlOption(std::string(Getinfo) + "?FILE=1&page=12345", CURLOPT_TIMEOUT_MS), "4");
     camera.reply(Getinfo, HttpOk("NAME=PX-F320\r\nMAC=00:11\r\nVERSION=4.3'\r\n"));
     // Two that ask side by side: each gets its own, one after the other.
     camera.hold(Getinfo);
@@ -272,6 +318,7 @@ TEST_F(Setting, IdentityIsFetchedOnceInTheProcess) {
     const std::vector<SStubRequest> requests = camera.requests(Getinfo);
     ASSERT_EQ(requests.size(), 3u);
     EXPECT_EQ(requests[1].target, std::string(Getinfo) + "?FILE=1&page=12345");
+    EXPECT_EQ(requests[1].authorization, "Basic dTpw"); // u:p
 
     CPanasonicSetting late(camera.address(), device, {}, times);
     for (const char* key : {"MAC", "VERSION", "NAME"})

@@ -1,5 +1,6 @@
 #include "camera/setting.h"
 
+#include "tests/plugin/curl_options.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/stub_camera.h"
 
@@ -66,12 +67,23 @@ TEST_F(Transport, OnlyStatus200IsSuccess) {
     EXPECT_EQ(response, "");
 }
 
-TEST_F(Transport, AGetThatIsNotAnsweredEndsAfterItsTime) {
-    camera.reply("/x", HttpOk("late"));
-    camera.hold("/x");
-    std::string response = "old";
-    EXPECT_EQ(Told(setting.CameraHttpGet("/x", response, 1)), "7 4 timed out after 1 s");
-    EXPECT_EQ(response, "old");
+TEST_F(Transport, EachRequestHasItsTimeAndAnyAuthentication) {
+    std::string response;
+    std::vector<std::string> values;
+    setting.CameraHttpGet("/get", response, 7);
+    setting.CameraHttpPost("/post", "a=1", response, 7); // which is the framework's to say
+    setting.GetDetailsFromUrl("/list", {"A="}, values);
+    setting.GetDetailsFromUrl("/single", "A=");
+    setting.SetCameraSettingNoReload("/set", "");
+    setting.getDetailsFromSetdata();
+    const std::pair<const char*, const char*> cases[] = {{"/get", "7"},    {"/post", "4"}, {"/list?A=", "4"},
+                                                         {"/single", "4"}, {"/set", "4"},  {Setdata, "20"}};
+    for (const auto& [path, seconds] : cases) {
+        EXPECT_EQ(CurlOption(path, CURLOPT_TIMEOUT_MS), seconds) << path;
+        EXPECT_EQ(CurlOption(path, CURLOPT_HTTPAUTH),
+                  std::to_string(static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC)))
+            << path;
+    }
 }
 
 TEST_F(Transport, RequestsGoOutAsGiven) {

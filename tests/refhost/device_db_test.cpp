@@ -70,16 +70,46 @@ TEST(DeviceDb, KeepsEachDevicesValuesApartAndAcrossOpenings) {
     value = "kept";
     EXPECT_THAT(proxy->readInputValue(InputClass::DryContact, 0, "k", value),
                 IsError(RtnCode::NotSet, Origin::General, "\"k\""));
-    EXPECT_THAT(CDeviceDb::open(file)->proxy("b")->readValue("k", value),
-                IsError(RtnCode::NotSet, Origin::General, ""));
+    const auto other = CDeviceDb::open(file)->proxy("b");
+    EXPECT_EQ(other->getFamily(), "");
+    for (const CError& error :
+         {other->readValue("k", value), other->readInputValue(InputClass::Video, 0, "k", value),
+          proxy->readValue("l", value), proxy->readInputValue(InputClass::Video, 2, "k", value)})
+        EXPECT_THAT(error, IsError(RtnCode::NotSet, Origin::General, "the device database has no \""));
     EXPECT_EQ(value, CString("kept"));
+}
+
+// What has been written stays readable, whichever build reads it.
+TEST(DeviceDb, TheFilesFormIsFixed) {
+    const CTemporaryFolder folder;
+    const std::string file = folder.file("devices.db");
+    execute(file, R"(
+        CREATE TABLE device (address PRIMARY KEY, family, serial);
+        CREATE TABLE device_value (address, key, value, PRIMARY KEY (address, key));
+        CREATE TABLE input_value (address, class, input, key, value, PRIMARY KEY (address, class, input, key));
+        INSERT INTO device VALUES ('a', 'Dome', '1');
+        INSERT INTO device_value VALUES ('a', 'k', 'v');
+        INSERT INTO input_value VALUES ('a', 0, 1, 'k', '0'), ('a', 1, 1, 'k', '1'), ('a', 2, 1, 'k', '2');
+        PRAGMA application_id = 1448038990; PRAGMA user_version = 1)");
+    const auto database = CDeviceDb::open(file);
+    const auto proxy = database->proxy("a");
+    EXPECT_EQ(proxy->getFamily(), "Dome");
+    CString value;
+    EXPECT_THAT(proxy->readValue("k", value), IsSuccess());
+    EXPECT_EQ(value, CString("v"));
+    for (const InputClass inputClass : {InputClass::Video, InputClass::Audio, InputClass::DryContact}) {
+        EXPECT_THAT(proxy->readInputValue(inputClass, 1, "k", value), IsSuccess());
+        EXPECT_EQ(value, CString(std::to_string(static_cast<int>(inputClass))));
+    }
+    database->registerDevice("a", "Dome", "2");
+    EXPECT_EQ(SQLite::Database(file).execAndGet("SELECT serial FROM device").getString(), "2");
 }
 
 TEST(DeviceDb, InMemoryIsANewOneEachTime) {
     ASSERT_THAT(CDeviceDb::open("")->proxy("a")->writeValue("k", "v"), IsSuccess());
     CString value;
     EXPECT_THAT(CDeviceDb::open("")->proxy("a")->readValue("k", value),
-                IsError(RtnCode::NotSet, Origin::General, ""));
+                IsError(RtnCode::NotSet, Origin::General, "the device database has no \"k\" here"));
 }
 
 TEST(DeviceDb, WhatIsNoDeviceDatabaseIsRefusedAndLeftAlone) {

@@ -5,6 +5,9 @@
 #include "refhost/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"
+#include "tests/support/scripted_server.h"
+#include "tests/support/sleeping_threads.h"
+#include "tests/support/wait_until.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +25,7 @@ namespace corvane::tests {
 namespace {
 
 using namespace device_handler::v1_0;
+using refhost::CDeviceContext;
 using refhost::CHandlerContext;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -53,9 +57,10 @@ public:
     ~CTestHandler() override { shutdownHandler(); }
 
     int queryVornDevice(const std::string& address, COptional<CDeviceId>& device,
-                        const CAuthentication&) override {
+                        const CAuthentication& auth) override {
         const SRunning here(running);
         ++queries;
+        lastUser = auth.getUsername();
         for (int i = 0; i < 20; ++i)
             std::this_thread::yield(); // lets in whoever is not kept out
         if (address == "slow") {
@@ -77,6 +82,7 @@ public:
 
     std::atomic<int> running{0};
     std::atomic<int> queries{0};
+    std::string lastUser; // of one query at a time
     CGate slowBegun, slowMayEnd;
 };
 
@@ -110,15 +116,116 @@ protected:
 };
 
 TEST_F(HandlerBase, KnowsTheFamiliesAndModelsOfItsContext) {
-    EXPECT_THAT(handler_.getSupportedFamilies(), ElementsAre(CString("BoxCamera"), CString("Dome")));
-    EXPECT_THAT(handler_.getSupportedModelNums(), ElementsAre(CString("GXE500"), CString("SC385")));
-    EXPECT_EQ(handler_.getModelInfo("GXE50"), nullptr);
-    EXPECT_EQ(handler_.getModelInfo("SC385")->family, "Dome");
+    const auto supported = [](const std::vector<SFamily>& families) {
+        CHandlerContext context(boost::make_shared<CVornModelList>(
+            SVornUrl(), families, std::map<std::string, SQueryDevice>(), TestModels()->getModels()));
+        return CVornHandler(&context).getSupportedModelNums();
+    };
+    EXPECT_THAT(supported({{"Dome", "", ""}}), ElementsAre(CString("SC385")));
+    EXPECT_THAT(supported({}), IsEmpty());
     EXPECT_EQ(handler_.getDefaultAuthentication("BoxCamera").getPassword(), "12345");
     EXPECT_FALSE(handler_.getDefaultAuthentication("Dome").isSet());
     EXPECT_FALSE(handler_.getDefaultAuthentication("Other").isSet());
     EXPECT_TRUE(context_.isQueryRefused("a b", {}, {}));
     EXPECT_FALSE(context_.isQueryRefused("camera:8080", {}, {}));
+}
+
+TEST_F(HandlerBase, MakesControllersAlsoOfNothing) {
+    CDeviceContext device("", {}, nullptr);
+    const auto made = [&](const char* address, const char* model) {
+        const std::unique_ptr<vorn_controller::v1_0::CVornController> controller(
+            handler_.createDeviceController(&device, address, model));
+        return controller->getAddress() + " " +
+               (controller->getModelInfo() ? controller->getModelInfo()->number : "unknown");
+    };
+    EXPECT_EQ(made("10.0.0.1", "SC385"), "10.0.0.1 SC385");
+    EXPECT_EQ(made(nullptr, nullptr), " unknown");
+}
+
+TEST_F(HandlerBase, IsReachedByTheNamesOfItsOperations) {
+    const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
+        const bool right = request.header("Authorization") == "Basic dTpw"; // u:p
+        return {HttpReply(right ? 200 : 401, "NAME=x", "WWW-Authenticate: Basic realm=\"camera\"\r\n")};
+    });
+    COperationRegistry registry;
+    handler_.registerOperations(registry, {"u", "p"});
+    const auto told = [&](const std::string& operation, const std::vector<std::string>& arguments) {
+        CGate done;
+        std::string line;
+        registry.call("handler." + operation, arguments, [&](const SAnswer& answer) {
+            const auto* text = std::get_if<std::string>(&answer.result);
+            const auto* number = std::get_if<long long>(&answer.result);
+            const auto* texts = std::get_if<std::vector<std::string>>(&answer.result);
+            line = answer.error ? std::to_string(answer.error->getCode()) + answer.error->getText()
+                   : text       ? *text
+                   : number     ? std::to_string(*number)
+                                : "";
+            for (const std::string& value : texts ? *texts : answer.values)
+                line += "|" + value;
+            done.open();
+        });
+        done.pass();
+        return line;
+    };
+    const struct {
+        const char* operation;
+        std::vector<std::string> arguments;
+        const char* answer;
+    } cases[] = {
+        {"getSupportedFamilies", {}, "|BoxCamera|Dome"},
+        {"getSupportedOemIds", {}, ""},
+        {"getSupportedModelNums", {}, "|GXE500|SC385"},
+        {"getOemInfo", {"x"}, ""},
+        {"getModelInfo", {"SC385"}, "SC385"},
+        {"getModelInfo", {"SC38"}, ""},
+        {"getDefaultAuthentication", {"BoxCamera"}, "admin"},
+        {"testAuthentication", {device.address()}, "1"},
+        {"queryDevice", {"here"}, "1|BoxCamera|0042"},
+        {"findDevices", {"elsewhere,here"}, "1|here BoxCamera 0042"},
+        {"queryVornDevice", {"here"}, "1|BoxCamera|0042"},
+        {"testAuthenticationAsync", {device.address()}, "1"},
+        {"queryDeviceAsync", {"here"}, "1|BoxCamera|0042"},
+        {"findDevicesAsync", {"elsewhere,here"}, "1|here BoxCamera 0042"},
+        {"shutdownHandler", {}, ""},
+        {"findDevicesAsync", {"here"}, "2cancelled"},
+        {"findDevices", {"here"}, "1|here BoxCamera 0042"}, // on a thread that does not end
+    };
+    for (const auto& c : cases) {
+        handler_.lastUser = "u";
+        EXPECT_EQ(told(c.operation, c.arguments), c.answer) << c.operation;
+        EXPECT_EQ(handler_.lastUser, "u") << c.operation;
+    }
+    EXPECT_EQ(device.requests().back().target, "/cgi-bin/getinfo?FILE=1");
+    EXPECT_THAT(handler_.testAuthentication(device.address(), {}),
+                IsError(RtnCode::AuthenticationFailed, Origin::Device, "401"));
+    EXPECT_EQ(device.requests().back().header("Authorization"),
+              "Basic YWRtaW46MTIzNDU="); // admin:12345, the first family's
+}
+
+TEST_F(HandlerBase, TestsTheCredentialsThatAreGivenAndElseItsDefaults) {
+    const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
+        if (request.header("Authorization").empty())
+            return {HttpReply(401, "", "WWW-Authenticate: Basic realm=\"camera\"\r\n")};
+        return {HttpReply(request.header("Authorization") == "Basic b3RoZXI6d3Jvbmc=" ? 401 : 200,
+                          "")}; // other:wrong
+    });
+    EXPECT_THAT(handler_.testAuthentication(device.address(), {}), IsSuccess());
+    EXPECT_EQ(device.requests().back().header("Authorization"), "Basic YWRtaW46MTIzNDU="); // admin:12345
+    EXPECT_THAT(handler_.testAuthentication(device.address(), {"other", "word"}), IsSuccess());
+    EXPECT_EQ(device.requests().back().header("Authorization"), "Basic b3RoZXI6d29yZA=="); // other:word
+    COperationRegistry registry;
+    handler_.registerOperations(registry, {"other", "wrong"});
+    registry.call("handler.testAuthentication", {device.address()}, [](const SAnswer& answer) {
+        EXPECT_THAT(*answer.error, IsError(RtnCode::AuthenticationFailed, Origin::Device, "401"));
+    });
+    CGate done;
+    handler_.testAuthenticationAsync(
+        device.address(), {"other", "wrong"},
+        CCallback([&done](const CError& error, const std::vector<CString>&) {
+            EXPECT_THAT(error, IsError(RtnCode::AuthenticationFailed, Origin::Device, "401"));
+            done.open();
+        }));
+    done.pass();
 }
 
 TEST_F(HandlerBase, FindsTheDevicesThatAnswer) {
@@ -172,6 +279,7 @@ TEST_F(HandlerBase, CompletesAsynchronousOperationsInOrderOnOneThread) {
     EXPECT_THAT(outcomes_.all(),
                 ElementsAre("first 16 no supported device answers at slow", "second 1  BoxCamera 0042"));
     EXPECT_NE(worker, std::this_thread::get_id());
+    EXPECT_TRUE(test_support::WaitUntil(test_support::DoOtherThreadsSleep));
 }
 
 TEST_F(HandlerBase, CancelsWhatHasNotBegun) {
@@ -217,6 +325,7 @@ TEST_F(HandlerBase, ShutdownWaitsForTheRunningOperationAndCancelsTheRest) {
 }
 
 TEST_F(HandlerBase, WhatIsThrownEndsNoWorkerAndACallbackMayShutItDown) {
+    testing::internal::CaptureStderr();
     handler_.queryDeviceAsync("broken", {}, outcomes_.callback("broken"));
     handler_.queryDeviceAsync("here", {}, CCallback([](const CError&, const std::vector<CString>&) {
                                   throw std::runtime_error("thrown by a callback");
@@ -228,6 +337,9 @@ TEST_F(HandlerBase, WhatIsThrownEndsNoWorkerAndACallbackMayShutItDown) {
                               }));
     done.pass();
     EXPECT_THAT(outcomes_.all(), ElementsAre("broken 2 thrown by the query"));
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        testing::EndsWith(" a completion callback of the device handler threw: thrown by a callback\n"));
     EXPECT_EQ(handler_.queries, 3);
 }
 

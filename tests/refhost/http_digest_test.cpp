@@ -112,19 +112,30 @@ TEST(HttpDigest, WrongCredentialsAreRefusedAndRightOnesThenWorkAtOnce) {
     EXPECT_EQ(response, "untouched");
     EXPECT_THAT(Get(device.address(), response, "/", "right"), IsSuccess());
     EXPECT_THAT(Get(device.address(), response, "/", "wrong"),
-                IsError(RtnCode::AuthenticationFailed, Origin::Device, ""));
+                IsError(RtnCode::AuthenticationFailed, Origin::Device, "401"));
 }
 
 TEST(HttpDigest, TheSchemeThatIsAskedForIsTheOnlyOneUsed) {
-    const CScriptedServer device([](const SSentRequest&) -> SScriptedReply {
-        return {HttpReply(401, "", "WWW-Authenticate: Basic realm=\"camera\"\r\n")};
-    });
+    for (const std::string offered : {"Basic", "Digest"}) {
+        const CScriptedServer device([&offered](const SSentRequest& request) -> SScriptedReply {
+            const bool isUsed = request.header("Authorization").find(offered) == 0;
+            return {isUsed ? HttpReply(200, "") : challenge(offered, offered == "Basic" ? "" : "n")};
+        });
+        for (const auto& [asked, used] : {std::pair<const char*, std::string>{"BASIC", "Basic"},
+                                          {"DIGEST", "Digest"},
+                                          {"ANY", offered}}) {
+            std::string response;
+            EXPECT_EQ(vorn_utility::v1_0::CVornCgiLib::vornCgiGetRawResponse(
+                          UrlOf("/"), device.address(), "admin", "secret", response, 60, asked)
+                          .getCode(),
+                      used == offered ? 1 : 10)
+                << asked << " of " << offered;
+        }
+    }
     std::string response;
-    EXPECT_THAT(vorn_utility::v1_0::CVornCgiLib::vornCgiGetRawResponse(UrlOf("/"), device.address(), "admin",
-                                                                       "secret", response, 60, "DIGEST"),
-                IsError(RtnCode::AuthenticationFailed, Origin::Device, ""));
-    for (const SSentRequest& request : device.requests())
-        EXPECT_EQ(request.header("Authorization"), "");
+    EXPECT_THAT(vorn_utility::v1_0::CVornCgiLib::vornCgiGetRawResponse(UrlOf("/"), UnusedAddress(), "admin",
+                                                                       "secret", response, 60, "NTLM"),
+                IsError(RtnCode::NotAccessible, Origin::Device, "unknown authentication scheme \"NTLM\""));
 }
 
 // NTLM and Negotiate would give a stranger something to find the password out with.

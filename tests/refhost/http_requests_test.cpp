@@ -206,6 +206,25 @@ TEST(HttpRequests, AnExchangeIsToldOnceWithTheRoundsItTook) {
     EXPECT_TRUE(told[2].rounds.empty());
 }
 
+TEST(HttpRequests, TwoHandlesAreKeptForEachPeerTheOneUsedLastFirst) {
+    refhost::CHttpHandlePool& pool = refhost::CHttpHandlePool::instance();
+    const refhost::SHttpPeer peer{"10.0.0.1:80", "user", "word", "ANY"};
+    CURL* given[3];
+    for (CURL*& handle : given) {
+        handle = curl_easy_init();
+        pool.giveBack(peer, refhost::CCurlHandle(handle));
+    }
+    for (const refhost::SHttpPeer& other : {refhost::SHttpPeer{"10.0.0.1:81", "user", "word", "ANY"},
+                                            {"10.0.0.1:80", "u", "word", "ANY"},
+                                            {"10.0.0.1:80", "user", "w", "ANY"},
+                                            {"10.0.0.1:80", "user", "word", "BASIC"}})
+        EXPECT_EQ(pool.take(other), nullptr);
+    const refhost::CCurlHandle last = pool.take(peer);
+    const refhost::CCurlHandle before = pool.take(peer);
+    EXPECT_THAT((std::vector<CURL*>{last.get(), before.get()}), ElementsAre(given[2], given[1]));
+    EXPECT_EQ(pool.take(peer), nullptr);
+}
+
 // Whatever becomes of a connection, what may have reached the device is not sent to it again.
 TEST(HttpRequests, ARequestThatHasLeftIsSentOnce) {
     for (const SScriptedReply::End end : {SScriptedReply::Close, SScriptedReply::Reset}) {

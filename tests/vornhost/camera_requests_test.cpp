@@ -12,6 +12,8 @@ namespace {
 struct SRow {
     std::string request; // "GET /path?query", or "POST /path" and its body
     std::string call;
+    std::string
+        anew; // "yes" or "no": whether the settings are read behind it; empty where that cannot be told
     std::string code;
 
     bool isOf(const std::string& arrived) const {
@@ -29,12 +31,12 @@ std::string FileText(const std::string& path) {
 
 std::vector<SRow> Rows() {
     std::vector<SRow> rows;
-    const std::regex form(R"(\| `([^`]*)` \| `([^`]*)` \|[^|]*\| (.*) \|)");
+    const std::regex form(R"(\| `([^`]*)` \| `([^`]*)` \| ?(\w*) \| (.*) \|)");
     std::istringstream page(FileText("docs/camera-requests.md"));
     std::smatch row;
     for (std::string line; std::getline(page, line);)
         if (std::regex_match(line, row, form))
-            rows.push_back({row[1], row[2], row[3]});
+            rows.push_back({row[1], row[2], row[3], row[4]});
     return rows;
 }
 
@@ -47,15 +49,39 @@ std::vector<std::string> AllOf(const std::string& text, const char* expression) 
     return all;
 }
 
-std::set<std::string> Arrived(const CCamsim& camsim) {
-    std::set<std::string> arrived;
-    const json log = camsim.get("/requests");
+using Requests = std::vector<std::string>;
+
+// In their order.
+Requests Arrived(const CCamsim& camsim, const std::string& query = "") {
+    Requests arrived;
+    const json log = camsim.get("/requests" + query);
     for (const json& request : log.at("requests")) {
         const std::string body = request.value("body", "");
-        arrived.insert(request.at("method").get<std::string>() + " " + request.at("path").get<std::string>() +
-                       (body.empty() ? "" : " " + body));
+        arrived.push_back(request.at("method").get<std::string>() + " " +
+                          request.at("path").get<std::string>() + (body.empty() ? "" : " " + body));
     }
     return arrived;
+}
+
+// What follows the calls of a script: a reading, which waits for the settings if they are read anew, and a
+// request that is none of the plug-in's.
+constexpr const char* AfterCall = "setting.GetCameraSetting CAMTITLE\nsetting.CameraHttpGet /mark 4\n";
+constexpr const char* Mark = "GET /mark";
+
+// Checks, for each call of the rows, what the page says of it; notes the rows whose requests were among it.
+void CheckAnew(const std::vector<SRow>& rows, const Requests& arrived, std::set<std::string>& checked) {
+    auto begin = std::find(arrived.begin(), arrived.end(), Mark);
+    for (const SRow& row : rows) {
+        ASSERT_NE(begin, arrived.end()) << row.call;
+        const auto end = std::find(++begin, arrived.end(), Mark);
+        const auto request = std::find_if(begin, end, [&row](const auto& one) { return row.isOf(one); });
+        if (request != end && !row.anew.empty()) {
+            const bool isAnew = std::find(request, end, "GET /cgi-bin/setdata") != end;
+            EXPECT_EQ(isAnew ? "yes" : "no", row.anew) << row.request;
+            checked.insert(row.request);
+        }
+        begin = end;
+    }
 }
 
 bool HoldsAny(const std::vector<SRow>& rows, const std::string& arrived) {
@@ -67,10 +93,14 @@ TEST(CameraRequests, AreThoseOfThePage) {
     ASSERT_GT(rows.size(), 40U);
     const CCamsim camsim({"--model", "D850", "--model", "D870", "--model", "F320", "--model", "L115",
                           "--model", "S202", "--model", "GXE500", "--count", "6"});
-    std::string calls;
+    std::vector<SRow> called;
+    std::string calls = AfterCall;
     for (const SRow& row : rows)
-        if (!row.isOfTheWholeCamera())
-            calls += row.call + "\n";
+        if (!row.isOfTheWholeCamera()) {
+            called.push_back(row);
+            calls += row.call + "\n" + AfterCall;
+        }
+    std::set<std::string> checked;
     for (std::size_t i = 0; i < camsim.addresses().size(); ++i) {
         // Something to switch on; MPEG-4 is switched off where a camera sends it beside MJPEG only.
         const std::string place = "/cameras/" + std::to_string(i) + "/settings";
@@ -85,16 +115,23 @@ TEST(CameraRequests, AreThoseOfThePage) {
         CProgram program("vornhost", {"script", camsim.addresses()[i]});
         program.write(calls);
         if (i == 0) { // a stream asks when its thread runs
-            EXPECT_TRUE(
-                WaitUntil([&] { return Arrived(camsim).count("GET /cgi-bin/get_io?mode=monitor") == 1; }));
+            EXPECT_TRUE(WaitUntil([&] {
+                const Requests arrived = Arrived(camsim);
+                return std::count(arrived.begin(), arrived.end(), "GET /cgi-bin/get_io?mode=monitor") != 0;
+            }));
         }
         (void)program.wait();
+        CheckAnew(called, Arrived(camsim, "?camera=" + std::to_string(i)), checked);
     }
+    for (const SRow& row : called)
+        EXPECT_TRUE(checked.count(row.request) == 1 || row.anew.empty()) << row.request;
     for (const SRow& row : rows)
         if (row.isOfTheWholeCamera())
             Vornhost({"call", camsim.addresses()[row.call == "rebootDevice" ? 0 : 1], row.call});
 
-    const std::set<std::string> arrived = Arrived(camsim);
+    Requests all = Arrived(camsim);
+    std::set<std::string> arrived(all.begin(), all.end());
+    arrived.erase(Mark);
     for (const SRow& row : rows) {
         EXPECT_TRUE(
             std::any_of(arrived.begin(), arrived.end(), [&](const auto& one) { return row.isOf(one); }))

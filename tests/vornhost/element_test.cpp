@@ -31,36 +31,47 @@ const SExpectedProperty Properties[] = {
     {"drycontact-activestate", "Dry Contact Active State", "ActiveState of Dry Contact", ActiveStateType, 1},
 };
 
+json Values(const char* first, const char* firstName, const char* second, const char* secondName) {
+    return {{{"value", 1}, {"nick", first}, {"name", firstName}},
+            {{"value", 2}, {"nick", second}, {"name", secondName}}};
+}
+
 TEST(Element, TheListingHoldsEveryProperty) {
     const SRun run = Vornhost({"--json", "--no-credentials", "element"});
     ASSERT_EQ(run.status, 0) << run.err;
-    const json element = json::parse(run.out);
-    std::size_t own = 0;
+    json element = json::parse(run.out);
+    std::vector<json> own;
     for (const json& property : element.at("properties"))
-        own += property.at("owner") == "VornEventSynth" ? 1 : 0;
-    EXPECT_EQ(own, std::size(Properties));
+        if (property.at("owner") == "VornEventSynth")
+            own.push_back(property);
+    ASSERT_EQ(own.size(), std::size(Properties));
     const SRun eyes = Vornhost({"element"});
-    for (const SExpectedProperty& expected : Properties) {
-        const auto& list = element.at("properties");
-        const auto found = std::find_if(list.begin(), list.end(), [&expected](const json& property) {
-            return property.at("name") == expected.name;
-        });
-        ASSERT_NE(found, list.end()) << expected.name;
-        EXPECT_EQ(found->at("nick"), expected.nick);
-        EXPECT_EQ(found->at("blurb"), expected.blurb);
-        EXPECT_EQ(found->at("type"), expected.type);
-        EXPECT_EQ(found->at("default"), expected.defaultValue);
-        EXPECT_EQ(found->at("flags"), json({"readable", "writable"}));
-        const json range = found->at("type") == "Integer" ? json({0, 2147483647}) : json();
-        EXPECT_EQ(found->value("range", json()), range);
+    for (std::size_t i = 0; i < own.size(); ++i) { // in the order of their ids
+        const SExpectedProperty& expected = Properties[i];
+        EXPECT_EQ(own[i].at("name"), expected.name);
+        EXPECT_EQ(own[i].at("nick"), expected.nick);
+        EXPECT_EQ(own[i].at("blurb"), expected.blurb);
+        EXPECT_EQ(own[i].at("type"), expected.type);
+        EXPECT_EQ(own[i].at("default"), expected.defaultValue);
+        EXPECT_EQ(own[i].at("flags"), json({"readable", "writable"}));
+        const json range = expected.type == std::string("Integer") ? json({0, 2147483647}) : json();
+        EXPECT_EQ(own[i].value("range", json()), range);
         EXPECT_THAT(eyes.out, testing::AllOf(testing::HasSubstr(std::string("  ") + expected.name),
                                              testing::HasSubstr(expected.blurb)));
     }
-    const json activeLow = {{"value", 1}, {"nick", "ActiveLow"}, {"name", "Active Low"}};
-    EXPECT_EQ(element.at("properties").back().at("values").at(0), activeLow);
-    EXPECT_EQ(element.at("plugin").at("sourceModule"), "VornHandler");
-    EXPECT_EQ(element.at("factory").at("class"), "Source/Event");
-    EXPECT_EQ(element.at("padTemplates").at(0).at("caps"), "ANY");
+    EXPECT_EQ(own[0].at("values"), Values("Low", "Low state", "High", "High state"));
+    EXPECT_EQ(own[1].at("values"), Values("Regular", "Events are spaced evenly, in time", "Random",
+                                          "Events are sent at random intervals"));
+    EXPECT_EQ(own[10].at("values"), Values("ActiveLow", "Active Low", "ActiveHigh", "Active High"));
+    element.erase("properties");
+    EXPECT_EQ(element, json::parse(R"({
+        "factory": {"name": "vorn_eventsynth", "rank": 0, "longName": "Vorn Handler Event Source",
+                    "class": "Source/Event", "description": "Creates an event stream", "author": "Corvane"},
+        "plugin": {"name": "vorn_eventsynth", "description": "Event generator", "version": "1.0",
+                   "licence": "Proprietary", "sourceModule": "VornHandler", "package": "NVR",
+                   "origin": "https://corvane.example/"},
+        "hierarchy": ["GObject", "GInitiallyUnowned", "GstObject", "GstElement", "GstBaseSrc", "VornEventSynth"],
+        "padTemplates": [{"name": "src", "direction": "source", "presence": "always", "caps": "ANY"}]})"));
 }
 
 } // namespace

@@ -1,0 +1,51 @@
+#include "tests/plugin/curl_options.h"
+
+#include <cstdarg>
+#include <dlfcn.h>
+#include <map>
+#include <mutex>
+
+namespace corvane::test_support {
+namespace {
+
+using Options = std::map<int, std::string>;
+
+std::mutex Mutex; // guards what follows
+std::map<CURL*, Options> OfHandles;
+std::map<std::string, Options> OfPaths;
+
+void Note(CURL* handle, int option, const std::string& value) {
+    const std::lock_guard<std::mutex> lock(Mutex);
+    Options& options = OfHandles[handle];
+    options[option] = value;
+    const std::string& url = options[CURLOPT_URL];
+    if (const std::size_t path = url.find('/', sizeof "http://"); path != std::string::npos)
+        OfPaths[url.substr(path)] = options;
+}
+
+} // namespace
+
+std::string CurlOption(const std::string& path, CURLoption option) {
+    const std::lock_guard<std::mutex> lock(Mutex);
+    return OfPaths[path][option];
+}
+
+} // namespace corvane::test_support
+
+// In place of libcurl's own, which it calls.
+#undef curl_easy_setopt
+extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+    using Function = CURLcode (*)(CURL*, CURLoption, ...);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "curl_easy_setopt"));
+    va_list arguments;
+    va_start(arguments, option);
+    void* const value = va_arg(arguments, void*); // as wide as a number
+    va_end(arguments);
+    const auto number = reinterpret_cast<long>(value);
+    if (option < CURLOPTTYPE_OBJECTPOINT)
+        corvane::test_support::Note(
+            handle, option, std::to_string(option == CURLOPT_TIMEOUT_MS ? (number + 999) / 1'000 : number));
+    else if (option == CURLOPT_URL || option == CURLOPT_USERPWD)
+        corvane::test_support::Note(handle, option, static_cast<const char*>(value));
+    return real(handle, option, value);
+}
