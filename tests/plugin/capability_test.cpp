@@ -50,6 +50,7 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
                               "image.mpeg4-2.max_framerate.1_3m=m42-m",
                               "image.h264.max_framerate.1_3m=h-m",
                               "image.h264-2.max_framerate.1_3m=h2-m",
+                              "image.h264.max_framerate.=no",
                               "image.mjpeg.i_interval=no",
                               "image.mpeg4.i_interval=m4-i",
                               "image.mpeg4-2.i_interval=m42-i",
@@ -89,6 +90,8 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
         EXPECT_EQ(capability.getVideoCodecQuality(c.codec), c.quality);
         EXPECT_EQ(capability.getVideoCodecBandwidth(c.codec), c.bandwidth);
         EXPECT_EQ(capability.getMaxFrameRate(c.codec, c.stream, "1_3m"), c.maxFrameRate);
+        EXPECT_EQ(capability.getMaxFrameRate(c.codec, c.stream, ""), "30");
+        EXPECT_EQ(capability.getMaxFrameRate(c.codec, c.stream, "4_3"), "30");
     }
     EXPECT_THAT(capability.getImageMode(), ElementsAre("mode", "4_3"));
 }
@@ -141,13 +144,6 @@ TEST(Capability, ValuesStandAtTheFirstOccurrenceAndAreNeverTrimmed) {
     EXPECT_EQ(C(Lines({"image.format=h264,mjpeg"})).getVideoCodecsSupported(), 5);
     EXPECT_EQ(C(Lines({"image.format=H264,mpeg4, mjpeg,jpeg2000,mpeg4"})).getVideoCodecsSupported(), 2);
     EXPECT_EQ(C("").getVideoCodecsSupported(), 0);
-}
-
-TEST(Capability, HighestFrameRateIsThirtyWhereTheTextSaysNothing) {
-    const C capability(Lines({"image.mjpeg.max_framerate.16_9=", "image.h264.max_framerate.=1"}));
-    EXPECT_EQ(capability.getMaxFrameRate(Mjpeg, 1, "16_9"), "");
-    EXPECT_EQ(capability.getMaxFrameRate(H264, 0, ""), "30");
-    EXPECT_EQ(capability.getMaxFrameRate(H264, 0, "4_3"), "30");
 }
 
 TEST(Capability, NumbersAreReadAsAStreamReadsThem) {

@@ -486,7 +486,6 @@ TEST_F(Video, AStreamIsSetWithOneRequestOrTwo) {
         {"STREAMMODE=0 H264=0",
          {0, H264, 2},
          "set_h264?h264_transmit=1&f_priority=1&nr_framerate=30&h264_resolution=640&h264_Ivop=0.33"},
-        {"", {2, Mjpeg, 1}, "set_jpeg?jpeg_resolution_ch2=640&jpeg_quality_ch2=2&jpeg_interval_ch2=30"},
     };
     for (const auto& [with, id, request] : cases) {
         start("x", Keys(with));
