@@ -10,24 +10,32 @@ namespace {
 
 using Options = std::map<int, std::string>;
 
-std::mutex Mutex; // guards what follows
-std::map<CURL*, Options> OfHandles;
-std::map<std::string, Options> OfPaths;
+struct SNoted {
+    std::mutex mutex; // guards what follows
+    std::map<CURL*, Options> ofHandles;
+    std::map<std::string, Options> ofPaths;
+};
+
+// Never destroyed: threads that nobody joins may still set options while the process ends.
+SNoted& Noted() {
+    static SNoted& noted = *new SNoted;
+    return noted;
+}
 
 void Note(CURL* handle, int option, const std::string& value) {
-    const std::lock_guard<std::mutex> lock(Mutex);
-    Options& options = OfHandles[handle];
+    const std::lock_guard<std::mutex> lock(Noted().mutex);
+    Options& options = Noted().ofHandles[handle];
     options[option] = value;
     const std::string& url = options[CURLOPT_URL];
     if (const std::size_t path = url.find('/', sizeof "http://"); path != std::string::npos)
-        OfPaths[url.substr(path)] = options;
+        Noted().ofPaths[url.substr(path)] = options;
 }
 
 } // namespace
 
 std::string CurlOption(const std::string& path, CURLoption option) {
-    const std::lock_guard<std::mutex> lock(Mutex);
-    return OfPaths[path][option];
+    const std::lock_guard<std::mutex> lock(Noted().mutex);
+    return Noted().ofPaths[path][option];
 }
 
 } // namespace corvane::test_support
