@@ -42,37 +42,31 @@ SModelInfo Model() {
     return model;
 }
 
-SModelInfo Variant(const char* number, void (*change)(SModelInfo&)) {
-    SModelInfo model = Model();
-    model.number = number;
-    change(model);
-    return model;
+// That model, and others of which each lacks something.
+std::vector<SModelInfo> Models() {
+    std::map<std::string, SModelInfo> of;
+    for (const char* const number :
+         {"A1", "no H264", "no MP4V", "one stream", "any number", "gaps", "any codec", "no urls"}) {
+        of[number] = Model();
+        of[number].number = number;
+    }
+    of["no H264"].audioBitRates.clear();
+    of["no H264"].audioUrls[5].erase("H264");
+    of["no MP4V"].audioUrls[5].erase("MP4V");
+    of["one stream"].codecStreams["h264"] = 1;
+    of["any number"].codecStreams.clear();
+    of["gaps"].audioUrls = {{5, {{"H264", {{0, Url("", "")}, {2, Url("", "third")}}}}}};
+    of["any codec"].audioUrls[5] = {{"none", {{0, Url("8554", "any")}}}};
+    of["no urls"].audioUrls.clear();
+    std::vector<SModelInfo> all;
+    for (const auto& [number, model] : of)
+        all.push_back(model);
+    return all;
 }
 
 class Audio : public CCameraBench {
 protected:
-    Audio()
-        : CCameraBench({Model(),
-                        Variant("no H264",
-                                [](SModelInfo& model) {
-                                    model.audioBitRates.clear();
-                                    model.audioUrls[5].erase("H264");
-                                }),
-                        Variant("no MP4V", [](SModelInfo& model) { model.audioUrls[5].erase("MP4V"); }),
-                        Variant("one stream",
-                                [](SModelInfo& model) {
-                                    model.codecStreams = {{"h264", 1}};
-                                }),
-                        Variant("any number", [](SModelInfo& model) { model.codecStreams.clear(); }),
-                        Variant("gaps",
-                                [](SModelInfo& model) {
-                                    model.audioUrls[5]["H264"] = {{0, Url("", "")}, {2, Url("", "third")}};
-                                }),
-                        Variant("any codec",
-                                [](SModelInfo& model) {
-                                    model.audioUrls[5] = {{"none", {{0, Url("8554", "any")}}}};
-                                }),
-                        Variant("no urls", [](SModelInfo& model) { model.audioUrls.clear(); })}) {
+    Audio() : CCameraBench(Models()) {
         for (const char* name : {"set_audio", "set_rtsp"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
         bring("A1");
@@ -210,8 +204,8 @@ TEST_F(Audio, TheSecondLocationServesWhileTheVideoTakesTheFirst) {
     const auto another = withVideo({0, VideoCodec::H264, 0});
     EXPECT_EQ(place(), "/2");
     video.reset();
-    EXPECT_EQ(place(), "/2"); // while any pipeline takes it
-    bring("A1", Mpeg4Camera); // of the same channel and codec
+    EXPECT_EQ(place(), "/2");         // while any pipeline takes it
+    bring("one stream", Mpeg4Camera); // of the same channel and codec
     video = withVideo({0, VideoCodec::Mpeg4, 0});
     EXPECT_EQ(place("1"), "/other/mp4v");
     video = withVideo({1, VideoCodec::H264, 0});
@@ -225,6 +219,7 @@ TEST_F(Audio, TheSecondLocationServesWhileTheVideoTakesTheFirst) {
     EXPECT_EQ(place(), ":554/audio?a=1&b=2");
     bring("gaps");                                    // two locations, but no second one
     EXPECT_EQ(place(), "3 3 Property Not Supported"); // nor a path for the first
+    EXPECT_EQ(place("1"), "3 3 Property Not Supported");
     video = withVideo({0, VideoCodec::H264, 0});
     EXPECT_EQ(place(), "3 3 Property Not Supported");
     bring("any number"); // of streams

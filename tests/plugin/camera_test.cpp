@@ -28,7 +28,7 @@ protected:
     Camera() {
         stub.reply(AuthenticationTest, HttpOk("NAME=PX-A10\r\n"));
         stub.reply(Setdata, HttpOk("CAMTITLE,\"one\"\r\nCAMTITLE2,\"two\"\r\nCAMTITLE4,\"four\"\r\n"
-                                   "CAMTITLE6,\"six\"\r\n"));
+                                   "CAMTITLE6,\"six\"\r\nLIVEINTCH5,\"7\"\r\n"));
         stub.reply(GetCapability, HttpOk("video_server.image.mode=4_3\r\n"));
         stub.reply("/cgi-bin/getinfo", HttpOk("MAC=00:11\r\nVERSION=4.3\r\n"));
         stub.reply(Initial, HttpOk("OK"));
@@ -153,6 +153,9 @@ TEST_F(Camera, TellsWhoItIs) {
     EXPECT_THAT(titles(2), ElementsAre("before", "", "", "20"));
     EXPECT_THAT(titles(3), ElementsAre("before", "four", "four", "20"));
     EXPECT_THAT(titles(5), ElementsAre("before", "six", "six", "20")); // the model's last
+    std::string frameRate;
+    EXPECT_FALSE(camera->getVideoCodecFpsCurrentValue(5, 0, VideoCodec::Mjpeg, frameRate)); // likewise
+    EXPECT_EQ(frameRate, "7");
     EXPECT_THAT(titles(2147483647), ElementsAre("before", "", "", "20"));
 }
 

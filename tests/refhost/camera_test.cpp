@@ -244,6 +244,10 @@ TEST(CameraBase, IsReachedByTheNamesOfItsOperations) {
     EXPECT_THAT(answer.values, ElementsAre("Camera 3", "Camera 3", "20"));
     registry.call("isUnitModelSupported", {}, keep);
     EXPECT_THAT(answer.values, ElementsAre("1"));
+    CString supported;
+    CTestCamera unknown(contextOf("10.0.0.1"), TestModels(), "X1");
+    EXPECT_THAT(unknown.isUnitModelSupported(supported), IsSuccess());
+    EXPECT_EQ(supported, CString("0"));
     registry.call("customInitialize", {}, keep);
     EXPECT_TRUE(std::get<bool>(answer.result));
     registry.call("rebootDevice", {}, keep);

@@ -158,7 +158,7 @@ TEST(ModelList, HoldsEveryMemberOfTheFile) {
 // "B1" has the members whose own members may all be left out.
 TEST(ModelList, WhatIsLeftOutTheModelDoesNotHave) {
     const auto list = load(listOf(R"({'number': 'B1', 'family': 'BoxCamera', 'indexBase': {}, 'streams': {},
-       'defaults': {}, 'video': {}, 'audio': {}, 'ptz': {'position': {}, 'home': {}, 'speed': {}},
+       'defaults': {}, 'video': {}, 'audio': {}, 'ptz': {'position': {}, 'home': {}, 'speed': {}, 'patternCount': ''},
        'image': {'brightness': {'range': ['0', '1']}, 'whiteBalance': {'values': []}}, 'lens': {}},
       {'number': 'A1', 'family': 'BoxCamera'})"));
     EXPECT_EQ(list->getModels().begin()->first, "A1");
