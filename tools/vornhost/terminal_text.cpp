@@ -14,8 +14,6 @@ using refhost::SCharacter;
 
 namespace {
 
-constexpr std::size_t MostForEyes = 4'000; // bytes
-
 std::size_t WidthOf(char32_t code) {
     if (g_unichar_iszerowidth(code) != FALSE)
         return 0;

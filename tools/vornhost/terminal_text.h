@@ -8,6 +8,7 @@ namespace corvane::vornhost {
 // Text from outside made fit for a terminal (refhost/printable_text.h), and cut where it is longer than
 // anybody reads; the end then says so.
 std::string PrintableText(const std::string& text);
+inline constexpr std::size_t MostForEyes = 4'000; // bytes
 
 // How many columns a printable text takes: two for a wide East Asian character, none for a combining one.
 std::size_t DisplayWidth(const std::string& text);
