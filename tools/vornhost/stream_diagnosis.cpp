@@ -47,7 +47,7 @@ const SStreamProblem Problems[] = {
      "see whether the camera has power and can be reached (ping), then try again"},
     {failure::Closed, "the camera closed the connection",
      "try again; if it stays so, restart the camera and look at what stands between it and here"},
-    {"Could not read from resource", "what answers at the RTSP port does not speak RTSP",
+    {failure::NotRtsp, "what answers at the RTSP port does not speak RTSP",
      "see with `vornhost show` which port it is; --rtsp-port N takes another"},
     {failure::WrongCodec, "the camera sends another codec",
      "see with `vornhost show` how its streams are set, or ask for the codec that it sends"},

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "host/authentication.h"
+#include "host/error.h"
+
+#include <gio/gio.h>
+#include <gst/gst.h>
+
+#include <memory>
+#include <string>
+
+namespace corvane::refhost {
+
+// What becomes of a camera's stream. Called on the session's thread.
+class IRtspReceiver {
+public:
+    IRtspReceiver() = default;
+    virtual ~IRtspReceiver() = default;
+    IRtspReceiver(const IRtspReceiver&) = delete;
+    IRtspReceiver& operator=(const IRtspReceiver&) = delete;
+
+    // One medium of the camera's description, in their order: the caps of its RTP packets, with "media",
+    // "payload" and "encoding-name" where the description tells them. Whether it is the one to be had; none
+    // is asked for behind that.
+    virtual bool takes(GstCaps* medium) = 0;
+    // Why none was taken.
+    virtual device_handler::v1_0::CError refusal() const = 0;
+    // An RTP packet of the medium; takes ownership. False when no more are wanted.
+    virtual bool packetComes(GstBuffer* packet) = 0;
+};
+
+// One medium of a stream over RTSP, its packets interleaved in the one connection that there is. No request
+// goes to another host or port than the location's: a redirect is told and not followed.
+class CRtspSession {
+public:
+    // `url` is "rtsp://HOST[:PORT]/PATH" without credentials. The receiver must outlive the session.
+    CRtspSession(std::string url, device_handler::v1_0::CAuthentication credentials, IRtspReceiver& receiver);
+    ~CRtspSession();
+    CRtspSession(const CRtspSession&) = delete;
+    CRtspSession& operator=(const CRtspSession&) = delete;
+
+    // Asks for the stream and hands its packets on until it ends; on the thread that is to be the session's.
+    // A success when the camera has ended the stream, or nobody wants more of it; otherwise fails as
+    // rtsp_failure has it (refhost/rtsp_pipeline.h). Each answer of the camera is waited for 5 s, all in all.
+    device_handler::v1_0::CError run();
+
+    // Has run() return at once, now or when it is called later. Callable from any thread.
+    void cancel();
+
+private:
+    class CExchange;
+
+    const std::string url_;
+    const device_handler::v1_0::CAuthentication credentials_;
+    IRtspReceiver& receiver_;
+    GCancellable* const cancellable_;
+};
+
+} // namespace corvane::refhost
