@@ -1,13 +1,10 @@
 #include "ptz/ptz_controller.h"
 
-#include "host/operations.h"
-#include "tests/plugin/fake_host.h"
+#include "tests/plugin/camera_bench.h"
 #include "tests/support/sleeping_threads.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <random>
@@ -24,114 +21,57 @@ using vorn_utility::v1_0::CAsyncCmdDetails;
 using vorn_utility::v1_0::CAsyncQueueBase;
 using vorn_utility::v1_0::CThreadAsyncQueue;
 
-constexpr int Channel = 7;
+constexpr const char* Moves = "/cgi-bin/directctrl";
+const std::string Failure = "2 4 HTTP status 500 Internal Server Error";
+const std::string NoIris = "3 0 the device has no continuous iris";
 
-// Notes each operation with all its arguments. Refuses it, with that text, when it is told to, or throws;
-// holds the operations up while it is told to.
-class CNotingCamera : public CVornCamera {
-public:
-    using CVornCamera::CVornCamera;
-
-    CError setAbsolutePtz(int a, int b, int c, int d) override { return note("absolute", {a, b, c, d}); }
-    CError setRelativePtz(int a, int b, int c, int d, int e, int f) override {
-        return note("relative", {a, b, c, d, e, f});
-    }
-    CError setContinuousPtz(int a, int b, int c, int d) override { return note("move", {a, b, c, d}); }
-    CError setContinuousPtzFocus(int a, int b) override { return note("focus", {a, b}); }
-    CError setContinuousPtzIris(int a, int b) override { return note("iris", {a, b}); }
-    CError setPtzPresetPos(int a, int b) override { return note("setPreset", {a, b}); }
-    CError clearPtzPresetPos(int a, int b) override { return note("clearPreset", {a, b}); }
-    CError callPtzPresetPos(int a, int b) override { return note("callPreset", {a, b}); }
-    CError startPtzPatternRecord(int a, int b) override { return note("startPattern", {a, b}); }
-    CError stopPtzPatternRecord(int a, int b) override { return note("stopPattern", {a, b}); }
-    CError selectPtzPattern(int a, int b) override { return note("selectPattern", {a, b}); }
-    CError clearPtzPatternRecord(int a, int b) override { return note("clearPattern", {a, b}); }
-    CError cancelPtzPatternRecord(int a, int b) override { return note("cancelPattern", {a, b}); }
-    CError getPtzProperties(int a, std::vector<CString>& values) override {
-        values = {"of properties"};
-        return note("properties", {a});
-    }
-    CError getPtzPosition(int a, std::vector<CString>& values) override {
-        values = {"of position"};
-        return note("position", {a});
-    }
-
-    // What happens to one operation, or to all with "".
-    void refuse(const std::string& operation) { set(refused_, operation); }
-    void breakDown(bool isBroken) { set(isBroken_, isBroken); }
-    void hold(bool isHeld) { set(isHeld_, isHeld); }
-    bool waitForNotes(std::size_t count) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return notes_.size() >= count; });
-    }
-    // What has been noted since the last time.
-    std::vector<std::string> takeNotes() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return std::exchange(notes_, {});
-    }
-
-private:
-    template <class Field, class Value>
-    void set(Field& field, const Value& value) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        field = value;
-        changed_.notify_all();
-    }
-    CError note(const std::string& operation, const std::vector<int>& arguments) {
-        std::string line = operation;
-        for (const int argument : arguments)
-            line += " " + std::to_string(argument);
-        std::unique_lock<std::mutex> lock(mutex_);
-        notes_.push_back(line);
-        changed_.notify_all();
-        changed_.wait(lock, [&] { return !isHeld_; });
-        if (isBroken_)
-            throw std::runtime_error("the camera went away");
-        const bool isRefused = refused_ && (refused_->empty() || *refused_ == operation);
-        return isRefused ? CError(RtnCode::NotAccessible, Origin::Device, line) : CError::Success();
-    }
-
-    std::mutex mutex_; // guards what follows
-    std::condition_variable changed_;
-    std::vector<std::string> notes_;
-    COptional<std::string> refused_;
-    bool isBroken_ = false;
-    bool isHeld_ = false;
-};
+// "D1" is sent its moves again and "D2" is not, whatever their other ranges are.
+std::vector<SModelInfo> Models() {
+    SModelInfo again;
+    again.number = "D1";
+    again.ptz = SPtzModel{{0, 10000}, {0, 10000}, {0, 10000}, 0, 0, 0, {1, 257},
+                          {1, 256},   {1, 256},   {1, 256},   0, 0, ""};
+    SModelInfo once = again;
+    once.number = "D2";
+    std::swap(once.ptz->panSpeed, once.ptz->tiltSpeed);
+    once.ptz->zoomSpeed = once.ptz->focusSpeed = {1, 257};
+    return {again, once};
+}
 
 // What no test should do but look at.
 struct SInside : CPanasonicPtzController {
     static bool runs(const CPtzController& controller) { return (controller.*(&SInside::isRunning))(); }
 };
 
-class PtzController : public testing::Test {
+class PtzController : public CCameraBench {
 protected:
-    // The plug-in's controller, on a camera whose other ranges are no reason to send a move again or not.
-    void make(int panSpeedMaximum) { make<CPanasonicPtzController>(panSpeedMaximum, times()); }
+    PtzController() : CCameraBench(Models()) {
+        for (const char* path :
+             {"/cgi-bin/absctrl", "/cgi-bin/camctrl", "/cgi-bin/camposiset", "/cgi-bin/set_patrol", Moves})
+            stub.reply(path, HttpOk("OK"));
+        stub.reply("/cgi-bin/absget", HttpOk("\r\nPAN=1\r\n"));
+    }
+    void make(const char* number) { make<CPanasonicPtzController>(number, times()); }
 
-    template <class Controller, class... Times>
-    void make(int panSpeedMaximum, const Times&... times) {
+    template <class Controller>
+    void make(const char* number, const SRefreshTimes& times) {
         controller.reset();
-        SModelInfo model;
-        model.number = "D1";
-        const SRange other{1, panSpeedMaximum == 256 ? 257 : 256};
-        const SRange pan{1, panSpeedMaximum};
-        model.ptz = SPtzModel{other, other, other, 0, 0, 0, pan, other, other, other, 0, 0, ""};
-        auto models = boost::make_shared<CVornModelList>(SVornUrl(), std::vector<SFamily>(),
-                                                         std::map<std::string, SQueryDevice>(),
-                                                         CVornModelList::ModelMap{{"D1", model}});
+        bringUp(number);
         boost::shared_ptr<IDeviceContext> context = device;
-        camera = boost::make_shared<CNotingCamera>(context, "127.0.0.1", models, "D1");
-        boost::shared_ptr<CVornCamera> base = camera;
-        controller = std::make_unique<Controller>(context, Channel, "127.0.0.1", base, 0U, times...);
+        boost::shared_ptr<CVornCamera> base(&*camera, [](CVornCamera*) {});
+        controller = std::make_unique<Controller>(context, 7, stub.address().c_str(), base, 0U, times);
         for (int i = 0; i < 2; ++i) // it starts once
             controller->start();
+        seen = stub.requests().size();
+        ends.clear();
     }
-    // The plug-in's own, but for the clock and a worker that looks at it often.
+    // The plug-in's own, but for the clock, which the worker looks at after each command only.
     SRefreshTimes times() {
+        const auto use = std::make_shared<int>();
+        clockInUse = use;
         SRefreshTimes times;
-        times.now = [this] { return clock.load(); };
-        times.checkPeriod = milliseconds(1);
+        times.now = [this, use] { return clock.load(); };
+        times.checkPeriod = std::chrono::hours(1);
         return times;
     }
     // Notes the error, and the values, when the command ends.
@@ -151,18 +91,17 @@ protected:
     bool waitForEnds(std::size_t count) {
         return WaitUntil([&] { return ended().size() >= count; });
     }
-    // What the camera is asked for by one command, and how that ends.
-    std::string outcomeOf(const std::function<void(const CCallback&)>& give) {
-        const std::size_t before = ended().size();
-        give(noted());
-        EXPECT_TRUE(waitForEnds(before + 1));
-        std::string line;
-        for (const std::string& note : camera->takeNotes())
-            line += note + ", ";
-        return line + ended().back();
+    // The requests since the last time, without those for the settings.
+    std::vector<std::string> sent() {
+        std::vector<std::string> targets;
+        const std::vector<SStubRequest> all = stub.requests();
+        for (; seen < all.size(); ++seen)
+            if (all[seen].target != Setdata)
+                targets.push_back(all[seen].target.substr(9));
+        return targets;
     }
-    // The moves that were sent until now. Three commands, so that a whole pass of the worker lies between the
-    // ends of the last two; they neither stop nor start what is sent again.
+    // The moves among them. Three commands, so that a whole pass of the worker lies between the ends of the
+    // last two; they neither stop nor start what is sent again.
     std::vector<std::string> sentMoves() {
         const std::size_t before = ended().size();
         controller->moveFocusAt(0, noted());
@@ -170,103 +109,107 @@ protected:
         controller->moveFocusAt(4, noted());
         EXPECT_TRUE(waitForEnds(before + 3));
         std::vector<std::string> moves;
-        for (const std::string& note : camera->takeNotes())
-            if (note.rfind("move", 0) == 0)
-                moves.push_back(note);
+        for (const std::string& request : sent())
+            if (request.find("focus") == std::string::npos)
+                moves.push_back(request);
         return moves;
     }
+    // What is sent by one command, and how that ends.
+    std::string outcomeOf(const std::function<void(const CCallback&)>& give) {
+        const std::size_t before = ended().size();
+        give(noted());
+        EXPECT_TRUE(waitForEnds(before + 1));
+        std::string line;
+        for (const std::string& request : sent())
+            line += request + ", ";
+        return line + ended().back();
+    }
 
-    CThreadCheck threadCheck;
-    boost::shared_ptr<CFakeDevice> device = boost::make_shared<CFakeDevice>();
-    boost::shared_ptr<CNotingCamera> camera;
     std::atomic<std::uint64_t> clock{5000};
+    std::weak_ptr<int> clockInUse; // by the controller
+    std::size_t seen = 0;
     std::mutex mutex; // guards ends
     std::vector<std::string> ends;
     std::unique_ptr<CPtzController> controller;
 };
 
-// Of the framework's controller and of the plug-in's.
 TEST_F(PtzController, EachCommandIsAnOperationOfTheCameraOnTheControllersChannel) {
-    const std::vector<std::string> expected = {
-        "queryMovement: properties 7, 1 0 of properties",
-        "moveTo pan tilt zoom: absolute 7 -11 22 -33, 1 0 ",
-        "moveBy pan tilt zoom iris focus: relative 7 -11 22 -33 44 -55, 1 0 ",
-        "moveAt pan tilt zoom: move 7 -11 22 -33, 1 0 ",
-        "moveAt pan tilt zoom focus iris: move 7 -11 22 -33, focus 7 44, iris 7 -55, 1 0 ",
-        "moveFocusAt speed: focus 7 -11, 1 0 ",
-        "moveIrisAt speed: iris 7 -11, 1 0 ",
-        "setPreset preset: setPreset 7 -11, 1 0 ",
-        "clearPreset preset: clearPreset 7 -11, 1 0 ",
-        "callPreset preset: callPreset 7 -11, 1 0 ",
-        "startPatternRecord pattern: startPattern 7 -11, 1 0 ",
-        "stopPatternRecord pattern: stopPattern 7 -11, 1 0 ",
-        "selectPattern pattern: selectPattern 7 -11, 1 0 ",
-        "clearPatternRecord pattern: clearPattern 7 -11, 1 0 ",
-        "cancelPatternRecord pattern: cancelPattern 7 -11, 1 0 ",
-        "openMenu: 3 0 the device has no menu",
-        "closeMenu: 3 0 the device has no menu",
-        "LensRefocus: 3 0 the device has no refocus command",
-        "getPTZPos: position 7, 1 0 of position",
-    };
-    const std::string arguments[] = {"-11", "22", "-33", "44", "-55"};
-    for (const bool isOwn : {false, true}) {
-        isOwn ? make(256) : make<CPtzController>(256);
-        COperationRegistry registry;
-        controller->registerOperations(registry);
-        std::vector<std::string> lines;
-        for (const SOperation& operation : registry.operations()) {
-            std::string line = operation.name.substr(std::string("controller.").size());
-            for (const std::string& name : operation.parameterNames)
-                line += " " + name;
-            lines.push_back(line + ": " + outcomeOf([&](const CCallback& callback) {
-                                operation.call(
-                                    {arguments, arguments + operation.parameterNames.size()},
-                                    [=](const SAnswer& told) {
-                                        Call(callback, *told.error, {told.values.begin(), told.values.end()});
-                                    });
-                            }));
-        }
-        EXPECT_EQ(lines, expected);
-        EXPECT_TRUE(WaitUntil(DoOtherThreadsSleep));
+    make("D2");
+    COperationRegistry commands;
+    controller->registerOperations(commands);
+    const std::vector<std::string> numbers = {"11", "-22", "33", "-44", "55"};
+    std::vector<std::string> lines;
+    for (const SOperation& operation : commands.operations()) {
+        std::string line = operation.name.substr(std::string("controller.").size());
+        for (const std::string& name : operation.parameterNames)
+            line += " " + name;
+        lines.push_back(
+            line + ": " + outcomeOf([&](const CCallback& callback) {
+                operation.call(
+                    {numbers.begin(), numbers.begin() + static_cast<int>(operation.parameterNames.size())},
+                    [=](const SAnswer& told) {
+                        Call(callback, *told.error, {told.values.begin(), told.values.end()});
+                    });
+            }));
     }
+    EXPECT_THAT(
+        lines,
+        ElementsAre(
+            "queryMovement: 1 0 PtzEnabled", "moveTo pan tilt zoom: absctrl?pan=11&tilt=0&zoom=33, 1 0 ",
+            "moveBy pan tilt zoom iris focus: camctrl?pan=1&tilt=-1&ch=8, camctrl?zoom=3&ch=8, "
+            "camctrl?focus=-3&ch=8, camctrl?iris=-2&ch=8, 1 0 ",
+            "moveAt pan tilt zoom: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, 1 0 ",
+            "moveAt pan tilt zoom focus iris: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, "
+            "directctrl?focus=-112, " +
+                NoIris,
+            "moveFocusAt speed: directctrl?focus=26, 1 0 ", "moveIrisAt speed: " + NoIris,
+            "setPreset preset: camposiset?presetset=11&ch=8, 1 0 ",
+            "clearPreset preset: camposiset?presetdel=11&ch=8, 1 0 ",
+            "callPreset preset: camctrl?preset=11&ch=8, 1 0 ",
+            "startPatternRecord pattern: set_patrol?recstart=11, 1 0 ",
+            "stopPatternRecord pattern: set_patrol?stop=11, 1 0 ",
+            "selectPattern pattern: set_patrol?play=11, 1 0 ",
+            "clearPatternRecord pattern: 3 0 Not supported feature",
+            "cancelPatternRecord pattern: 3 0 Not supported feature", "openMenu: 3 0 the device has no menu",
+            "closeMenu: 3 0 the device has no menu", "LensRefocus: 3 0 the device has no refocus command",
+            "getPTZPos: absget?page=12345&PAN=&TILT=&ZOOM=, 1 0 pan=1&tilt=0&zoom=0&iris=0&focus=0"
+            "pan=0&tilt=0&zoom=0&iris=0&focus=00100001"));
 }
 
 TEST_F(PtzController, AMoveOfEveryAxisEndsWithTheFirstFailure) {
-    make(256);
-    const auto outcome = [&](const char* refused, int iris) {
-        camera->refuse(refused);
-        return outcomeOf([&](const CCallback& callback) { controller->moveAt(1, 2, 3, 4, iris, callback); });
+    make("D2");
+    const auto outcome = [&](int failing, int iris) {
+        stub.reply(Moves, [failing, request = 0](std::size_t) mutable {
+            return ++request == failing ? HttpReply(500) : HttpOk("OK");
+        });
+        return outcomeOf([&](const CCallback& callback) { controller->moveAt(1, 0, 0, 4, iris, callback); });
     };
-    EXPECT_EQ(outcome("move", 5), "move 7 1 2 3, 7 4 move 7 1 2 3");
-    EXPECT_EQ(outcome("focus", 5), "move 7 1 2 3, focus 7 4, 7 4 focus 7 4");
-    EXPECT_EQ(outcome("iris", 5), "move 7 1 2 3, focus 7 4, iris 7 5, 7 4 iris 7 5");
-    EXPECT_EQ(outcome("iris", 0), "move 7 1 2 3, focus 7 4, 1 0 ");
+    const std::string move = "directctrl?rpan=1&tilt=0&rzoom=0&ch=8, ";
+    EXPECT_EQ(outcome(1, 5), move + Failure);
+    EXPECT_EQ(outcome(2, 5), move + "directctrl?focus=8, " + Failure);
+    EXPECT_EQ(outcome(0, 5), move + "directctrl?focus=8, " + NoIris);
+    EXPECT_EQ(outcome(0, 0), move + "directctrl?focus=8, 1 0 "); // devices without an iris would refuse 0
 }
 
-TEST_F(PtzController, RunsCommandsInOrderWithTheirOwnErrorsWhateverIsThrown) {
-    make(256);
-    camera->refuse("");
-    camera->hold(true);
-    controller->moveAt(1, 0, 0, noted());
-    ASSERT_TRUE(camera->waitForNotes(1));
-    controller->moveFocusAt(2, noted());
-    controller->moveIrisAt(3, noted());
-    controller->moveTo(4, 5, 6, noted());
-    controller->moveFocusAt(2, noted());
-    EXPECT_THAT(ended(), IsEmpty());
-    camera->hold(false);
-    ASSERT_TRUE(waitForEnds(5));
-    EXPECT_THAT(ended(), ElementsAre("7 4 move 7 1 0 0", "7 4 focus 7 2", "7 4 iris 7 3",
-                                     "7 4 absolute 7 4 5 6", "7 4 focus 7 2"));
-    ends.clear();
+TEST_F(PtzController, RunsCommandsInOrderWithTheirOwnErrorsWhateverTheirCallbacksThrow) {
+    make("D2");
     testing::internal::CaptureStderr();
-    camera->breakDown(true);
-    controller->moveAt(1, 0, 0, CCallback([](const CError&, const std::vector<CString>&) {
-                           throw std::runtime_error("the host");
-                       }));
+    stub.reply(Moves, HttpReply(500));
+    stub.hold(Moves);
     controller->moveAt(1, 0, 0, noted());
-    ASSERT_TRUE(waitForEnds(1));
-    EXPECT_THAT(ended(), ElementsAre("2 0 Operation resulted in a problem"));
+    ASSERT_TRUE(stub.waitForRequests(Moves, 1));
+    controller->moveIrisAt(3, noted());
+    controller->callPreset(
+        2, CCallback([note = noted()](const CError& error, const std::vector<CString>& values) {
+            Call(note, error, values);
+            throw std::runtime_error("the host");
+        }));
+    controller->moveFocusAt(3, noted());
+    EXPECT_THAT(ended(), IsEmpty());
+    stub.letGoAll(Moves);
+    ASSERT_TRUE(waitForEnds(5));
+    EXPECT_THAT(ended(),
+                ElementsAre(Failure, NoIris, "1 0 ", "2 0 Operation resulted in a problem", Failure));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "callErrOperation: unknown exception\n");
 }
 
@@ -274,31 +217,31 @@ TEST_F(PtzController, ACommandKeepsTheCredentialsOfTheMomentInWhichItWasGiven) {
     struct CShowing : CPanasonicPtzController {
         using CPanasonicPtzController::CPanasonicPtzController;
         ~CShowing() override { stop(); }
-        void moveAtSync(int, int, int, const CCallback& callback, CAuthentication& credentials) override {
-            camera().setContinuousPtz(0, 0, 0, 0); // which is held up
+        void moveAtSync(int pan, int, int, const CCallback& callback, CAuthentication& credentials) override {
+            camera().setContinuousPtz(0, pan, 0, 0); // which is held up
             Call(callback, CError::Success(), {credentials.getUsername(), credentials.getPassword()});
         }
     };
-    make<CShowing>(256);
-    camera->hold(true);
+    make<CShowing>("D2", {});
+    stub.hold(Moves);
     for (const CAuthentication& credentials :
          {CAuthentication("u1", "p1"), CAuthentication(), CAuthentication("u2", "p2")}) {
         device->setAuthentication(credentials);
         controller->moveAt(1, 0, 0, noted());
     }
     device->setAuthentication({"u3", "p3"});
-    camera->hold(false);
+    stub.letGoAll(Moves);
     ASSERT_TRUE(waitForEnds(3));
     EXPECT_THAT(ended(), ElementsAre("1 0 u1p1", "1 0 ", "1 0 u2p2"));
 }
 
 TEST_F(PtzController, ItsEndLetsTheRunningCommandFinishAndCancelsTheOthers) {
+    const std::string move = "directctrl?pan=1&rtilt=0&zoom=0&ch=8";
     for (const bool isDestroyed : {true, false}) {
-        make(256);
-        ends.clear();
-        camera->hold(true);
+        make("D1");
+        stub.hold(Moves);
         const CAsyncOp running = controller->moveAt(1, 0, 0, noted());
-        ASSERT_TRUE(camera->waitForNotes(1));
+        ASSERT_TRUE(WaitUntil([&] { return sent() == std::vector{move}; }));
         for (int i = 2; i <= 3; ++i)
             controller->moveAt(i, 0, 0, noted());
         const CAsyncOp waiting = controller->moveFocusAt(4, noted());
@@ -308,11 +251,12 @@ TEST_F(PtzController, ItsEndLetsTheRunningCommandFinishAndCancelsTheOthers) {
         CPtzController* const ending = isDestroyed ? controller.release() : controller.get();
         std::thread ender([=] { isDestroyed ? delete ending : ending->stop(); });
         EXPECT_TRUE(WaitUntil([=] { return !SInside::runs(*ending); }));
-        camera->hold(false);
+        EXPECT_FALSE(clockInUse.expired()); // the running command needs it still
+        stub.letGoAll(Moves);
         ender.join();
         waiting.cancel();
         EXPECT_THAT(ended(), ElementsAre("2 0 cancelled", "1 0 ", "2 0 cancelled", "2 0 cancelled"));
-        EXPECT_THAT(camera->takeNotes(), ElementsAre("move 7 1 0 0"));
+        EXPECT_THAT(sent(), IsEmpty());
     }
     controller->moveAt(4, 0, 0, noted()); // later ones are cancelled at once
     EXPECT_EQ(ended().size(), 5U);
@@ -320,70 +264,73 @@ TEST_F(PtzController, ItsEndLetsTheRunningCommandFinishAndCancelsTheOthers) {
 }
 
 TEST_F(PtzController, AMoveInForceIsSentAgainUntilItStops) {
-    make(257);
-    const int moves[][3] = {{5, 0, 0}, {0, -6, 0}, {0, 0, 7}, {8, 9, -10}};
-    for (const auto& [pan, tilt, zoom] : moves) {
-        const std::string move =
-            "move 7 " + std::to_string(pan) + " " + std::to_string(tilt) + " " + std::to_string(zoom);
-        controller->moveAt(pan, tilt, zoom, noted());
-        EXPECT_THAT(sentMoves(), ElementsAre(move));
+    make("D1");
+    const std::string stop = "directctrl?pan=0&rtilt=0&zoom=0&ch=8";
+    const struct {
+        int pan, tilt, zoom;
+        const char* request;
+    } moves[] = {{5, 0, 0, "directctrl?pan=11&rtilt=0&zoom=0&ch=8"},
+                 {0, -6, 0, "directctrl?pan=0&rtilt=13&zoom=0&ch=8"},
+                 {0, 0, 7, "directctrl?pan=0&rtilt=0&zoom=16&ch=8"},
+                 {8, 9, -10, "directctrl?pan=19&rtilt=-21&zoom=-24&ch=8"}};
+    for (const auto& c : moves) {
+        controller->moveAt(c.pan, c.tilt, c.zoom, noted());
+        EXPECT_THAT(sentMoves(), ElementsAre(c.request));
         clock += 1000; // not more than the period yet
         EXPECT_THAT(sentMoves(), IsEmpty());
         clock += 3000;
-        EXPECT_THAT(sentMoves(), ElementsAre(move));
+        EXPECT_THAT(sentMoves(), ElementsAre(c.request));
         clock += 1000; // since the move was sent, not since it was due
         EXPECT_THAT(sentMoves(), IsEmpty());
         clock += 1;
-        EXPECT_THAT(sentMoves(), ElementsAre(move));
+        EXPECT_THAT(sentMoves(), ElementsAre(c.request));
         clock += 1000;
     }
+    EXPECT_TRUE(WaitUntil(DoOtherThreadsSleep));
+    clock += 1; // due, but the stop goes first
     controller->moveAt(0, 0, 0, noted());
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 0 0 0"));
+    EXPECT_THAT(sentMoves(), ElementsAre(stop));
     clock += 100000;
     EXPECT_THAT(sentMoves(), IsEmpty());
 
-    camera->refuse("");                         // which does not matter
-    controller->moveAt(1, 2, 3, 0, 0, noted()); // every axis at once
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 1 2 3"));
-    clock += 1001;
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 1 2 3"));
-    controller->moveAt(0, 0, 0, 0, 0, noted());
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 0 0 0"));
-    clock += 100000;
-    EXPECT_THAT(sentMoves(), IsEmpty());
-
-    make(256); // never
-    controller->moveAt(1, 2, 3, noted());
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 1 2 3"));
-    clock += 100000;
-    EXPECT_THAT(sentMoves(), IsEmpty());
-}
-
-TEST_F(PtzController, ASlowOrBrokenCameraIsSentTheMoveNoMoreOften) {
-    make(257);
-    camera->hold(true);
-    controller->moveAt(5, 0, 0, noted());
-    ASSERT_TRUE(camera->waitForNotes(1));
+    stub.reply(Moves, HttpReply(500)); // a refusal does not matter
+    stub.hold(Moves);
+    controller->moveAt(5, 0, 0, 0, 0, noted()); // every axis at once
+    ASSERT_TRUE(
+        WaitUntil([&] { return stub.requests().back().target.find(moves[0].request) != std::string::npos; }));
     clock += 100000; // the time counts from when the move has been sent
-    camera->hold(false);
-    EXPECT_THAT(sentMoves(), ElementsAre("move 7 5 0 0"));
-    for (const bool isBroken : {true, false}) {
-        camera->breakDown(isBroken);
-        clock += 1001;
-        EXPECT_THAT(sentMoves(), ElementsAre("move 7 5 0 0"));
-    }
+    stub.letGoAll(Moves);
+    EXPECT_THAT(sentMoves(), ElementsAre(moves[0].request));
+    clock += 1001;
+    EXPECT_THAT(sentMoves(), ElementsAre(moves[0].request));
+    controller->moveAt(0, 0, 0, 0, 0, noted());
+    EXPECT_THAT(sentMoves(), ElementsAre(stop));
+    clock += 100000;
+    EXPECT_THAT(sentMoves(), IsEmpty());
+
+    make("D2"); // never
+    controller->moveAt(5, 0, 0, noted());
+    clock += 100000;
+    EXPECT_THAT(sentMoves(), ElementsAre("directctrl?rpan=11&tilt=0&rzoom=0&ch=8"));
 }
 
 TEST_F(PtzController, TheWorkerWaitsForCommandsAndBetweenItsLooksAtTheClock) {
     const SRefreshTimes defaults;
     EXPECT_EQ(defaults.resendAfter, 1000U);
     EXPECT_EQ(defaults.checkPeriod, milliseconds(200));
-    const auto steady = [] { return std::chrono::steady_clock::now().time_since_epoch() / milliseconds(1); };
-    const auto before = static_cast<std::uint64_t>(steady());
+    const auto steady = [] {
+        return static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch() /
+                                          milliseconds(1));
+    };
+    const std::uint64_t before = steady();
     const std::uint64_t now = defaults.now();
-    EXPECT_TRUE(before <= now && now <= static_cast<std::uint64_t>(steady()));
+    EXPECT_TRUE(before <= now && now <= steady());
 
     std::vector<std::chrono::steady_clock::time_point> looks;
+    const auto countLooks = [&] {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return looks.size();
+    };
     SRefreshTimes watched;
     watched.checkPeriod = milliseconds(20);
     watched.now = [&] {
@@ -391,15 +338,11 @@ TEST_F(PtzController, TheWorkerWaitsForCommandsAndBetweenItsLooksAtTheClock) {
         looks.push_back(std::chrono::steady_clock::now());
         return 1U;
     };
-    make<CPanasonicPtzController>(257, watched);
+    make<CPanasonicPtzController>("D1", watched);
     EXPECT_TRUE(WaitUntil(DoOtherThreadsSleep));
     // Given past the queue, so that nothing else wakes the worker.
     CAuthentication credentials;
     controller->moveAtSync(5, 0, 0, noted(), credentials);
-    const auto countLooks = [&] {
-        const std::lock_guard<std::mutex> lock(mutex);
-        return looks.size();
-    };
     EXPECT_TRUE(WaitUntil([&] { return countLooks() >= 3; }));
     controller->moveFocusAt(1, noted());
     ASSERT_TRUE(waitForEnds(2));
@@ -415,39 +358,36 @@ TEST_F(PtzController, TheWorkerWaitsForCommandsAndBetweenItsLooksAtTheClock) {
 // Commands that are names, and what becomes of them.
 struct SNamed {
     std::string name;
-    std::vector<std::string>& log;
+    std::vector<std::string>* log = nullptr;
 };
-void Op_Cancel(const boost::shared_ptr<SNamed>& command) {
-    command->log.push_back(command->name + " was taken");
+void Op_Cancel(const SNamed& command) {
+    command.log->push_back(command.name + " was taken");
 }
-void Op_NotifyCanceled(const boost::shared_ptr<SNamed>& command) {
-    command->log.push_back(command->name + " waited");
+void Op_NotifyCanceled(const SNamed& command) {
+    command.log->push_back(command.name + " waited");
 }
-struct SNamedQueue : CAsyncQueueBase<boost::shared_ptr<SNamed>> {
-    void notify() override { log.emplace_back(isEmpty() ? "woken for nothing" : "woken"); }
-    CAsyncOp push(const std::string& name) {
-        return push_back(boost::shared_ptr<SNamed>(new SNamed{name, log}));
-    }
+struct SNamedQueue : CAsyncQueueBase<SNamed> {
     explicit SNamedQueue(std::vector<std::string>& toLog) : log(toLog) {}
+    void notify() override { log.emplace_back(isEmpty() ? "woken for nothing" : "woken"); }
     std::vector<std::string>& log;
 };
 
 TEST(AsyncQueue, TellsACancelledCommandWhetherItWaitedOrWasTaken) {
     std::vector<std::string> log;
     auto queue = boost::make_shared<SNamedQueue>(log);
-    EXPECT_FALSE(queue->take());
-    const CAsyncOp a = queue->push("a");
-    const CAsyncOp b = queue->push("b");
-    const CAsyncOp c = queue->push("c");
-    EXPECT_EQ(queue->take()->name, "a");
+    EXPECT_EQ(queue->take().name, "");
+    const CAsyncOp a = queue->push_back({"a", &log});
+    const CAsyncOp b = queue->push_back({"b", &log});
+    const CAsyncOp c = queue->push_back({"c", &log});
+    EXPECT_EQ(queue->take().name, "a");
     for (const CAsyncOp& handle : {b, a, b, a})
         handle.cancel();
-    EXPECT_EQ(queue->take()->name, "c");
-    queue->push("d");
-    queue->push("e");
+    EXPECT_EQ(queue->take().name, "c");
+    queue->push_back({"d", &log});
+    queue->push_back({"e", &log});
     queue->close();
-    queue->push("f");
-    EXPECT_FALSE(queue->take());
+    queue->push_back({"f", &log});
+    EXPECT_EQ(queue->take().name, "");
     queue.reset();
     c.cancel();
     EXPECT_THAT(log, ElementsAre("woken", "woken", "woken", "b waited", "a was taken", "woken", "woken",
@@ -468,6 +408,25 @@ TEST(AsyncQueue, ACommandIsBegunOrCancelledAndWhatItsCallbackThrowsIsDropped) {
             EXPECT_NO_THROW(cancel(command));
         EXPECT_THAT(told, ElementsAre("2 0 cancelled"));
         EXPECT_FALSE(waiting->begin());
+    }
+}
+
+TEST(AsyncQueue, ACommandThatIsGivenWhileTheQueueClosesIsCancelled) {
+    struct COpenQueue : CThreadAsyncQueue {
+        using CThreadAsyncQueue::mutex;
+    };
+    for (int round = 0; round < 20; ++round) {
+        const auto queue = boost::make_shared<COpenQueue>();
+        std::atomic<int> ends{0};
+        const CCallback callback([&](const CError&, const std::vector<CString>&) { ++ends; });
+        std::unique_lock<std::mutex> lock(queue->mutex());
+        std::thread giver(
+            [&] { queue->push_back(boost::make_shared<CAsyncCmdDetails>(CFunction(), callback)); });
+        EXPECT_TRUE(WaitUntil(DoOtherThreadsSleep)); // until it waits for the lock
+        lock.unlock();
+        queue->close(); // most often before the giver goes on
+        giver.join();
+        ASSERT_EQ(ends, 1);
     }
 }
 

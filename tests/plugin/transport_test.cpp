@@ -70,6 +70,7 @@ TEST_F(Transport, OnlyStatus200IsSuccess) {
 TEST_F(Transport, EachRequestHasItsTimeAndAnyAuthentication) {
     std::string response;
     std::vector<std::string> values;
+    setting.GetCameraSetting("CAMTITLE"); // after the cache's own request
     setting.CameraHttpGet("/get", response, 7);
     setting.CameraHttpPost("/post", "a=1", response, 7); // which is the framework's to say
     setting.GetDetailsFromUrl("/list", {"A="}, values);
@@ -84,6 +85,9 @@ TEST_F(Transport, EachRequestHasItsTimeAndAnyAuthentication) {
                   std::to_string(static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC)))
             << path;
     }
+    CPanasonicSetting withoutPort("127.0.0.1", device);
+    withoutPort.CameraHttpGet("/port", response, 1);
+    EXPECT_EQ(CurlOption("/port", CURLOPT_URL), "http://127.0.0.1/port"); // 80
 }
 
 TEST_F(Transport, RequestsGoOutAsGiven) {
@@ -139,7 +143,7 @@ TEST_F(Transport, ASingleValueStandsBehindItsKeyFromTheSecondCharacterOn) {
         const char* value;
     } const cases[] = {
         {"A=1\r\nB=2\r\n", "B=", "2"},
-        {"A=1\nB=2", "B=", "2"},
+        {"A=1\nB=2\nC", "B=", "2"},
         {"A=1&B=2&C", "B=", "2"},
         {"A=1\r\n", "A=", ""},
         {"A=1\r\nA=2\r\n", "A=", "2"},
@@ -160,7 +164,7 @@ TEST_F(Transport, ASingleValueStandsBehindItsKeyFromTheSecondCharacterOn) {
 }
 
 TEST_F(Transport, AListOfValuesComesInTheOrderOfItsKeys) {
-    camera.reply("/x", HttpOk("PAN=1&TILT='22'\r\nZOOM=3"));
+    camera.reply("/x", HttpOk("PAN=1'x&TILT=22\r\nZOOM=3"));
     std::vector<std::string> values{"earlier", "values", "go", "away"};
     EXPECT_FALSE(setting.GetDetailsFromUrl("/x", {"ZOOM=", "FOCUS=", "PAN="}, values));
     EXPECT_THAT(values, ElementsAre("3", "", "1"));

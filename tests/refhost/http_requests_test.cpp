@@ -95,12 +95,14 @@ TEST(HttpRequests, AnAbsoluteUrlOfAPostMayBeWrittenInCapitals) {
     ASSERT_EQ(client.Initialize(), 0);
     EXPECT_EQ(client.SetContent("a=b", "HTTP://" + device.address() + "/set?c=d"), 200);
     EXPECT_EQ(client.SetContent("", "http://" + device.address()), 200);
+    EXPECT_EQ(client.SetContent("", "http://" + device.address() + "?e=/"), 200);
     const auto requests = device.requests();
-    ASSERT_EQ(requests.size(), 2U);
+    ASSERT_EQ(requests.size(), 3U);
     EXPECT_EQ(requests[0].target, "/set?c=d");
     EXPECT_EQ(requests[0].body, "a=b");
     EXPECT_EQ(requests[1].target, "/");
     EXPECT_EQ(requests[1].header("Content-Length"), "0");
+    EXPECT_EQ(requests[2].target, "/?e=/");
 }
 
 TEST(HttpRequests, ADeviceThatClosesEachConnectionLosesOneRequestAtMost) {

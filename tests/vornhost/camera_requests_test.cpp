@@ -63,24 +63,28 @@ Requests Arrived(const CCamsim& camsim, const std::string& query = "") {
     return arrived;
 }
 
-// What follows the calls of a script: a reading, which waits for the settings if they are read anew, and a
+// What follows a call in a script: a reading, which waits for the settings if they are read anew, and a
 // request that is none of the plug-in's.
-constexpr const char* AfterCall = "setting.GetCameraSetting CAMTITLE\nsetting.CameraHttpGet /mark 4\n";
-constexpr const char* Mark = "GET /mark";
+std::string MarkPath(std::size_t call) {
+    return "/mark?" + std::to_string(call);
+}
+std::string BehindCall(std::size_t call) {
+    return "\nsetting.GetCameraSetting CAMTITLE\nsetting.CameraHttpGet " + MarkPath(call) + " 4\n";
+}
 
 // Checks, for each call of the rows, what the page says of it; notes the rows whose requests were among it.
 void CheckAnew(const std::vector<SRow>& rows, const Requests& arrived, std::set<std::string>& checked) {
-    auto begin = std::find(arrived.begin(), arrived.end(), Mark);
-    for (const SRow& row : rows) {
-        ASSERT_NE(begin, arrived.end()) << row.call;
-        const auto end = std::find(++begin, arrived.end(), Mark);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const SRow& row = rows[i];
+        const auto begin = std::find(arrived.begin(), arrived.end(), "GET " + MarkPath(i));
+        const auto end = std::find(begin, arrived.end(), "GET " + MarkPath(i + 1));
+        ASSERT_NE(end, arrived.end()) << row.call;
         const auto request = std::find_if(begin, end, [&row](const auto& one) { return row.isOf(one); });
         if (request != end && !row.anew.empty()) {
             const bool isAnew = std::find(request, end, "GET /cgi-bin/setdata") != end;
             EXPECT_EQ(isAnew ? "yes" : "no", row.anew) << row.request;
             checked.insert(row.request);
         }
-        begin = end;
     }
 }
 
@@ -94,11 +98,11 @@ TEST(CameraRequests, AreThoseOfThePage) {
     const CCamsim camsim({"--model", "D850", "--model", "D870", "--model", "F320", "--model", "L115",
                           "--model", "S202", "--model", "GXE500", "--count", "6"});
     std::vector<SRow> called;
-    std::string calls = AfterCall;
+    std::string calls = BehindCall(0);
     for (const SRow& row : rows)
         if (!row.isOfTheWholeCamera()) {
             called.push_back(row);
-            calls += row.call + "\n" + AfterCall;
+            calls += row.call + BehindCall(called.size());
         }
     std::set<std::string> checked;
     for (std::size_t i = 0; i < camsim.addresses().size(); ++i) {
@@ -131,7 +135,8 @@ TEST(CameraRequests, AreThoseOfThePage) {
 
     Requests all = Arrived(camsim);
     std::set<std::string> arrived(all.begin(), all.end());
-    arrived.erase(Mark);
+    for (std::size_t i = 0; i <= called.size(); ++i)
+        arrived.erase("GET " + MarkPath(i));
     for (const SRow& row : rows) {
         EXPECT_TRUE(
             std::any_of(arrived.begin(), arrived.end(), [&](const auto& one) { return row.isOf(one); }))
