@@ -315,6 +315,7 @@ TEST_F(HandlerBase, ShutdownWaitsForTheRunningOperationAndCancelsTheRest) {
                                       if (std::this_thread::get_id() == asking)
                                           refused = true;
                                   }));
+    EXPECT_TRUE(test_support::WaitUntil([this] { return outcomes_.all().size() == 1; }));
     handler_.slowMayEnd.open();
     first.join();
     second.join();
