@@ -154,6 +154,8 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
         return error;
     if (index < 0)
         return errors::notReported();
+    if (credentials.isBasicRefused())
+        vorn_event::v1_0::RefuseBasic(source);
     g_object_set(source, "drycontact-activestate", vorn_event::v1_0::DCActiveHigh, "event-mode",
                  vorn_event::v1_0::EventModeRegular, "event-period", EventPeriod, "ping-period", PingPeriod,
                  "device-index", index, "device-index-base", base, "max-device-index",

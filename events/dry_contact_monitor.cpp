@@ -68,10 +68,11 @@ public:
 
     bool isMade() const { return easy_ && multi_; }
 
-    bool setOptions(const std::string& credentials, const std::string& url, CDryContactMonitor* monitor) {
+    bool setOptions(const std::string& credentials, const std::string& url, unsigned long authSchemes,
+                    CDryContactMonitor* monitor) {
         return set(CURLOPT_NOSIGNAL, 1L) && set(CURLOPT_TCP_NODELAY, 1L) &&
                set(CURLOPT_USERPWD, credentials.c_str()) && set(CURLOPT_URL, url.c_str()) &&
-               set(CURLOPT_HTTPAUTH, AuthSchemes) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
+               set(CURLOPT_HTTPAUTH, authSchemes) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
                set(CURLOPT_WRITEDATA, monitor) && set(CURLOPT_CONNECTTIMEOUT, ConnectSeconds) &&
                // Beyond what the camera needs: cameras are on the recorder's own network, an address that
                // looks like another protocol's is none, and a name server must not hold up a stop.
@@ -248,6 +249,10 @@ void CDryContactMonitor::WakeWaiters() {
     changed.notify_all();
 }
 
+void CDryContactMonitor::RefuseBasic() {
+    basicRefused = true;
+}
+
 bool CDryContactMonitor::CheckHeartbeat() {
     const Guard lock(mutex);
     const std::time_t now = times.now();
@@ -289,7 +294,7 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
     const std::string url = DryContactMonitorUrl(ipAddress);
     CRetryPace pace(times.retry);
     while (running) {
-        if (!transfer.setOptions(credentials, url, this))
+        if (!transfer.setOptions(credentials, url, basicRefused ? CURLAUTH_DIGEST : AuthSchemes, this))
             return;
         publish(&transfer);
         if (!running) // a stop that came before the transfer could be broken off

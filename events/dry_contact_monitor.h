@@ -77,6 +77,9 @@ public:
     TDryContactState GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned = {});
     void WakeWaiters();
 
+    // From the next request on the password is shown to the camera in answer to a Digest challenge alone.
+    void RefuseBasic();
+
     // Whether the camera has written in time. When it has not, ends the request, which then counts as failed
     // and is made again, and allows the camera the same time anew.
     bool CheckHeartbeat();
@@ -126,7 +129,8 @@ private:
     const std::string userName;
     const std::string password;
     std::atomic<bool> running{false}; // the thread goes on; changed under mutex
-    std::int32_t listenerCount = 0;   // calls of StartMonitor without their StopMonitor; guarded by mutex
+    std::atomic<bool> basicRefused{false};
+    std::int32_t listenerCount = 0; // calls of StartMonitor without their StopMonitor; guarded by mutex
     const std::int32_t firstIndex;
     const std::int32_t maxIndex;
     CTransfer* curl = nullptr;    // the thread's, while it has one; guarded by mutex

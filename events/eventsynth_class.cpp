@@ -230,6 +230,10 @@ GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* /*context*/, const 
     return gst_element_factory_make(Name, name);
 }
 
+void RefuseBasic(GstElement* element) {
+    self(element)->basicRefused = true;
+}
+
 GstElement* IncRefcount(SVornEventSynth* element) {
     return GST_ELEMENT(gst_object_ref(element));
 }

@@ -58,7 +58,8 @@ void SVornEventSynth::init() {
     new (&eventPeriod) std::atomic<gint>(6);
     for (std::atomic<gint>* const index : {&deviceIndex, &deviceIndexBase, &maxDeviceIndex})
         new (index) std::atomic<gint>(0);
-    new (&deactivating) std::atomic<bool>(false);
+    for (std::atomic<bool>* const flag : {&deactivating, &basicRefused})
+        new (flag) std::atomic<bool>(false);
     for (std::mutex* const mutex : {&stringLock, &lock, &monitorLock, &startLock})
         new (mutex) std::mutex;
     new (&wakeup) std::condition_variable;
@@ -216,6 +217,8 @@ void SVornEventSynth::attach() {
             entry = boost::make_shared<CDryContactMonitor>(
                 address, string(UsernameProperty), string(PasswordProperty), deviceIndexBase, maxDeviceIndex);
         found = entry;
+        if (basicRefused)
+            found->RefuseBasic();
         CDryContactMonitor::s_strDryContactStatusUrl.clear();
         CDryContactMonitor::s_funGetDryContactStatus = nullptr;
     }

@@ -43,7 +43,8 @@ struct SVornEventSynth {
     std::atomic<gint> deviceIndex;
     std::atomic<gint> deviceIndexBase;
     std::atomic<gint> maxDeviceIndex;
-    std::mutex stringLock; // guards the texts
+    std::atomic<bool> basicRefused; // no property: it is the host's wish, and nobody's to set or to read
+    std::mutex stringLock;          // guards the texts
     std::array<char, 256> username;
     std::array<char, 256> password;
     std::array<char, 32> ipaddr;
@@ -122,6 +123,10 @@ struct SVornEventSynth {
 // Makes the element, a floating reference; null when it could not be registered, which the next call tries
 // anew. `context` says that GStreamer is initialised. Callable from any thread.
 GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* context, const char* name);
+
+// Has the element, before its start, show the password in answer to a Digest challenge alone. Whoever shares
+// the camera's monitor does so from then on.
+void RefuseBasic(GstElement* element);
 
 // Takes and drops a reference.
 GstElement* IncRefcount(SVornEventSynth* element);

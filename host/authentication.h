@@ -20,9 +20,16 @@ public:
     std::string getUsername() const { return username_ ? username_->str() : std::string(); }
     std::string getPassword() const { return password_ ? password_->str() : std::string(); }
 
+    // Whether they may answer a Digest challenge alone: Basic authentication shows the password to whoever
+    // listens. The framework's HTTP helpers see to it themselves; what speaks to the device without them
+    // asks.
+    bool isBasicRefused() const { return isBasicRefused_; }
+    void refuseBasic() { isBasicRefused_ = true; }
+
 private:
     COptional<CString> username_;
     COptional<CString> password_;
+    bool isBasicRefused_ = false;
 };
 
 } // namespace corvane::device_handler::v1_0

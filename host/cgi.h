@@ -14,14 +14,15 @@ namespace corvane::vorn_utility::v1_0 {
 // - `address`: a host name or dotted address, with ":PORT" where the device's web port is not the URL's;
 // - `user`, `password`: the device's credentials; an empty user name sends none;
 // - `timeout`: seconds for the whole exchange, name look-up included; 0 and less fail at once;
-// - `authScheme`: "ANY" (whatever the device offers), "BASIC" or "DIGEST";
+// - `authScheme`: "ANY" (whatever the device offers, Digest before Basic), "BASIC" or "DIGEST"; no Basic
+//   credentials are sent to a device that Basic is refused to;
 // - `delimiters`: the characters, each of which ends a value in the reply.
 //
 // A reply counts as success when its HTTP status is 200. Otherwise the outputs are left unchanged and the
 // result is one of
 //
 // - (NotAccessible, Device) without a status: not resolved, refused, timed out, cut, no HTTP, too large;
-// - (AuthenticationFailed, Device) for 401;
+// - (AuthenticationFailed, Device) for 401, also where only Basic is offered, and that is refused;
 // - (OperationFailed, Device) for any other status
 //
 // with a text that says what happened ("HTTP status 404 Not Found", "timed out after 4 s", "connection

@@ -12,8 +12,9 @@ namespace corvane::device_handler::v1_0 {
 // A family of devices that share their identification requests and default credentials.
 struct SFamily {
     std::string name;
-    std::string user;     // default user name; empty when the family has none
-    std::string password; // default password
+    std::string user;        // default user name; empty when the family has none
+    std::string password;    // default password
+    bool digestOnly = false; // Basic authentication is refused to its devices
 };
 
 // How to build one stream location.

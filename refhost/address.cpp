@@ -69,4 +69,9 @@ std::string AddressText(const std::string& host, const std::string& port) {
     return host + (port.empty() || port == UsualPort ? "" : ":" + port);
 }
 
+std::string ToldAddress(const std::string& address) {
+    const COptional<SAddress> parts = ParseAddress(address);
+    return parts ? AddressText(parts->host, parts->port) : address;
+}
+
 } // namespace corvane::refhost

@@ -21,4 +21,7 @@ inline constexpr const char* UsualPort = "80";
 // "HOST" or "HOST:PORT", without the usual port.
 std::string AddressText(const std::string& host, const std::string& port);
 
+// A device's address as its exchanges tell it, the usual port left out; a text that is no address as it is.
+std::string ToldAddress(const std::string& address);
+
 } // namespace corvane::refhost

@@ -4,6 +4,7 @@
 #include "refhost/format.h"
 #include "refhost/log.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <utility>
 
@@ -28,8 +29,10 @@ void writeFormatted(int level, const char* format, va_list arguments) {
 
 CDeviceContext::CDeviceContext(std::string address, CAuthentication authentication,
                                std::shared_ptr<CDeviceDb> database)
-    : address_(std::move(address)), database_(std::move(database)) {
+    : address_(std::move(address)), toldAddress_(ToldAddress(address_)), database_(std::move(database)) {
     setAuthentication(std::move(authentication));
+    if (database_)
+        CAuthenticationBook::instance().keepIn(database_, toldAddress_);
 }
 
 void CDeviceContext::log(int level, const char* format, ...) {
@@ -47,8 +50,14 @@ boost::shared_ptr<IDeviceDbProxy> CDeviceContext::getDeviceDbProxy() {
 }
 
 CAuthentication CDeviceContext::getAuthentication() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return authentication_;
+    CAuthentication authentication;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        authentication = authentication_;
+    }
+    if (isBasicRefused())
+        authentication.refuseBasic();
+    return authentication;
 }
 
 void CDeviceContext::setAuthentication(CAuthentication authentication) {
@@ -57,8 +66,25 @@ void CDeviceContext::setAuthentication(CAuthentication authentication) {
     authentication_ = std::move(authentication);
 }
 
+void CDeviceContext::setBasicRefused(bool isRefused) {
+    CAuthenticationBook::instance().setRefused(toldAddress_, isRefused);
+}
+
+bool CDeviceContext::isBasicRefused() const {
+    return CAuthenticationBook::instance().isRefused(toldAddress_);
+}
+
+SSeenAuthentication CDeviceContext::seenAuthentication() const {
+    return CAuthenticationBook::instance().seen(toldAddress_);
+}
+
 CHandlerContext::CHandlerContext(boost::shared_ptr<CVornModelList> modelList)
-    : modelList_(std::move(modelList)) {}
+    : modelList_(std::move(modelList)) {
+    const std::vector<SFamily>& families = modelList_->getFamilies();
+    if (std::any_of(families.begin(), families.end(),
+                    [](const SFamily& family) { return family.digestOnly; }))
+        basicRefusal_ = CAuthenticationBook::instance().refuseToStrangers();
+}
 
 std::size_t CHandlerContext::getFamilyCount() const {
     return modelList_->getFamilies().size();

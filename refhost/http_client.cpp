@@ -2,6 +2,7 @@
 
 #include "host/http_status.h"
 #include "refhost/address.h"
+#include "refhost/authentication_book.h"
 #include "refhost/http_handle_pool.h"
 #include "refhost/http_rounds.h"
 #include "refhost/log.h"
@@ -30,11 +31,15 @@ constexpr long ReceiveBufferBytes = 4096;
 
 // "ANY" is any that a camera speaks. Of the others a stranger that is taken for a camera could learn what to
 // find the password out with, and this machine's name.
+constexpr const char* AnyScheme = "ANY";
+constexpr const char* BasicScheme = "BASIC";
+constexpr const char* DigestScheme = "DIGEST";
 constexpr struct {
     const char* name;
     unsigned long curlAuthentication;
-} AuthSchemes[] = {
-    {"ANY", CURLAUTH_DIGEST | CURLAUTH_BASIC}, {"BASIC", CURLAUTH_BASIC}, {"DIGEST", CURLAUTH_DIGEST}};
+} AuthSchemes[] = {{AnyScheme, CURLAUTH_DIGEST | CURLAUTH_BASIC},
+                   {BasicScheme, CURLAUTH_BASIC},
+                   {DigestScheme, CURLAUTH_DIGEST}};
 
 COptional<unsigned long> curlAuthentication(const std::string& scheme) {
     for (const auto& row : AuthSchemes)
@@ -176,12 +181,23 @@ SHttpReply withStatus(int status) {
     return reply;
 }
 
+constexpr const char* BasicRefusedText = ": Basic authentication alone is offered, and that is refused";
+
+// Takes Basic away from what the request may use.
+void refuseBasic(SHttpPeer& peer) {
+    if (peer.authScheme == AnyScheme)
+        peer.authScheme = DigestScheme;
+    else if (peer.authScheme == BasicScheme)
+        peer.user = peer.password = "";
+}
+
 // One exchange with a device whose peer is known and checked.
 class CExchange {
 public:
-    CExchange(const SHttpRequest& request, SHttpPeer peer)
+    CExchange(const SHttpRequest& request, SHttpPeer peer, bool isBasicRefused)
         : request_(request),
           peer_(std::move(peer)),
+          isBasicRefused_(isBasicRefused && !request.user.empty()),
           deadline_(Clock::now() + std::chrono::seconds(request.timeout)) {}
 
     SHttpReply run(CHttpRounds& rounds) {
@@ -252,11 +268,22 @@ private:
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         SHttpReply reply = withStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
+        reply.isBasicRefused = isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl);
+        if (reply.isBasicRefused)
+            reply.failure += BasicRefusedText;
         return reply;
+    }
+
+    static bool offersBasicAlone(CURL* curl) {
+        long offered = 0;
+        curl_easy_getinfo(curl, CURLINFO_HTTPAUTH_AVAIL, &offered);
+        constexpr auto Spoken = static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC);
+        return (offered & Spoken) == static_cast<long>(CURLAUTH_BASIC);
     }
 
     const SHttpRequest& request_;
     const SHttpPeer peer_;
+    const bool isBasicRefused_; // and there are credentials that could be shown
     const Clock::time_point deadline_;
 };
 
@@ -275,7 +302,11 @@ SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& pee
         return noStatus("\"" + request.address + "\" is no device address");
     if (!curlAuthentication(request.authScheme))
         return noStatus("unknown authentication scheme \"" + request.authScheme + "\"");
-    return CExchange(request, *peer).run(rounds);
+    const bool isBasicRefused = CAuthenticationBook::instance().isRefused(peer->address);
+    SHttpPeer allowed = *peer;
+    if (isBasicRefused)
+        refuseBasic(allowed);
+    return CExchange(request, std::move(allowed), isBasicRefused).run(rounds);
 }
 
 } // namespace
@@ -293,10 +324,16 @@ SHttpReply ExchangeHttp(const SHttpRequest& request) {
     told.body = request.form.value_or("");
     told.status = reply.status;
     told.failure = reply.failure;
+    told.authentication = rounds.authentication();
+    told.isBasicRefused = reply.isBasicRefused;
+    // Of two Digest is taken.
+    const bool tookBasic = request.authScheme == AnyScheme && told.authentication == AuthScheme::Basic;
+    told.offersBasicAlone = tookBasic || reply.isBasicRefused;
     told.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     told.rounds = rounds.end();
     if (!told.rounds.empty())
         told.rounds.back().status = reply.status; // none for a reply that was cut
+    CAuthenticationBook::instance().note(told);
     ReportExchange(told);
     return reply;
 }

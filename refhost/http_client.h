@@ -18,9 +18,10 @@ struct SHttpRequest {
 };
 
 struct SHttpReply {
-    int status = 0;      // 0 when there was no HTTP status
-    std::string failure; // what happened; empty for status 200
-    std::string body;    // of a reply with a status
+    int status = 0;              // 0 when there was no HTTP status
+    std::string failure;         // what happened; empty for status 200
+    std::string body;            // of a reply with a status
+    bool isBasicRefused = false; // why the status is 401: Basic alone is offered, and is refused
 };
 
 // One exchange with a device, reported once to the trace. Never throws for what the device or the network

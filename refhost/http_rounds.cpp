@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace corvane::refhost {
 namespace {
@@ -22,6 +23,16 @@ int statusOf(std::string_view line) {
     return status;
 }
 
+// Of the credentials in a request's header.
+AuthScheme schemeOf(std::string_view header) {
+    constexpr std::pair<std::string_view, AuthScheme> Lines[] = {
+        {"\r\nAuthorization: Basic ", AuthScheme::Basic}, {"\r\nAuthorization: Digest ", AuthScheme::Digest}};
+    for (const auto& [line, scheme] : Lines)
+        if (header.find(line) != std::string_view::npos)
+            return scheme;
+    return AuthScheme::None;
+}
+
 } // namespace
 
 void CHttpRounds::watch(CURL* curl) {
@@ -34,11 +45,16 @@ void CHttpRounds::watch(CURL* curl) {
     curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, beforeRequest);
     curl_easy_setopt(curl, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, takeWhatIsSent);
+    curl_easy_setopt(curl, CURLOPT_DEBUGDATA, this);
+    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L); // else nothing is told of what is sent
 }
 
 void CHttpRounds::stopWatching(CURL* curl) {
     curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, nullptr);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, nullptr);
+    curl_easy_setopt(curl, CURLOPT_VERBOSE, 0L);
+    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, nullptr);
 }
 
 void CHttpRounds::headerLine(std::string_view line) {
@@ -74,6 +90,13 @@ bool CHttpRounds::maySend() {
     else if (ofTransfer_ == MostOfTransfer)
         refused_ = Refused::Challenge;
     return refused_ == Refused::Nothing;
+}
+
+int CHttpRounds::takeWhatIsSent(CURL* /*curl*/, curl_infotype kind, char* data, std::size_t size,
+                                void* rounds) {
+    if (kind == CURLINFO_HEADER_OUT)
+        static_cast<CHttpRounds*>(rounds)->authentication_ = schemeOf({data, size});
+    return 0;
 }
 
 // Before a connection is even tried, which could take long.

@@ -32,10 +32,14 @@ public:
     bool refusedRepetition() const { return refused_ == Refused::Repetition; }
     // Whether the device asked once more than a device that means it.
     bool refusedChallenge() const { return refused_ == Refused::Challenge; }
+    // With what the last request on the wire showed its credentials. libcurl tells what a device offers, but
+    // not what it then takes; so this goes by what it sends.
+    AuthScheme authentication() const { return authentication_; }
     // The rounds so far, the last one ended now.
     std::vector<SHttpRound> end();
 
 private:
+    static int takeWhatIsSent(CURL* curl, curl_infotype kind, char* data, std::size_t size, void* rounds);
     static int beforeConnection(void* rounds, curl_socket_t socket, curlsocktype purpose);
     static int beforeRequest(void* rounds, char* peerIp, char* ownIp, int peerPort, int ownPort);
 
@@ -54,6 +58,7 @@ private:
     long bytesSentBefore_ = 0; // by this transfer, before that round
     int ofTransfer_ = 0;
     Refused refused_ = Refused::Nothing;
+    AuthScheme authentication_ = AuthScheme::None;
 };
 
 } // namespace corvane::refhost

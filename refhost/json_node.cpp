@@ -139,6 +139,12 @@ int CJsonNode::integer(int minimum, int maximum) const {
     return value_.get<int>();
 }
 
+bool CJsonNode::boolean() const {
+    if (!value_.is_boolean())
+        refuse("expected true or false");
+    return value_.get<bool>();
+}
+
 void CJsonNode::object(std::initializer_list<SMember> members) const {
     for (const SMember& member : members)
         if (member.presence == SMember::Required && value_.is_object() && !value_.contains(member.name))

@@ -41,6 +41,7 @@ public:
 
     std::string text() const;
     int integer(int minimum, int maximum) const;
+    bool boolean() const;
 
     // An object of these members and no other.
     void object(std::initializer_list<SMember> members) const;

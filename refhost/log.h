@@ -1,5 +1,7 @@
 #pragma once
 
+#include "refhost/auth_scheme.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -39,6 +41,9 @@ struct SHttpExchange {
     int status = 0;      // 0 when there was no HTTP status
     std::string failure; // what happened; empty for status 200
     double milliseconds = 0;
+    AuthScheme authentication = AuthScheme::None; // of the credentials that went over the wire last
+    bool offersBasicAlone = false;                // of the schemes that were to be had, and with credentials
+    bool isBasicRefused = false;                  // what it failed for: it offers Basic alone
     // What went over the wire for it: one round, or more where the device asked for credentials first; none
     // where the device was never reached.
     std::vector<SHttpRound> rounds;

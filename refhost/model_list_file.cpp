@@ -326,6 +326,8 @@ void readFamily(const CJsonNode& node, SModelListParts& list) {
     node.object({{"name", SMember::Required, toFilledText(family.name)},
                  {"user", SMember::Optional, toText(family.user)},
                  {"password", SMember::Optional, toText(family.password)},
+                 {"digestOnly", SMember::Optional,
+                  [&](const CJsonNode& digestOnly) { family.digestOnly = digestOnly.boolean(); }},
                  {"modelNumber", SMember::Required, toRequest(query.modelNumber.url)},
                  {"serialNumber", SMember::Required, toRequest(query.serialNumber.url)}});
     if (!list.queries.emplace(family.name, std::move(query)).second)

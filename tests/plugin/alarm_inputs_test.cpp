@@ -217,5 +217,26 @@ TEST_F(AlarmInputs, EventsReachTheObserverAndTheEndTheController) {
                                [](const auto& a, const auto& b) { return a.time < b.time; }));
 }
 
+TEST_F(AlarmInputs, EventsDoWithoutBasicWhereTheHostRefusesIt) {
+    stub.reply("/cgi-bin/get_io", "HTTP/1.1 401 x\r\nWWW-Authenticate: Basic realm=\"c\"\r\n"
+                                  "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    for (const bool isRefused : {true, false}) {
+        CAuthentication credentials("admin", "12345");
+        if (isRefused)
+            credentials.refuseBasic();
+        device->setAuthentication(credentials);
+        const std::size_t before = stub.requests("/cgi-bin/get_io").size();
+        const auto controller = stream(0);
+        ASSERT_FALSE(controller->start());
+        ASSERT_TRUE(controller->waitForEnd(std::chrono::seconds(30)));
+        controller->stop();
+        std::vector<std::string> shown;
+        for (const auto& request : stub.requests("/cgi-bin/get_io"))
+            shown.push_back(request.authorization);
+        shown.erase(shown.begin(), shown.begin() + static_cast<std::ptrdiff_t>(before));
+        EXPECT_EQ(std::count(shown.begin(), shown.end(), ""), isRefused ? shown.size() : 1);
+    }
+}
+
 } // namespace
 } // namespace corvane::panasonic_camera

@@ -242,6 +242,38 @@ TEST_F(DryContactMonitor, WhatACameraAsksAndSendsIsBounded) {
     }
 }
 
+// Also by one that has had it from the camera before, and remembers.
+TEST_F(DryContactMonitor, RefusedBasicGoesOverNoWire) {
+    const std::string challenge = "HTTP/1.1 401 x\r\nWWW-Authenticate: Basic realm=\"c\"\r\nContent-Length: "
+                                  "0\r\nConnection: close\r\n\r\n";
+    for (const bool isLetInBefore : {false, true}) {
+        CStubCamera camera;
+        std::size_t letIn = isLetInBefore ? 3 : 0; // a challenge, and two requests with credentials
+        camera.reply("/cgi-bin/get_io", [&](std::size_t before) {
+            return before == 0 || before >= letIn ? challenge : HttpOk("terminal1 I Low\r\n");
+        });
+        const auto monitor = makeMonitor(camera.address());
+        CHeard heard;
+        if (isLetInBefore) {
+            camera.hold("/cgi-bin/get_io");
+            monitor->StartMonitor(1, heard.listener());
+            camera.letGo("/cgi-bin/get_io", 2);
+            ASSERT_TRUE(camera.waitForRequests("/cgi-bin/get_io", letIn));
+            monitor->RefuseBasic(); // while that request is under way
+            camera.letGoAll("/cgi-bin/get_io");
+        } else {
+            monitor->RefuseBasic();
+            monitor->StartMonitor(1, heard.listener());
+        }
+        ASSERT_TRUE(heard.waitForCount(1));
+        monitor->StopMonitor(1);
+        const std::vector<SStubRequest> requests = camera.requests();
+        ASSERT_GT(requests.size(), letIn);
+        for (std::size_t i = 0; i < requests.size(); ++i)
+            EXPECT_EQ(requests[i].authorization.empty(), i == 0 || i >= letIn) << i;
+    }
+}
+
 // What a monitor goes by that is told no times, as the elements make them.
 TEST_F(DryContactMonitor, ItGoesByItsOwnTimesAndOptions) {
     const SMonitorTimes times;

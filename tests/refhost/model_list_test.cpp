@@ -113,7 +113,7 @@ TEST(ModelList, HoldsEveryMemberOfTheFile) {
       {'name': 'BoxCamera', 'user': 'admin', 'password': '12345',
        'modelNumber': {'path': '/model', 'parameters': [['FILE', '1']], 'key': 'M='},
        'serialNumber': {'path': '/serial', 'parameters': [['FILE', '2']], 'key': 'S='}},
-      {'name': '--Generic', 'modelNumber': {'path': '/m', 'key': 'N='}, 'serialNumber': {'path': '/s', 'key': 'O='}})"));
+      {'name': '--Generic', 'digestOnly': true, 'modelNumber': {'path': '/m', 'key': 'N='}, 'serialNumber': {'path': '/s', 'key': 'O='}})"));
 
     const SVornUrl test = list->getTestAuthentication();
     EXPECT_EQ(told({test, "", ""}), R"(http80/test{ ("b", "1"), ("a", "2") }T=)");
@@ -124,6 +124,8 @@ TEST(ModelList, HoldsEveryMemberOfTheFile) {
     EXPECT_EQ(told(list->getQueryDevice("Other").modelNumber), "{}");
     EXPECT_EQ(list->findFamily("BoxCamera")->user + list->findFamily("BoxCamera")->password, "admin12345");
     EXPECT_EQ(list->findFamily("--Generic"), &list->getFamilies().at(1));
+    EXPECT_FALSE(list->findFamily("BoxCamera")->digestOnly);
+    EXPECT_TRUE(list->findFamily("--Generic")->digestOnly);
     EXPECT_EQ(list->findFamily("Box"), nullptr);
     EXPECT_EQ(list->getModelFamiyName("GXE500") + list->getModelFamiyName("GXE"), "BoxCamera");
     EXPECT_EQ(list->findModel("GXE"), nullptr);
@@ -270,6 +272,9 @@ TEST(ModelList, RefusesTheListsOwnMembersLikewise) {
         {listOf("{'number': '', 'family': 'BoxCamera'}"),
          "models[0].number: expected a text that is not empty"},
         {families(OneFamily + "," + OneFamily), "families[1]: the family \"BoxCamera\" stands twice"},
+        {families("{'name': 'X', 'digestOnly': 1, 'modelNumber': {'path': '/', 'key': 'M'}, 'serialNumber': "
+                  "{'path': '/', 'key': 'S'}}"),
+         "families[0].digestOnly: expected true or false"},
         {families("{'modelNumber': {'path': '/', 'key': 'M'}}"), "families[0]: missing member \"name\""},
         {families("{'name': 'X'}"), "families[0]: missing member \"modelNumber\""},
         {families("{'name': 'X', 'modelNumber': {'path': '/', 'key': 'M'}}"),

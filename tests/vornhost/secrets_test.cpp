@@ -1,3 +1,4 @@
+#include "tests/support/scripted_server.h"
 #include "tests/vornhost/vornhost_support.h"
 
 namespace corvane::vornhost_test {
@@ -46,6 +47,73 @@ TEST(Secrets, ThePasswordGetsOutNowhere) {
               1);
     EXPECT_EQ(run({"call", camsim.address(), "setting.CameraHttpGet", "/cgi-bin/echo?p=canary", "4"}, right),
               0);
+}
+
+std::string Base64(const std::string& text) {
+    static constexpr char Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string encoded;
+    for (std::size_t i = 0; i + 2 < text.size(); i += 3) { // the end is no concern of who looks for a part
+        const auto byte = [&](std::size_t at) -> unsigned {
+            return static_cast<unsigned char>(text[i + at]);
+        };
+        const unsigned bits = byte(0) << 16U | byte(1) << 8U | byte(2);
+        for (const unsigned shift : {18U, 12U, 6U, 0U})
+            encoded += Digits[bits >> shift & 63U];
+    }
+    return encoded;
+}
+
+// Tells who it is to everybody, as somebody in between would, and wants Basic for all else.
+tests::SScriptedReply AskForBasic(const tests::SSentRequest& request) {
+    if (request.target.find("/cgi-bin/getinfo") == 0)
+        return {tests::HttpReply(200, "NAME=PX-D850\r\nSERIAL=1\r\n")};
+    if (request.target == "/cgi-bin/get_capability")
+        return {tests::HttpReply(200, "\r\nvideo_server.peripheral.io.number=1\r\n"
+                                      "video_server.peripheral.io.trm1=alm_in\r\n")};
+    const bool isIn = !request.header("Authorization").empty();
+    return {tests::HttpReply(isIn ? 500 : 401, "", "WWW-Authenticate: Basic realm=\"c\"\r\n")};
+}
+
+TEST(Secrets, WithDigestOnlyThePasswordDoesNotGoOverTheWire) {
+    const std::string canary = "canary-on-the-wire";
+    const CTemporaryFolder words;
+    const std::string file = words.file("word", canary + "\n");
+    // Whole groups of base 64, wherever in the text the password begins.
+    const std::string forms[] = {canary, Base64(canary), Base64(canary.substr(1)), Base64(canary.substr(2))};
+    const struct {
+        std::vector<std::string> arguments;
+        std::string input;
+        const char* reached; // a request that it makes
+    } cases[] = {
+        {{"identify", "ADDRESS"}, "", "/cgi-bin/getinfo"},
+        {{"show", "ADDRESS"}, "", "/cgi-bin/setdata"},
+        {{"call", "ADDRESS", "handler.testAuthentication", "ADDRESS"}, "", "/cgi-bin/getinfo"},
+        {{"call", "ADDRESS", "setting.SetCameraSetting", "/cgi-bin/set_h264", "a=1"},
+         "",
+         "/cgi-bin/set_h264"},
+        {{"script", "ADDRESS"},
+         "controller.moveAt 50 0 0\ngetPtzPosition 0\nrebootDevice\n",
+         "/cgi-bin/initial"},
+        {{"sync", "ADDRESS", "--stream", "0,h264,0", "frameRate=1"}, "", "/cgi-bin/setdata"},
+        {{"image", "ADDRESS", "brightness=1"}, "", "/cgi-bin/setdata"},
+        {{"events", "ADDRESS", "--input", "0"}, "", "/cgi-bin/get_io?mode=monitor"},
+    };
+    for (const auto& test : cases) {
+        for (const std::string user : {"x", "xy", "xyz"}) { // so that the password begins anywhere in a group
+            const tests::CScriptedServer camera(AskForBasic);
+            std::vector<std::string> arguments = {"--digest-only", "--user", user, "--password-file", file};
+            for (const std::string& argument : test.arguments)
+                arguments.push_back(argument == "ADDRESS" ? camera.address() : argument);
+            (void)Vornhost(arguments, test.input);
+            std::string wire;
+            for (const tests::SSentRequest& request : camera.requests())
+                wire += request.head + request.body;
+            EXPECT_THAT(wire, HasSubstr(test.reached));
+            EXPECT_THAT(wire, Not(HasSubstr("Authorization: Basic"))) << test.arguments[0];
+            for (const std::string& form : forms)
+                EXPECT_THAT(wire, Not(HasSubstr(form))) << test.arguments[0];
+        }
+    }
 }
 
 } // namespace

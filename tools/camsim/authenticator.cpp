@@ -110,12 +110,13 @@ Authenticator::Authenticator(AuthScheme scheme, const std::string& user, const s
 
 AuthVerdict Authenticator::check(std::string_view method, std::string_view target, const char* authorization,
                                  size_t camera) const {
+    const AuthScheme scheme = scheme_;
     if (authorization == nullptr)
-        return {scheme_ == AuthScheme::None, "none"};
+        return {scheme == AuthScheme::None, "none"};
     const std::string_view text(authorization);
-    if (scheme_ == AuthScheme::None)
+    if (scheme == AuthScheme::None)
         return {true, startsWith(text, digestPrefix) ? "digest" : "basic"};
-    if (scheme_ == AuthScheme::Basic)
+    if (scheme == AuthScheme::Basic)
         return text == basicCredentials_ ? AuthVerdict{true, "basic"} : AuthVerdict{false, "wrong"};
     return startsWith(text, digestPrefix) ? checkDigest(method, target, text, camera)
                                           : AuthVerdict{false, "wrong"};

@@ -6,10 +6,15 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace camsim {
 
 enum class AuthScheme { None, Basic, Digest };
+
+/// Their names, as they are chosen by.
+inline constexpr std::pair<const char*, AuthScheme> authSchemes[] = {
+    {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
 
 /// What the cameras call the place that their credentials are for, over HTTP and RTSP alike.
 inline constexpr const char* authenticationRealm = "Panasonic network device";
@@ -37,6 +42,9 @@ public:
     /// The WWW-Authenticate value of a 401; empty when no credentials are asked for.
     std::string challenge(size_t camera, bool stale) const;
 
+    /// Of every request from now on.
+    void setScheme(AuthScheme scheme) { scheme_ = scheme; }
+
     /// From now on the nonce of these digest credentials counts as stale. False when they are no digest
     /// credentials.
     bool retireNonce(const char* authorization);
@@ -47,7 +55,7 @@ private:
     bool fresh(const std::string& nonce, size_t camera) const;
     std::string signedNonce(const std::string& stamp, size_t camera) const;
 
-    const AuthScheme scheme_;
+    std::atomic<AuthScheme> scheme_;
     const std::string user_;
     const std::string basicCredentials_; ///< the Authorization value that is right
     const std::string userHash_;         ///< MD5 of user:realm:password

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "authenticator.h"
 #include "camera.h"
 #include "camera_server.h"
 #include "faults.h"
@@ -21,6 +22,7 @@ public:
         const std::vector<std::unique_ptr<Camera>>& cameras;
         const Listeners& listeners;
         CameraServer& server;
+        Authenticator& authenticator;
         const RtspServer* rtsp; ///< null when the cameras have none
         FaultList& faults;
         RequestLog& log;

@@ -155,6 +155,18 @@ Json restartCamera(const Parts& parts, Number number, const ControlRequest&) {
     return describe(parts, camera);
 }
 
+Json changeAuthentication(const Parts& parts, Number, const ControlRequest& request) {
+    const Json body = parseBody(request.body);
+    for (const auto& [name, scheme] : authSchemes) {
+        const Json expected{{"scheme", name}};
+        if (body != expected)
+            continue;
+        parts.authenticator.setScheme(scheme);
+        return expected;
+    }
+    refuse("body: expected {\"scheme\": \"none\"}, \"basic\" or \"digest\"");
+}
+
 std::optional<Number> queryNumber(const ControlRequest& request, const std::string& name) {
     const std::string text = parameterValue(request.query, name);
     if (text.empty())
@@ -233,6 +245,7 @@ constexpr Route routes[] = {
     {"GET", "/cameras/N/inputs", showInputs},
     {"PATCH", "/cameras/N/inputs", changeInputs},
     {"POST", "/cameras/N/reboot", restartCamera},
+    {"PATCH", "/authentication", changeAuthentication},
     {"GET", "/requests", listRequests},
     {"DELETE", "/requests", clearRequests},
     {"GET", "/faults", listFaults},

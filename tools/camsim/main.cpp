@@ -164,7 +164,7 @@ void serve(const Options& options) {
     if (state)
         saving.start(); // apart from the cameras, which must not wait for a disk
     {
-        const ControlInterface control({cameras, listeners, server, rtsp.get(), faults, log},
+        const ControlInterface control({cameras, listeners, server, authenticator, rtsp.get(), faults, log},
                                        options.controlPort);
         announce(cameras, listeners, rtsp.get(), control);
         int signal = 0;

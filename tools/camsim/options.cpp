@@ -74,6 +74,7 @@ Control interface (JSON, no credentials; cameras are counted from 0):
   GET  /cameras/N/settings              every setting; PATCH {"KEY": "value" or null} changes them
   GET  /cameras/N/inputs                alarm inputs; PATCH {"1": "Low"} sets their levels
   POST /cameras/N/reboot                the camera restarts
+  PATCH /authentication {"scheme": "basic"}  how clients prove who they are from now on, over HTTP (see --auth)
   GET  /requests[?camera=N][&after=ID]  every request in order; DELETE forgets them
   GET  /faults; POST /faults {"path": PATTERN, "kind": KIND, ...}; DELETE /faults, /faults/ID
 
@@ -89,8 +90,7 @@ using Choices = std::vector<std::pair<std::string, Value>>;
 
 const Choices<AddressPlan> addressPlans{{"consecutive-ports", AddressPlan::ConsecutivePorts},
                                         {"consecutive-hosts", AddressPlan::ConsecutiveHosts}};
-const Choices<AuthScheme> authSchemes{
-    {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
+const Choices<AuthScheme> authSchemeChoices(std::begin(authSchemes), std::end(authSchemes));
 
 /// An option that takes one of the choices' names and writes what it stands for into `value`.
 template <typename Value>
@@ -176,7 +176,7 @@ void addNetworkOptions(CLI::App& app, Options& options) {
 }
 
 void addCredentialOptions(CLI::App& app, Options& options) {
-    addChoice(app, "--auth", options.authScheme, authSchemes, "How clients prove who they are");
+    addChoice(app, "--auth", options.authScheme, authSchemeChoices, "How clients prove who they are");
     app.add_option("--user", options.user, "User name")->type_name("NAME")->capture_default_str();
     app.add_option("--password-file", options.passwordFile,
                    "File whose first line is the password; without it the password is 12345")

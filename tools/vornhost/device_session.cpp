@@ -65,6 +65,7 @@ CDeviceSession::~CDeviceSession() = default;
 std::optional<SDiagnosis> CDeviceSession::start() {
     try {
         const std::string known = database_->familyAt(address_).value_or("");
+        applyRuleOf(known);
         if (!familyName_.empty())
             takeFamily(familyName_, "");
         else if (!known.empty() && !alwaysIdentify_)
@@ -99,6 +100,7 @@ std::optional<SDiagnosis> CDeviceSession::identify() {
 void CDeviceSession::takeFamily(const std::string& familyName, const std::string& serialNumber) {
     familyName_ = familyName;
     serialNumber_ = serialNumber;
+    applyRuleOf(familyName);
     // A record that has the family already may know the serial number too.
     if (!serialNumber.empty() || database_->familyAt(address_).value_or("") != familyName)
         database_->registerDevice(address_, familyName, serialNumber);
@@ -118,6 +120,17 @@ CError CDeviceSession::databaseFailure() const {
 
 void CDeviceSession::applyCredentials() {
     context_->setAuthentication(credentials_.forFamily(plugin_.models()->findFamily(familyName_)));
+}
+
+// Nothing for a family that the list does not know.
+void CDeviceSession::applyRuleOf(const std::string& familyName) {
+    if (const auto* const family = plugin_.models()->findFamily(familyName))
+        context_->setBasicRefused(family->digestOnly);
+}
+
+std::optional<SDiagnosis> CDeviceSession::weakerAuthentication() const {
+    // Where it is refused, what was asked has failed, and tells.
+    return context_->isBasicRefused() ? std::nullopt : DiagnoseAuthentication(context_->seenAuthentication());
 }
 
 void CDeviceSession::setCredentials(CCredentials credentials) {

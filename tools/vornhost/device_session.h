@@ -58,6 +58,9 @@ public:
 
     device_handler::v1_0::CAuthentication authentication() const { return context_->getAuthentication(); }
 
+    // A warning: the camera offers Basic authentication alone, and is let have it.
+    std::optional<SDiagnosis> weakerAuthentication() const;
+
     // Empty while they are not known.
     const std::string& familyName() const { return familyName_; }
     const std::string& serialNumber() const { return serialNumber_; }
@@ -68,6 +71,7 @@ private:
     std::optional<SDiagnosis> initialize();
     void takeFamily(const std::string& familyName, const std::string& serialNumber);
     void applyCredentials();
+    void applyRuleOf(const std::string& familyName);
     void makeCamera();
     void registerOperations();
 

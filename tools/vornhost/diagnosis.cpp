@@ -16,6 +16,7 @@ using refhost::SHttpExchange;
 
 constexpr const char* CapabilityRequest = "get_capability";
 constexpr const char* IdentityRequest = "getinfo";
+constexpr const char* SettingsRequest = "setdata";
 constexpr double SlowReply = 2000; // ms; an identification has 5 s for two of them
 
 struct SEvidence {
@@ -44,7 +45,11 @@ struct SProblem {
     bool (*applies)(const SEvidence& evidence);
     const char* problem; // null: the plug-in's own words
     const char* advice;  // null: none
+    const char* cause = nullptr;
 };
+
+constexpr const char* WeakerAuthentication = "authentication-weaker";
+constexpr const char* OfferedBasicAlone = "401 Unauthorized, and Basic authentication alone is offered";
 
 // The first that applies tells.
 const SProblem Problems[] = {
@@ -61,6 +66,11 @@ const SProblem Problems[] = {
      "what answers there does not speak HTTP", "give the camera's web port as ADDRESS:PORT"},
     {[](const SEvidence& e) { return e.failedBecause("the reply is larger"); },
      "the reply is far larger than any camera's", "see what it is that answers at this address"},
+    {[](const SEvidence& e) { return e.exchange && e.exchange->isBasicRefused; },
+     "the camera offers Basic authentication alone, which is refused",
+     "set the camera to Digest; if it was, see whether it was reset, or who answers in its place. Where the "
+     "model list has digestOnly for another family, --model tells this one's",
+     WeakerAuthentication},
     {[](const SEvidence& e) { return e.hasStatus(401, 401); },
      "the camera refuses the user name or the password",
      "give --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
@@ -100,6 +110,19 @@ std::string RequestText(const SHttpExchange& exchange) {
            (exchange.body.empty() ? "" : " with " + exchange.body);
 }
 
+// By what was asked; what was asked first of all goes by the occasion.
+std::string PhaseOf(Occasion occasion, const SHttpExchange& exchange) {
+    if (exchange.path.find(CapabilityRequest) != std::string::npos)
+        return "capability";
+    if (exchange.path.find(SettingsRequest) != std::string::npos)
+        return "settings";
+    if (occasion == Occasion::Initialisation)
+        return "initialize";
+    if (occasion == Occasion::Identification || exchange.path.find(IdentityRequest) != std::string::npos)
+        return "identify";
+    return exchange.method == "POST" ? "write" : "settings";
+}
+
 SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
     SDiagnosis diagnosis;
     const auto problem =
@@ -111,10 +134,12 @@ SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
         diagnosis.problem = problem->problem;
         diagnosis.pluginText = evidence.error.getText();
         diagnosis.advice = problem->advice;
+        diagnosis.cause = problem->cause ? problem->cause : "";
     }
     if (evidence.exchange) {
         const SHttpExchange& exchange = *evidence.exchange;
         diagnosis.request = RequestText(exchange);
+        diagnosis.phase = PhaseOf(evidence.occasion, exchange);
         diagnosis.reply = !exchange.failure.empty() ? exchange.failure
                           : evidence.isSlow()       ? "after " + MillisecondsText(exchange.milliseconds)
                                                     : "nothing behind the HTTP header";
@@ -148,6 +173,37 @@ std::string SDiagnosis::lines(const std::string& subject) const {
 
 SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges) {
     return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges)});
+}
+
+std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthentication& seen) {
+    if (!seen.basicAlone)
+        return std::nullopt;
+    SDiagnosis diagnosis;
+    diagnosis.request = RequestText(*seen.basicAlone);
+    diagnosis.reply = OfferedBasicAlone;
+    diagnosis.cause = WeakerAuthentication;
+    diagnosis.phase = PhaseOf(Occasion::Call, *seen.basicAlone);
+    diagnosis.isWarning = true;
+    if (seen.isWeakerThanBefore()) {
+        diagnosis.problem =
+            "the camera wants Basic alone, and had Digest before: is somebody in between, or was it reset?";
+        diagnosis.reply += "; before, Digest was";
+        diagnosis.advice = "see whether it is the camera itself that answers, and set it to Digest again; "
+                           "--digest-only refuses Basic; the password may be known to others by now";
+    } else {
+        diagnosis.problem =
+            "the camera offers Basic authentication alone: whoever listens learns the password";
+        diagnosis.advice =
+            "set the camera to Digest authentication if it has it; --digest-only refuses Basic";
+    }
+    return diagnosis;
+}
+
+nlohmann::ordered_json ProblemObject(const SDiagnosis& diagnosis) {
+    if (diagnosis.cause.empty())
+        return nlohmann::ordered_json::object();
+    return {{"cause", diagnosis.cause},   {"certain", diagnosis.isCertain}, {"phase", diagnosis.phase},
+            {"asked", diagnosis.request}, {"answered", diagnosis.reply},    {"try", diagnosis.advice}};
 }
 
 SDiagnosis DiagnoseExchange(const SHttpExchange& exchange) {

@@ -16,14 +16,6 @@ bool Failed(const SHttpExchange& exchange) {
     return !exchange.failure.empty();
 }
 
-// As exchanges tell it: the usual port left out.
-std::string ToldAddress(const std::string& address) {
-    const auto parts = refhost::ParseAddress(address);
-    if (!parts)
-        return address;
-    return refhost::AddressText(parts->host, parts->port);
-}
-
 template <class Predicate>
 std::optional<SHttpExchange> LastThat(const std::deque<SHttpExchange>& exchanges, Predicate predicate) {
     const auto found = std::find_if(exchanges.rbegin(), exchanges.rend(), predicate);
@@ -32,7 +24,7 @@ std::optional<SHttpExchange> LastThat(const std::deque<SHttpExchange>& exchanges
 
 } // namespace
 
-CExchangeWatch::CExchangeWatch(const std::string& address) : address_(ToldAddress(address)) {
+CExchangeWatch::CExchangeWatch(const std::string& address) : address_(refhost::ToldAddress(address)) {
     refhost::SetExchangeObserver([this](const SHttpExchange& exchange) { note(exchange); });
 }
 

@@ -1,3 +1,4 @@
+#include "refhost/authentication_book.h"
 #include "refhost/log.h"
 #include "tools/vornhost/options.h"
 #include "tools/vornhost/output.h"
@@ -77,6 +78,8 @@ ExitStatus Run(int argc, char** argv) {
     }
     refhost::SetLogLevel(options.logLevel);
     refhost::SetTrace(options.trace);
+    if (options.digestOnly)
+        refhost::CAuthenticationBook::instance().refuseEverywhere();
     for (const auto& [command, verb] : verbs)
         if (command->parsed())
             return verb->run(options);

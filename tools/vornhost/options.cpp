@@ -37,6 +37,8 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
                     "Its first line is the password (else VORNHOST_PASSWORD, else the family's)")
         ->type_name("FILE");
     command.add_flag("--no-credentials", options.noCredentials, "The device has no credentials");
+    command.add_flag("--digest-only", options.digestOnly,
+                     "Refuse Basic authentication, which shows the password to whoever listens");
     command.add_flag("--json", options.json, "Machine-readable output");
     command.add_flag("--trace", options.trace, "Each HTTP exchange as one JSON line on standard error");
     command

@@ -20,6 +20,7 @@ struct SOptions {
     std::optional<std::string> user;
     std::optional<std::string> passwordFile;
     bool noCredentials = false;
+    bool digestOnly = false;
     bool json = false;
     bool trace = false;
     bool noInitialize = false;

@@ -107,6 +107,8 @@ public:
             add(std::move(section));
         addAlarmInputs();
         collectFailedExchanges("");
+        if (const auto warning = session_.weakerAuthentication())
+            report_.problems.push_back({"", *warning});
         return std::move(report_);
     }
 
@@ -352,7 +354,10 @@ SCameraReport ReportUnstarted(const CDeviceSession& session, const SDiagnosis& f
     if (!session.serialNumber().empty())
         device.facts.push_back({"serialNumber", "serial number", session.serialNumber()});
     device.facts.push_back({"pluginBuild", "plug-in", session.plugin().library().buildId()});
-    return {{device}, {{"", failure}}};
+    SCameraReport report{{device}, {{"", failure}}};
+    if (const auto warning = session.weakerAuthentication())
+        report.problems.push_back({"", *warning});
+    return report;
 }
 
 SCameraReport ReportCamera(CDeviceSession& session) {

@@ -43,7 +43,7 @@ struct SCameraReport {
     std::vector<SReportProblem> problems;
 };
 
-// What is known without the camera.
+// What is known without the camera; the failure is the first of its problems.
 SCameraReport ReportUnstarted(const CDeviceSession& session, const SDiagnosis& failure);
 // Asks the camera, as far as it is usable.
 SCameraReport ReportCamera(CDeviceSession& session);

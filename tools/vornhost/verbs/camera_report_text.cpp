@@ -42,6 +42,7 @@ ordered_json ProblemJson(const SReportProblem& problem) {
     for (const auto& [key, text] : details)
         if (!text.empty())
             json[key] = text;
+    json.update(ProblemObject(diagnosis));
     return json;
 }
 

@@ -29,13 +29,15 @@ struct SFound {
     bool any() const { return !error && device; }
 };
 
-ordered_json FoundJson(const std::string& address, const SFound& found) {
+ordered_json FoundJson(const std::string& address, const SFound& found, const ordered_json& problem) {
     ordered_json json{{"address", address}, {"code", found.error.getCode()}};
     if (found.any()) {
         json["family"] = found.device->getFamilyName();
         json["serialNumber"] = found.device->getSerialNumber().str();
         json["ms"] = RoundedMilliseconds(found.milliseconds);
     }
+    if (!problem.empty())
+        json["problem"] = problem;
     return json;
 }
 
@@ -87,14 +89,18 @@ private:
         found.error = plugin.handler().queryDevice(address, found.device, authentication);
         found.milliseconds =
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        std::optional<SDiagnosis> failure;
+        if (!found.any())
+            failure = Diagnose(Occasion::Identification, found.error, exchanges);
         if (json)
-            WriteOutput(JsonLine(FoundJson(address, found)));
+            WriteOutput(JsonLine(
+                FoundJson(address, found, failure ? ProblemObject(*failure) : ordered_json::object())));
         else
             WriteOutput(table.lineOf({address, found.any() ? found.device->getFamilyName() : "no device",
                                       found.any() ? found.device->getSerialNumber().str() : "",
                                       MillisecondsText(found.milliseconds)}));
-        if (!found.any())
-            WriteMessage(Diagnose(Occasion::Identification, found.error, exchanges).lines(address));
+        if (failure)
+            WriteMessage(failure->lines(address));
         return found.any();
     }
 

@@ -10,6 +10,7 @@
 namespace corvane::vornhost {
 namespace {
 
+using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::SModelInfo;
 using nlohmann::ordered_json;
 
@@ -20,7 +21,12 @@ std::string StreamsText(const SModelInfo& model) {
     return Join(texts, ", ");
 }
 
-std::string FeaturesText(const SModelInfo& model) {
+bool IsDigestOnly(const CVornModelList& models, const SModelInfo& model) {
+    const auto* const family = models.findFamily(model.family);
+    return family && family->digestOnly;
+}
+
+std::string FeaturesText(const SModelInfo& model, bool isDigestOnly) {
     std::vector<std::string> texts;
     if (model.ptz)
         texts.emplace_back("PTZ");
@@ -28,10 +34,12 @@ std::string FeaturesText(const SModelInfo& model) {
         texts.emplace_back("focus");
     if (!model.dynamicRange.empty())
         texts.emplace_back("dynamic range");
+    if (isDigestOnly)
+        texts.emplace_back("Digest only");
     return Join(texts, ", ");
 }
 
-ordered_json ModelJson(const SModelInfo& model) {
+ordered_json ModelJson(const SModelInfo& model, bool isDigestOnly) {
     return {{"number", model.number},
             {"family", model.family},
             {"label", model.label},
@@ -40,7 +48,8 @@ ordered_json ModelJson(const SModelInfo& model) {
             {"streams", model.codecStreams},
             {"ptz", model.ptz.has_value()},
             {"focus", !model.focus.range.empty()},
-            {"dynamicRange", model.dynamicRange}};
+            {"dynamicRange", model.dynamicRange},
+            {"digestOnly", isDigestOnly}};
 }
 
 class CModels : public IVerb {
@@ -53,11 +62,13 @@ public:
         const auto models = OpenModelList(options);
         CTable table({"MODEL", "FAMILY", "LABEL", "VIDEO", "AUDIO", "STREAMS", "FEATURES"});
         for (const auto& [number, model] : models->getModels()) {
+            const bool isDigestOnly = IsDigestOnly(*models, model);
             if (options.json)
-                WriteOutput(JsonLine(ModelJson(model)));
+                WriteOutput(JsonLine(ModelJson(model, isDigestOnly)));
             else
                 table.addRow({number, model.family, model.label, std::to_string(model.videoInputs),
-                              std::to_string(model.audioInputs), StreamsText(model), FeaturesText(model)});
+                              std::to_string(model.audioInputs), StreamsText(model),
+                              FeaturesText(model, isDigestOnly)});
         }
         if (!options.json)
             WriteOutput(table.headingLines(ColourWanted()) + table.rowLines());

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+
 namespace corvane::vornhost {
 namespace {
 
@@ -13,9 +15,11 @@ class CShow : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("ADDRESS", address_, "The camera")->required();
-        command.footer("What the camera is, what it can do, how it is set, and what is wrong with it.\n"
-                       "Exit status 1 when something is wrong with it, 3 when it cannot be used at all.\n"
-                       "Example: vornhost --user admin --password-file pw.txt show 192.168.0.10");
+        command.footer(
+            "What the camera is, what it can do, how it is set, and what is wrong with it.\n"
+            "Exit status 1 when something is wrong with it, 3 when it cannot be used at all; a warning, "
+            "as of Basic\nauthentication, changes nothing of it.\n"
+            "Example: vornhost --user admin --password-file pw.txt show 192.168.0.10");
     }
 
     ExitStatus run(const SOptions& options) override {
@@ -24,14 +28,16 @@ public:
         if (const auto failure = session.start()) {
             SCameraReport known = ReportUnstarted(session, *failure);
             if (!options.json)
-                known.problems.clear(); // told once, on standard error
+                known.problems.erase(known.problems.begin()); // told once, on standard error
             write(known, options.json);
             WriteMessage(failure->lines(session.address()));
             return ExitStatus::NotStarted;
         }
         const SCameraReport report = ReportCamera(session);
         write(report, options.json);
-        return report.problems.empty() ? ExitStatus::Success : ExitStatus::CallFailed;
+        const bool allWell = std::all_of(report.problems.begin(), report.problems.end(),
+                                         [](const SReportProblem& told) { return told.diagnosis.isWarning; });
+        return allWell ? ExitStatus::Success : ExitStatus::CallFailed;
     }
 
 private:
