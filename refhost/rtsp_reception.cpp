@@ -1,5 +1,6 @@
 #include "refhost/rtsp_reception.h"
 
+#include "host/stream_controller.h"
 #include "refhost/rtsp_pipeline.h"
 
 #include <system_error>
@@ -70,7 +71,7 @@ CError CRtspReception::start() {
         return CError::Success();
     } catch (const std::system_error& error) {
         return {RtnCode::OperationFailed, Origin::General,
-                std::string("no thread for a stream: ") + error.what()};
+                device_handler::v1_0::NoThreadText + std::string(": ") + error.code().message()};
     }
 }
 

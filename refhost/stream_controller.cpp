@@ -1,5 +1,10 @@
 #include "host/stream_controller.h"
 
+#include <future>
+#include <system_error>
+#include <thread>
+#include <vector>
+
 namespace corvane::vorn_stream_controller::v1_0 {
 namespace {
 
@@ -12,6 +17,28 @@ CError failureWithText(GstMessage* message, Origin origin) {
     const std::string text = error->message;
     g_error_free(error);
     return {RtnCode::OperationFailed, origin, text};
+}
+
+// GStreamer waits for ever for a thread that it could not make. More than any stream needs, since others take
+// some at the same time.
+constexpr int MostThreads = 12;
+
+CError threadsToBeHad() {
+    std::promise<void> allThere;
+    const std::shared_future<void> mayEnd = allThere.get_future().share();
+    std::vector<std::thread> threads;
+    CError result = CError::Success();
+    try {
+        while (threads.size() < MostThreads)
+            threads.emplace_back([mayEnd] { mayEnd.wait(); });
+    } catch (const std::system_error& error) {
+        result = {RtnCode::OperationFailed, Origin::General,
+                  device_handler::v1_0::NoThreadText + std::string(": ") + error.code().message()};
+    }
+    allThere.set_value();
+    for (std::thread& thread : threads)
+        thread.join();
+    return result;
 }
 
 // Whether an element that the pad's element holds, or that one itself, has posted the message.
@@ -43,6 +70,8 @@ CError CSimpleStreamController::start() {
     if (!runnable_)
         return {RtnCode::OperationFailed, Origin::General, "a stream can be started only once"};
     runnable_ = false;
+    if (CError error = threadsToBeHad())
+        return error;
     if (CError error = prepare())
         return error;
     gst_bus_set_sync_handler(bus_, takeMessage, this, nullptr);

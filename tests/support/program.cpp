@@ -10,6 +10,7 @@
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -174,9 +175,11 @@ SRun CProgram::wait() {
     closeInput();
     readUntil([] { return false; });
     int status = 0;
-    waitpid(process_, &status, 0);
+    rusage usage{};
+    wait4(process_, &status, 0, &usage);
     process_ = -1;
-    return {WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), text_[Out], text_[Err]};
+    return {WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), text_[Out], text_[Err],
+            usage.ru_maxrss * 1024LL};
 }
 
 template <class Condition>

@@ -13,6 +13,7 @@ struct SRun {
     int status = 0; // the exit status, or minus the number of the signal that ended it
     std::string out;
     std::string err;
+    long long peakBytes = 0; // of its memory
 };
 
 // A program of the build (from the folder VORN_BIN) running beside the test, with pipes for its standard

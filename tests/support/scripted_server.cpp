@@ -132,17 +132,24 @@ bool CScriptedServer::readRequest(int socket, std::string& pending, SSentRequest
 }
 
 bool CScriptedServer::send(int socket, const SScriptedReply& reply) const {
-    const bool drips = reply.pauseBetweenBytes.count() > 0;
-    for (std::size_t sent = 0; sent < reply.bytes.size();) {
-        const std::size_t piece = drips ? 1 : reply.bytes.size() - sent;
+    bool isThere = sendBytes(socket, reply.bytes, reply.pauseBetweenBytes);
+    while (isThere && reply.withoutEnd)
+        isThere = sendBytes(socket, reply.withoutEnd(), reply.pauseBetweenBytes);
+    return isThere;
+}
+
+bool CScriptedServer::sendBytes(int socket, const std::string& bytes, std::chrono::milliseconds pause) const {
+    const bool drips = pause.count() > 0;
+    for (std::size_t sent = 0; sent < bytes.size();) {
+        const std::size_t piece = drips ? 1 : bytes.size() - sent;
         if (!waitFor(socket, POLLOUT, ForEver))
             return false;
-        const ssize_t count = ::send(socket, reply.bytes.data() + sent, piece, MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t count = ::send(socket, bytes.data() + sent, piece, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count < 0)
             return false;
         sent += static_cast<std::size_t>(count);
         // The client has nothing to say during a reply: it going away is what ends the pause early.
-        if (drips && waitFor(socket, POLLIN, static_cast<int>(reply.pauseBetweenBytes.count())))
+        if (drips && waitFor(socket, POLLIN, static_cast<int>(pause.count())))
             return false;
     }
     return true;

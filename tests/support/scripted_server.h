@@ -37,6 +37,7 @@ struct SScriptedReply {
     std::string bytes;
     End end = KeepOpen;
     std::chrono::milliseconds pauseBetweenBytes{0};
+    std::function<std::string()> withoutEnd{}; // what is sent behind the bytes, until the client goes away
 };
 
 // A complete reply. `headers` are whole lines, each with its line end.
@@ -69,6 +70,7 @@ private:
     void serve(int socket, int connection);
     bool readRequest(int socket, std::string& pending, SSentRequest& request) const;
     bool send(int socket, const SScriptedReply& reply) const;
+    bool sendBytes(int socket, const std::string& bytes, std::chrono::milliseconds pause) const;
     bool finish(int socket, SScriptedReply::End end) const;
     // Waits for the socket or for the end of the server; false for the latter, or when time is up.
     bool waitFor(int socket, short events, int milliseconds) const;

@@ -86,13 +86,23 @@ ExitStatus Run(int argc, char** argv) {
     return ExitStatus::WrongUsage;
 }
 
+ExitStatus TellLimit(const std::string& what) {
+    WriteMessage("vornhost: this machine cannot go on: " + what +
+                 "; see what limits the program's memory and threads (ulimit -a)\n");
+    return ExitStatus::NotStarted;
+}
+
 ExitStatus Main(int argc, char** argv) {
-    const CSignalThread signals;
     try {
+        const CSignalThread signals;
         return Run(argc, argv);
     } catch (const CFailure& failure) {
         WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
         return failure.status();
+    } catch (const std::bad_alloc&) {
+        return TellLimit("no memory");
+    } catch (const std::system_error& failure) {
+        return TellLimit(failure.code().message());
     } catch (const std::exception& failure) {
         WriteMessage(std::string("vornhost: unexpected failure: ") + PrintableText(failure.what()) + "\n");
         return ExitStatus::CallFailed;

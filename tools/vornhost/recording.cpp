@@ -18,6 +18,10 @@ using vorn_gst::v1_0::CGstRef;
 
 constexpr std::chrono::milliseconds ProgressPeriod(250);
 constexpr std::chrono::seconds LongestCompletion(10); // writing the file's index
+// What waits for the other stream: some seconds of the largest one.
+constexpr guint MostWaiting = 32U << 20;
+// Of frames for the same moment; they are parts of one, or the camera's clock stands.
+constexpr gsize MostOfOneTime = gsize{32} << 20;
 
 std::string ResolutionOf(GstPad* pad) {
     GstCaps* const caps = gst_pad_get_current_caps(pad);
@@ -30,6 +34,15 @@ std::string ResolutionOf(GstPad* pad) {
         gst_structure_get_int(format, "width", &width) && gst_structure_get_int(format, "height", &height);
     gst_caps_unref(caps);
     return known ? std::to_string(width) + "x" + std::to_string(height) : "";
+}
+
+// In the queue before the pad; without a queue nothing waits.
+guint WaitingBytes(GstPad* out) {
+    const CGstRef<GstElement> element(gst_pad_get_parent_element(out));
+    guint bytes = 0;
+    if (g_object_class_find_property(G_OBJECT_GET_CLASS(element.get()), "current-level-bytes"))
+        g_object_get(element.get(), "current-level-bytes", &bytes, nullptr);
+    return bytes;
 }
 
 std::string SecondsText(std::chrono::milliseconds time) {
@@ -57,7 +70,8 @@ CError CRecording::link() {
     g_object_set(muxer, "offset-to-zero", TRUE, nullptr);
     g_object_set(sink, "fd", file_.descriptor(), "sync", FALSE, nullptr);
     gst_bin_add_many(GST_BIN(controller_.getPipeline()), muxer, sink, nullptr);
-    if (!gst_element_link(muxer, sink) || !linkInput(controller_.getSourcePad(), muxer, "video_%u") ||
+    if (!gst_element_link(muxer, sink) ||
+        !(pictureOut_ = linkInput(controller_.getSourcePad(), muxer, "video_%u")) ||
         (audio_ && !(soundOut_ = linkInput(audio_, muxer, "audio_%u"))))
         return {RtnCode::OperationFailed, Origin::General, "a Matroska file cannot hold this stream"};
     gst_pad_add_probe(controller_.getSourcePad(), GST_PAD_PROBE_TYPE_BUFFER, frameComes, this, nullptr);
@@ -84,8 +98,8 @@ void CRecording::letSoundGo() {
     soundBlock_ = 0;
 }
 
-// Of two streams each has a queue without an end: the file waits for one when the other is ahead, and neither
-// may hold up the end of the other. The silence that is allowed bounds what they hold.
+// Of two streams each has a queue that never holds its stream up: the file waits for one when the other is
+// ahead, and neither may hold up the end of the other. What waits is bounded where it comes.
 CGstRef<GstPad> CRecording::linkInput(GstPad* stream, GstElement* muxer, const char* input) {
     const CGstRef<GstPad> place(gst_element_request_pad_simple(muxer, input));
     const auto isLinked = [](GstPad* from, GstPad* to) {
@@ -133,6 +147,8 @@ CError CRecording::awaitEnd(const Progress& progress) {
     }
     if (fileError_ != 0)
         return cannotBeWritten(std::generic_category().message(fileError_));
+    if (failure_)
+        return *failure_;
     if (enough_)
         return CError::Success();
     if (soundEnded_ && !ended_)
@@ -222,10 +238,31 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstPadProbeInfo* info) {
         changed_.notify_all();
         return GST_PAD_PROBE_DROP;
     }
+    if (!goesOn(time, gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info))))
+        return GST_PAD_PROBE_DROP;
     ++frames_;
-    last_ = std::max(last_, time);
-    lastCame_ = Clock::now();
     return GST_PAD_PROBE_OK;
+}
+
+// A stream whose time stands would never be enough.
+bool CRecording::goesOn(GstClockTime time, gsize size) {
+    if (frames_ == 0 || time > last_) {
+        last_ = time;
+        lastCame_ = Clock::now();
+        standing_ = 0;
+    }
+    standing_ += size;
+    if (standing_ > MostOfOneTime)
+        giveUp({RtnCode::OperationFailed, Origin::Device, refhost::rtsp_failure::TooLarge});
+    else if (WaitingBytes(pictureOut_.get()) > MostWaiting)
+        giveUp(ofAudio("no sound within " + std::to_string(MostWaiting >> 20) + " MiB of pictures"));
+    return !failure_;
+}
+
+void CRecording::giveUp(const CError& failure) {
+    failure_ = failure;
+    enough_ = true;
+    changed_.notify_all();
 }
 
 // Of frames that came at the same time only the first is given it, but the later ones need each of them: they
@@ -249,6 +286,8 @@ GstPadProbeReturn CRecording::soundComes(GstPad*, GstPadProbeInfo* info, gpointe
 GstPadProbeReturn CRecording::takeSound() {
     const std::lock_guard<std::mutex> lock(mutex_);
     lastSoundCame_ = Clock::now();
+    if (WaitingBytes(soundOut_.get()) > MostWaiting)
+        giveUp(ofAudio(refhost::rtsp_failure::TooLarge));
     return enough_ ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 

@@ -69,6 +69,8 @@ private:
     // The pad that gives the stream to the file; null when it cannot.
     vorn_gst::v1_0::CGstRef<GstPad> linkInput(GstPad* stream, GstElement* muxer, const char* input);
     void observeSound();
+    bool goesOn(GstClockTime time, gsize size);                  // mutex_ is held
+    void giveUp(const device_handler::v1_0::CError& failure);    // likewise
     std::optional<device_handler::v1_0::CError> silence() const; // mutex_ is held
     device_handler::v1_0::CError awaitEnd(const Progress& progress);
     device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
@@ -81,6 +83,7 @@ private:
     COutputFile& file_;
     const SRecordingLimits limits_;
     GstPad* const audio_; // null without sound
+    vorn_gst::v1_0::CGstRef<GstPad> pictureOut_;
     vorn_gst::v1_0::CGstRef<GstPad> soundOut_;
     gulong soundBlock_ = 0; // while sound is held back; belongs to the thread that brings the pictures
 
@@ -89,7 +92,9 @@ private:
     bool enough_ = false; // a limit is reached, or it was interrupted: later frames are left out
     bool ended_ = false;  // the stream has ended
     bool soundEnded_ = false;
-    int fileError_ = 0; // the error number of the file's beginning
+    int fileError_ = 0;                                   // the error number of the file's beginning
+    std::optional<device_handler::v1_0::CError> failure_; // why the stream was given up
+    gsize standing_ = 0;                                  // bytes that have come since the time went on
     long long frames_ = 0;
     GstClockTime first_ = 0; // the first frame's time and the last one's, in ns
     GstClockTime last_ = 0;

@@ -1,6 +1,8 @@
 #include "tools/vornhost/stream_diagnosis.h"
 
+#include "host/stream_controller.h"
 #include "refhost/rtsp_pipeline.h"
+#include "tools/vornhost/exit_status.h"
 
 #include <algorithm>
 #include <iterator>
@@ -23,6 +25,8 @@ const std::string Status = failure::Status;
 
 // The first that the failure's text begins with tells.
 const SStreamProblem Problems[] = {
+    {Status + "3", "the camera sends the stream's viewers elsewhere, where nobody is asked for it",
+     "see whether it is the camera itself that answers at this address"},
     {Status + "401", "the camera refuses the user name or the password for its stream",
      "give --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
     {Status + "403", "the camera forbids the stream to the user",
@@ -49,6 +53,10 @@ const SStreamProblem Problems[] = {
      "try again; if it stays so, restart the camera and look at what stands between it and here"},
     {failure::NotRtsp, "what answers at the RTSP port does not speak RTSP",
      "see with `vornhost show` which port it is; --rtsp-port N takes another"},
+    {failure::TooLarge, "the camera sends more than any camera does",
+     "see whether it is the camera itself that answers at this address"},
+    {failure::NoDescription, "what the camera tells of the stream cannot be read",
+     "see whether it is the camera itself that answers at this address"},
     {failure::WrongCodec, "the camera sends another codec",
      "see with `vornhost show` how its streams are set, or ask for the codec that it sends"},
     {failure::NoVideo, "what the camera sends has no video",
@@ -70,6 +78,12 @@ bool IsNoStream(const CError& error) {
 }
 
 } // namespace
+
+void RequireThreads(const CError& error) {
+    if (error.getText().find(device_handler::v1_0::NoThreadText) != std::string::npos)
+        throw CFailure(ExitStatus::NotStarted,
+                       error.getText() + "; see what limits the program's memory and threads (ulimit -a)");
+}
 
 SDiagnosis DiagnoseStream(const CError& error, const std::string& url) {
     const std::string& text = error.getText();

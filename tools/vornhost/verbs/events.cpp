@@ -6,6 +6,7 @@
 #include "tools/vornhost/line_writer.h"
 #include "tools/vornhost/output.h"
 #include "tools/vornhost/signals.h"
+#include "tools/vornhost/stream_diagnosis.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -146,6 +147,7 @@ public:
                               readable_ ? std::optional(CReadableEvents(input_, all_)) : std::nullopt)
                 .run();
         } catch (const CEventStreamError& error) {
+            RequireThreads(error.error());
             if (error.error().getCode() == static_cast<int>(RtnCode::OutOfRange))
                 throw CFailure(ExitStatus::WrongUsage, "wrong --input: " + std::string(error.what()));
             SDiagnosis diagnosis;

@@ -127,6 +127,7 @@ private:
     }
 
     ExitStatus fail(const CError& error, const std::string& url) const {
+        RequireThreads(error);
         const std::string& ofAudio = refhost::rtsp_failure::OfAudio;
         if (error.getText().compare(0, ofAudio.size(), ofAudio) == 0) {
             const CError itself(static_cast<RtnCode>(error.getCode()), static_cast<Origin>(error.getOrigin()),

@@ -1,0 +1,175 @@
+// What a hostile camera can do to whoever asks it for a stream.
+
+#include "tests/hostile/hostile_camera.h"
+
+#include <thread>
+
+namespace corvane::hostile_test {
+namespace {
+
+using namespace std::chrono_literals;
+using tests::BigEndian;
+
+// A status line and the headers that an answer needs.
+std::string Answer(const std::string& status, const std::string& headers) {
+    return "RTSP/1.0 " + status + "\r\nCSeq: CSEQ\r\nSession: 1\r\n" + headers;
+}
+const std::string Ok = Answer("200 OK", "");
+const std::string Filler = "X-Filler: " + std::string(1'000, 'x') + "\r\n";
+
+SScriptedReply Stalling(const std::string& bytes) {
+    return {bytes, SScriptedReply::Stall};
+}
+
+const std::vector<std::string> Record = {"--model",  "F320",    "--rtsp-port", "STREAM-PORT",
+                                         "record",   "ADDRESS", "--stream",    "0,h264,0",
+                                         "--output", "FILE",    "--seconds",   "3"};
+const std::vector<std::string> RecordMpeg4 = {
+    "--model",   "F320",     "--rtsp-port", "STREAM-PORT", "record", "ADDRESS",   "--stream",
+    "0,mpeg4,0", "--output", "FILE",        "--seconds",   "3",      "--timeout", "3"};
+const std::vector<std::string> RecordBoth = {"--model",   "D870",     "--rtsp-port", "STREAM-PORT", "record",
+                                             "ADDRESS",   "--stream", "0,mpeg4,0",   "--output",    "FILE",
+                                             "--timeout", "8",        "--audio"};
+const std::vector<std::string> Script = {"--model",     "F320",   "--rtsp-port",
+                                         "STREAM-PORT", "script", "ADDRESS"};
+
+enum : unsigned { H264 = 96, Mpeg4 = 97, Sound = 98 };
+
+// One RTP packet in the connection.
+std::string Packet(unsigned type, std::uint32_t number, std::uint32_t time, bool isLast,
+                   const std::string& payload) {
+    const std::string packet = BigEndian(0x8000 | (isLast ? 0x80U : 0U) | type, 2) + BigEndian(number, 2) +
+                               BigEndian(time, 4) + BigEndian(1, 4) + payload;
+    return '$' + BigEndian(0, 1) + BigEndian(static_cast<std::uint32_t>(packet.size()), 2) + packet;
+}
+
+const std::string Playing = Answer("200 OK", "\r\n");
+const std::string Fragment =
+    "\x7C\x05" + std::string(1'000, '\x88'); // of an H.264 key frame, from its middle
+const std::string KeyFrame = std::string("\0\0\1\xB6\x10", 5) + std::string(20'000, 'x'); // of MPEG-4
+
+// Packets without an end, whose numbers and times go on in these steps, also from the last to the first.
+SScriptedReply Packets(unsigned type, std::uint32_t step, std::uint32_t timeStep, bool areFrames,
+                       const std::string& payload) {
+    return {Playing, SScriptedReply::Stall, 0ms,
+            [=, number = std::uint32_t{0}, time = std::uint32_t{0}]() mutable {
+                if (areFrames) // as much as a network brings, or all of it would be taken for one frame
+                    std::this_thread::sleep_for(300us);
+                return Packet(type, number += step, time += timeStep, areFrames, payload);
+            }};
+}
+
+const SAttack Attacks[] = {
+    // More than anybody keeps.
+    {"EndlessHeader", Record, "DESCRIBE", Endless(Ok, Filler), 1, 1, "larger"},
+    {"EndlessLine", Record, "DESCRIBE", Endless(Ok + "X: ", std::string(1'000, 'x')), 1, 1, "larger"},
+    {"EndlessBody", Record, "DESCRIBE",
+     Endless(Ok + "Content-Length: 3000000000\r\n\r\n", std::string(1'000, 'x')), 1, 1, "larger"},
+    {"NegativeLength", Record, "DESCRIBE",
+     Endless(Ok + "Content-Length: -1\r\n\r\n", std::string(1'000, 'x')), 1, 1, "RTSP"},
+    {"EndlessMessages", Record, "DESCRIBE", Endless("", "RTSP/1.0 200 OK\r\nCSeq: 77\r\n\r\n"), 1, 1, ""},
+    {"EndlessRequests", Record, "DESCRIBE", Endless("", "OPTIONS * RTSP/1.0\r\nCSeq: 1\r\n\r\n"), 1, 1, ""},
+    {"EndlessPacketsInsteadOfAnAnswer", Record, "SETUP", Endless("", Packet(H264, 1, 1, true, Fragment)), 1,
+     1, ""},
+    {"EndlessFragments", Record, "PLAY", Packets(H264, 1, 0, false, Fragment), 1, 1, "larger"},
+    {"EndlessFragmentsWithGaps", Record, "PLAY", Packets(H264, 3, 0, false, Fragment), 1, 1, "larger"},
+    {"EndlessFragmentsOfOneNumber", Record, "PLAY", Endless(Playing, Packet(H264, 1, 1, false, Fragment)), 1,
+     1, "larger"},
+    {"EndlessFragmentsInAScript", Script, "PLAY", Packets(H264, 1, 0, false, Fragment), 1, 0, "", false,
+     "video start 0,h264,0\nsleep 3000\n"},
+    {"EndlessFramesOfOneTime", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0, true, KeyFrame), 1, 1, "larger"},
+    {"EndlessFramesBackwards", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0U - 3000, true, KeyFrame), 1, 0, ""},
+    {"EndlessFramesFarApart", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0x7FFFFFFF, true, KeyFrame), 1, 0, ""},
+    {"FasterThanLife", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 0, ""},
+    {"PicturesWithoutSound", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/mpeg4",
+     Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 1, "no sound within 32 MiB"},
+    {"SoundWithoutPictures", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/audio",
+     Packets(Sound, 1, 8000, true, std::string(20'000, 'x')), 1, 1, "the sound: the camera sends more"},
+
+    // Others, whom a password could be told.
+    {"RedirectedDescription",
+     Record,
+     "DESCRIBE",
+     {Answer("302 Moved Temporarily", "Location: rtsp://THIRD/x\r\n\r\n")},
+     1,
+     1,
+     "rtsp://THIRD/x"},
+    {"RedirectedForGood",
+     Record,
+     "DESCRIBE",
+     {Answer("301 Moved Permanently", "Location: rtsph://THIRD/x\r\n\r\n")},
+     1,
+     1,
+     "rtsph://THIRD/x"},
+    {"RedirectedSetUp",
+     Record,
+     "SETUP",
+     {Answer("305 Use Proxy", "Location: rtsps://THIRD/x\r\n\r\n")},
+     1,
+     1,
+     "rtsps://THIRD/x"},
+    {"RedirectedPlay",
+     Record,
+     "PLAY",
+     {Answer("302 Moved Temporarily", "Location: rtsp://THIRD/x\r\n\r\n")},
+     1,
+     1,
+     "rtsp://THIRD/x"},
+    {"RedirectedToItself",
+     Record,
+     "DESCRIBE",
+     {Answer("302 Moved Temporarily", "Location: rtsp://STREAMS/x\r\n\r\n")},
+     1,
+     1,
+     "rtsp://STREAMS/x"},
+    {"MediumSomewhereElse",
+     Record,
+     "DESCRIBE",
+     {Answer("200 OK", "Content-Base: rtsp://THIRD/\r\nContent-Length: 80\r\n\r\nv=0\r\no=- 0 0 IN IP4 "
+                       "0\r\ns=-\r\nt=0 0\r\nm=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\n")},
+     1,
+     1,
+     ""},
+
+    // Asking without an end.
+    {"StaleForEver",
+     Record,
+     "DESCRIBE",
+     {Answer("401 Unauthorized", "WWW-Authenticate: Digest realm=\"x\", nonce=\"n\", stale=true\r\n\r\n")},
+     3,
+     1,
+     "401"},
+    {"OtherSchemes",
+     Record,
+     "DESCRIBE",
+     {Answer("401 Unauthorized", "WWW-Authenticate: NTLM\r\nWWW-Authenticate: Negotiate\r\n\r\n")},
+     1,
+     1,
+     "401"},
+    {"ClosedBehindEachChallenge",
+     Record,
+     "DESCRIBE",
+     {Answer("401 Unauthorized", "WWW-Authenticate: Digest realm=\"x\", nonce=\"n\", stale=true\r\n\r\n"),
+      SScriptedReply::Close},
+     3,
+     1,
+     "401"},
+
+    // What comes byte by byte, or not at all.
+    {"Trickling", Record, "DESCRIBE", Endless(Ok, "x", 200ms), 1, 1, "answer"},
+    {"TricklingWhenStopped", Record, "DESCRIBE", Endless(Ok, "x", 200ms), 1, 0, "", true},
+    {"TricklingSetUpWhenStopped", Record, "SETUP", Endless(Ok, "x", 200ms), 1, 0, "", true},
+    {"TricklingPacketsWhenStopped", Record, "PLAY", Endless(Playing + "$\x01\xFF\xFF", "x", 200ms), 1, 0, "",
+     true},
+    {"SilentWhenStopped", Record, "DESCRIBE", Stalling(""), 1, 0, "", true},
+    {"FloodedWhenStopped", Record, "PLAY", Packets(Mpeg4, 1, 0, true, KeyFrame), 1, 0, "", true},
+};
+
+class HostileRtsp : public testing::TestWithParam<SAttack> {};
+TEST_P(HostileRtsp, HurtsNobody) {
+    ExpectHarmless(GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(Attack, HostileRtsp, testing::ValuesIn(Attacks), NameOf);
+
+} // namespace
+} // namespace corvane::hostile_test
