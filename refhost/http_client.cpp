@@ -2,6 +2,7 @@
 
 #include "host/http_status.h"
 #include "refhost/address.h"
+#include "refhost/auth_scheme.h"
 #include "refhost/authentication_book.h"
 #include "refhost/http_handle_pool.h"
 #include "refhost/http_rounds.h"
@@ -181,7 +182,6 @@ SHttpReply withStatus(int status) {
     return reply;
 }
 
-constexpr const char* BasicRefusedText = ": Basic authentication alone is offered, and that is refused";
 
 // Takes Basic away from what the request may use.
 void refuseBasic(SHttpPeer& peer) {

@@ -95,6 +95,9 @@ bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
             scheme_ = Scheme::Basic;
         }
     }
+    isBasicRefused_ = scheme_ == Scheme::Basic && credentials_.isBasicRefused();
+    if (isBasicRefused_)
+        scheme_ = Scheme::None;
     if (scheme_ == Scheme::None || before == Scheme::None)
         return scheme_ != Scheme::None;
     return isStale && !std::exchange(isRenewed_, true);

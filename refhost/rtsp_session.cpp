@@ -1,5 +1,6 @@
 #include "refhost/rtsp_session.h"
 
+#include "refhost/auth_scheme.h"
 #include "refhost/rtsp_authentication.h"
 #include "refhost/rtsp_connection.h"
 #include "refhost/rtsp_message.h"
@@ -35,12 +36,12 @@ CError unusable(const std::string& text) {
     return {RtnCode::OperationFailed, Origin::Device, text};
 }
 
-CError statusFailure(const SRtspMessage& response) {
+CError statusFailure(const SRtspMessage& response, const std::string& reason = {}) {
     const std::string location = response.header("Location");
     return {response.status == Unauthorized ? RtnCode::AuthenticationFailed : RtnCode::OperationFailed,
             Origin::Device,
             rtsp_failure::Status + std::to_string(response.status) + " " + response.reason +
-                (location.empty() ? "" : ", to " + location)};
+                (location.empty() ? "" : ", to " + location) + reason};
 }
 
 // The text behind "NAME=" among parameters that a ";" parts; empty when there is none.
@@ -200,7 +201,7 @@ private:
                 if (response.status == HttpOk)
                     return response;
                 if (response.status != Unauthorized || !authentication_.takeChallenge(response))
-                    throw statusFailure(response);
+                    throw statusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
                 isAskedAgain = true;
             } catch (const SClosed&) {
                 // Some close the connection behind their challenge.

@@ -30,6 +30,9 @@ const std::vector<std::string> RecordMpeg4 = {
 const std::vector<std::string> RecordBoth = {"--model",   "D870",     "--rtsp-port", "STREAM-PORT", "record",
                                              "ADDRESS",   "--stream", "0,mpeg4,0",   "--output",    "FILE",
                                              "--timeout", "8",        "--audio"};
+const std::vector<std::string> DigestOnly = {"--digest-only", "--model",  "F320",    "--rtsp-port",
+                                             "STREAM-PORT",   "record",   "ADDRESS", "--stream",
+                                             "0,h264,0",      "--output", "FILE"};
 const std::vector<std::string> Script = {"--model",     "F320",   "--rtsp-port",
                                          "STREAM-PORT", "script", "ADDRESS"};
 
@@ -144,6 +147,20 @@ const SAttack Attacks[] = {
      "DESCRIBE",
      {Answer("401 Unauthorized", "WWW-Authenticate: NTLM\r\nWWW-Authenticate: Negotiate\r\n\r\n")},
      1,
+     1,
+     "401"},
+    {"BasicAloneWhereDigestIsWanted",
+     DigestOnly,
+     "DESCRIBE",
+     {Answer("401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n\r\n")},
+     1,
+     1,
+     "Basic authentication alone"},
+    {"BasicThatIsRefused",
+     Record,
+     "SETUP",
+     {Answer("401 Unauthorized", "WWW-Authenticate: Basic realm=\"x\"\r\n\r\n")},
+     2,
      1,
      "401"},
     {"ClosedBehindEachChallenge",

@@ -1,6 +1,7 @@
 #include "tools/vornhost/stream_diagnosis.h"
 
 #include "host/stream_controller.h"
+#include "refhost/auth_scheme.h"
 #include "refhost/rtsp_pipeline.h"
 #include "tools/vornhost/exit_status.h"
 
@@ -90,12 +91,15 @@ SDiagnosis DiagnoseStream(const CError& error, const std::string& url) {
     if (IsNoStream(error))
         return {"the model list has no such stream", text, "", "",
                 "see with `vornhost show` which streams the camera has"};
+    const bool ofCamera = error.getOrigin() == static_cast<int>(Origin::Device);
+    const std::string request = url.empty() ? "" : "PLAY " + url;
+    if (text.find(refhost::BasicRefusedText) != std::string::npos)
+        return {"the camera offers Basic authentication alone for its stream, which is refused", "", request,
+                text, "set the camera to Digest, or do without --digest-only"};
     const auto* const known =
         std::find_if(std::begin(Problems), std::end(Problems), [&text](const SStreamProblem& problem) {
             return text.compare(0, problem.beginning.size(), problem.beginning) == 0;
         });
-    const bool ofCamera = error.getOrigin() == static_cast<int>(Origin::Device);
-    const std::string request = url.empty() ? "" : "PLAY " + url;
     if (known == std::end(Problems))
         return {text, "", ofCamera ? request : "", "", ""};
     return {known->problem, "", request, text, known->advice};
