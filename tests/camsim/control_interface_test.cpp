@@ -37,7 +37,8 @@ protected:
         return status("POST /faults", "Host: localhost\r\n" + jsonType + lengthOf(body), body);
     }
 
-    CCamsim camsim_{{"--no-rtsp"}};
+    // Nothing is ended for the time that it takes.
+    CCamsim camsim_{{"--no-rtsp", "--connection-times", "86400000", "86400000", "86400000", "86400000"}};
 };
 
 TEST_F(ControlInterface, AnswersToTheNamesOfThisMachineAlone) {
