@@ -41,7 +41,11 @@ std::string CPlainClient::get(const std::string& path) {
 std::string CPlainClient::send(const std::string& method, const std::string& path, const std::string& body) {
     curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDS, body.c_str());
     curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, method.c_str());
+    const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
+        curl_slist_append(nullptr, "Content-Type: application/json"), curl_slist_free_all);
+    curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers.get());
     std::string reply = perform(path);
+    curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, nullptr);
     curl_easy_setopt(handle_.get(), CURLOPT_CUSTOMREQUEST, nullptr);
     return reply;
 }

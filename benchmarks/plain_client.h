@@ -19,7 +19,7 @@ public:
 
     // The body of a reply; throws CFailure unless its status tells success.
     std::string get(const std::string& path);
-    // Likewise, with another method and a body to send.
+    // Likewise, with another method and a JSON body to send.
     std::string send(const std::string& method, const std::string& path, const std::string& body);
 
 private:

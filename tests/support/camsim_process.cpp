@@ -23,8 +23,8 @@ CCamsim::CCamsim(const std::vector<std::string>& arguments) : program_("camsim",
     addresses_ = ready.at("cameras").get<std::vector<std::string>>();
     control_ = ready.at("control").get<std::string>();
     if (ready.count("rtsp") != 0) {
-        const auto rtsp = ready.at("rtsp").at(0).get<std::string>();
-        rtspPort_ = rtsp.substr(rtsp.rfind(':') + 1);
+        rtspAddress_ = ready.at("rtsp").at(0).get<std::string>();
+        rtspPort_ = rtspAddress_.substr(rtspAddress_.rfind(':') + 1);
     }
 }
 
@@ -58,6 +58,9 @@ json CCamsim::request(const std::string& method, const std::string& path, const 
     curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply);
     if (!body.is_null())
         curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, sent.c_str());
+    const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
+        curl_slist_append(nullptr, "Content-Type: application/json"), curl_slist_free_all);
+    curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
     const CURLcode code = curl_easy_perform(curl.get());
     long status = 0;
     curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);

@@ -24,6 +24,12 @@ public:
     // Where the first listens for RTSP.
     const std::string& rtspPort() const { return rtspPort_; }
 
+    const std::string& rtspAddress() const { return rtspAddress_; }
+    const std::string& controlAddress() const { return control_; }
+
+    // Waits until standard error holds the text.
+    void waitForMessage(const std::string& text) { program_.waitForMessage(text); }
+
     nlohmann::json get(const std::string& path) const { return request("GET", path); }
     nlohmann::json post(const std::string& path, const nlohmann::json& body) const {
         return request("POST", path, body);
@@ -42,6 +48,7 @@ private:
 
     CProgram program_;
     std::vector<std::string> addresses_;
+    std::string rtspAddress_;
     std::string rtspPort_;
     std::string control_;
 };

@@ -4,24 +4,17 @@
 #include "form.h"
 
 #include <iostream>
-#include <stdexcept>
-#include <sys/epoll.h>
 #include <unistd.h>
 
 namespace camsim {
 namespace {
 
 constexpr size_t longestBody = 64 * 1024;
-constexpr size_t longestLoggedBody = 4 * 1024;
-constexpr size_t memoryPerConnection = 16 * 1024;
+constexpr size_t longestHeader = 16 * 1024;
 
 int64_t millisecondsSinceEpoch() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-int descriptorOf(MHD_Connection* connection) {
-    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
 }
 
 const char* headerOf(MHD_Connection* connection, const char* name) {
@@ -53,7 +46,6 @@ struct CameraServer::Exchange {
     Phase phase = Phase::Begun;
     std::string method;
     std::string body;
-    bool bodyTooLong = false;
     CgiRequest request;
     bool monitor = false; ///< its reply stays open
 
@@ -68,7 +60,10 @@ struct CameraServer::Exchange {
 CameraServer::CameraServer(Parts parts, const Limits& limits)
     : parts_(parts),
       limits_(limits),
-      parked_(parts.loop, [this] { runDaemon(); }),
+      daemon_(parts.loop, {limits.times, limits.connections, longestBody, longestHeader, "HTTP"},
+              {this, &CameraServer::onRequest, &CameraServer::onCompleted, &CameraServer::onConnection,
+               &CameraServer::onTarget}),
+      parked_(parts.loop, [this] { daemon_.run(); }),
       monitors_(parts.loop, parked_, limits.monitorPeriod) {
     for (const auto& camera : parts_.cameras)
         monitors_.follow(*camera);
@@ -79,43 +74,15 @@ CameraServer::~CameraServer() {
 }
 
 void CameraServer::start() {
-    // Not the daemon's own thread: when as many connections as it looks at in one go are ready, libmicrohttpd
-    // 0.9.75 waits for yet another before it serves them.
-    const unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME;
-    daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &CameraServer::onRequest, this, //
-                               MHD_OPTION_URI_LOG_CALLBACK, &CameraServer::onTarget, this, //
-                               MHD_OPTION_NOTIFY_COMPLETED, &CameraServer::onCompleted, this,
-                               MHD_OPTION_NOTIFY_CONNECTION, &CameraServer::onConnection, this,
-                               MHD_OPTION_CONNECTION_LIMIT, limits_.connections, //
-                               MHD_OPTION_CONNECTION_MEMORY_LIMIT, memoryPerConnection, MHD_OPTION_END);
-    if (daemon_ == nullptr)
-        throw std::runtime_error("the cameras' HTTP daemon does not start");
-    const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
-    parts_.loop.watch(events, EPOLLIN, [this] { runDaemon(); });
+    daemon_.start();
     parts_.listeners.start(
         parts_.loop, [this](Camera& camera, int fd, const sockaddr_in& peer) { accepted(camera, fd, peer); });
 }
 
 void CameraServer::stop() {
-    if (daemon_ == nullptr)
-        return;
     parts_.loop.stop();
     parked_.release();
-    MHD_run(daemon_); // a daemon must not be stopped before what was resumed goes on
-    MHD_stop_daemon(daemon_);
-    daemon_ = nullptr;
-}
-
-void CameraServer::runDaemon() {
-    MHD_run(daemon_);
-    MHD_UNSIGNED_LONG_LONG milliseconds = 0;
-    if (runIsDue_ || MHD_get_timeout(daemon_, &milliseconds) != MHD_YES)
-        return;
-    runIsDue_ = true;
-    parts_.loop.after(std::chrono::milliseconds(milliseconds), [this] {
-        runIsDue_ = false;
-        runDaemon();
-    });
+    daemon_.stop();
 }
 
 void CameraServer::restart(Camera& camera, int kept) {
@@ -140,6 +107,10 @@ void CameraServer::bringBack(Camera& camera) {
 }
 
 void CameraServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
+    if (!daemon_.hasRoom()) {
+        close(fd);
+        return;
+    }
     const ConnectionTable::Token token = connections_.add(fd, camera);
     // Looked at after the connection is in the table: whoever takes the camera away either finds it there or
     // is seen.
@@ -148,16 +119,14 @@ void CameraServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
         close(fd);
         return;
     }
-    if (MHD_add_connection(daemon_, fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != MHD_YES)
+    if (!daemon_.add(fd, peer))
         connections_.remove(fd, token);
-    else
-        runDaemon();
 }
 
 void CameraServer::onConnection(void* self, MHD_Connection* connection, void** context,
                                 MHD_ConnectionNotificationCode what) {
     ConnectionTable& table = static_cast<CameraServer*>(self)->connections_;
-    const int fd = descriptorOf(connection);
+    const int fd = HttpDaemon::descriptorOf(connection);
     if (what == MHD_CONNECTION_NOTIFY_STARTED) {
         *context = new ConnectionTable::Entry(table.find(fd));
         return;
@@ -172,7 +141,7 @@ void* CameraServer::onTarget(void*, const char* target, MHD_Connection* connecti
     auto* exchange = new Exchange{};
     exchange->connection = connection;
     exchange->owner = static_cast<ConnectionTable::Entry*>(context);
-    exchange->fd = descriptorOf(connection);
+    exchange->fd = HttpDaemon::descriptorOf(connection);
     exchange->target = target;
     return exchange;
 }
@@ -198,9 +167,7 @@ MHD_Result CameraServer::onRequest(void* self, MHD_Connection*, const char*, con
     }
     if (*uploadSize == 0)
         return server.received(exchange);
-    exchange.bodyTooLong = exchange.bodyTooLong || exchange.body.size() + *uploadSize > longestBody;
-    if (!exchange.bodyTooLong)
-        exchange.body.append(upload, *uploadSize);
+    exchange.body.append(upload, *uploadSize);
     *uploadSize = 0;
     return MHD_YES;
 }
@@ -219,10 +186,9 @@ MHD_Result CameraServer::received(Exchange& exchange) {
     ++camera.counters.requests;
     if (!exchange.faults.names.empty())
         ++camera.counters.faults;
-    exchange.logId = parts_.log.add({0, camera.index(), exchange.method, exchange.target,
-                                     exchange.body.substr(0, longestLoggedBody), std::nullopt,
-                                     std::string(exchange.verdict.credentials), exchange.faults.names,
-                                     millisecondsSinceEpoch()});
+    exchange.logId = parts_.log.add({0, camera.index(), exchange.method, exchange.target, exchange.body,
+                                     false, std::nullopt, std::string(exchange.verdict.credentials),
+                                     exchange.faults.names, millisecondsSinceEpoch()});
     exchange.phase = Exchange::Phase::Waiting;
     const bool waits =
         exchange.faults.delay.count() > 0 &&
@@ -278,8 +244,6 @@ HttpReply CameraServer::challenge(Exchange& exchange, bool stale) {
 }
 
 HttpReply CameraServer::ordinaryReply(Exchange& exchange) {
-    if (exchange.bodyTooLong)
-        return textReply(MHD_HTTP_CONTENT_TOO_LARGE, "The body is longer than a camera takes\r\n");
     const bool methodKnown =
         exchange.method == "GET" || exchange.method == "HEAD" || exchange.method == "POST";
     if (!methodKnown) {

@@ -5,6 +5,7 @@
 #include "connection_table.h"
 #include "fault_replies.h"
 #include "faults.h"
+#include "http_daemon.h"
 #include "input_monitors.h"
 #include "listeners.h"
 #include "parked_connections.h"
@@ -33,7 +34,8 @@ public:
     struct Limits {
         std::chrono::milliseconds restartTime;
         std::chrono::milliseconds monitorPeriod; ///< how often a monitor is written to when nothing changes
-        unsigned connections;                    ///< how many all cameras together may hold open
+        ConnectionTimes times;
+        size_t connections; ///< how many all cameras together may hold open
     };
 
     CameraServer(Parts parts, const Limits& limits);
@@ -60,7 +62,6 @@ private:
     static void onConnection(void* self, MHD_Connection* connection, void** context,
                              MHD_ConnectionNotificationCode what);
 
-    void runDaemon();
     void bringBack(Camera& camera);
     void accepted(Camera& camera, int fd, const sockaddr_in& peer);
     MHD_Result received(Exchange& exchange);
@@ -74,10 +75,9 @@ private:
     const Parts parts_;
     const Limits limits_;
     ConnectionTable connections_;
+    HttpDaemon daemon_;
     ParkedConnections parked_;
     InputMonitors monitors_;
-    MHD_Daemon* daemon_ = nullptr;
-    bool runIsDue_ = false; // the loop's thread alone
 };
 
 } // namespace camsim

@@ -2,10 +2,14 @@
 
 #include "control_routes.h"
 
+#include <sys/epoll.h>
+#include <unistd.h>
+
 namespace camsim {
 namespace {
 
-constexpr size_t longestBody = size_t{128} * 1024 * 1024;
+constexpr size_t longestBody = 1024 * 1024;
+constexpr size_t longestHeader = 32 * 1024;
 
 sockaddr_in loopback(uint16_t port) {
     sockaddr_in address{};
@@ -15,27 +19,43 @@ sockaddr_in loopback(uint16_t port) {
     return address;
 }
 
-MHD_Result collectQuery(void* query, MHD_ValueKind, const char* name, const char* value) {
-    static_cast<Parameters*>(query)->emplace_back(name, value == nullptr ? "" : value);
+MHD_Result collect(void* values, MHD_ValueKind, const char* name, const char* value) {
+    static_cast<Parameters*>(values)->emplace_back(name, value == nullptr ? "" : value);
     return MHD_YES;
 }
 
 } // namespace
 
-ControlInterface::ControlInterface(Parts parts, uint16_t port) : parts_(parts) {
-    ListeningSocket socket(loopback(port));
-    address_ = socket.address();
-    daemon_ =
-        MHD_start_daemon(MHD_USE_POLL_INTERNAL_THREAD, 0, nullptr, nullptr, &ControlInterface::onRequest,
-                         this, MHD_OPTION_LISTEN_SOCKET, socket.fd(), MHD_OPTION_NOTIFY_COMPLETED,
-                         &ControlInterface::onCompleted, this, MHD_OPTION_END);
-    if (daemon_ == nullptr)
-        throw SocketError("the control interface's HTTP daemon does not start");
-    socket.release();
+ControlInterface::ControlInterface(Parts parts, uint16_t port, const Limits& limits)
+    : parts_(parts),
+      socket_(loopback(port)),
+      daemon_(loop_, {limits.times, limits.connections, longestBody, longestHeader, "the control interface"},
+              {this, &ControlInterface::onRequest, &ControlInterface::onCompleted, nullptr, nullptr}) {
+    daemon_.start();
+    watch();
+    loop_.start();
 }
 
 ControlInterface::~ControlInterface() {
-    MHD_stop_daemon(daemon_);
+    loop_.stop();
+}
+
+void ControlInterface::watch() {
+    loop_.watch(socket_.fd(), EPOLLIN, [this] { accept(); });
+}
+
+void ControlInterface::accept() {
+    const auto take = [this](int fd, const sockaddr_in& peer) {
+        if (daemon_.hasRoom())
+            daemon_.add(fd, peer);
+        else
+            close(fd);
+    };
+    if (acceptAll(socket_.fd(), take))
+        return;
+    outOfDescriptors.say();
+    loop_.unwatch(socket_.fd());
+    loop_.after(descriptorPause, [this] { watch(); });
 }
 
 MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, const char* url,
@@ -47,14 +67,13 @@ MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, c
     }
     auto& body = *static_cast<std::string*>(*context);
     if (*uploadSize != 0) {
-        if (body.size() + *uploadSize > longestBody)
-            return MHD_NO;
         body.append(upload, *uploadSize);
         *uploadSize = 0;
         return MHD_YES;
     }
-    ControlRequest request{method, url, {}, std::move(body)};
-    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectQuery, &request.query);
+    ControlRequest request{method, url, {}, {}, std::move(body)};
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collect, &request.query);
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &collect, &request.headers);
     const ControlReply reply = answerControl(static_cast<ControlInterface*>(self)->parts_, request);
     // What clients sent may be any bytes; those that are no UTF-8 are shown as such and do not spoil the
     // answer.

@@ -3,7 +3,9 @@
 #include "authenticator.h"
 #include "camera.h"
 #include "camera_server.h"
+#include "event_loop.h"
 #include "faults.h"
+#include "http_daemon.h"
 #include "request_log.h"
 #include "sockets.h"
 
@@ -28,11 +30,16 @@ public:
         RequestLog& log;
     };
 
+    struct Limits {
+        ConnectionTimes times;
+        size_t connections;
+    };
+
     /// Serves at once. Throws SocketError when the port cannot be had.
-    ControlInterface(Parts parts, uint16_t port);
+    ControlInterface(Parts parts, uint16_t port, const Limits& limits);
     ~ControlInterface();
 
-    std::string address() const { return formatAddress(address_); }
+    std::string address() const { return formatAddress(socket_.address()); }
 
 private:
     static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
@@ -40,9 +47,13 @@ private:
     static void onCompleted(void* self, MHD_Connection* connection, void** context,
                             MHD_RequestTerminationCode);
 
+    void watch();
+    void accept();
+
     const Parts parts_;
-    sockaddr_in address_{};
-    MHD_Daemon* daemon_ = nullptr;
+    const ListeningSocket socket_;
+    EventLoop loop_;
+    HttpDaemon daemon_;
 };
 
 } // namespace camsim

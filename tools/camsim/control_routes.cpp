@@ -1,5 +1,6 @@
 #include "control_routes.h"
 
+#include "control_access.h"
 #include "numbers.h"
 
 #include <algorithm>
@@ -24,9 +25,17 @@ public:
     throw ControlError(MHD_HTTP_BAD_REQUEST, text);
 }
 
+/// Deeper than anything that is understood here, and little enough for what goes down into it by recursion.
+constexpr int deepestBody = 16;
+
 Json parseBody(const std::string& body) {
+    const auto checkDepth = [](int depth, Json::parse_event_t, const Json&) {
+        if (depth > deepestBody)
+            refuse("body: nested deeper than " + std::to_string(deepestBody) + " levels");
+        return true;
+    };
     try {
-        return Json::parse(body);
+        return Json::parse(body, checkDepth);
     } catch (const Json::exception& error) {
         refuse("body: expected JSON: " + std::string(error.what()));
     }
@@ -99,17 +108,23 @@ Json showSettings(const Parts& parts, Number number, const ControlRequest&) {
     return cameraOf(parts, number).settings();
 }
 
+/// Neither is reached by any camera: together they bound what the settings of one can take.
+constexpr size_t mostSettings = 5000;
+constexpr size_t longestSetting = 4096;
+
 void checkSetting(const std::string& key, const Json& value) {
     const bool keyGood = !key.empty() && std::all_of(key.begin(), key.end(), [](unsigned char c) {
         return std::isupper(c) || std::isdigit(c) || c == '_';
     });
     if (!keyGood)
         refuse("'" + key + "': expected a key of capital letters, digits and underscores");
-    const bool valueGood =
-        value.is_null() || (value.is_string() &&
-                            value.get_ref<const std::string&>().find_first_of("\"\r\n") == std::string::npos);
-    if (!valueGood)
+    if (value.is_null())
+        return;
+    const std::string* text = value.get_ptr<const std::string*>();
+    if (text == nullptr || text->find_first_of("\"\r\n") != text->npos)
         refuse(key + ": expected a text without quotes and line ends, or null to take the setting away");
+    if (key.size() > longestSetting || text->size() > longestSetting)
+        refuse("a key or a value is longer than " + std::to_string(longestSetting) + " characters");
 }
 
 Json changeSettings(const Parts& parts, Number number, const ControlRequest& request) {
@@ -119,6 +134,8 @@ Json changeSettings(const Parts& parts, Number number, const ControlRequest& req
         refuse("body: expected an object such as {\"CAMTITLE\": \"Entrance\"}");
     for (const auto& [key, value] : changes.items())
         checkSetting(key, value);
+    if (camera.settings().size() + changes.size() > mostSettings)
+        refuse("the camera would have more than " + std::to_string(mostSettings) + " settings");
     for (const auto& [key, value] : changes.items())
         camera.putSetting(key, value.is_null() ? std::nullopt : std::optional(value.get<std::string>()));
     return camera.settings();
@@ -183,6 +200,7 @@ Json describe(const LoggedRequest& request) {
             {"method", request.method},
             {"path", request.target},
             {"body", request.body},
+            {"bodyIsCut", request.bodyIsCut},
             {"status", request.status ? Json(*request.status) : Json()},
             {"authorization", request.authorization},
             {"fault", request.fault},
@@ -197,7 +215,7 @@ Json listRequests(const Parts& parts, Number, const ControlRequest& request) {
     Json list = Json::array();
     for (const LoggedRequest& logged : excerpt.requests)
         list.push_back(describe(logged));
-    return {{"requests", list}, {"last", excerpt.last}, {"dropped", excerpt.dropped}};
+    return {{"requests", list}, {"last", excerpt.last}, {"dropped", excerpt.dropped}, {"more", excerpt.more}};
 }
 
 Json clearRequests(const Parts& parts, Number, const ControlRequest&) {
@@ -292,6 +310,8 @@ Json route(const Parts& parts, const ControlRequest& request) {
 
 ControlReply answerControl(const Parts& parts, const ControlRequest& request) {
     try {
+        if (std::optional<ControlReply> refusal = refuseStranger(request))
+            return *std::move(refusal);
         return {MHD_HTTP_OK, route(parts, request)};
     } catch (const ControlError& error) {
         return {error.status, {{"error", error.what()}}};

@@ -12,6 +12,7 @@ struct ControlRequest {
     std::string method;
     std::string path;
     Parameters query;
+    Parameters headers;
     std::string body;
 };
 
@@ -22,7 +23,7 @@ struct ControlReply {
 
 /// Does what the request asks; never throws. A request that cannot be carried out changes nothing and is
 /// answered
-/// {"error": "..."} with 400, 404 or 405.
+/// {"error": "..."} with 400, 403, 404, 405 or 415.
 ControlReply answerControl(const ControlInterface::Parts& parts, const ControlRequest& request);
 
 } // namespace camsim

@@ -119,12 +119,14 @@ int EventLoop::millisecondsToWait() {
     return static_cast<int>(std::max<int64_t>(0, std::min<int64_t>(milliseconds, 60'000)));
 }
 
+/// Those that are due now: a task that has itself run again at once must not keep the descriptors waiting.
 void EventLoop::runDueTimers() {
+    const Clock::time_point now = Clock::now();
     for (;;) {
         Task task;
         {
             const std::lock_guard<std::mutex> lock(mutex_);
-            if (timers_.empty() || timers_.begin()->first.first > Clock::now())
+            if (timers_.empty() || timers_.begin()->first.first > now)
                 return;
             task = std::move(timers_.begin()->second);
             due_.erase(timers_.begin()->first.second);

@@ -1,5 +1,7 @@
 #include "fault_replies.h"
 
+#include "sockets.h"
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -216,16 +218,6 @@ MHD_Result sendReply(MHD_Connection* connection, const HttpReply& reply) {
         return MHD_NO;
     addHeaders(response, reply);
     return queue(connection, reply.status, response);
-}
-
-/// The daemon shuts a connection down in an orderly way before it closes it, however it lingers; taking the
-/// socket apart first makes the reset the first thing that the client sees.
-void resetSocket(int fd) {
-    const linger now{1, 0};
-    setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    sockaddr nobody{};
-    nobody.sa_family = AF_UNSPEC;
-    (void)connect(fd, &nobody, sizeof nobody);
 }
 
 bool letsTheRequestThrough(FaultKind kind) {

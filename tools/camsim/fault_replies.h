@@ -20,9 +20,6 @@ struct HttpReply {
 /// Queues the whole answer.
 MHD_Result sendReply(MHD_Connection* connection, const HttpReply& reply);
 
-/// The client of this connection sees a reset before anything else; the daemon closes it.
-void resetSocket(int fd);
-
 /// Whether the camera still does what it is asked when this fault hits the request.
 bool letsTheRequestThrough(FaultKind kind);
 

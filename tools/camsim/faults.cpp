@@ -14,6 +14,8 @@ using Json = nlohmann::json;
 constexpr int64_t longestMilliseconds = 24 * 60 * 60 * 1000;
 constexpr unsigned lowestRefusal = 400;
 constexpr int64_t largestBody = 64 * 1024 * 1024;
+constexpr size_t longestPattern = 1024;
+constexpr size_t mostFaults = 1000;
 constexpr size_t mostGarbage = 64 * 1024; // goes out at one stroke, so it must fit into the socket's buffer
 
 /// A member of a fault: whether a value is right, where it goes and what is told when it is wrong.
@@ -58,8 +60,10 @@ void writeIf(Json& json, const char* name, const std::optional<Value>& value) {
 constexpr int64_t anyCount = INT64_MAX;
 
 const Member members[] = {
-    {"path", "a shell pattern such as /cgi-bin/setdata*",
-     [](const Json& v, Fault& f) { return readText(v, f.path) && !f.path.empty(); },
+    {"path", "a shell pattern such as /cgi-bin/setdata*, 1024 characters at most",
+     [](const Json& v, Fault& f) {
+         return readText(v, f.path) && !f.path.empty() && f.path.size() <= longestPattern;
+     },
      [](const Fault& f, Json& j) { j["path"] = f.path; }},
     {"method", "GET or POST",
      [](const Json& v, Fault& f) {
@@ -192,6 +196,10 @@ bool hitsProtocol(const Fault& fault, FaultProtocol protocol) {
            (protocol == FaultProtocol::Monitor && contains(hit, FaultProtocol::Http));
 }
 
+bool isSpent(const Fault& fault) {
+    return fault.count && *fault.count == 0;
+}
+
 bool matches(const Fault& fault, const FaultList::Request& request) {
     if (!hitsProtocol(fault, request.protocol))
         return false;
@@ -260,6 +268,13 @@ Json describeFault(const Fault& fault) {
 
 uint64_t FaultList::add(Fault fault) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (faults_.size() >= mostFaults) {
+        const auto oldest = std::find_if(faults_.begin(), faults_.end(), isSpent);
+        if (oldest == faults_.end())
+            throw FaultError("there are " + std::to_string(faults_.size()) +
+                             " faults, as many as may be: delete some first");
+        faults_.erase(oldest);
+    }
     fault.id = ++last_;
     faults_.push_back(std::move(fault));
     return last_;
@@ -290,8 +305,7 @@ FaultOutcome FaultList::take(const Request& request) {
     FaultOutcome outcome;
     for (Fault& fault : faults_) {
         const bool isDelay = fault.kind == FaultKind::Delay;
-        const bool spent = fault.count && *fault.count == 0;
-        if (spent || (!isDelay && outcome.fault) || !matches(fault, request))
+        if (isSpent(fault) || (!isDelay && outcome.fault) || !matches(fault, request))
             continue;
         if (fault.skip > 0) {
             --fault.skip;

@@ -90,7 +90,8 @@ public:
         bool digest; ///< it carries good digest credentials
     };
 
-    /// Answers the fault's id.
+    /// Answers the fault's id. When there are as many as may be, the oldest goes that hits nothing any more;
+    /// throws FaultError when every one still does.
     uint64_t add(Fault fault);
     /// False when there is no such fault.
     bool remove(uint64_t id);

@@ -1,6 +1,6 @@
 #include "input_monitors.h"
 
-#include "fault_replies.h"
+#include "sockets.h"
 
 #include <algorithm>
 #include <cctype>

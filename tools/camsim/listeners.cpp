@@ -1,10 +1,6 @@
 #include "listeners.h"
 
-#include <cerrno>
-#include <iostream>
-#include <netinet/tcp.h>
 #include <sys/epoll.h>
-#include <sys/socket.h>
 
 namespace camsim {
 namespace {
@@ -15,10 +11,10 @@ sockaddr_in addressOf(uint32_t camera, const sockaddr_in& first, AddressPlan pla
     return stepAddress(first, 0, first.sin_port == 0 ? 0 : camera);
 }
 
-/// How long a camera waits before it accepts again when the process has no descriptor left.
-constexpr std::chrono::milliseconds descriptorPause{100};
-
 } // namespace
+
+Notice outOfDescriptors("no file descriptor left for a connection, which waits, or for a stream, which is "
+                        "answered 503; raise the limit (ulimit -n)");
 
 std::vector<ListeningSocket> listenFrom(const sockaddr_in& first, AddressPlan plan, size_t cameras) {
     std::vector<ListeningSocket> sockets;
@@ -71,7 +67,7 @@ void Listeners::replace(const Camera& camera, ListeningSocket socket) {
 
 /// REQUIRES: mutex_ held.
 void Listeners::watch(size_t camera) {
-    loop_->watch(sockets_[camera].fd(), EPOLLIN, [this, camera] { acceptAll(camera); });
+    loop_->watch(sockets_[camera].fd(), EPOLLIN, [this, camera] { accept(camera); });
 }
 
 int Listeners::descriptor(size_t camera) const {
@@ -79,29 +75,15 @@ int Listeners::descriptor(size_t camera) const {
     return sockets_[camera].fd();
 }
 
-void Listeners::acceptAll(size_t camera) {
+void Listeners::accept(size_t camera) {
     const int listening = descriptor(camera); // closed by this thread alone, in replace()
-    for (;;) {
-        sockaddr_in peer{};
-        socklen_t length = sizeof peer;
-        const int fd =
-            accept4(listening, reinterpret_cast<sockaddr*>(&peer), &length, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (fd >= 0) {
-            const int on = 1;
-            setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-            accepted_(*cameras_[camera], fd, peer);
-            continue;
-        }
-        if (errno == EINTR || errno == ECONNABORTED)
-            continue;
-        if (errno == EMFILE || errno == ENFILE)
-            pause(camera);
-        return;
-    }
+    const auto take = [&](int fd, const sockaddr_in& peer) { accepted_(*cameras_[camera], fd, peer); };
+    if (!acceptAll(listening, take))
+        pause(camera);
 }
 
 void Listeners::pause(size_t camera) {
-    std::cerr << "camsim: no file descriptor left for a connection; raise the limit (ulimit -n)\n";
+    outOfDescriptors.say();
     const std::lock_guard<std::mutex> lock(mutex_);
     loop_->unwatch(sockets_[camera].fd());
     loop_->after(descriptorPause, [this, camera] {

@@ -2,6 +2,7 @@
 
 #include "camera.h"
 #include "event_loop.h"
+#include "notice.h"
 #include "sockets.h"
 
 #include <functional>
@@ -10,6 +11,10 @@
 #include <vector>
 
 namespace camsim {
+
+/// Told when a connection cannot be accepted; it is then tried again after a pause.
+extern Notice outOfDescriptors;
+constexpr std::chrono::milliseconds descriptorPause{100};
 
 /// How cameras beside the first are told apart.
 enum class AddressPlan { ConsecutivePorts, ConsecutiveHosts };
@@ -44,7 +49,7 @@ public:
 
 private:
     void watch(size_t camera);
-    void acceptAll(size_t camera);
+    void accept(size_t camera);
     void pause(size_t camera);
     int descriptor(size_t camera) const;
 

@@ -40,11 +40,11 @@ sigset_t blockEndSignals() {
     return signals;
 }
 
-/// Takes as many descriptors as may be had and answers how many that are.
-rlim_t raiseDescriptorLimit() {
+/// Takes as many descriptors as may be had, but `most` of them, and answers how many that are.
+rlim_t raiseDescriptorLimit(rlim_t most) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
+    limit.rlim_cur = std::min(limit.rlim_max, most);
     setrlimit(RLIMIT_NOFILE, &limit);
     getrlimit(RLIMIT_NOFILE, &limit);
     return limit.rlim_cur;
@@ -110,14 +110,6 @@ sockaddr_in firstAddress(const Options& options) {
     }
 }
 
-/// What is left for HTTP connections once the cameras listen and the program has what it needs for itself.
-unsigned connectionLimit(rlim_t descriptors, size_t listeningSockets) {
-    constexpr rlim_t forTheProgram = 128;
-    const rlim_t used = listeningSockets + forTheProgram;
-    const rlim_t left = descriptors > used ? descriptors - used : 1;
-    return static_cast<unsigned>(std::min<rlim_t>(left, 1'000'000));
-}
-
 void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listeners& listeners,
               const RtspServer* rtsp, const ControlInterface& control) {
     nlohmann::json line{{"cameras", nlohmann::json::array()}, {"control", control.address()}};
@@ -131,7 +123,7 @@ void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listene
 
 void serve(const Options& options) {
     const sigset_t endSignals = blockEndSignals();
-    const rlim_t descriptors = raiseDescriptorLimit();
+    const rlim_t descriptors = raiseDescriptorLimit(options.descriptors);
     const auto cameras = makeCameras(options);
     const sockaddr_in first = firstAddress(options);
     const std::string password = readPassword(options.passwordFile);
@@ -139,8 +131,9 @@ void serve(const Options& options) {
     FaultList faults;
     addFaults(options, faults);
     const std::vector<ScenarioStep> steps = scenario(options, cameras);
-    RequestLog log(options.logSize);
+    RequestLog log({options.logSize});
 
+    const ConnectionBounds bounds = boundsFor(descriptors, cameras.size(), !options.withoutRtsp);
     std::unique_ptr<StateFile> state; // outlives the thread that saves it
     EventLoop saving;
     if (!options.stateFile.empty())
@@ -151,11 +144,12 @@ void serve(const Options& options) {
     if (!options.withoutRtsp)
         rtsp = std::make_unique<RtspServer>(RtspServer::Parts{cameras, faults, loop, listeners},
                                             RtspCredentials{options.authScheme, options.user, password},
-                                            RtspPortPlan{options.rtspPort, options.addresses});
+                                            RtspPortPlan{options.rtspPort, options.addresses},
+                                            RtspServer::Limits{options.connectionTimes, bounds.rtsp});
     const InputKeys keys(*cameras.front(), loop);
     CameraServer server({authenticator, faults, log, listeners, loop, rtsp.get(), cameras},
                         {milliseconds(options.rebootSeconds), milliseconds(options.monitorPeriodSeconds),
-                         connectionLimit(descriptors, cameras.size() * (rtsp ? 2 : 1))});
+                         options.connectionTimes, bounds.http});
     server.start();
     if (rtsp)
         rtsp->start();
@@ -165,7 +159,7 @@ void serve(const Options& options) {
         saving.start(); // apart from the cameras, which must not wait for a disk
     {
         const ControlInterface control({cameras, listeners, server, authenticator, rtsp.get(), faults, log},
-                                       options.controlPort);
+                                       options.controlPort, {options.connectionTimes, bounds.control});
         announce(cameras, listeners, rtsp.get(), control);
         int signal = 0;
         sigwait(&endSignals, &signal);

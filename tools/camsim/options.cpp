@@ -69,13 +69,16 @@ Alarm inputs: get_io?command=all tells each terminal's level, get_io?mode=monito
 begin High. They change by the control interface, by the keys 1, 2, 3... (camera 0, where standard input is a terminal)
 and by --scenario FILE, lines of SECONDS CAMERA INPUT High|Low; "#" begins a comment.
 
-Control interface (JSON, no credentials; cameras are counted from 0):
+Control interface (JSON, no credentials; cameras are counted from 0). It answers this machine alone and no web page of
+others: Host must be localhost or a loopback address, and POST and PATCH need "Content-Type: application/json", such as
+curl --json '{"1": "Low"}' -X PATCH http://CONTROL/cameras/0/inputs
   GET  /cameras, /cameras/N             model, addresses, serial, mac, away, position, inputs and counters
   GET  /cameras/N/settings              every setting; PATCH {"KEY": "value" or null} changes them
   GET  /cameras/N/inputs                alarm inputs; PATCH {"1": "Low"} sets their levels
   POST /cameras/N/reboot                the camera restarts
   PATCH /authentication {"scheme": "basic"}  how clients prove who they are from now on, over HTTP (see --auth)
-  GET  /requests[?camera=N][&after=ID]  every request in order; DELETE forgets them
+  GET  /requests[?camera=N][&after=ID]  requests in order, the last that 64 MiB hold; "more" says that there are others
+                                        after those of one reply; DELETE forgets them
   GET  /faults; POST /faults {"path": PATTERN, "kind": KIND, ...}; DELETE /faults, /faults/ID
 
 Examples:
@@ -194,6 +197,15 @@ void addTestOptions(CLI::App& app, Options& options) {
     app.add_option("--log-size", options.logSize, "How many requests are remembered")
         ->type_name("N")
         ->capture_default_str();
+    app.add_option("--descriptors", options.descriptors)->group("");
+    const auto take = [&options](const std::vector<int64_t>& given) {
+        const auto times = [&](size_t i) { return std::chrono::milliseconds(given[i]); };
+        options.connectionTimes = {times(0), times(1), times(2), times(3)};
+    };
+    app.add_option_function<std::vector<int64_t>>("--connection-times", take)
+        ->check(between(int64_t{1}, int64_t{86'400'000}))
+        ->expected(4)
+        ->group("");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "authenticator.h"
+#include "connection_bounds.h"
 #include "listeners.h"
 
 #include <cstdint>
@@ -33,6 +34,10 @@ struct Options {
     std::string stateFile;
     std::vector<std::string> faults;
     size_t logSize = 100'000;
+
+    /// For tests, which neither wait for half a minute nor open so many connections:
+    ConnectionTimes connectionTimes;
+    size_t descriptors = SIZE_MAX; ///< how many the program takes at most
 };
 
 /// Reads the command line; or has printed help, version or the reason of a refusal and answers the exit

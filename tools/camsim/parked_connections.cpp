@@ -1,18 +1,10 @@
 #include "parked_connections.h"
 
-#include <poll.h>
+#include "sockets.h"
+
 #include <sys/epoll.h>
 
 namespace camsim {
-namespace {
-
-/// A hang-up that was noticed on an earlier use of the descriptor must not end the present one.
-bool hasHungUp(int fd) {
-    pollfd state{fd, POLLRDHUP, 0};
-    return poll(&state, 1, 0) == 1;
-}
-
-} // namespace
 
 bool ParkedConnections::park(MHD_Connection* connection, int fd,
                              std::optional<std::chrono::milliseconds> duration, Outcome* outcome) {
@@ -54,7 +46,8 @@ void ParkedConnections::wakeUp(MHD_Connection* connection, uint64_t turn, Outcom
         const auto parked = parked_.find(connection);
         if (parked == parked_.end() || parked->second.turn != turn)
             return;
-        if (outcome == Outcome::HungUp && !hasHungUp(parked->second.fd))
+        // A hang-up that was noticed on an earlier use of the descriptor must not end the present one.
+        if (outcome == Outcome::HungUp && !peerHasClosed(parked->second.fd))
             return;
         resume(parked, outcome);
     }

@@ -15,18 +15,25 @@ struct LoggedRequest {
     size_t camera = 0;
     std::string method;
     std::string target; ///< the path with its query
-    std::string body;
+    std::string body;   ///< its beginning, when the log cut it
+    bool bodyIsCut = false;
     std::optional<unsigned> status; ///< none while it is unanswered, and for good when it got no HTTP answer
     std::string authorization;      ///< as AuthVerdict tells it
     std::string fault;              ///< the kinds that hit it, joined by "+"
     int64_t milliseconds = 0;       ///< since the epoch, when it had come in whole
 };
 
-/// The last requests of all cameras, in the order in which they came in. Every operation may be called on any
-/// thread.
+/// The last requests of all cameras, in the order in which they came in, as far as there is room. Every
+/// operation may be called on any thread.
 class RequestLog {
 public:
-    explicit RequestLog(size_t capacity) : capacity_(capacity) {}
+    struct Capacity {
+        size_t requests;
+        size_t bytes = 64 * 1024 * 1024;   ///< of all requests together
+        size_t body = 64 * 1024;           ///< bytes of one request's body that are kept
+        size_t excerpt = 16 * 1024 * 1024; ///< bytes that are read in one go
+    };
+    explicit RequestLog(const Capacity& capacity) : capacity_(capacity) {}
 
     /// Answers the request's id; ids count up from 1 and are never given again.
     uint64_t add(LoggedRequest request);
@@ -36,6 +43,7 @@ public:
         std::vector<LoggedRequest> requests;
         uint64_t last;    ///< id of the newest request ever logged; 0 when there was none
         uint64_t dropped; ///< how many were forgotten since the log was cleared, for want of room
+        bool more;        ///< whether it ends before the last request because it would become too large
     };
     /// Requests with an id above `after`, of one camera or of all.
     Excerpt read(std::optional<size_t> camera, uint64_t after) const;
@@ -43,9 +51,10 @@ public:
     void clear();
 
 private:
-    const size_t capacity_;
+    const Capacity capacity_;
     mutable std::mutex mutex_;
     std::deque<LoggedRequest> requests_; // guarded by mutex_; consecutive ids
+    size_t bytes_ = 0;                   // guarded by mutex_; of requests_
     uint64_t last_ = 0;                  // guarded by mutex_
     uint64_t dropped_ = 0;               // guarded by mutex_
 };

@@ -5,6 +5,9 @@
 namespace camsim {
 namespace {
 
+/// Connections that are to make room for others and are not gone yet.
+constexpr size_t mostLeaving = 16;
+
 GstRTSPAuth* makeAuth(const RtspCredentials& credentials) {
     if (credentials.scheme == AuthScheme::None)
         return nullptr;
@@ -26,9 +29,13 @@ GstRTSPAuth* makeAuth(const RtspCredentials& credentials) {
 
 } // namespace
 
-RtspServer::RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports)
+RtspServer::RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports, Limits limits)
     : parts_(parts),
       credentials_(std::move(credentials)),
+      limits_(limits),
+      full_("RTSP: as many connections are open as may be (" + std::to_string(limits.connections) +
+            "): those without a session are ended for others, or others turned away"),
+      connections_(limits.connections + std::min(limits.connections, mostLeaving)),
       ports_(parts.cameras, parts.http, ports),
       services_(parts.cameras.size()) {
     for (const auto& camera : parts_.cameras)
@@ -41,9 +48,9 @@ RtspServer::~RtspServer() {
 
 void RtspServer::start() {
     thread_.start();
-    ports_.start(parts_.loop, [this](Camera& camera, int fd, const sockaddr_in& peer) {
-        thread_.post([this, &camera, fd, peer] { serve(camera, fd, peer); });
-    });
+    connections_.start(parts_.loop);
+    ports_.start(parts_.loop,
+                 [this](Camera& camera, int fd, const sockaddr_in& peer) { accepted(camera, fd, peer); });
 }
 
 void RtspServer::stop() {
@@ -72,7 +79,17 @@ void RtspServer::settingsChanged(Camera& camera) {
     });
 }
 
-void RtspServer::serve(Camera& camera, int fd, const sockaddr_in& peer) {
+void RtspServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
+    const RtspConnections::Place place = connections_.add(fd);
+    if (!place) {
+        full_.say();
+        close(fd);
+        return;
+    }
+    thread_.post([this, &camera, fd, peer, place] { serve(camera, fd, peer, place); });
+}
+
+void RtspServer::serve(Camera& camera, int fd, const sockaddr_in& peer, RtspConnections::Place place) {
     // Looked at behind the task that closes the clients of a camera which goes away: a connection is either
     // closed by that or seen here.
     if (camera.away) {
@@ -86,8 +103,23 @@ void RtspServer::serve(Camera& camera, int fd, const sockaddr_in& peer) {
     }
     std::unique_ptr<RtspService>& service = services_[camera.index()];
     if (!service)
-        service = std::make_unique<RtspService>(camera, parts_.faults, auth_, thread_.context());
-    service->serve(fd, peer);
+        service =
+            std::make_unique<RtspService>(camera, parts_.faults, auth_, limits_.times, thread_.context());
+    service->serve(fd, peer, std::move(place));
+    makeRoom();
+}
+
+/// Ends the connection that has been without a session for longest when there are more than may be.
+void RtspServer::makeRoom() {
+    if (connections_.size() <= limits_.connections)
+        return;
+    full_.say();
+    RtspService* idlest = nullptr;
+    for (const auto& service : services_)
+        if (service && (idlest == nullptr || service->idleSince() < idlest->idleSince()))
+            idlest = service.get();
+    if (idlest != nullptr)
+        idlest->endIdlest();
 }
 
 void RtspServer::closeAll() {

@@ -2,8 +2,11 @@
 
 #include "authenticator.h"
 #include "camera.h"
+#include "connection_bounds.h"
 #include "faults.h"
 #include "glib_thread.h"
+#include "notice.h"
+#include "rtsp_connections.h"
 #include "rtsp_ports.h"
 #include "rtsp_service.h"
 
@@ -31,8 +34,13 @@ public:
         const Listeners& http; ///< tells each camera's host
     };
 
+    struct Limits {
+        ConnectionTimes times;
+        size_t connections; ///< how many all cameras together may hold open
+    };
+
     /// Takes the ports. Throws SocketError.
-    RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports);
+    RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports, Limits limits);
     ~RtspServer();
 
     /// To be called before the loop is started.
@@ -50,11 +58,16 @@ public:
 
 private:
     void settingsChanged(Camera& camera);
-    void serve(Camera& camera, int fd, const sockaddr_in& peer);
+    void accepted(Camera& camera, int fd, const sockaddr_in& peer);
+    void serve(Camera& camera, int fd, const sockaddr_in& peer, RtspConnections::Place place);
+    void makeRoom();
     void closeAll();
 
     const Parts parts_;
     const RtspCredentials credentials_;
+    const Limits limits_;
+    Notice full_;
+    RtspConnections connections_;
     RtspPorts ports_;
     GlibThread thread_;
 

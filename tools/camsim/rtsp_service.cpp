@@ -1,5 +1,6 @@
 #include "rtsp_service.h"
 
+#include "listeners.h"
 #include "media_factory.h"
 #include "sockets.h"
 
@@ -10,28 +11,21 @@ namespace camsim {
 namespace {
 
 constexpr const char* stateKey = "camsim-client";
-constexpr guint secondsBetweenCleanings = 5;
+constexpr std::chrono::milliseconds longestCleaningPeriod{5000};
+/// Cleanings are so much more frequent than the time after which a connection is idle.
+constexpr int cleaningsPerIdleTime = 4;
+constexpr guint longestBody = 64 * 1024;
 constexpr unsigned ordinaryRefusal = GST_RTSP_STS_SERVICE_UNAVAILABLE;
 
 GstRTSPFilterResult dropSession(GstRTSPSessionPool*, GstRTSPSession*, gpointer) {
     return GST_RTSP_FILTER_REMOVE;
 }
 
-/// Closes the client's connection and forgets its sessions, so that it cannot take them up on another. The
-/// caller holds the client: closing drops what else does, and must not see it go meanwhile.
-void endClient(GstRTSPClient* client) {
-    GstRTSPSessionPool* sessions = gst_rtsp_client_get_session_pool(client);
-    GList* own = gst_rtsp_client_session_filter(client, nullptr, nullptr);
-    for (const GList* session = own; session != nullptr; session = session->next)
-        gst_rtsp_session_pool_remove(sessions, GST_RTSP_SESSION(session->data));
-    g_list_free_full(own, g_object_unref);
-    g_object_unref(sessions);
-    gst_rtsp_client_close(client);
-}
-
-GstRTSPFilterResult closeClient(GstRTSPServer*, GstRTSPClient* client, gpointer) {
-    endClient(client);
-    return GST_RTSP_FILTER_KEEP;
+bool hasSession(GstRTSPClient* client) {
+    GList* sessions = gst_rtsp_client_session_filter(client, nullptr, nullptr);
+    const bool any = sessions != nullptr;
+    g_list_free_full(sessions, g_object_unref);
+    return any;
 }
 
 struct OutdatedSearch {
@@ -71,6 +65,7 @@ GstRTSPServer* makeServer(const Camera& camera, GstRTSPAuth* auth) {
     gst_rtsp_thread_pool_set_max_threads(threads, 0); // clients are served on the thread that accepts them
     g_object_unref(threads);
     gst_rtsp_server_set_auth(server, auth);
+    gst_rtsp_server_set_content_length_limit(server, longestBody);
     return server;
 }
 
@@ -80,7 +75,10 @@ GstRTSPServer* makeServer(const Camera& camera, GstRTSPAuth* auth) {
 struct RtspService::ClientState {
     std::string path; ///< of the stream it asked for last
     std::optional<Fault> fault;
-    GSource* cut = nullptr; ///< closes the connection
+    GSource* cut = nullptr;                     ///< closes the connection
+    Clock::time_point idleSince = Clock::now(); ///< when it last had a session, as far as was seen
+    bool ended = false; ///< for its idleness; it is gone when the main context has got to it
+    RtspConnections::Place place;
 
     ~ClientState() { stopCutting(); }
 
@@ -97,14 +95,35 @@ struct RtspService::ClientState {
     }
 };
 
-RtspService::RtspService(Camera& camera, FaultList& faults, GstRTSPAuth* auth, GMainContext* context)
+/// Closes the client's connection and forgets its sessions, so that it cannot take them up on another. The
+/// caller holds the client: closing drops what else does, and must not see it go meanwhile.
+void RtspService::endClient(GstRTSPClient* client) {
+    GstRTSPSessionPool* sessions = gst_rtsp_client_get_session_pool(client);
+    GList* own = gst_rtsp_client_session_filter(client, nullptr, nullptr);
+    for (const GList* session = own; session != nullptr; session = session->next)
+        gst_rtsp_session_pool_remove(sessions, GST_RTSP_SESSION(session->data));
+    g_list_free_full(own, g_object_unref);
+    g_object_unref(sessions);
+    ClientState::of(client).place.reset();
+    gst_rtsp_client_close(client);
+}
+
+GstRTSPFilterResult RtspService::closeClient(GstRTSPServer*, GstRTSPClient* client, gpointer) {
+    endClient(client);
+    return GST_RTSP_FILTER_KEEP;
+}
+
+RtspService::RtspService(Camera& camera, FaultList& faults, GstRTSPAuth* auth, const ConnectionTimes& times,
+                         GMainContext* context)
     : camera_(camera),
       faults_(faults),
+      times_(times),
       context_(context),
       server_(makeServer(camera, auth)),
-      cleaning_(g_timeout_source_new_seconds(secondsBetweenCleanings)) {
+      cleaning_(g_timeout_source_new(
+          static_cast<guint>(std::min(longestCleaningPeriod, times.idle / cleaningsPerIdleTime).count()))) {
     g_signal_connect(server_, "client-connected", G_CALLBACK(&RtspService::onConnected), this);
-    g_source_set_callback(cleaning_, &RtspService::removeDeadSessions, this, nullptr);
+    g_source_set_callback(cleaning_, &RtspService::clean, this, nullptr);
     g_source_attach(cleaning_, context_);
 }
 
@@ -118,7 +137,8 @@ RtspService::~RtspService() {
     g_object_unref(server_);
 }
 
-void RtspService::serve(int fd, const sockaddr_in& peer) {
+void RtspService::serve(int fd, const sockaddr_in& peer, RtspConnections::Place place) {
+    endWhenUnread(fd, times_.unread);
     GError* error = nullptr;
     GSocket* socket = g_socket_new_from_fd(fd, &error);
     if (socket == nullptr) {
@@ -128,7 +148,40 @@ void RtspService::serve(int fd, const sockaddr_in& peer) {
     }
     char host[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, host, sizeof host);
+    arriving_ = std::move(place);
     gst_rtsp_server_transfer_connection(server_, socket, host, ntohs(peer.sin_port), nullptr);
+    arriving_.reset();
+}
+
+/// Whoever asked for nothing yet, or only for what needs no session.
+GstRTSPClient* RtspService::idlest() const {
+    GstRTSPClient* found = nullptr;
+    const auto look = [](GstRTSPServer*, GstRTSPClient* client, gpointer search) {
+        auto& idlest = *static_cast<GstRTSPClient**>(search);
+        const bool longer =
+            idlest == nullptr || ClientState::of(client).idleSince < ClientState::of(idlest).idleSince;
+        if (longer && !ClientState::of(client).ended && !hasSession(client))
+            idlest = client;
+        return GST_RTSP_FILTER_KEEP;
+    };
+    g_list_free_full(gst_rtsp_server_client_filter(server_, look, &found), g_object_unref);
+    return found;
+}
+
+RtspService::Clock::time_point RtspService::idleSince() const {
+    GstRTSPClient* const client = idlest();
+    return client == nullptr ? Clock::time_point::max() : ClientState::of(client).idleSince;
+}
+
+bool RtspService::endIdlest() {
+    GstRTSPClient* const client = idlest();
+    if (client == nullptr)
+        return false;
+    ClientState::of(client).ended = true;
+    g_object_ref(client);
+    endClient(client);
+    g_object_unref(client);
+    return true;
 }
 
 void RtspService::closeClients() {
@@ -152,8 +205,10 @@ bool RtspService::isOutdated(GstRTSPClient* client) const {
 
 void RtspService::onConnected(GstRTSPServer*, GstRTSPClient* client, gpointer self) {
     ++static_cast<RtspService*>(self)->camera_.counters.rtspClients;
-    g_object_set_data_full(G_OBJECT(client), stateKey, new ClientState,
-                           [](gpointer state) { delete static_cast<ClientState*>(state); });
+    auto* state = new ClientState;
+    state->place = std::move(static_cast<RtspService*>(self)->arriving_);
+    g_object_set_data_full(G_OBJECT(client), stateKey, state,
+                           [](gpointer old) { delete static_cast<ClientState*>(old); });
     // A client may be told of its end after the service has gone; the camera stays longer.
     g_signal_connect(client, "closed", G_CALLBACK(&RtspService::onClosed),
                      &static_cast<RtspService*>(self)->camera_);
@@ -164,6 +219,7 @@ void RtspService::onConnected(GstRTSPServer*, GstRTSPClient* client, gpointer se
 
 void RtspService::onClosed(GstRTSPClient* client, gpointer camera) {
     ClientState::of(client).stopCutting();
+    ClientState::of(client).place.reset();
     --static_cast<Camera*>(camera)->counters.rtspClients;
 }
 
@@ -182,6 +238,10 @@ GstRTSPStatusCode RtspService::admit(GstRTSPClient* client, const GstRTSPContext
         return GST_RTSP_STS_NOT_FOUND;
     const VideoStream stream = streamOf(factory);
     g_object_unref(factory);
+    if (!hasDescriptorsForAStream()) {
+        outOfDescriptors.say();
+        return GST_RTSP_STS_SERVICE_UNAVAILABLE;
+    }
 
     ClientState& state = ClientState::of(client);
     const bool described = request.method == GST_RTSP_SETUP && state.path == stream.path;
@@ -218,10 +278,24 @@ void RtspService::onPlaying(GstRTSPClient* client, GstRTSPContext*, gpointer sel
     g_source_attach(state.cut, static_cast<RtspService*>(self)->context_);
 }
 
-gboolean RtspService::removeDeadSessions(gpointer self) {
-    GstRTSPSessionPool* sessions = gst_rtsp_server_get_session_pool(static_cast<RtspService*>(self)->server_);
+gboolean RtspService::clean(gpointer self) {
+    auto& service = *static_cast<RtspService*>(self);
+    GstRTSPSessionPool* sessions = gst_rtsp_server_get_session_pool(service.server_);
     gst_rtsp_session_pool_cleanup(sessions);
     g_object_unref(sessions);
+    const auto endIfIdle = [](GstRTSPServer*, GstRTSPClient* client, gpointer longest) {
+        ClientState& state = ClientState::of(client);
+        const auto allowed = *static_cast<const std::chrono::milliseconds*>(longest);
+        if (hasSession(client)) {
+            state.idleSince = Clock::now();
+        } else if (!state.ended && state.idleSince + allowed <= Clock::now()) {
+            state.ended = true;
+            endClient(client);
+        }
+        return GST_RTSP_FILTER_KEEP;
+    };
+    std::chrono::milliseconds longest = service.times_.idle;
+    g_list_free_full(gst_rtsp_server_client_filter(service.server_, endIfIdle, &longest), g_object_unref);
     return G_SOURCE_CONTINUE;
 }
 

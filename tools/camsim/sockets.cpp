@@ -4,6 +4,8 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
@@ -72,6 +74,42 @@ sockaddr_in stepAddress(const sockaddr_in& address, uint32_t hosts, uint32_t por
                           std::to_string(highestPort));
     next.sin_port = htons(static_cast<uint16_t>(port));
     return next;
+}
+
+bool acceptAll(int listening, const std::function<void(int fd, const sockaddr_in& peer)>& accepted) {
+    for (;;) {
+        sockaddr_in peer{};
+        socklen_t length = sizeof peer;
+        const int fd =
+            accept4(listening, reinterpret_cast<sockaddr*>(&peer), &length, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (fd >= 0) {
+            const int on = 1;
+            setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+            accepted(fd, peer);
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            return errno == EAGAIN || errno == EINVAL; // the latter when it has stopped listening
+        }
+    }
+}
+
+bool peerHasClosed(int fd) {
+    pollfd state{fd, POLLRDHUP, 0};
+    return poll(&state, 1, 0) == 1;
+}
+
+void endWhenUnread(int fd, std::chrono::milliseconds longest) {
+    const auto milliseconds = static_cast<unsigned>(longest.count());
+    setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, sizeof milliseconds);
+}
+
+/// The HTTP daemon shuts a connection down in an orderly way before it closes it, however it lingers; taking
+/// the socket apart first makes the reset the first thing that the client sees.
+void resetSocket(int fd) {
+    const linger now{1, 0};
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    sockaddr nobody{};
+    nobody.sa_family = AF_UNSPEC;
+    (void)connect(fd, &nobody, sizeof nobody);
 }
 
 ListeningSocket::ListeningSocket(const sockaddr_in& address) : fd_(bindSocket(address)) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <netinet/in.h>
 #include <stdexcept>
 #include <string>
@@ -19,6 +21,19 @@ std::string formatAddress(const sockaddr_in& address);
 
 /// The address `hosts` further on, on the port `ports` further on. Throws SocketError beyond the last port.
 sockaddr_in stepAddress(const sockaddr_in& address, uint32_t hosts, uint32_t ports);
+
+/// Accepts every connection that waits. False when one cannot be accepted because the program has no
+/// descriptor left: it goes on waiting.
+bool acceptAll(int listening, const std::function<void(int fd, const sockaddr_in& peer)>& accepted);
+
+/// Whether the peer has closed its side of the connection, or all of it.
+bool peerHasClosed(int fd);
+
+/// The system breaks the connection when the peer has taken nothing of what is written to it for so long.
+void endWhenUnread(int fd, std::chrono::milliseconds longest);
+
+/// The peer of this connection sees a reset before anything else; whoever has the descriptor still closes it.
+void resetSocket(int fd);
 
 /// A socket that listens, and may stop and start again without ever letting go of its port.
 class ListeningSocket {

@@ -1,0 +1,199 @@
+// Clients that take what they can: camsim ends their connections and goes on serving others.
+
+#include "raw_connection.h"
+#include "tests/support/camsim_process.h"
+#include "tests/support/wait_until.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using camsim_test::RawConnection;
+using corvane::test_support::CCamsim;
+using corvane::test_support::RunProgram;
+using corvane::test_support::SRun;
+using corvane::test_support::WaitUntil;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// One of camsim's ports, and a request there that is answered at once.
+struct Port {
+    const char* name;
+    const std::string& (CCamsim::*address)() const;
+    std::string request;
+    std::string answer;
+};
+
+const std::string askCamera = "GET /cgi-bin/getinfo HTTP/1.1\r\nHost: camera\r\n\r\n";
+const std::string askControl = "GET /faults HTTP/1.1\r\nHost: localhost\r\n\r\n";
+const std::string askRtsp = "OPTIONS * RTSP/1.0\r\nCSeq: 7\r\n\r\n";
+
+const Port ports[] = {
+    {"camera", &CCamsim::address, askCamera, "HTTP/1.1 401"},
+    {"control", &CCamsim::controlAddress, askControl, "HTTP/1.1 200"},
+    {"rtsp", &CCamsim::rtspAddress, askRtsp, "RTSP/1.0 200"},
+};
+
+RawConnection connectTo(const CCamsim& camsim, const Port& port) {
+    return RawConnection((camsim.*port.address)());
+}
+
+void expectAllServe(const CCamsim& camsim) {
+    for (const Port& port : ports) {
+        const auto isAnswered = [&] {
+            RawConnection connection = connectTo(camsim, port);
+            connection.send(port.request);
+            return connection.receive("\r\n\r\n").rfind(port.answer, 0) == 0;
+        };
+        EXPECT_TRUE(WaitUntil(isAnswered)) << port.name; // some may be turned away first
+    }
+}
+
+// So long, in milliseconds, that only what is tested ends a connection.
+const std::string never = "86400000";
+
+std::vector<std::string> withTimes(const std::string& header, const std::string& body,
+                                   const std::string& idle, const std::string& unread) {
+    return {"--connection-times", header, body, idle, unread};
+}
+
+int64_t counterOf(const CCamsim& camsim, const char* name) {
+    return camsim.get("/cameras/0").at(name);
+}
+
+TEST(ConnectionBounds, EndWhoSaysNothing) {
+    const CCamsim camsim(withTimes("300", never, "400", never));
+    for (const Port& port : ports)
+        EXPECT_EQ(connectTo(camsim, port).receive(), "") << port.name;
+}
+
+TEST(ConnectionBounds, EndWhoseHeaderTakesTooLong) {
+    const CCamsim camsim(withTimes("300", never, "400", never));
+    for (const Port& port : ports) {
+        RawConnection slow = connectTo(camsim, port);
+        slow.send(port.request.substr(0, 8));
+        EXPECT_TRUE(slow.endsWhileSending("x")) << port.name;
+    }
+    expectAllServe(camsim);
+}
+
+TEST(ConnectionBounds, EndWhoseBodyTakesTooLong) {
+    const CCamsim camsim(withTimes(never, "300", never, never));
+    for (const Port& port : {ports[0], ports[1]}) {
+        RawConnection slow = connectTo(camsim, port);
+        slow.send("POST /cgi-bin/x HTTP/1.1\r\nHost: localhost\r\nContent-Length: 60000\r\n\r\n");
+        EXPECT_TRUE(slow.endsWhileSending("x")) << port.name;
+    }
+    expectAllServe(camsim);
+}
+
+TEST(ConnectionBounds, EndWhoAsksNothingMore) {
+    const CCamsim camsim(withTimes(never, never, "300", never));
+    for (const Port& port : ports) {
+        RawConnection idle = connectTo(camsim, port);
+        idle.send(port.request);
+        EXPECT_THAT(idle.receive(), StartsWith(port.answer)) << port.name;
+    }
+}
+
+TEST(ConnectionBounds, EndWhoReadsNothing) {
+    const CCamsim camsim(withTimes(never, never, never, "300"));
+    camsim.post("/faults", {{"path", "*"}, {"kind", "body"}, {"size", 60'000'000}, {"unauthorized", true}});
+    RawConnection deaf(camsim.address(), 4096);
+    deaf.send(askCamera);
+    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "requests") == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "connections") == 0; }));
+}
+
+TEST(ConnectionBounds, LeaveRepliesThatStayOpenUntilTheirClientsClose) {
+    std::vector<std::string> arguments = withTimes("200", "200", "200", "200");
+    arguments.insert(arguments.end(), {"--model", "D850", "--auth", "none"});
+    const CCamsim camsim(arguments);
+    {
+        RawConnection monitor(camsim.address());
+        monitor.send("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\nHost: camera\r\n\r\n");
+        monitor.receive("terminal1 I High");
+        RawConnection(camsim.address()).receive(); // is ended, later than the monitor would be
+        camsim.patch("/cameras/0/inputs", {{"1", "Low"}});
+        EXPECT_THAT(monitor.receive("terminal1 I Low"), HasSubstr("terminal1 I Low"));
+        EXPECT_EQ(counterOf(camsim, "monitors"), 1);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "monitors") == 0; }));
+}
+
+TEST(ConnectionBounds, EndWhatItsClientClosedInTheMiddleOfARequest) {
+    const CCamsim camsim(withTimes(never, never, never, never));
+    for (const std::string request :
+         {"GET /cgi-bin/get", "POST /cgi-bin/x HTTP/1.1\r\nHost: c\r\nContent-Length: 9\r\n\r\nx"}) {
+        std::vector<RawConnection> connections;
+        for (int i = 0; i < 50; ++i)
+            connections.emplace_back(camsim.address());
+        for (RawConnection& connection : connections) {
+            connection.send(request);
+            connection.finishSending();
+        }
+        EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "connections") == 0; })) << request;
+    }
+}
+
+TEST(ConnectionBounds, LeaveRoomForOthersWhenManySayNothing) {
+    std::vector<std::string> arguments = withTimes(never, never, never, never);
+    arguments.insert(arguments.end(), {"--descriptors", "100"});
+    CCamsim camsim(arguments);
+    std::vector<RawConnection> silent;
+    for (int i = 0; i < 200; ++i)
+        for (const Port& port : ports)
+            silent.push_back(connectTo(camsim, port));
+    expectAllServe(camsim);
+    EXPECT_LE(counterOf(camsim, "connections"), 50);
+    EXPECT_LE(counterOf(camsim, "rtspClients"), 25);
+    for (const char* server : {"HTTP", "RTSP", "the control interface"})
+        camsim.waitForMessage(std::string("camsim: ") + server + ": as many connections are open as may be");
+}
+
+TEST(ConnectionBounds, TellWhenThereAreTooFewDescriptors) {
+    const SRun few = RunProgram("camsim", {"--descriptors", "50"});
+    EXPECT_EQ(few.status, 1);
+    EXPECT_THAT(
+        few.err,
+        HasSubstr(
+            "file descriptors are needed and there are 50: raise the limit (ulimit -n) or use --no-rtsp"));
+}
+
+TEST(ConnectionBounds, EndClientsOfRtspThatKeepItsThreadToThemselves) {
+    const CCamsim camsim(withTimes(never, never, never, never));
+    RawConnection flood(camsim.rtspAddress());
+    flood.send("OPTIONS * RTSP/1.0\r\nCSeq: 1\r\nA: ");
+    bool open = true;
+    for (int i = 0; open && i < 100'000; ++i)
+        open = flood.send(std::string(65536, 'x'));
+    EXPECT_FALSE(open);
+    expectAllServe(camsim);
+}
+
+TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {
+    const CCamsim camsim(withTimes(never, never, never, never));
+    const struct {
+        std::string request;
+        std::string answer;
+    } rows[] = {
+        {"GET /" + std::string(100'000, 'x'), "HTTP/1.1 414"},
+        {"GET / HTTP/1.1\r\nHost: c\r\nA: " + std::string(100'000, 'x'), "HTTP/1.1 431"},
+        {"POST / HTTP/1.1\r\nHost: c\r\nContent-Length: 65537\r\n\r\n", "HTTP/1.1 413"},
+        {"POST / HTTP/1.1\r\nHost: c\r\nContent-Length: 18446744073709551615\r\n\r\n", "HTTP/1.1 413"},
+    };
+    for (const auto& row : rows) {
+        RawConnection connection(camsim.address());
+        connection.send(row.request);
+        EXPECT_THAT(connection.receive("\r\n\r\n"), StartsWith(row.answer)) << row.request.substr(0, 60);
+    }
+    RawConnection endless(camsim.address());
+    endless.send("POST / HTTP/1.1\r\nHost: c\r\nTransfer-Encoding: chunked\r\n\r\n");
+    EXPECT_TRUE(endless.endsWhileSending("4000\r\n" + std::string(0x4000, 'x') + "\r\n"));
+    RawConnection longest(camsim.address());
+    longest.send("POST / HTTP/1.1\r\nHost: c\r\nContent-Length: 65536\r\n\r\n" + std::string(65536, 'x'));
+    EXPECT_THAT(longest.receive("\r\n\r\n"), StartsWith("HTTP/1.1 401"));
+    EXPECT_EQ(camsim.get("/requests").at("requests").size(), 1U);
+}
+
+} // namespace

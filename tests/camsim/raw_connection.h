@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+namespace camsim_test {
+
+// A TCP connection to the simulator of whose every byte the test decides. Whatever waits throws
+// std::runtime_error after a minute.
+class RawConnection {
+public:
+    // `receiveBuffer`: how many bytes the system keeps for it unread, 0 for the usual.
+    explicit RawConnection(const std::string& address, int receiveBuffer = 0);
+    ~RawConnection();
+    RawConnection(RawConnection&& other) noexcept;
+    RawConnection(const RawConnection&) = delete;
+    RawConnection& operator=(const RawConnection&) = delete;
+
+    // False when the other side has ended the connection.
+    bool send(const std::string& bytes);
+    void finishSending(); // and goes on receiving
+
+    // What comes until the other side ends the connection, or until the text has come.
+    std::string receive(const std::string& text = "");
+    // Whether the other side ends the connection while one more of these bytes goes out now and then.
+    bool endsWhileSending(const std::string& bytes);
+
+private:
+    int fd_;
+};
+
+} // namespace camsim_test
