@@ -146,5 +146,19 @@ TEST_P(HostileHttp, HurtsNobody) {
 }
 INSTANTIATE_TEST_SUITE_P(Attack, HostileHttp, testing::ValuesIn(Attacks), NameOf);
 
+TEST(HostileHttp, NoRedirectIsFollowed) {
+    for (const char* status : {"300", "301", "302", "303", "305", "307", "308"})
+        for (const auto& [verb, path] : {std::pair(Show, Settings), {Events, Monitor}})
+            ExpectHarmless({"Redirect",
+                            verb,
+                            path,
+                            {std::string("HTTP/1.1 ") + status +
+                             " Elsewhere\r\nContent-Length: 0\r\nLocation: http://THIRD/\r\n"
+                             "Refresh: 0; url=http://THIRD/\r\n\r\n"},
+                            4,
+                            1,
+                            ""});
+}
+
 } // namespace
 } // namespace corvane::hostile_test

@@ -63,6 +63,73 @@ std::string Base64(const std::string& text) {
     return encoded;
 }
 
+// Every verb that asks a camera, through every fault that a camera has, with every log at its finest.
+class SecretsUnder : public testing::TestWithParam<const char*> {};
+TEST_P(SecretsUnder, NoFaultLetsThePasswordOut) {
+    const std::string canary = "b1rd&of@many colours";
+    const CTemporaryFolder words;
+    const CTemporaryFolder kept;
+    const std::string file = words.file("word", canary + "\n");
+    const std::string forms[] = {canary,
+                                 "b1rd%26of%40many",
+                                 "b1rd&amp;of",
+                                 Base64("admin:" + canary).substr(0, 24),
+                                 Base64(canary),
+                                 Base64(canary.substr(1)),
+                                 Base64(canary.substr(2))};
+    const std::vector<std::string> verbs[] = {
+        {"show"},
+        {"call", "getPtzPosition", "0"},
+        {"call", "setVpaBrightness", "0", "1"},
+        {"script"},
+        {"sync", "--stream", "0,h264,0", "frameRate=1"},
+        {"record", "--stream", "0,h264,0", "--seconds", "0.1", "--timeout", "1", "--output",
+         kept.file("a.mkv")},
+        {"record", "--audio", "--stream", "0,h264,0", "--seconds", "0.1", "--timeout", "1", "--output",
+         kept.file("b.mkv")},
+        {"events", "--input", "0", "--seconds", "0.2"},
+        {"ptz"},
+        {"image"},
+    };
+    const json faults[] = {{{"kind", "delay"}, {"ms", 1}},
+                           {{"kind", "status"}, {"status", 401}},
+                           {{"kind", "status"}, {"status", 302}},
+                           {{"kind", "status"}, {"status", 500}, {"body", "<html>"}},
+                           {{"kind", "drop"}},
+                           {{"kind", "reset"}},
+                           {{"kind", "cut"}, {"bytes", 3}},
+                           {{"kind", "stall"}, {"bytes", 3}, {"ms", 1}},
+                           {{"kind", "garbage"}},
+                           {{"kind", "body"}, {"size", 100}},
+                           {{"kind", "empty"}},
+                           {{"kind", "stale"}, {"count", 1000}},
+                           {{"kind", "close"}},
+                           {{"kind", "refuse"}, {"status", 401}}};
+    const CCamsim camsim(
+        {"--model", "D850", "--auth", GetParam(), "--password-file", file, "--rtsp-port", "0"});
+    for (const json& fault : faults) {
+        json everywhere = fault;
+        everywhere["path"] = "*";
+        camsim.post("/faults", everywhere);
+        for (std::vector<std::string> arguments : verbs) {
+            const std::string verb = arguments.front();
+            arguments.insert(arguments.begin() + 1, camsim.address());
+            arguments.insert(arguments.begin(), {"--model", "D850", "--rtsp-port", camsim.rtspPort(),
+                                                 "--trace", "--log-level", "0", "--user", "admin",
+                                                 "--password-file", file, "--db", kept.file("devices.db")});
+            const SRun run = Vornhost(arguments, "getPtzPosition 0\ncontroller.moveAt 1 0 0\nrebootDevice\n",
+                                      {{"GST_DEBUG", "9"}, {"GST_DEBUG_NO_COLOR", "1"}});
+            for (const std::string& form : forms)
+                EXPECT_TRUE(run.out.find(form) == run.out.npos && run.err.find(form) == run.err.npos)
+                    << form << fault << verb;
+        }
+        camsim.erase("/faults");
+    }
+    for (const std::string& form : forms)
+        EXPECT_EQ(kept.contents().find(form), std::string::npos);
+}
+INSTANTIATE_TEST_SUITE_P(Scheme, SecretsUnder, testing::Values("basic", "digest"));
+
 // Tells who it is to everybody, as somebody in between would, and wants Basic for all else.
 tests::SScriptedReply AskForBasic(const tests::SSentRequest& request) {
     if (request.target.find("/cgi-bin/getinfo") == 0)
