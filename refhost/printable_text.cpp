@@ -33,12 +33,25 @@ std::string jsonEscape(char32_t code) {
     return text;
 }
 
-// With `replace(code)` for each character that is not printable.
-template <class Replace>
-std::string withoutUnprintable(const std::string& text, Replace replace) {
-    std::string printable;
-    printable.reserve(text.size());
+// Where the first character is that is not printable.
+std::size_t firstUnprintable(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
+        const SCharacter character = CharacterAt(text, at);
+        if (!isPrintable(character.code))
+            return at;
+        at += character.length;
+    }
+    return text.size();
+}
+
+// With `replace(code)` for each character that is not printable. A text without any is not copied.
+template <class Replace>
+std::string withoutUnprintable(std::string text, Replace replace) {
+    const std::size_t first = firstUnprintable(text);
+    if (first == text.size())
+        return text;
+    std::string printable = text.substr(0, first);
+    for (std::size_t at = first; at < text.size();) {
         const SCharacter character = CharacterAt(text, at);
         if (isPrintable(character.code))
             printable.append(text, at, character.length);
