@@ -23,6 +23,18 @@ const std::vector<std::string> Show = {"--model", "F320", "show", "ADDRESS"};
 const std::vector<std::string> Identify = {"identify", "ADDRESS"};
 const std::vector<std::string> Events = {"--model", "F320", "events", "ADDRESS", "--input", "0"};
 
+const std::vector<std::string> ShowJson = {"--json", "--model", "F320", "show", "ADDRESS"};
+
+std::string Repeated(const std::string& text, int times) {
+    std::string all;
+    while (times-- > 0)
+        all += text;
+    return all;
+}
+SScriptedReply Whole(const std::string& body) {
+    return {Ok + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body};
+}
+
 const SAttack Attacks[] = {
     // More than anybody keeps.
     {"EndlessHeader", Show, Settings, Endless(Ok, Filler), 4, 1, "header is larger than 256 KiB"},
@@ -52,6 +64,12 @@ const SAttack Attacks[] = {
      2,
      1,
      "larger"},
+    {"LongList", ShowJson, Capability, Whole("\r\nvideo_server.image.mode=" + Repeated("a,", 2'000'000)), 4,
+     1, "problem"},
+    {"LongTitle", Show, Settings, Whole("\r\nCAMTITLE,\"" + Repeated("x", 3'000'000) + "\"\r\n"), 4, 1,
+     "xxxxx"},
+    {"LongTitleOfControls", Show, Settings, Whole("\r\nCAMTITLE,\"" + Repeated("\x01", 3'000'000) + "\"\r\n"),
+     4, 1, "title"},
     {"HugeLength",
      Identify,
      Identity,

@@ -27,7 +27,7 @@ double MillisecondsSince(Clock::time_point start) {
 } // namespace
 
 CAsyncOp StartCall(const COperationRegistry& operations, const SCall& call,
-                   std::function<void(const STimedAnswer&)> done) {
+                   std::function<void(STimedAnswer)> done) {
     const Clock::time_point start = Clock::now();
     return operations.call(call.operation, call.arguments,
                            [start, done = std::move(done)](const SAnswer& answer) {
@@ -38,7 +38,7 @@ CAsyncOp StartCall(const COperationRegistry& operations, const SCall& call,
 STimedAnswer MakeCall(const COperationRegistry& operations, const SCall& call) {
     const auto promise = std::make_shared<std::promise<STimedAnswer>>();
     std::future<STimedAnswer> future = promise->get_future();
-    StartCall(operations, call, [promise](const STimedAnswer& answer) { promise->set_value(answer); });
+    StartCall(operations, call, [promise](STimedAnswer answer) { promise->set_value(std::move(answer)); });
     return future.get();
 }
 

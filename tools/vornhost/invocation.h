@@ -23,7 +23,7 @@ struct STimedAnswer {
 // Makes a call; `done` runs once, before the return or when the operation's callback does, on its thread.
 // Throws COperationError when the call cannot be made.
 device_handler::v1_0::CAsyncOp StartCall(const device_handler::v1_0::COperationRegistry& operations,
-                                         const SCall& call, std::function<void(const STimedAnswer&)> done);
+                                         const SCall& call, std::function<void(STimedAnswer)> done);
 
 // Makes a call and waits for its answer. Throws COperationError when the call cannot be made.
 STimedAnswer MakeCall(const device_handler::v1_0::COperationRegistry& operations, const SCall& call);
