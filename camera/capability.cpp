@@ -25,8 +25,6 @@ constexpr const char* TerminalKey = "video_server.peripheral.io.trm";
 constexpr const char* TerminalCountKey = "video_server.peripheral.io.number=";
 constexpr std::string_view AlarmInput = "alm_in";
 constexpr const char* DefaultMaxFrameRate = "30";
-// No camera's list has a hundred; one of megabytes would take a hundred times as much.
-constexpr std::size_t MostOfList = 10'000;
 
 std::size_t Find(std::string_view text, std::string_view part, std::size_t from = 0) {
     // memmem, since every line of the text begins alike and a search by first character stops at each.
@@ -52,7 +50,7 @@ std::vector<std::string> SplitList(std::string_view value) {
     for (std::size_t begin = 0;;) {
         const std::size_t comma = value.find(',', begin);
         list.emplace_back(value.substr(begin, comma - begin));
-        if (comma == std::string::npos || list.size() == MostOfList)
+        if (comma == std::string::npos)
             return list;
         begin = comma + 1;
     }

@@ -64,7 +64,7 @@ const SAttack Attacks[] = {
      2,
      1,
      "larger"},
-    {"LongList", ShowJson, Capability, Whole("\r\nvideo_server.image.mode=" + Repeated("a,", 2'000'000)), 4,
+    {"LongList", ShowJson, Capability, Whole("\r\nvideo_server.image.mode=" + Repeated("a,", 200'000)), 4,
      1, "problem"},
     {"LongTitle", Show, Settings, Whole("\r\nCAMTITLE,\"" + Repeated("x", 3'000'000) + "\"\r\n"), 4, 1,
      "xxxxx"},

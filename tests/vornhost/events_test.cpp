@@ -84,16 +84,16 @@ TEST(Events, ALostCameraEndsItUnlessItIsWaitedFor) {
 
 TEST(Events, WhoeverSeesNothingIsToldWhy) {
     const CStillCamera camsim;
-    const auto run = [&camsim](const json& fault) {
+    const auto run = [&camsim](const json& fault, const char* seconds) {
         camsim.erase("/faults");
         camsim.post("/faults", fault);
-        return Vornhost({"events", camsim.address(), "--input", "0", "--seconds", "0.5"});
+        return Vornhost({"events", camsim.address(), "--input", "0", "--seconds", seconds});
     };
-    const SRun silent = run({{"path", Monitor}, {"kind", "stall"}});
+    const SRun silent = run({{"path", Monitor}, {"kind", "stall"}}, "0.5");
     EXPECT_EQ(silent.status, 0);
     EXPECT_EQ(silent.out, "");
     EXPECT_THAT(silent.err, AllOf(HasSubstr("no event has come"), HasSubstr("mode=monitor")));
-    const SRun forbidden = run({{"path", "/cgi-bin/get_io*"}, {"kind", "status"}, {"status", 403}});
+    const SRun forbidden = run({{"path", "/cgi-bin/get_io*"}, {"kind", "status"}, {"status", 403}}, "60");
     EXPECT_EQ(forbidden.status, 1);
     EXPECT_THAT(forbidden.err, AllOf(HasSubstr("the camera was lost"), HasSubstr("403")));
 
