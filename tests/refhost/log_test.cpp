@@ -59,13 +59,15 @@ TEST(Secrets, InUrlsAndAuthorizationLinesNeedNotBeKnown) {
 }
 
 TEST(Secrets, ThatTurnUpByChanceAreMaskedBehindThePasswordsNameOnly) {
-    for (const char* secret : {"", "1", "ab", "12345", "a/b", "l@ng/:pw"})
+    for (const char* secret : {"", "1", "ab", "12345", "7654321", "87654321", "pin4", "a/b", "l@ng/:pw"})
         AddSecret(secret);
     const struct {
         const char* line;
         const char* masked;
     } cases[] = {
         {"input 1 of cab, page=12345", "input 1 of cab, page=12345"},
+        {"page=7654321 of 87654321, spin4", "page=7654321 of ***, s***"},
+        {"bypass12345", "bypass12345"},
         {"password 12345", "password ***"},
         {"PASS=1&x=1", "PASS=***&x=1"},
         {"passwd: \"ab\", pwd=abc", "passwd: \"***\", pwd=abc"},

@@ -3,6 +3,7 @@
 #include "tests/vornhost/vornhost_support.h"
 
 #include <cstdlib>
+#include <set>
 
 namespace corvane::vornhost_test {
 namespace {
@@ -84,6 +85,21 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
     EXPECT_THAT(JsonLines(operations.out),
                 testing::Contains(json::parse(R"({"operation":"capability.getVideoCodecFrameRate",
                     "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}]})")));
+    const std::set<std::string> names = {
+        "address", "addresses", "body",        "camPos",      "camera",
+        "channel", "codec",     "family",      "focus",       "frameRate",
+        "id",      "index",     "input",       "interface",   "iris",
+        "key",     "keys",      "level",       "max",         "min",
+        "mode",    "model",     "oemId",       "pan",         "path",
+        "pattern", "pos",       "preset",      "property",    "position",
+        "query",   "rate",      "record",      "recorder",    "speed",
+        "stream",  "tilt",      "resolutionA", "resolutionB", "timeoutSeconds",
+        "value",   "values",    "volume",      "zoom"};
+    std::set<std::string> told;
+    for (const json& operation : JsonLines(operations.out))
+        for (const json& argument : operation.at("arguments"))
+            told.insert(argument.at("name"));
+    EXPECT_EQ(told, names);
 }
 
 } // namespace
