@@ -187,8 +187,9 @@ private:
                     keepAlive = Clock::now() + sessionTime_ / 2;
                 }
             }
-        } catch (const SClosed&) {
-            return;
+        } catch (const SClosed& closed) {
+            if (closed.isBrokenOff)
+                throw notAccessible(rtsp_failure::Closed);
         }
     }
 
