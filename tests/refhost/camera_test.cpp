@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -311,6 +312,98 @@ TEST(ControllerBase, TakesTheDevicesCredentialsAnewForEachCommand) {
     for (int i = 1; i <= 3; ++i) {
         controller.callPreset(i, {});
         EXPECT_EQ(counting->asked, i);
+    }
+}
+
+// A camera that notes what a controller has it do.
+class CMovedCamera : public CVornCamera {
+public:
+    using CVornCamera::CVornCamera;
+
+    CError setAbsolutePtz(int stream, int pan, int tilt, int zoom) override {
+        return note("absolute", {stream, pan, tilt, zoom});
+    }
+    CError setRelativePtz(int stream, int pan, int tilt, int zoom, int iris, int focus) override {
+        return note("relative", {stream, pan, tilt, zoom, iris, focus});
+    }
+    CError setContinuousPtz(int stream, int pan, int tilt, int zoom) override {
+        return note("continuous", {stream, pan, tilt, zoom});
+    }
+    CError setContinuousPtzFocus(int stream, int speed) override { return note("focus", {stream, speed}); }
+    CError setContinuousPtzIris(int stream, int speed) override { return note("iris", {stream, speed}); }
+    CError setPtzPresetPos(int stream, int preset) override { return note("set", {stream, preset}); }
+    CError clearPtzPresetPos(int stream, int preset) override { return note("clear", {stream, preset}); }
+    CError callPtzPresetPos(int stream, int preset) override { return note("call", {stream, preset}); }
+    CError startPtzPatternRecord(int stream, int pattern) override {
+        return note("start", {stream, pattern});
+    }
+    CError stopPtzPatternRecord(int stream, int pattern) override { return note("stop", {stream, pattern}); }
+    CError selectPtzPattern(int stream, int pattern) override { return note("select", {stream, pattern}); }
+    CError clearPtzPatternRecord(int stream, int pattern) override { return note("wipe", {stream, pattern}); }
+    CError cancelPtzPatternRecord(int stream, int pattern) override {
+        return note("cancel", {stream, pattern});
+    }
+    CError getPtzPosition(int stream, std::vector<CString>& values) override {
+        values = {CString("here")};
+        return note("position", {stream});
+    }
+    CError getPtzProperties(int stream, std::vector<CString>& values) override {
+        values = {CString("moves")};
+        return note("properties", {stream});
+    }
+
+    std::string noted;
+
+private:
+    CError note(const std::string& what, const std::vector<int>& numbers) {
+        noted += (noted.empty() ? "" : ", ") + what;
+        for (const int number : numbers)
+            noted += " " + std::to_string(number);
+        return CError::Success();
+    }
+};
+
+TEST(ControllerBase, EachCommandIsAnOperationOfTheCamera) {
+    boost::shared_ptr<IDeviceContext> context = contextOf("10.0.0.1");
+    auto models = TestModels();
+    const auto moved = boost::make_shared<CMovedCamera>(context, "10.0.0.1", models, "SC385");
+    boost::shared_ptr<CVornCamera> camera = moved;
+    vorn_ptz_controller::v1_0::CPtzController controller(context, 7, "10.0.0.1", camera, 0);
+    controller.start();
+    const std::tuple<const char*, Texts, const char*> cases[] = {
+        {"moveTo", {"1", "2", "3"}, "absolute 7 1 2 3"},
+        {"moveBy", {"1", "2", "3", "4", "5"}, "relative 7 1 2 3 4 5"},
+        {"moveAt", {"1", "2", "3"}, "continuous 7 1 2 3"},
+        {"moveAt", {"1", "2", "3", "4", "5"}, "continuous 7 1 2 3, focus 7 4, iris 7 5"},
+        {"moveAt", {"1", "2", "3", "4", "0"}, "continuous 7 1 2 3, focus 7 4"},
+        {"moveFocusAt", {"1"}, "focus 7 1"},
+        {"moveIrisAt", {"1"}, "iris 7 1"},
+        {"setPreset", {"1"}, "set 7 1"},
+        {"clearPreset", {"1"}, "clear 7 1"},
+        {"callPreset", {"1"}, "call 7 1"},
+        {"startPatternRecord", {"1"}, "start 7 1"},
+        {"stopPatternRecord", {"1"}, "stop 7 1"},
+        {"selectPattern", {"1"}, "select 7 1"},
+        {"clearPatternRecord", {"1"}, "wipe 7 1"},
+        {"cancelPatternRecord", {"1"}, "cancel 7 1"},
+        {"getPTZPos", {}, "position 7: here"},
+        {"queryMovement", {}, "properties 7: moves"},
+        {"openMenu", {}, ": the device has no menu"},
+        {"closeMenu", {}, ": the device has no menu"},
+        {"LensRefocus", {}, ": the device has no refocus command"},
+    };
+    COperationRegistry registry;
+    controller.registerOperations(registry);
+    for (const auto& [operation, arguments, expected] : cases) {
+        std::promise<std::string> end;
+        moved->noted.clear();
+        registry.call(std::string("controller.") + operation, arguments, [&](const SAnswer& answer) {
+            std::string told = moved->noted;
+            for (const std::string& value : answer.values)
+                told += ": " + value;
+            end.set_value(told + (*answer.error ? ": " + answer.error->getText() : ""));
+        });
+        EXPECT_EQ(end.get_future().get(), expected) << operation;
     }
 }
 

@@ -1,4 +1,5 @@
 #include "host/assert.h"
+#include "host/gst_context.h"
 #include "host/log.h"
 #include "refhost/contexts.h"
 #include "refhost/log.h"
@@ -6,6 +7,7 @@
 #include "tests/refhost/test_models.h"
 
 #include <gmock/gmock.h>
+#include <gst/gst.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -97,6 +99,15 @@ TEST(Log, ShowsTheLinesOfItsLevelMaskedAndEachOnOneLine) {
     EXPECT_THAT(shown, Not(HasSubstr("too low")));
     EXPECT_THAT(shown, HasSubstr(" detail 10.0.0.1:8080: first\n"));
     EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 3);
+}
+
+TEST(Log, OfGStreamerIsMaskedToo) {
+    AddSecret("can4ry");
+    vorn_gst::v1_0::CGstContext::Get();
+    gst_debug_set_default_threshold(GST_LEVEL_WARNING);
+    const std::string shown = CapturedStderr([] { GST_WARNING("the word is can4ry"); });
+    EXPECT_THAT(shown, HasSubstr("the word is ***\n"));
+    EXPECT_THAT(shown, Not(HasSubstr("can4ry")));
 }
 
 TEST(Trace, IsOneJsonLineWithNothingSecret) {
