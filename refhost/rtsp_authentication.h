@@ -36,7 +36,7 @@ private:
     std::string nonce_;
     std::string opaque_;
     bool hasQop_ = false;
-    unsigned uses_ = 0;      // of the nonce
+    unsigned uses_ = 0; // of the nonce
     bool isBasicRefused_ = false;
     bool isRenewed_ = false; // the nonce, for the request under way
 };

@@ -49,7 +49,7 @@ void throwUnlessWouldBlock(GError* error) {
     if (!isClosed)
         throw connectionFailure(error);
     g_error_free(error);
-    throw notAccessible(rtsp_failure::Closed); // broken off, and not ended
+    throw CRtspConnection::SClosed{true};
 }
 
 } // namespace
@@ -102,7 +102,7 @@ bool CRtspConnection::read(Clock::time_point deadline) {
     if (count > 0)
         reader_.add(bytes, static_cast<std::size_t>(count));
     else if (count == 0)
-        throw SClosed();
+        throw SClosed{};
     else
         throwUnlessWouldBlock(error);
     return true;

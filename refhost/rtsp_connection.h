@@ -17,7 +17,9 @@ class CRtspConnection {
 public:
     using Clock = std::chrono::steady_clock;
 
-    struct SClosed {}; // thrown when the camera has closed the connection
+    struct SClosed {              // thrown when the camera has closed the connection
+        bool isBrokenOff = false; // and not ended
+    };
 
     // The time for one answer, all in all, and for the connection.
     static constexpr std::chrono::seconds AnswerTime{5};

@@ -44,7 +44,7 @@ bool parseFirstLine(std::string_view line, SRtspMessage& message) {
 
 bool parseHeader(std::string_view header, SRtspMessage& message) {
     message = {};
-    const std::size_t firstEnd = header.find(LineEnd);
+    const std::size_t firstEnd = std::min(header.find(LineEnd), header.size());
     if (!parseFirstLine(header.substr(0, firstEnd), message))
         return false;
     for (std::size_t begin = firstEnd + LineEnd.size(); begin < header.size();) {

@@ -47,6 +47,7 @@ CError statusFailure(const SRtspMessage& response, const std::string& reason = {
 // The text behind "NAME=" among parameters that a ";" parts; empty when there is none.
 std::string parameterOf(const std::string& header, const std::string& name) {
     for (std::size_t begin = 0; begin < header.size();) {
+        begin = std::min(header.find_first_not_of(" \t", begin), header.size());
         const std::size_t end = std::min(header.find(';', begin), header.size());
         if (header.compare(begin, name.size() + 1, name + "=") == 0)
             return header.substr(begin + name.size() + 1, end - begin - name.size() - 1);
@@ -128,7 +129,8 @@ private:
         GstSDPMessage* made = nullptr;
         gst_sdp_message_new(&made);
         const std::unique_ptr<GstSDPMessage, SSdpDeleter> description(made);
-        if (gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(response.body.data()),
+        if (response.body.empty() ||
+            gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(response.body.data()),
                                          static_cast<guint>(response.body.size()),
                                          description.get()) != GST_SDP_OK)
             throw unusable(rtsp_failure::NoDescription);
@@ -185,8 +187,9 @@ private:
                     keepAlive = Clock::now() + sessionTime_ / 2;
                 }
             }
-        } catch (const SClosed&) {
-            return;
+        } catch (const SClosed& closed) {
+            if (closed.isBrokenOff)
+                throw notAccessible(rtsp_failure::Closed);
         }
     }
 

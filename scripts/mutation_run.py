@@ -55,7 +55,7 @@ class Worker:
             'prlimit', '--core=0', '--as=8000000000', '--fsize=1000000000', 'ctest', '--test-dir',
             self.build / 'tests' / area, '-R', which, '-E', f'{which_not}|^ForeignLocale', '-j', str(jobs), '--timeout', str(timeout),
             '--stop-on-failure')
-        ends = re.findall(r'Test +#\d+: (\S+) [. ]*(\S.*?) +[0-9.]+ sec', output)
+        ends = re.findall(r'Test +#\d+: (\S+) .*?(Passed|\*{3}\S.*?) +[0-9.]+ sec', output)
         failures = [f'{name} {end.strip("*:")}' for name, end in ends if end != 'Passed'] or ['the list of tests']
         return len(ends), failures[0] if failed else ''
     def count_tests(self):

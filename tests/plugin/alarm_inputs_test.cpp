@@ -148,6 +148,7 @@ TEST_F(AlarmInputs, AStreamIsBuiltFromTheInputsNumbersAndTheDevicesCredentials) 
         g_free(text);
 
     IStreamController* none = nullptr;
+    EXPECT_NE(stream(-1), nullptr); // the model's inputs begin at 1: this one is 0
     EXPECT_EQ(camera->createEventStreamPipeline(none, -2).getText(), "property not found");
     device->setAuthentication({std::string(256, 'u'), "p"}); // which would be another user, cut
     EXPECT_EQ(stream(0)->start().getCode(), 1);

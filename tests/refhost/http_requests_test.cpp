@@ -178,7 +178,7 @@ std::vector<int> Statuses(const refhost::SHttpExchange& exchange) {
 TEST(HttpRequests, AnExchangeIsToldOnceWithTheRoundsItTook) {
     const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
         if (request.header("Authorization").empty())
-            return {HttpReply(401, "", "WWW-Authenticate: Basic realm=\"camera\"\r\n")};
+            return {HttpReply(401, "", "WWW-Authenticate: Basic realm=\"camera\"\r\nX-No-Status: 404\r\n")};
         return {HttpReply(request.method == "GET" ? 200 : 500, "")};
     });
     std::vector<refhost::SHttpExchange> told;

@@ -1,4 +1,5 @@
 #include "host/assert.h"
+#include "host/gst_context.h"
 #include "host/log.h"
 #include "refhost/contexts.h"
 #include "refhost/log.h"
@@ -6,6 +7,7 @@
 #include "tests/refhost/test_models.h"
 
 #include <gmock/gmock.h>
+#include <gst/gst.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -59,13 +61,15 @@ TEST(Secrets, InUrlsAndAuthorizationLinesNeedNotBeKnown) {
 }
 
 TEST(Secrets, ThatTurnUpByChanceAreMaskedBehindThePasswordsNameOnly) {
-    for (const char* secret : {"", "1", "ab", "12345", "a/b", "l@ng/:pw"})
+    for (const char* secret : {"", "1", "ab", "12345", "7654321", "87654321", "pin4", "a/b", "l@ng/:pw"})
         AddSecret(secret);
     const struct {
         const char* line;
         const char* masked;
     } cases[] = {
         {"input 1 of cab, page=12345", "input 1 of cab, page=12345"},
+        {"page=7654321 of 87654321, spin4", "page=7654321 of ***, s***"},
+        {"bypass12345", "bypass12345"},
         {"password 12345", "password ***"},
         {"PASS=1&x=1", "PASS=***&x=1"},
         {"passwd: \"ab\", pwd=abc", "passwd: \"***\", pwd=abc"},
@@ -95,6 +99,15 @@ TEST(Log, ShowsTheLinesOfItsLevelMaskedAndEachOnOneLine) {
     EXPECT_THAT(shown, Not(HasSubstr("too low")));
     EXPECT_THAT(shown, HasSubstr(" detail 10.0.0.1:8080: first\n"));
     EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 3);
+}
+
+TEST(Log, OfGStreamerIsMaskedToo) {
+    AddSecret("can4ry");
+    vorn_gst::v1_0::CGstContext::Get();
+    gst_debug_set_default_threshold(GST_LEVEL_WARNING);
+    const std::string shown = CapturedStderr([] { GST_WARNING("the word is can4ry"); });
+    EXPECT_THAT(shown, HasSubstr("the word is ***\n"));
+    EXPECT_THAT(shown, Not(HasSubstr("can4ry")));
 }
 
 TEST(Trace, IsOneJsonLineWithNothingSecret) {

@@ -3,6 +3,7 @@
 #include "tests/vornhost/vornhost_support.h"
 
 #include <cstdlib>
+#include <set>
 
 namespace corvane::vornhost_test {
 namespace {
@@ -84,6 +85,59 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
     EXPECT_THAT(JsonLines(operations.out),
                 testing::Contains(json::parse(R"({"operation":"capability.getVideoCodecFrameRate",
                     "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}]})")));
+    const std::set<std::string> known = {"address: text",
+                                         "addresses: text,text,...",
+                                         "body: text",
+                                         "camPos: number",
+                                         "camera: field=value;...",
+                                         "channel: number",
+                                         "codec: codec",
+                                         "family: text",
+                                         "focus: number",
+                                         "frameRate: text",
+                                         "id: channel,codec,stream",
+                                         "id: stream,codec",
+                                         "index: number",
+                                         "input: number",
+                                         "interface: number",
+                                         "iris: number",
+                                         "key: text",
+                                         "keys: text,[text,...]",
+                                         "level: text",
+                                         "max: number",
+                                         "min: number",
+                                         "mode: text",
+                                         "model: text",
+                                         "oemId: text",
+                                         "pan: number",
+                                         "path: text",
+                                         "pattern: number",
+                                         "pos: number",
+                                         "pos: text",
+                                         "position: text",
+                                         "preset: number",
+                                         "property: number",
+                                         "property: text",
+                                         "query: text",
+                                         "rate: text",
+                                         "record: field=value;...",
+                                         "recorder: field=value;...",
+                                         "resolutionA: text",
+                                         "resolutionB: text",
+                                         "speed: number",
+                                         "stream: number",
+                                         "tilt: number",
+                                         "timeoutSeconds: number",
+                                         "value: text",
+                                         "values: bitRate=value",
+                                         "volume: text",
+                                         "zoom: number"};
+    std::set<std::string> told;
+    for (const json& operation : JsonLines(operations.out))
+        for (const json& argument : operation.at("arguments"))
+            told.insert(argument.at("name").get<std::string>() + ": " +
+                        argument.at("form").get<std::string>());
+    EXPECT_EQ(told, known);
 }
 
 } // namespace
