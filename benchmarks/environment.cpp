@@ -1,7 +1,7 @@
 #include "benchmarks/environment.h"
 
-#include "refhost/contexts.h"
-#include "refhost/model_list_file.h"
+#include "refhost/devices/contexts.h"
+#include "refhost/models/model_list_file.h"
 
 #include <boost/make_shared.hpp>
 

@@ -6,8 +6,8 @@
 #include "host/device_context.h"
 #include "host/model_list.h"
 #include "host/ptz_controller.h"
-#include "refhost/device_db.h"
-#include "refhost/plugin_library.h"
+#include "refhost/base/device_db.h"
+#include "refhost/base/plugin_library.h"
 
 #include <boost/shared_ptr.hpp>
 

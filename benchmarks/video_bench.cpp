@@ -7,7 +7,7 @@
 #include "benchmarks/workloads.h"
 
 #include "camera/cgi_paths.h"
-#include "refhost/log.h"
+#include "refhost/base/log.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 
 #include "camera/panasonic_camera.h"
 
-#include "host/operations.h"
+#include "operations/operations.h"
 
 #include <initializer_list>
 #include <utility>

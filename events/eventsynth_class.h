@@ -1,6 +1,6 @@
 #pragma once
 
-#include "events/vornEventsynth.h"
+#include "events/eventsynth.h"
 
 // What the element's class and its instance share.
 

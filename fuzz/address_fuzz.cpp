@@ -3,7 +3,7 @@
 // Input: the address.
 
 #include "fuzz/harness.h"
-#include "refhost/address.h"
+#include "refhost/base/address.h"
 
 using namespace corvane;
 

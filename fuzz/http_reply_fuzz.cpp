@@ -4,7 +4,7 @@
 
 #include "fuzz/harness.h"
 #include "fuzz/one_reply_server.h"
-#include "refhost/http_client.h"
+#include "refhost/http/http_client.h"
 
 using namespace corvane;
 

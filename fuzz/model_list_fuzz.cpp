@@ -3,7 +3,7 @@
 // Input: the file.
 
 #include "fuzz/harness.h"
-#include "refhost/model_list_file.h"
+#include "refhost/models/model_list_file.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

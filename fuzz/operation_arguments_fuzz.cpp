@@ -4,7 +4,7 @@
 // Input: the operation's name and its arguments, each on a line of its own.
 
 #include "fuzz/harness.h"
-#include "host/operations.h"
+#include "operations/operations.h"
 
 #include <functional>
 #include <limits>

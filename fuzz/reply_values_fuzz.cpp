@@ -7,7 +7,7 @@
 #include "fuzz/harness.h"
 #include "host/camera.h"
 #include "host/cgi.h"
-#include "refhost/http_client.h"
+#include "refhost/http/http_client.h"
 
 using namespace corvane;
 using device_handler::v1_0::SVornUrl;

@@ -4,7 +4,7 @@
 
 #include "fuzz/harness.h"
 #include "fuzz/one_reply_server.h"
-#include "refhost/rtsp_session.h"
+#include "refhost/streams/rtsp_session.h"
 
 using namespace corvane;
 

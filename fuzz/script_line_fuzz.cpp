@@ -3,7 +3,7 @@
 // Input: the line.
 
 #include "fuzz/harness.h"
-#include "tools/vornhost/script_line.h"
+#include "tools/vornhost/calls/script_line.h"
 
 using namespace corvane;
 

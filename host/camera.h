@@ -344,7 +344,7 @@ public:
     virtual int ToCameraPos(int pos, int min, int max);
     virtual int ToNvrPos(int camPos, int min, int max);
 
-    // Adds every operation that can be called by name (see host/operations.h) to `registry`, which must not
+    // Adds every operation that can be called by name (see operations/operations.h) to `registry`, which must not
     // outlive the camera. A device's camera calls the base's first and then adds its own.
     virtual void registerOperations(COperationRegistry& registry);
 

@@ -1,6 +1,6 @@
 // What a camera answers to the CGIs of its head, and what it then does.
 
-#include "cgi.h"
+#include "model/cgi.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // How a simulated camera's head moves in time, and what it records and plays.
 
-#include "camera_head.h"
+#include "model/camera_head.h"
 
 #include <gtest/gtest.h>
 

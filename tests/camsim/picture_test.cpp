@@ -1,6 +1,6 @@
 // How a camera's settings and its focus let its pictures look.
 
-#include "development.h"
+#include "picture/development.h"
 
 #include <gmock/gmock.h>
 #include <gst/video/video.h>

@@ -1,6 +1,6 @@
 // How much the request log keeps.
 
-#include "request_log.h"
+#include "http/request_log.h"
 
 #include <gmock/gmock.h>
 

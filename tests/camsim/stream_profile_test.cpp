@@ -1,7 +1,7 @@
 // What a simulated camera makes of settings that are written, and how it then encodes its streams.
 
-#include "cgi_parameters.h"
-#include "stream_profile.h"
+#include "model/cgi_parameters.h"
+#include "model/stream_profile.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "camera/panasonic_camera.h"
-#include "host/operations.h"
+#include "operations/operations.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/stub_camera.h"
 

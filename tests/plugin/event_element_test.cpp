@@ -1,6 +1,6 @@
 // The event source element: what it pushes, when, and how it ends.
 
-#include "events/vornEventsynth.h"
+#include "events/eventsynth.h"
 #include "host/events.h"
 #include "host/gst_object.h"
 

@@ -1,5 +1,5 @@
-#include "host/operations.h"
-#include "refhost/plugin_library.h"
+#include "operations/operations.h"
+#include "refhost/base/plugin_library.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/plugin/stub_camera.h"
 

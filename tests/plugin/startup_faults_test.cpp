@@ -1,6 +1,6 @@
 #include "camera/panasonic_camera.h"
 
-#include "refhost/model_list_file.h"
+#include "refhost/models/model_list_file.h"
 #include "tests/plugin/fake_host.h"
 #include "tests/support/camsim_process.h"
 

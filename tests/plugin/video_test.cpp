@@ -2,7 +2,7 @@
 
 #include "camera/codec_conversion.h"
 
-#include "refhost/device_db.h"
+#include "refhost/base/device_db.h"
 #include "tests/plugin/camera_bench.h"
 
 #include <boost/algorithm/string/replace.hpp>

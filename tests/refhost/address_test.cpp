@@ -1,4 +1,4 @@
-#include "refhost/address.h"
+#include "refhost/base/address.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "host/handler.h"
 #include "host/log.h"
-#include "refhost/contexts.h"
+#include "refhost/devices/contexts.h"
 #include "tests/refhost/captured_stderr.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"

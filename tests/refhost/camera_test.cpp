@@ -2,9 +2,9 @@
 
 #include "host/camera.h"
 #include "host/controller.h"
-#include "host/operations.h"
+#include "operations/operations.h"
 #include "host/ptz_controller.h"
-#include "refhost/contexts.h"
+#include "refhost/devices/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"
 #include "tests/support/scripted_server.h"

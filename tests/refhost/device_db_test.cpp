@@ -1,4 +1,4 @@
-#include "refhost/device_db.h"
+#include "refhost/base/device_db.h"
 
 #include "tests/refhost/http_support.h"
 #include "tests/support/temporary_folder.h"

@@ -1,8 +1,8 @@
 // The device handler's base: its queries, one at a time, and its worker.
 
 #include "host/handler.h"
-#include "host/operations.h"
-#include "refhost/contexts.h"
+#include "operations/operations.h"
+#include "refhost/devices/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"
 #include "tests/support/scripted_server.h"

@@ -1,4 +1,4 @@
-#include "refhost/model_list_file.h"
+#include "refhost/models/model_list_file.h"
 
 #include "tests/support/temporary_folder.h"
 

@@ -1,4 +1,4 @@
-#include "host/operations.h"
+#include "operations/operations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "refhost/private_file.h"
+#include "refhost/base/private_file.h"
 
-#include "refhost/device_db.h"
+#include "refhost/base/device_db.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>

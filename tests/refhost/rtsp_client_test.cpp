@@ -1,9 +1,9 @@
 // What a camera is asked over RTSP, letter by letter, and what is made of all that it may answer.
 
-#include "refhost/rtsp_authentication.h"
-#include "refhost/rtsp_message.h"
-#include "refhost/rtsp_pipeline.h"
-#include "refhost/rtsp_session.h"
+#include "refhost/streams/rtsp_authentication.h"
+#include "refhost/streams/rtsp_message.h"
+#include "refhost/streams/rtsp_pipeline.h"
+#include "refhost/streams/rtsp_session.h"
 #include "tests/support/scripted_rtsp.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // What the pipeline makes of a camera's RTSP answers: why a stream cannot be had, and what comes out of it.
 
 #include "host/gst_object.h"
-#include "refhost/rtsp_pipeline.h"
+#include "refhost/streams/rtsp_pipeline.h"
 #include "tests/support/scripted_rtsp.h"
 #include "tests/support/wait_until.h"
 

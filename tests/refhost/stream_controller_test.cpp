@@ -2,7 +2,7 @@
 
 #include "host/gst_object.h"
 #include "host/stream_controller.h"
-#include "refhost/stream_location.h"
+#include "refhost/streams/stream_location.h"
 
 #include <gst/gst.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/vornhost/answers.h"
+#include "tools/vornhost/calls/answers.h"
 
 #include <gtest/gtest.h>
 

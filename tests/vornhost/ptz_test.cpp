@@ -1,5 +1,5 @@
 #include "tests/vornhost/vornhost_support.h"
-#include "tools/vornhost/ptz_pilot.h"
+#include "tools/vornhost/ptz/ptz_pilot.h"
 
 #include <csignal>
 

@@ -1,6 +1,6 @@
 // What a recording takes of the pictures and the sound that come to it.
 
-#include "tools/vornhost/recording.h"
+#include "tools/vornhost/recording/recording.h"
 
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"

@@ -1,4 +1,4 @@
-#include "tools/vornhost/script_line.h"
+#include "tools/vornhost/calls/script_line.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "tools/vornhost/table.h"
-#include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/console/table.h"
+#include "tools/vornhost/console/terminal_text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

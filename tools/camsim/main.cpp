@@ -1,12 +1,12 @@
-#include "authenticator.h"
-#include "camera.h"
-#include "camera_data.h"
-#include "camera_server.h"
-#include "control_interface.h"
-#include "input_keys.h"
+#include "net/authenticator.h"
+#include "model/camera.h"
+#include "model/camera_data.h"
+#include "http/camera_server.h"
+#include "control/control_interface.h"
+#include "control/input_keys.h"
 #include "options.h"
-#include "scenario.h"
-#include "state_file.h"
+#include "control/scenario.h"
+#include "control/state_file.h"
 
 #include <algorithm>
 #include <csignal>

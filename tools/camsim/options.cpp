@@ -1,6 +1,6 @@
 #include "options.h"
 
-#include "camera_data.h"
+#include "model/camera_data.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>

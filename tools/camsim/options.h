@@ -1,8 +1,8 @@
 #pragma once
 
-#include "authenticator.h"
-#include "connection_bounds.h"
-#include "listeners.h"
+#include "net/authenticator.h"
+#include "net/connection_bounds.h"
+#include "net/listeners.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,9 +1,9 @@
-#include "refhost/authentication_book.h"
-#include "refhost/log.h"
-#include "tools/vornhost/options.h"
-#include "tools/vornhost/output.h"
-#include "tools/vornhost/signals.h"
-#include "tools/vornhost/terminal_text.h"
+#include "refhost/http/authentication_book.h"
+#include "refhost/base/log.h"
+#include "tools/vornhost/session/options.h"
+#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

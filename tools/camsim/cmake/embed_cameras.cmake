@@ -8,7 +8,7 @@ foreach(name IN LISTS files)
   string(APPEND entries "    {\"${name}\", R\"camsim(${content})camsim\"},\n")
 endforeach()
 file(WRITE ${OUTPUT}
-  "#include \"embedded_cameras.h\"\n\nnamespace camsim {\n\n"
+  "#include \"model/embedded_cameras.h\"\n\nnamespace camsim {\n\n"
   "const std::map<std::string, std::string_view>& embeddedCameraFiles() {\n"
   "    static const std::map<std::string, std::string_view> files{\n${entries}    };\n"
   "    return files;\n}\n\n} // namespace camsim\n")

@@ -1,7 +1,7 @@
 #include "tools/vornhost/verbs/background_calls.h"
 
-#include "tools/vornhost/answers.h"
-#include "tools/vornhost/output.h"
+#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/console/output.h"
 
 namespace corvane::vornhost {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/vornhost/invocation.h"
+#include "tools/vornhost/calls/invocation.h"
 
 #include <condition_variable>
 #include <mutex>

@@ -1,7 +1,7 @@
 // A camera's report, for programs and for eyes.
 
-#include "tools/vornhost/table.h"
-#include "tools/vornhost/terminal_text.h"
+#include "tools/vornhost/console/table.h"
+#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/verbs/camera_report.h"
 
 namespace corvane::vornhost {

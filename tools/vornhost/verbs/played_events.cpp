@@ -1,7 +1,7 @@
 #include "tools/vornhost/verbs/played_events.h"
 
-#include "tools/vornhost/answers.h"
-#include "tools/vornhost/event_lines.h"
+#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/events/event_lines.h"
 
 #include <stdexcept>
 

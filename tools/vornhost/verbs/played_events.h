@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/event_stream.h"
-#include "tools/vornhost/line_writer.h"
+#include "tools/vornhost/events/event_stream.h"
+#include "tools/vornhost/console/line_writer.h"
 
 #include <map>
 #include <memory>

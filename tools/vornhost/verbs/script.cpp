@@ -1,8 +1,8 @@
-#include "refhost/whole_number.h"
-#include "tools/vornhost/answers.h"
-#include "tools/vornhost/device_session.h"
-#include "tools/vornhost/output.h"
-#include "tools/vornhost/script_line.h"
+#include "operations/whole_number.h"
+#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/script_line.h"
 #include "tools/vornhost/verbs/background_calls.h"
 #include "tools/vornhost/verbs/played_events.h"
 #include "tools/vornhost/verbs/played_streams.h"
@@ -108,7 +108,7 @@ private:
     void sleep(const Words& arguments) {
         static constexpr unsigned LongestSleep = 24 * 60 * 60 * 1000;
         const auto milliseconds =
-            arguments.size() == 1 ? refhost::ReadWholeNumber<unsigned>(arguments[0]) : std::nullopt;
+            arguments.size() == 1 ? operations::ReadWholeNumber<unsigned>(arguments[0]) : std::nullopt;
         if (!milliseconds || *milliseconds > LongestSleep)
             throw CLineFailure("expected `sleep MILLISECONDS`, from 0 to " + std::to_string(LongestSleep));
         std::this_thread::sleep_for(std::chrono::milliseconds(*milliseconds)); // all that the line asks for
@@ -118,7 +118,7 @@ private:
     void cancel(const Words& arguments) {
         std::optional<std::size_t> nthNewest = 1;
         if (!arguments.empty())
-            nthNewest = refhost::ReadWholeNumber<std::size_t>(arguments[0]);
+            nthNewest = operations::ReadWholeNumber<std::size_t>(arguments[0]);
         if (arguments.size() > 1 || nthNewest.value_or(0) == 0)
             throw CLineFailure("expected `controller.cancel` or `controller.cancel K`, K from 1");
         if (!calls_.cancel(*nthNewest))
@@ -160,7 +160,7 @@ private:
     void events(const Words& arguments) {
         const bool starts = arguments.size() == 2 && arguments[0] == "start";
         const bool readable = starts || (arguments.size() == 2 && arguments[0] == "stop");
-        const int input = readable ? refhost::ReadWholeNumber<int>(arguments[1]).value_or(-1) : -1;
+        const int input = readable ? operations::ReadWholeNumber<int>(arguments[1]).value_or(-1) : -1;
         if (input < 0)
             throw CLineFailure("expected `events start N` or `events stop N`, N from 0");
         if (starts)

@@ -1,6 +1,6 @@
-#include "tools/vornhost/answers.h"
-#include "tools/vornhost/output.h"
-#include "tools/vornhost/table.h"
+#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/table.h"
 #include "tools/vornhost/verbs/camera_report.h"
 #include "tools/vornhost/verbs/verb.h"
 

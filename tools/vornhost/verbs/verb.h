@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/exit_status.h"
-#include "tools/vornhost/options.h"
+#include "tools/vornhost/console/exit_status.h"
+#include "tools/vornhost/session/options.h"
 
 #include <memory>
 #include <vector>

@@ -1,0 +1,267 @@
+#include "refhost/base/device_db.h"
+
+#include "refhost/base/log.h"
+#include "refhost/base/private_file.h"
+
+#include "host/log.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <mutex>
+#include <utility>
+
+namespace corvane::refhost {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::COptional;
+using device_handler::v1_0::CString;
+using device_handler::v1_0::IDeviceDbProxy;
+using device_handler::v1_0::InputClass;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+
+constexpr int BusyTimeoutMilliseconds = 5000;
+constexpr const char* InMemory = ":memory:";
+
+// Says that a SQLite file is ours: "VORN" in ASCII.
+constexpr int ApplicationId = 0x564F524E;
+constexpr int SchemaVersion = 1;
+constexpr const char* Schema = R"(
+    CREATE TABLE device (
+        address TEXT PRIMARY KEY NOT NULL, family TEXT NOT NULL, serial TEXT NOT NULL
+    ) WITHOUT ROWID;
+    CREATE TABLE device_value (
+        address TEXT NOT NULL, key TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (address, key)
+    ) WITHOUT ROWID;
+    CREATE TABLE input_value (
+        address TEXT NOT NULL, class INTEGER NOT NULL, input INTEGER NOT NULL, key TEXT NOT NULL,
+        value TEXT NOT NULL, PRIMARY KEY (address, class, input, key)
+    ) WITHOUT ROWID;
+)";
+
+// The journal is emptied and synchronised at each commit, so a write that has returned outlasts a power cut.
+constexpr const char* Durability = "PRAGMA journal_mode = TRUNCATE; PRAGMA synchronous = FULL;";
+
+constexpr const char* ReadFamily = "SELECT family FROM device WHERE address = ?";
+constexpr const char* ReadValue = "SELECT value FROM device_value WHERE address = ? AND key = ?";
+constexpr const char* ReadInputValue =
+    "SELECT value FROM input_value WHERE address = ? AND class = ? AND input = ? AND key = ?";
+
+// A write of what is there already changes no row, and then SQLite writes nothing.
+constexpr const char* WriteDevice = "INSERT INTO device VALUES (?, ?, ?) ON CONFLICT DO UPDATE SET "
+                                    "family = excluded.family, serial = excluded.serial "
+                                    "WHERE family <> excluded.family OR serial <> excluded.serial";
+constexpr const char* WriteValue = "INSERT INTO device_value VALUES (?, ?, ?) ON CONFLICT DO UPDATE SET "
+                                   "value = excluded.value WHERE value <> excluded.value";
+constexpr const char* WriteInputValue =
+    "INSERT INTO input_value VALUES (?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
+    "value = excluded.value WHERE value <> excluded.value";
+
+// So that SQLite, which would give a new file to everybody, finds one that is the owner's alone; what it
+// writes beside it has the same rights.
+std::string madePrivate(const std::string& file) {
+    if (file.empty())
+        return InMemory;
+    const int descriptor = OpenPrivateFile(file, O_RDWR | O_CREAT);
+    if (descriptor < 0)
+        throw CDeviceDbError(PrivateFileFailure(errno));
+    ::close(descriptor);
+    return file;
+}
+
+std::string shownName(const std::string& file) {
+    return file.empty() ? "the device database in memory" : file;
+}
+
+void requireIntact(SQLite::Database& database) {
+    const std::string verdict = database.execAndGet("PRAGMA quick_check(1)").getString();
+    if (verdict != "ok")
+        throw CDeviceDbError("damaged: " + verdict);
+}
+
+// Run in a transaction: of two processes that open a new file at once, the second finds the schema in place.
+void requireSchema(SQLite::Database& database) {
+    const int id = database.execAndGet("PRAGMA application_id").getInt();
+    const int version = database.execAndGet("PRAGMA user_version").getInt();
+    const int objects = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt();
+    if (id == 0 && version == 0 && objects == 0) {
+        database.exec(Schema);
+        database.exec("PRAGMA application_id = " + std::to_string(ApplicationId));
+        database.exec("PRAGMA user_version = " + std::to_string(SchemaVersion));
+        return;
+    }
+    if (id != ApplicationId)
+        throw CDeviceDbError("is a database of something else");
+    if (version != SchemaVersion)
+        throw CDeviceDbError("has the schema version " + std::to_string(version) + ", not " +
+                             std::to_string(SchemaVersion));
+}
+
+} // namespace
+
+class CDeviceDb::CConnection {
+public:
+    explicit CConnection(const std::string& file)
+        : name_(shownName(file)),
+          database_(madePrivate(file), SQLite::OPEN_READWRITE, BusyTimeoutMilliseconds) {
+        database_.exec(Durability);
+        SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        requireIntact(database_);
+        requireSchema(database_);
+        transaction.commit();
+    }
+
+    template <class... Keys>
+    COptional<std::string> read(const char* query, const Keys&... keys) {
+        return guarded([&]() -> COptional<std::string> {
+            SQLite::Statement statement(database_, query);
+            bindAll(statement, keys...);
+            if (!statement.executeStep())
+                return {};
+            return statement.getColumn(0).getString();
+        });
+    }
+
+    template <class... Values>
+    void write(const char* command, const Values&... values) {
+        guarded([&] {
+            SQLite::Statement statement(database_, command);
+            bindAll(statement, values...);
+            return statement.exec();
+        });
+    }
+
+    void requireWritable();
+
+private:
+    template <class... Values>
+    static void bindAll(SQLite::Statement& statement, const Values&... values) {
+        int position = 0;
+        (statement.bind(++position, values), ...);
+    }
+
+    template <class Work>
+    auto guarded(const Work& work) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        try {
+            return work();
+        } catch (const SQLite::Exception& error) {
+            throw CDeviceDbError(name_ + ": " + error.what());
+        }
+    }
+
+    const std::string name_;
+    std::mutex mutex_; // guards database_
+    SQLite::Database database_;
+};
+
+void CDeviceDb::CConnection::requireWritable() {
+    guarded([&] {
+        const SQLite::Transaction takenBack(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement statement(database_, WriteValue);
+        bindAll(statement, std::string(), std::string(), std::string());
+        return statement.exec();
+    });
+}
+
+class CDeviceDb::CProxy : public IDeviceDbProxy {
+public:
+    CProxy(std::shared_ptr<CDeviceDb> database, std::string address)
+        : database_(std::move(database)), address_(std::move(address)) {}
+
+    std::string getFamily() const override {
+        try {
+            return database_->familyAt(address_).value_or("");
+        } catch (const CDeviceDbError& error) {
+            WriteLog(device_handler::v1_0::LogFailure, address_ + ": " + error.what());
+            return {};
+        }
+    }
+
+    CError readValue(const std::string& key, CString& value) const override {
+        return read(key, value, ReadValue, address_, key);
+    }
+
+    CError writeValue(const std::string& key, const CString& value) override {
+        return write(WriteValue, address_, key, value.str());
+    }
+
+    CError readInputValue(InputClass inputClass, int input, const std::string& key,
+                          CString& value) const override {
+        return read(key, value, ReadInputValue, address_, static_cast<int>(inputClass), input, key);
+    }
+
+    CError writeInputValue(InputClass inputClass, int input, const std::string& key,
+                           const CString& value) override {
+        return write(WriteInputValue, address_, static_cast<int>(inputClass), input, key, value.str());
+    }
+
+private:
+    static CError unavailable(const CDeviceDbError& error) {
+        return {RtnCode::DeviceDbUnavailable, Origin::General, error.what()};
+    }
+
+    template <class... Keys>
+    CError read(const std::string& name, CString& value, const char* query, const Keys&... keys) const {
+        try {
+            const COptional<std::string> found = database_->connection_->read(query, keys...);
+            if (!found)
+                return {RtnCode::NotSet, Origin::General, "the device database has no \"" + name + "\" here"};
+            value = *found;
+            return CError::Success();
+        } catch (const CDeviceDbError& error) {
+            return unavailable(error);
+        }
+    }
+
+    template <class... Values>
+    CError write(const char* command, const Values&... values) {
+        try {
+            database_->connection_->write(command, values...);
+            return CError::Success();
+        } catch (const CDeviceDbError& error) {
+            return unavailable(error);
+        }
+    }
+
+    const std::shared_ptr<CDeviceDb> database_;
+    const std::string address_;
+};
+
+CDeviceDb::CDeviceDb(const std::string& file) {
+    try {
+        connection_ = std::make_unique<CConnection>(file);
+    } catch (const std::exception& error) {
+        throw CDeviceDbError(shownName(file) + ": " + error.what());
+    }
+}
+
+CDeviceDb::~CDeviceDb() = default;
+
+std::shared_ptr<CDeviceDb> CDeviceDb::open(const std::string& file) {
+    return std::shared_ptr<CDeviceDb>(new CDeviceDb(file));
+}
+
+COptional<std::string> CDeviceDb::familyAt(const std::string& address) const {
+    return connection_->read(ReadFamily, address);
+}
+
+void CDeviceDb::registerDevice(const std::string& address, const std::string& familyName,
+                               const std::string& serialNumber) {
+    connection_->write(WriteDevice, address, familyName, serialNumber);
+}
+
+void CDeviceDb::requireWritable() {
+    connection_->requireWritable();
+}
+
+boost::shared_ptr<IDeviceDbProxy> CDeviceDb::proxy(const std::string& address) {
+    return boost::shared_ptr<IDeviceDbProxy>(new CProxy(shared_from_this(), address));
+}
+
+} // namespace corvane::refhost

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "refhost/base/auth_scheme.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace corvane::refhost {
+
+// The framework's log and trace: the one place that lines for people and files go through, and where secrets
+// are masked. Process-wide; every operation may be called from any thread.
+
+// The lowest level (see host/log.h) of the lines that are shown: LogFailure until it is set. Lines go to
+// standard error, masked and with blanks for line ends.
+void SetLogLevel(int level);
+// Whether lines of the level are shown, so that what nobody reads need not be written.
+bool IsLogShown(int level);
+void WriteLog(int level, const std::string& line);
+
+// From here on the text is masked wherever a line holds it, also where it is percent-encoded. A text that
+// turns up by chance (up to 3 characters, or up to 7 digits) would hide what is no secret, such as
+// "page=12345": it is masked only where a password's name stands before it ("password=12345"). Empty texts
+// are no secrets.
+void AddSecret(const std::string& secret);
+// The line with "***" for every secret, for the "user:password@" of any URL, and for Authorization lines.
+std::string MaskSecrets(const std::string& line);
+
+// One request on the wire, and its reply.
+struct SHttpRound {
+    int status = 0; // 0 when there was no HTTP status
+    double milliseconds = 0;
+};
+
+// One HTTP exchange with a device, as it was asked for.
+struct SHttpExchange {
+    std::string address; // HOST or HOST:PORT
+    std::string method;  // "GET" or "POST"
+    std::string path;    // with its query
+    std::string body;    // of a POST
+    int status = 0;      // 0 when there was no HTTP status
+    std::string failure; // what happened; empty for status 200
+    double milliseconds = 0;
+    AuthScheme authentication = AuthScheme::None; // of the credentials that went over the wire last
+    bool offersBasicAlone = false;                // of the schemes that were to be had, and with credentials
+    bool isBasicRefused = false;                  // what it failed for: it offers Basic alone
+    // What went over the wire for it: one round, or more where the device asked for credentials first; none
+    // where the device was never reached.
+    std::vector<SHttpRound> rounds;
+};
+
+// Shows each round of an exchange, and an exchange without any, as a JSON line on standard error:
+// {"method","path","body","status","ms"}.
+void SetTrace(bool on);
+
+// Is told each exchange, on the thread that made it, after it is over; an empty function ends that. Returns
+// when no earlier observer is running any more.
+void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer);
+
+// Called by the framework's HTTP client for each exchange.
+void ReportExchange(const SHttpExchange& exchange);
+
+} // namespace corvane::refhost

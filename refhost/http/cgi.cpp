@@ -1,0 +1,147 @@
+#include "host/cgi.h"
+
+#include "refhost/http/device_requests.h"
+#include "refhost/http/http_client.h"
+#include "refhost/base/percent_encoding.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace corvane::vorn_utility::v1_0 {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+using device_handler::v1_0::SVornUrl;
+using refhost::ExchangeHttp;
+using refhost::SHttpReply;
+using refhost::SHttpRequest;
+
+constexpr std::string_view Protocol = "http";
+constexpr int PostTimeout = 4;
+constexpr int NoStatus = 0;
+
+std::string pathWithQuery(const SVornUrl& url) {
+    std::string path = url.path;
+    if (path.empty() || path.front() != '/')
+        path.insert(0, 1, '/');
+    std::vector<std::string> parts;
+    for (const auto& [name, value] : url.parameters)
+        parts.push_back(refhost::PercentEncoded(name) + "=" + refhost::PercentEncoded(value));
+    parts.insert(parts.end(), url.queryKeys.begin(), url.queryKeys.end());
+    for (const std::string& part : parts) {
+        if (path.find('?') == std::string::npos)
+            path += '?';
+        else if (path.back() != '?' && path.back() != '&')
+            path += '&';
+        path += part;
+    }
+    return path;
+}
+
+RtnCode codeOf(int status) {
+    switch (status) {
+    case 200:
+        return RtnCode::Success;
+    case 401:
+        return RtnCode::AuthenticationFailed;
+    case NoStatus:
+        return RtnCode::NotAccessible;
+    default:
+        return RtnCode::OperationFailed;
+    }
+}
+
+CError resultOf(const SHttpReply& reply) {
+    const RtnCode code = codeOf(reply.status);
+    return code == RtnCode::Success ? CError::Success() : CError(code, Origin::Device, reply.failure);
+}
+
+std::vector<std::string_view> split(std::string_view reply, const std::string& delimiters) {
+    std::vector<std::string_view> pieces;
+    for (std::size_t start = 0; start <= reply.size();) {
+        const std::size_t end = std::min(reply.find_first_of(delimiters, start), reply.size());
+        if (end > start)
+            pieces.push_back(reply.substr(start, end - start));
+        start = end + 1;
+    }
+    return pieces;
+}
+
+std::string valueBehind(const std::string& key, const std::vector<std::string_view>& pieces) {
+    for (const std::string_view piece : pieces)
+        if (piece.substr(0, key.size()) == key)
+            return std::string(piece.substr(key.size()));
+    return {};
+}
+
+} // namespace
+
+CError CVornCgiLib::vornCgiGetRawResponse(const SVornUrl& url, const std::string& address,
+                                          const std::string& user, const std::string& password,
+                                          std::string& response, int timeout, const std::string& authScheme) {
+    if (strcasecmp(url.protocol.c_str(), Protocol.data()) != 0)
+        return {RtnCode::NotAccessible, Origin::Device, "protocol \"" + url.protocol + "\" is not spoken"};
+    SHttpRequest request;
+    request.address = address;
+    request.port = url.port;
+    request.path = pathWithQuery(url);
+    request.user = user;
+    request.password = password;
+    request.authScheme = authScheme;
+    request.timeout = timeout;
+    SHttpReply reply = ExchangeHttp(request);
+    CError result = resultOf(reply);
+    if (!result)
+        response = std::move(reply.body);
+    return result;
+}
+
+CError CVornCgiLib::vornCgiGetQueryResult(const SVornUrl& url, const std::string& address,
+                                          const std::string& user, const std::string& password,
+                                          std::vector<std::string>& values, int timeout,
+                                          const std::string& delimiters, const std::string& authScheme) {
+    std::string reply;
+    if (CError error = vornCgiGetRawResponse(url, address, user, password, reply, timeout, authScheme); error)
+        return error;
+    const std::vector<std::string_view> pieces = split(reply, delimiters);
+    const std::vector<std::string> keys = values.empty() ? url.queryKeys : values;
+    values.clear();
+    for (const std::string& key : keys)
+        values.push_back(valueBehind(key, pieces));
+    return CError::Success();
+}
+
+CHttpInterface::CHttpInterface(std::string user, std::string password)
+    : user_(std::move(user)), password_(std::move(password)) {}
+
+CHttpInterface::~CHttpInterface() = default;
+
+int CHttpInterface::Initialize() {
+    ready_ = true;
+    return 0;
+}
+
+int CHttpInterface::SetContent(const std::string& body, const std::string& url) {
+    const std::string scheme = std::string(Protocol) + "://";
+    if (!ready_ || strncasecmp(url.c_str(), scheme.c_str(), scheme.size()) != 0)
+        return NoStatus;
+    const std::size_t pathStart = std::min(url.find_first_of("/?", scheme.size()), url.size());
+    SVornUrl target;
+    target.path = url.substr(pathStart);
+    SHttpRequest request;
+    request.address = url.substr(scheme.size(), pathStart - scheme.size());
+    request.path = pathWithQuery(target);
+    request.user = user_;
+    request.password = password_;
+    request.authScheme = refhost::AnyAuthScheme;
+    request.timeout = PostTimeout;
+    request.form = body;
+    return ExchangeHttp(request).status;
+}
+
+} // namespace corvane::vorn_utility::v1_0

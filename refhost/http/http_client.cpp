@@ -1,0 +1,341 @@
+#include "refhost/http/http_client.h"
+
+#include "host/http_status.h"
+#include "refhost/base/address.h"
+#include "refhost/base/auth_scheme.h"
+#include "refhost/http/authentication_book.h"
+#include "refhost/http/http_handle_pool.h"
+#include "refhost/http/http_rounds.h"
+#include "refhost/base/log.h"
+
+#include <cerrno>
+#include <chrono>
+#include <new>
+#include <string_view>
+#include <utility>
+
+namespace corvane::refhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using device_handler::v1_0::COptional;
+using std::chrono::milliseconds;
+
+constexpr std::size_t LargestReplyMebibytes = 16;
+constexpr std::size_t LargestReply = LargestReplyMebibytes << 20;
+// libcurl keeps every line of the header, and of a trailer behind the body; a camera's header has some
+// twenty.
+constexpr std::size_t LargestHeaderKibibytes = 256;
+constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
+// A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
+constexpr long ReceiveBufferBytes = 4096;
+
+// "ANY" is any that a camera speaks. Of the others a stranger that is taken for a camera could learn what to
+// find the password out with, and this machine's name.
+constexpr const char* AnyScheme = "ANY";
+constexpr const char* BasicScheme = "BASIC";
+constexpr const char* DigestScheme = "DIGEST";
+constexpr struct {
+    const char* name;
+    unsigned long curlAuthentication;
+} AuthSchemes[] = {{AnyScheme, CURLAUTH_DIGEST | CURLAUTH_BASIC},
+                   {BasicScheme, CURLAUTH_BASIC},
+                   {DigestScheme, CURLAUTH_DIGEST}};
+
+COptional<unsigned long> curlAuthentication(const std::string& scheme) {
+    for (const auto& row : AuthSchemes)
+        if (scheme == row.name)
+            return row.curlAuthentication;
+    return {};
+}
+
+// What arrives of a reply: every byte of it counts, those of headers and trailers too.
+struct SReceived {
+    CHttpRounds& rounds;
+    std::string body;
+    std::size_t headerSize = 0;
+    bool headersEnded = false;
+    bool isHeaderTooLarge = false;
+    bool isBodyTooLarge = false;
+};
+
+std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
+    auto& reply = *static_cast<SReceived*>(received);
+    reply.headerSize += size;
+    reply.isHeaderTooLarge = reply.headerSize > LargestHeader;
+    if (reply.isHeaderTooLarge)
+        return 0;
+    const std::string_view line(data, size);
+    reply.rounds.headerLine(line);
+    if (line.substr(0, 5) == "HTTP/")
+        reply.headersEnded = false;
+    if (line == "\r\n" || line == "\n")
+        reply.headersEnded = true;
+    return size;
+}
+
+std::size_t onBody(char* data, std::size_t, std::size_t size, void* received) {
+    auto& reply = *static_cast<SReceived*>(received);
+    reply.isBodyTooLarge = reply.body.size() + size > LargestReply;
+    if (reply.isBodyTooLarge)
+        return 0;
+    reply.body.append(data, size);
+    return size;
+}
+
+void setFixedOptions(CURL* curl) {
+    constexpr struct {
+        CURLoption option;
+        long value;
+    } Options[] = {
+        {CURLOPT_NOSIGNAL, 1},       {CURLOPT_TCP_NODELAY, 1},
+        {CURLOPT_FOLLOWLOCATION, 0}, {CURLOPT_HTTP09_ALLOWED, 0},
+        {CURLOPT_MAXCONNECTS, 1},    {CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1},
+        {CURLOPT_PATH_AS_IS, 1},     {CURLOPT_BUFFERSIZE, ReceiveBufferBytes},
+        {CURLOPT_QUICK_EXIT, 1}, // a name look-up that hangs must not outlast the time-out
+    };
+    for (const auto& row : Options)
+        curl_easy_setopt(curl, row.option, row.value);
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http");
+    curl_easy_setopt(curl, CURLOPT_PROXY, "");
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, onHeaderLine);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, onBody);
+}
+
+void setCredentials(CURL* curl, const SHttpPeer& peer) {
+    const bool known = !peer.user.empty();
+    curl_easy_setopt(curl, CURLOPT_HTTPAUTH, *curlAuthentication(peer.authScheme));
+    curl_easy_setopt(curl, CURLOPT_USERNAME, known ? peer.user.c_str() : nullptr);
+    curl_easy_setopt(curl, CURLOPT_PASSWORD, known ? peer.password.c_str() : nullptr);
+}
+
+void setMethod(CURL* curl, const COptional<std::string>& form) {
+    // libcurl would ask the device to agree first, which costs a second where it does not know how.
+    static curl_slist* const withoutExpect = curl_slist_append(nullptr, "Expect:");
+    if (!form) {
+        curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, nullptr);
+        return;
+    }
+    curl_easy_setopt(curl, CURLOPT_POST, 1L);
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, withoutExpect);
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form->size()));
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, form->data());
+}
+
+constexpr const char* CutText = "connection closed in the middle of the reply";
+constexpr const char* NotHttpText = "the reply is not HTTP";
+
+constexpr struct {
+    CURLcode code;
+    const char* text;
+} FailureTexts[] = {
+    {CURLE_COULDNT_RESOLVE_HOST, "host not found"},
+    {CURLE_GOT_NOTHING, CutText},
+    {CURLE_PARTIAL_FILE, CutText},
+    {CURLE_WEIRD_SERVER_REPLY, NotHttpText},
+    {CURLE_UNSUPPORTED_PROTOCOL, NotHttpText},
+};
+
+std::string timedOutText(int seconds) {
+    return "timed out after " + std::to_string(seconds) + " s";
+}
+
+std::string failureText(CURL* curl, CURLcode code, const SReceived& received, const char* detail,
+                        int timeout) {
+    if (received.rounds.refusedRepetition())
+        return CutText;
+    if (received.isBodyTooLarge)
+        return "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB";
+    if (received.isHeaderTooLarge)
+        return "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB";
+    if (code == CURLE_OPERATION_TIMEDOUT)
+        return timedOutText(timeout);
+    long systemError = 0;
+    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
+    if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
+        return "connection refused";
+    if (code == CURLE_RECV_ERROR && systemError == ECONNRESET)
+        return CutText;
+    for (const auto& row : FailureTexts)
+        if (row.code == code)
+            return row.text;
+    return *detail ? detail : curl_easy_strerror(code);
+}
+
+std::string statusText(int status) {
+    const std::string reason = device_handler::v1_0::HttpStatusReason(status);
+    return "HTTP status " + std::to_string(status) + (reason.empty() ? "" : " ") + reason;
+}
+
+SHttpReply noStatus(std::string failure) {
+    SHttpReply reply;
+    reply.failure = std::move(failure);
+    return reply;
+}
+
+SHttpReply withStatus(int status) {
+    SHttpReply reply;
+    reply.status = status;
+    if (status != 200)
+        reply.failure = statusText(status);
+    return reply;
+}
+
+
+// Takes Basic away from what the request may use.
+void refuseBasic(SHttpPeer& peer) {
+    if (peer.authScheme == AnyScheme)
+        peer.authScheme = DigestScheme;
+    else if (peer.authScheme == BasicScheme)
+        peer.user = peer.password = "";
+}
+
+// One exchange with a device whose peer is known and checked.
+class CExchange {
+public:
+    CExchange(const SHttpRequest& request, SHttpPeer peer, bool isBasicRefused)
+        : request_(request),
+          peer_(std::move(peer)),
+          isBasicRefused_(isBasicRefused && !request.user.empty()),
+          deadline_(Clock::now() + std::chrono::seconds(request.timeout)) {}
+
+    SHttpReply run(CHttpRounds& rounds) {
+        CHttpHandlePool& pool = CHttpHandlePool::instance();
+        CCurlHandle handle = pool.take(peer_);
+        const bool kept = handle != nullptr;
+        if (!kept)
+            handle = freshHandle();
+        const bool mayKeep = pool.mayKeepConnection(peer_.address);
+        SHttpReply reply = perform(handle.get(), mayKeep, rounds);
+        if (rounds.refusedRepetition())
+            pool.beCautiousWith(peer_.address);
+        if (kept && reply.status == Unauthorized) {
+            // The device has forgotten its challenge, or wants another scheme by now, and did not say so.
+            handle = freshHandle();
+            reply = perform(handle.get(), mayKeep, rounds);
+        }
+        // A handle that was turned away, or never reached the device, is of no use to the next request.
+        if (reply.status == 0 ? kept : reply.status != Unauthorized)
+            pool.giveBack(peer_, std::move(handle));
+        return reply;
+    }
+
+private:
+    static constexpr int Unauthorized = 401;
+
+    static CCurlHandle freshHandle() {
+        CCurlHandle handle(curl_easy_init());
+        if (!handle)
+            throw std::bad_alloc();
+        return handle;
+    }
+
+    SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
+        const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
+        if (remaining <= milliseconds::zero()) // libcurl would wait for ever
+            return noStatus(timedOutText(request_.timeout));
+
+        SReceived received{rounds, {}};
+        char detail[CURL_ERROR_SIZE] = "";
+        setFixedOptions(curl);
+        setCredentials(curl, peer_);
+        setMethod(curl, request_.form);
+        if (curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str()) !=
+            CURLE_OK)
+            return noStatus("the request's URL is too long"); // the handle still has the one before
+        curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
+        curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
+        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
+        curl_easy_setopt(curl, CURLOPT_HEADERDATA, &received);
+        curl_easy_setopt(curl, CURLOPT_WRITEDATA, &received);
+        rounds.watch(curl);
+        const CURLcode code = curl_easy_perform(curl);
+        SHttpReply reply = judge(curl, code, std::move(received), detail);
+        rounds.stopWatching(curl); // the handle outlives both
+        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+        return reply;
+    }
+
+    SHttpReply judge(CURL* curl, CURLcode code, SReceived received, const char* detail) const {
+        if (received.rounds.refusedChallenge())
+            return withStatus(Unauthorized);
+        if (code != CURLE_OK)
+            return noStatus(failureText(curl, code, received, detail, request_.timeout));
+        if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
+            return noStatus(CutText);
+        long status = 0;
+        curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+        SHttpReply reply = withStatus(static_cast<int>(status));
+        reply.body = std::move(received.body);
+        reply.isBasicRefused = isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl);
+        if (reply.isBasicRefused)
+            reply.failure += BasicRefusedText;
+        return reply;
+    }
+
+    static bool offersBasicAlone(CURL* curl) {
+        long offered = 0;
+        curl_easy_getinfo(curl, CURLINFO_HTTPAUTH_AVAIL, &offered);
+        constexpr auto Spoken = static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC);
+        return (offered & Spoken) == static_cast<long>(CURLAUTH_BASIC);
+    }
+
+    const SHttpRequest& request_;
+    const SHttpPeer peer_;
+    const bool isBasicRefused_; // and there are credentials that could be shown
+    const Clock::time_point deadline_;
+};
+
+COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
+    const COptional<SAddress> own = ParseAddress(request.address);
+    if (!own)
+        return {};
+    const std::string address = AddressText(own->host, own->port.empty() ? request.port : own->port);
+    if (!ParseAddress(address))
+        return {};
+    return SHttpPeer{address, request.user, request.password, request.authScheme};
+}
+
+SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer, CHttpRounds& rounds) {
+    if (!peer)
+        return noStatus("\"" + request.address + "\" is no device address");
+    if (!curlAuthentication(request.authScheme))
+        return noStatus("unknown authentication scheme \"" + request.authScheme + "\"");
+    const bool isBasicRefused = CAuthenticationBook::instance().isRefused(peer->address);
+    SHttpPeer allowed = *peer;
+    if (isBasicRefused)
+        refuseBasic(allowed);
+    return CExchange(request, std::move(allowed), isBasicRefused).run(rounds);
+}
+
+} // namespace
+
+SHttpReply ExchangeHttp(const SHttpRequest& request) {
+    const Clock::time_point start = Clock::now();
+    const COptional<SHttpPeer> peer = peerOf(request);
+    CHttpRounds rounds;
+    SHttpReply reply = exchange(request, peer, rounds);
+
+    SHttpExchange told;
+    told.address = peer ? peer->address : request.address;
+    told.method = request.form ? "POST" : "GET";
+    told.path = request.path;
+    told.body = request.form.value_or("");
+    told.status = reply.status;
+    told.failure = reply.failure;
+    told.authentication = rounds.authentication();
+    told.isBasicRefused = reply.isBasicRefused;
+    // Of two Digest is taken.
+    const bool tookBasic = request.authScheme == AnyScheme && told.authentication == AuthScheme::Basic;
+    told.offersBasicAlone = tookBasic || reply.isBasicRefused;
+    told.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    told.rounds = rounds.end();
+    if (!told.rounds.empty())
+        told.rounds.back().status = reply.status; // none for a reply that was cut
+    CAuthenticationBook::instance().note(told);
+    ReportExchange(told);
+    return reply;
+}
+
+} // namespace corvane::refhost

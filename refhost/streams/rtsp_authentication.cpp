@@ -1,0 +1,139 @@
+#include "refhost/streams/rtsp_authentication.h"
+
+#include <glib.h>
+
+#include <strings.h>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <utility>
+
+namespace corvane::refhost {
+namespace {
+
+std::string md5(const std::string& text) {
+    gchar* const sum =
+        g_compute_checksum_for_string(G_CHECKSUM_MD5, text.data(), static_cast<gssize>(text.size()));
+    std::string result = sum;
+    g_free(sum);
+    return result;
+}
+
+std::string base64(const std::string& text) {
+    gchar* const encoded = g_base64_encode(reinterpret_cast<const guchar*>(text.data()), text.size());
+    std::string result = encoded;
+    g_free(encoded);
+    return result;
+}
+
+std::string quoted(const std::string& text) {
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result + "\"";
+}
+
+bool isScheme(const std::string& challenge, const char* name) {
+    const std::size_t length = std::strlen(name);
+    return strncasecmp(challenge.c_str(), name, length) == 0 &&
+           (challenge.size() == length || challenge[length] == ' ');
+}
+
+// The parameters of a challenge, by their names in small letters.
+std::map<std::string, std::string> parametersOf(const std::string& challenge) {
+    std::map<std::string, std::string> parameters;
+    std::size_t at = std::min(challenge.find(' '), challenge.size());
+    while (at < challenge.size()) {
+        at = challenge.find_first_not_of(" ,\t", at);
+        const std::size_t equals = challenge.find('=', at);
+        if (at == std::string::npos || equals == std::string::npos)
+            break;
+        gchar* const name = g_ascii_strdown(challenge.data() + at, static_cast<gssize>(equals - at));
+        std::string& value = parameters[name];
+        g_free(name);
+        at = equals + 1;
+        if (at < challenge.size() && challenge[at] == '"') {
+            for (++at; at < challenge.size() && challenge[at] != '"'; ++at)
+                value += challenge[at] == '\\' && at + 1 < challenge.size() ? challenge[++at] : challenge[at];
+            ++at;
+        } else {
+            const std::size_t end = std::min(challenge.find(',', at), challenge.size());
+            value = challenge.substr(at, end - at);
+            at = end;
+        }
+    }
+    return parameters;
+}
+
+} // namespace
+
+bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
+    if (!credentials_.isSet())
+        return false;
+    const Scheme before = scheme_;
+    scheme_ = Scheme::None;
+    bool isStale = false;
+    for (const auto& [name, challenge] : response.headers) {
+        if (strcasecmp(name.c_str(), "WWW-Authenticate") != 0)
+            continue;
+        auto parameters = parametersOf(challenge);
+        const std::string& algorithm = parameters["algorithm"];
+        const bool isMd5 = algorithm.empty() || strcasecmp(algorithm.c_str(), "MD5") == 0;
+        if (isScheme(challenge, "Digest") && isMd5 && scheme_ != Scheme::Digest) {
+            scheme_ = Scheme::Digest;
+            realm_ = parameters["realm"];
+            nonce_ = parameters["nonce"];
+            opaque_ = parameters["opaque"];
+            hasQop_ = parameters["qop"].find("auth") != std::string::npos;
+            uses_ = 0;
+            isStale = strcasecmp(parameters["stale"].c_str(), "true") == 0;
+        } else if (isScheme(challenge, "Basic") && scheme_ == Scheme::None) {
+            scheme_ = Scheme::Basic;
+        }
+    }
+    isBasicRefused_ = scheme_ == Scheme::Basic && credentials_.isBasicRefused();
+    if (isBasicRefused_)
+        scheme_ = Scheme::None;
+    if (scheme_ == Scheme::None || before == Scheme::None)
+        return scheme_ != Scheme::None;
+    return isStale && !std::exchange(isRenewed_, true);
+}
+
+std::string CRtspAuthentication::headerFor(const std::string& method, const std::string& url) {
+    switch (scheme_) {
+    case Scheme::None:
+        return {};
+    case Scheme::Basic:
+        return "Basic " + base64(credentials_.getUsername() + ":" + credentials_.getPassword());
+    case Scheme::Digest:
+        return digestFor(method, url);
+    }
+    return {};
+}
+
+std::string CRtspAuthentication::digestFor(const std::string& method, const std::string& url) {
+    const std::string user = credentials_.getUsername();
+    const std::string ofUser = md5(user + ":" + realm_ + ":" + credentials_.getPassword());
+    const std::string ofRequest = md5(method + ":" + url);
+    std::string header = "Digest username=" + quoted(user) + ", realm=" + quoted(realm_) +
+                         ", nonce=" + quoted(nonce_) + ", uri=" + quoted(url);
+    if (hasQop_) {
+        char count[9];
+        (void)std::snprintf(count, sizeof count, "%08x", ++uses_);
+        char clientNonce[17];
+        (void)std::snprintf(clientNonce, sizeof clientNonce, "%08x%08x", g_random_int(), g_random_int());
+        header += std::string(", qop=auth, nc=") + count + ", cnonce=" + quoted(clientNonce) + ", response=" +
+                  quoted(md5(ofUser + ":" + nonce_ + ":" + count + ":" + clientNonce + ":auth:" + ofRequest));
+    } else {
+        header += ", response=" + quoted(md5(ofUser + ":" + nonce_ + ":" + ofRequest));
+    }
+    if (!opaque_.empty())
+        header += ", opaque=" + quoted(opaque_);
+    return header;
+}
+
+} // namespace corvane::refhost

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "refhost/streams/rtsp_message.h"
+
+#include "host/authentication.h"
+
+#include <string>
+
+namespace corvane::refhost {
+
+// Answers a camera's challenges over RTSP, by Digest (MD5) where it is offered and else by Basic; no other
+// scheme is spoken, and Basic not where the credentials refuse it. Used on one thread.
+class CRtspAuthentication {
+public:
+    explicit CRtspAuthentication(device_handler::v1_0::CAuthentication credentials)
+        : credentials_(std::move(credentials)) {}
+
+    // A request is sent for the first time.
+    void beginRequest() { isRenewed_ = false; }
+    // Takes in a response with status 401. Whether the request is worth another attempt: the first time that
+    // a challenge can be answered, and once a request for a nonce that has grown old.
+    bool takeChallenge(const SRtspMessage& response);
+    // Whether the challenge that was taken in last offered Basic alone, which is refused.
+    bool isBasicRefused() const { return isBasicRefused_; }
+    // The Authorization header's value for a request; empty while nothing has asked for one.
+    std::string headerFor(const std::string& method, const std::string& url);
+
+private:
+    enum class Scheme { None, Basic, Digest };
+
+    std::string digestFor(const std::string& method, const std::string& url);
+
+    const device_handler::v1_0::CAuthentication credentials_;
+    Scheme scheme_ = Scheme::None;
+    std::string realm_;
+    std::string nonce_;
+    std::string opaque_;
+    bool hasQop_ = false;
+    unsigned uses_ = 0; // of the nonce
+    bool isBasicRefused_ = false;
+    bool isRenewed_ = false; // the nonce, for the request under way
+};
+
+} // namespace corvane::refhost

@@ -1,0 +1,150 @@
+#include "refhost/streams/rtsp_connection.h"
+
+#include "host/error.h"
+#include "refhost/base/address.h"
+#include "refhost/streams/rtsp_pipeline.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace corvane::refhost {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+
+constexpr std::size_t ReadSize = std::size_t{16} << 10;
+constexpr int StandardPort = 554;
+constexpr const char* Scheme = "rtsp://";
+
+CError notAccessible(const std::string& text) {
+    return {RtnCode::NotAccessible, Origin::Device, text};
+}
+
+CError unusable(const std::string& text) {
+    return {RtnCode::OperationFailed, Origin::Device, text};
+}
+
+// The caller's is taken.
+CError connectionFailure(GError* error) {
+    std::string text = std::string(rtsp_failure::NotConnected) + ": " + error->message;
+    if (error->domain == G_RESOLVER_ERROR)
+        text = rtsp_failure::HostNotFound;
+    else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_REFUSED))
+        text = rtsp_failure::Refused;
+    else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT))
+        text = rtsp_failure::TimedOut;
+    g_error_free(error);
+    return notAccessible(text);
+}
+
+void throwUnlessWouldBlock(GError* error) {
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
+        g_error_free(error);
+        return;
+    }
+    const bool isClosed = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_CLOSED) ||
+                          g_error_matches(error, G_IO_ERROR, G_IO_ERROR_BROKEN_PIPE);
+    if (!isClosed)
+        throw connectionFailure(error);
+    g_error_free(error);
+    throw CRtspConnection::SClosed{true};
+}
+
+} // namespace
+
+void CRtspConnection::open(const std::string& url) {
+    const std::string authority = url.compare(0, std::char_traits<char>::length(Scheme), Scheme) == 0
+                                      ? url.substr(std::char_traits<char>::length(Scheme))
+                                      : std::string();
+    const auto address = ParseAddress(authority.substr(0, authority.find_first_of("/?")));
+    if (!address)
+        throw CError(RtnCode::NotSupported, Origin::General, "\"" + url + "\" is no location for RTSP");
+    close();
+    std::string host = address->host;
+    if (host.front() == '[')
+        host = host.substr(1, host.size() - 2);
+    const int port = address->port.empty() ? StandardPort : std::atoi(address->port.c_str());
+    GSocketConnectable* const target = g_network_address_new(host.c_str(), static_cast<guint16>(port));
+    GSocketClient* const client = g_socket_client_new();
+    g_socket_client_set_timeout(client, static_cast<guint>(AnswerTime.count()));
+    g_socket_client_set_enable_proxy(client, FALSE);
+    GError* error = nullptr;
+    connection_ = g_socket_client_connect(client, target, cancellable_, &error);
+    g_object_unref(client);
+    g_object_unref(target);
+    if (!connection_)
+        throw connectionFailure(error);
+    socket_ = g_socket_connection_get_socket(connection_);
+    g_socket_set_blocking(socket_, FALSE);
+    g_socket_set_timeout(socket_, 0);
+}
+
+CRtspReader::Item CRtspConnection::nextItem(Clock::time_point deadline) {
+    for (;;) {
+        const CRtspReader::Item item = reader_.next();
+        if (item == CRtspReader::Item::TooLarge)
+            throw unusable(rtsp_failure::TooLarge);
+        if (item == CRtspReader::Item::NotRtsp)
+            throw unusable(rtsp_failure::NotRtsp);
+        if (item != CRtspReader::Item::None || !read(deadline))
+            return item;
+    }
+}
+
+bool CRtspConnection::read(Clock::time_point deadline) {
+    if (!waitFor(G_IO_IN, deadline))
+        return false;
+    char bytes[ReadSize];
+    GError* error = nullptr;
+    const gssize count = g_socket_receive(socket_, bytes, sizeof bytes, cancellable_, &error);
+    if (count > 0)
+        reader_.add(bytes, static_cast<std::size_t>(count));
+    else if (count == 0)
+        throw SClosed{};
+    else
+        throwUnlessWouldBlock(error);
+    return true;
+}
+
+void CRtspConnection::write(const std::string& text) {
+    const Clock::time_point deadline = Clock::now() + AnswerTime;
+    for (std::size_t sent = 0; sent < text.size();) {
+        GError* error = nullptr;
+        const gssize count =
+            g_socket_send(socket_, text.data() + sent, text.size() - sent, cancellable_, &error);
+        if (count >= 0) {
+            sent += static_cast<std::size_t>(count);
+            continue;
+        }
+        throwUnlessWouldBlock(error);
+        if (!waitFor(G_IO_OUT, deadline))
+            throw notAccessible(rtsp_failure::TimedOut);
+    }
+}
+
+bool CRtspConnection::waitFor(GIOCondition condition, Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now()).count();
+    GError* error = nullptr;
+    if (g_socket_condition_timed_wait(socket_, condition, std::max<gint64>(left, 0), cancellable_, &error))
+        return true;
+    const bool isLate = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT);
+    if (!isLate)
+        throw connectionFailure(error);
+    g_error_free(error);
+    return false;
+}
+
+void CRtspConnection::close() {
+    g_clear_object(&connection_);
+    socket_ = nullptr;
+    reader_ = {};
+}
+
+void CRtspConnection::writeWithoutWaiting(const std::string& text) {
+    if (socket_)
+        g_socket_send(socket_, text.data(), text.size(), nullptr, nullptr);
+}
+
+} // namespace corvane::refhost

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "refhost/streams/rtsp_media.h"
+#include "refhost/streams/rtsp_session.h"
+
+#include <gst/app/gstappsrc.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace corvane::refhost {
+
+// One stream on its way from a camera into a pipeline, which owns the elements: on a thread of its own it
+// asks for the stream, and puts packets in at one end of a chain whose other end frames come out of.
+class CRtspReception : private IRtspReceiver {
+public:
+    CRtspReception(const SRtspMedia& wanted, std::string url,
+                   const device_handler::v1_0::CAuthentication& credentials);
+    ~CRtspReception() override; // stop() has been
+
+    // Adds the chain to `bin`, with a pad of that name where the frames come out. Fails with
+    // (OperationFailed, General) when an element is not installed.
+    device_handler::v1_0::CError addTo(GstBin* bin, const char* padName);
+    // How the frames' times are made; "slave" or "synced", as GStreamer has it.
+    void setTiming(const char* mode);
+
+    // Starts the thread; fails with (OperationFailed, General) when there is none to be had.
+    device_handler::v1_0::CError start();
+    // Ends the exchange with the camera, at once; join() waits for the thread, once nobody holds up its
+    // packets any more.
+    void cancel() { session_.cancel(); }
+    void join();
+
+    bool holds(GstObject* element) const;
+    // Why the stream has ended; a success while it has not failed.
+    device_handler::v1_0::CError failure() const;
+
+private:
+    bool takes(GstCaps* medium) override;
+    device_handler::v1_0::CError refusal() const override { return choice_.refusal(); }
+    bool packetComes(GstBuffer* packet) override;
+
+    void receive();
+    static GstPadProbeReturn frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer reception);
+
+    const SRtspMedia& wanted_;
+    CRtspChoice choice_;
+    CRtspSession session_;
+    GstElement* source_ = nullptr;
+    GstElement* buffer_ = nullptr;
+    GstElement* chain_ = nullptr;
+    std::thread thread_;
+    std::atomic<std::size_t> sinceFrame_{0}; // bytes that have come since a frame was whole
+    mutable std::mutex mutex_;
+    device_handler::v1_0::CError failure_ = device_handler::v1_0::CError::Success(); // guarded by mutex_
+};
+
+} // namespace corvane::refhost

@@ -1,0 +1,306 @@
+#include "refhost/streams/rtsp_session.h"
+
+#include "refhost/base/auth_scheme.h"
+#include "refhost/streams/rtsp_authentication.h"
+#include "refhost/streams/rtsp_connection.h"
+#include "refhost/streams/rtsp_message.h"
+#include "refhost/streams/rtsp_pipeline.h"
+
+#include <gst/sdp/gstsdpmessage.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+namespace corvane::refhost {
+namespace {
+
+using Clock = CRtspConnection::Clock;
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+
+constexpr std::chrono::seconds DefaultSessionTime(60);
+constexpr int HttpOk = 200;
+constexpr int Unauthorized = 401;
+constexpr const char* Scheme = "rtsp://";
+
+CError notAccessible(const std::string& text) {
+    return {RtnCode::NotAccessible, Origin::Device, text};
+}
+
+CError unusable(const std::string& text) {
+    return {RtnCode::OperationFailed, Origin::Device, text};
+}
+
+CError statusFailure(const SRtspMessage& response, const std::string& reason = {}) {
+    const std::string location = response.header("Location");
+    return {response.status == Unauthorized ? RtnCode::AuthenticationFailed : RtnCode::OperationFailed,
+            Origin::Device,
+            rtsp_failure::Status + std::to_string(response.status) + " " + response.reason +
+                (location.empty() ? "" : ", to " + location) + reason};
+}
+
+// The text behind "NAME=" among parameters that a ";" parts; empty when there is none.
+std::string parameterOf(const std::string& header, const std::string& name) {
+    for (std::size_t begin = 0; begin < header.size();) {
+        begin = std::min(header.find_first_not_of(" \t", begin), header.size());
+        const std::size_t end = std::min(header.find(';', begin), header.size());
+        if (header.compare(begin, name.size() + 1, name + "=") == 0)
+            return header.substr(begin + name.size() + 1, end - begin - name.size() - 1);
+        begin = end + 1;
+    }
+    return {};
+}
+
+// What the camera has said and goes into a request as it is; throws when it would be more than one word
+// there.
+const std::string& oneWord(const std::string& text) {
+    if (std::any_of(text.begin(), text.end(), [](char c) { return g_ascii_iscntrl(c) || c == ' '; }))
+        throw unusable(rtsp_failure::NotRtsp);
+    return text;
+}
+
+// A medium's location, from its "control" attribute and what that is relative to.
+std::string controlUrl(const std::string& base, const gchar* control) {
+    if (!control || std::string(control) == "*" || !*control)
+        return base;
+    if (g_ascii_strncasecmp(control, Scheme, std::char_traits<char>::length(Scheme)) == 0)
+        return control;
+    return base + (base.back() == '/' ? "" : "/") + control;
+}
+
+struct SSdpDeleter {
+    void operator()(GstSDPMessage* message) const { gst_sdp_message_free(message); }
+};
+
+// The caps of a medium's packets, with what the description says of it.
+GstCaps* capsOf(const GstSDPMedia* media) {
+    const gchar* const format = gst_sdp_media_get_format(media, 0);
+    const int payload = format ? std::atoi(format) : 0;
+    GstCaps* caps = gst_sdp_media_get_caps_from_media(media, payload);
+    if (!caps)
+        caps = gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING,
+                                   gst_sdp_media_get_media(media), "payload", G_TYPE_INT, payload, nullptr);
+    gst_structure_set_name(gst_caps_get_structure(caps, 0), "application/x-rtp");
+    gst_sdp_media_attributes_to_caps(media, caps);
+    return caps;
+}
+
+} // namespace
+
+// One run of a session. Its steps throw the CError that ends it.
+class CRtspSession::CExchange {
+public:
+    CExchange(const std::string& url, const CAuthentication& credentials, IRtspReceiver& receiver,
+              GCancellable* cancellable)
+        : url_(url), authentication_(credentials), receiver_(receiver), connection_(cancellable) {}
+    ~CExchange() { tearDown(); }
+    CExchange(const CExchange&) = delete;
+    CExchange& operator=(const CExchange&) = delete;
+
+    void run() {
+        connection_.open(url_);
+        setUp(describe());
+        play();
+        receive();
+    }
+
+private:
+    using Item = CRtspReader::Item;
+    using SClosed = CRtspConnection::SClosed;
+
+    struct SDescription {
+        std::string session; // the location to play
+        std::string medium;  // the location to set up
+    };
+
+    // The camera need not keep a stream that nobody reads any more; whether it hears of that does not matter.
+    void tearDown() {
+        if (!session_.empty())
+            connection_.writeWithoutWaiting(requestText("TEARDOWN", playUrl_, {}));
+    }
+
+    SDescription describe() {
+        const SRtspMessage response = ask("DESCRIBE", url_, "Accept: application/sdp\r\n");
+        GstSDPMessage* made = nullptr;
+        gst_sdp_message_new(&made);
+        const std::unique_ptr<GstSDPMessage, SSdpDeleter> description(made);
+        if (response.body.empty() ||
+            gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(response.body.data()),
+                                         static_cast<guint>(response.body.size()),
+                                         description.get()) != GST_SDP_OK)
+            throw unusable(rtsp_failure::NoDescription);
+        std::string base = response.header("Content-Base");
+        if (base.empty())
+            base = url_;
+        for (guint i = 0; i < gst_sdp_message_medias_len(description.get()); ++i) {
+            const GstSDPMedia* const media = gst_sdp_message_get_media(description.get(), i);
+            GstCaps* const caps = capsOf(media);
+            const bool isTaken = receiver_.takes(caps);
+            gst_caps_unref(caps);
+            if (isTaken)
+                return {oneWord(controlUrl(base,
+                                           gst_sdp_message_get_attribute_val(description.get(), "control"))),
+                        oneWord(controlUrl(base, gst_sdp_media_get_attribute_val(media, "control")))};
+        }
+        throw receiver_.refusal();
+    }
+
+    void setUp(const SDescription& description) {
+        const SRtspMessage response =
+            ask("SETUP", description.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
+        const std::string channels = parameterOf(response.header("Transport"), "interleaved");
+        channel_ = std::atoi(channels.c_str());
+        const std::string session = response.header("Session");
+        session_ = oneWord(session.substr(0, session.find(';')));
+        const int seconds = std::atoi(parameterOf(session, "timeout").c_str());
+        sessionTime_ = seconds > 0 ? std::chrono::seconds(seconds) : DefaultSessionTime;
+        playUrl_ = description.session;
+    }
+
+    void play() {
+        isPlaying_ = true; // packets may come before the answer
+        (void)ask("PLAY", playUrl_, "Range: npt=0.000-\r\n");
+    }
+
+    // Until the camera ends the stream or nobody wants more.
+    void receive() {
+        Clock::time_point keepAlive = Clock::now() + sessionTime_ / 2;
+        try {
+            while (!isEnough_) {
+                switch (connection_.nextItem(keepAlive)) {
+                case Item::Packet:
+                    takePacket();
+                    break;
+                case Item::Message:
+                    answer();
+                    break;
+                default: // nothing came for so long
+                    break;
+                }
+                if (Clock::now() >= keepAlive) {
+                    send("GET_PARAMETER", playUrl_, {});
+                    keepAlive = Clock::now() + sessionTime_ / 2;
+                }
+            }
+        } catch (const SClosed& closed) {
+            if (closed.isBrokenOff)
+                throw notAccessible(rtsp_failure::Closed);
+        }
+    }
+
+    // A request and its answer, which is a success; with credentials once the camera asks for them.
+    SRtspMessage ask(const char* method, const std::string& url, const std::string& headers) {
+        bool isAskedAgain = false;
+        authentication_.beginRequest();
+        for (;;) {
+            try {
+                send(method, url, headers);
+                SRtspMessage response = awaitResponse();
+                if (response.status == HttpOk)
+                    return response;
+                if (response.status != Unauthorized || !authentication_.takeChallenge(response))
+                    throw statusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
+                isAskedAgain = true;
+            } catch (const SClosed&) {
+                // Some close the connection behind their challenge.
+                if (!session_.empty() || !std::exchange(isAskedAgain, false))
+                    throw notAccessible(rtsp_failure::Closed);
+                connection_.open(url_);
+            }
+        }
+    }
+
+    SRtspMessage awaitResponse() {
+        const Clock::time_point deadline = Clock::now() + CRtspConnection::AnswerTime;
+        for (;;) {
+            const Item item = connection_.nextItem(deadline);
+            if (item == Item::None || Clock::now() >= deadline) // or whatever else comes without a pause
+                throw notAccessible(rtsp_failure::TimedOut);
+            if (item == Item::Packet)
+                takePacket();
+            else if (connection_.item().message().status == 0)
+                answer();
+            else if (connection_.item().message().header("CSeq") == std::to_string(sequence_))
+                return std::move(connection_.item().message());
+        }
+    }
+
+    void takePacket() {
+        if (!isPlaying_ || connection_.item().channel() != channel_)
+            return;
+        std::string& packet = connection_.item().packet();
+        GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, packet.size(), nullptr);
+        gst_buffer_fill(buffer, 0, packet.data(), packet.size());
+        isEnough_ = !receiver_.packetComes(buffer);
+    }
+
+    // A request of the camera's own is none that is understood here. Of the answers to signs of life only one
+    // matters: what the next is to be signed with.
+    void answer() {
+        const SRtspMessage& message = connection_.item().message();
+        if (message.status == Unauthorized) {
+            authentication_.beginRequest();
+            (void)authentication_.takeChallenge(message);
+        } else if (message.status == 0) {
+            connection_.write("RTSP/1.0 501 Not Implemented\r\nCSeq: " + message.header("CSeq") + "\r\n\r\n");
+        }
+    }
+
+    std::string requestText(const char* method, const std::string& url, const std::string& headers) {
+        std::string text = std::string(method) + " " + url +
+                           " RTSP/1.0\r\nCSeq: " + std::to_string(++sequence_) + "\r\nUser-Agent: vorn\r\n";
+        if (const std::string authorization = authentication_.headerFor(method, url); !authorization.empty())
+            text += "Authorization: " + authorization + "\r\n";
+        if (!session_.empty())
+            text += "Session: " + session_ + "\r\n";
+        return text + headers + "\r\n";
+    }
+
+    void send(const char* method, const std::string& url, const std::string& headers) {
+        connection_.write(requestText(method, url, headers));
+    }
+
+    const std::string& url_;
+    CRtspAuthentication authentication_;
+    IRtspReceiver& receiver_;
+    CRtspConnection connection_;
+    unsigned sequence_ = 0;
+    std::string session_; // what the camera calls it
+    std::chrono::milliseconds sessionTime_ = DefaultSessionTime;
+    std::string playUrl_;
+    int channel_ = 0;
+    bool isPlaying_ = false;
+    bool isEnough_ = false;
+};
+
+CRtspSession::CRtspSession(std::string url, CAuthentication credentials, IRtspReceiver& receiver)
+    : url_(std::move(url)),
+      credentials_(std::move(credentials)),
+      receiver_(receiver),
+      cancellable_(g_cancellable_new()) {}
+
+CRtspSession::~CRtspSession() {
+    g_object_unref(cancellable_);
+}
+
+CError CRtspSession::run() {
+    try {
+        CExchange(url_, credentials_, receiver_, cancellable_).run();
+        return CError::Success();
+    } catch (const CError& error) {
+        return error;
+    } catch (const std::exception& failure) { // short of memory
+        return {RtnCode::OperationFailed, Origin::General, failure.what()};
+    }
+}
+
+void CRtspSession::cancel() {
+    g_cancellable_cancel(cancellable_);
+}
+
+} // namespace corvane::refhost

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "model/camera.h"
+#include "net/event_loop.h"
+
+#include <termios.h>
+
+namespace camsim {
+
+/// While this object lives, the keys 1, 2, 3... at the terminal that the program runs in toggle the alarm
+/// inputs of a camera. Has no effect when standard input is no terminal, or another program's.
+class InputKeys {
+public:
+    /// `loop` must be stopped before this object ends.
+    InputKeys(Camera& camera, EventLoop& loop);
+    ~InputKeys();
+    InputKeys(const InputKeys&) = delete;
+    InputKeys& operator=(const InputKeys&) = delete;
+
+private:
+    void readKeys();
+    void toggle(int terminal);
+
+    Camera& camera_;
+    EventLoop& loop_;
+    bool reads_ = false;
+    termios before_{};
+};
+
+} // namespace camsim

@@ -1,0 +1,187 @@
+#include "http/http_daemon.h"
+
+#include "http/fault_replies.h"
+#include "model/numbers.h"
+#include "net/sockets.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+
+namespace camsim {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds longestLookPeriod{1000};
+/// Looks are so much more frequent than the shortest time that is measured by them.
+constexpr int looksPerTime = 4;
+/// Connections that are ended already and not yet gone.
+constexpr unsigned leaving = 64;
+
+constexpr std::string_view bodyIsTooLong = "HTTP/1.1 413 Content Too Large\r\nConnection: close\r\n"
+                                           "Content-Length: 0\r\n\r\n";
+
+} // namespace
+
+HttpDaemon::HttpDaemon(EventLoop& loop, Limits limits, Callbacks callbacks)
+    : loop_(loop),
+      limits_(std::move(limits)),
+      callbacks_(callbacks),
+      lookPeriod_(std::min({longestLookPeriod, limits_.times.header / looksPerTime,
+                            limits_.times.body / looksPerTime, limits_.times.idle / looksPerTime})),
+      tooLong_("The body is longer than " + std::to_string(limits_.body) + " bytes\r\n"),
+      full_(limits_.whoServes + ": as many connections are open as may be (" +
+            std::to_string(limits_.connections) +
+            "): those that have asked nothing are ended for others, or others turned away") {}
+
+void HttpDaemon::start() {
+    // Not the daemon's own thread: when as many connections as it looks at in one go are ready, libmicrohttpd
+    // 0.9.75 waits for yet another before it serves them.
+    const unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME;
+    daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &HttpDaemon::onRequest, this, //
+                               MHD_OPTION_URI_LOG_CALLBACK, callbacks_.target, callbacks_.self,
+                               MHD_OPTION_NOTIFY_COMPLETED, &HttpDaemon::onCompleted, this,
+                               MHD_OPTION_NOTIFY_CONNECTION, &HttpDaemon::onConnection, this,
+                               MHD_OPTION_CONNECTION_LIMIT,
+                               static_cast<unsigned>(limits_.connections) + leaving, //
+                               MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits_.header, MHD_OPTION_END);
+    if (daemon_ == nullptr)
+        throw std::runtime_error(limits_.whoServes + ": the HTTP daemon does not start");
+    const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+    loop_.watch(events, EPOLLIN, [this] { run(); });
+    loop_.after(lookPeriod_, [this] { endOverdue(); });
+}
+
+void HttpDaemon::stop() {
+    if (daemon_ == nullptr)
+        return;
+    MHD_run(daemon_); // a daemon must not be stopped before what was resumed goes on
+    MHD_stop_daemon(daemon_);
+    daemon_ = nullptr;
+}
+
+void HttpDaemon::run() {
+    MHD_run(daemon_);
+    MHD_UNSIGNED_LONG_LONG wait = 0;
+    if (runIsDue_ || MHD_get_timeout(daemon_, &wait) != MHD_YES)
+        return;
+    runIsDue_ = true;
+    loop_.after(milliseconds(wait), [this] {
+        runIsDue_ = false;
+        run();
+    });
+}
+
+int HttpDaemon::descriptorOf(MHD_Connection* connection) {
+    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
+bool HttpDaemon::waitsForItsClient(const Connection& connection) {
+    return connection.phase == Phase::Header || connection.phase == Phase::Body;
+}
+
+bool HttpDaemon::hasRoom() {
+    if (connections_.size() < limits_.connections)
+        return true;
+    full_.say();
+    const auto first =
+        std::min_element(connections_.begin(), connections_.end(), [](const auto& one, const auto& other) {
+            const bool waits = waitsForItsClient(one.second);
+            return waits == waitsForItsClient(other.second) ? one.second.deadline < other.second.deadline
+                                                            : waits;
+        });
+    if (!waitsForItsClient(first->second))
+        return false;
+    end(*first);
+    run();
+    return connections_.size() < limits_.connections;
+}
+
+bool HttpDaemon::add(int fd, const sockaddr_in& peer) {
+    endWhenUnread(fd, limits_.times.unread);
+    enter(connections_[fd], Phase::Header, limits_.times.header);
+    if (MHD_add_connection(daemon_, fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != MHD_YES) {
+        connections_.erase(fd);
+        return false;
+    }
+    run();
+    return true;
+}
+
+void HttpDaemon::enter(Connection& connection, Phase phase, milliseconds longest) {
+    const Clock::time_point now = Clock::now();
+    connection = {phase, now, now + longest};
+}
+
+void HttpDaemon::end(Connections::value_type& connection) {
+    connection.second.phase = Phase::Ended;
+    shutdown(connection.first, SHUT_RDWR);
+}
+
+/// libmicrohttpd itself would not notice that a client is gone which closed right behind the first part of a
+/// request, nor one that sends its request byte by byte.
+void HttpDaemon::endOverdue() {
+    const Clock::time_point now = Clock::now();
+    for (auto& connection : connections_) {
+        const Connection& state = connection.second;
+        // One that has just entered a phase may have sent more before it closed.
+        const bool gone = state.since + lookPeriod_ <= now && peerHasClosed(connection.first);
+        if (waitsForItsClient(state) && (state.deadline <= now || gone))
+            end(connection);
+    }
+    run();
+    loop_.after(lookPeriod_, [this] { endOverdue(); });
+}
+
+bool HttpDaemon::announcesTooMuch(MHD_Connection* connection) const {
+    const char* length =
+        MHD_lookup_connection_value(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_LENGTH);
+    return length != nullptr && parseNumber<uint64_t>(length).value_or(0) > limits_.body;
+}
+
+MHD_Result HttpDaemon::onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
+                                 const char* version, const char* upload, size_t* uploadSize,
+                                 void** context) {
+    auto& daemon = *static_cast<HttpDaemon*>(self);
+    const int fd = descriptorOf(connection);
+    Connection& state = daemon.connections_[fd];
+    if (state.phase == Phase::Header) {
+        daemon.enter(state, Phase::Body, daemon.limits_.times.body);
+        if (daemon.announcesTooMuch(connection))
+            return sendReply(connection, {MHD_HTTP_CONTENT_TOO_LARGE,
+                                          daemon.tooLong_,
+                                          {{MHD_HTTP_HEADER_CONTENT_TYPE, "text/plain"}}});
+    } else if (state.phase == Phase::Body && *uploadSize == 0) {
+        daemon.enter(state, Phase::Answer, {});
+    }
+    state.bodySize += *uploadSize;
+    if (state.bodySize > daemon.limits_.body) {
+        // In the middle of a body the daemon takes no answer.
+        ::send(fd, bodyIsTooLong.data(), bodyIsTooLong.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        return MHD_NO;
+    }
+    return daemon.callbacks_.request(daemon.callbacks_.self, connection, url, method, version, upload,
+                                     uploadSize, context);
+}
+
+void HttpDaemon::onCompleted(void* self, MHD_Connection* connection, void** context,
+                             MHD_RequestTerminationCode reason) {
+    auto& daemon = *static_cast<HttpDaemon*>(self);
+    Connection& state = daemon.connections_[descriptorOf(connection)];
+    if (state.phase != Phase::Ended)
+        daemon.enter(state, Phase::Header, daemon.limits_.times.idle);
+    daemon.callbacks_.completed(daemon.callbacks_.self, connection, context, reason);
+}
+
+void HttpDaemon::onConnection(void* self, MHD_Connection* connection, void** context,
+                              MHD_ConnectionNotificationCode what) {
+    auto& daemon = *static_cast<HttpDaemon*>(self);
+    if (daemon.callbacks_.connection != nullptr)
+        daemon.callbacks_.connection(daemon.callbacks_.self, connection, context, what);
+    if (what == MHD_CONNECTION_NOTIFY_CLOSED)
+        daemon.connections_.erase(descriptorOf(connection)); // before it is closed and given out anew
+}
+
+} // namespace camsim

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "model/camera.h"
+#include "net/event_loop.h"
+#include "model/faults.h"
+#include "net/parked_connections.h"
+
+#include <chrono>
+#include <microhttpd.h>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace camsim {
+
+/// Whether this fault goes wrong in the course of a reply that stays open, rather than with its beginning.
+bool breaksMonitor(const Fault& fault);
+
+/// The replies that stay open and tell the levels of alarm inputs: the whole of them at once, then every
+/// change when it happens, and the whole again whenever nothing was written for a time. Everything runs on
+/// the event loop's thread.
+class InputMonitors {
+public:
+    InputMonitors(EventLoop& loop, ParkedConnections& parked, std::chrono::milliseconds period);
+
+    /// Tells changes of this camera from now on. To be called before the loop is started.
+    void follow(Camera& camera);
+
+    /// Queues the reply on a connection. `fault`: what goes wrong with it, one that breaksMonitor(), or
+    /// nothing.
+    MHD_Result open(Camera& camera, MHD_Connection* connection, int fd, const std::optional<Fault>& fault);
+
+private:
+    class Reply;
+
+    void tell(const Camera& camera, const AlarmInputs::Levels& changes);
+
+    EventLoop& loop_;
+    ParkedConnections& parked_;
+    const std::chrono::milliseconds period_;
+    std::unordered_map<const Camera*, std::unordered_set<Reply*>> replies_; // the loop's thread alone
+};
+
+} // namespace camsim

@@ -1,0 +1,131 @@
+#include "model/camera.h"
+
+#include <cstdio>
+
+namespace camsim {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void replaceAll(std::string& text, std::string_view placeholder, const std::string& value) {
+    for (size_t at = 0; (at = text.find(placeholder, at)) != text.npos; at += value.size())
+        text.replace(at, placeholder.size(), value);
+}
+
+} // namespace
+
+Camera::Camera(size_t index, std::shared_ptr<const CameraModel> model)
+    : index_(index), model_(std::move(model)), settings_(model_), head_(*model_), inputs_(*model_) {}
+
+std::string Camera::serialNumber() const {
+    char digits[24];
+    std::snprintf(digits, sizeof digits, "%05zu", index_ + 1);
+    return model_->number + digits;
+}
+
+std::string Camera::macAddress() const {
+    // The locally administered bit is set, so that no address can be that of a camera that was ever built.
+    constexpr unsigned locallyAdministered = 0x02;
+    const size_t n = index_ + 1;
+    char text[32];
+    std::snprintf(text, sizeof text, "%02x-80-45-%02zx-%02zx-%02zx", locallyAdministered, (n >> 16) & 0xff,
+                  (n >> 8) & 0xff, n & 0xff);
+    return text;
+}
+
+std::string Camera::info() const {
+    std::string text = model_->infoTemplate;
+    replaceAll(text, "${mac}", macAddress());
+    replaceAll(text, "${serial}", serialNumber());
+    return text;
+}
+
+std::optional<std::string> Camera::setting(const std::string& key) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return settings_.value(key);
+}
+
+std::map<std::string, std::string> Camera::settings() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return settings_.all();
+}
+
+std::string Camera::settingsDump() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return settings_.dump();
+}
+
+void Camera::putSetting(const std::string& key, const std::optional<std::string>& value) {
+    bool really = false;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        really = settings_.put(key, value);
+    }
+    changed(really);
+}
+
+HeadPlace Camera::headPlace() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return head_.place(Clock::now());
+}
+
+bool Camera::headIsMoving() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return head_.isMoving(Clock::now());
+}
+
+void Camera::commandHead(const std::function<void(CameraHead& head, CameraHead::Time now)>& command) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        command(head_, Clock::now());
+    }
+    changed(true);
+}
+
+AlarmInputs Camera::alarmInputs() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return inputs_;
+}
+
+void Camera::setAlarmInputs(const AlarmInputs::Levels& levels) {
+    AlarmInputs::Levels changes;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        changes = inputs_.set(levels);
+    }
+    if (changes.empty())
+        return;
+    for (const auto& listener : inputListeners_)
+        listener(changes);
+}
+
+void Camera::resetToFactoryDefaults() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        settings_.reset();
+        head_.reset();
+    }
+    changed(true);
+}
+
+CameraState Camera::state() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return {settings_.overrides(), head_.state(Clock::now())};
+}
+
+void Camera::restore(const CameraState& state) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    settings_.reset();
+    for (const auto& [key, value] : state.settings)
+        settings_.put(key, value);
+    head_.restore(state.head);
+}
+
+void Camera::changed(bool really) {
+    if (!really)
+        return;
+    for (const auto& listener : listeners_)
+        listener();
+}
+
+} // namespace camsim

@@ -1,0 +1,57 @@
+#include "model/settings_store.h"
+
+namespace camsim {
+
+SettingsStore::SettingsStore(std::shared_ptr<const CameraModel> model) : model_(std::move(model)) {}
+
+std::optional<std::string> SettingsStore::value(const std::string& key) const {
+    const auto changed = overrides_.find(key);
+    return changed != overrides_.end() ? changed->second : factoryValue(key);
+}
+
+bool SettingsStore::put(const std::string& key, const std::optional<std::string>& value) {
+    if (this->value(key) == value)
+        return false;
+    if (factoryValue(key) == value)
+        overrides_.erase(key);
+    else
+        overrides_[key] = value;
+    return true;
+}
+
+std::string SettingsStore::dump() const {
+    std::string text;
+    visit([&](const std::string& key, const std::string& value) {
+        text.append(key).append(",\"").append(value).append("\"\r\n");
+    });
+    return text;
+}
+
+std::map<std::string, std::string> SettingsStore::all() const {
+    std::map<std::string, std::string> settings;
+    visit([&](const std::string& key, const std::string& value) { settings[key] = value; });
+    return settings;
+}
+
+std::optional<std::string> SettingsStore::factoryValue(const std::string& key) const {
+    const auto position = model_->settingPositions.find(key);
+    if (position == model_->settingPositions.end())
+        return std::nullopt;
+    return model_->settings[position->second].second;
+}
+
+template <typename Visitor>
+void SettingsStore::visit(Visitor visitor) const {
+    for (const auto& [key, factory] : model_->settings) {
+        const auto changed = overrides_.find(key);
+        if (changed == overrides_.end())
+            visitor(key, factory);
+        else if (changed->second)
+            visitor(key, *changed->second);
+    }
+    for (const auto& [key, value] : overrides_)
+        if (value && model_->settingPositions.count(key) == 0)
+            visitor(key, *value);
+}
+
+} // namespace camsim

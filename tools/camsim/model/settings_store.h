@@ -1,0 +1,44 @@
+#pragma once
+
+#include "model/camera_data.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace camsim {
+
+/// One camera's settings: the model's factory values and what this camera has differently. Only the
+/// differences take memory. Not thread-safe; Camera guards it.
+class SettingsStore {
+public:
+    /// Values that replace the model's; an empty optional is a setting that this camera does not have.
+    using Overrides = std::map<std::string, std::optional<std::string>>;
+
+    explicit SettingsStore(std::shared_ptr<const CameraModel> model);
+
+    std::optional<std::string> value(const std::string& key) const;
+
+    /// Sets, adds or (without a value) removes a setting. True when that changed anything.
+    bool put(const std::string& key, const std::optional<std::string>& value);
+
+    void reset() { overrides_.clear(); }
+
+    /// The setdata reply: every setting in the model's order, then the added ones, each as KEY,"value" CR LF.
+    std::string dump() const;
+
+    /// Every setting as it stands.
+    std::map<std::string, std::string> all() const;
+
+    const Overrides& overrides() const { return overrides_; }
+
+private:
+    std::optional<std::string> factoryValue(const std::string& key) const;
+    template <typename Visitor>
+    void visit(Visitor visitor) const;
+
+    std::shared_ptr<const CameraModel> model_;
+    Overrides overrides_;
+};
+
+} // namespace camsim

@@ -1,0 +1,274 @@
+#include "rtsp/media_factory.h"
+
+#include "picture/development.h"
+
+#include <cstdio>
+
+namespace camsim {
+namespace {
+
+struct StreamSource {
+    const Camera& camera;
+    const VideoStream stream;
+};
+
+/// What a media was made for.
+struct MediaOrigin {
+    VideoStream stream;
+    StreamProfile profile;
+};
+
+constexpr const char* originKey = "camsim-origin";
+constexpr const char* silenceKey = "camsim-silence";
+
+struct VideoFactory {
+    GstRTSPMediaFactory parent;
+    const StreamSource* source;
+};
+
+struct VideoFactoryClass {
+    GstRTSPMediaFactoryClass parent;
+};
+
+G_DEFINE_TYPE(VideoFactory, video_factory, GST_TYPE_RTSP_MEDIA_FACTORY)
+
+const StreamSource& sourceOf(GstRTSPMediaFactory* factory) {
+    return *reinterpret_cast<VideoFactory*>(factory)->source;
+}
+
+bool silenceIsAsked() {
+    const GstRTSPContext* context = gst_rtsp_context_get_current();
+    return context != nullptr && context->client != nullptr &&
+           g_object_get_data(G_OBJECT(context->client), silenceKey) != nullptr;
+}
+
+/// JPEG has a payload type of its own.
+const char* payloadType(VideoCodec codec) {
+    return codec == VideoCodec::Mjpeg ? "26" : "96";
+}
+
+/// Small and quick rather than good: many cameras share a machine.
+std::string encoder(const StreamProfile& profile) {
+    const std::string kilobits = std::to_string(profile.kilobitsPerSecond);
+    const std::string interval = std::to_string(profile.framesPerKeyFrame);
+    switch (profile.codec) {
+    case VideoCodec::H264:
+        return "x264enc speed-preset=ultrafast tune=zerolatency threads=1 byte-stream=true bitrate=" +
+               kilobits + " key-int-max=" + interval + " ! rtph264pay config-interval=-1";
+    case VideoCodec::Mpeg4:
+        return "avenc_mpeg4 name=untimed threads=1 bitrate=" + kilobits + "000 gop-size=" + interval +
+               " ! rtpmp4vpay config-interval=1 max-ptime=1"; // each frame in packets of its own
+    case VideoCodec::Mjpeg:
+    case VideoCodec::None:
+        break;
+    }
+    return "jpegenc quality=" + std::to_string(profile.jpegPercent) + " ! rtpjpegpay";
+}
+
+std::string rawVideo(const StreamProfile& profile) {
+    return "video/x-raw,format=I420,width=" + std::to_string(profile.width) +
+           ",height=" + std::to_string(profile.height) +
+           ",framerate=" + std::to_string(profile.rate.numerator) + "/" +
+           std::to_string(profile.rate.denominator);
+}
+
+std::string video(const StreamProfile& profile) {
+    return "videotestsrc name=blank is-live=true pattern=black ! " + rawVideo(profile) +
+           " ! videobalance name=balance"
+           " ! textoverlay name=caption valignment=top halignment=left shaded-background=true"
+           " ! clockoverlay valignment=bottom halignment=right shaded-background=true"
+           " time-format=\"%Y-%m-%d %H:%M:%S\" ! " +
+           encoder(profile) + " name=pay0 pt=" + std::string(payloadType(profile.codec));
+}
+
+/// A quiet beep each second, in packets of 20 ms, whose codewords begin at the least significant bit as
+/// "G726-32" says. The encoder takes up to 4096 samples at once: were they made when they are due, a client's
+/// first packet would have to wait for the last of them. At this pitch nothing is left of the tone when a
+/// player takes the codewords in the other order; a lower one would only sound rough.
+std::string audio(const StreamProfile& profile, const char* payloader) {
+    return " audiotestsrc is-live=true wave=ticks freq=1760 sine-periods-per-tick=176 volume=0.2"
+           " samplesperbuffer=4096 ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
+           std::to_string(profile.audioKilobits) +
+           "000 ! rtpg726pay force-aal2=false pt=97 max-ptime=20000000 name=" + payloader;
+}
+
+std::string pipeline(const StreamProfile& profile) {
+    const bool seen = profile.codec != VideoCodec::None;
+    std::string text = "( " + (seen ? video(profile) : "");
+    if (profile.audioKilobits > 0)
+        text += audio(profile, seen ? "pay1" : "pay0");
+    return text + " )";
+}
+
+void developPicturesOf(GstElement* bin, const StreamSource& source) {
+    GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
+    GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
+    developPictures(blank, balance, source.camera, source.stream.input);
+    gst_object_unref(balance);
+    gst_object_unref(blank);
+}
+
+/// The overlay reads Pango markup, so what the camera is called must not be taken for any.
+void setCaption(GstElement* bin, const std::string& title, const std::string& description) {
+    gchar* valid = g_utf8_make_valid(title.data(), static_cast<gssize>(title.size()));
+    gchar* escaped = g_markup_escape_text(valid, -1);
+    const std::string caption = std::string(escaped) + "\n" + description;
+    GstElement* overlay = gst_bin_get_by_name(GST_BIN(bin), "caption");
+    g_object_set(overlay, "text", caption.c_str(), nullptr);
+    gst_object_unref(overlay);
+    g_free(escaped);
+    g_free(valid);
+}
+
+GstPadProbeReturn noteTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
+    GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
+    const GstSegment* segment = nullptr;
+    gst_event_parse_segment(event, &segment);
+    *static_cast<GstClockTime*>(running) = gst_segment_to_running_time(
+        segment, GST_FORMAT_TIME, GST_BUFFER_PTS(gst_pad_probe_info_get_buffer(info)));
+    gst_event_unref(event);
+    return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn setTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
+    GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
+    const GstSegment* segment = nullptr;
+    gst_event_parse_segment(event, &segment);
+    GstBuffer* buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
+    GST_BUFFER_PTS(buffer) = gst_segment_position_from_running_time(segment, GST_FORMAT_TIME,
+                                                                    *static_cast<GstClockTime*>(running));
+    GST_BUFFER_DTS(buffer) = GST_BUFFER_PTS(buffer);
+    GST_PAD_PROBE_INFO_DATA(info) = buffer;
+    gst_event_unref(event);
+    return GST_PAD_PROBE_OK;
+}
+
+/// The MPEG-4 encoder of libav 5.1 under GStreamer 1.22 gives out frames without a time. It encodes each
+/// frame at once and in order, so the time of a frame that comes out is that of the one that went in last.
+void restoreTimes(GstElement* bin) {
+    GstElement* encoder = gst_bin_get_by_name(GST_BIN(bin), "untimed");
+    if (encoder == nullptr)
+        return;
+    GstPad* in = gst_element_get_static_pad(encoder, "sink");
+    GstPad* out = gst_element_get_static_pad(encoder, "src");
+    auto* running = g_new0(GstClockTime, 1); // used by the encoder's streaming thread alone
+    g_object_set_data_full(G_OBJECT(bin), "camsim-time", running, g_free);
+    gst_pad_add_probe(in, GST_PAD_PROBE_TYPE_BUFFER, noteTime, running, nullptr);
+    gst_pad_add_probe(out, GST_PAD_PROBE_TYPE_BUFFER, setTime, running, nullptr);
+    gst_object_unref(out);
+    gst_object_unref(in);
+    gst_object_unref(encoder);
+}
+
+GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
+    const StreamSource& source = sourceOf(factory);
+    const StreamProfile profile = streamProfile(source.camera, source.stream);
+    GError* error = nullptr;
+    GstElement* bin = gst_parse_launch_full(pipeline(profile).c_str(), nullptr,
+                                            static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
+    if (bin == nullptr) {
+        std::fprintf(stderr, "camsim: no stream: %s\n", error->message);
+        g_error_free(error);
+        return nullptr;
+    }
+    if (profile.codec != VideoCodec::None) {
+        setCaption(bin, inputTitle(source.camera, source.stream.input), describeProfile(profile));
+        developPicturesOf(bin, source);
+    }
+    restoreTimes(bin);
+    g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin{source.stream, profile},
+                           [](gpointer origin) { delete static_cast<MediaOrigin*>(origin); });
+    return bin;
+}
+
+GstPadProbeReturn dropData(GstPad*, GstPadProbeInfo*, gpointer) {
+    return GST_PAD_PROBE_DROP;
+}
+
+void dropDataOf(GstElement* element, const char* padName) {
+    GstPad* pad = gst_element_get_static_pad(element, padName);
+    if (pad == nullptr)
+        return;
+    gst_pad_add_probe(
+        pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+        dropData, nullptr, nullptr);
+    gst_object_unref(pad);
+}
+
+/// The pipeline must have data to be prepared; what is dropped is what leaves the RTP session after that. The
+/// pads are still blocked, and the first data meets this probe when they no longer are.
+void silence(GstRTSPMedia* media, gpointer) {
+    GstElement* bin = gst_rtsp_media_get_element(media);
+    GstObject* pipeline = gst_object_get_parent(GST_OBJECT(bin));
+    GValue item = G_VALUE_INIT;
+    GstIterator* elements = gst_bin_iterate_elements(GST_BIN(pipeline));
+    while (gst_iterator_next(elements, &item) == GST_ITERATOR_OK) {
+        auto* element = GST_ELEMENT(g_value_get_object(&item));
+        for (const char* name : {"send_rtp_src_0", "send_rtp_src_1"})
+            dropDataOf(element, name);
+        g_value_reset(&item);
+    }
+    g_value_unset(&item);
+    gst_iterator_free(elements);
+    gst_object_unref(pipeline);
+    gst_object_unref(bin);
+}
+
+/// What is made is sent when it is due. With the latency of its source the first frame, which prepares the
+/// pipeline, would be ahead of all others.
+GstElement* createPipeline(GstRTSPMediaFactory*, GstRTSPMedia* media) {
+    GstElement* pipeline = gst_pipeline_new(nullptr);
+    gst_pipeline_set_latency(GST_PIPELINE(pipeline), 0);
+    gst_rtsp_media_take_pipeline(media, GST_PIPELINE(pipeline));
+    return pipeline;
+}
+
+void configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
+    GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->configure(factory, media);
+    if (silenceIsAsked())
+        g_signal_connect(media, "prepared", G_CALLBACK(silence), nullptr);
+}
+
+void finalize(GObject* object) {
+    delete reinterpret_cast<VideoFactory*>(object)->source;
+    G_OBJECT_CLASS(video_factory_parent_class)->finalize(object);
+}
+
+void video_factory_class_init(VideoFactoryClass* type) {
+    G_OBJECT_CLASS(type)->finalize = finalize;
+    type->parent.create_element = createElement;
+    type->parent.create_pipeline = createPipeline;
+    type->parent.configure = configure;
+}
+
+void video_factory_init(VideoFactory*) {}
+
+} // namespace
+
+GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, const char* role) {
+    auto* factory = static_cast<VideoFactory*>(g_object_new(video_factory_get_type(), nullptr));
+    factory->source = new StreamSource{camera, std::move(stream)};
+    GstRTSPMediaFactory* base = &factory->parent;
+    gst_rtsp_media_factory_add_role(base, role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN, TRUE,
+                                    GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE, nullptr);
+    return base;
+}
+
+const VideoStream& streamOf(GstRTSPMediaFactory* factory) {
+    return sourceOf(factory).stream;
+}
+
+bool isCurrent(const Camera& camera, GstRTSPMedia* media) {
+    GstElement* bin = gst_rtsp_media_get_element(media);
+    const auto* origin = static_cast<const MediaOrigin*>(g_object_get_data(G_OBJECT(bin), originKey));
+    const bool current =
+        isServed(camera, origin->stream) && streamProfile(camera, origin->stream) == origin->profile;
+    gst_object_unref(bin);
+    return current;
+}
+
+void serveSilently(GstRTSPClient* client, bool silent) {
+    g_object_set_data(G_OBJECT(client), silenceKey, GINT_TO_POINTER(silent));
+}
+
+} // namespace camsim

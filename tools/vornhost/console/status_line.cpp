@@ -1,0 +1,51 @@
+#include "tools/vornhost/console/status_line.h"
+
+#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/terminal_text.h"
+
+#include <algorithm>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr const char* BackToLineStart = "\r\x1b[K"; // and empties the line
+
+std::size_t TerminalWidth() {
+    constexpr std::size_t UsualWidth = 80;
+    winsize size{};
+    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : UsualWidth;
+}
+
+bool TakesOutput() {
+    pollfd terminal{STDERR_FILENO, POLLOUT, 0};
+    return poll(&terminal, 1, 0) == 1 && (terminal.revents & POLLOUT) != 0;
+}
+
+} // namespace
+
+CStatusLine::CStatusLine(bool isWanted) : isShown_(isWanted && isatty(STDERR_FILENO) != 0) {}
+
+CStatusLine::~CStatusLine() {
+    clear();
+}
+
+void CStatusLine::show(const std::string& text) {
+    if (!isShown_ || text == text_ || !TakesOutput())
+        return;
+    // A line that is wrapped could not be written over.
+    const std::size_t width = std::max<std::size_t>(TerminalWidth(), 2) - 1;
+    WriteMessage(BackToLineStart + Wrap(text, width).front());
+    text_ = text;
+}
+
+void CStatusLine::clear() {
+    if (!text_.empty())
+        WriteMessage(BackToLineStart);
+    text_.clear();
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "refhost/base/log.h"
+
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane::vornhost {
+
+// Remembers the latest HTTP exchanges with one device, so that the program can tell what was asked when
+// something fails. One at a time in the process. Callable from any thread.
+class CExchangeWatch {
+public:
+    explicit CExchangeWatch(const std::string& address);
+    ~CExchangeWatch();
+    CExchangeWatch(const CExchangeWatch&) = delete;
+    CExchangeWatch& operator=(const CExchangeWatch&) = delete;
+
+    // The latest that failed; the latest whose path holds the text.
+    std::optional<refhost::SHttpExchange> lastFailing() const;
+    std::optional<refhost::SHttpExchange> lastOf(const std::string& path) const;
+
+    // Oldest first.
+    std::vector<refhost::SHttpExchange> all() const;
+    // Forgets all; hands those out that failed.
+    std::vector<refhost::SHttpExchange> takeFailing();
+
+private:
+    void note(const refhost::SHttpExchange& exchange);
+
+    const std::string address_;
+    mutable std::mutex mutex_; // guards latest_
+    std::deque<refhost::SHttpExchange> latest_;
+};
+
+} // namespace corvane::vornhost

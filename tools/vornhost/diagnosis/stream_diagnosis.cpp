@@ -1,0 +1,108 @@
+#include "tools/vornhost/diagnosis/stream_diagnosis.h"
+
+#include "host/stream_controller.h"
+#include "refhost/base/auth_scheme.h"
+#include "refhost/streams/rtsp_pipeline.h"
+#include "tools/vornhost/console/exit_status.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CError;
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::RtnCode;
+namespace failure = refhost::rtsp_failure;
+
+struct SStreamProblem {
+    std::string beginning; // of the failure's text
+    const char* problem;
+    const char* advice;
+};
+
+const std::string Status = failure::Status;
+
+// The first that the failure's text begins with tells.
+const SStreamProblem Problems[] = {
+    {Status + "3", "the camera sends the stream's viewers elsewhere, where nobody is asked for it",
+     "see whether it is the camera itself that answers at this address"},
+    {Status + "401", "the camera refuses the user name or the password for its stream",
+     "give --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
+    {Status + "403", "the camera forbids the stream to the user",
+     "give the credentials of a user who may see the picture"},
+    {Status + "404", "the camera has no such stream",
+     "see with `vornhost show` whether the stream's transmission is on; the model list may have a wrong "
+     "path"},
+    {Status + "45", "the camera cannot give the stream this way",
+     "see whether too many others watch it, or take another stream"},
+    {Status + "5", "the camera refuses the stream",
+     "see with `vornhost show` whether the stream's transmission is on and whether too many others watch it"},
+    {Status, "the camera refuses the stream", "see with `vornhost show` how its streams are set"},
+    {failure::HostNotFound, "no host has this name",
+     "look for a slip of the pen in ADDRESS, or give the dotted address"},
+    {failure::Refused, "nobody listens on the camera's RTSP port",
+     "see with `vornhost show` which port it is and whether a stream's transmission is on; --rtsp-port N "
+     "takes "
+     "another"},
+    {failure::NotConnected, "the camera cannot be reached",
+     "see whether the camera has power and can be reached (ping), then try again"},
+    {failure::TimedOut, "the camera did not answer in time",
+     "see whether the camera has power and can be reached (ping), then try again"},
+    {failure::Closed, "the camera closed the connection",
+     "try again; if it stays so, restart the camera and look at what stands between it and here"},
+    {failure::NotRtsp, "what answers at the RTSP port does not speak RTSP",
+     "see with `vornhost show` which port it is; --rtsp-port N takes another"},
+    {failure::TooLarge, "the camera sends more than any camera does",
+     "see whether it is the camera itself that answers at this address"},
+    {failure::NoDescription, "what the camera tells of the stream cannot be read",
+     "see whether it is the camera itself that answers at this address"},
+    {failure::WrongCodec, "the camera sends another codec",
+     "see with `vornhost show` how its streams are set, or ask for the codec that it sends"},
+    {failure::NoVideo, "what the camera sends has no video",
+     "see whether the model list's location for the stream is right"},
+    {failure::NoAudio, "what the camera sends has no audio",
+     "see whether the model list's location for the audio is right, and with `vornhost show` whether audio "
+     "is on"},
+    {"no sound within", "the camera sends no sound",
+     "record without --audio, or wait longer with --timeout S"},
+    {"no data within", "the camera sends no picture",
+     "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
+    {"the camera ended the stream", "the camera was lost",
+     "see whether the camera has restarted, then try again"},
+};
+
+bool IsNoStream(const CError& error) {
+    return error.getCode() == static_cast<int>(RtnCode::NotSupported) &&
+           error.getOrigin() == static_cast<int>(Origin::General);
+}
+
+} // namespace
+
+void RequireThreads(const CError& error) {
+    if (error.getText().find(device_handler::v1_0::NoThreadText) != std::string::npos)
+        throw CFailure(ExitStatus::NotStarted,
+                       error.getText() + "; see what limits the program's memory and threads (ulimit -a)");
+}
+
+SDiagnosis DiagnoseStream(const CError& error, const std::string& url) {
+    const std::string& text = error.getText();
+    if (IsNoStream(error))
+        return {"the model list has no such stream", text, "", "",
+                "see with `vornhost show` which streams the camera has"};
+    const bool ofCamera = error.getOrigin() == static_cast<int>(Origin::Device);
+    const std::string request = url.empty() ? "" : "PLAY " + url;
+    if (text.find(refhost::BasicRefusedText) != std::string::npos)
+        return {"the camera offers Basic authentication alone for its stream, which is refused", "", request,
+                text, "set the camera to Digest, or do without --digest-only"};
+    const auto* const known =
+        std::find_if(std::begin(Problems), std::end(Problems), [&text](const SStreamProblem& problem) {
+            return text.compare(0, problem.beginning.size(), problem.beginning) == 0;
+        });
+    if (known == std::end(Problems))
+        return {text, "", ofCamera ? request : "", "", ""};
+    return {known->problem, "", request, text, known->advice};
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "host/error.h"
+#include "tools/vornhost/diagnosis/diagnosis.h"
+
+#include <string>
+
+namespace corvane::vornhost {
+
+// Ends the program, with ExitStatus::NotStarted, when it is this machine that has no thread for a stream.
+void RequireThreads(const device_handler::v1_0::CError& error);
+
+// Why a stream could not be had, or not to its end. `url` is where it was asked for, without
+// credentials.
+SDiagnosis DiagnoseStream(const device_handler::v1_0::CError& error, const std::string& url);
+
+} // namespace corvane::vornhost

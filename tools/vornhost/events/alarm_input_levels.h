@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/diagnosis/diagnosis.h"
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <variant>
+
+namespace corvane::vornhost {
+
+// The levels of a camera's alarm inputs, numbered from 0, in its own words ("High", "Low"), or why it does
+// not tell them. Asked for by a request of its own, which changes nothing there: the camera object's
+// getDryContactInputState may switch the input's alarm on. Takes `timeOut`, whole seconds, at most; callable
+// from any thread.
+std::variant<std::map<int, std::string>, SDiagnosis> AskAlarmInputLevels(CDeviceSession& session,
+                                                                         std::chrono::seconds timeOut);
+
+} // namespace corvane::vornhost

@@ -1,0 +1,78 @@
+#include "tools/vornhost/recording/recording_text.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::FindCodecName;
+using device_handler::v1_0::VideoCodec;
+
+std::string Decimals(double value, int decimals) {
+    char text[64];
+    (void)std::snprintf(text, sizeof text, "%.*f", decimals, value);
+    return text;
+}
+
+std::string BytesText(long long bytes) {
+    static constexpr const char* Units[] = {"B", "kB", "MB", "GB", "TB"};
+    auto value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    while (value >= 1000 && unit + 1 < std::size(Units)) {
+        value /= 1000;
+        ++unit;
+    }
+    return Decimals(value, unit == 0 ? 0 : 1) + " " + Units[unit];
+}
+
+std::string AmountText(const SRecorded& recorded) {
+    return std::to_string(recorded.frames) + (recorded.frames == 1 ? " frame, " : " frames, ") +
+           BytesText(recorded.bytes);
+}
+
+std::string CodecText(VideoCodec codec) {
+    const auto* const name = FindCodecName(codec);
+    return name ? name->name : std::to_string(static_cast<int>(codec));
+}
+
+} // namespace
+
+nlohmann::ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
+    nlohmann::ordered_json json{{"output", file},
+                                {"codec", CodecText(codec)},
+                                {"resolution", recorded.resolution},
+                                {"frames", recorded.frames},
+                                {"bytes", recorded.bytes},
+                                {"seconds", std::round(recorded.seconds * 1000) / 1000}};
+    if (recorded.sounds > 0)
+        json["audio"] = {{"codec", device_handler::v1_0::G726Name}, {"packets", recorded.sounds}};
+    return json;
+}
+
+std::string RecordedText(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
+    if (recorded.frames == 0)
+        return "nothing recorded\n";
+    return file + ": " + Decimals(recorded.seconds, 1) + " s of " + CodecText(codec) +
+           (recorded.resolution.empty() ? "" : " in " + recorded.resolution) +
+           (recorded.sounds == 0 ? "" : std::string(" with ") + device_handler::v1_0::G726Name + " sound") +
+           ", " + AmountText(recorded) + "\n";
+}
+
+CProgressLine::CProgressLine(std::optional<double> seconds) : seconds_(seconds) {}
+
+CRecording::Progress CProgressLine::writer() {
+    if (!line_.isShown())
+        return {};
+    return [this](const SRecorded& recorded) { show(recorded); };
+}
+
+void CProgressLine::show(const SRecorded& recorded) {
+    const double rate =
+        recorded.seconds > 0 ? static_cast<double>(recorded.bytes) * 8 / 1000 / recorded.seconds : 0;
+    line_.show(Decimals(recorded.seconds, 1) + " s" +
+               (seconds_ ? " of " + Decimals(*seconds_, 1) + " s" : "") + ", " + AmountText(recorded) + ", " +
+               Decimals(rate, 0) + " kbit/s");
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/authentication.h"
+#include "host/model_info.h"
+#include "tools/vornhost/session/options.h"
+
+#include <optional>
+#include <string>
+
+namespace corvane::vornhost {
+
+// Which credentials a device is to be given: none, those that the user gave, or its family's defaults for
+// whatever the user left out.
+class CCredentials {
+public:
+    // From --no-credentials, --user, --password-file and the environment. Throws CFailure.
+    static CCredentials fromOptions(const SOptions& options);
+    static CCredentials none();
+    // Reads the password file. Throws CFailure.
+    static CCredentials given(const std::string& user, const std::string& passwordFile);
+
+    // For a device of this family; null when the family is not known.
+    device_handler::v1_0::CAuthentication forFamily(const device_handler::v1_0::SFamily* family) const;
+
+private:
+    bool none_ = false;
+    std::optional<std::string> user_;
+    std::optional<std::string> password_;
+};
+
+} // namespace corvane::vornhost

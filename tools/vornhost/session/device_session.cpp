@@ -1,0 +1,195 @@
+#include "tools/vornhost/session/device_session.h"
+
+#include "tools/vornhost/console/exit_status.h"
+#include "tools/vornhost/console/output.h"
+
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+using device_handler::v1_0::CAuthentication;
+using device_handler::v1_0::CDeviceId;
+using device_handler::v1_0::CError;
+using device_handler::v1_0::COperationRegistry;
+using device_handler::v1_0::COptional;
+using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::SModelInfo;
+using refhost::CDeviceDb;
+
+constexpr int FirstInput = 0;
+
+std::string CheckedAddress(const std::string& address) {
+    RequireAddress(address);
+    return address;
+}
+
+std::shared_ptr<CDeviceDb> OpenDatabase(const SOptions& options) {
+    try {
+        return CDeviceDb::open(options.databaseFile);
+    } catch (const refhost::CDeviceDbError& error) {
+        throw CFailure(ExitStatus::WrongUsage, std::string("--db: ") + error.what());
+    }
+}
+
+// The family of --model; empty without --model.
+std::string FamilyOfModel(const SOptions& options, const CVornModelList& models) {
+    if (options.modelNumber.empty())
+        return {};
+    const SModelInfo* const model = models.findModel(options.modelNumber);
+    if (!model)
+        throw CFailure(ExitStatus::WrongUsage,
+                       "wrong --model \"" + options.modelNumber +
+                           "\": expected a model number of the model list; `vornhost models` tells which "
+                           "there are");
+    return model->family;
+}
+
+} // namespace
+
+CDeviceSession::CDeviceSession(const SOptions& options, const std::string& address)
+    : options_(options),
+      address_(CheckedAddress(address)),
+      credentials_(CCredentials::fromOptions(options)),
+      plugin_(options),
+      database_(OpenDatabase(options)),
+      context_(new refhost::CDeviceContext(address, CAuthentication(), database_)),
+      exchanges_(address),
+      familyName_(FamilyOfModel(options, *plugin_.models())) {
+    applyCredentials();
+    makeCamera();
+}
+
+CDeviceSession::~CDeviceSession() = default;
+
+std::optional<SDiagnosis> CDeviceSession::start() {
+    try {
+        const std::string known = database_->familyAt(address_).value_or("");
+        applyRuleOf(known);
+        if (!familyName_.empty())
+            takeFamily(familyName_, "");
+        else if (!known.empty() && !alwaysIdentify_)
+            takeFamily(known, "");
+        else if (options_.noInitialize)
+            takeFamily(known.empty() ? anyFamily() : known, "");
+        else if (auto failure = identify())
+            return failure;
+    } catch (const refhost::CDeviceDbError& error) {
+        throw CFailure(ExitStatus::NotStarted, std::string("--db: ") + error.what());
+    }
+    return initialize();
+}
+
+// For a camera object that nobody initialises, so that any will do.
+std::string CDeviceSession::anyFamily() const {
+    if (const auto* family = plugin_.firstFamily())
+        return family->name;
+    throw CFailure(ExitStatus::NotStarted, "the model list has no family");
+}
+
+std::optional<SDiagnosis> CDeviceSession::identify() {
+    COptional<CDeviceId> device;
+    const CError error =
+        plugin_.handler().queryDevice(address_, device, credentials_.forFamily(plugin_.firstFamily()));
+    if (error || !device)
+        return Diagnose(Occasion::Identification, error, exchanges_);
+    takeFamily(device->getFamilyName(), device->getSerialNumber().str());
+    return std::nullopt;
+}
+
+void CDeviceSession::takeFamily(const std::string& familyName, const std::string& serialNumber) {
+    familyName_ = familyName;
+    serialNumber_ = serialNumber;
+    applyRuleOf(familyName);
+    // A record that has the family already may know the serial number too.
+    if (!serialNumber.empty() || database_->familyAt(address_).value_or("") != familyName)
+        database_->registerDevice(address_, familyName, serialNumber);
+    applyCredentials();
+    registerOperations(); // the handler's take the credentials
+}
+
+CError CDeviceSession::databaseFailure() const {
+    try {
+        database_->requireWritable();
+        return CError::Success();
+    } catch (const refhost::CDeviceDbError& error) {
+        return {device_handler::v1_0::RtnCode::DeviceDbUnavailable, device_handler::v1_0::Origin::General,
+                error.what()};
+    }
+}
+
+void CDeviceSession::applyCredentials() {
+    context_->setAuthentication(credentials_.forFamily(plugin_.models()->findFamily(familyName_)));
+}
+
+// Nothing for a family that the list does not know.
+void CDeviceSession::applyRuleOf(const std::string& familyName) {
+    if (const auto* const family = plugin_.models()->findFamily(familyName))
+        context_->setBasicRefused(family->digestOnly);
+}
+
+std::optional<SDiagnosis> CDeviceSession::weakerAuthentication() const {
+    // Where it is refused, what was asked has failed, and tells.
+    return context_->isBasicRefused() ? std::nullopt : DiagnoseAuthentication(context_->seenAuthentication());
+}
+
+void CDeviceSession::setCredentials(CCredentials credentials) {
+    credentials_ = std::move(credentials);
+    applyCredentials();
+    registerOperations();
+}
+
+void CDeviceSession::makeCamera() {
+    operations_ = std::make_unique<COperationRegistry>(); // none, should the making fail
+    ptzController_.reset();
+    camera_.reset();
+    camera_ = plugin_.library().createCamera(context_, address_, plugin_.models(), options_.modelNumber);
+    renewController();
+}
+
+const device_handler::v1_0::SModelInfo* CDeviceSession::model() const {
+    device_handler::v1_0::CString number; // the base's, since a camera's own may have a prefix
+    return camera_->CVornCamera::getUnitModelName(number) ? nullptr
+                                                          : plugin_.models()->findModel(number.str());
+}
+
+void CDeviceSession::renewController() {
+    operations_ = std::make_unique<COperationRegistry>();
+    ptzController_.reset();
+    ptzController_ = plugin_.library().createPtzController(context_, FirstInput, address_, camera_);
+    registerOperations();
+}
+
+void CDeviceSession::registerOperations() {
+    operations_ = std::make_unique<COperationRegistry>();
+    camera_->registerOperations(*operations_);
+    ptzController_->registerOperations(*operations_);
+    plugin_.handler().registerOperations(*operations_, context_->getAuthentication());
+}
+
+std::optional<SDiagnosis> CDeviceSession::renewCamera() {
+    makeCamera();
+    return initialize();
+}
+
+std::optional<SDiagnosis> CDeviceSession::initialize() {
+    if (options_.noInitialize)
+        return std::nullopt;
+    exchanges_.takeFailing();
+    CError error = camera_->initialize();
+    if (!error)
+        return std::nullopt;
+    // The initialisation only says that it failed; without credentials the test tells why, and sends nothing.
+    if (!context_->getAuthentication().isSet())
+        error = camera_->testAuthentication();
+    return Diagnose(Occasion::Initialisation, error, exchanges_);
+}
+
+bool StartOrTell(CDeviceSession& session) {
+    const auto failure = session.start();
+    if (failure)
+        WriteMessage(failure->lines(session.address()));
+    return !failure;
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,76 @@
+#include "tools/vornhost/session/loaded_plugin.h"
+
+#include "refhost/base/address.h"
+#include "refhost/models/model_list_file.h"
+#include "tools/vornhost/console/exit_status.h"
+#include "tools/vornhost/session/installation.h"
+
+#include <boost/make_shared.hpp>
+
+#include <map>
+
+namespace corvane::vornhost {
+namespace {
+
+using namespace device_handler::v1_0;
+
+void SetPorts(StreamUrlTable& table, const std::string& port) {
+    for (auto& [stream, codecs] : table)
+        for (auto& [codec, variants] : codecs)
+            for (auto& [variant, url] : variants)
+                url.port = port;
+}
+
+// The list with one port in every stream location.
+boost::shared_ptr<CVornModelList> WithRtspPort(const CVornModelList& list, int port) {
+    std::map<std::string, SQueryDevice> queries;
+    for (const SFamily& family : list.getFamilies())
+        queries[family.name] = list.getQueryDevice(family.name);
+    CVornModelList::ModelMap models = list.getModels();
+    for (auto& [number, model] : models) {
+        SetPorts(model.videoUrls, std::to_string(port));
+        SetPorts(model.audioUrls, std::to_string(port));
+    }
+    return boost::make_shared<CVornModelList>(list.getTestAuthentication(), list.getFamilies(), queries,
+                                              models);
+}
+
+} // namespace
+
+boost::shared_ptr<device_handler::v1_0::CVornModelList> OpenModelList(const SOptions& options) {
+    try {
+        auto list = refhost::LoadModelList(options.modelListFile.empty() ? DefaultModelListFile()
+                                                                         : options.modelListFile);
+        return options.rtspPort ? WithRtspPort(*list, *options.rtspPort) : list;
+    } catch (const refhost::CModelListError& error) {
+        throw CFailure(ExitStatus::WrongUsage, std::string("the model list was refused: ") + error.what());
+    }
+}
+
+void RequireAddress(const std::string& text) {
+    if (!refhost::ParseAddress(text))
+        throw CFailure(ExitStatus::WrongUsage,
+                       "wrong ADDRESS \"" + text +
+                           "\": expected a host name or a dotted address, with :PORT (1 to 65535) where the "
+                           "camera's web port is not 80");
+}
+
+CLoadedPlugin::CLoadedPlugin(const SOptions& options) : models_(OpenModelList(options)) {
+    try {
+        library_ = std::make_unique<refhost::CPluginLibrary>(options.pluginFile.empty() ? DefaultPluginFile()
+                                                                                        : options.pluginFile);
+        context_ = std::make_unique<refhost::CHandlerContext>(models_);
+        handler_ = library_->createHandler(*context_);
+    } catch (const refhost::CPluginError& error) {
+        throw CFailure(ExitStatus::NotStarted,
+                       std::string("the plug-in could not be loaded: ") + error.what());
+    }
+}
+
+CLoadedPlugin::~CLoadedPlugin() = default;
+
+const SFamily* CLoadedPlugin::firstFamily() const {
+    return models_->getFamilies().empty() ? nullptr : &models_->getFamilies().front();
+}
+
+} // namespace corvane::vornhost
