@@ -25,7 +25,7 @@ using panasonic_camera::CPanasonicSetting;
 std::vector<std::string> CacheKeys() {
     std::map<std::string, int> distinct;
     for (const char* key : panasonic_camera::SettingKeys)
-        distinct[key];
+        distinct[panasonic_camera::DumpKey(key)];
     std::vector<std::string> keys;
     keys.reserve(distinct.size());
     for (const auto& [key, unused] : distinct)

@@ -27,7 +27,7 @@ constexpr char AbsentByte = '\1';
 Settings Parse(Parser parse, const std::string& dump) {
     Settings settings;
     for (const char* key : panasonic_camera::SettingKeys)
-        settings[key];
+        settings[panasonic_camera::DumpKey(key)];
     parse(dump, settings);
     return settings;
 }

@@ -4,6 +4,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 
 #include "host/log.h"
 
@@ -117,7 +118,7 @@ CError CPanasonicCamera::setAudioInputVolume(int /*input*/, CString volume) {
 CError CPanasonicCamera::getAudioInputVolume(int input, std::vector<CString>& values) {
     if (!hasAudio(input))
         return errors::audioNotFound();
-    const std::string sensitivity = cameraSetting("AUDIOSENS");
+    const std::string sensitivity = cameraSetting(key::AudioSensitivity);
     if (sensitivity.empty())
         return errors::deviceNotAccessible();
     for (const SVolume& row : Volumes)

@@ -122,7 +122,7 @@ CError CPanasonicCamera::frameRateLimits(int stream, VideoCodec codec, const std
         rates = can.getVideoCodecFrameRate(codec, stream);
         return max.empty() ? errors::deviceAccessFailed() : CError::Success();
     case VideoCodec::Mpeg4:
-        if (!cameraSetting(StreamModeKey).empty()) {
+        if (!cameraSetting(key::StreamMode).empty()) {
             rates = can.getVideoCodecFrameRate(codec, stream);
         } else {
             // A camera without a family switch runs MPEG-4 at the MJPEG rates, but for two of them.

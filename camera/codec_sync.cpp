@@ -166,7 +166,7 @@ std::string CPanasonicCamera::codedQuery(SVideoStreamId id, const SVornVidValsIn
              family.keyFrameInterval + "=" + camera.keyFrameInterval.str();
     if (id.codec != VideoCodec::Mpeg4)
         return query;
-    if (!cameraSetting(StreamModeKey).empty())
+    if (!cameraSetting(key::StreamMode).empty())
         return query + "&" + frameRate;
     // A camera without a family switch takes the frame rate in a request of its own, before the others.
     setting->SetCameraSettingNoReload(cgi::Setdata, "NRFRAMERATE=" + camera.frameRate.str());

@@ -35,10 +35,10 @@ struct CPanasonicCamera::SImageAdjustment {
 };
 
 const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Brightness = {
-    &SModelInfo::brightness, "BRIGHTNESS", nullptr, cgi::ImageBrightness};
-const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Sharpness = {&SModelInfo::sharpness, "SHARPNESS",
-                                                                        "APERTURE", cgi::ImageSharpness};
-const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Saturation = {&SModelInfo::saturation, "CHROMA",
+    &SModelInfo::brightness, key::Brightness, nullptr, cgi::ImageBrightness};
+const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Sharpness = {
+    &SModelInfo::sharpness, key::Sharpness, key::Aperture, cgi::ImageSharpness};
+const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Saturation = {&SModelInfo::saturation, key::Chroma,
                                                                          nullptr, cgi::ImageSaturation};
 
 CError CPanasonicCamera::checkOffered(int input, bool isOfModel) const {
@@ -98,9 +98,9 @@ CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& val
     const std::vector<std::string>& words = model().whiteBalance.values;
     if (CError error = checkOffered(input, !words.empty()))
         return error;
-    std::string word = cameraSetting("WHITEBALANCE");
+    std::string word = cameraSetting(key::WhiteBalance);
     if (word.empty())
-        word = cameraSetting("WHITEBAL");
+        word = cameraSetting(key::WhiteBalanceShort);
     if (word.empty())
         return errors::deviceNotAccessible();
     const int byDefault = std::max(PositionOf(words, model().whiteBalance.defaultValue), FirstPosition);
@@ -116,7 +116,7 @@ CError CPanasonicCamera::setVpaBackLightComp(int /*input*/, CString onOff) {
     if (onOff.empty())
         return errors::backLightOutOfRange();
     // Other than for reading, only this one of the super dynamic settings counts.
-    if (cameraSetting("MEGASD") == On)
+    if (cameraSetting(key::MegaSuperDynamic) == On)
         return errors::superDynamicOn();
     return writeSetting(cgi::ImageAdjust,
                         std::string(cgi::ImageBackLight) + (onOff == CString(On) ? On : Off));
@@ -129,7 +129,7 @@ CError CPanasonicCamera::getVpaBackLightComp(int input, std::vector<CString>& va
         values.emplace_back(Off);
         return CError::Success();
     }
-    values.insert(values.end(), {cameraSetting("BLC") == On ? On : Off, Off, Off, On, Step});
+    values.insert(values.end(), {cameraSetting(key::BackLight) == On ? On : Off, Off, Off, On, Step});
     return CError::Success();
 }
 
@@ -144,7 +144,7 @@ CError CPanasonicCamera::getVpaProperties(int input, std::vector<CString>& names
     std::vector<CString> all;
     if (CError error = CVornCamera::getVpaProperties(input, all))
         return error;
-    const bool hasBackLight = !cameraSetting("BLC").empty();
+    const bool hasBackLight = !cameraSetting(key::BackLight).empty();
     std::copy_if(all.begin(), all.end(), std::back_inserter(names), [hasBackLight](const CString& name) {
         return name != CString("VpaVideoStandard") && (hasBackLight || name != CString("VpaBackLightComp"));
     });
@@ -154,7 +154,7 @@ CError CPanasonicCamera::getVpaProperties(int input, std::vector<CString>& names
 // Cameras call it by one of three names.
 std::string CPanasonicCamera::superDynamicState() const {
     std::string state;
-    for (const char* key : {"MEGASD", "SDTHREE", "WDR"})
+    for (const char* key : {key::MegaSuperDynamic, key::SuperDynamic3, key::WideDynamicRange})
         if (state.empty())
             state = cameraSetting(key);
     return state;

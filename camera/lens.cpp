@@ -45,10 +45,10 @@ CError CPanasonicCamera::getLensAutoFocus(int /*input*/, std::vector<CString>& v
 
 // Whether a model of the conditional kind lets it be set: by its capture size and its exposure mode.
 bool CPanasonicCamera::canSetWideDynamicRange() const {
-    const std::string size = cameraSetting("IMAGESELECT");
+    const std::string size = cameraSetting(key::ImageSelect);
     if (!size.empty() && size != "1.3m" && size != "2m")
         return false;
-    const std::string exposure = cameraSetting("ALCELC");
+    const std::string exposure = cameraSetting(key::ExposureMode);
     return !exposure.empty() && exposure != "elc" && exposure != "alc";
 }
 
@@ -68,7 +68,7 @@ CError CPanasonicCamera::getLensWdr(int /*input*/, std::vector<CString>& values)
     if (kind != Generic && kind != Conditional && kind != AdaptiveBlackStretchOnly)
         return errors::lensNotFound();
     const std::string state =
-        kind == AdaptiveBlackStretchOnly ? cameraSetting("DARKCOMP") : superDynamicState();
+        kind == AdaptiveBlackStretchOnly ? cameraSetting(key::DarkCompensation) : superDynamicState();
     values.emplace_back(state == On ? On : Off);
     if (kind != Conditional || canSetWideDynamicRange())
         values.insert(values.end(), {Off, Off, On});

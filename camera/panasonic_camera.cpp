@@ -1,4 +1,5 @@
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 
 #include "camera/cgi_paths.h"
 #include "camera/errors.h"
@@ -23,7 +24,7 @@ constexpr const char* TitleMaxLength = "20"; // characters
 
 // The first input's has no number.
 std::string TitleKey(int input) {
-    return "CAMTITLE" + (input < 1 ? "" : std::to_string(static_cast<long>(input) + 1));
+    return key::Title + (input < 1 ? "" : std::to_string(static_cast<long>(input) + 1));
 }
 
 } // namespace

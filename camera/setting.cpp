@@ -34,9 +34,9 @@ CPanasonicSetting::CPanasonicSetting(const std::string& cameraAddress,
       lastFetchTime(settingTimes.now()),
       times(std::move(settingTimes)) {
     for (const char* key : SettingKeys)
-        settingCache[key];
+        settingCache[DumpKey(key)];
     for (const std::string& key : furtherKeys)
-        settingCache[key + ","];
+        settingCache[DumpKey(key)];
     for (const char* key : InfoKeys)
         infoCache[key];
     reloadThread = boost::make_shared<boost::thread>([this] { threadRun(); });
@@ -83,7 +83,7 @@ int CPanasonicSetting::getDetailsFromSetdata() {
 }
 
 std::string CPanasonicSetting::GetCameraSetting(const std::string& key) {
-    const std::string cacheKey = key + ",";
+    const std::string cacheKey = DumpKey(key);
     boost::unique_lock<boost::mutex> guard(lock);
     const std::uint64_t request = reloadRequests;
     while (loadedRequests < request)

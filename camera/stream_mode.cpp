@@ -38,7 +38,7 @@ CPanasonicCamera::SRunningFamily CPanasonicCamera::runningFamily() const {
         return {true, {}};
     if (mpeg4 != h264)
         return {true, mpeg4 ? VideoCodec::Mpeg4 : VideoCodec::H264};
-    const std::string mode = cameraSetting(StreamModeKey);
+    const std::string mode = cameraSetting(key::StreamMode);
     if (mode.empty())
         return {false, {}};
     return {true, mode == Mpeg4Mode ? VideoCodec::Mpeg4 : VideoCodec::H264};
@@ -57,7 +57,7 @@ int CPanasonicCamera::GetH264Mpeg4Mode() {
     if (!mpeg4 && !h264)
         return 0;
     // Against "1", where the running family is told by "0": the two differ for any other value.
-    return mpeg4 && h264 && cameraSetting(StreamModeKey) == On ? 2 : 1;
+    return mpeg4 && h264 && cameraSetting(key::StreamMode) == On ? 2 : 1;
 }
 
 CError CPanasonicCamera::getVideoCodecCount(int /*channel*/, CString& count) {
@@ -119,7 +119,7 @@ CError CPanasonicCamera::SetupStreamTransmition(SVideoStreamId& id) {
         return CError::Success();
     if (id.codec == VideoCodec::Mjpeg) {
         // A camera without a family switch sends MPEG-4 or MJPEG, not both.
-        if (cameraSetting(StreamModeKey).empty() && cameraSetting("MPEG") == On)
+        if (cameraSetting(key::StreamMode).empty() && cameraSetting(key::Mpeg4Transmission) == On)
             setting->SetCameraSettingNoReload(cgi::SetMpeg, cgi::Mpeg4TransmitOff);
         return CError::Success();
     }
@@ -129,21 +129,21 @@ CError CPanasonicCamera::SetupStreamTransmition(SVideoStreamId& id) {
     const SCodedFamily& family = *FindCodedFamily(id.codec);
     if (cameraSetting(stream->transmission) != On)
         setting->SetCameraSettingNoReload(stream->setPath, family.transmitOn);
-    if (cameraSetting("RTSPPORT") != RtspPort || cameraSetting(stream->rtspMode) != On)
+    if (cameraSetting(key::RtspPort) != RtspPort || cameraSetting(stream->rtspMode) != On)
         setting->SetCameraSettingNoReload(cgi::SetRtsp, family.rtspOn);
     return CError::Success();
 }
 
 std::string CPanasonicCamera::GetImageMode() {
-    std::string mode = cameraSetting("IMAGESELECT");
-    const std::string ratio = cameraSetting("IMAGERATIO");
+    std::string mode = cameraSetting(key::ImageSelect);
+    const std::string ratio = cameraSetting(key::ImageRatio);
     if (mode.empty())
         mode = "1_3m";
     else
         boost::replace_all(mode, ".", "_");
     if (ratio == "16_9")
         mode += "_r" + ratio;
-    if (cameraSetting("IMAGESVGA") == On)
+    if (cameraSetting(key::ImageSvga) == On)
         mode += "_r" + ratio + "_800"; // also behind a ratio that is already there
     return mode;
 }

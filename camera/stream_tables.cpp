@@ -1,4 +1,5 @@
 #include "camera/stream_tables.h"
+#include "camera/setting_keys.h"
 
 #include "camera/cgi_paths.h"
 
@@ -7,14 +8,14 @@ namespace corvane::panasonic_camera {
 namespace {
 
 constexpr SCodedStream CodedStreams[] = {
-    {VideoCodec::Mpeg4, false, "MPEG", "FPRIORITY", "RTSPMODE", "MPEGSIZE", "NRFRAMERATE", "MPEGQUAL", "RINT",
-     "MPEGBWC", cgi::SetMpeg},
-    {VideoCodec::Mpeg4, true, "MPEG_2", "FPRIORITY_2", "RTSPMODE_2", "MPEGSIZE_2", "NRFRAMERATE_2",
-     "MPEGQUAL_2", "RINT_2", "MPEGBWC_2", cgi::SetMpegSecond},
-    {VideoCodec::H264, false, "H264", "H264FPRIORITY", "H264RTSPMODE", "H264SIZE", "H264NRFRAMERATE", nullptr,
-     "H264RINT", nullptr, cgi::SetH264},
-    {VideoCodec::H264, true, "H264_2", "H264FPRIORITY_2", "H264RTSPMODE_2", "H264SIZE_2", "H264NRFRAMERATE_2",
-     nullptr, "H264RINT_2", nullptr, cgi::SetH264Second},
+    {VideoCodec::Mpeg4, false, key::Mpeg4Transmission, key::Mpeg4Priority, key::Mpeg4Rtsp, key::Mpeg4Size,
+     key::Mpeg4FrameRate, key::Mpeg4Quality, key::Mpeg4Interval, key::Mpeg4BitRate, cgi::SetMpeg},
+    {VideoCodec::Mpeg4, true, key::Mpeg4Transmission2, key::Mpeg4Priority2, key::Mpeg4Rtsp2, key::Mpeg4Size2,
+     key::Mpeg4FrameRate2, key::Mpeg4Quality2, key::Mpeg4Interval2, key::Mpeg4BitRate2, cgi::SetMpegSecond},
+    {VideoCodec::H264, false, key::H264Transmission, key::H264Priority, key::H264Rtsp, key::H264Size,
+     key::H264FrameRate, nullptr, key::H264Interval, nullptr, cgi::SetH264},
+    {VideoCodec::H264, true, key::H264Transmission2, key::H264Priority2, key::H264Rtsp2, key::H264Size2,
+     key::H264FrameRate2, nullptr, key::H264Interval2, nullptr, cgi::SetH264Second},
 };
 
 constexpr SCodedFamily CodedFamilies[] = {

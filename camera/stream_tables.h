@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/setting_keys.h"
 #include "host/stream_id.h"
 
 #include <string>
@@ -13,10 +14,6 @@ using handler_impl::SVideoStreamId;
 // The index of a camera's second stream of a codec; any other index is the first's.
 inline constexpr int FirstStream = 0;
 inline constexpr int SecondStream = 1;
-
-// Settings key: which codec family a camera that has both runs; a camera without the switch does not report
-// it.
-inline constexpr const char* StreamModeKey = "STREAMMODE";
 
 // What the settings dump calls one stream's settings.
 struct SStreamKeys {
@@ -61,9 +58,9 @@ struct SMjpegNames {
     const char* otherChannels;
 };
 
-inline constexpr SMjpegNames MjpegResolutionKey = {"LIVESIZE", "LIVESIZECH"};
-inline constexpr SMjpegNames MjpegFrameRateKey = {"LIVEINT", "LIVEINTCH"};
-inline constexpr SMjpegNames MjpegQualityKey = {"LIVEQUAL", "LIVEQUALCH"};
+inline constexpr SMjpegNames MjpegResolutionKey = {key::MjpegSize, "LIVESIZECH"};
+inline constexpr SMjpegNames MjpegFrameRateKey = {key::MjpegInterval, "LIVEINTCH"};
+inline constexpr SMjpegNames MjpegQualityKey = {key::MjpegQuality, "LIVEQUALCH"};
 inline constexpr SMjpegNames MjpegResolutionParameter = {"jpeg_resolution", "jpeg_resolution_ch"};
 inline constexpr SMjpegNames MjpegQualityParameter = {"jpeg_quality", "jpeg_quality_ch"};
 inline constexpr SMjpegNames MjpegFrameRateParameter = {"jpeg_interval", "jpeg_interval_ch"};

@@ -36,9 +36,9 @@ struct SAlarmInput {
 
 // By the recorder's number.
 constexpr SAlarmInput AlarmInputs[] = {
-    {"ATRMIN", "trm_alarm=1", "AINMODE"},
-    {"ATRMIN2", "trm_alarm2=1", "AINMODE2"},
-    {"ATRMIN3", "trm_alarm3=1", "AINMODE3"},
+    {key::Terminal1Alarm, "trm_alarm=1", key::Terminal1Mode},
+    {key::Terminal2Alarm, "trm_alarm2=1", key::Terminal2Mode},
+    {key::Terminal3Alarm, "trm_alarm3=1", key::Terminal3Mode},
 };
 
 constexpr const char* ModeNormallyOpen = "no";

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const std::string& key : fuzz::Split(fuzz::TakeLine(dump), ' '))
         settings[key] = "an older value";
     for (const char* key : panasonic_camera::SettingKeys)
-        settings[key] = "an older value";
+        settings[panasonic_camera::DumpKey(key)] = "an older value";
     std::map<std::string, std::string> expected = settings;
 
     panasonic_camera::ParseSetdata(dump, settings);

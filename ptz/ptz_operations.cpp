@@ -4,6 +4,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting_keys.h"
 
 #include "host/log.h"
 
@@ -224,7 +225,7 @@ CError CPanasonicCamera::getPtzPatternCount(int stream, CString& count) {
         const char* patrolMode;
         const char* patterns;
     } Counts[] = {{"1", "1"}, {"2", "2"}, {"3", "4"}};
-    const std::string mode = cameraSetting("PATROLNO");
+    const std::string mode = cameraSetting(key::Patrol);
     for (const auto& row : Counts)
         if (mode == row.patrolMode) {
             count = row.patterns;

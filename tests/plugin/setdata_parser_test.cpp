@@ -61,14 +61,14 @@ TEST(SetdataParser, TakesTheTextBehindTheFirstOccurrence) {
 TEST(SetdataParser, AgreesWithThePlainRuleOnRandomDumps) {
     Settings keys = {{",", ""}, {",,", ""}, {"\",", ""}, {"2,", ""}};
     for (const char* key : SettingKeys)
-        keys[key];
+        keys[DumpKey(key)];
     static constexpr const char* Pieces[] = {",",    "\"",   "\r\n", "_2",    "2",
                                              "H264", "MPEG", "x",    "\",\"", ",,"};
     std::minstd_rand random(1);
     for (int i = 0; i < 3'000; ++i) {
         std::string dump;
         for (unsigned n = random() % 80; n > 0; --n)
-            dump += random() % 2 ? SettingKeys[random() % std::size(SettingKeys)]
+            dump += random() % 2 ? DumpKey(SettingKeys[random() % std::size(SettingKeys)])
                                  : Pieces[random() % std::size(Pieces)];
         ASSERT_EQ(Parsed(dump, keys), PlainlyParsed(dump, keys)) << dump;
     }
