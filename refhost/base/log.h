@@ -1,6 +1,7 @@
 #pragma once
 
 #include "refhost/base/auth_scheme.h"
+#include "refhost/base/http_failure.h"
 
 #include <functional>
 #include <string>
@@ -39,11 +40,11 @@ struct SHttpExchange {
     std::string path;    // with its query
     std::string body;    // of a POST
     int status = 0;      // 0 when there was no HTTP status
+    HttpFailure kind = HttpFailure::None;
     std::string failure; // what happened; empty for status 200
     double milliseconds = 0;
     AuthScheme authentication = AuthScheme::None; // of the credentials that went over the wire last
     bool offersBasicAlone = false;                // of the schemes that were to be had, and with credentials
-    bool isBasicRefused = false;                  // what it failed for: it offers Basic alone
     // What went over the wire for it: one round, or more where the device asked for credentials first; none
     // where the device was never reached.
     std::vector<SHttpRound> rounds;

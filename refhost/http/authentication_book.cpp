@@ -96,7 +96,7 @@ void CAuthenticationBook::note(const SHttpExchange& exchange) {
             device.seen.basicAlone.reset();
         else if (exchange.offersBasicAlone && !device.seen.basicAlone)
             device.seen.basicAlone = exchange;
-        line = toTell(device, exchange.isBasicRefused);
+        line = toTell(device, exchange.kind == HttpFailure::BasicRefused);
         if (isLetIn) {
             device.seen.letIn = exchange.authentication;
             isStronger = exchange.authentication > device.seen.strongest;

@@ -1,8 +1,8 @@
 #include "host/cgi.h"
 
+#include "refhost/base/percent_encoding.h"
 #include "refhost/http/device_requests.h"
 #include "refhost/http/http_client.h"
-#include "refhost/base/percent_encoding.h"
 
 #include <strings.h>
 

@@ -3,10 +3,10 @@
 #include "host/http_status.h"
 #include "refhost/base/address.h"
 #include "refhost/base/auth_scheme.h"
+#include "refhost/base/log.h"
 #include "refhost/http/authentication_book.h"
 #include "refhost/http/http_handle_pool.h"
 #include "refhost/http/http_rounds.h"
-#include "refhost/base/log.h"
 
 #include <cerrno>
 #include <chrono>
@@ -126,41 +126,60 @@ void setMethod(CURL* curl, const COptional<std::string>& form) {
 constexpr const char* CutText = "connection closed in the middle of the reply";
 constexpr const char* NotHttpText = "the reply is not HTTP";
 
+struct SFailure {
+    HttpFailure kind;
+    std::string text;
+};
+
 constexpr struct {
     CURLcode code;
-    const char* text;
-} FailureTexts[] = {
-    {CURLE_COULDNT_RESOLVE_HOST, "host not found"},
-    {CURLE_GOT_NOTHING, CutText},
-    {CURLE_PARTIAL_FILE, CutText},
-    {CURLE_WEIRD_SERVER_REPLY, NotHttpText},
-    {CURLE_UNSUPPORTED_PROTOCOL, NotHttpText},
+    HttpFailure kind;
+    const char* text; // null: libcurl's own
+} Failures[] = {
+    {CURLE_COULDNT_RESOLVE_HOST, HttpFailure::NameNotFound, "host not found"},
+    {CURLE_COULDNT_CONNECT, HttpFailure::Unreachable, nullptr},
+    {CURLE_GOT_NOTHING, HttpFailure::Dropped, CutText},
+    {CURLE_PARTIAL_FILE, HttpFailure::Cut, CutText},
+    {CURLE_WEIRD_SERVER_REPLY, HttpFailure::NotHttp, NotHttpText},
+    {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
 };
 
 std::string timedOutText(int seconds) {
     return "timed out after " + std::to_string(seconds) + " s";
 }
 
-std::string failureText(CURL* curl, CURLcode code, const SReceived& received, const char* detail,
-                        int timeout) {
+SFailure timeOut(CURL* curl, const SReceived& received, int seconds) {
+    curl_off_t connected = 0;
+    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connected);
+    return {received.headerSize > 0 ? HttpFailure::Cut
+            : connected > 0         ? HttpFailure::NoAnswer
+                                    : HttpFailure::Unreachable,
+            timedOutText(seconds)};
+}
+
+SFailure failureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail, int timeout) {
+    const HttpFailure broken = received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
     if (received.rounds.refusedRepetition())
-        return CutText;
+        return {HttpFailure::Dropped, CutText};
     if (received.isBodyTooLarge)
-        return "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB";
+        return {HttpFailure::TooLarge,
+                "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB"};
     if (received.isHeaderTooLarge)
-        return "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB";
+        return {HttpFailure::TooLarge,
+                "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB"};
     if (code == CURLE_OPERATION_TIMEDOUT)
-        return timedOutText(timeout);
+        return timeOut(curl, received, timeout);
     long systemError = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
-        return "connection refused";
+        return {HttpFailure::Refused, "connection refused"};
     if (code == CURLE_RECV_ERROR && systemError == ECONNRESET)
-        return CutText;
-    for (const auto& row : FailureTexts)
+        return {broken, CutText};
+    const std::string own = *detail ? detail : curl_easy_strerror(code);
+    for (const auto& row : Failures)
         if (row.code == code)
-            return row.text;
-    return *detail ? detail : curl_easy_strerror(code);
+            return {row.kind, row.text ? row.text : own};
+    return {HttpFailure::Other, own};
 }
 
 std::string statusText(int status) {
@@ -168,20 +187,22 @@ std::string statusText(int status) {
     return "HTTP status " + std::to_string(status) + (reason.empty() ? "" : " ") + reason;
 }
 
-SHttpReply noStatus(std::string failure) {
+SHttpReply noStatus(SFailure failure) {
     SHttpReply reply;
-    reply.failure = std::move(failure);
+    reply.kind = failure.kind;
+    reply.failure = std::move(failure.text);
     return reply;
 }
 
 SHttpReply withStatus(int status) {
     SHttpReply reply;
     reply.status = status;
-    if (status != 200)
+    if (status != 200) {
+        reply.kind = HttpFailure::Status;
         reply.failure = statusText(status);
+    }
     return reply;
 }
-
 
 // Takes Basic away from what the request may use.
 void refuseBasic(SHttpPeer& peer) {
@@ -234,7 +255,7 @@ private:
     SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
-            return noStatus(timedOutText(request_.timeout));
+            return noStatus({HttpFailure::NoAnswer, timedOutText(request_.timeout)});
 
         SReceived received{rounds, {}};
         char detail[CURL_ERROR_SIZE] = "";
@@ -243,7 +264,8 @@ private:
         setMethod(curl, request_.form);
         if (curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str()) !=
             CURLE_OK)
-            return noStatus("the request's URL is too long"); // the handle still has the one before
+            return noStatus({HttpFailure::NotAsked,
+                             "the request's URL is too long"}); // the handle still has the one before
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
@@ -261,16 +283,17 @@ private:
         if (received.rounds.refusedChallenge())
             return withStatus(Unauthorized);
         if (code != CURLE_OK)
-            return noStatus(failureText(curl, code, received, detail, request_.timeout));
+            return noStatus(failureOf(curl, code, received, detail, request_.timeout));
         if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
-            return noStatus(CutText);
+            return noStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         SHttpReply reply = withStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
-        reply.isBasicRefused = isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl);
-        if (reply.isBasicRefused)
+        if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
+            reply.kind = HttpFailure::BasicRefused;
             reply.failure += BasicRefusedText;
+        }
         return reply;
     }
 
@@ -299,9 +322,10 @@ COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
 
 SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer, CHttpRounds& rounds) {
     if (!peer)
-        return noStatus("\"" + request.address + "\" is no device address");
+        return noStatus({HttpFailure::NotAsked, "\"" + request.address + "\" is no device address"});
     if (!curlAuthentication(request.authScheme))
-        return noStatus("unknown authentication scheme \"" + request.authScheme + "\"");
+        return noStatus(
+            {HttpFailure::NotAsked, "unknown authentication scheme \"" + request.authScheme + "\""});
     const bool isBasicRefused = CAuthenticationBook::instance().isRefused(peer->address);
     SHttpPeer allowed = *peer;
     if (isBasicRefused)
@@ -323,12 +347,12 @@ SHttpReply ExchangeHttp(const SHttpRequest& request) {
     told.path = request.path;
     told.body = request.form.value_or("");
     told.status = reply.status;
+    told.kind = reply.kind;
     told.failure = reply.failure;
     told.authentication = rounds.authentication();
-    told.isBasicRefused = reply.isBasicRefused;
     // Of two Digest is taken.
     const bool tookBasic = request.authScheme == AnyScheme && told.authentication == AuthScheme::Basic;
-    told.offersBasicAlone = tookBasic || reply.isBasicRefused;
+    told.offersBasicAlone = tookBasic || reply.kind == HttpFailure::BasicRefused;
     told.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     told.rounds = rounds.end();
     if (!told.rounds.empty())

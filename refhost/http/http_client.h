@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/text.h"
+#include "refhost/base/http_failure.h"
 
 #include <string>
 
@@ -18,10 +19,10 @@ struct SHttpRequest {
 };
 
 struct SHttpReply {
-    int status = 0;              // 0 when there was no HTTP status
-    std::string failure;         // what happened; empty for status 200
-    std::string body;            // of a reply with a status
-    bool isBasicRefused = false; // why the status is 401: Basic alone is offered, and is refused
+    int status = 0; // 0 when there was no HTTP status
+    HttpFailure kind = HttpFailure::None;
+    std::string failure; // what happened; empty for status 200
+    std::string body;    // of a reply with a status
 };
 
 // One exchange with a device, reported once to the trace. Never throws for what the device or the network

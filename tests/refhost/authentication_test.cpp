@@ -268,7 +268,7 @@ TEST_F(SeenAuthentication, ARefusalIsToldToo) {
     context.setBasicRefused(true);
     EXPECT_THAT(logOf(device, 2), ElementsAre(told(device.address(), "; that is refused")));
     EXPECT_EQ(context.seenAuthentication().letIn, AuthScheme::None);
-    EXPECT_TRUE(context.seenAuthentication().basicAlone->isBasicRefused);
+    EXPECT_EQ(context.seenAuthentication().basicAlone->kind, HttpFailure::BasicRefused);
 }
 
 } // namespace

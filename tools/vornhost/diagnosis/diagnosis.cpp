@@ -3,7 +3,6 @@
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace corvane::vornhost {
@@ -12,6 +11,7 @@ namespace {
 using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
+using refhost::HttpFailure;
 using refhost::SHttpExchange;
 
 constexpr const char* CapabilityRequest = "get_capability";
@@ -24,8 +24,9 @@ struct SEvidence {
     CError error;
     std::optional<SHttpExchange> exchange; // the one to blame
 
-    bool failedBecause(const char* text) const {
-        return exchange && exchange->failure.compare(0, std::strlen(text), text) == 0;
+    bool failedBy(HttpFailure kind, HttpFailure other = HttpFailure::Other) const {
+        return exchange &&
+               (exchange->kind == kind || (other != HttpFailure::Other && exchange->kind == other));
     }
     bool hasStatus(int from, int to) const {
         return exchange && !exchange->failure.empty() && from <= exchange->status && exchange->status <= to;
@@ -53,20 +54,22 @@ constexpr const char* OfferedBasicAlone = "401 Unauthorized, and Basic authentic
 
 // The first that applies tells.
 const SProblem Problems[] = {
-    {[](const SEvidence& e) { return e.failedBecause("host not found"); }, "no host has this name",
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NameNotFound); }, "no host has this name",
      "look for a slip of the pen in ADDRESS, or give the dotted address"},
-    {[](const SEvidence& e) { return e.failedBecause("connection refused"); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Refused); },
      "nobody listens at this address and port",
      "add :PORT if the camera's web port is not 80; a camera that restarts refuses for a minute"},
-    {[](const SEvidence& e) { return e.failedBecause("timed out"); }, "the camera did not answer in time",
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NoAnswer, HttpFailure::Unreachable); },
+     "the camera did not answer in time",
      "see whether the camera has power and can be reached (ping), then try again"},
-    {[](const SEvidence& e) { return e.failedBecause("connection closed"); }, "the reply was cut short",
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Cut, HttpFailure::Dropped); },
+     "the reply was cut short",
      "try again; if it stays so, restart the camera and look at what stands between it and here"},
-    {[](const SEvidence& e) { return e.failedBecause("the reply is not HTTP"); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NotHttp); },
      "what answers there does not speak HTTP", "give the camera's web port as ADDRESS:PORT"},
-    {[](const SEvidence& e) { return e.failedBecause("the reply is larger"); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::TooLarge); },
      "the reply is far larger than any camera's", "see what it is that answers at this address"},
-    {[](const SEvidence& e) { return e.exchange && e.exchange->isBasicRefused; },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::BasicRefused); },
      "the camera offers Basic authentication alone, which is refused",
      "set the camera to Digest; if it was, see whether it was reset, or who answers in its place. Where the "
      "model list has digestOnly for another family, --model tells this one's",
