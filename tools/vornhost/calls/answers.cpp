@@ -47,11 +47,8 @@ std::vector<std::string> RecordTexts(const SAnswer& answer) {
 ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed) {
     const SAnswer& answer = timed.answer;
     ordered_json json{{"operation", call.operation}, {"arguments", call.arguments}};
-    if (answer.error) {
-        json["code"] = answer.error->getCode();
-        json["origin"] = answer.error->getOrigin();
-        json["text"] = answer.error->getText();
-    }
+    if (answer.error)
+        json.update(ErrorMembers(*answer.error));
     if (answer.result.index() != 0)
         json["result"] = std::visit(SResultJson(), answer.result);
     json["values"] = answer.values;
@@ -64,6 +61,10 @@ ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed) {
     }
     json["ms"] = RoundedMilliseconds(timed.milliseconds);
     return json;
+}
+
+ordered_json ErrorMembers(const device_handler::v1_0::CError& error) {
+    return {{"code", error.getCode()}, {"origin", error.getOrigin()}, {"text", error.getText()}};
 }
 
 ordered_json ErrorJson(const std::string& operation, const std::string& error) {

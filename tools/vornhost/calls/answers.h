@@ -15,6 +15,9 @@ nlohmann::ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed);
 // The answer to a call that could not be made.
 nlohmann::ordered_json ErrorJson(const std::string& operation, const std::string& error);
 
+// What an operation returned: {"code","origin","text"}, in every output that has it.
+nlohmann::ordered_json ErrorMembers(const device_handler::v1_0::CError& error);
+
 // As one line with its line end; bytes that are no UTF-8 are replaced.
 std::string JsonLine(const nlohmann::ordered_json& value);
 

@@ -21,11 +21,10 @@ constexpr const char* KeyHelp =
     "leave\n";
 
 nlohmann::ordered_json CommandJson(const SPtzCommand& command, const STimedAnswer& timed) {
-    return {{"key", command.key},
-            {"operation", command.call.operation},
-            {"code", timed.answer.error->getCode()},
-            {"text", timed.answer.error->getText()},
-            {"ms", RoundedMilliseconds(timed.milliseconds)}};
+    nlohmann::ordered_json json{{"key", command.key}, {"operation", command.call.operation}};
+    json.update(ErrorMembers(*timed.answer.error));
+    json["ms"] = RoundedMilliseconds(timed.milliseconds);
+    return json;
 }
 
 // "pan 5000  tilt 0  zoom 0" of "pan=5000&tilt=0&zoom=0&iris=0&focus=0".

@@ -1,9 +1,9 @@
 #include "tools/vornhost/verbs/camera_report.h"
 
-#include "tools/vornhost/verbs/adjustments.h"
-#include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/calls/invocation.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/events/alarm_input_levels.h"
+#include "tools/vornhost/verbs/adjustments.h"
 #include "tools/vornhost/verbs/alarm_input_report.h"
 #include "tools/vornhost/verbs/camera_settings.h"
 

@@ -1,8 +1,8 @@
 #include "host/stream_controller.h"
 #include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/console/output.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/element_description.h"
-#include "tools/vornhost/console/output.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

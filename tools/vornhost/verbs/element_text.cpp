@@ -1,7 +1,7 @@
 // An element's description for eyes, laid out as GStreamer's own tools do it.
 
-#include "tools/vornhost/verbs/element_description.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/verbs/element_description.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,12 +1,12 @@
-#include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/events/event_lines.h"
-#include "tools/vornhost/events/event_watch.h"
 #include "tools/vornhost/console/line_writer.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "tools/vornhost/events/alarm_input_levels.h"
+#include "tools/vornhost/events/event_lines.h"
+#include "tools/vornhost/events/event_watch.h"
+#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,11 +1,11 @@
-#include "tools/vornhost/verbs/adjustments.h"
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/calls/near_names.h"
-#include "tools/vornhost/session/options.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/session/options.h"
+#include "tools/vornhost/verbs/adjustments.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -66,13 +66,9 @@ ordered_json ValueJson(const SAdjustmentInfo& info, const std::string& text) {
     return info.form == AdjustmentForm::Percent ? ordered_json(NumberIn(text)) : ordered_json(text);
 }
 
-ordered_json ErrorJson(const CError& error) {
-    return {{"code", error.getCode()}, {"origin", error.getOrigin()}, {"text", error.getText()}};
-}
-
 ordered_json ReadingJson(const SAdjustmentReading& reading) {
     if (reading.failure)
-        return ErrorJson(*reading.failure);
+        return ErrorMembers(*reading.failure);
     ordered_json json = ordered_json::object();
     if (!reading.current.empty())
         json["current"] = ValueJson(*reading.info, reading.current);
@@ -168,7 +164,7 @@ private:
         const SAdjustmentInfo& telling = *reported.info;
         if (json_) {
             ordered_json line{{"name", wish.info->name}, {"asked", ValueJson(*wish.info, wish.value)}};
-            line.update(ErrorJson(error));
+            line.update(ErrorMembers(error));
             if (!reported.current.empty())
                 line["reported"] = ValueJson(telling, reported.current);
             WriteOutput(JsonLine(line));

@@ -1,8 +1,8 @@
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/loaded_plugin.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/session/loaded_plugin.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,7 +1,7 @@
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/table.h"
+#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/ptz/ptz_drive.h"
+#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

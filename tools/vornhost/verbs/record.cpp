@@ -2,12 +2,12 @@
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/stream_location.h"
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/console/output.h"
-#include "tools/vornhost/recording/recording.h"
-#include "tools/vornhost/recording/recording_text.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "tools/vornhost/recording/recording.h"
+#include "tools/vornhost/recording/recording_text.h"
+#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,9 +1,9 @@
 #include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/calls/invocation.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -81,14 +81,13 @@ ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
                         {"path", exchange.path},
                         {"body", exchange.body},
                         {"status", exchange.status}});
-    return {{"stream", stream},
-            {"record", RecordJson(outcome.record)},
-            {"camera", RecordJson(outcome.before)},
-            {outcome.isDryRun ? "wouldBe" : "recordNow", RecordJson(outcome.after)},
-            {"sent", sent},
-            {"code", outcome.result.getCode()},
-            {"origin", outcome.result.getOrigin()},
-            {"text", outcome.result.getText()}};
+    ordered_json json{{"stream", stream},
+                      {"record", RecordJson(outcome.record)},
+                      {"camera", RecordJson(outcome.before)},
+                      {outcome.isDryRun ? "wouldBe" : "recordNow", RecordJson(outcome.after)},
+                      {"sent", sent}};
+    json.update(ErrorMembers(outcome.result));
+    return json;
 }
 
 std::string OutcomeText(const SOutcome& outcome, bool colour) {
