@@ -282,6 +282,7 @@ public:
                 text.erase(at, number.size());
             all.push_back(text.substr(0, text.size() - 2));
         }
+        all.resize(std::max(all.size(), count));
         return all;
     }
 
