@@ -182,7 +182,6 @@ SHttpReply withStatus(int status) {
     return reply;
 }
 
-
 // Takes Basic away from what the request may use.
 void refuseBasic(SHttpPeer& peer) {
     if (peer.authScheme == AnyScheme)
