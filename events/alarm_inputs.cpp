@@ -18,6 +18,7 @@ namespace corvane::panasonic_camera {
 
 using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::LogFailure;
+using device_handler::v1_0::LogNotice;
 using vorn_camera_base::v1_0::ActiveHigh;
 using vorn_camera_base::v1_0::ActiveLow;
 using vorn_camera_base::v1_0::DryContactInputProperty;
@@ -154,8 +155,10 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
         return error;
     if (index < 0)
         return errors::notReported();
-    if (credentials.isBasicRefused())
-        vorn_event::v1_0::RefuseBasic(source);
+    vorn_event::v1_0::SetBasicPolicy(source, {credentials.isBasicRefused(), [log = deviceContext()] {
+                                                  log->log(LogNotice, "alarm inputs: %s",
+                                                           device_handler::v1_0::BasicAloneText);
+                                              }});
     g_object_set(source, "drycontact-activestate", vorn_event::v1_0::DCActiveHigh, "event-mode",
                  vorn_event::v1_0::EventModeRegular, "event-period", EventPeriod, "ping-period", PingPeriod,
                  "device-index", index, "device-index-base", base, "max-device-index",

@@ -110,6 +110,13 @@ public:
         return status;
     }
 
+    // Whether the camera has asked for credentials in this request, and for Basic ones alone.
+    bool offersBasicAlone() const {
+        long offered = 0;
+        curl_easy_getinfo(easy_, CURLINFO_HTTPAUTH_AVAIL, &offered);
+        return (static_cast<unsigned long>(offered) & AuthSchemes) == CURLAUTH_BASIC;
+    }
+
     // The one operation for other threads. Of a request that is not under way it breaks off the next.
     void breakOff() {
         broken_ = true;
@@ -249,8 +256,10 @@ void CDryContactMonitor::WakeWaiters() {
     changed.notify_all();
 }
 
-void CDryContactMonitor::RefuseBasic() {
-    basicRefused = true;
+void CDryContactMonitor::SetBasicPolicy(const SBasicPolicy& policy) {
+    const Guard lock(mutex);
+    basic.isRefused = basic.isRefused || policy.isRefused;
+    basic.onBasicAlone = policy.onBasicAlone;
 }
 
 bool CDryContactMonitor::CheckHeartbeat() {
@@ -294,13 +303,14 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
     const std::string url = DryContactMonitorUrl(ipAddress);
     CRetryPace pace(times.retry);
     while (running) {
-        if (!transfer.setOptions(credentials, url, basicRefused ? CURLAUTH_DIGEST : AuthSchemes, this))
+        if (!transfer.setOptions(credentials, url, allowedSchemes(), this))
             return;
         publish(&transfer);
         if (!running) // a stop that came before the transfer could be broken off
             return;
         const auto start = std::chrono::steady_clock::now();
         const CTransfer::End end = transfer.perform();
+        tellBasicAlone();
         // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
         if (wasReplied() && std::chrono::steady_clock::now() - start >= times.retry.longest)
             pace.forget();
@@ -312,6 +322,24 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
             pause(end == CTransfer::End::Refused ? pace.afterRefusal() : pace.afterFailure());
         }
     }
+}
+
+unsigned long CDryContactMonitor::allowedSchemes() {
+    const Guard lock(mutex);
+    return basic.isRefused ? CURLAUTH_DIGEST : AuthSchemes;
+}
+
+void CDryContactMonitor::tellBasicAlone() {
+    boost::function<void()> tellHost;
+    {
+        const Guard lock(mutex);
+        if (isBasicAloneTold || !curl || !curl->offersBasicAlone())
+            return;
+        tellHost = basic.onBasicAlone;
+    }
+    isBasicAloneTold = true;
+    if (tellHost)
+        tellHost();
 }
 
 bool CDryContactMonitor::wasReplied() {
@@ -365,6 +393,7 @@ size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count,
     try {
         if (!monitor->isAccepted())
             return 0;
+        monitor->tellBasicAlone();
         monitor->ParseAndDisperseInformation(std::string(data, count));
         return count;
     } catch (...) {

@@ -28,6 +28,13 @@ struct SMonitorTimes {
     boost::function<std::time_t()> now = [] { return std::time(nullptr); };
 };
 
+// Basic authentication, which shows the password to whoever listens.
+struct SBasicPolicy {
+    bool isRefused = false; // a Digest challenge alone is answered
+    // Told once that the camera offers nothing better; on the monitor's thread, without a lock. May be empty.
+    boost::function<void()> onBasicAlone;
+};
+
 // Watches the alarm inputs (dry contacts; the camera's terminals) of the camera at one address, with one
 // request that the camera keeps open and writes to ("/cgi-bin/get_io?mode=monitor"). Keeps the last level of
 // each input and tells changes to listeners, one for each input. It must be owned by a boost::shared_ptr.
@@ -77,8 +84,8 @@ public:
     TDryContactState GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned = {});
     void WakeWaiters();
 
-    // From the next request on the password is shown to the camera in answer to a Digest challenge alone.
-    void RefuseBasic();
+    // From the next request on. Basic that was refused once stays refused.
+    void SetBasicPolicy(const SBasicPolicy& policy);
 
     // Whether the camera has written in time. When it has not, ends the request, which then counts as failed
     // and is made again, and allows the camera the same time anew.
@@ -108,11 +115,13 @@ private:
     void breakTransfer(); // mutex is held
     void publish(CTransfer* transfer);
     void serve(CTransfer& transfer);
+    unsigned long allowedSchemes();
     bool wasReplied();
     bool isAccepted();
     void noteFailure();
     void pause(std::chrono::milliseconds time);
     void tellLinkLost();
+    void tellBasicAlone();
     void tell(std::uint32_t input, TDryContactState state);
 
     // A listener, and the number of its registration.
@@ -129,8 +138,7 @@ private:
     const std::string userName;
     const std::string password;
     std::atomic<bool> running{false}; // the thread goes on; changed under mutex
-    std::atomic<bool> basicRefused{false};
-    std::int32_t listenerCount = 0; // calls of StartMonitor without their StopMonitor; guarded by mutex
+    std::int32_t listenerCount = 0;   // calls of StartMonitor without their StopMonitor; guarded by mutex
     const std::int32_t firstIndex;
     const std::int32_t maxIndex;
     CTransfer* curl = nullptr;    // the thread's, while it has one; guarded by mutex
@@ -141,6 +149,8 @@ private:
     std::uint64_t registrations = 0;     // so far; guarded by mutex
     boost::optional<std::uint64_t> told; // the registration whose listener runs; guarded by mutex
     bool isReplied = false;              // the request under way has had a chunk; guarded by mutex
+    SBasicPolicy basic;                  // guarded by mutex
+    bool isBasicAloneTold = false;       // the thread's
     boost::condition_variable changed;   // of `thread`, `running`, `gotReply`, `told`; with mutex
 };
 

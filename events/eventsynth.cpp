@@ -58,15 +58,16 @@ void SVornEventSynth::init() {
     new (&eventPeriod) std::atomic<gint>(6);
     for (std::atomic<gint>* const index : {&deviceIndex, &deviceIndexBase, &maxDeviceIndex})
         new (index) std::atomic<gint>(0);
-    for (std::atomic<bool>* const flag : {&deactivating, &basicRefused})
-        new (flag) std::atomic<bool>(false);
+    new (&deactivating) std::atomic<bool>(false);
     for (std::mutex* const mutex : {&stringLock, &lock, &monitorLock, &startLock})
         new (mutex) std::mutex;
     new (&wakeup) std::condition_variable;
     new (&monitor) boost::shared_ptr<CDryContactMonitor>;
+    new (&basic) vorn_utility::v1_0::SBasicPolicy;
 }
 
 void SVornEventSynth::finalize() {
+    std::destroy_at(&basic);
     std::destroy_at(&monitor);
     std::destroy_at(&wakeup);
     for (std::mutex* const mutex : {&startLock, &monitorLock, &lock, &stringLock})
@@ -217,11 +218,10 @@ void SVornEventSynth::attach() {
             entry = boost::make_shared<CDryContactMonitor>(
                 address, string(UsernameProperty), string(PasswordProperty), deviceIndexBase, maxDeviceIndex);
         found = entry;
-        if (basicRefused)
-            found->RefuseBasic();
         CDryContactMonitor::s_strDryContactStatusUrl.clear();
         CDryContactMonitor::s_funGetDryContactStatus = nullptr;
     }
+    found->SetBasicPolicy(basic);
     const std::lock_guard<std::mutex> monitorHeld(monitorLock);
     monitor = found;
 }

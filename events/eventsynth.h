@@ -43,8 +43,7 @@ struct SVornEventSynth {
     std::atomic<gint> deviceIndex;
     std::atomic<gint> deviceIndexBase;
     std::atomic<gint> maxDeviceIndex;
-    std::atomic<bool> basicRefused; // no property: it is the host's wish, and nobody's to set or to read
-    std::mutex stringLock;          // guards the texts
+    std::mutex stringLock; // guards the texts
     std::array<char, 256> username;
     std::array<char, 256> password;
     std::array<char, 32> ipaddr;
@@ -74,6 +73,9 @@ struct SVornEventSynth {
     guint64 lastPingTime;
     guint64 lastEventTime;
     guint64 nextEventTime;
+
+    // No property: it is the host's wish, and nobody's to set or to read. Not written once the element runs.
+    vorn_utility::v1_0::SBasicPolicy basic;
 
     std::mutex startLock; // held while the pad's first events are pushed
 
@@ -124,9 +126,9 @@ struct SVornEventSynth {
 // anew. `context` says that GStreamer is initialised. Callable from any thread.
 GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* context, const char* name);
 
-// Has the element, before its start, show the password in answer to a Digest challenge alone. Whoever shares
-// the camera's monitor does so from then on.
-void RefuseBasic(GstElement* element);
+// How the element, which has not run yet, deals with Basic authentication; and from its start on whoever
+// shares the camera's monitor.
+void SetBasicPolicy(GstElement* element, vorn_utility::v1_0::SBasicPolicy policy);
 
 // Takes and drops a reference.
 GstElement* IncRefcount(SVornEventSynth* element);

@@ -3,6 +3,7 @@
 #include "events/eventsynth_class.h"
 
 #include <iterator>
+#include <utility>
 
 GST_DEBUG_CATEGORY(vorn_eventsynth_debug);
 
@@ -230,8 +231,8 @@ GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* /*context*/, const 
     return gst_element_factory_make(Name, name);
 }
 
-void RefuseBasic(GstElement* element) {
-    self(element)->basicRefused = true;
+void SetBasicPolicy(GstElement* element, vorn_utility::v1_0::SBasicPolicy policy) {
+    self(element)->basic = std::move(policy);
 }
 
 GstElement* IncRefcount(SVornEventSynth* element) {

@@ -6,6 +6,9 @@
 
 namespace corvane::device_handler::v1_0 {
 
+// What is told in the log of a device that does not offer Digest.
+inline constexpr const char* BasicAloneText = "the camera offers Basic authentication alone";
+
 // A device's credentials. A value type: the framework hands out copies, which do not follow later changes.
 class CAuthentication {
 public:

@@ -25,8 +25,8 @@ struct SStreamEnd {
     CError error; // why, of a failure; success otherwise
 };
 
-// What the failure of a start begins with when this machine, or its limits for the process, have no thread left
-// that the pipeline needs: (OperationFailed, General).
+// What the failure of a start begins with when this machine, or its limits for the process, have no thread
+// left that the pipeline needs: (OperationFailed, General).
 inline constexpr const char* NoThreadText = "no thread is to be had for the stream";
 
 // A pipeline that receives one stream of a device. It is built when its owner gets it and runs once: start(),

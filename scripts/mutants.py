@@ -1,5 +1,5 @@
 """Finds, on clang's syntax tree, the single changes of a source that a test should notice."""
-import re
+import itertools, pathlib, re
 from clang.cindex import CursorKind as Kind, Index, TypeKind
 
 COMPARISONS = {'<': ['<=', '>='], '<=': ['<', '>'], '>': ['>=', '<='], '>=': ['>', '<'], '==': ['!='], '!=': ['==']}
@@ -33,26 +33,26 @@ class Finder:
         token = self.text[start:end].strip()
         start = self.text.index(token, start)
         return start, start + len(token), others.get(token, [])
-    def swap(self, one, other):
-        (a, b), (c, d) = span(one), span(other)
-        if b <= c and type_of(one) == type_of(other) != 'void':
-            yield a, d, [self.of(other) + self.text[b:c] + self.of(one)]
+    def swaps(self, nodes):
+        """Each with the next of its type."""
+        for i, one in enumerate(nodes):
+            for other in [other for other in nodes[i + 1:] if type_of(other) == type_of(one) != 'void'][:1]:
+                (a, b), (c, d) = span(one), span(other)
+                yield a, d, [self.of(other) + self.text[b:c] + self.of(one)] if b <= c else []
     def changes(self, node, above=(None, None), result=None, last=(0, 0)):
         """Those of a node and of what is in it; `result` and `last` are the function's type and last statement."""
         children = list(node.get_children())
-        if node.kind == Kind.STATIC_ASSERT or node.spelling == 'reserve':
-            return
         if children and children[-1].kind == Kind.COMPOUND_STMT and not node.kind.is_statement():
             result = None if node.kind == Kind.LAMBDA_EXPR else node.result_type.get_canonical()
             last = max(map(span, children[-1].get_children()), default=(0, 0))
         yield from self.of_statement(node, children, above, result, last)
         yield from self.of_expression(node, children, *span(node))
-        yield from self.of_literal(node, *span(node))
         for child in children:
-            if node.spelling != 'HostAssert' or explicit(child).kind != Kind.INTEGER_LITERAL:
+            is_number = node.spelling == 'HostAssert' and explicit(child).kind == Kind.INTEGER_LITERAL  # of the line
+            if not is_number and child.kind != Kind.STATIC_ASSERT and child.spelling != 'reserve':
                 yield from self.changes(child, (node.kind, above[0]), result, last)
     def of_statement(self, node, children, above, result, last):
-        for statement in children[BODIES[node.kind]:] if node.kind in BODIES else []:
+        for statement in children[BODIES.get(node.kind, len(children)):]:
             if explicit(statement).kind in ACTIONS and explicit(statement).spelling != 'reserve':
                 yield *span(statement), [' ']
         if node.kind in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
@@ -65,6 +65,8 @@ class Finder:
             if children and result and result.kind != TypeKind.LVALUEREFERENCE and not is_success:
                 yield *span(children[0]), [DEFAULTS.get(result.spelling.split('::')[-1], '{}')]
     def of_expression(self, node, children, start, end):
+        number = re.fullmatch(r"(0x[0-9a-fA-F']+|[0-9']+)([uUlL]*)", self.text[start:end])
+        text = re.match(r'"((?:[^"\\\n]|\\.)*)"', self.text[start:end])
         if node.kind in (Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPERATOR):
             yield self.token(children[0].extent.end.offset, children[1].extent.start.offset)
         elif node.kind == Kind.UNARY_OPERATOR:
@@ -73,26 +75,19 @@ class Finder:
         elif node.kind == Kind.CALL_EXPR and node.spelling.startswith('operator') and len(children) == 3:
             yield self.token(*span(children[1]), COMPARISONS)
         elif node.kind == Kind.CALL_EXPR and node.spelling not in ('min', 'max'):
-            arguments = [argument for argument in node.get_arguments() if argument]
-            for i, one in enumerate(arguments):
-                for other in [a for a in arguments[i + 1:] if type_of(a) == type_of(one)][:1]:
-                    yield from self.swap(one, other)
+            yield from self.swaps([argument for argument in node.get_arguments() if argument])
         elif node.kind == Kind.INIT_LIST_EXPR:
-            for one, other in zip(children, children[1:]):
-                yield from self.swap(one, other)
-                if one.kind == other.kind == Kind.INIT_LIST_EXPR:
-                    for field, below in zip(one.get_children(), other.get_children()):
-                        yield from self.swap(field, below)
+            yield from self.swaps(children)
+            rows = [list(child.get_children()) for child in children if child.kind == Kind.INIT_LIST_EXPR]
+            for pair in itertools.chain(*(zip(*two) for two in zip(rows, rows[1:]))):
+                yield from self.swaps(pair)
         elif node.kind in (Kind.DECL_REF_EXPR, Kind.MEMBER_REF_EXPR):
             target, others = node.referenced, OTHERS
             if target and target.kind == Kind.ENUM_CONSTANT_DECL and target.location.file.name.startswith(self.root):
                 names = [constant.spelling for constant in target.semantic_parent.get_children()]
                 others = {name: [after] for name, after in zip(names, names[1:] + names[:1])}
             yield self.token(end - len(node.spelling), end, others)
-    def of_literal(self, node, start, end):
-        number = re.fullmatch(r"(0x[0-9a-fA-F']+|[0-9']+)([uUlL]*)", self.text[start:end])
-        text = re.match(r'"((?:[^"\\\n]|\\.)*)"', self.text[start:end])
-        if node.kind == Kind.CXX_BOOL_LITERAL_EXPR:
+        elif node.kind == Kind.CXX_BOOL_LITERAL_EXPR:
             yield self.token(start, end)
         elif node.kind == Kind.INTEGER_LITERAL and number:
             value = int(number[1].replace("'", ''), 0)
@@ -107,14 +102,11 @@ def find(source, arguments, root, pattern):
     """The changes of a translation unit: (file, start, end, replacement), of the files below root that match."""
     unit = Index.create().parse(source, arguments)
     assert not [diagnostic for diagnostic in unit.diagnostics if diagnostic.severity >= 3], source
-    finders, found = {}, set()
+    found = set()
     for node in unit.cursor.get_children():
         name = node.location.file.name if node.location.file else ''
         if name.startswith(root) and re.match(pattern, name[len(root):]):
-            if name not in finders:
-                with open(name, encoding='latin-1', newline='') as file:
-                    finders[name] = Finder(file.read(), root)
-            for start, end, others in finders[name].changes(node):
-                found.update((name[len(root):], start, end, other) for other in others
-                             if other != finders[name].text[start:end])
+            text = pathlib.Path(name).read_bytes().decode('latin-1')
+            for start, end, others in Finder(text, root).changes(node):
+                found.update((name[len(root):], start, end, other) for other in others if other != text[start:end])
     return found

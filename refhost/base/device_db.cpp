@@ -8,9 +8,9 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <mutex>
 #include <utility>
 
@@ -63,15 +63,16 @@ constexpr const char* WriteInputValue =
     "value = excluded.value WHERE value <> excluded.value";
 
 // So that SQLite, which would give a new file to everybody, finds one that is the owner's alone; what it
-// writes beside it has the same rights.
+// writes beside it has the same rights. The path that SQLite is to open it by.
 std::string madePrivate(const std::string& file) {
     if (file.empty())
         return InMemory;
-    const int descriptor = OpenPrivateFile(file, O_RDWR | O_CREAT);
-    if (descriptor < 0)
-        throw CDeviceDbError(PrivateFileFailure(errno));
-    ::close(descriptor);
-    return file;
+    const SOpenedFile opened = OpenPrivateFile(file, O_RDWR | O_CREAT);
+    if (opened.descriptor < 0)
+        throw CDeviceDbError(opened.failure);
+    std::string path = PathWithoutLinks(opened.descriptor);
+    ::close(opened.descriptor);
+    return path;
 }
 
 std::string shownName(const std::string& file) {
@@ -108,7 +109,8 @@ class CDeviceDb::CConnection {
 public:
     explicit CConnection(const std::string& file)
         : name_(shownName(file)),
-          database_(madePrivate(file), SQLite::OPEN_READWRITE, BusyTimeoutMilliseconds) {
+          database_(madePrivate(file), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+                    BusyTimeoutMilliseconds) {
         database_.exec(Durability);
         SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
         requireIntact(database_);

@@ -14,6 +14,7 @@ enum class HttpFailure {
     Cut,          // a reply began and did not come to its end, or not in its time
     NotHttp,      // what came is no HTTP
     TooLarge,     // header or body
+    Packed,       // in a transfer coding that was not asked for
     BasicRefused, // it offers Basic alone, which is refused
     Status,       // any other status than 200
     Other,

@@ -116,7 +116,7 @@ std::string CAuthenticationBook::toTell(SDevice& device, bool isRefused) {
         return {};
     device.isTold = true;
     device.isFallTold = device.isFallTold || isFall;
-    return std::string("the camera offers Basic authentication alone") +
+    return std::string(device_handler::v1_0::BasicAloneText) +
            (isFall ? ", and had Digest before: somebody may be in between, or it was reset" : "") +
            (isRefused ? "; that is refused" : "; whoever listens learns the password");
 }

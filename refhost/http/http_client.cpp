@@ -8,6 +8,9 @@
 #include "refhost/http/http_handle_pool.h"
 #include "refhost/http/http_rounds.h"
 
+#include <strings.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <new>
@@ -57,7 +60,19 @@ struct SReceived {
     bool headersEnded = false;
     bool isHeaderTooLarge = false;
     bool isBodyTooLarge = false;
+    bool isPacked = false;
 };
+
+// libcurl would unpack it, asked for or not, and a few bytes can be made gigabytes of.
+bool namesAPacking(std::string_view line) {
+    constexpr std::string_view Name = "transfer-encoding:";
+    if (line.size() < Name.size() || strncasecmp(line.data(), Name.data(), Name.size()) != 0)
+        return false;
+    std::string coding(line.substr(Name.size()));
+    coding.erase(std::remove_if(coding.begin(), coding.end(), [](unsigned char c) { return c <= ' '; }),
+                 coding.end());
+    return strcasecmp(coding.c_str(), "chunked") != 0 && strcasecmp(coding.c_str(), "identity") != 0;
+}
 
 std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
     auto& reply = *static_cast<SReceived*>(received);
@@ -66,6 +81,9 @@ std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
     if (reply.isHeaderTooLarge)
         return 0;
     const std::string_view line(data, size);
+    reply.isPacked = namesAPacking(line);
+    if (reply.isPacked)
+        return 0;
     reply.rounds.headerLine(line);
     if (line.substr(0, 5) == "HTTP/")
         reply.headersEnded = false;
@@ -75,12 +93,15 @@ std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
 }
 
 std::size_t onBody(char* data, std::size_t, std::size_t size, void* received) {
-    auto& reply = *static_cast<SReceived*>(received);
-    reply.isBodyTooLarge = reply.body.size() + size > LargestReply;
-    if (reply.isBodyTooLarge)
-        return 0;
-    reply.body.append(data, size);
+    static_cast<SReceived*>(received)->body.append(data, size);
     return size;
+}
+
+// Called after each read.
+int onProgress(void* received, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+    auto& reply = *static_cast<SReceived*>(received);
+    reply.isBodyTooLarge = reply.rounds.bodyBytes() > LargestReply;
+    return reply.isBodyTooLarge ? 1 : 0;
 }
 
 void setFixedOptions(CURL* curl) {
@@ -88,10 +109,15 @@ void setFixedOptions(CURL* curl) {
         CURLoption option;
         long value;
     } Options[] = {
-        {CURLOPT_NOSIGNAL, 1},       {CURLOPT_TCP_NODELAY, 1},
-        {CURLOPT_FOLLOWLOCATION, 0}, {CURLOPT_HTTP09_ALLOWED, 0},
-        {CURLOPT_MAXCONNECTS, 1},    {CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1},
-        {CURLOPT_PATH_AS_IS, 1},     {CURLOPT_BUFFERSIZE, ReceiveBufferBytes},
+        {CURLOPT_NOSIGNAL, 1},
+        {CURLOPT_TCP_NODELAY, 1},
+        {CURLOPT_FOLLOWLOCATION, 0},
+        {CURLOPT_HTTP09_ALLOWED, 0},
+        {CURLOPT_MAXCONNECTS, 1},
+        {CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1},
+        {CURLOPT_PATH_AS_IS, 1},
+        {CURLOPT_BUFFERSIZE, ReceiveBufferBytes},
+        {CURLOPT_NOPROGRESS, 0},
         {CURLOPT_QUICK_EXIT, 1}, // a name look-up that hangs must not outlast the time-out
     };
     for (const auto& row : Options)
@@ -100,6 +126,7 @@ void setFixedOptions(CURL* curl) {
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, onHeaderLine);
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, onBody);
+    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, onProgress);
 }
 
 void setCredentials(CURL* curl, const SHttpPeer& peer) {
@@ -167,6 +194,8 @@ SFailure failureOf(CURL* curl, CURLcode code, const SReceived& received, const c
     if (received.isHeaderTooLarge)
         return {HttpFailure::TooLarge,
                 "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB"};
+    if (received.isPacked)
+        return {HttpFailure::Packed, "the reply is packed, which was not asked for"};
     if (code == CURLE_OPERATION_TIMEDOUT)
         return timeOut(curl, received, timeout);
     long systemError = 0;
@@ -202,6 +231,11 @@ SHttpReply withStatus(int status) {
         reply.failure = statusText(status);
     }
     return reply;
+}
+
+// Basic puts a ":" between name and password, and would log in as somebody else.
+bool cutsTheName(const std::string& user) {
+    return user.find(':') != std::string::npos;
 }
 
 // Takes Basic away from what the request may use.
@@ -271,6 +305,7 @@ private:
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, &received);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, &received);
+        curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &received);
         rounds.watch(curl);
         const CURLcode code = curl_easy_perform(curl);
         SHttpReply reply = judge(curl, code, std::move(received), detail);
@@ -292,7 +327,7 @@ private:
         reply.body = std::move(received.body);
         if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
             reply.kind = HttpFailure::BasicRefused;
-            reply.failure += BasicRefusedText;
+            reply.failure += cutsTheName(request_.user) ? BasicUnfitText : BasicRefusedText;
         }
         return reply;
     }
@@ -326,7 +361,8 @@ SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& pee
     if (!curlAuthentication(request.authScheme))
         return noStatus(
             {HttpFailure::NotAsked, "unknown authentication scheme \"" + request.authScheme + "\""});
-    const bool isBasicRefused = CAuthenticationBook::instance().isRefused(peer->address);
+    const bool isBasicRefused =
+        CAuthenticationBook::instance().isRefused(peer->address) || cutsTheName(request.user);
     SHttpPeer allowed = *peer;
     if (isBasicRefused)
         refuseBasic(allowed);

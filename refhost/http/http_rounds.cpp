@@ -45,9 +45,9 @@ void CHttpRounds::watch(CURL* curl) {
     curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, beforeRequest);
     curl_easy_setopt(curl, CURLOPT_PREREQDATA, this);
-    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, takeWhatIsSent);
+    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, takeBytes);
     curl_easy_setopt(curl, CURLOPT_DEBUGDATA, this);
-    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L); // else nothing is told of what is sent
+    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L); // else nothing is told of the bytes
 }
 
 void CHttpRounds::stopWatching(CURL* curl) {
@@ -92,10 +92,12 @@ bool CHttpRounds::maySend() {
     return refused_ == Refused::Nothing;
 }
 
-int CHttpRounds::takeWhatIsSent(CURL* /*curl*/, curl_infotype kind, char* data, std::size_t size,
-                                void* rounds) {
+int CHttpRounds::takeBytes(CURL* /*curl*/, curl_infotype kind, char* data, std::size_t size, void* rounds) {
+    auto& itself = *static_cast<CHttpRounds*>(rounds);
     if (kind == CURLINFO_HEADER_OUT)
-        static_cast<CHttpRounds*>(rounds)->authentication_ = schemeOf({data, size});
+        itself.authentication_ = schemeOf({data, size});
+    if (kind == CURLINFO_DATA_IN)
+        itself.bodyBytes_ += size;
     return 0;
 }
 

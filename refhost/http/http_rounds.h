@@ -35,11 +35,14 @@ public:
     // With what the last request on the wire showed its credentials. libcurl tells what a device offers, but
     // not what it then takes; so this goes by what it sends.
     AuthScheme authentication() const { return authentication_; }
+    // What has come behind the headers, in this exchange: also what libcurl keeps to itself, as the page that
+    // stands behind a challenge.
+    std::size_t bodyBytes() const { return bodyBytes_; }
     // The rounds so far, the last one ended now.
     std::vector<SHttpRound> end();
 
 private:
-    static int takeWhatIsSent(CURL* curl, curl_infotype kind, char* data, std::size_t size, void* rounds);
+    static int takeBytes(CURL* curl, curl_infotype kind, char* data, std::size_t size, void* rounds);
     static int beforeConnection(void* rounds, curl_socket_t socket, curlsocktype purpose);
     static int beforeRequest(void* rounds, char* peerIp, char* ownIp, int peerPort, int ownPort);
 
@@ -59,6 +62,7 @@ private:
     int ofTransfer_ = 0;
     Refused refused_ = Refused::Nothing;
     AuthScheme authentication_ = AuthScheme::None;
+    std::size_t bodyBytes_ = 0;
 };
 
 } // namespace corvane::refhost

@@ -75,32 +75,50 @@ bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
     if (!credentials_.isSet())
         return false;
     const Scheme before = scheme_;
-    scheme_ = Scheme::None;
+    bool isDigestOffered = false;
+    bool isBasicOffered = false;
     bool isStale = false;
     for (const auto& [name, challenge] : response.headers) {
         if (strcasecmp(name.c_str(), "WWW-Authenticate") != 0)
             continue;
-        auto parameters = parametersOf(challenge);
-        const std::string& algorithm = parameters["algorithm"];
-        const bool isMd5 = algorithm.empty() || strcasecmp(algorithm.c_str(), "MD5") == 0;
-        if (isScheme(challenge, "Digest") && isMd5 && scheme_ != Scheme::Digest) {
-            scheme_ = Scheme::Digest;
-            realm_ = parameters["realm"];
-            nonce_ = parameters["nonce"];
-            opaque_ = parameters["opaque"];
-            hasQop_ = parameters["qop"].find("auth") != std::string::npos;
-            uses_ = 0;
-            isStale = strcasecmp(parameters["stale"].c_str(), "true") == 0;
-        } else if (isScheme(challenge, "Basic") && scheme_ == Scheme::None) {
-            scheme_ = Scheme::Basic;
-        }
+        isBasicOffered = isBasicOffered || isScheme(challenge, "Basic");
+        if (isScheme(challenge, "Digest") && !isDigestOffered)
+            isDigestOffered = takeDigest(challenge, isStale);
+        else
+            isOtherDigest_ = isOtherDigest_ || isScheme(challenge, "Digest");
     }
-    isBasicRefused_ = scheme_ == Scheme::Basic && credentials_.isBasicRefused();
-    if (isBasicRefused_)
-        scheme_ = Scheme::None;
-    if (scheme_ == Scheme::None || before == Scheme::None)
-        return scheme_ != Scheme::None;
-    return isStale && !std::exchange(isRenewed_, true);
+    isBasicRefused_ = isBasicOffered && !isDigestOffered && !mayUseBasic();
+    if (isDigestOffered)
+        scheme_ = Scheme::Digest;
+    else if (isBasicOffered && !isBasicRefused_)
+        scheme_ = Scheme::Basic;
+    else
+        return false;
+    return before == Scheme::None || (isStale && !std::exchange(isRenewed_, true));
+}
+
+// Not where Digest has been seen, of whatever algorithm: it may be somebody in between who asks. Basic ends a
+// name at its colon, and would log in as somebody else.
+bool CRtspAuthentication::mayUseBasic() const {
+    const std::string user = credentials_.getUsername();
+    return scheme_ != Scheme::Digest && !isOtherDigest_ && !credentials_.isBasicRefused() &&
+           user.find(':') == std::string::npos;
+}
+
+bool CRtspAuthentication::takeDigest(const std::string& challenge, bool& isStale) {
+    auto parameters = parametersOf(challenge);
+    const std::string& algorithm = parameters["algorithm"];
+    if (!algorithm.empty() && strcasecmp(algorithm.c_str(), "MD5") != 0) {
+        isOtherDigest_ = true;
+        return false;
+    }
+    realm_ = parameters["realm"];
+    nonce_ = parameters["nonce"];
+    opaque_ = parameters["opaque"];
+    hasQop_ = parameters["qop"].find("auth") != std::string::npos;
+    uses_ = 0;
+    isStale = strcasecmp(parameters["stale"].c_str(), "true") == 0;
+    return true;
 }
 
 std::string CRtspAuthentication::headerFor(const std::string& method, const std::string& url) {

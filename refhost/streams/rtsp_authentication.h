@@ -28,6 +28,8 @@ public:
 private:
     enum class Scheme { None, Basic, Digest };
 
+    bool takeDigest(const std::string& challenge, bool& isStale);
+    bool mayUseBasic() const;
     std::string digestFor(const std::string& method, const std::string& url);
 
     const device_handler::v1_0::CAuthentication credentials_;
@@ -36,7 +38,8 @@ private:
     std::string nonce_;
     std::string opaque_;
     bool hasQop_ = false;
-    unsigned uses_ = 0; // of the nonce
+    unsigned uses_ = 0;          // of the nonce
+    bool isOtherDigest_ = false; // one of an algorithm that is not spoken has been offered
     bool isBasicRefused_ = false;
     bool isRenewed_ = false; // the nonce, for the request under way
 };

@@ -51,7 +51,10 @@ bool parseHeader(std::string_view header, SRtspMessage& message) {
         const std::size_t end = std::min(header.find(LineEnd, begin), header.size());
         const std::string_view line = header.substr(begin, end - begin);
         const std::size_t colon = line.find(':');
-        if (colon == std::string_view::npos)
+        const bool isText = std::none_of(line.begin(), line.end(), [](char c) {
+            return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7F';
+        });
+        if (colon == std::string_view::npos || !isText) // what is said back must stay one line
             return false;
         message.headers.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
         begin = end + LineEnd.size();

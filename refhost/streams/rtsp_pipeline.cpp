@@ -46,13 +46,17 @@ public:
     CError start() override {
         if (CError error = CSimpleStreamController::start())
             return error;
-        const std::lock_guard<std::mutex> lock(threadMutex_);
-        CError error = video_->start();
-        if (!error && audio_)
-            error = audio_->start();
+        CError error = startThreads();
         if (error)
             end({SStreamEnd::Cause::Failure, error});
         return error;
+    }
+
+    // The camera first: while it goes on sending, an end-of-stream from elsewhere would wait for its turn.
+    void finish() override {
+        video_->finish();
+        if (audio_)
+            audio_->finish();
     }
 
     void stop() override {
@@ -80,6 +84,12 @@ protected:
     }
 
 private:
+    CError startThreads() {
+        const std::lock_guard<std::mutex> lock(threadMutex_);
+        const CError error = video_->start();
+        return error || !audio_ ? error : audio_->start();
+    }
+
     const CReceptionPtr video_;
     CReceptionPtr audio_; // empty when the stream has none
     const std::shared_ptr<const void> use_;

@@ -18,6 +18,9 @@ using vorn_gst::v1_0::CGstRef;
 constexpr unsigned ReorderMilliseconds = 100; // TCP keeps the order; this evens out the camera's pace
 // What waits to be made frames of; the camera is held up by more.
 constexpr guint64 WaitingBytes = 1U << 20;
+constexpr guint64 WaitingPackets = 2'048;
+// What a packet takes besides its bytes.
+constexpr std::size_t PacketCost = 512;
 // A camera's largest picture has a few MiB; a recording begins with the first key frame, which may be seconds
 // away.
 constexpr std::size_t LargestFrame = std::size_t{24} << 20;
@@ -51,7 +54,7 @@ CError CRtspReception::addTo(GstBin* bin, const char* padName) {
     }
     chain_ = chain.get();
     g_object_set(source_, "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME, "block", TRUE,
-                 "max-bytes", WaitingBytes, nullptr);
+                 "max-bytes", WaitingBytes, "max-buffers", WaitingPackets, nullptr);
     g_object_set(buffer_, "latency", ReorderMilliseconds, nullptr);
     gst_bin_add_many(bin, source_, buffer_, chain_, nullptr);
     gst_element_link_many(source_, buffer_, chain_, nullptr);
@@ -94,6 +97,10 @@ CError CRtspReception::failure() const {
 
 void CRtspReception::receive() {
     CError end = session_.run();
+    if (isFinished_) {
+        gst_app_src_end_of_stream(GST_APP_SRC(source_));
+        return;
+    }
     if (!end && sinceFrame_ > LargestFrame)
         end = CError(RtnCode::OperationFailed, Origin::Device, rtsp_failure::TooLarge);
     if (!end) {
@@ -116,7 +123,7 @@ bool CRtspReception::takes(GstCaps* medium) {
 }
 
 bool CRtspReception::packetComes(GstBuffer* packet) {
-    const std::size_t size = gst_buffer_get_size(packet);
+    const std::size_t size = gst_buffer_get_size(packet) + PacketCost;
     if (sinceFrame_.fetch_add(size) + size > LargestFrame) {
         gst_buffer_unref(packet);
         return false;

@@ -31,6 +31,11 @@ public:
     // Ends the exchange with the camera, at once; join() waits for the thread, once nobody holds up its
     // packets any more.
     void cancel() { session_.cancel(); }
+    // Likewise, and an end-of-stream follows what has come.
+    void finish() {
+        isFinished_ = true;
+        cancel();
+    }
     void join();
 
     bool holds(GstObject* element) const;
@@ -52,6 +57,7 @@ private:
     GstElement* buffer_ = nullptr;
     GstElement* chain_ = nullptr;
     std::thread thread_;
+    std::atomic<bool> isFinished_{false};
     std::atomic<std::size_t> sinceFrame_{0}; // bytes that have come since a frame was whole
     mutable std::mutex mutex_;
     device_handler::v1_0::CError failure_ = device_handler::v1_0::CError::Success(); // guarded by mutex_

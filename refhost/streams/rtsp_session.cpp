@@ -64,13 +64,29 @@ const std::string& oneWord(const std::string& text) {
     return text;
 }
 
+// "rtsp://HOST:PORT" of a location.
+std::string authorityOf(const std::string& url) {
+    return url.substr(0, url.find_first_of("/?", std::char_traits<char>::length(Scheme)));
+}
+
+bool isLocation(const std::string& text) {
+    return g_ascii_strncasecmp(text.c_str(), Scheme, std::char_traits<char>::length(Scheme)) == 0;
+}
+
+// A location that the camera names, on the host and port that were asked: no answer to a challenge is given
+// for another.
+std::string onHostOf(const std::string& url, const std::string& named) {
+    return authorityOf(url) + named.substr(authorityOf(named).size());
+}
+
 // A medium's location, from its "control" attribute and what that is relative to.
-std::string controlUrl(const std::string& base, const gchar* control) {
-    if (!control || std::string(control) == "*" || !*control)
-        return base;
-    if (g_ascii_strncasecmp(control, Scheme, std::char_traits<char>::length(Scheme)) == 0)
-        return control;
-    return base + (base.back() == '/' ? "" : "/") + control;
+std::string controlUrl(const std::string& url, const std::string& base, const gchar* control) {
+    const std::string text = control ? control : "";
+    if (text.empty() || text == "*")
+        return onHostOf(url, base);
+    if (isLocation(text))
+        return onHostOf(url, text);
+    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + text;
 }
 
 struct SSdpDeleter {
@@ -135,7 +151,7 @@ private:
                                          description.get()) != GST_SDP_OK)
             throw unusable(rtsp_failure::NoDescription);
         std::string base = response.header("Content-Base");
-        if (base.empty())
+        if (!isLocation(base))
             base = url_;
         for (guint i = 0; i < gst_sdp_message_medias_len(description.get()); ++i) {
             const GstSDPMedia* const media = gst_sdp_message_get_media(description.get(), i);
@@ -143,9 +159,9 @@ private:
             const bool isTaken = receiver_.takes(caps);
             gst_caps_unref(caps);
             if (isTaken)
-                return {oneWord(controlUrl(base,
+                return {oneWord(controlUrl(url_, base,
                                            gst_sdp_message_get_attribute_val(description.get(), "control"))),
-                        oneWord(controlUrl(base, gst_sdp_media_get_attribute_val(media, "control")))};
+                        oneWord(controlUrl(url_, base, gst_sdp_media_get_attribute_val(media, "control")))};
         }
         throw receiver_.refusal();
     }

@@ -51,13 +51,17 @@ const std::string Fragment =
     "\x7C\x05" + std::string(1'000, '\x88'); // of an H.264 key frame, from its middle
 const std::string KeyFrame = std::string("\0\0\1\xB6\x10", 5) + std::string(20'000, 'x'); // of MPEG-4
 
+// The attacker's own pace, for which no test waits: frames that came all at once, faster than any network
+// brings them, would be ended as one that is too large, and not by what the attack is for.
+constexpr std::chrono::microseconds FramePace{300};
+
 // Packets without an end, whose numbers and times go on in these steps, also from the last to the first.
 SScriptedReply Packets(unsigned type, std::uint32_t step, std::uint32_t timeStep, bool areFrames,
                        const std::string& payload) {
     return {Playing, SScriptedReply::Stall, 0ms,
             [=, number = std::uint32_t{0}, time = std::uint32_t{0}]() mutable {
-                if (areFrames) // as much as a network brings, or all of it would be taken for one frame
-                    std::this_thread::sleep_for(300us);
+                if (areFrames)
+                    std::this_thread::sleep_for(FramePace);
                 return Packet(type, number += step, time += timeStep, areFrames, payload);
             }};
 }

@@ -236,6 +236,9 @@ TEST_F(AlarmInputs, EventsDoWithoutBasicWhereTheHostRefusesIt) {
             shown.push_back(request.authorization);
         shown.erase(shown.begin(), shown.begin() + static_cast<std::ptrdiff_t>(before));
         EXPECT_EQ(std::count(shown.begin(), shown.end(), ""), isRefused ? shown.size() : 1);
+        EXPECT_THAT(device->logLines(),
+                    testing::Contains("2 alarm inputs: the camera offers Basic authentication alone")
+                        .Times(isRefused ? 1 : 2));
     }
 }
 

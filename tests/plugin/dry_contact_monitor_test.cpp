@@ -254,19 +254,24 @@ TEST_F(DryContactMonitor, RefusedBasicGoesOverNoWire) {
         });
         const auto monitor = makeMonitor(camera.address());
         CHeard heard;
+        std::atomic<int> told{0};
+        const SBasicPolicy refused{true, [&] { ++told; }};
         if (isLetInBefore) {
+            monitor->SetBasicPolicy({false, refused.onBasicAlone});
             camera.hold("/cgi-bin/get_io");
             monitor->StartMonitor(1, heard.listener());
             camera.letGo("/cgi-bin/get_io", 2);
             ASSERT_TRUE(camera.waitForRequests("/cgi-bin/get_io", letIn));
-            monitor->RefuseBasic(); // while that request is under way
+            EXPECT_EQ(told, 1);
+            monitor->SetBasicPolicy(refused); // while that request is under way
             camera.letGoAll("/cgi-bin/get_io");
         } else {
-            monitor->RefuseBasic();
+            monitor->SetBasicPolicy(refused);
             monitor->StartMonitor(1, heard.listener());
         }
         ASSERT_TRUE(heard.waitForCount(1));
         monitor->StopMonitor(1);
+        EXPECT_EQ(told, 1);
         const std::vector<SStubRequest> requests = camera.requests();
         ASSERT_GT(requests.size(), letIn);
         for (std::size_t i = 0; i < requests.size(); ++i)

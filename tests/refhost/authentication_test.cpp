@@ -104,6 +104,21 @@ TEST(Authentication, DigestIsTakenByWhoWasOnceAskedForBasic) {
     }
 }
 
+TEST(Authentication, BasicTellsNoNameThatItWouldCut) {
+    CAskingDevice device(Basic);
+    std::string reply;
+    const auto get = [&] {
+        return CVornCgiLib::vornCgiGetRawResponse(UrlOf("/"), device.address(), "ad:min", "secret", reply, 60,
+                                                  "ANY");
+    };
+    EXPECT_THAT(get(), IsError(RtnCode::AuthenticationFailed, Origin::Device,
+                               "HTTP status 401 Unauthorized: Basic authentication alone is offered, and "
+                               "that would cut the user's name at its \":\""));
+    EXPECT_THAT(device.shown(), ElementsAre());
+    device.challenges = Digest;
+    EXPECT_THAT(get(), IsSuccess());
+}
+
 TEST(Authentication, RefusedBasicGoesOverNoWire) {
     for (const bool isKeptFromBefore : {false, true}) {
         const CAskingDevice device(Basic);

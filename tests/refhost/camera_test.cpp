@@ -287,6 +287,15 @@ TEST(CameraBase, ConvertsNothingAndMovesNothing) {
         EXPECT_EQ(Told(camera, operation, Texts(arguments, "1")),
                   Texts{std::string("3 0 the device has no ") + what})
             << operation;
+    for (const auto& [property, what] :
+         {std::pair<std::string, std::string>("VpaVideoStandard", "video standard"),
+          {"LensAutoFocus", "auto focus"},
+          {"LensDayNightMode", "day and night mode"},
+          {"LensIris", "iris"},
+          {"LensAutoIris", "auto iris"}}) {
+        EXPECT_EQ(Told(camera, "get" + property, {"0"}), Texts{"3 0 the model has no " + what});
+        EXPECT_EQ(Told(camera, "set" + property, {"0", "1"}), Texts{"3 0 the model has no " + what});
+    }
     EXPECT_EQ(Told(camera, "getPtzPatternCount", {"0"}), Texts{"4"});
     EXPECT_EQ(Told(camera, "getPtzProperties", {"0"}), Texts());
     EXPECT_EQ(Told(box, "getPtzPatternCount", {"0"}), Texts{"3 0 the device has no patterns"});

@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
@@ -28,31 +27,53 @@ mode_t RightsOf(const std::string& path) {
 
 // What opening for writing ends in: "" or the failure.
 std::string Opening(const std::string& path) {
-    const int descriptor = OpenPrivateFile(path, O_WRONLY | O_CREAT);
-    if (descriptor < 0)
-        return PrivateFileFailure(errno);
-    ::close(descriptor);
-    return {};
+    const SOpenedFile opened = OpenPrivateFile(path, O_WRONLY | O_CREAT);
+    if (opened.descriptor >= 0)
+        ::close(opened.descriptor);
+    return opened.failure;
 }
 
-TEST(PrivateFile, IsItsOwnersAloneAndNoLinkOfAStrangers) {
+TEST(PrivateFile, IsItsOwnersAloneAndNothingThatAStrangerCouldHavePutThere) {
     const CTemporaryFolder folder;
     const mode_t before = ::umask(0);
     EXPECT_EQ(Opening(folder.file("new")), "");
     ::umask(before);
     EXPECT_EQ(RightsOf(folder.file("new")), 0600U);
     EXPECT_EQ(Opening(folder.file("no/such/folder")), "No such file or directory");
+    EXPECT_EQ(Opening(folder.file("")), "Is a directory");
+    std::filesystem::create_directory(folder.file("own"));
 
     for (const mode_t rights : {0777U, 0770U, 01777U, 0755U}) {
-        const std::string shared = folder.file("folder" + std::to_string(rights));
+        const std::string shared = folder.file("folder" + std::to_string(rights)) + "/";
         std::filesystem::create_directory(shared);
-        std::filesystem::create_symlink(folder.file("new"), shared + "/link");
+        std::filesystem::create_symlink(folder.file("new"), shared + "link");
+        std::filesystem::create_symlink(folder.file("own"), shared + "linked");
+        EXPECT_EQ(Opening(shared + "everybodys"), "");
+        ::chmod((shared + "everybodys").c_str(), 0666);
+        EXPECT_EQ(Opening(shared + "secondName"), "");
+        std::filesystem::create_hard_link(shared + "secondName", shared + "firstName");
         ::chmod(shared.c_str(), rights);
-        EXPECT_EQ(Opening(shared + "/link"),
-                  rights == 0755 ? "" : "it is a symbolic link in a directory that others can write to")
-            << rights;
-        EXPECT_EQ(Opening(shared + "/file"), "") << rights;
+        const bool isOwn = rights == 0755;
+        const std::string refused = " in a directory that others can write to";
+        EXPECT_EQ(Opening(shared + "link"), isOwn ? "" : "\"link\" is a symbolic link" + refused) << rights;
+        EXPECT_EQ(Opening(shared + "linked/file"), isOwn ? "" : "\"linked\" is a symbolic link" + refused);
+        for (const char* name : {"everybodys", "firstName"})
+            EXPECT_EQ(Opening(shared + name), isOwn ? "" : "it is not this user's alone," + refused) << name;
+        for (int time = 0; time < 2; ++time)
+            EXPECT_EQ(Opening(shared + "file"), "") << rights;
     }
+}
+
+TEST(PrivateFile, OfAnotherUserIsRefusedWhereOthersCanWrite) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give a file to somebody else";
+    const CTemporaryFolder folder;
+    EXPECT_EQ(Opening(folder.file("theirs")), "");
+    ASSERT_EQ(::chown(folder.file("theirs").c_str(), 1, 1), 0);
+    EXPECT_EQ(Opening(folder.file("theirs")), "");
+    ::chmod(folder.file("").c_str(), 01777);
+    EXPECT_EQ(Opening(folder.file("theirs")),
+              "it is not this user's alone, in a directory that others can write to");
 }
 
 TEST(PrivateFile, ADatabaseIsOne) {

@@ -63,6 +63,18 @@ std::string Md5(const std::string& text) {
     return result;
 }
 
+// It may be somebody in between who asks for it, and it ends a name at its colon.
+TEST(RtspAuthentication, BasicIsTakenNeitherBehindDigestNorForANameWithAColon) {
+    CRtspAuthentication fallen({"admin", "12345"});
+    EXPECT_TRUE(fallen.takeChallenge(Challenges({R"(Digest realm="d", nonce="1")"})));
+    EXPECT_FALSE(fallen.takeChallenge(Challenges({R"(Basic realm="b")"})));
+    EXPECT_TRUE(fallen.isBasicRefused());
+    EXPECT_THAT(fallen.headerFor("TEARDOWN", Location), StartsWith("Digest "));
+    CRtspAuthentication withColon({"ad:min", "12345"});
+    EXPECT_FALSE(withColon.takeChallenge(Challenges({R"(Basic realm="b")"})));
+    EXPECT_EQ(withColon.headerFor("PLAY", Location), "");
+}
+
 // The numbers of a nonce's uses begin anew with each nonce.
 TEST(RtspAuthentication, DigestWithQopCountsTheUsesOfItsNonce) {
     CRtspAuthentication authentication({"admin", "12345"});
@@ -101,8 +113,8 @@ TEST(RtspAuthentication, TheBestSchemeThatIsSpokenIsTaken) {
         {{basic, digest}, "Digest username=\"ad\", realm=\"d\"", "Digest", false},
         {{digest, basic}, "Digest username=\"ad\", realm=\"d\"", "Digest", false},
         {{strange, digest, second}, "Digest username=\"ad\", realm=\"d\"", "Digest", false},
-        {{strange, basic}, "Basic YWQ6MTo1", "", true}, // ad:1:5
-        {{"basic"}, "Basic YWQ6MTo1", "", true},
+        {{strange, basic}, "", "", true},
+        {{"basic"}, "Basic YWQ6MTo1", "", true}, // ad:1:5
         {{strange, "Basics", "NTLM"}, "", "", false},
         {{}, "", "", false},
     };
@@ -112,7 +124,8 @@ TEST(RtspAuthentication, TheBestSchemeThatIsSpokenIsTaken) {
         credentials.refuseBasic();
         CRtspAuthentication careful(credentials);
         for (const auto& [authentication, answer, isRefused] :
-             {std::tuple<CRtspAuthentication&, std::string, bool>(any, c.answer, false),
+             {std::tuple<CRtspAuthentication&, std::string, bool>(any, c.answer,
+                                                                  c.isBasicRefused && !*c.answer),
               {careful, c.withoutBasic, c.isBasicRefused},
               {none, "", false}}) {
             EXPECT_EQ(authentication.takeChallenge(Challenges(c.challenges)), !answer.empty());
@@ -282,6 +295,7 @@ public:
                 text.erase(at, number.size());
             all.push_back(text.substr(0, text.size() - 2));
         }
+        all.resize(std::max(all.size(), count));
         return all;
     }
 
@@ -314,9 +328,9 @@ TEST(RtspSession, TheFirstMediumThatIsWantedIsSetUpWhereTheDescriptionSays) {
         {"", "*", "*", "", ""},
         {"", "", "track1", "", "/track1"},
         {"", "all", "track1", "/all", "/track1"},
-        {"Content-Base: rtsp://base/v/\r\n", "*", "track1", "rtsp://base/v/", "rtsp://base/v/track1"},
-        {"Content-Base: rtsp://base/v\r\n", "", "track1", "rtsp://base/v", "rtsp://base/v/track1"},
-        {"Content-Base: rtsp://base/v/\r\n", absolute, absolute + "/1", absolute, absolute + "/1"},
+        {"Content-Base: rtsp://base/v/\r\n", "*", "track1", "HOST/v/", "HOST/v/track1"},
+        {"Content-Base: rtsp://base/v\r\n", "", "track1", "HOST/v", "HOST/v/track1"},
+        {"Content-Base: rtsp://base/v/\r\n", absolute, absolute + "/1", "HOST/else", "HOST/else/1"},
     };
     for (const auto& c : cases) {
         const auto control = [](const std::string& value) {
@@ -331,7 +345,8 @@ TEST(RtspSession, TheFirstMediumThatIsWantedIsSetUpWhereTheDescriptionSays) {
         CClient client(camera);
         EXPECT_EQ(client.run(), "ended");
         const auto locationOf = [&](const std::string& wanted) {
-            return wanted.empty() || wanted.front() == '/' ? client.url + wanted : wanted;
+            const std::string host = client.url.substr(0, client.url.find('/', 7));
+            return wanted.compare(0, 4, "HOST") == 0 ? host + wanted.substr(4) : client.url + wanted;
         };
         const Texts sent = client.sent(4);
         EXPECT_THAT(sent[1], StartsWith("SETUP " + locationOf(c.setUp) + " RTSP/1.0\r\n"));
@@ -446,7 +461,7 @@ TEST(RtspSession, ItsEndTellsWhatTheCameraDid) {
     breaksOff.around = "";
     lacksVideo.description = std::string(Sdp) + "m=audio 0 RTP/AVP 8\r\n";
     isNotDescribed.description = "";
-    hasBlankInBase.base = "Content-Base: rtsp://a b\r\n";
+    hasBlankInBase.base = "Content-Base: rtsp://a/b c\r\n";
     hasBlankInSession.session = "Session: a\tb\r\n";
     const std::pair<SCamera, const char*> cases[] = {
         {ends, "ended"},

@@ -2,6 +2,8 @@
 
 #include "tests/vornhost/vornhost_support.h"
 
+#include <boost/algorithm/string/join.hpp>
+
 #include <cstdlib>
 #include <set>
 
@@ -85,59 +87,25 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
     EXPECT_THAT(JsonLines(operations.out),
                 testing::Contains(json::parse(R"({"operation":"capability.getVideoCodecFrameRate",
                     "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}]})")));
-    const std::set<std::string> known = {"address: text",
-                                         "addresses: text,text,...",
-                                         "body: text",
-                                         "camPos: number",
-                                         "camera: field=value;...",
-                                         "channel: number",
-                                         "codec: codec",
-                                         "family: text",
-                                         "focus: number",
-                                         "frameRate: text",
-                                         "id: channel,codec,stream",
-                                         "id: stream,codec",
-                                         "index: number",
-                                         "input: number",
-                                         "interface: number",
-                                         "iris: number",
-                                         "key: text",
-                                         "keys: text,[text,...]",
-                                         "level: text",
-                                         "max: number",
-                                         "min: number",
-                                         "mode: text",
-                                         "model: text",
-                                         "oemId: text",
-                                         "pan: number",
-                                         "path: text",
-                                         "pattern: number",
-                                         "pos: number",
-                                         "pos: text",
-                                         "position: text",
-                                         "preset: number",
-                                         "property: number",
-                                         "property: text",
-                                         "query: text",
-                                         "rate: text",
-                                         "record: field=value;...",
-                                         "recorder: field=value;...",
-                                         "resolutionA: text",
-                                         "resolutionB: text",
-                                         "speed: number",
-                                         "stream: number",
-                                         "tilt: number",
-                                         "timeoutSeconds: number",
-                                         "value: text",
-                                         "values: bitRate=value",
-                                         "volume: text",
-                                         "zoom: number"};
     std::set<std::string> told;
-    for (const json& operation : JsonLines(operations.out))
+    for (const json& operation : JsonLines(operations.out)) {
+        std::string names;
         for (const json& argument : operation.at("arguments"))
-            told.insert(argument.at("name").get<std::string>() + ": " +
-                        argument.at("form").get<std::string>());
-    EXPECT_EQ(told, known);
+            names += (names.empty() ? "" : " ") + argument.at("name").get<std::string>();
+        told.insert(names);
+    }
+    EXPECT_EQ(
+        boost::algorithm::join(told, "; "),
+        "; address; addresses; camPos; camPos min max; channel; channel codec; channel codec property"
+        " value; channel index; channel stream codec; channel stream codec frameRate; channel stream"
+        " codec recorder; channel stream codec value; codec; codec stream; codec stream mode; family; id;"
+        " id camera; id record; id recorder; id recorder camera; input; input codec rate; input id; input"
+        " index; input level; input property; input value; input volume; interface; key; mode codec"
+        " stream; model; oemId; pan tilt zoom; pan tilt zoom focus iris; pan tilt zoom iris focus; path"
+        " body timeoutSeconds; path key; path keys; path query; path timeoutSeconds; pattern; pos; pos"
+        " min max; preset; property; record id; resolutionA resolutionB; speed; stream; stream pan tilt"
+        " zoom; stream pan tilt zoom iris focus; stream pattern; stream pos; stream position; stream"
+        " preset; stream speed; values id");
 }
 
 } // namespace

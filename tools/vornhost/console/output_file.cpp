@@ -21,12 +21,13 @@ namespace {
 COutputFile::COutputFile(std::string path) : path_(std::move(path)) {
     // Opening a pipe without a reader must not wait for one.
     constexpr int Flags = O_WRONLY | O_CREAT | O_NONBLOCK;
-    descriptor_ = refhost::OpenPrivateFile(path_, Flags | O_EXCL);
-    made_ = descriptor_ >= 0;
+    refhost::SOpenedFile opened = refhost::OpenPrivateFile(path_, Flags | O_EXCL);
+    made_ = opened.descriptor >= 0;
     if (!made_)
-        descriptor_ = refhost::OpenPrivateFile(path_, Flags);
-    if (descriptor_ < 0)
-        Refuse(path_, refhost::PrivateFileFailure(errno));
+        opened = refhost::OpenPrivateFile(path_, Flags);
+    if (opened.descriptor < 0)
+        Refuse(path_, opened.failure);
+    descriptor_ = opened.descriptor;
     struct stat status {};
     if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(descriptor_);

@@ -39,10 +39,13 @@ std::string ResolutionOf(GstPad* pad) {
 // In the queue before the pad; without a queue nothing waits.
 guint WaitingBytes(GstPad* out) {
     const CGstRef<GstElement> element(gst_pad_get_parent_element(out));
+    constexpr guint BufferCost = 512; // besides its bytes
     guint bytes = 0;
+    guint buffers = 0;
     if (g_object_class_find_property(G_OBJECT_GET_CLASS(element.get()), "current-level-bytes"))
-        g_object_get(element.get(), "current-level-bytes", &bytes, nullptr);
-    return bytes;
+        g_object_get(element.get(), "current-level-bytes", &bytes, "current-level-buffers", &buffers,
+                     nullptr);
+    return bytes + buffers * BufferCost;
 }
 
 std::string SecondsText(std::chrono::milliseconds time) {
