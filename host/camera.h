@@ -344,8 +344,8 @@ public:
     virtual int ToCameraPos(int pos, int min, int max);
     virtual int ToNvrPos(int camPos, int min, int max);
 
-    // Adds every operation that can be called by name (see operations/operations.h) to `registry`, which must not
-    // outlive the camera. A device's camera calls the base's first and then adds its own.
+    // Adds every operation that can be called by name (see operations/operations.h) to `registry`, which must
+    // not outlive the camera. A device's camera calls the base's first and then adds its own.
     virtual void registerOperations(COperationRegistry& registry);
 
     // GET of one value: the text behind the URL's reply key in the reply, up to the first delimiter; empty

@@ -1,8 +1,8 @@
 #include "host/handler.h"
 
 #include "host/assert.h"
-#include "refhost/http/device_requests.h"
 #include "refhost/devices/handler_worker.h"
+#include "refhost/http/device_requests.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
 #include "refhost/models/model_list_file.h"
 
 #include "host/stream_id.h"
+#include "operations/whole_number.h"
 #include "refhost/base/address.h"
 #include "refhost/http/device_requests.h"
 #include "refhost/models/json_node.h"
-#include "operations/whole_number.h"
 
 #include <boost/make_shared.hpp>
 

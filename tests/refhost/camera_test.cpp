@@ -2,8 +2,8 @@
 
 #include "host/camera.h"
 #include "host/controller.h"
-#include "operations/operations.h"
 #include "host/ptz_controller.h"
+#include "operations/operations.h"
 #include "refhost/devices/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"

@@ -1,10 +1,10 @@
 // The base camera's video, from the model list and the device database.
 
 #include "host/camera.h"
-#include "operations/operations.h"
 #include "host/stream_controller.h"
-#include "refhost/devices/contexts.h"
+#include "operations/operations.h"
 #include "refhost/base/device_db.h"
+#include "refhost/devices/contexts.h"
 #include "tests/support/scripted_rtsp.h"
 #include "tests/support/wait_until.h"
 

@@ -1,8 +1,8 @@
 // What reaches the device, and what is read out of its reply.
 
 #include "host/camera.h"
-#include "refhost/http/http_handle_pool.h"
 #include "refhost/base/log.h"
+#include "refhost/http/http_handle_pool.h"
 #include "tests/refhost/http_support.h"
 #include "tests/support/scripted_server.h"
 

@@ -1,8 +1,8 @@
 #include "host/assert.h"
 #include "host/gst_context.h"
 #include "host/log.h"
-#include "refhost/devices/contexts.h"
 #include "refhost/base/log.h"
+#include "refhost/devices/contexts.h"
 #include "tests/refhost/captured_stderr.h"
 #include "tests/refhost/test_models.h"
 

@@ -1,7 +1,7 @@
 #include "refhost/base/plugin_library.h"
 
-#include "refhost/devices/contexts.h"
 #include "refhost/base/plugin_symbols.h"
+#include "refhost/devices/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"
 #include "tests/support/temporary_folder.h"

@@ -1,9 +1,9 @@
 // The watch over streams that end and come back, and its lines, without a camera.
 
 #include "tests/support/wait_until.h"
+#include "tools/vornhost/console/line_writer.h"
 #include "tools/vornhost/events/event_lines.h"
 #include "tools/vornhost/events/event_watch.h"
-#include "tools/vornhost/console/line_writer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

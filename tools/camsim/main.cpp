@@ -1,12 +1,12 @@
-#include "net/authenticator.h"
-#include "model/camera.h"
-#include "model/camera_data.h"
-#include "http/camera_server.h"
 #include "control/control_interface.h"
 #include "control/input_keys.h"
-#include "options.h"
 #include "control/scenario.h"
 #include "control/state_file.h"
+#include "http/camera_server.h"
+#include "model/camera.h"
+#include "model/camera_data.h"
+#include "net/authenticator.h"
+#include "options.h"
 
 #include <algorithm>
 #include <csignal>

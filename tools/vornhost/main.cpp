@@ -1,9 +1,9 @@
-#include "refhost/http/authentication_book.h"
 #include "refhost/base/log.h"
-#include "tools/vornhost/session/options.h"
+#include "refhost/http/authentication_book.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/session/options.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "net/authenticator.h"
-#include "model/camera.h"
 #include "http/camera_server.h"
-#include "net/event_loop.h"
-#include "model/faults.h"
 #include "http/http_daemon.h"
 #include "http/request_log.h"
+#include "model/camera.h"
+#include "model/faults.h"
+#include "net/authenticator.h"
+#include "net/event_loop.h"
 #include "net/sockets.h"
 
 #include <memory>

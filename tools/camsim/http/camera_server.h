@@ -1,15 +1,15 @@
 #pragma once
 
-#include "net/authenticator.h"
-#include "model/camera.h"
 #include "http/connection_table.h"
 #include "http/fault_replies.h"
-#include "model/faults.h"
 #include "http/http_daemon.h"
 #include "http/input_monitors.h"
+#include "http/request_log.h"
+#include "model/camera.h"
+#include "model/faults.h"
+#include "net/authenticator.h"
 #include "net/listeners.h"
 #include "net/parked_connections.h"
-#include "http/request_log.h"
 #include "rtsp/rtsp_server.h"
 
 #include <chrono>

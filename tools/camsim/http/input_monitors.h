@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/camera.h"
-#include "net/event_loop.h"
 #include "model/faults.h"
+#include "net/event_loop.h"
 #include "net/parked_connections.h"
 
 #include <chrono>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "net/authenticator.h"
 #include "model/camera.h"
-#include "net/connection_bounds.h"
 #include "model/faults.h"
+#include "net/authenticator.h"
+#include "net/connection_bounds.h"
 #include "net/glib_thread.h"
 #include "net/notice.h"
 #include "rtsp/rtsp_connections.h"

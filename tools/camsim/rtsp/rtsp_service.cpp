@@ -1,8 +1,8 @@
 #include "rtsp/rtsp_service.h"
 
 #include "net/listeners.h"
-#include "rtsp/media_factory.h"
 #include "net/sockets.h"
+#include "rtsp/media_factory.h"
 
 #include <arpa/inet.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/camera.h"
-#include "net/connection_bounds.h"
 #include "model/faults.h"
+#include "net/connection_bounds.h"
 #include "rtsp/rtsp_connections.h"
 
 #include <chrono>

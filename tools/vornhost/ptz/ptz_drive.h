@@ -1,14 +1,14 @@
 #pragma once
 
 #include "tools/vornhost/calls/answer_lines.h"
-#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/console/status_line.h"
+#include "tools/vornhost/console/task_inbox.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/ptz/ptz_keys.h"
 #include "tools/vornhost/ptz/ptz_pilot.h"
 #include "tools/vornhost/ptz/ptz_position.h"
-#include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/console/status_line.h"
-#include "tools/vornhost/console/task_inbox.h"
+#include "tools/vornhost/session/device_session.h"
 
 #include <memory>
 #include <optional>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/stream_id.h"
-#include "tools/vornhost/recording/recording.h"
 #include "tools/vornhost/console/status_line.h"
+#include "tools/vornhost/recording/recording.h"
 
 #include <nlohmann/json.hpp>
 

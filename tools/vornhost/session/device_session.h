@@ -1,11 +1,11 @@
 #pragma once
 
 #include "operations/operations.h"
-#include "refhost/devices/contexts.h"
 #include "refhost/base/device_db.h"
-#include "tools/vornhost/session/credentials.h"
+#include "refhost/devices/contexts.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/diagnosis/exchange_watch.h"
+#include "tools/vornhost/session/credentials.h"
 #include "tools/vornhost/session/loaded_plugin.h"
 #include "tools/vornhost/session/options.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "refhost/devices/contexts.h"
 #include "refhost/base/plugin_library.h"
+#include "refhost/devices/contexts.h"
 #include "tools/vornhost/session/options.h"
 
 #include <memory>

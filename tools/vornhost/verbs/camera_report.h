@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
+#include "tools/vornhost/session/device_session.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/events/event_stream.h"
 #include "tools/vornhost/console/line_writer.h"
+#include "tools/vornhost/events/event_stream.h"
 
 #include <map>
 #include <memory>
