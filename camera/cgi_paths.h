@@ -44,10 +44,7 @@ inline constexpr const char* AudioModeOn = "audio=in&audio_encode1=0&audio_encod
 inline constexpr const char* AudioBitRate = "audio_bitrate=";
 inline constexpr const char* AudioSensitivity = "audio_sens=";
 
-// What ImageAdjust is told, up to the value.
-inline constexpr const char* ImageBrightness = "brightness=";
-inline constexpr const char* ImageSharpness = "sharpness=";
-inline constexpr const char* ImageSaturation = "chroma=";
+// What ImageAdjust is told, up to the value; that of percentages is in image_adjustments.def.
 inline constexpr const char* ImageWhiteBalance = "whitebalance=";
 inline constexpr const char* ImageBackLight = "blc=";
 inline constexpr const char* ImageSuperDynamic = "sd=";

@@ -11,8 +11,9 @@
 
 namespace corvane::panasonic_camera {
 
+using device_handler::v1_0::IsOffered;
 using device_handler::v1_0::PropertyValue;
-using device_handler::v1_0::SModelInfo;
+using device_handler::v1_0::SAdjustment;
 
 namespace {
 
@@ -27,62 +28,31 @@ int PositionOf(const std::vector<std::string>& words, const std::string& word) {
 
 } // namespace
 
-struct CPanasonicCamera::SImageAdjustment {
-    SAdjustment SModelInfo::*ofModel;
-    const char* key;
-    const char* otherKey; // of cameras that do not know the first; null when there is none
-    const char* query;    // up to the value
-};
-
-const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Brightness = {
-    &SModelInfo::brightness, key::Brightness, nullptr, cgi::ImageBrightness};
-const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Sharpness = {
-    &SModelInfo::sharpness, key::Sharpness, key::Aperture, cgi::ImageSharpness};
-const CPanasonicCamera::SImageAdjustment CPanasonicCamera::Saturation = {&SModelInfo::saturation, key::Chroma,
-                                                                         nullptr, cgi::ImageSaturation};
-
 CError CPanasonicCamera::checkOffered(int input, bool isOfModel) const {
     if (input >= model().videoInputs) // a negative one passes
         return errors::inputOutOfRange();
     return isOfModel ? CError::Success() : errors::propertyNotSupported();
 }
 
-CError CPanasonicCamera::writeAdjustment(const SImageAdjustment& adjustment, const CString& percent) {
-    return writeSetting(cgi::ImageAdjust,
-                        adjustment.query + CameraValueOf(model().*adjustment.ofModel, percent));
-}
+// The percentages.
+#define VORN_IMAGE_ADJUSTMENT(NAME, MEMBER, KEY, OTHER_KEY, QUERY)                                           \
+    CError CPanasonicCamera::setVpa##NAME(int /*input*/, CString percent) {                                  \
+        return writeSetting(cgi::ImageAdjust, QUERY + CameraValueOf(model().MEMBER, percent));               \
+    }                                                                                                        \
+    CError CPanasonicCamera::getVpa##NAME(int input, std::vector<CString>& values) {                         \
+        return readAdjustment(model().MEMBER, {KEY, OTHER_KEY}, input, values);                              \
+    }
+#include "camera/image_adjustments.def"
 
-CError CPanasonicCamera::readAdjustment(const SImageAdjustment& adjustment, int input,
-                                        std::vector<CString>& values) {
-    const SAdjustment& ofModel = model().*adjustment.ofModel;
-    if (CError error = checkOffered(input, !ofModel.range.empty()))
+CError CPanasonicCamera::readAdjustment(const SAdjustment& ofModel, std::initializer_list<const char*> keys,
+                                        int input, std::vector<CString>& values) {
+    if (CError error = checkOffered(input, IsOffered(ofModel)))
         return error;
-    std::string value = cameraSetting(adjustment.key);
-    if (value.empty() && adjustment.otherKey)
-        value = cameraSetting(adjustment.otherKey);
+    const std::string value = firstSetting(keys);
     if (value.empty())
         return errors::deviceNotAccessible();
     AppendPercentages(ofModel, value, values);
     return CError::Success();
-}
-
-CError CPanasonicCamera::setVpaBrightness(int /*input*/, CString percent) {
-    return writeAdjustment(Brightness, percent);
-}
-CError CPanasonicCamera::getVpaBrightness(int input, std::vector<CString>& values) {
-    return readAdjustment(Brightness, input, values);
-}
-CError CPanasonicCamera::setVpaSharpness(int /*input*/, CString percent) {
-    return writeAdjustment(Sharpness, percent);
-}
-CError CPanasonicCamera::getVpaSharpness(int input, std::vector<CString>& values) {
-    return readAdjustment(Sharpness, input, values);
-}
-CError CPanasonicCamera::setVpaSaturation(int /*input*/, CString percent) {
-    return writeAdjustment(Saturation, percent);
-}
-CError CPanasonicCamera::getVpaSaturation(int input, std::vector<CString>& values) {
-    return readAdjustment(Saturation, input, values);
 }
 
 CError CPanasonicCamera::setVpaWhiteBalance(int /*input*/, CString position) {
@@ -96,11 +66,9 @@ CError CPanasonicCamera::setVpaWhiteBalance(int /*input*/, CString position) {
 
 CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& values) {
     const std::vector<std::string>& words = model().whiteBalance.values;
-    if (CError error = checkOffered(input, !words.empty()))
+    if (CError error = checkOffered(input, IsOffered(model().whiteBalance)))
         return error;
-    std::string word = cameraSetting(key::WhiteBalance);
-    if (word.empty())
-        word = cameraSetting(key::WhiteBalanceShort);
+    const std::string word = firstSetting({key::WhiteBalance, key::WhiteBalanceShort});
     if (word.empty())
         return errors::deviceNotAccessible();
     const int byDefault = std::max(PositionOf(words, model().whiteBalance.defaultValue), FirstPosition);
@@ -123,7 +91,7 @@ CError CPanasonicCamera::setVpaBackLightComp(int /*input*/, CString onOff) {
 }
 
 CError CPanasonicCamera::getVpaBackLightComp(int input, std::vector<CString>& values) {
-    if (CError error = checkOffered(input, !model().backLightCompensation.empty()))
+    if (CError error = checkOffered(input, IsOffered(model().backLightCompensation)))
         return error;
     if (superDynamicState() == On) {
         values.emplace_back(Off);
@@ -153,11 +121,14 @@ CError CPanasonicCamera::getVpaProperties(int input, std::vector<CString>& names
 
 // Cameras call it by one of three names.
 std::string CPanasonicCamera::superDynamicState() const {
-    std::string state;
-    for (const char* key : {key::MegaSuperDynamic, key::SuperDynamic3, key::WideDynamicRange})
-        if (state.empty())
-            state = cameraSetting(key);
-    return state;
+    return firstSetting({key::MegaSuperDynamic, key::SuperDynamic3, key::WideDynamicRange});
+}
+
+std::string CPanasonicCamera::firstSetting(std::initializer_list<const char*> keys) const {
+    for (const char* key : keys)
+        if (std::string value = key ? cameraSetting(key) : std::string(); !value.empty())
+            return value;
+    return {};
 }
 
 } // namespace corvane::panasonic_camera

@@ -22,7 +22,7 @@ CError CPanasonicCamera::setLensFocus(int /*input*/, CString percent) {
 }
 
 CError CPanasonicCamera::getLensFocus(int input, std::vector<CString>& values) {
-    if (CError error = checkOffered(input, !model().focus.range.empty()))
+    if (CError error = checkOffered(input, IsOffered(model().focus)))
         return error;
     const std::string value =
         setting ? setting->GetDetailsFromUrl(cgi::AbsgetPosition, std::string("FOCUS=")) : std::string();

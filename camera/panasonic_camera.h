@@ -208,13 +208,8 @@ public:
 
     // "/cgi-bin/camposiset", "/cgi-bin/camctrl" and "/cgi-bin/set_patrol", with the model's offsets added to
     // the numbers. Patterns cannot be cleared: (3, 0, "Not supported feature").
-    CError setPtzPresetPos(int stream, int preset) override;
-    CError addPtzPresetPos(int stream, int preset) override;
-    CError clearPtzPresetPos(int stream, int preset) override;
-    CError callPtzPresetPos(int stream, int preset) override;
-    CError startPtzPatternRecord(int stream, int pattern) override;
-    CError stopPtzPatternRecord(int stream, int pattern) override;
-    CError selectPtzPattern(int stream, int pattern) override;
+#define VORN_PTZ_REQUEST(NAME, PATH, QUERY, OFFSET, HAS_CHANNEL) CError NAME(int stream, int number) override;
+#include "ptz/ptz_requests.def"
     CError clearPtzPatternRecord(int stream, int pattern) override;
     CError cancelPtzPatternRecord(int stream, int pattern) override;
     CError getPtzPatternCount(int stream, CString& count) override; // "PATROLNO", else the base's
@@ -288,12 +283,10 @@ public:
     // In percent of the model's range in the camera's units. A percentage that cannot be read sends the
     // model's default; getters append current, default, "0", "100" and "1", and take "50" for what has no
     // percentage: unreadable numbers, and a range of no width.
-    CError setVpaBrightness(int input, CString percent) override;
-    CError getVpaBrightness(int input, std::vector<CString>& values) override; // "BRIGHTNESS"
-    CError setVpaSharpness(int input, CString percent) override;
-    CError getVpaSharpness(int input, std::vector<CString>& values) override; // "SHARPNESS", else "APERTURE"
-    CError setVpaSaturation(int input, CString percent) override;
-    CError getVpaSaturation(int input, std::vector<CString>& values) override; // "CHROMA"
+#define VORN_IMAGE_ADJUSTMENT(NAME, MEMBER, KEY, OTHER_KEY, QUERY)                                           \
+    CError setVpa##NAME(int input, CString percent) override;                                                \
+    CError getVpa##NAME(int input, std::vector<CString>& values) override;
+#include "camera/image_adjustments.def"
     // A position in the model's list of words, from 1; (15, 3, "VpaWhiteBalance out of range"). The getter
     // appends current ("WHITEBALANCE", else "WHITEBAL"; the default for a word that is not in the list),
     // default, and every position.
@@ -351,6 +344,8 @@ private:
     std::vector<std::string> settingKeys() const;
     // A cached setting; empty until initialised.
     std::string cameraSetting(const std::string& key) const;
+    // That of the first key, null ones left out, that the camera reports.
+    std::string firstSetting(std::initializer_list<const char*> keys) const;
     // The capability; one of an empty text until initialised.
     const CPanasonicCapability& capabilityOrNone() const;
     bool supports(VideoCodec codec) const;
@@ -367,7 +362,6 @@ private:
 
     CError sendPtz(const std::string& request);
     CError sendPtzNoReload(const std::string& request);
-    CError sendPatrol(const std::string& command, int pattern);
     int signedSpeed(int (CPanasonicCamera::*convert)(int), int speed);
     CError readPosition(const char* key, int (CPanasonicCamera::*convert)(int), int home,
                         std::vector<CString>& out);
@@ -381,10 +375,8 @@ private:
     const SStreamUrl* findAudioUrl(const SAudioStreamId& id, VideoCodec codec);
     bool takesSecondAudioUrl(const SAudioStreamId& id, VideoCodec codec);
 
-    struct SImageAdjustment;
-    static const SImageAdjustment Brightness, Sharpness, Saturation;
-    CError writeAdjustment(const SImageAdjustment& adjustment, const CString& percent);
-    CError readAdjustment(const SImageAdjustment& adjustment, int input, std::vector<CString>& values);
+    CError readAdjustment(const device_handler::v1_0::SAdjustment& ofModel,
+                          std::initializer_list<const char*> keys, int input, std::vector<CString>& values);
     // The checks before a picture or lens adjustment is read: the input, and whether the model list gives it.
     CError checkOffered(int input, bool isOfModel) const;
     std::string superDynamicState() const;

@@ -4,6 +4,7 @@
 #include "host/error.h"
 #include "host/url.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -65,9 +66,8 @@ public:
     int SetContent(const std::string& body, const std::string& url);
 
 private:
-    std::string user_;
-    std::string password_;
-    bool ready_ = false;
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 } // namespace corvane::vorn_utility::v1_0

@@ -7,6 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <memory>
 #include <string>
 
 namespace corvane::vorn_controller::v1_0 {
@@ -25,7 +26,7 @@ public:
     CVornController(const CVornController&) = delete;
     CVornController& operator=(const CVornController&) = delete;
 
-    const std::string& getAddress() const { return address_; }
+    const std::string& getAddress() const;
 
     // The model's record, or null when the list does not know it. Lives as long as the controller.
     virtual const device_handler::v1_0::SModelInfo* getModelInfo() const;
@@ -35,10 +36,8 @@ public:
     virtual device_handler::v1_0::CError testAuthentication();
 
 private:
-    device_handler::v1_0::IDeviceContext* context_;
-    std::string address_;
-    std::string modelNumber_;
-    boost::shared_ptr<device_handler::v1_0::CVornModelList> modelList_;
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 } // namespace corvane::vorn_controller::v1_0

@@ -32,13 +32,8 @@ protected:
     CError prepare() override;
 
 private:
-    static GstPadProbeReturn eventComes(GstPad* pad, GstPadProbeInfo* info, gpointer controller);
-
-    GWeakRef source_;
-    const gulong probe_;
-    std::mutex observerMutex_; // held while the observer runs; guards it
-    boost::function<void(const SStreamEvent&)> observer_;
-    bool hasEnded_ = false; // an end-of-stream has come; guarded by observerMutex_
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 } // namespace corvane::vorn_event_stream_controller::v1_0

@@ -114,19 +114,14 @@ public:
     void registerOperations(COperationRegistry& registry, CAuthentication const& auth);
 
 protected:
-    IHandlerContext& context() const { return *context_; }
-    const boost::shared_ptr<CVornModelList>& modelList() const { return modelList_; }
+    IHandlerContext& context() const;
+    const boost::shared_ptr<CVornModelList>& modelList() const;
     // The credentials that a query starts from: the first supported family's defaults.
-    const CAuthentication& defaultAuthentication() const { return defaultAuthentication_; }
+    const CAuthentication& defaultAuthentication() const;
 
 private:
-    class CWorker;
-
-    IHandlerContext* context_;
-    boost::shared_ptr<CVornModelList> modelList_;
-    CAuthentication defaultAuthentication_;
-    CameraFactory cameraFactory_;
-    std::unique_ptr<CWorker> worker_;
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 } // namespace corvane::vorn_handler::v1_0

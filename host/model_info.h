@@ -39,11 +39,35 @@ struct SRange {
     int maximum = 0;
 };
 
-// A picture or lens adjustment in the camera's units.
+// The forms of the adjustments of picture and lens, each as made here where the model lacks the adjustment.
+
+// In percent for the recorder, in its own units for the camera.
 struct SAdjustment {
-    std::vector<std::string> range; // minimum and maximum in decimal; empty when the model lacks it
+    std::vector<std::string> range; // minimum and maximum in decimal
     std::string defaultValue;       // decimal
 };
+// One of several words; its position, from 1, for the recorder.
+struct SWhiteBalanceModel {
+    std::vector<std::string> values; // the camera's words, in order
+    std::string defaultValue;
+};
+// "1" on, "0" off: a camera's own values, whose being there alone matters; or the way in which the camera has
+// it ("Generic", "Conditional" or "AdaptiveBlackStretchOnly").
+using SwitchValues = std::vector<std::string>;
+using SwitchKind = std::string;
+
+inline bool IsOffered(const SAdjustment& adjustment) {
+    return !adjustment.range.empty();
+}
+inline bool IsOffered(const SWhiteBalanceModel& adjustment) {
+    return !adjustment.values.empty();
+}
+inline bool IsOffered(const SwitchValues& adjustment) {
+    return !adjustment.empty();
+}
+inline bool IsOffered(const SwitchKind& adjustment) {
+    return !adjustment.empty();
+}
 
 struct SPtzModel {
     SRange panPosition, tiltPosition, zoomPosition;
@@ -52,11 +76,6 @@ struct SPtzModel {
     int presetOffset = 0;     // added to the recorder's preset numbers
     int patternOffset = 0;    // added to the recorder's pattern numbers
     std::string patternCount; // where the camera reports none; empty when the list gives none
-};
-
-struct SWhiteBalanceModel {
-    std::vector<std::string> values; // the camera's words, in order
-    std::string defaultValue;
 };
 
 // Everything the recorder knows of one model. What the list leaves out keeps the values given here.
@@ -82,11 +101,8 @@ struct SModelInfo {
 
     COptional<SPtzModel> ptz;
 
-    SAdjustment brightness, sharpness, saturation;
-    SWhiteBalanceModel whiteBalance;
-    std::vector<std::string> backLightCompensation; // its emptiness alone matters
-    SAdjustment focus;
-    std::string dynamicRange; // "Generic", "Conditional", "AdaptiveBlackStretchOnly", or empty
+#define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD) FORM MEMBER;
+#include "host/adjustments.def"
 };
 
 } // namespace corvane::device_handler::v1_0

@@ -9,10 +9,8 @@
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
 
-#include <atomic>
+#include <memory>
 #include <mutex>
-#include <string>
-#include <thread>
 #include <vector>
 
 namespace corvane::vorn_ptz_controller::v1_0 {
@@ -49,29 +47,20 @@ protected:
     // Runs `loop` on the worker, once. It must end soon after isRunning() has become false, of which the
     // queue is notified.
     void startWorker(boost::function<void()> loop);
-    bool isRunning() const { return isRunning_; }
+    bool isRunning() const;
 
-    const boost::shared_ptr<IDeviceContext>& deviceContext() const { return context_; }
-    int index() const { return index_; }
-    CVornCamera& camera() const { return *camera_; }
-    CThreadAsyncQueue& queue() const { return *queue_; }
-    std::mutex& mutex() { return mutex_; }
+    const boost::shared_ptr<IDeviceContext>& deviceContext() const;
+    int index() const;
+    CVornCamera& camera() const;
+    CThreadAsyncQueue& queue() const;
+    std::mutex& mutex(); // for the derived controller's state
 
     // Takes over the device's credentials of this moment, and returns them.
     CAuthentication refreshCredentials();
 
 private:
-    const boost::shared_ptr<IDeviceContext> context_;
-    const int index_;
-    const boost::shared_ptr<CVornCamera> camera_;
-    const boost::shared_ptr<CThreadAsyncQueue> queue_;
-    std::mutex mutex_; // for the derived controller's state
-    std::mutex
-        credentialsMutex_; // guards credentials_; apart, so that a command is given at once whatever runs
-    CAuthentication credentials_;
-    std::atomic<bool> isRunning_{true};
-    std::mutex threadMutex_; // guards thread_
-    std::thread thread_;
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 // A device's PTZ controller: each command is queued, returns its handle at once, and ends in an operation of
@@ -83,30 +72,9 @@ public:
     using CBasePtzController::CBasePtzController;
     ~CPtzController() override;
 
-    // Whether the device moves at all: the camera's getPtzProperties.
-    virtual CAsyncOp queryMovement(const CCallback& callback);
-    virtual CAsyncOp moveTo(int pan, int tilt, int zoom, const CCallback& callback);
-    virtual CAsyncOp moveBy(int pan, int tilt, int zoom, int iris, int focus, const CCallback& callback);
-    // A continuous move; all zero stops.
-    virtual CAsyncOp moveAt(int pan, int tilt, int zoom, const CCallback& callback);
-
-    virtual CAsyncOp setPreset(int preset, const CCallback& callback);
-    virtual CAsyncOp clearPreset(int preset, const CCallback& callback);
-    virtual CAsyncOp callPreset(int preset, const CCallback& callback);
-    virtual CAsyncOp startPatternRecord(int pattern, const CCallback& callback);
-    virtual CAsyncOp stopPatternRecord(int pattern, const CCallback& callback);
-    virtual CAsyncOp selectPattern(int pattern, const CCallback& callback);
-    virtual CAsyncOp clearPatternRecord(int pattern, const CCallback& callback);
-    virtual CAsyncOp cancelPatternRecord(int pattern, const CCallback& callback);
-    // The device's own menu, and its lens: (NotSupported, General).
-    virtual CAsyncOp openMenu(const CCallback& callback);
-    virtual CAsyncOp closeMenu(const CCallback& callback);
-    // A continuous move of every axis: pan, tilt and zoom as the other moveAt, then focus, and then iris
-    // unless it is 0, which devices without one refuse; ends with the first failure.
-    virtual CAsyncOp moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback);
-    virtual CAsyncOp LensRefocus(const CCallback& callback);
-    virtual CAsyncOp moveFocusAt(int speed, const CCallback& callback);
-    virtual CAsyncOp moveIrisAt(int speed, const CCallback& callback);
+    // The commands, one a row, with what each does.
+#define VORN_PTZ_OWN(NAME, PARAMETERS) virtual CAsyncOp NAME PARAMETERS;
+#include "host/ptz_commands.def"
 
 protected:
     // The worker's loop.

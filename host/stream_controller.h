@@ -8,8 +8,7 @@
 #include <gst/gst.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <memory>
 
 namespace corvane::device_handler::v1_0 {
 
@@ -90,8 +89,8 @@ public:
     // A derived class that overrides a hook calls stop() in its own destructor, while the hook still exists.
     ~CSimpleStreamController() override;
 
-    GstElement* getPipeline() const override { return pipeline_; }
-    GstPad* getSourcePad() const override { return pad_; }
+    GstElement* getPipeline() const override;
+    GstPad* getSourcePad() const override;
     CError start() override;
     void finish() override;
     void stop() override;
@@ -119,21 +118,8 @@ protected:
     void end(const SStreamEnd& how);
 
 private:
-    static GstBusSyncReply takeMessage(GstBus* bus, GstMessage* message, gpointer controller);
-    void handleMessage(GstMessage* message);
-    void tearDown();
-    bool hasEnded();
-
-    GstElement* const pipeline_;
-    GstBus* const bus_;
-    GstPad* const pad_;
-
-    std::mutex stateMutex_; // held while the pipeline changes its state; taken before mutex_
-    bool runnable_ = true;  // until the first start() or stop(); guarded by stateMutex_
-    std::mutex mutex_;      // guards what follows
-    std::condition_variable ended_;
-    COptional<SStreamEnd> end_;
-    boost::function<void()> observer_;
+    struct SBase; // the framework's own
+    const std::unique_ptr<SBase> base_;
 };
 
 } // namespace corvane::vorn_stream_controller::v1_0

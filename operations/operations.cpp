@@ -3,6 +3,7 @@
 #include "operations/whole_number.h"
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 #include <limits>
 
@@ -155,6 +156,36 @@ SVornAudValsInDb SArgumentReader::readAudioRecord(const std::string& text) {
         throw COperationError(prefix + "VALUE");
     record.bitRate = text.substr(prefix.size());
     return record;
+}
+
+CParameterNames::CParameterNames(const char* declaration) : ofAll_(true) {
+    std::string name; // the last word before each comma and the end
+    for (const char* next = declaration; *next; ++next) {
+        const bool isOfWord = std::isalnum(static_cast<unsigned char>(*next)) != 0;
+        const bool isEnd = *next == ',' || *next == ')';
+        if (isOfWord)
+            name += *next;
+        else if (isEnd && !name.empty())
+            names_.push_back(std::exchange(name, {}));
+        else
+            name.clear();
+    }
+}
+
+std::vector<std::string> CParameterNames::select(const std::vector<bool>& isWanted) const {
+    std::vector<std::string> selected;
+    for (std::size_t i = 0; i < std::min(names_.size(), isWanted.size()); ++i)
+        if (isWanted[i])
+            selected.push_back(names_[i]);
+    return selected;
+}
+
+std::vector<std::string> CParameterNames::inputs(const std::vector<bool>& isInput) const {
+    return ofAll_ ? select(isInput) : names_;
+}
+
+std::vector<std::string> CParameterNames::outputs(const std::vector<bool>& isOutput) const {
+    return ofAll_ ? select(isOutput) : std::vector<std::string>();
 }
 
 CAsyncOp COperationRegistry::call(const std::string& name, const std::vector<std::string>& arguments,

@@ -247,6 +247,8 @@ inline constexpr bool IsCallback = std::is_same_v<Stored<P>, CCallback>;
 
 template <class P>
 inline constexpr bool IsArgument = IsInput<P> && !IsCallback<P>;
+template <class P>
+inline constexpr bool IsOutput = !IsInput<P> || IsInOut<Stored<P>>;
 
 // Hands out the argument texts in order, and completes what cannot be read with its name and text.
 class VORN_HOST_API CArgumentCursor {
@@ -287,17 +289,36 @@ void addForm(std::vector<std::string>& forms) {
 
 template <class P, class T>
 void appendIfOutput(SAnswer& answer, const T& value) {
-    if constexpr (!IsInput<P> || IsInOut<T>)
+    if constexpr (IsOutput<P>)
         AppendOutput(answer, value);
 }
 
 } // namespace operations_detail
+
+// The names of an operation's parameters: those of its inputs alone, or, from its declaration, "(int pan)",
+// of all.
+class VORN_HOST_API CParameterNames {
+public:
+    CParameterNames(std::initializer_list<const char*> inputs) : names_(inputs.begin(), inputs.end()) {}
+    CParameterNames(const char* declaration);
+
+    // Those of the inputs, and of the outputs as far as they are known; each parameter is one or not.
+    std::vector<std::string> inputs(const std::vector<bool>& isInput) const;
+    std::vector<std::string> outputs(const std::vector<bool>& isOutput) const;
+
+private:
+    std::vector<std::string> select(const std::vector<bool>& isWanted) const;
+
+    std::vector<std::string> names_;
+    bool ofAll_ = false;
+};
 
 // One operation that can be called by name.
 struct SOperation {
     std::string name;
     std::vector<std::string> parameterNames; // of the input arguments, in order
     std::vector<std::string> parameterForms; // likewise ("number", "channel,codec,stream")
+    std::vector<std::string> outputNames;    // as far as they are known
 
     // Reads the arguments, as many as there are parameters, and makes the call; `done` receives the answer
     // exactly once, before the return or, for an asynchronous operation, when its callback runs.
@@ -310,21 +331,19 @@ class VORN_HOST_API COperationRegistry {
 public:
     // Adds an operation that is any callable of this signature, with the names of its input arguments.
     template <class R, class... P>
-    void add(const std::string& name, std::initializer_list<const char*> parameterNames,
-             boost::function<R(P...)> function);
+    void add(const std::string& name, const CParameterNames& parameters, boost::function<R(P...)> function);
 
     // Adds a member function of an object.
     template <class O, class C, class R, class... P>
-    void add(const std::string& name, O* object, R (C::*member)(P...),
-             std::initializer_list<const char*> parameterNames) {
-        add(name, parameterNames, boost::function<R(P...)>([object, member](P... arguments) -> R {
+    void add(const std::string& name, O* object, R (C::*member)(P...), const CParameterNames& parameters) {
+        add(name, parameters, boost::function<R(P...)>([object, member](P... arguments) -> R {
                 return (object->*member)(std::forward<P>(arguments)...);
             }));
     }
     template <class O, class C, class R, class... P>
     void add(const std::string& name, O* object, R (C::*member)(P...) const,
-             std::initializer_list<const char*> parameterNames) {
-        add(name, parameterNames, boost::function<R(P...)>([object, member](P... arguments) -> R {
+             const CParameterNames& parameters) {
+        add(name, parameters, boost::function<R(P...)>([object, member](P... arguments) -> R {
                 return (object->*member)(std::forward<P>(arguments)...);
             }));
     }
@@ -342,12 +361,13 @@ private:
 };
 
 template <class R, class... P>
-void COperationRegistry::add(const std::string& name, std::initializer_list<const char*> parameterNames,
+void COperationRegistry::add(const std::string& name, const CParameterNames& parameters,
                              boost::function<R(P...)> function) {
     namespace detail = operations_detail;
     SOperation operation;
     operation.name = name;
-    operation.parameterNames.assign(parameterNames.begin(), parameterNames.end());
+    operation.parameterNames = parameters.inputs({detail::IsArgument<P>...});
+    operation.outputNames = parameters.outputs({detail::IsOutput<P>...});
     (detail::addForm<P>(operation.parameterForms), ...);
     operation.parameterNames.resize(operation.parameterForms.size(), "argument");
 

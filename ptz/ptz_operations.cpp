@@ -176,41 +176,12 @@ int CPanasonicCamera::signedSpeed(int (CPanasonicCamera::*convert)(int), int spe
     return speed > 0 ? (this->*convert)(speed) : Opposite((this->*convert)(Opposite(speed)));
 }
 
-CError CPanasonicCamera::setPtzPresetPos(int stream, int preset) {
-    return sendPtzNoReload(std::string(cgi::Camposiset) +
-                           "?presetset=" + Numbered(preset, ptzModel().presetOffset) + ChannelPart(stream));
-}
-
-CError CPanasonicCamera::addPtzPresetPos(int stream, int preset) {
-    return setPtzPresetPos(stream, preset);
-}
-
-CError CPanasonicCamera::clearPtzPresetPos(int stream, int preset) {
-    return sendPtzNoReload(std::string(cgi::Camposiset) +
-                           "?presetdel=" + Numbered(preset, ptzModel().presetOffset) + ChannelPart(stream));
-}
-
-CError CPanasonicCamera::callPtzPresetPos(int stream, int preset) {
-    return sendPtzNoReload(std::string(cgi::Camctrl) +
-                           "?preset=" + Numbered(preset, ptzModel().presetOffset) + ChannelPart(stream));
-}
-
-CError CPanasonicCamera::startPtzPatternRecord(int /*stream*/, int pattern) {
-    return sendPatrol("recstart", pattern);
-}
-
-CError CPanasonicCamera::stopPtzPatternRecord(int /*stream*/, int pattern) {
-    return sendPatrol("stop", pattern);
-}
-
-CError CPanasonicCamera::selectPtzPattern(int /*stream*/, int pattern) {
-    return sendPatrol("play", pattern);
-}
-
-CError CPanasonicCamera::sendPatrol(const std::string& command, int pattern) {
-    return sendPtzNoReload(std::string(cgi::SetPatrol) + "?" + command + "=" +
-                           Numbered(pattern, ptzModel().patternOffset));
-}
+#define VORN_PTZ_REQUEST(NAME, PATH, QUERY, OFFSET, HAS_CHANNEL)                                             \
+    CError CPanasonicCamera::NAME(int stream, int number) {                                                  \
+        return sendPtzNoReload(PATH + std::string("?" QUERY "=") + Numbered(number, ptzModel().OFFSET) +     \
+                               (HAS_CHANNEL ? ChannelPart(stream) : ""));                                    \
+    }
+#include "ptz/ptz_requests.def"
 
 CError CPanasonicCamera::clearPtzPatternRecord(int /*stream*/, int /*pattern*/) {
     return errors::featureNotSupported();

@@ -1,10 +1,11 @@
-#include "host/camera.h"
+#include "refhost/devices/camera_base.h"
 
 #include "host/assert.h"
 #include "host/cgi.h"
 #include "refhost/http/device_requests.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
@@ -36,42 +37,70 @@ CError noDatabase() {
 
 } // namespace
 
+CVornCamera::SBase::SBase(const boost::shared_ptr<IDeviceContext>& context, std::string deviceAddress,
+                          const boost::shared_ptr<CVornModelList>& list, std::string number)
+    : deviceContext(context),
+      address(std::move(deviceAddress)),
+      modelList(list),
+      modelNumber(std::move(number)),
+      model(&UnknownModel) {
+    device_handler::v1_0::HostAssert(deviceContext && modelList, "vornCamera", __LINE__);
+    model = modelOrUnknown(*modelList, modelNumber);
+}
+
 CVornCamera::CVornCamera(boost::shared_ptr<IDeviceContext>& context, char const* address,
                          boost::shared_ptr<CVornModelList>& modelList, char const* modelNumber)
-    : deviceContext_(context),
-      address_(address ? address : ""),
-      modelList_(modelList),
-      modelNumber_(modelNumber ? modelNumber : ""),
-      model_(&UnknownModel) {
-    device_handler::v1_0::HostAssert(deviceContext_ && modelList_, "vornCamera", __LINE__);
-    model_ = modelOrUnknown(*modelList_, modelNumber_);
-}
+    : base_(std::make_unique<SBase>(context, address ? address : "", modelList,
+                                    modelNumber ? modelNumber : "")) {}
 
 CVornCamera::~CVornCamera() = default;
 
+const boost::shared_ptr<IDeviceContext>& CVornCamera::deviceContext() const {
+    return base_->deviceContext;
+}
+const std::string& CVornCamera::address() const {
+    return base_->address;
+}
+const boost::shared_ptr<CVornModelList>& CVornCamera::modelList() const {
+    return base_->modelList;
+}
+const SModelInfo& CVornCamera::model() const {
+    return *base_->model;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-parameter" // the rows name them
+// What the base leaves to the device, and scales that it takes for the same.
+#define VORN_OF_DEVICE(TEXT, NAME, PARAMETERS)                                                               \
+    CError CVornCamera::NAME PARAMETERS {                                                                    \
+        return notSupported(TEXT);                                                                           \
+    }
+#define VORN_CONVERSION(NAME, PARAMETER)                                                                     \
+    int CVornCamera::NAME(int PARAMETER) {                                                                   \
+        return PARAMETER;                                                                                    \
+    }
+#include "host/camera_operations.def"
+#pragma GCC diagnostic pop
+
 CError CVornCamera::initialize() {
-    std::string number = modelNumber_;
+    std::string number = base_->modelNumber;
     if (number.empty()) {
         if (CError error = preInit_getUnitModelName(number); error)
             return error;
-        hasToldItsName_ = true;
+        base_->hasToldItsName = true;
     }
-    const SModelInfo* known = modelList_->findModel(number);
+    const SModelInfo* known = base_->modelList->findModel(number);
     if (!known)
         return notSupported("the model list does not know the model \"" + number + "\"");
-    modelNumber_ = number;
-    model_ = known;
+    base_->modelNumber = number;
+    base_->model = known;
     if (!customInitialize())
         return {RtnCode::NotAccessible, Origin::General,
-                "the device at " + address_ + " cannot be initialised"};
+                "the device at " + address() + " cannot be initialised"};
     // Of a number that was given the prefix is the camera's to tell; without it the name is the number alone.
-    if (!hasToldItsName_)
-        hasToldItsName_ = !preInit_getUnitModelName(number);
+    if (!base_->hasToldItsName)
+        base_->hasToldItsName = !preInit_getUnitModelName(number);
     return CError::Success();
-}
-
-CError CVornCamera::preInit_getUnitModelName(std::string&) {
-    return notSupported("the device cannot be asked for its model number");
 }
 
 bool CVornCamera::customInitialize() {
@@ -79,18 +108,19 @@ bool CVornCamera::customInitialize() {
 }
 
 CError CVornCamera::testAuthentication() {
-    return refhost::SendAuthenticationTest(*modelList_, address_, deviceContext_->getAuthentication());
+    return refhost::SendAuthenticationTest(*base_->modelList, address(),
+                                           deviceContext()->getAuthentication());
 }
 
 CError CVornCamera::getUnitModelName(CString& name) {
-    if (modelNumber_.empty())
+    if (base_->modelNumber.empty())
         return {RtnCode::NotSet, Origin::General, "the model number is not known"};
-    name = modelNumber_;
+    name = base_->modelNumber;
     return CError::Success();
 }
 
 CError CVornCamera::isUnitModelSupported(CString& supported) {
-    supported = PropertyValue(modelList_->findModel(modelNumber_) ? 1 : 0);
+    supported = PropertyValue(base_->modelList->findModel(base_->modelNumber) ? 1 : 0);
     return CError::Success();
 }
 
@@ -109,35 +139,27 @@ CError CVornCamera::getInterfaceMac(int, CString& mac) {
     return CError::Success();
 }
 
-CError CVornCamera::getCameraName(int index, std::vector<CString>& name) {
-    if (CError error = checkVideoInput(index))
+CError CVornCamera::getCameraName(int input, std::vector<CString>& name) {
+    if (CError error = base_->checkVideoInput(input))
         return error;
-    const CString defaultName("Camera " + std::to_string(index + 1));
+    const CString defaultName("Camera " + std::to_string(input + 1));
     CString given = defaultName;
     // Without a record, or a name in it, the default name stands.
-    (void)readFromInputDb(InputClass::Video, index, NameKey, given);
+    (void)readFromInputDb(InputClass::Video, input, NameKey, given);
     name.insert(name.end(), {given, defaultName, PropertyValue(LongestName)});
     return CError::Success();
 }
 
 CError CVornCamera::readFromInputDb(InputClass inputClass, int input, const std::string& key,
                                     CString& value) {
-    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext_->getDeviceDbProxy();
+    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext()->getDeviceDbProxy();
     return record ? record->readInputValue(inputClass, input, key, value) : noDatabase();
 }
 
 CError CVornCamera::writeToInputDb(InputClass inputClass, int input, const std::string& key,
                                    const CString& value) {
-    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext_->getDeviceDbProxy();
+    const boost::shared_ptr<IDeviceDbProxy> record = deviceContext()->getDeviceDbProxy();
     return record ? record->writeInputValue(inputClass, input, key, value) : noDatabase();
-}
-
-CError CVornCamera::rebootDevice() {
-    return notSupported("the device cannot be restarted");
-}
-
-CError CVornCamera::resetToFactoryDefaults() {
-    return notSupported("the device cannot be put back to its factory defaults");
 }
 
 CError CVornCamera::getCamSingleValue(const std::string& address, const SVornUrl& url,

@@ -12,7 +12,6 @@ namespace {
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using refhost::IsAbsent;
-using refhost::UnknownToBase;
 
 constexpr const char* ActiveStateKey = "active_state";
 
@@ -35,10 +34,6 @@ CError CVornCamera::getDryContactInputProperties(std::vector<CString>& names) {
     return CError::Success();
 }
 
-CError CVornCamera::getDryContactInputCount(CString&) {
-    return UnknownToBase("the number of alarm inputs");
-}
-
 CError CVornCamera::setDryContactInputActiveState(int input, CString level) {
     if (input < 0 || (level != ActiveLow && level != ActiveHigh))
         return {RtnCode::OutOfRange, Origin::General, "an alarm input's active level is LOW or HIGH"};
@@ -55,16 +50,8 @@ CError CVornCamera::getDryContactInputActiveState(int input, std::vector<CString
     return CError::Success();
 }
 
-CError CVornCamera::getDryContactInputState(int, DCState&) {
-    return UnknownToBase("the state of an alarm input");
-}
-
-CError CVornCamera::getEventStreamUrl(int, std::string&) {
-    return UnknownToBase("the location of events");
-}
-
 CError CVornCamera::createEventStreamPipeline(IStreamController*&, int) {
-    return UnknownToBase("events");
+    return refhost::UnknownToBase("events");
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

@@ -1,6 +1,7 @@
 // The base camera's audio: answered from the model list, and from the input's record in the device database.
 
-#include "host/camera.h"
+#include "refhost/devices/camera_base.h"
+
 #include "host/log.h"
 #include "refhost/devices/camera_errors.h"
 #include "refhost/streams/stream_location.h"
@@ -37,8 +38,8 @@ const SStreamUrl* findUrl(const SModelInfo& model, const SAudioStreamId& id) {
 
 } // namespace
 
-CError CVornCamera::checkAudioInput(int input) const {
-    if (input < 0 || input >= model().audioInputs)
+CError CVornCamera::SBase::checkAudioInput(int input) const {
+    if (input < 0 || input >= model->audioInputs)
         return NotOfModel(RtnCode::OutOfRange, "audio input " + std::to_string(input));
     return CError::Success();
 }
@@ -53,14 +54,14 @@ CError CVornCamera::getAudioInputCount(CString& count) {
 }
 
 CError CVornCamera::getAudioInputCodecCount(int input, CString& count) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     count = PropertyValue(1);
     return CError::Success();
 }
 
 CError CVornCamera::getAudioInputCodecId(int input, int index, CString& id) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     if (index != 0)
         return NotOfModel(RtnCode::OutOfRange, "audio codec of that index");
@@ -69,7 +70,7 @@ CError CVornCamera::getAudioInputCodecId(int input, int index, CString& id) {
 }
 
 CError CVornCamera::getAudioInputCodecBitRateRange(int input, SAudioStreamId, std::vector<CString>& range) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     if (model().audioBitRates.empty())
         return NotOfModel(RtnCode::NotSupported, "audio bit rates");
@@ -79,13 +80,13 @@ CError CVornCamera::getAudioInputCodecBitRateRange(int input, SAudioStreamId, st
 }
 
 CError CVornCamera::getAudioInputCodecQualityRange(int input, SAudioStreamId, std::vector<CString>&) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     return NotOfModel(RtnCode::NotSupported, "audio qualities");
 }
 
 CError CVornCamera::getAudioInputProperties(int input, std::vector<CString>& names) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     names.insert(names.end(), {"AudioInputProperties", "AudioInputCount", "AudioInputCodecCount",
                                "AudioInputCodecId", "AudioInputCodecBitRate", "AudioInputVolume"});
@@ -93,7 +94,7 @@ CError CVornCamera::getAudioInputProperties(int input, std::vector<CString>& nam
 }
 
 CError CVornCamera::getAudioCodecBitRateDefault(int input, SAudioStreamId, std::string& rate) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     if (model().audioBitRates.empty())
         return NotOfModel(RtnCode::NotSupported, "audio bit rates");
@@ -102,13 +103,13 @@ CError CVornCamera::getAudioCodecBitRateDefault(int input, SAudioStreamId, std::
 }
 
 CError CVornCamera::setAudioInputCodecBitRate(int input, AudioCodec, CString rate) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     return rate.empty() ? EmptyValue() : writeToInputDb(InputClass::Audio, input, BitRateKey, rate);
 }
 
 CError CVornCamera::setAudioInputVolume(int input, CString volume) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     if (volume.size() != 1 || volume < CString(LowestVolume) || CString(HighestVolume) < volume)
         return {RtnCode::OutOfRange, Origin::General, "a volume is 0, 1 or 2"};
@@ -116,7 +117,7 @@ CError CVornCamera::setAudioInputVolume(int input, CString volume) {
 }
 
 CError CVornCamera::getAudioInputVolume(int input, std::vector<CString>& values) {
-    if (CError error = checkAudioInput(input))
+    if (CError error = base_->checkAudioInput(input))
         return error;
     CString current(DefaultVolume);
     if (CError error = readFromInputDb(InputClass::Audio, input, VolumeKey, current);
@@ -127,7 +128,7 @@ CError CVornCamera::getAudioInputVolume(int input, std::vector<CString>& values)
 }
 
 CError CVornCamera::readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& record) {
-    if (CError error = checkAudioInput(id.stream))
+    if (CError error = base_->checkAudioInput(id.stream))
         return error;
     SVornAudValsInDb kept;
     CError error = readFromInputDb(InputClass::Audio, id.stream, BitRateKey, kept.bitRate);
@@ -142,17 +143,17 @@ CError CVornCamera::readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& r
 }
 
 CError CVornCamera::getAudioStreamUrl(SVornAudValsInDb&, SAudioStreamId id, std::string& url) {
-    if (CError error = checkAudioInput(id.stream))
+    if (CError error = base_->checkAudioInput(id.stream))
         return error;
     const SStreamUrl* location = findUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this audio stream");
-    url = refhost::StreamLocationWithCredentials(*location, address_, deviceContext_->getAuthentication());
+    url = refhost::StreamLocationWithCredentials(*location, address(), deviceContext()->getAuthentication());
     return CError::Success();
 }
 
 void CVornCamera::invalidateAudioStream(SAudioStreamId id) {
-    deviceContext_->log(LogNotice, "audio stream[%s] must be built anew", StreamIdText(id).c_str());
+    deviceContext()->log(LogNotice, "audio stream[%s] must be built anew", StreamIdText(id).c_str());
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

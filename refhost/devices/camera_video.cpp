@@ -1,10 +1,15 @@
 // The base camera's video: answered from the model list, and from the stream's record in the device database.
 
-#include "host/camera.h"
+#include "refhost/devices/camera_base.h"
+
 #include "host/stream_controller.h"
 #include "refhost/devices/camera_errors.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/stream_location.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
@@ -34,13 +39,17 @@ const Value* find(const std::map<std::string, Value>& byCodec, VideoCodec codec)
     return found == byCodec.end() ? nullptr : &found->second;
 }
 
-CError configuredDefault(const std::map<std::string, std::string>& defaults, VideoCodec codec,
-                         const char* property, std::string& value) {
-    const std::string* configured = find(defaults, codec);
-    if (!configured)
-        return UnknownToBase(property);
-    value = *configured;
-    return CError::Success();
+CError defaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, VideoCodec codec,
+                 std::string& value) {
+    const std::pair<CString SVornVidValsInDb::*, const std::map<std::string, std::string>&> known[] = {
+        {&SVornVidValsInDb::bitRate, model.defaultBitRate},
+        {&SVornVidValsInDb::quality, model.defaultQuality}};
+    for (const auto& [ofList, defaults] : known)
+        if (const std::string* configured = ofList == setting ? find(defaults, codec) : nullptr) {
+            value = *configured;
+            return CError::Success();
+        }
+    return UnknownToBase("the default of this setting");
 }
 
 // Where the list says that a stream is, or null.
@@ -58,8 +67,11 @@ const SStreamUrl* findUrl(const SModelInfo& model, const SVideoStreamId& id) {
     return ofInput == variants->second.end() ? &variants->second.begin()->second : &ofInput->second;
 }
 
-std::string recordKey(const SVideoStreamId& id, const char* property) {
-    return codecText(id.codec) + "_" + std::to_string(id.stream) + "_video_" + property;
+std::string recordKey(const SVideoStreamId& id, CString SVornVidValsInDb::*setting) {
+    const auto* const field =
+        std::find_if(std::begin(VideoFields), std::end(VideoFields),
+                     [setting](const SVideoField& row) { return row.value == setting; });
+    return codecText(id.codec) + "_" + std::to_string(id.stream) + "_video_" + field->property;
 }
 
 } // namespace
@@ -109,63 +121,16 @@ int CVornCamera::findAssociatedStream(SVideoStreamId id) {
     return id.stream;
 }
 
-CError CVornCamera::getVideoCodecResolutionRange(int, int, VideoCodec, std::vector<CString>&,
-                                                 CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the resolution range");
-}
-CError CVornCamera::getVideoCodecBitRateRange(int, int, VideoCodec, std::vector<CString>&,
-                                              CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the bit-rate range");
-}
-CError CVornCamera::getVideoCodecQualityRange(int, int, VideoCodec, std::vector<CString>&,
-                                              CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the quality range");
-}
-CError CVornCamera::getVideoCodecFrameRateRange(int, int, VideoCodec, std::vector<CString>&,
-                                                CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the frame-rate range");
-}
-CError CVornCamera::getVideoCodecKeyFrameIntervalRange(int, int, VideoCodec, std::vector<CString>&,
-                                                       CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the key-frame interval range");
-}
-CError CVornCamera::getVideoCodecBitRateControlRange(int, int, VideoCodec, std::vector<CString>&,
-                                                     CVAPI_VALUE_TYPE&) {
-    return UnknownToBase("the bit-rate control range");
-}
-CError CVornCamera::getVideoCodecResolutionList(int, VideoCodec, std::vector<CString>&) {
-    return UnknownToBase("the list of resolutions");
-}
-
-CError CVornCamera::getVideoCodecResolutionDefault(int, int, VideoCodec, std::string&) {
-    return UnknownToBase("the default resolution");
-}
-CError CVornCamera::getVideoCodecBitRateDefault(int, int, VideoCodec codec, std::string& value) {
-    return configuredDefault(model().defaultBitRate, codec, "the default bit rate", value);
-}
-CError CVornCamera::getVideoCodecQualityDefault(int, int, VideoCodec codec, std::string& value) {
-    return configuredDefault(model().defaultQuality, codec, "the default quality", value);
-}
-CError CVornCamera::getVideoCodecFrameRateDefault(int, int, VideoCodec, std::string&) {
-    return UnknownToBase("the default frame rate");
-}
-CError CVornCamera::getVideoCodecKeyFrameIntervalDefault(int, int, VideoCodec, std::string&) {
-    return UnknownToBase("the default key-frame interval");
-}
-CError CVornCamera::getVideoCodecBitRateControlDefault(int, int, VideoCodec, std::string&) {
-    return UnknownToBase("the default bit-rate control");
-}
-
-CError CVornCamera::checkVideoInput(int input) const {
-    if (input < 0 || input >= model().videoInputs)
+CError CVornCamera::SBase::checkVideoInput(int input) const {
+    if (input < 0 || input >= model->videoInputs)
         return NotOfModel(RtnCode::OutOfRange, "video input " + std::to_string(input));
     return CError::Success();
 }
 
-CError CVornCamera::checkVideoStream(const SVideoStreamId& id) const {
+CError CVornCamera::SBase::checkVideoStream(const SVideoStreamId& id) const {
     if (CError error = checkVideoInput(id.channel))
         return error;
-    const int* streams = find(model().codecStreams, id.codec);
+    const int* streams = find(model->codecStreams, id.codec);
     if (!streams)
         return NotOfModel(RtnCode::NotSupported, codecText(id.codec) + " streams");
     if (id.stream < 0 || id.stream >= *streams)
@@ -173,79 +138,40 @@ CError CVornCamera::checkVideoStream(const SVideoStreamId& id) const {
     return CError::Success();
 }
 
-CError CVornCamera::readVideoProperty(const SVideoStreamId& id, const char* property, VideoDefault defaultOf,
-                                      CString& value) {
-    if (CError error = checkVideoStream(id))
-        return error;
-    if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
-        !IsAbsent(error))
-        return error;
-    std::string byDefault;
-    if (CError error = (this->*defaultOf)(id.channel, id.stream, id.codec, byDefault))
-        return error;
-    value = byDefault;
-    return CError::Success();
-}
-
-CError CVornCamera::writeVideoProperty(const SVideoStreamId& id, const char* property, const CString& value) {
-    if (CError error = checkVideoStream(id))
-        return error;
-    if (value.empty())
-        return EmptyValue();
-    return writeToInputDb(InputClass::Video, id.channel, recordKey(id, property), value);
-}
-
-CError CVornCamera::getVideoCodecResolution(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::Resolution,
-                             &CVornCamera::getVideoCodecResolutionDefault, value);
-}
-CError CVornCamera::getVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::BitRate,
-                             &CVornCamera::getVideoCodecBitRateDefault, value);
-}
-CError CVornCamera::getVideoCodecQuality(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::Quality,
-                             &CVornCamera::getVideoCodecQualityDefault, value);
-}
-CError CVornCamera::getVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::FrameRate,
-                             &CVornCamera::getVideoCodecFrameRateDefault, value);
-}
-CError CVornCamera::getVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::KeyFrameInterval,
-                             &CVornCamera::getVideoCodecKeyFrameIntervalDefault, value);
-}
-CError CVornCamera::getVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString& value) {
-    return readVideoProperty({channel, codec, stream}, video_property::BitRateControl,
-                             &CVornCamera::getVideoCodecBitRateControlDefault, value);
-}
-
-CError CVornCamera::setVideoCodecResolution(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::Resolution, value);
-}
-CError CVornCamera::setVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::BitRate, value);
-}
-CError CVornCamera::setVideoCodecQuality(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::Quality, value);
-}
-CError CVornCamera::setVideoCodecFrameRate(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::FrameRate, value);
-}
-CError CVornCamera::setVideoCodecKeyFrameInterval(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::KeyFrameInterval, value);
-}
-CError CVornCamera::setVideoCodecBitRateControl(int channel, int stream, VideoCodec codec, CString value) {
-    return writeVideoProperty({channel, codec, stream}, video_property::BitRateControl, value);
-}
+// A setting's default, its value in the stream's record, and how it gets there.
+#define VORN_VIDEO_SETTING(NAME, MEMBER)                                                                     \
+    CError CVornCamera::getVideoCodec##NAME##Default(int, int, VideoCodec codec, std::string& value) {       \
+        return defaultOf(model(), &SVornVidValsInDb::MEMBER, codec, value);                                  \
+    }                                                                                                        \
+    CError CVornCamera::getVideoCodec##NAME(int channel, int stream, VideoCodec codec, CString& value) {     \
+        const SVideoStreamId id{channel, codec, stream};                                                     \
+        if (CError error = base_->checkVideoStream(id))                                                      \
+            return error;                                                                                    \
+        CError error =                                                                                       \
+            readFromInputDb(InputClass::Video, channel, recordKey(id, &SVornVidValsInDb::MEMBER), value);    \
+        std::string byDefault;                                                                               \
+        if (!IsAbsent(error) || (error = getVideoCodec##NAME##Default(channel, stream, codec, byDefault)))   \
+            return error;                                                                                    \
+        value = byDefault;                                                                                   \
+        return error;                                                                                        \
+    }                                                                                                        \
+    CError CVornCamera::setVideoCodec##NAME(int channel, int stream, VideoCodec codec, CString value) {      \
+        const SVideoStreamId id{channel, codec, stream};                                                     \
+        if (CError error = base_->checkVideoStream(id))                                                      \
+            return error;                                                                                    \
+        return value.empty() ? EmptyValue()                                                                  \
+                             : writeToInputDb(InputClass::Video, channel,                                    \
+                                              recordKey(id, &SVornVidValsInDb::MEMBER), value);              \
+    }
+#include "host/video_settings.def"
 
 CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& record) {
-    if (CError error = checkVideoStream(id))
+    if (CError error = base_->checkVideoStream(id))
         return error;
     SVornVidValsInDb kept;
     for (const SVideoField& field : VideoFields)
-        if (CError error = readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.property),
-                                           kept.*field.value);
+        if (CError error =
+                readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.value), kept.*field.value);
             error && !IsAbsent(error))
             return error;
     record = kept;
@@ -253,9 +179,12 @@ CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& r
 }
 
 CError CVornCamera::writeVideoStreamRecord(SVideoStreamId id, const SVornVidValsInDb& record) {
+    if (CError error = base_->checkVideoStream(id))
+        return error;
     for (const SVideoField& field : VideoFields)
         if (const CString& value = record.*field.value; !value.empty())
-            if (CError error = writeVideoProperty(id, field.property, value))
+            if (CError error =
+                    writeToInputDb(InputClass::Video, id.channel, recordKey(id, field.value), value))
                 return error;
     return CError::Success();
 }
@@ -268,7 +197,7 @@ CError CVornCamera::getVideoStreamUrl(SVideoStreamId id, std::string& url) {
     const SStreamUrl* location = findUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
-    url = refhost::StreamLocationWithCredentials(*location, address_, deviceContext_->getAuthentication());
+    url = refhost::StreamLocationWithCredentials(*location, address(), deviceContext()->getAuthentication());
     return CError::Success();
 }
 
@@ -277,23 +206,23 @@ CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SV
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
     // The credentials are handed over beside the location, so that no message about it can tell them.
-    return refhost::CreateRtspPipeline(refhost::StreamLocation(*location, address_), id.codec,
-                                       deviceContext_->getAuthentication(), useOf(id), controller);
+    return refhost::CreateRtspPipeline(refhost::StreamLocation(*location, address()), id.codec,
+                                       deviceContext()->getAuthentication(), base_->useOf(id), controller);
 }
 
-std::shared_ptr<const void> CVornCamera::useOf(const SVideoStreamId& id) {
-    const std::lock_guard<std::mutex> lock(usesMutex_);
-    std::weak_ptr<const void>& kept = uses_[id];
+std::shared_ptr<const void> CVornCamera::SBase::useOf(const SVideoStreamId& id) {
+    const std::lock_guard<std::mutex> lock(usesMutex);
+    std::weak_ptr<const void>& kept = uses[id];
     std::shared_ptr<const void> use = kept.lock();
     if (!use)
-        kept = use = std::make_shared<int>(); // whose life alone matters
+        kept = use = std::make_shared<int>();
     return use;
 }
 
 bool CVornCamera::isActiveVideoStream(SVideoStreamId id) {
-    const std::lock_guard<std::mutex> lock(usesMutex_);
-    const auto found = uses_.find(id);
-    return found != uses_.end() && !found->second.expired();
+    const std::lock_guard<std::mutex> lock(base_->usesMutex);
+    const auto found = base_->uses.find(id);
+    return found != base_->uses.end() && !found->second.expired();
 }
 
 } // namespace corvane::vorn_camera_base::v1_0

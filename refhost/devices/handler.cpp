@@ -22,6 +22,11 @@ const SFamily* findSupportedFamily(const IHandlerContext& context, const std::st
     return nullptr;
 }
 
+IHandlerContext* given(IHandlerContext* context) {
+    device_handler::v1_0::HostAssert(context, Source, __LINE__);
+    return context;
+}
+
 // A family without a default user name has no default credentials.
 CAuthentication defaultsOf(const SFamily& family) {
     return family.user.empty() ? CAuthentication() : CAuthentication(family.user, family.password);
@@ -29,21 +34,31 @@ CAuthentication defaultsOf(const SFamily& family) {
 
 } // namespace
 
-CVornHandler::CVornHandler(IHandlerContext* context) : context_(context) {
-    device_handler::v1_0::HostAssert(context_, Source, __LINE__);
-    modelList_ = context_->getModelList();
-    device_handler::v1_0::HostAssert(modelList_.get(), Source, __LINE__);
-    if (context_->getFamilyCount() > 0)
-        defaultAuthentication_ = defaultsOf(*context_->getFamily(0));
-    worker_ = std::make_unique<CWorker>(*context_);
+CVornHandler::SBase::SBase(IHandlerContext* handlerContext)
+    : context(given(handlerContext)), modelList(context->getModelList()), worker(*context) {
+    device_handler::v1_0::HostAssert(modelList.get(), Source, __LINE__);
+    if (context->getFamilyCount() > 0)
+        defaultAuthentication = defaultsOf(*context->getFamily(0));
 }
+
+CVornHandler::CVornHandler(IHandlerContext* context) : base_(std::make_unique<SBase>(context)) {}
 
 CVornHandler::~CVornHandler() = default;
 
+IHandlerContext& CVornHandler::context() const {
+    return *base_->context;
+}
+const boost::shared_ptr<CVornModelList>& CVornHandler::modelList() const {
+    return base_->modelList;
+}
+const CAuthentication& CVornHandler::defaultAuthentication() const {
+    return base_->defaultAuthentication;
+}
+
 std::vector<CString> CVornHandler::getSupportedFamilies() const {
     std::vector<CString> names;
-    for (std::size_t i = 0; i < context_->getFamilyCount(); ++i)
-        names.emplace_back(context_->getFamily(i)->name);
+    for (std::size_t i = 0; i < base_->context->getFamilyCount(); ++i)
+        names.emplace_back(base_->context->getFamily(i)->name);
     return names;
 }
 
@@ -57,30 +72,30 @@ const SFamily* CVornHandler::getOemInfo(CString const&) const {
 
 std::vector<CString> CVornHandler::getSupportedModelNums() const {
     std::vector<CString> numbers;
-    for (const auto& [number, model] : modelList_->getModels())
-        if (findSupportedFamily(*context_, model.family))
+    for (const auto& [number, model] : base_->modelList->getModels())
+        if (findSupportedFamily(*base_->context, model.family))
             numbers.emplace_back(number);
     return numbers;
 }
 
 const SModelInfo* CVornHandler::getModelInfo(CString const& model) const {
-    return modelList_->findModel(model.str());
+    return base_->modelList->findModel(model.str());
 }
 
 CAuthentication CVornHandler::getDefaultAuthentication(CString const& family) const {
-    const SFamily* known = findSupportedFamily(*context_, family.str());
+    const SFamily* known = findSupportedFamily(*base_->context, family.str());
     return known ? defaultsOf(*known) : CAuthentication();
 }
 
 CError CVornHandler::testAuthentication(std::string const& address, CAuthentication const& auth) {
-    return refhost::SendAuthenticationTest(*modelList_, address,
-                                           auth.isSet() ? auth : defaultAuthentication_);
+    return refhost::SendAuthenticationTest(*base_->modelList, address,
+                                           auth.isSet() ? auth : base_->defaultAuthentication);
 }
 
 CError CVornHandler::queryDevice(std::string const& address, COptional<CDeviceId>& deviceId,
                                  CAuthentication const& auth) {
     COptional<CDeviceId> found;
-    const std::lock_guard<std::mutex> lock(worker_->queryMutex());
+    const std::lock_guard<std::mutex> lock(base_->worker.queryMutex());
     if (queryVornDevice(address, found, auth) != static_cast<int>(RtnCode::Success) || !found)
         return {RtnCode::NotSet, Origin::General, "no supported device answers at " + address};
     deviceId = found;
@@ -91,7 +106,7 @@ CError CVornHandler::findDevices(std::vector<std::string> const& addresses, CAut
                                  std::vector<CString>& found) {
     std::vector<CString> here;
     for (const std::string& address : addresses) {
-        if (worker_->isEnding()) // a long search must not hold up the shutdown
+        if (base_->worker.isEnding()) // a long search must not hold up the shutdown
             return {RtnCode::OperationFailed, Origin::General, "the search was ended by the shutdown"};
         COptional<CDeviceId> device;
         if (!queryDevice(address, device, auth))
@@ -103,24 +118,24 @@ CError CVornHandler::findDevices(std::vector<std::string> const& addresses, CAut
 }
 
 void CVornHandler::shutdownHandler() {
-    worker_->stop();
+    base_->worker.stop();
 }
 
 CVornController* CVornHandler::createDeviceController(IDeviceContext* context, char const* address,
                                                       char const* modelNumber) {
-    boost::shared_ptr<CVornModelList> list = modelList_;
+    boost::shared_ptr<CVornModelList> list = base_->modelList;
     return new CVornController(context, address, modelNumber, list);
 }
 
 CAsyncOp CVornHandler::testAuthenticationAsync(std::string const& address, CAuthentication const& auth,
                                                CCallback const& callback) {
-    return worker_->submit([=](std::vector<CString>&) { return testAuthentication(address, auth); },
-                           callback);
+    return base_->worker.submit([=](std::vector<CString>&) { return testAuthentication(address, auth); },
+                                callback);
 }
 
 CAsyncOp CVornHandler::queryDeviceAsync(std::string const& address, CAuthentication const& auth,
                                         CCallback const& callback) {
-    return worker_->submit(
+    return base_->worker.submit(
         [=](std::vector<CString>& values) {
             COptional<CDeviceId> device;
             CError result = queryDevice(address, device, auth);
@@ -133,8 +148,8 @@ CAsyncOp CVornHandler::queryDeviceAsync(std::string const& address, CAuthenticat
 
 CAsyncOp CVornHandler::findDevicesAsync(std::vector<std::string> const& addresses,
                                         CAuthentication const& auth, CCallback const& callback) {
-    return worker_->submit([=](std::vector<CString>& values) { return findDevices(addresses, auth, values); },
-                           callback);
+    return base_->worker.submit(
+        [=](std::vector<CString>& values) { return findDevices(addresses, auth, values); }, callback);
 }
 
 int CVornHandler::queryVornDevice(std::string const&, COptional<CDeviceId>&, CAuthentication const&) {
@@ -143,14 +158,14 @@ int CVornHandler::queryVornDevice(std::string const&, COptional<CDeviceId>&, CAu
 
 CVornCamera* CVornHandler::createVornCamera(boost::shared_ptr<IDeviceContext>& context, char const* address,
                                             char const* modelNumber) {
-    boost::shared_ptr<CVornModelList> list = modelList_;
-    if (cameraFactory_)
-        return cameraFactory_(context, address, list, modelNumber);
+    boost::shared_ptr<CVornModelList> list = base_->modelList;
+    if (base_->cameraFactory)
+        return base_->cameraFactory(context, address, list, modelNumber);
     return new CVornCamera(context, address, list, modelNumber);
 }
 
 void CVornHandler::setCameraFactory(CameraFactory factory) {
-    cameraFactory_ = std::move(factory);
+    base_->cameraFactory = std::move(factory);
 }
 
 } // namespace corvane::vorn_handler::v1_0

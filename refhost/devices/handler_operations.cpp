@@ -79,7 +79,7 @@ void CVornHandler::registerOperations(COperationRegistry& registry, CAuthenticat
     registry.add(prefixed("queryVornDevice"), {"address"},
                  boost::function<int(const std::string&, COptional<CDeviceId>&)>(
                      [this, auth](const std::string& address, COptional<CDeviceId>& device) {
-                         const std::lock_guard<std::mutex> lock(worker_->queryMutex());
+                         const std::lock_guard<std::mutex> lock(base_->worker.queryMutex());
                          return queryVornDevice(address, device, auth);
                      }));
     registerAsynchronous(registry, this, auth);

@@ -26,14 +26,14 @@ CError outcomeOf(const std::function<CError(std::vector<CString>&)>& operation,
 
 } // namespace
 
-CVornHandler::CWorker::CWorker(IHandlerContext& context)
+CHandlerWorker::CHandlerWorker(IHandlerContext& context)
     : context_(context), queue_(boost::make_shared<CThreadAsyncQueue>()) {}
 
-CVornHandler::CWorker::~CWorker() {
+CHandlerWorker::~CHandlerWorker() {
     stop();
 }
 
-CAsyncOp CVornHandler::CWorker::submit(const Operation& operation, const CCallback& callback) {
+CAsyncOp CHandlerWorker::submit(const Operation& operation, const CCallback& callback) {
     {
         const std::lock_guard<std::mutex> lock(startMutex_);
         if (!isStopping_ && !thread_.joinable())
@@ -43,7 +43,7 @@ CAsyncOp CVornHandler::CWorker::submit(const Operation& operation, const CCallba
         boost::make_shared<CAsyncCmdDetails>([=] { complete(operation, callback); }, callback));
 }
 
-void CVornHandler::CWorker::stop() {
+void CHandlerWorker::stop() {
     {
         const std::lock_guard<std::mutex> lock(startMutex_);
         isStopping_ = true;
@@ -57,11 +57,11 @@ void CVornHandler::CWorker::stop() {
         thread_.join();
 }
 
-bool CVornHandler::CWorker::isEnding() const {
+bool CHandlerWorker::isEnding() const {
     return isStopping_ && workerId_ == std::this_thread::get_id();
 }
 
-void CVornHandler::CWorker::run() {
+void CHandlerWorker::run() {
     workerId_ = std::this_thread::get_id();
     while (!isStopping_) {
         queue_->wait();
@@ -71,7 +71,7 @@ void CVornHandler::CWorker::run() {
     }
 }
 
-void CVornHandler::CWorker::complete(const Operation& operation, const CCallback& callback) const {
+void CHandlerWorker::complete(const Operation& operation, const CCallback& callback) const {
     std::vector<CString> values;
     const CError result = outcomeOf(operation, values);
     try {

@@ -12,14 +12,14 @@ namespace corvane::vorn_handler::v1_0 {
 
 // The handler's one thread for asynchronous operations, started when the first is asked for. Callable from
 // any thread.
-class CVornHandler::CWorker {
+class CHandlerWorker {
 public:
     using Operation = std::function<CError(std::vector<CString>& values)>;
 
-    explicit CWorker(IHandlerContext& context);
-    ~CWorker();
-    CWorker(const CWorker&) = delete;
-    CWorker& operator=(const CWorker&) = delete;
+    explicit CHandlerWorker(IHandlerContext& context);
+    ~CHandlerWorker();
+    CHandlerWorker(const CHandlerWorker&) = delete;
+    CHandlerWorker& operator=(const CHandlerWorker&) = delete;
 
     // Runs the operation on the worker and then the callback with what came of it; after `stop` the callback
     // is told of the cancellation before the return.
@@ -48,6 +48,17 @@ private:
     std::mutex joinMutex_;  // held while thread_ is joined, so that every stopping thread waits
     std::thread thread_;
     std::mutex queryMutex_;
+};
+
+// What the base of a handler keeps.
+struct CVornHandler::SBase {
+    explicit SBase(IHandlerContext* handlerContext);
+
+    IHandlerContext* const context;
+    const boost::shared_ptr<CVornModelList> modelList;
+    CAuthentication defaultAuthentication;
+    CameraFactory cameraFactory;
+    CHandlerWorker worker;
 };
 
 } // namespace corvane::vorn_handler::v1_0

@@ -2,53 +2,96 @@
 
 #include "host/assert.h"
 #include "operations/operations.h"
-#include "refhost/devices/camera_errors.h"
 
 #include <boost/make_shared.hpp>
 
+#include <atomic>
 #include <iostream>
+#include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace corvane::vorn_ptz_controller::v1_0 {
 namespace {
 
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
-using refhost::NotOfDevice;
 using vorn_utility::v1_0::CAsyncCmdDetails;
 
+CError notSupported(const char* text) {
+    return {RtnCode::NotSupported, Origin::General, text};
+}
+
 } // namespace
+
+struct CBasePtzController::SBase {
+    SBase(const boost::shared_ptr<IDeviceContext>& deviceContext, int input,
+          const boost::shared_ptr<CVornCamera>& itsCamera)
+        : context(deviceContext), index(input), camera(itsCamera) {}
+
+    const boost::shared_ptr<IDeviceContext> context;
+    const int index;
+    const boost::shared_ptr<CVornCamera> camera;
+    const boost::shared_ptr<CThreadAsyncQueue> queue = boost::make_shared<CThreadAsyncQueue>();
+    std::mutex mutex; // the derived controller's
+    std::mutex
+        credentialsMutex; // guards credentials; apart, so that a command is given at once whatever runs
+    CAuthentication credentials;
+    std::atomic<bool> isRunning{true};
+    std::mutex threadMutex; // guards thread
+    std::thread thread;
+};
 
 CBasePtzController::CBasePtzController(boost::shared_ptr<IDeviceContext>& context, int index,
                                        char const* /*address*/, boost::shared_ptr<CVornCamera>& camera,
                                        unsigned /*flags*/)
-    : context_(context), index_(index), camera_(camera), queue_(boost::make_shared<CThreadAsyncQueue>()) {
-    device_handler::v1_0::HostAssert(context_ && camera_, "ptzController", __LINE__);
+    : base_(std::make_unique<SBase>(context, index, camera)) {
+    device_handler::v1_0::HostAssert(context && camera, "ptzController", __LINE__);
 }
 
 CBasePtzController::~CBasePtzController() {
     stop();
 }
 
+const boost::shared_ptr<IDeviceContext>& CBasePtzController::deviceContext() const {
+    return base_->context;
+}
+bool CBasePtzController::isRunning() const {
+    return base_->isRunning;
+}
+int CBasePtzController::index() const {
+    return base_->index;
+}
+CVornCamera& CBasePtzController::camera() const {
+    return *base_->camera;
+}
+CThreadAsyncQueue& CBasePtzController::queue() const {
+    return *base_->queue;
+}
+std::mutex& CBasePtzController::mutex() {
+    return base_->mutex;
+}
+
 void CBasePtzController::startWorker(boost::function<void()> loop) {
-    const std::lock_guard<std::mutex> guard(threadMutex_);
-    if (isRunning_ && !thread_.joinable())
-        thread_ = std::thread(std::move(loop));
+    const std::lock_guard<std::mutex> guard(base_->threadMutex);
+    if (base_->isRunning && !base_->thread.joinable())
+        base_->thread = std::thread(std::move(loop));
 }
 
 void CBasePtzController::stop() {
-    const std::lock_guard<std::mutex> guard(threadMutex_);
-    isRunning_ = false;
-    queue_->notify();
-    if (thread_.joinable())
-        thread_.join();
-    queue_->close();
+    const std::lock_guard<std::mutex> guard(base_->threadMutex);
+    base_->isRunning = false;
+    queue().notify();
+    if (base_->thread.joinable())
+        base_->thread.join();
+    queue().close();
 }
 
 CAuthentication CBasePtzController::refreshCredentials() {
-    CAuthentication current = context_->getAuthentication();
-    const std::lock_guard<std::mutex> guard(credentialsMutex_);
-    credentials_ = current;
+    CAuthentication current = base_->context->getAuthentication();
+    const std::lock_guard<std::mutex> guard(base_->credentialsMutex);
+    base_->credentials = current;
     return current;
 }
 
@@ -92,88 +135,24 @@ CAsyncOp CPtzController::submit(Operation operation, const CCallback& callback) 
     return queue().push_back(boost::make_shared<CAsyncCmdDetails>(command, callback));
 }
 
-CAsyncOp CPtzController::queryMovement(const CCallback& callback) {
+#define VORN_PTZ_COMMAND(NAME, PARAMETERS, CALL)                                                             \
+    CAsyncOp CPtzController::NAME PARAMETERS {                                                               \
+        return submit([=, index = index()](CVornCamera& camera,                                              \
+                                           [[maybe_unused]] auto& values) { return camera.CALL; },           \
+                      callback);                                                                             \
+    }
+#define VORN_PTZ_UNKNOWN(NAME, TEXT)                                                                         \
+    CAsyncOp CPtzController::NAME(const CCallback& callback) {                                               \
+        return submit([](CVornCamera&, auto&) { return notSupported(TEXT); }, callback);                     \
+    }
+#include "host/ptz_commands.def"
+
+CAsyncOp CPtzController::getPTZPos(const CCallback& callback) {
     return submit(
         [index = index()](CVornCamera& camera, std::vector<CString>& values) {
-            return camera.getPtzProperties(index, values);
+            return camera.getPtzPosition(index, values);
         },
         callback);
-}
-
-CAsyncOp CPtzController::moveTo(int pan, int tilt, int zoom, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.setAbsolutePtz(index, pan, tilt, zoom); },
-                  callback);
-}
-
-CAsyncOp CPtzController::moveBy(int pan, int tilt, int zoom, int iris, int focus, const CCallback& callback) {
-    return submit(
-        [=, index = index()](CVornCamera& camera, auto&) {
-            return camera.setRelativePtz(index, pan, tilt, zoom, iris, focus);
-        },
-        callback);
-}
-
-CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.setContinuousPtz(index, pan, tilt, zoom); },
-                  callback);
-}
-
-CAsyncOp CPtzController::setPreset(int preset, const CCallback& callback) {
-    return submit(
-        [=, index = index()](CVornCamera& camera, auto&) { return camera.setPtzPresetPos(index, preset); },
-        callback);
-}
-
-CAsyncOp CPtzController::clearPreset(int preset, const CCallback& callback) {
-    return submit(
-        [=, index = index()](CVornCamera& camera, auto&) { return camera.clearPtzPresetPos(index, preset); },
-        callback);
-}
-
-CAsyncOp CPtzController::callPreset(int preset, const CCallback& callback) {
-    return submit(
-        [=, index = index()](CVornCamera& camera, auto&) { return camera.callPtzPresetPos(index, preset); },
-        callback);
-}
-
-CAsyncOp CPtzController::startPatternRecord(int pattern, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.startPtzPatternRecord(index, pattern); },
-                  callback);
-}
-
-CAsyncOp CPtzController::stopPatternRecord(int pattern, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.stopPtzPatternRecord(index, pattern); },
-                  callback);
-}
-
-CAsyncOp CPtzController::selectPattern(int pattern, const CCallback& callback) {
-    return submit(
-        [=, index = index()](CVornCamera& camera, auto&) { return camera.selectPtzPattern(index, pattern); },
-        callback);
-}
-
-CAsyncOp CPtzController::clearPatternRecord(int pattern, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.clearPtzPatternRecord(index, pattern); },
-                  callback);
-}
-
-CAsyncOp CPtzController::cancelPatternRecord(int pattern, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.cancelPtzPatternRecord(index, pattern); },
-                  callback);
-}
-
-CAsyncOp CPtzController::openMenu(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return NotOfDevice("menu"); }, callback);
-}
-
-CAsyncOp CPtzController::closeMenu(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return NotOfDevice("menu"); }, callback);
 }
 
 CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, int focus, int iris, const CCallback& callback) {
@@ -192,60 +171,16 @@ CAsyncOp CPtzController::moveAt(int pan, int tilt, int zoom, int focus, int iris
         callback);
 }
 
-CAsyncOp CPtzController::LensRefocus(const CCallback& callback) {
-    return submit([](CVornCamera&, auto&) { return NotOfDevice("refocus command"); }, callback);
-}
-
-CAsyncOp CPtzController::moveFocusAt(int speed, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.setContinuousPtzFocus(index, speed); },
-                  callback);
-}
-
-CAsyncOp CPtzController::moveIrisAt(int speed, const CCallback& callback) {
-    return submit([=, index = index()](CVornCamera& camera,
-                                       auto&) { return camera.setContinuousPtzIris(index, speed); },
-                  callback);
-}
-
-CAsyncOp CPtzController::getPTZPos(const CCallback& callback) {
-    return submit(
-        [index = index()](CVornCamera& camera, std::vector<CString>& values) {
-            return camera.getPtzPosition(index, values);
-        },
-        callback);
-}
-
 void CPtzController::moveAtSync(int pan, int tilt, int zoom, const CCallback& callback, CAuthentication&) {
     Call(callback, camera().setContinuousPtz(index(), pan, tilt, zoom));
 }
 
 void CPtzController::registerOperations(COperationRegistry& registry) {
     using C = CPtzController;
-    const auto add = [&](const char* name, auto member, std::initializer_list<const char*> parameters) {
-        registry.add(std::string("controller.") + name, this, member, parameters);
-    };
-    add("queryMovement", &C::queryMovement, {});
-    add("moveTo", &C::moveTo, {"pan", "tilt", "zoom"});
-    add("moveBy", &C::moveBy, {"pan", "tilt", "zoom", "iris", "focus"});
-    add("moveAt", static_cast<CAsyncOp (C::*)(int, int, int, const CCallback&)>(&C::moveAt),
-        {"pan", "tilt", "zoom"});
-    add("moveAt", static_cast<CAsyncOp (C::*)(int, int, int, int, int, const CCallback&)>(&C::moveAt),
-        {"pan", "tilt", "zoom", "focus", "iris"});
-    add("moveFocusAt", &C::moveFocusAt, {"speed"});
-    add("moveIrisAt", &C::moveIrisAt, {"speed"});
-    add("setPreset", &C::setPreset, {"preset"});
-    add("clearPreset", &C::clearPreset, {"preset"});
-    add("callPreset", &C::callPreset, {"preset"});
-    add("startPatternRecord", &C::startPatternRecord, {"pattern"});
-    add("stopPatternRecord", &C::stopPatternRecord, {"pattern"});
-    add("selectPattern", &C::selectPattern, {"pattern"});
-    add("clearPatternRecord", &C::clearPatternRecord, {"pattern"});
-    add("cancelPatternRecord", &C::cancelPatternRecord, {"pattern"});
-    add("openMenu", &C::openMenu, {});
-    add("closeMenu", &C::closeMenu, {});
-    add("LensRefocus", &C::LensRefocus, {});
-    add("getPTZPos", &C::getPTZPos, {});
+#define VORN_PTZ_OWN(NAME, PARAMETERS)                                                                       \
+    registry.add("controller." #NAME, this, static_cast<CAsyncOp(C::*) PARAMETERS>(&C::NAME), #PARAMETERS);
+#include "host/ptz_commands.def"
+    registry.add("controller.getPTZPos", this, &C::getPTZPos, {});
 }
 
 } // namespace corvane::vorn_ptz_controller::v1_0

@@ -116,19 +116,25 @@ CError CVornCgiLib::vornCgiGetQueryResult(const SVornUrl& url, const std::string
     return CError::Success();
 }
 
+struct CHttpInterface::SBase {
+    const std::string user;
+    const std::string password;
+    bool isReady = false;
+};
+
 CHttpInterface::CHttpInterface(std::string user, std::string password)
-    : user_(std::move(user)), password_(std::move(password)) {}
+    : base_(new SBase{std::move(user), std::move(password)}) {}
 
 CHttpInterface::~CHttpInterface() = default;
 
 int CHttpInterface::Initialize() {
-    ready_ = true;
+    base_->isReady = true;
     return 0;
 }
 
 int CHttpInterface::SetContent(const std::string& body, const std::string& url) {
     const std::string scheme = std::string(Protocol) + "://";
-    if (!ready_ || strncasecmp(url.c_str(), scheme.c_str(), scheme.size()) != 0)
+    if (!base_->isReady || strncasecmp(url.c_str(), scheme.c_str(), scheme.size()) != 0)
         return NoStatus;
     const std::size_t pathStart = std::min(url.find_first_of("/?", scheme.size()), url.size());
     SVornUrl target;
@@ -136,8 +142,8 @@ int CHttpInterface::SetContent(const std::string& body, const std::string& url) 
     SHttpRequest request;
     request.address = url.substr(scheme.size(), pathStart - scheme.size());
     request.path = pathWithQuery(target);
-    request.user = user_;
-    request.password = password_;
+    request.user = base_->user;
+    request.password = base_->password;
     request.authScheme = refhost::AnyAuthScheme;
     request.timeout = PostTimeout;
     request.form = body;

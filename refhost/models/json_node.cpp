@@ -90,7 +90,7 @@ std::string reasonOf(const json::parse_error& error) {
     return reason == std::string::npos ? text : text.substr(reason + 2);
 }
 
-std::string namesOf(std::initializer_list<CJsonNode::SMember> members) {
+std::string namesOf(const std::vector<CJsonNode::SMember>& members) {
     std::string names;
     for (const CJsonNode::SMember& member : members)
         names += (names.empty() ? "" : ", ") + std::string(member.name);
@@ -145,13 +145,13 @@ bool CJsonNode::boolean() const {
     return value_.get<bool>();
 }
 
-void CJsonNode::object(std::initializer_list<SMember> members) const {
+void CJsonNode::object(const std::vector<SMember>& members) const {
     for (const SMember& member : members)
         if (member.presence == SMember::Required && value_.is_object() && !value_.contains(member.name))
             refuse("missing member \"" + std::string(member.name) + "\"");
     eachMember([&](const std::string& name, const CJsonNode& node) {
-        const auto* const known = std::find_if(members.begin(), members.end(),
-                                               [&](const SMember& member) { return name == member.name; });
+        const auto known = std::find_if(members.begin(), members.end(),
+                                        [&](const SMember& member) { return name == member.name; });
         if (known == members.end())
             node.refuse("unknown member; expected one of " + namesOf(members));
         known->read(node);

@@ -44,7 +44,7 @@ public:
     bool boolean() const;
 
     // An object of these members and no other.
-    void object(std::initializer_list<SMember> members) const;
+    void object(const std::vector<SMember>& members) const;
     // An object whose names are data.
     void eachMember(const std::function<void(const std::string& name, const CJsonNode&)>& read) const;
     void eachEntry(const std::function<void(const CJsonNode&)>& read) const;

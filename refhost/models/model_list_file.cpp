@@ -234,22 +234,30 @@ auto toAdjustment(SAdjustment& adjustment) {
     };
 }
 
-void readImage(const CJsonNode& node, SModelInfo& model) {
-    node.object({{"brightness", SMember::Optional, toAdjustment(model.brightness)},
-                 {"sharpness", SMember::Optional, toAdjustment(model.sharpness)},
-                 {"saturation", SMember::Optional, toAdjustment(model.saturation)},
-                 {"whiteBalance", SMember::Optional,
-                  [&](const CJsonNode& balance) {
-                      balance.object(
-                          {{"values", SMember::Required, toTexts(model.whiteBalance.values)},
-                           {"default", SMember::Optional, toText(model.whiteBalance.defaultValue)}});
-                  }},
-                 {"backLightCompensation", SMember::Optional, toTexts(model.backLightCompensation)}});
+auto toAdjustment(SWhiteBalanceModel& adjustment) {
+    return [&adjustment](const CJsonNode& node) {
+        node.object({{"values", SMember::Required, toTexts(adjustment.values)},
+                     {"default", SMember::Optional, toText(adjustment.defaultValue)}});
+    };
 }
 
-void readLens(const CJsonNode& node, SModelInfo& model) {
-    node.object({{"focus", SMember::Optional, toAdjustment(model.focus)},
-                 {"dynamicRange", SMember::Optional, toWord(model.dynamicRange, DynamicRanges)}});
+auto toAdjustment(SwitchValues& adjustment) {
+    return toTexts(adjustment);
+}
+
+auto toAdjustment(SwitchKind& adjustment) {
+    return toWord(adjustment, DynamicRanges);
+}
+
+void readAdjustments(const std::string& area, const CJsonNode& node, SModelInfo& model) {
+    std::vector<SMember> members;
+    const auto add = [&](const char* ofArea, const char* name, auto& adjustment) {
+        if (area == ofArea)
+            members.push_back({name, SMember::Optional, toAdjustment(adjustment)});
+    };
+#define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD) add(#AREA, #MEMBER, model.MEMBER);
+#include "host/adjustments.def"
+    node.object(members);
 }
 
 void readStreams(const CJsonNode& node, SModelInfo& model) {
@@ -307,8 +315,8 @@ SModelInfo readModel(const CJsonNode& node) {
               model.ptz = SPtzModel();
               readPtz(ptz, *model.ptz);
           }},
-         {"image", SMember::Optional, [&](const CJsonNode& image) { readImage(image, model); }},
-         {"lens", SMember::Optional, [&](const CJsonNode& lens) { readLens(lens, model); }}});
+         {"image", SMember::Optional, [&](const CJsonNode& image) { readAdjustments("Vpa", image, model); }},
+         {"lens", SMember::Optional, [&](const CJsonNode& lens) { readAdjustments("Lens", lens, model); }}});
     return model;
 }
 

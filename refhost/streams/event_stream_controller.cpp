@@ -2,23 +2,38 @@
 
 #include "host/gst_object.h"
 
+#include <mutex>
+#include <utility>
+
 namespace corvane::vorn_event_stream_controller::v1_0 {
 
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using vorn_gst::v1_0::CGstRef;
 
+struct CEventStreamController::SBase {
+    SBase(GstPad* pad, GstElement* itsSource)
+        : probe(gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, eventComes, this, nullptr)) {
+        g_weak_ref_init(&source, itsSource);
+    }
+    ~SBase() { g_weak_ref_clear(&source); }
+
+    static GstPadProbeReturn eventComes(GstPad* pad, GstPadProbeInfo* info, gpointer base);
+
+    GWeakRef source{};
+    const gulong probe;
+    std::mutex observerMutex; // held while the observer runs; guards it
+    boost::function<void(const SStreamEvent&)> observer;
+    bool hasEnded = false; // an end-of-stream has come; guarded by observerMutex
+};
+
 CEventStreamController::CEventStreamController(GstElement* pipeline, GstBus* bus, GstPad* pad,
                                                GstElement* source)
-    : CSimpleStreamController(pipeline, bus, pad),
-      probe_(gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, eventComes, this, nullptr)) {
-    g_weak_ref_init(&source_, source);
-}
+    : CSimpleStreamController(pipeline, bus, pad), base_(std::make_unique<SBase>(pad, source)) {}
 
 CEventStreamController::~CEventStreamController() {
     stop();
-    gst_pad_remove_probe(getSourcePad(), probe_);
-    g_weak_ref_clear(&source_);
+    gst_pad_remove_probe(getSourcePad(), base_->probe);
 }
 
 CError CEventStreamController::prepare() {
@@ -36,23 +51,23 @@ CError CEventStreamController::prepare() {
 }
 
 void CEventStreamController::setEventObserver(boost::function<void(const SStreamEvent&)> observer) {
-    const std::lock_guard<std::mutex> lock(observerMutex_);
-    observer_ = std::move(observer);
+    const std::lock_guard<std::mutex> lock(base_->observerMutex);
+    base_->observer = std::move(observer);
 }
 
 GstElement* CEventStreamController::refEventSource() {
-    return static_cast<GstElement*>(g_weak_ref_get(&source_));
+    return static_cast<GstElement*>(g_weak_ref_get(&base_->source));
 }
 
-GstPadProbeReturn CEventStreamController::eventComes(GstPad*, GstPadProbeInfo* info, gpointer controller) {
+GstPadProbeReturn CEventStreamController::SBase::eventComes(GstPad*, GstPadProbeInfo* info, gpointer base) {
     const auto event = device_handler::v1_0::ReadStreamEvent(GST_PAD_PROBE_INFO_EVENT(info));
-    auto* const self = static_cast<CEventStreamController*>(controller);
-    const std::lock_guard<std::mutex> lock(self->observerMutex_);
-    if (!event || self->hasEnded_) // the pad may still let one through that was on its way
+    auto& self = *static_cast<SBase*>(base);
+    const std::lock_guard<std::mutex> lock(self.observerMutex);
+    if (!event || self.hasEnded) // the pad may still let one through that was on its way
         return GST_PAD_PROBE_OK;
-    self->hasEnded_ = event->kind == SStreamEvent::Kind::EndOfStream;
-    if (self->observer_)
-        self->observer_(*event);
+    self.hasEnded = event->kind == SStreamEvent::Kind::EndOfStream;
+    if (self.observer)
+        self.observer(*event);
     return GST_PAD_PROBE_OK;
 }
 

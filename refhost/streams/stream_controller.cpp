@@ -1,6 +1,10 @@
 #include "host/stream_controller.h"
 
+#include "host/gst_object.h"
+
+#include <condition_variable>
 #include <future>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -10,6 +14,7 @@ namespace {
 
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
+using vorn_gst::v1_0::CGstRef;
 
 CError failureWithText(GstMessage* message, Origin origin) {
     GError* error = nullptr;
@@ -52,30 +57,59 @@ bool isOfSource(GstMessage* message, GstPad* pad) {
 
 } // namespace
 
+// The controller's state, and what hears its bus.
+struct CSimpleStreamController::SBase {
+    SBase(CSimpleStreamController& owner, GstElement* itsPipeline, GstBus* itsBus, GstPad* itsPad)
+        : controller(owner),
+          pipeline(GST_ELEMENT(gst_object_ref_sink(itsPipeline))),
+          bus(GST_BUS(gst_object_ref(itsBus))),
+          pad(GST_PAD(gst_object_ref(itsPad))) {}
+
+    static GstBusSyncReply takeMessage(GstBus* bus, GstMessage* message, gpointer base);
+    void handleMessage(GstMessage* message);
+    void tearDown();
+    bool hasEnded();
+
+    CSimpleStreamController& controller;
+    const CGstRef<GstElement> pipeline;
+    const CGstRef<GstBus> bus;
+    const CGstRef<GstPad> pad;
+
+    std::mutex stateMutex;  // held while the pipeline changes its state; taken before mutex
+    bool isRunnable = true; // until the first start() or stop(); guarded by stateMutex
+    std::mutex mutex;       // guards what follows
+    std::condition_variable ended;
+    COptional<SStreamEnd> end;
+    boost::function<void()> observer;
+};
+
 CSimpleStreamController::CSimpleStreamController(GstElement* pipeline, GstBus* bus, GstPad* pad)
-    : pipeline_(GST_ELEMENT(gst_object_ref_sink(pipeline))),
-      bus_(GST_BUS(gst_object_ref(bus))),
-      pad_(GST_PAD(gst_object_ref(pad))) {}
+    : base_(std::make_unique<SBase>(*this, pipeline, bus, pad)) {}
 
 CSimpleStreamController::~CSimpleStreamController() {
     end({SStreamEnd::Cause::Stopped, CError::Success()});
-    tearDown();
-    gst_object_unref(pad_);
-    gst_object_unref(bus_);
-    gst_object_unref(pipeline_);
+    base_->tearDown();
+}
+
+GstElement* CSimpleStreamController::getPipeline() const {
+    return base_->pipeline.get();
+}
+
+GstPad* CSimpleStreamController::getSourcePad() const {
+    return base_->pad.get();
 }
 
 CError CSimpleStreamController::start() {
-    const std::lock_guard<std::mutex> lock(stateMutex_);
-    if (!runnable_)
+    const std::lock_guard<std::mutex> lock(base_->stateMutex);
+    if (!base_->isRunnable)
         return {RtnCode::OperationFailed, Origin::General, "a stream can be started only once"};
-    runnable_ = false;
+    base_->isRunnable = false;
     if (CError error = threadsToBeHad())
         return error;
     if (CError error = prepare())
         return error;
-    gst_bus_set_sync_handler(bus_, takeMessage, this, nullptr);
-    if (gst_element_set_state(pipeline_, GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE)
+    gst_bus_set_sync_handler(base_->bus.get(), SBase::takeMessage, base_.get(), nullptr);
+    if (gst_element_set_state(getPipeline(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE)
         return CError::Success();
     end({SStreamEnd::Cause::Failure,
          CError(RtnCode::OperationFailed, Origin::General, "the stream's pipeline could not be started")});
@@ -83,7 +117,7 @@ CError CSimpleStreamController::start() {
 }
 
 void CSimpleStreamController::finish() {
-    if (GstPad* const consumer = gst_pad_get_peer(pad_)) {
+    if (GstPad* const consumer = gst_pad_get_peer(getSourcePad())) {
         gst_pad_send_event(consumer, gst_event_new_eos());
         gst_object_unref(consumer);
     }
@@ -92,25 +126,25 @@ void CSimpleStreamController::finish() {
 void CSimpleStreamController::stop() {
     end({SStreamEnd::Cause::Stopped, CError::Success()});
     stopping();
-    tearDown();
+    base_->tearDown();
 }
 
-void CSimpleStreamController::tearDown() {
-    const std::lock_guard<std::mutex> lock(stateMutex_);
-    runnable_ = false;
-    gst_element_set_state(pipeline_, GST_STATE_NULL);
-    gst_bus_set_sync_handler(bus_, nullptr, nullptr, nullptr);
+void CSimpleStreamController::SBase::tearDown() {
+    const std::lock_guard<std::mutex> lock(stateMutex);
+    isRunnable = false;
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
 }
 
 void CSimpleStreamController::setEndObserver(boost::function<void()> observer) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    observer_ = std::move(observer);
+    const std::lock_guard<std::mutex> lock(base_->mutex);
+    base_->observer = std::move(observer);
 }
 
 COptional<SStreamEnd> CSimpleStreamController::waitForEnd(std::chrono::milliseconds timeOut) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    ended_.wait_for(lock, timeOut, [this] { return end_.has_value(); });
-    return end_;
+    std::unique_lock<std::mutex> lock(base_->mutex);
+    base_->ended.wait_for(lock, timeOut, [this] { return base_->end.has_value(); });
+    return base_->end;
 }
 
 CError CSimpleStreamController::prepare() {
@@ -128,39 +162,39 @@ void CSimpleStreamController::stopping() {}
 void CSimpleStreamController::end(const SStreamEnd& how) {
     boost::function<void()> observer;
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (end_)
+        const std::lock_guard<std::mutex> lock(base_->mutex);
+        if (base_->end)
             return;
-        end_ = how;
-        observer = observer_;
-        ended_.notify_all();
+        base_->end = how;
+        observer = base_->observer;
+        base_->ended.notify_all();
     }
     if (observer)
         observer();
 }
 
-bool CSimpleStreamController::hasEnded() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return end_.has_value();
+bool CSimpleStreamController::SBase::hasEnded() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return end.has_value();
 }
 
-GstBusSyncReply CSimpleStreamController::takeMessage(GstBus*, GstMessage* message, gpointer controller) {
-    static_cast<CSimpleStreamController*>(controller)->handleMessage(message);
+GstBusSyncReply CSimpleStreamController::SBase::takeMessage(GstBus*, GstMessage* message, gpointer base) {
+    static_cast<SBase*>(base)->handleMessage(message);
     gst_message_unref(message);
     return GST_BUS_DROP;
 }
 
-void CSimpleStreamController::handleMessage(GstMessage* message) {
-    const bool ended = hasEnded();
-    messagePosted(message);
-    if (ended)
+void CSimpleStreamController::SBase::handleMessage(GstMessage* message) {
+    const bool isOver = hasEnded();
+    controller.messagePosted(message);
+    if (isOver)
         return;
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
-        end({SStreamEnd::Cause::EndOfStream, CError::Success()});
+        controller.end({SStreamEnd::Cause::EndOfStream, CError::Success()});
     else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR)
-        end({SStreamEnd::Cause::Failure, isOfSource(message, pad_)
-                                             ? describeFailure(message)
-                                             : failureWithText(message, Origin::General)});
+        controller.end({SStreamEnd::Cause::Failure, isOfSource(message, pad.get())
+                                                        ? controller.describeFailure(message)
+                                                        : failureWithText(message, Origin::General)});
 }
 
 } // namespace corvane::vorn_stream_controller::v1_0

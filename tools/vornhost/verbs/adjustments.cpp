@@ -4,14 +4,20 @@
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace corvane::vornhost {
 namespace {
 
 using device_handler::v1_0::CError;
+using device_handler::v1_0::IsOffered;
+using device_handler::v1_0::SAdjustment;
 using device_handler::v1_0::SAnswer;
 using device_handler::v1_0::SModelInfo;
+using device_handler::v1_0::SWhiteBalanceModel;
+using device_handler::v1_0::SwitchKind;
+using device_handler::v1_0::SwitchValues;
 
 constexpr int HighestPercent = 100;
 constexpr const char* On = "on";
@@ -31,28 +37,56 @@ std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const st
                : value;
 }
 
-bool HasFocus(const SModelInfo& model) {
-    return !model.focus.range.empty();
+AdjustmentForm FormOf(const SAdjustment&) {
+    return AdjustmentForm::Percent;
 }
-bool HasDynamicRange(const SModelInfo& model) {
-    return !model.dynamicRange.empty();
+AdjustmentForm FormOf(const SWhiteBalanceModel&) {
+    return AdjustmentForm::Word;
+}
+AdjustmentForm FormOf(const SwitchValues&) {
+    return AdjustmentForm::Switch;
+}
+AdjustmentForm FormOf(const SwitchKind&) {
+    return AdjustmentForm::Switch;
+}
+
+// What a person reads and types where that is not the name of the list's member; and what fixes it.
+constexpr struct {
+    const char* operation;
+    const char* name;
+    const char* label;
+    const char* fixedBy;
+} Names[] = {
+    {"VpaWhiteBalance", "whiteBalance", "white balance", nullptr},
+    {"VpaBackLightComp", "backLight", "back-light compensation", "super dynamic"},
+    {"LensWdr", "wideDynamicRange", "wide dynamic range", "size or exposure"},
+};
+
+SAdjustmentInfo Info(const char* member, const char* operation, AdjustmentForm form) {
+    for (const auto& row : Names)
+        if (std::string(operation) == row.operation)
+            return {row.name, row.label, operation, form, nullptr, row.fixedBy};
+    return {member, member, operation, form, nullptr, nullptr};
+}
+
+std::vector<SAdjustmentInfo> MakeAdjustments() {
+    std::vector<SAdjustmentInfo> all;
+#define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD)                                                    \
+    all.push_back(Info(#MEMBER, #AREA #NAME, FormOf(FORM())));                                               \
+    if (std::string(#AREA) == "Lens") /* which the camera does not list itself */                            \
+        all.back().isOfModel = [](const SModelInfo& model) { return IsOffered(model.MEMBER); };
+#include "host/adjustments.def"
+    const auto focus = std::find_if(all.begin(), all.end(),
+                                    [](const auto& info) { return info.name == std::string(FocusName); });
+    all.insert(std::next(focus), {"autoFocus", "auto focus", "LensAutoFocus", AdjustmentForm::Action,
+                                  focus->isOfModel, nullptr});
+    return all;
 }
 
 } // namespace
 
 const std::vector<SAdjustmentInfo>& Adjustments() {
-    using Form = AdjustmentForm;
-    static const std::vector<SAdjustmentInfo> adjustments = {
-        {"brightness", "brightness", "VpaBrightness", Form::Percent, nullptr, nullptr},
-        {"sharpness", "sharpness", "VpaSharpness", Form::Percent, nullptr, nullptr},
-        {"saturation", "saturation", "VpaSaturation", Form::Percent, nullptr, nullptr},
-        {"whiteBalance", "white balance", "VpaWhiteBalance", Form::Word, nullptr, nullptr},
-        {"backLight", "back-light compensation", "VpaBackLightComp", Form::Switch, nullptr, "super dynamic"},
-        {FocusName, "focus", "LensFocus", Form::Percent, HasFocus, nullptr},
-        {"autoFocus", "auto focus", "LensAutoFocus", Form::Action, HasFocus, nullptr},
-        {"wideDynamicRange", "wide dynamic range", "LensWdr", Form::Switch, HasDynamicRange,
-         "size or exposure"},
-    };
+    static const std::vector<SAdjustmentInfo> adjustments = MakeAdjustments();
     return adjustments;
 }
 

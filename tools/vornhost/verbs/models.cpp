@@ -11,6 +11,7 @@ namespace corvane::vornhost {
 namespace {
 
 using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::IsOffered;
 using device_handler::v1_0::SModelInfo;
 using nlohmann::ordered_json;
 
@@ -30,9 +31,9 @@ std::string FeaturesText(const SModelInfo& model, bool isDigestOnly) {
     std::vector<std::string> texts;
     if (model.ptz)
         texts.emplace_back("PTZ");
-    if (!model.focus.range.empty())
+    if (IsOffered(model.focus))
         texts.emplace_back("focus");
-    if (!model.dynamicRange.empty())
+    if (IsOffered(model.dynamicRange))
         texts.emplace_back("dynamic range");
     if (isDigestOnly)
         texts.emplace_back("Digest only");
@@ -47,7 +48,7 @@ ordered_json ModelJson(const SModelInfo& model, bool isDigestOnly) {
             {"audioInputs", model.audioInputs},
             {"streams", model.codecStreams},
             {"ptz", model.ptz.has_value()},
-            {"focus", !model.focus.range.empty()},
+            {"focus", IsOffered(model.focus)},
             {"dynamicRange", model.dynamicRange},
             {"digestOnly", isDigestOnly}};
 }
