@@ -3,13 +3,11 @@
 #include "refhost/auth_scheme.h"
 #include "refhost/rtsp_authentication.h"
 #include "refhost/rtsp_connection.h"
+#include "refhost/rtsp_description.h"
 #include "refhost/rtsp_message.h"
 #include "refhost/rtsp_pipeline.h"
 
-#include <gst/sdp/gstsdpmessage.h>
-
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <utility>
@@ -79,31 +77,13 @@ std::string onHostOf(const std::string& url, const std::string& named) {
     return authorityOf(url) + named.substr(authorityOf(named).size());
 }
 
-// A medium's location, from its "control" attribute and what that is relative to.
-std::string controlUrl(const std::string& url, const std::string& base, const gchar* control) {
-    const std::string text = control ? control : "";
-    if (text.empty() || text == "*")
+// A location, from the description's "control" of it and what that is relative to.
+std::string controlUrl(const std::string& url, const std::string& base, const std::string& control) {
+    if (control.empty() || control == "*")
         return onHostOf(url, base);
-    if (isLocation(text))
-        return onHostOf(url, text);
-    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + text;
-}
-
-struct SSdpDeleter {
-    void operator()(GstSDPMessage* message) const { gst_sdp_message_free(message); }
-};
-
-// The caps of a medium's packets, with what the description says of it.
-GstCaps* capsOf(const GstSDPMedia* media) {
-    const gchar* const format = gst_sdp_media_get_format(media, 0);
-    const int payload = format ? std::atoi(format) : 0;
-    GstCaps* caps = gst_sdp_media_get_caps_from_media(media, payload);
-    if (!caps)
-        caps = gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING,
-                                   gst_sdp_media_get_media(media), "payload", G_TYPE_INT, payload, nullptr);
-    gst_structure_set_name(gst_caps_get_structure(caps, 0), "application/x-rtp");
-    gst_sdp_media_attributes_to_caps(media, caps);
-    return caps;
+    if (isLocation(control))
+        return onHostOf(url, control);
+    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + control;
 }
 
 } // namespace
@@ -129,9 +109,9 @@ private:
     using Item = CRtspReader::Item;
     using SClosed = CRtspConnection::SClosed;
 
-    struct SDescription {
-        std::string session; // the location to play
-        std::string medium;  // the location to set up
+    struct SLocations {
+        std::string session; // to play
+        std::string medium;  // to set up
     };
 
     // The camera need not keep a stream that nobody reads any more; whether it hears of that does not matter.
@@ -140,42 +120,29 @@ private:
             connection_.writeWithoutWaiting(requestText("TEARDOWN", playUrl_, {}));
     }
 
-    SDescription describe() {
+    SLocations describe() {
         const SRtspMessage response = ask("DESCRIBE", url_, "Accept: application/sdp\r\n");
-        GstSDPMessage* made = nullptr;
-        gst_sdp_message_new(&made);
-        const std::unique_ptr<GstSDPMessage, SSdpDeleter> description(made);
-        if (response.body.empty() ||
-            gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(response.body.data()),
-                                         static_cast<guint>(response.body.size()),
-                                         description.get()) != GST_SDP_OK)
-            throw unusable(rtsp_failure::NoDescription);
+        const SRtspDescription description = ReadRtspDescription(response.body);
         std::string base = response.header("Content-Base");
         if (!isLocation(base))
             base = url_;
-        for (guint i = 0; i < gst_sdp_message_medias_len(description.get()); ++i) {
-            const GstSDPMedia* const media = gst_sdp_message_get_media(description.get(), i);
-            GstCaps* const caps = capsOf(media);
-            const bool isTaken = receiver_.takes(caps);
-            gst_caps_unref(caps);
-            if (isTaken)
-                return {oneWord(controlUrl(url_, base,
-                                           gst_sdp_message_get_attribute_val(description.get(), "control"))),
-                        oneWord(controlUrl(url_, base, gst_sdp_media_get_attribute_val(media, "control")))};
-        }
+        for (const SRtspMedium& medium : description.media)
+            if (receiver_.takes(medium.caps.get()))
+                return {oneWord(controlUrl(url_, base, description.control)),
+                        oneWord(controlUrl(url_, base, medium.control))};
         throw receiver_.refusal();
     }
 
-    void setUp(const SDescription& description) {
+    void setUp(const SLocations& locations) {
         const SRtspMessage response =
-            ask("SETUP", description.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
+            ask("SETUP", locations.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
         const std::string channels = parameterOf(response.header("Transport"), "interleaved");
         channel_ = std::atoi(channels.c_str());
         const std::string session = response.header("Session");
         session_ = oneWord(session.substr(0, session.find(';')));
         const int seconds = std::atoi(parameterOf(session, "timeout").c_str());
         sessionTime_ = seconds > 0 ? std::chrono::seconds(seconds) : DefaultSessionTime;
-        playUrl_ = description.session;
+        playUrl_ = locations.session;
     }
 
     void play() {

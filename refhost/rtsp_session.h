@@ -19,9 +19,8 @@ public:
     IRtspReceiver(const IRtspReceiver&) = delete;
     IRtspReceiver& operator=(const IRtspReceiver&) = delete;
 
-    // One medium of the camera's description, in their order: the caps of its RTP packets, with "media",
-    // "payload" and "encoding-name" where the description tells them. Whether it is the one to be had; none
-    // is asked for behind that.
+    // One medium of the camera's description, in their order: the caps of its RTP packets, as
+    // refhost/rtsp_description.h has them. Whether it is the one to be had; none is asked for behind that.
     virtual bool takes(GstCaps* medium) = 0;
     // Why none was taken.
     virtual device_handler::v1_0::CError refusal() const = 0;

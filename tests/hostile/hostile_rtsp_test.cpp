@@ -93,6 +93,25 @@ std::string TinyJpegFragment(std::uint32_t number) { // one byte behind the othe
     return BigEndian(number & 0xFFFFFF, 4) + "\1\x32\x28\x1Ex";
 }
 
+// All parameters.
+std::string Description(std::size_t size) {
+    std::string text = "v=0\r\no=- 0 0 IN IP4 0\r\ns=-\r\nt=0 0\r\nm=video 0 RTP/AVP 26\r\na=fmtp:26 ";
+    for (int number = 0; text.size() < size - 10; ++number)
+        text += "p" + std::to_string(number) + "=;";
+    text.resize(size - 2);
+    return text + "\r\n";
+}
+SScriptedReply Described(const std::string& description) {
+    return {Answer("200 OK", "Content-Length: " + std::to_string(description.size()) + "\r\n\r\n") +
+            description};
+}
+std::string ManyMedia() {
+    std::string text = "v=0\r\no=- 0 0 IN IP4 0\r\ns=-\r\nt=0 0\r\n";
+    for (int i = 0; i < 500; ++i)
+        text += "m=audio 0 RTP/AVP 0\r\n";
+    return text;
+}
+
 const SAttack Attacks[] = {
     // More than anybody keeps.
     {"EndlessHeader", Record, "DESCRIBE", Endless(Ok, Filler), 1, 1, "larger"},
@@ -101,6 +120,10 @@ const SAttack Attacks[] = {
      Endless(Ok + "Content-Length: 3000000000\r\n\r\n", std::string(1'000, 'x')), 1, 1, "larger"},
     {"NegativeLength", Record, "DESCRIBE",
      Endless(Ok + "Content-Length: -1\r\n\r\n", std::string(1'000, 'x')), 1, 1, "RTSP"},
+    {"DescriptionOfParametersAlone", Record, "DESCRIBE", Described(Description(16 << 10)), 1, 1,
+     "the camera sends MJPEG"},
+    {"LargeDescription", Record, "DESCRIBE", Described(Description(250'000)), 1, 1, "larger"},
+    {"DescriptionOfManyMedia", Record, "DESCRIBE", Described(ManyMedia()), 1, 1, "larger"},
     {"EndlessMessages", Record, "DESCRIBE", Endless("", "RTSP/1.0 200 OK\r\nCSeq: 77\r\n\r\n"), 1, 1, ""},
     {"EndlessRequests", Record, "DESCRIBE", Endless("", "OPTIONS * RTSP/1.0\r\nCSeq: 1\r\n\r\n"), 1, 1, ""},
     {"EndlessPacketsInsteadOfAnAnswer", Record, "SETUP", Endless("", Packet(H264, 1, 1, true, Fragment)), 1,
