@@ -1,6 +1,8 @@
 #include "refhost/rtsp_session.h"
 
+#include "refhost/address.h"
 #include "refhost/auth_scheme.h"
+#include "refhost/authentication_book.h"
 #include "refhost/rtsp_authentication.h"
 #include "refhost/rtsp_connection.h"
 #include "refhost/rtsp_description.h"
@@ -16,7 +18,6 @@ namespace corvane::refhost {
 namespace {
 
 using Clock = CRtspConnection::Clock;
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
@@ -25,6 +26,7 @@ constexpr std::chrono::seconds DefaultSessionTime(60);
 constexpr int HttpOk = 200;
 constexpr int Unauthorized = 401;
 constexpr const char* Scheme = "rtsp://";
+constexpr const char* KeepAliveMethod = "GET_PARAMETER";
 
 CError notAccessible(const std::string& text) {
     return {RtnCode::NotAccessible, Origin::Device, text};
@@ -91,9 +93,12 @@ std::string controlUrl(const std::string& url, const std::string& base, const st
 // One run of a session. Its steps throw the CError that ends it.
 class CRtspSession::CExchange {
 public:
-    CExchange(const std::string& url, const CAuthentication& credentials, IRtspReceiver& receiver,
-              GCancellable* cancellable)
-        : url_(url), authentication_(credentials), receiver_(receiver), connection_(cancellable) {}
+    explicit CExchange(CRtspSession& owner)
+        : owner_(owner),
+          url_(owner.source_.url),
+          authentication_(owner.source_.credentials),
+          receiver_(owner.receiver_),
+          connection_(owner.cancellable_) {}
     ~CExchange() { tearDown(); }
     CExchange(const CExchange&) = delete;
     CExchange& operator=(const CExchange&) = delete;
@@ -166,7 +171,7 @@ private:
                     break;
                 }
                 if (Clock::now() >= keepAlive) {
-                    send("GET_PARAMETER", playUrl_, {});
+                    send(KeepAliveMethod, playUrl_, {});
                     keepAlive = Clock::now() + sessionTime_ / 2;
                 }
             }
@@ -179,14 +184,16 @@ private:
     // A request and its answer, which is a success; with credentials once the camera asks for them.
     SRtspMessage ask(const char* method, const std::string& url, const std::string& headers) {
         bool isAskedAgain = false;
+        owner_.tellAsked(std::string(method) + " " + url);
         authentication_.beginRequest();
         for (;;) {
             try {
                 send(method, url, headers);
                 SRtspMessage response = awaitResponse();
+                const bool isWorthAnother = takeAuthentication(method, url, response);
                 if (response.status == HttpOk)
                     return response;
-                if (response.status != Unauthorized || !authentication_.takeChallenge(response))
+                if (!isWorthAnother)
                     throw statusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
                 isAskedAgain = true;
             } catch (const SClosed&) {
@@ -196,6 +203,22 @@ private:
                 connection_.open(url_);
             }
         }
+    }
+
+    // Takes in what a response says of credentials. Whether the request is worth another attempt.
+    bool takeAuthentication(const char* method, const std::string& url, const SRtspMessage& response) {
+        SHttpExchange told;
+        told.address = ToldAddress(owner_.source_.device);
+        told.method = method;
+        told.url = url;
+        told.status = response.status;
+        told.authentication = authentication_.scheme();
+        const bool isWorthAnother =
+            response.status == Unauthorized && authentication_.takeChallenge(response);
+        told.offersBasicAlone = authentication_.isBasicAlone();
+        told.isBasicRefused = authentication_.isBasicRefused();
+        CAuthenticationBook::instance().note(told);
+        return isWorthAnother;
     }
 
     SRtspMessage awaitResponse() {
@@ -228,7 +251,7 @@ private:
         const SRtspMessage& message = connection_.item().message();
         if (message.status == Unauthorized) {
             authentication_.beginRequest();
-            (void)authentication_.takeChallenge(message);
+            (void)takeAuthentication(KeepAliveMethod, playUrl_, message);
         } else if (message.status == 0) {
             connection_.write("RTSP/1.0 501 Not Implemented\r\nCSeq: " + message.header("CSeq") + "\r\n\r\n");
         }
@@ -248,6 +271,7 @@ private:
         connection_.write(requestText(method, url, headers));
     }
 
+    CRtspSession& owner_;
     const std::string& url_;
     CRtspAuthentication authentication_;
     IRtspReceiver& receiver_;
@@ -261,11 +285,11 @@ private:
     bool isEnough_ = false;
 };
 
-CRtspSession::CRtspSession(std::string url, CAuthentication credentials, IRtspReceiver& receiver)
-    : url_(std::move(url)),
-      credentials_(std::move(credentials)),
+CRtspSession::CRtspSession(SRtspSource source, IRtspReceiver& receiver)
+    : source_(std::move(source)),
       receiver_(receiver),
-      cancellable_(g_cancellable_new()) {}
+      cancellable_(g_cancellable_new()),
+      asked_("DESCRIBE " + source_.url) {}
 
 CRtspSession::~CRtspSession() {
     g_object_unref(cancellable_);
@@ -273,7 +297,7 @@ CRtspSession::~CRtspSession() {
 
 CError CRtspSession::run() {
     try {
-        CExchange(url_, credentials_, receiver_, cancellable_).run();
+        CExchange(*this).run();
         return CError::Success();
     } catch (const CError& error) {
         return error;
@@ -284,6 +308,16 @@ CError CRtspSession::run() {
 
 void CRtspSession::cancel() {
     g_cancellable_cancel(cancellable_);
+}
+
+std::string CRtspSession::asked() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return asked_;
+}
+
+void CRtspSession::tellAsked(const std::string& request) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    asked_ = request;
 }
 
 } // namespace corvane::refhost
