@@ -277,8 +277,9 @@ CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SV
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
     // The credentials are handed over beside the location, so that no message about it can tell them.
-    return refhost::CreateRtspPipeline(refhost::StreamLocation(*location, address_), id.codec,
-                                       deviceContext_->getAuthentication(), useOf(id), controller);
+    return refhost::CreateRtspPipeline(
+        {refhost::StreamLocation(*location, address_), address_, deviceContext_->getAuthentication()},
+        id.codec, useOf(id), controller);
 }
 
 std::shared_ptr<const void> CVornCamera::useOf(const SVideoStreamId& id) {
