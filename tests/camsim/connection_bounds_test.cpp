@@ -171,6 +171,37 @@ TEST(ConnectionBounds, EndClientsOfRtspThatKeepItsThreadToThemselves) {
     expectAllServe(camsim);
 }
 
+std::string askStream(const CCamsim& camsim, const std::string& method) {
+    return method + " rtsp://" + camsim.rtspAddress() + "/MediaInput/h264" +
+           (method == "SETUP" ? "/stream=0" : "") +
+           " RTSP/1.0\r\nCSeq: 1\r\n"
+           "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n\r\n";
+}
+
+std::string answerTo(RawConnection& connection, const std::string& request) {
+    connection.send(request);
+    return connection.receive("\r\n\r\n").substr(0, 12);
+}
+
+TEST(ConnectionBounds, RefuseStreamsBeyondWhatACameraMakes) {
+    CCamsim camsim({"--auth", "none", "--rtsp-port", "0"});
+    {
+        RawConnection many(camsim.rtspAddress());
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 200") << i;
+        EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 503");
+        for (const char* method : {"SETUP", "DESCRIBE"}) {
+            RawConnection other(camsim.rtspAddress());
+            EXPECT_EQ(answerTo(other, askStream(camsim, method)), "RTSP/1.0 503") << method;
+        }
+        camsim.waitForMessage("camsim: RTSP: a camera makes as many streams as it may (4)");
+    }
+    EXPECT_TRUE(WaitUntil([&] {
+        RawConnection next(camsim.rtspAddress());
+        return answerTo(next, askStream(camsim, "SETUP")) == "RTSP/1.0 200";
+    }));
+}
+
 TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {
     const CCamsim camsim(withTimes(never, never, never, never));
     const struct {

@@ -22,6 +22,7 @@ struct CameraCounters {
     std::atomic<int64_t> connections{0}; ///< connections open now
     std::atomic<int64_t> monitors{0};    ///< replies open now that tell the alarm inputs
     std::atomic<int64_t> rtspClients{0}; ///< RTSP connections open now
+    std::atomic<int64_t> streams{0};     ///< pipelines that make a stream for somebody now
 };
 
 /// What is kept of a camera when the program ends.
