@@ -202,6 +202,19 @@ TEST(ConnectionBounds, RefuseStreamsBeyondWhatACameraMakes) {
     }));
 }
 
+TEST(ConnectionBounds, EndMonitorsThatAreFarBehind) {
+    const CCamsim camsim({"--auth", "none", "--no-rtsp", "--model", "D850"});
+    // Of every change the second half is due in a day, and what follows it waits.
+    camsim.post("/faults", {{"path", "*"}, {"kind", "split"}, {"ms", 86'400'000}});
+    RawConnection monitor(camsim.address());
+    monitor.send("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\nHost: c\r\n\r\n");
+    monitor.receive("terminal1 I High");
+    for (int i = 0; i < 300; ++i)
+        camsim.patch("/cameras/0/inputs", {{"1", i % 2 == 0 ? "Low" : "High"}});
+    monitor.receive();
+    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "monitors") == 0; }));
+}
+
 TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {
     const CCamsim camsim(withTimes(never, never, never, never));
     const struct {

@@ -50,7 +50,9 @@ public:
     std::map<std::string, std::string> settings() const;
     /// The setdata reply.
     std::string settingsDump() const;
-    /// Sets, adds or (without a value) removes a setting.
+    /// Whether there is room for all of these changes.
+    bool hasRoomFor(const SettingsStore::Overrides& settings) const;
+    /// Sets, adds or (without a value) removes a setting; has no effect when there is no room for it.
     void putSetting(const std::string& key, const std::optional<std::string>& value);
 
     /// Where the head is at this moment, in camera units; empty on a camera without a head.
