@@ -13,6 +13,7 @@ using corvane::test_support::CCamsim;
 using corvane::test_support::RunProgram;
 using corvane::test_support::SRun;
 using corvane::test_support::WaitUntil;
+using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -200,6 +201,49 @@ TEST(ConnectionBounds, RefuseStreamsBeyondWhatACameraMakes) {
         RawConnection next(camsim.rtspAddress());
         return answerTo(next, askStream(camsim, "SETUP")) == "RTSP/1.0 200";
     }));
+}
+
+// Asks for something that is long, and reads no answer.
+std::vector<RawConnection> readersThatDoNotRead(const std::string& address, const std::string& request,
+                                                int count) {
+    std::vector<RawConnection> readers;
+    for (int i = 0; i < count; ++i) {
+        readers.emplace_back(address, 4096);
+        readers.back().send(request);
+    }
+    return readers;
+}
+
+TEST(ConnectionBounds, GiveNoMoreLongAnswersWhileManyAreUnread) {
+    CCamsim camsim({"--auth", "none", "--no-rtsp", "--connection-times", never, never, never, never});
+    const std::string askSettings = "GET /cgi-bin/setdata HTTP/1.1\r\nHost: c\r\n\r\n";
+    const auto answer = [](const std::string& address, const std::string& request) {
+        RawConnection connection(address);
+        return answerTo(connection, request);
+    };
+    json settings;
+    for (int i = 0; i < 60; ++i)
+        settings["KEY" + std::to_string(i)] = std::string(4096, 'x');
+    camsim.patch("/cameras/0/settings", settings);
+    {
+        const auto readers = readersThatDoNotRead(camsim.address(), askSettings, 70); // of 16 MiB together
+        EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 503"; }));
+        EXPECT_EQ(answer(camsim.address(), askCamera), "HTTP/1.1 200");
+    }
+    EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 200"; }));
+
+    const std::string body(65536, '\1');
+    for (int i = 0; i < 12; ++i) // become more than an answer's 4 MiB when they are escaped
+        answer(camsim.address(), "POST /x HTTP/1.1\r\nHost: c\r\nContent-Length: 65536\r\n\r\n" + body);
+    const std::string askLog = "GET /requests HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    {
+        const auto first = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        EXPECT_EQ(camsim.get("/requests").at("more"), true);
+        const auto second = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 503"; }));
+        EXPECT_EQ(answer(camsim.controlAddress(), askControl), "HTTP/1.1 200");
+    }
+    EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 200"; }));
 }
 
 TEST(ConnectionBounds, EndMonitorsThatAreFarBehind) {

@@ -97,7 +97,7 @@ Json listCameras(const Parts& parts, Number, const ControlRequest&) {
     Json list = Json::array();
     for (const auto& camera : parts.cameras)
         list.push_back(describe(parts, *camera));
-    return {{"cameras", list}};
+    return {{"cameras", std::move(list)}};
 }
 
 Json showCamera(const Parts& parts, Number number, const ControlRequest&) {
@@ -217,7 +217,10 @@ Json listRequests(const Parts& parts, Number, const ControlRequest& request) {
     Json list = Json::array();
     for (const LoggedRequest& logged : excerpt.requests)
         list.push_back(describe(logged));
-    return {{"requests", list}, {"last", excerpt.last}, {"dropped", excerpt.dropped}, {"more", excerpt.more}};
+    return {{"requests", std::move(list)},
+            {"last", excerpt.last},
+            {"dropped", excerpt.dropped},
+            {"more", excerpt.more}};
 }
 
 Json clearRequests(const Parts& parts, Number, const ControlRequest&) {
@@ -229,7 +232,7 @@ Json listFaults(const Parts& parts, Number, const ControlRequest&) {
     Json list = Json::array();
     for (const Fault& fault : parts.faults.list())
         list.push_back(describeFault(fault));
-    return {{"faults", list}};
+    return {{"faults", std::move(list)}};
 }
 
 Json addFault(const Parts& parts, Number, const ControlRequest& request) {
