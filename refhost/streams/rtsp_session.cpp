@@ -2,7 +2,7 @@
 
 #include "refhost/base/address.h"
 #include "refhost/base/auth_scheme.h"
-#include "refhost/http/authentication_book.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/streams/rtsp_authentication.h"
 #include "refhost/streams/rtsp_connection.h"
 #include "refhost/streams/rtsp_description.h"
@@ -216,7 +216,8 @@ private:
         const bool isWorthAnother =
             response.status == Unauthorized && authentication_.takeChallenge(response);
         told.offersBasicAlone = authentication_.isBasicAlone();
-        told.isBasicRefused = authentication_.isBasicRefused();
+        if (authentication_.isBasicRefused())
+            told.kind = HttpFailure::BasicRefused;
         CAuthenticationBook::instance().note(told);
         return isWorthAnother;
     }

@@ -1,8 +1,8 @@
 // What a camera is asked over RTSP, letter by letter, and what is made of all that it may answer.
 
 #include "host/log.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
-#include "refhost/http/authentication_book.h"
 #include "refhost/streams/rtsp_authentication.h"
 #include "refhost/streams/rtsp_message.h"
 #include "refhost/streams/rtsp_pipeline.h"
@@ -486,7 +486,7 @@ TEST(RtspSession, HowItsCameraAsksIsToldOnceAndRemembered) {
     EXPECT_EQ(seen(client).letIn, AuthScheme::Basic);
     EXPECT_THAT(LogOfTwo(refusing, "10 4 RTSP status 401 x: Basic"),
                 EndsWith(Told(refusing, "; that is refused")));
-    EXPECT_TRUE(seen(refusing).basicAlone->isBasicRefused);
+    EXPECT_EQ(seen(refusing).basicAlone->kind, HttpFailure::BasicRefused);
     EXPECT_EQ(LogOfTwo(stranger, "10 4"), "");
 
     challenge = digest;
