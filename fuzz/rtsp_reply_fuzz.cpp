@@ -36,8 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     camera.answerWith(fuzz::InputText(data, size));
     CReceiver receiver;
     const device_handler::v1_0::CError end =
-        refhost::CRtspSession("rtsp://" + camera.address() + "/stream",
-                              device_handler::v1_0::CAuthentication("admin", "12345"), receiver)
+        refhost::CRtspSession(
+            {"rtsp://" + camera.address() + "/stream", camera.address(), {"admin", "12345"}}, receiver)
             .run();
     fuzz::Require(!end || !end.getText().empty(), "a failure says why");
     fuzz::Require(receiver.bytes <= size, "no more comes out than was sent");

@@ -33,11 +33,12 @@ struct SHttpRound {
     double milliseconds = 0;
 };
 
-// One HTTP exchange with a device, as it was asked for.
+// One HTTP exchange with a device, as it was asked for. Of RTSP ones only the authentication book is told.
 struct SHttpExchange {
     std::string address; // HOST or HOST:PORT
-    std::string method;  // "GET" or "POST"
+    std::string method;  // "GET" or "POST", or RTSP's
     std::string path;    // with its query
+    std::string url;     // of an RTSP one, instead of the path
     std::string body;    // of a POST
     int status = 0;      // 0 when there was no HTTP status
     HttpFailure kind = HttpFailure::None;

@@ -206,8 +206,9 @@ CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SV
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
     // The credentials are handed over beside the location, so that no message about it can tell them.
-    return refhost::CreateRtspPipeline(refhost::StreamLocation(*location, address()), id.codec,
-                                       deviceContext()->getAuthentication(), base_->useOf(id), controller);
+    return refhost::CreateRtspPipeline(
+        {refhost::StreamLocation(*location, address()), address(), deviceContext()->getAuthentication()},
+        id.codec, base_->useOf(id), controller);
 }
 
 std::shared_ptr<const void> CVornCamera::SBase::useOf(const SVideoStreamId& id) {

@@ -2,8 +2,8 @@
 
 #include "host/device_context.h"
 #include "host/handler_context.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/base/device_db.h"
-#include "refhost/http/authentication_book.h"
 
 #include <boost/shared_ptr.hpp>
 

@@ -3,8 +3,8 @@
 #include "host/http_status.h"
 #include "refhost/base/address.h"
 #include "refhost/base/auth_scheme.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
-#include "refhost/http/authentication_book.h"
 #include "refhost/http/http_handle_pool.h"
 #include "refhost/http/http_rounds.h"
 

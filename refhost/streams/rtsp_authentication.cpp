@@ -74,7 +74,7 @@ std::map<std::string, std::string> parametersOf(const std::string& challenge) {
 bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
     if (!credentials_.isSet())
         return false;
-    const Scheme before = scheme_;
+    const AuthScheme before = scheme_;
     bool isDigestOffered = false;
     bool isBasicOffered = false;
     bool isStale = false;
@@ -87,21 +87,22 @@ bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
         else
             isOtherDigest_ = isOtherDigest_ || isScheme(challenge, "Digest");
     }
-    isBasicRefused_ = isBasicOffered && !isDigestOffered && !mayUseBasic();
+    isBasicAlone_ = isBasicOffered && !isDigestOffered;
+    isBasicRefused_ = isBasicAlone_ && !mayUseBasic();
     if (isDigestOffered)
-        scheme_ = Scheme::Digest;
-    else if (isBasicOffered && !isBasicRefused_)
-        scheme_ = Scheme::Basic;
+        scheme_ = AuthScheme::Digest;
+    else if (isBasicAlone_ && !isBasicRefused_)
+        scheme_ = AuthScheme::Basic;
     else
         return false;
-    return before == Scheme::None || (isStale && !std::exchange(isRenewed_, true));
+    return before == AuthScheme::None || (isStale && !std::exchange(isRenewed_, true));
 }
 
 // Not where Digest has been seen, of whatever algorithm: it may be somebody in between who asks. Basic ends a
 // name at its colon, and would log in as somebody else.
 bool CRtspAuthentication::mayUseBasic() const {
     const std::string user = credentials_.getUsername();
-    return scheme_ != Scheme::Digest && !isOtherDigest_ && !credentials_.isBasicRefused() &&
+    return scheme_ != AuthScheme::Digest && !isOtherDigest_ && !credentials_.isBasicRefused() &&
            user.find(':') == std::string::npos;
 }
 
@@ -123,11 +124,11 @@ bool CRtspAuthentication::takeDigest(const std::string& challenge, bool& isStale
 
 std::string CRtspAuthentication::headerFor(const std::string& method, const std::string& url) {
     switch (scheme_) {
-    case Scheme::None:
+    case AuthScheme::None:
         return {};
-    case Scheme::Basic:
+    case AuthScheme::Basic:
         return "Basic " + base64(credentials_.getUsername() + ":" + credentials_.getPassword());
-    case Scheme::Digest:
+    case AuthScheme::Digest:
         return digestFor(method, url);
     }
     return {};

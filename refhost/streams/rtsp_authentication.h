@@ -1,8 +1,8 @@
 #pragma once
 
-#include "refhost/streams/rtsp_message.h"
-
 #include "host/authentication.h"
+#include "refhost/base/auth_scheme.h"
+#include "refhost/streams/rtsp_message.h"
 
 #include <string>
 
@@ -20,26 +20,28 @@ public:
     // Takes in a response with status 401. Whether the request is worth another attempt: the first time that
     // a challenge can be answered, and once a request for a nonce that has grown old.
     bool takeChallenge(const SRtspMessage& response);
-    // Whether the challenge that was taken in last offered Basic alone, which is refused.
+    // Whether the challenge that was taken in last offered Basic alone, and whether that is refused.
+    bool isBasicAlone() const { return isBasicAlone_; }
     bool isBasicRefused() const { return isBasicRefused_; }
+    // With what the next request shows the credentials.
+    AuthScheme scheme() const { return scheme_; }
     // The Authorization header's value for a request; empty while nothing has asked for one.
     std::string headerFor(const std::string& method, const std::string& url);
 
 private:
-    enum class Scheme { None, Basic, Digest };
-
     bool takeDigest(const std::string& challenge, bool& isStale);
     bool mayUseBasic() const;
     std::string digestFor(const std::string& method, const std::string& url);
 
     const device_handler::v1_0::CAuthentication credentials_;
-    Scheme scheme_ = Scheme::None;
+    AuthScheme scheme_ = AuthScheme::None;
     std::string realm_;
     std::string nonce_;
     std::string opaque_;
     bool hasQop_ = false;
     unsigned uses_ = 0;          // of the nonce
     bool isOtherDigest_ = false; // one of an algorithm that is not spoken has been offered
+    bool isBasicAlone_ = false;
     bool isBasicRefused_ = false;
     bool isRenewed_ = false; // the nonce, for the request under way
 };

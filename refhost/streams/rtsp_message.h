@@ -20,8 +20,8 @@ struct SRtspMessage {
 };
 
 // Takes apart what a camera sends on an RTSP connection: messages, and RTP packets between them. It keeps no
-// more than one of them at a time, and none of any size: a message's header is bounded at 16 KiB, its body,
-// a stream's description, at 256 KiB, and a packet's length has 16 bits.
+// more than one of them at a time, and none of any size: a message's header is bounded at 16 KiB, and so is
+// its body, a stream's description; a packet's length has 16 bits.
 class CRtspReader {
 public:
     enum class Item {
@@ -33,7 +33,7 @@ public:
     };
 
     static constexpr std::size_t LargestHeader = std::size_t{16} << 10;
-    static constexpr std::size_t LargestBody = std::size_t{256} << 10;
+    static constexpr std::size_t LargestBody = std::size_t{16} << 10;
 
     void add(const char* bytes, std::size_t size) { pending_.append(bytes, size); }
 

@@ -11,7 +11,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CError;
 using device_handler::v1_0::IStreamController;
 using device_handler::v1_0::Origin;
@@ -40,6 +39,11 @@ public:
         audio_ = std::move(audio);
         for (const CReceptionPtr& reception : {std::cref(audio_), std::cref(video_)})
             reception->setTiming(TimingOfTwo);
+    }
+
+    std::string asked(RtspPart part) const {
+        const CReceptionPtr& reception = part == RtspPart::Sound ? audio_ : video_;
+        return reception ? reception->asked() : "";
     }
 
     // The cameras are asked once the pipeline plays: what comes earlier would have no times.
@@ -97,9 +101,9 @@ private:
 };
 
 // Adds what receives a stream to `bin`, with a pad of that name where its frames come out.
-CError addReception(GstBin* bin, const SRtspMedia& wanted, const std::string& url,
-                    const CAuthentication& credentials, const char* padName, CReceptionPtr& reception) {
-    auto made = std::make_unique<CRtspReception>(wanted, url, credentials);
+CError addReception(GstBin* bin, const SRtspMedia& wanted, const SRtspSource& source, const char* padName,
+                    CReceptionPtr& reception) {
+    auto made = std::make_unique<CRtspReception>(wanted, source);
     if (CError error = made->addTo(bin, padName))
         return error;
     made->setTiming(TimingOfOne);
@@ -109,8 +113,8 @@ CError addReception(GstBin* bin, const SRtspMedia& wanted, const std::string& ur
 
 } // namespace
 
-CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthentication& credentials,
-                          std::shared_ptr<const void> use, IStreamController*& controller) {
+CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec, std::shared_ptr<const void> use,
+                          IStreamController*& controller) {
     const SRtspMedia* const wanted = FindVideoMedia(codec);
     if (!wanted)
         return {RtnCode::NotSupported, Origin::General,
@@ -120,7 +124,7 @@ CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthe
     GstElement* const bin = gst_bin_new("srcbin");
     gst_bin_add(GST_BIN(pipeline.get()), bin);
     CReceptionPtr video;
-    if (CError error = addReception(GST_BIN(bin), *wanted, url, credentials, "src", video))
+    if (CError error = addReception(GST_BIN(bin), *wanted, source, "src", video))
         return error;
     const CGstRef<GstPad> pad(gst_element_get_static_pad(bin, "src"));
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
@@ -129,20 +133,24 @@ CError CreateRtspPipeline(const std::string& url, VideoCodec codec, const CAuthe
     return CError::Success();
 }
 
-CError AddRtspAudio(IStreamController& controller, const std::string& url, const CAuthentication& credentials,
-                    GstPad*& pad) {
+CError AddRtspAudio(IStreamController& controller, const SRtspSource& source, GstPad*& pad) {
     auto* const stream = dynamic_cast<CRtspStreamController*>(&controller);
     if (!stream)
         return {RtnCode::NotSupported, Origin::General,
                 "audio goes into the pipeline of an RTSP stream only"};
     const CGstRef<GstElement> bin(gst_pad_get_parent_element(stream->getSourcePad()));
     CReceptionPtr audio;
-    if (CError error = addReception(GST_BIN(bin.get()), AudioMedia(), url, credentials, "audio", audio))
+    if (CError error = addReception(GST_BIN(bin.get()), AudioMedia(), source, "audio", audio))
         return error;
     stream->setAudio(std::move(audio));
     const CGstRef<GstPad> made(gst_element_get_static_pad(bin.get(), "audio"));
     pad = made.get(); // the bin holds it
     return CError::Success();
+}
+
+std::string RtspRequest(const IStreamController& controller, RtspPart part) {
+    const auto* const stream = dynamic_cast<const CRtspStreamController*>(&controller);
+    return stream ? stream->asked(part) : "";
 }
 
 } // namespace corvane::refhost

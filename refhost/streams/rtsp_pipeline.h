@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/authentication.h"
 #include "host/error.h"
 #include "host/stream_controller.h"
 #include "host/stream_id.h"
+#include "refhost/streams/rtsp_source.h"
 
 #include <memory>
 #include <string>
@@ -32,18 +32,17 @@ inline const std::string OfAudio = "audio: ";
 // sent before the start. Whole frames come out of the source pad, in the camera's encoding and with the
 // distances in time that the camera gives them.
 //
-// `url` carries no credentials; these are kept by the pipeline, and none are used when they are not set.
-// `use` lives as long as the controller, which tells others that the stream is taken; it may be empty. The
-// caller owns `controller`, which is left unchanged on failure: (NotSupported, General) for a codec that
-// nobody understands, (OperationFailed, General) when an element of GStreamer is not installed.
+// The credentials are kept by the pipeline. `use` lives as long as the controller, which tells others that
+// the stream is taken; it may be empty. The caller owns `controller`, which is left unchanged on failure:
+// (NotSupported, General) for a codec that nobody understands, (OperationFailed, General) when an element of
+// GStreamer is not installed.
 //
 // A stream that cannot be had ends with a failure from Device whose text begins with one of rtsp_failure
 // wherever the cause is known: AuthenticationFailed for status 401, NotSupported for a wrong codec or no
 // video, NotAccessible for a camera that cannot be reached or does not answer (each of its answers is waited
 // for 5 s), OperationFailed for the rest.
-device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
+device_handler::v1_0::CError CreateRtspPipeline(const SRtspSource& source,
                                                 device_handler::v1_0::VideoCodec codec,
-                                                const device_handler::v1_0::CAuthentication& credentials,
                                                 std::shared_ptr<const void> use,
                                                 device_handler::v1_0::IStreamController*& controller);
 
@@ -54,8 +53,11 @@ device_handler::v1_0::CError CreateRtspPipeline(const std::string& url,
 // CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
 device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
-                                          const std::string& url,
-                                          const device_handler::v1_0::CAuthentication& credentials,
-                                          GstPad*& pad);
+                                          const SRtspSource& source, GstPad*& pad);
+
+// What the camera was asked last on the way to such a stream's pictures or sound, as "METHOD URL"; before
+// that what it is to be asked first. Empty for any other stream, and for sound that has not been added.
+enum class RtspPart { Pictures, Sound };
+std::string RtspRequest(const device_handler::v1_0::IStreamController& controller, RtspPart part);
 
 } // namespace corvane::refhost

@@ -9,7 +9,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
@@ -35,8 +34,8 @@ GstElement* makeElement(const char* factory, CError& error) {
 
 } // namespace
 
-CRtspReception::CRtspReception(const SRtspMedia& wanted, std::string url, const CAuthentication& credentials)
-    : wanted_(wanted), choice_(wanted), session_(std::move(url), credentials, *this) {}
+CRtspReception::CRtspReception(const SRtspMedia& wanted, SRtspSource source)
+    : wanted_(wanted), choice_(wanted), session_(std::move(source), *this) {}
 
 CRtspReception::~CRtspReception() = default;
 

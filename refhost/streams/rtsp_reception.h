@@ -16,8 +16,7 @@ namespace corvane::refhost {
 // asks for the stream, and puts packets in at one end of a chain whose other end frames come out of.
 class CRtspReception : private IRtspReceiver {
 public:
-    CRtspReception(const SRtspMedia& wanted, std::string url,
-                   const device_handler::v1_0::CAuthentication& credentials);
+    CRtspReception(const SRtspMedia& wanted, SRtspSource source);
     ~CRtspReception() override; // stop() has been
 
     // Adds the chain to `bin`, with a pad of that name where the frames come out. Fails with
@@ -39,6 +38,7 @@ public:
     void join();
 
     bool holds(GstObject* element) const;
+    std::string asked() const { return session_.asked(); }
     // Why the stream has ended; a success while it has not failed.
     device_handler::v1_0::CError failure() const;
 

@@ -1,15 +1,15 @@
 #include "refhost/streams/rtsp_session.h"
 
+#include "refhost/base/address.h"
 #include "refhost/base/auth_scheme.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/streams/rtsp_authentication.h"
 #include "refhost/streams/rtsp_connection.h"
+#include "refhost/streams/rtsp_description.h"
 #include "refhost/streams/rtsp_message.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
-#include <gst/sdp/gstsdpmessage.h>
-
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <utility>
@@ -18,7 +18,6 @@ namespace corvane::refhost {
 namespace {
 
 using Clock = CRtspConnection::Clock;
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
@@ -27,6 +26,7 @@ constexpr std::chrono::seconds DefaultSessionTime(60);
 constexpr int HttpOk = 200;
 constexpr int Unauthorized = 401;
 constexpr const char* Scheme = "rtsp://";
+constexpr const char* KeepAliveMethod = "GET_PARAMETER";
 
 CError notAccessible(const std::string& text) {
     return {RtnCode::NotAccessible, Origin::Device, text};
@@ -79,31 +79,13 @@ std::string onHostOf(const std::string& url, const std::string& named) {
     return authorityOf(url) + named.substr(authorityOf(named).size());
 }
 
-// A medium's location, from its "control" attribute and what that is relative to.
-std::string controlUrl(const std::string& url, const std::string& base, const gchar* control) {
-    const std::string text = control ? control : "";
-    if (text.empty() || text == "*")
+// A location, from the description's "control" of it and what that is relative to.
+std::string controlUrl(const std::string& url, const std::string& base, const std::string& control) {
+    if (control.empty() || control == "*")
         return onHostOf(url, base);
-    if (isLocation(text))
-        return onHostOf(url, text);
-    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + text;
-}
-
-struct SSdpDeleter {
-    void operator()(GstSDPMessage* message) const { gst_sdp_message_free(message); }
-};
-
-// The caps of a medium's packets, with what the description says of it.
-GstCaps* capsOf(const GstSDPMedia* media) {
-    const gchar* const format = gst_sdp_media_get_format(media, 0);
-    const int payload = format ? std::atoi(format) : 0;
-    GstCaps* caps = gst_sdp_media_get_caps_from_media(media, payload);
-    if (!caps)
-        caps = gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING,
-                                   gst_sdp_media_get_media(media), "payload", G_TYPE_INT, payload, nullptr);
-    gst_structure_set_name(gst_caps_get_structure(caps, 0), "application/x-rtp");
-    gst_sdp_media_attributes_to_caps(media, caps);
-    return caps;
+    if (isLocation(control))
+        return onHostOf(url, control);
+    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + control;
 }
 
 } // namespace
@@ -111,9 +93,12 @@ GstCaps* capsOf(const GstSDPMedia* media) {
 // One run of a session. Its steps throw the CError that ends it.
 class CRtspSession::CExchange {
 public:
-    CExchange(const std::string& url, const CAuthentication& credentials, IRtspReceiver& receiver,
-              GCancellable* cancellable)
-        : url_(url), authentication_(credentials), receiver_(receiver), connection_(cancellable) {}
+    explicit CExchange(CRtspSession& owner)
+        : owner_(owner),
+          url_(owner.source_.url),
+          authentication_(owner.source_.credentials),
+          receiver_(owner.receiver_),
+          connection_(owner.cancellable_) {}
     ~CExchange() { tearDown(); }
     CExchange(const CExchange&) = delete;
     CExchange& operator=(const CExchange&) = delete;
@@ -129,9 +114,9 @@ private:
     using Item = CRtspReader::Item;
     using SClosed = CRtspConnection::SClosed;
 
-    struct SDescription {
-        std::string session; // the location to play
-        std::string medium;  // the location to set up
+    struct SLocations {
+        std::string session; // to play
+        std::string medium;  // to set up
     };
 
     // The camera need not keep a stream that nobody reads any more; whether it hears of that does not matter.
@@ -140,42 +125,29 @@ private:
             connection_.writeWithoutWaiting(requestText("TEARDOWN", playUrl_, {}));
     }
 
-    SDescription describe() {
+    SLocations describe() {
         const SRtspMessage response = ask("DESCRIBE", url_, "Accept: application/sdp\r\n");
-        GstSDPMessage* made = nullptr;
-        gst_sdp_message_new(&made);
-        const std::unique_ptr<GstSDPMessage, SSdpDeleter> description(made);
-        if (response.body.empty() ||
-            gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(response.body.data()),
-                                         static_cast<guint>(response.body.size()),
-                                         description.get()) != GST_SDP_OK)
-            throw unusable(rtsp_failure::NoDescription);
+        const SRtspDescription description = ReadRtspDescription(response.body);
         std::string base = response.header("Content-Base");
         if (!isLocation(base))
             base = url_;
-        for (guint i = 0; i < gst_sdp_message_medias_len(description.get()); ++i) {
-            const GstSDPMedia* const media = gst_sdp_message_get_media(description.get(), i);
-            GstCaps* const caps = capsOf(media);
-            const bool isTaken = receiver_.takes(caps);
-            gst_caps_unref(caps);
-            if (isTaken)
-                return {oneWord(controlUrl(url_, base,
-                                           gst_sdp_message_get_attribute_val(description.get(), "control"))),
-                        oneWord(controlUrl(url_, base, gst_sdp_media_get_attribute_val(media, "control")))};
-        }
+        for (const SRtspMedium& medium : description.media)
+            if (receiver_.takes(medium.caps.get()))
+                return {oneWord(controlUrl(url_, base, description.control)),
+                        oneWord(controlUrl(url_, base, medium.control))};
         throw receiver_.refusal();
     }
 
-    void setUp(const SDescription& description) {
+    void setUp(const SLocations& locations) {
         const SRtspMessage response =
-            ask("SETUP", description.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
+            ask("SETUP", locations.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
         const std::string channels = parameterOf(response.header("Transport"), "interleaved");
         channel_ = std::atoi(channels.c_str());
         const std::string session = response.header("Session");
         session_ = oneWord(session.substr(0, session.find(';')));
         const int seconds = std::atoi(parameterOf(session, "timeout").c_str());
         sessionTime_ = seconds > 0 ? std::chrono::seconds(seconds) : DefaultSessionTime;
-        playUrl_ = description.session;
+        playUrl_ = locations.session;
     }
 
     void play() {
@@ -199,7 +171,7 @@ private:
                     break;
                 }
                 if (Clock::now() >= keepAlive) {
-                    send("GET_PARAMETER", playUrl_, {});
+                    send(KeepAliveMethod, playUrl_, {});
                     keepAlive = Clock::now() + sessionTime_ / 2;
                 }
             }
@@ -212,14 +184,16 @@ private:
     // A request and its answer, which is a success; with credentials once the camera asks for them.
     SRtspMessage ask(const char* method, const std::string& url, const std::string& headers) {
         bool isAskedAgain = false;
+        owner_.tellAsked(std::string(method) + " " + url);
         authentication_.beginRequest();
         for (;;) {
             try {
                 send(method, url, headers);
                 SRtspMessage response = awaitResponse();
+                const bool isWorthAnother = takeAuthentication(method, url, response);
                 if (response.status == HttpOk)
                     return response;
-                if (response.status != Unauthorized || !authentication_.takeChallenge(response))
+                if (!isWorthAnother)
                     throw statusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
                 isAskedAgain = true;
             } catch (const SClosed&) {
@@ -229,6 +203,23 @@ private:
                 connection_.open(url_);
             }
         }
+    }
+
+    // Takes in what a response says of credentials. Whether the request is worth another attempt.
+    bool takeAuthentication(const char* method, const std::string& url, const SRtspMessage& response) {
+        SHttpExchange told;
+        told.address = ToldAddress(owner_.source_.device);
+        told.method = method;
+        told.url = url;
+        told.status = response.status;
+        told.authentication = authentication_.scheme();
+        const bool isWorthAnother =
+            response.status == Unauthorized && authentication_.takeChallenge(response);
+        told.offersBasicAlone = authentication_.isBasicAlone();
+        if (authentication_.isBasicRefused())
+            told.kind = HttpFailure::BasicRefused;
+        CAuthenticationBook::instance().note(told);
+        return isWorthAnother;
     }
 
     SRtspMessage awaitResponse() {
@@ -261,7 +252,7 @@ private:
         const SRtspMessage& message = connection_.item().message();
         if (message.status == Unauthorized) {
             authentication_.beginRequest();
-            (void)authentication_.takeChallenge(message);
+            (void)takeAuthentication(KeepAliveMethod, playUrl_, message);
         } else if (message.status == 0) {
             connection_.write("RTSP/1.0 501 Not Implemented\r\nCSeq: " + message.header("CSeq") + "\r\n\r\n");
         }
@@ -281,6 +272,7 @@ private:
         connection_.write(requestText(method, url, headers));
     }
 
+    CRtspSession& owner_;
     const std::string& url_;
     CRtspAuthentication authentication_;
     IRtspReceiver& receiver_;
@@ -294,11 +286,11 @@ private:
     bool isEnough_ = false;
 };
 
-CRtspSession::CRtspSession(std::string url, CAuthentication credentials, IRtspReceiver& receiver)
-    : url_(std::move(url)),
-      credentials_(std::move(credentials)),
+CRtspSession::CRtspSession(SRtspSource source, IRtspReceiver& receiver)
+    : source_(std::move(source)),
       receiver_(receiver),
-      cancellable_(g_cancellable_new()) {}
+      cancellable_(g_cancellable_new()),
+      asked_("DESCRIBE " + source_.url) {}
 
 CRtspSession::~CRtspSession() {
     g_object_unref(cancellable_);
@@ -306,7 +298,7 @@ CRtspSession::~CRtspSession() {
 
 CError CRtspSession::run() {
     try {
-        CExchange(url_, credentials_, receiver_, cancellable_).run();
+        CExchange(*this).run();
         return CError::Success();
     } catch (const CError& error) {
         return error;
@@ -317,6 +309,16 @@ CError CRtspSession::run() {
 
 void CRtspSession::cancel() {
     g_cancellable_cancel(cancellable_);
+}
+
+std::string CRtspSession::asked() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return asked_;
+}
+
+void CRtspSession::tellAsked(const std::string& request) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    asked_ = request;
 }
 
 } // namespace corvane::refhost

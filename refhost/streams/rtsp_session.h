@@ -1,12 +1,12 @@
 #pragma once
 
-#include "host/authentication.h"
 #include "host/error.h"
+#include "refhost/streams/rtsp_source.h"
 
 #include <gio/gio.h>
 #include <gst/gst.h>
 
-#include <memory>
+#include <mutex>
 #include <string>
 
 namespace corvane::refhost {
@@ -19,9 +19,8 @@ public:
     IRtspReceiver(const IRtspReceiver&) = delete;
     IRtspReceiver& operator=(const IRtspReceiver&) = delete;
 
-    // One medium of the camera's description, in their order: the caps of its RTP packets, with "media",
-    // "payload" and "encoding-name" where the description tells them. Whether it is the one to be had; none
-    // is asked for behind that.
+    // One medium of the camera's description, in their order: the caps of its RTP packets, as
+    // refhost/rtsp_description.h has them. Whether it is the one to be had; none is asked for behind that.
     virtual bool takes(GstCaps* medium) = 0;
     // Why none was taken.
     virtual device_handler::v1_0::CError refusal() const = 0;
@@ -33,8 +32,8 @@ public:
 // goes to another host or port than the location's: a redirect is told and not followed.
 class CRtspSession {
 public:
-    // `url` is "rtsp://HOST[:PORT]/PATH" without credentials. The receiver must outlive the session.
-    CRtspSession(std::string url, device_handler::v1_0::CAuthentication credentials, IRtspReceiver& receiver);
+    // The receiver must outlive the session.
+    CRtspSession(SRtspSource source, IRtspReceiver& receiver);
     ~CRtspSession();
     CRtspSession(const CRtspSession&) = delete;
     CRtspSession& operator=(const CRtspSession&) = delete;
@@ -47,13 +46,20 @@ public:
     // Has run() return at once, now or when it is called later. Callable from any thread.
     void cancel();
 
+    // What the camera was asked last on the way to the stream, as "METHOD URL"; before that what it is to be
+    // asked first. Callable from any thread.
+    std::string asked() const;
+
 private:
     class CExchange;
 
-    const std::string url_;
-    const device_handler::v1_0::CAuthentication credentials_;
+    void tellAsked(const std::string& request);
+
+    const SRtspSource source_;
     IRtspReceiver& receiver_;
     GCancellable* const cancellable_;
+    mutable std::mutex mutex_;
+    std::string asked_; // guarded by mutex_
 };
 
 } // namespace corvane::refhost

@@ -13,6 +13,7 @@ using corvane::test_support::CCamsim;
 using corvane::test_support::RunProgram;
 using corvane::test_support::SRun;
 using corvane::test_support::WaitUntil;
+using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -169,6 +170,93 @@ TEST(ConnectionBounds, EndClientsOfRtspThatKeepItsThreadToThemselves) {
         open = flood.send(std::string(65536, 'x'));
     EXPECT_FALSE(open);
     expectAllServe(camsim);
+}
+
+std::string askStream(const CCamsim& camsim, const std::string& method) {
+    return method + " rtsp://" + camsim.rtspAddress() + "/MediaInput/h264" +
+           (method == "SETUP" ? "/stream=0" : "") +
+           " RTSP/1.0\r\nCSeq: 1\r\n"
+           "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n\r\n";
+}
+
+std::string answerTo(RawConnection& connection, const std::string& request) {
+    connection.send(request);
+    return connection.receive("\r\n\r\n").substr(0, 12);
+}
+
+TEST(ConnectionBounds, RefuseStreamsBeyondWhatACameraMakes) {
+    CCamsim camsim({"--auth", "none", "--rtsp-port", "0"});
+    {
+        RawConnection many(camsim.rtspAddress());
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 200") << i;
+        EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 503");
+        for (const char* method : {"SETUP", "DESCRIBE"}) {
+            RawConnection other(camsim.rtspAddress());
+            EXPECT_EQ(answerTo(other, askStream(camsim, method)), "RTSP/1.0 503") << method;
+        }
+        camsim.waitForMessage("camsim: RTSP: a camera makes as many streams as it may (4)");
+    }
+    EXPECT_TRUE(WaitUntil([&] {
+        RawConnection next(camsim.rtspAddress());
+        return answerTo(next, askStream(camsim, "SETUP")) == "RTSP/1.0 200";
+    }));
+}
+
+// Asks for something that is long, and reads no answer.
+std::vector<RawConnection> readersThatDoNotRead(const std::string& address, const std::string& request,
+                                                int count) {
+    std::vector<RawConnection> readers;
+    for (int i = 0; i < count; ++i) {
+        readers.emplace_back(address, 4096);
+        readers.back().send(request);
+    }
+    return readers;
+}
+
+TEST(ConnectionBounds, GiveNoMoreLongAnswersWhileManyAreUnread) {
+    CCamsim camsim({"--auth", "none", "--no-rtsp", "--connection-times", never, never, never, never});
+    const std::string askSettings = "GET /cgi-bin/setdata HTTP/1.1\r\nHost: c\r\n\r\n";
+    const auto answer = [](const std::string& address, const std::string& request) {
+        RawConnection connection(address);
+        return answerTo(connection, request);
+    };
+    json settings;
+    for (int i = 0; i < 60; ++i)
+        settings["KEY" + std::to_string(i)] = std::string(4096, 'x');
+    camsim.patch("/cameras/0/settings", settings);
+    {
+        const auto readers = readersThatDoNotRead(camsim.address(), askSettings, 70); // of 16 MiB together
+        EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 503"; }));
+        EXPECT_EQ(answer(camsim.address(), askCamera), "HTTP/1.1 200");
+    }
+    EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 200"; }));
+
+    const std::string body(65536, '\1');
+    for (int i = 0; i < 12; ++i) // become more than an answer's 4 MiB when they are escaped
+        answer(camsim.address(), "POST /x HTTP/1.1\r\nHost: c\r\nContent-Length: 65536\r\n\r\n" + body);
+    const std::string askLog = "GET /requests HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    {
+        const auto first = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        EXPECT_EQ(camsim.get("/requests").at("more"), true);
+        const auto second = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 503"; }));
+        EXPECT_EQ(answer(camsim.controlAddress(), askControl), "HTTP/1.1 200");
+    }
+    EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 200"; }));
+}
+
+TEST(ConnectionBounds, EndMonitorsThatAreFarBehind) {
+    const CCamsim camsim({"--auth", "none", "--no-rtsp", "--model", "D850"});
+    // Of every change the second half is due in a day, and what follows it waits.
+    camsim.post("/faults", {{"path", "*"}, {"kind", "split"}, {"ms", 86'400'000}});
+    RawConnection monitor(camsim.address());
+    monitor.send("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\nHost: c\r\n\r\n");
+    monitor.receive("terminal1 I High");
+    for (int i = 0; i < 300; ++i)
+        camsim.patch("/cameras/0/inputs", {{"1", i % 2 == 0 ? "Low" : "High"}});
+    monitor.receive();
+    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "monitors") == 0; }));
 }
 
 TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {

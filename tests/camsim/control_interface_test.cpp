@@ -161,6 +161,23 @@ TEST_F(ControlInterface, KeepsAThousandFaultsAndForgetsSpentOnesForMore) {
     EXPECT_EQ(faults.front().at("id"), 2);
 }
 
+TEST_F(ControlInterface, BoundsTheBodiesOfAllFaultsTogether) {
+    const json large{
+        {"path", "/*"}, {"kind", "body"}, {"body", std::string(1'000'000, 'x')}, {"unauthorized", true}};
+    json once = large;
+    once["count"] = 1;
+    ASSERT_EQ(post(once), 200);
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(post(large), 200) << i;
+    EXPECT_EQ(post(large), 400);
+    EXPECT_EQ(post(json::parse(anyFault)), 200);
+    RawConnection camera(camsim_.address());
+    camera.send("GET / HTTP/1.0\r\n\r\n");
+    camera.receive();
+    EXPECT_EQ(post(large), 200); // for the one that is spent
+    EXPECT_EQ(camsim_.get("/faults").at("faults").size(), 5U);
+}
+
 TEST_F(ControlInterface, BoundsTheSettingsOfACamera) {
     json tooMany = json::object();
     for (int i = 0; i < 5000; ++i)
@@ -168,6 +185,7 @@ TEST_F(ControlInterface, BoundsTheSettingsOfACamera) {
     EXPECT_THROW(camsim_.patch("/cameras/0/settings", tooMany), std::runtime_error);
     EXPECT_THROW(camsim_.patch("/cameras/0/settings", {{"KEY", std::string(4097, 'x')}}), std::runtime_error);
     EXPECT_EQ(camsim_.get("/cameras/0/settings").count("KEY"), 0U);
+    EXPECT_EQ(camsim_.get("/cameras/0/settings").count("KEY0"), 0U);
     EXPECT_EQ(camsim_.patch("/cameras/0/settings", {{"KEY", std::string(4096, 'x')}})
                   .at("KEY")
                   .get<std::string>()

@@ -63,6 +63,16 @@ TEST_F(Head, PlaysAPatrolOverAndOverFromWhereItBegan) {
     }
 }
 
+TEST_F(Head, RecordsNoMoreMovesThanAPatrolMayHave) {
+    head.recordPatrol(2, at(0));
+    for (size_t i = 0; i <= CameraHead::mostMoves; ++i)
+        head.run("pan", i % 2 == 0 ? 0.1 : 0.2, at(static_cast<int>(i)));
+    head.stopPatrol(2, at(90'000));
+    const Patrol& patrol = head.state(at(90'000)).patrols.at(2);
+    EXPECT_EQ(patrol.moves.size(), CameraHead::mostMoves);
+    EXPECT_EQ(patrol.length, milliseconds(90'000));
+}
+
 TEST(Focus, MovesInTimeAndFindsWhereItIsSharp) {
     const auto model = loadEmbeddedModel("F320"); // 0..255 from 128 at 64 a second, reached in half a second
     CameraHead head(*model);

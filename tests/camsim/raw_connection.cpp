@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -16,6 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds patience{60};
 constexpr int millisecondsBetweenBytes = 20;
+constexpr int smallSegment = 536;
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -27,8 +29,11 @@ RawConnection::RawConnection(const std::string& address, int receiveBuffer)
     : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     if (fd_ < 0)
         fail("socket");
-    if (receiveBuffer != 0)
+    if (receiveBuffer != 0) {
         setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+        // With the large segments of loopback the system would keep megabytes on the other side, too.
+        setsockopt(fd_, IPPROTO_TCP, TCP_MAXSEG, &smallSegment, sizeof smallSegment);
+    }
     sockaddr_in to{};
     to.sin_family = AF_INET;
     const size_t colon = address.rfind(':');

@@ -52,6 +52,23 @@ TEST(RequestLog, ForgetsTheOldestForWantOfEntries) {
     EXPECT_EQ(log.read({}, 0).last, 3U);
 }
 
+TEST(RequestLog, CountsWhatARequestTakesInAnAnswer) {
+    const struct {
+        std::string body;
+        size_t size;
+    } rows[] = {{"x", 1},    {"\"\\", 4},         {"\n\x1f", 12},
+                {"\x7f", 1}, {"\xc3\xa4\xff", 9}, {std::string(3, '\0'), 18}};
+    for (const auto& row : rows) {
+        const auto kept = [&](size_t bytes) {
+            RequestLog log({10, bytes, 100, 100 * entry});
+            log.add(requestWith(row.body));
+            return log.read({}, 0).requests.size();
+        };
+        EXPECT_EQ(kept(entry + row.size), 1U) << testing::PrintToString(row.body);
+        EXPECT_EQ(kept(entry + row.size - 1), 0U) << testing::PrintToString(row.body);
+    }
+}
+
 TEST(RequestLog, CutsLongBodiesAndSaysSo) {
     RequestLog log({10, 100 * entry, 5, 100 * entry});
     log.add(requestWith("12345"));

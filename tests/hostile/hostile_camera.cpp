@@ -80,6 +80,7 @@ public:
         return text;
     }
     int attacks() const { return attacks_; }
+    bool isAttackUnderWay() const { return attacks_ > 0 && pieces_ >= attack_.leastPieces; }
     std::size_t strangersHeard() const { return third_.requests().size(); }
     std::string allRequests() const {
         std::string text;
@@ -96,6 +97,11 @@ private:
         ++attacks_;
         SScriptedReply reply = attack_.reply;
         reply.bytes = Replaced(filledIn(std::move(reply.bytes)), "CSEQ", request.header("CSeq"));
+        if (reply.withoutEnd)
+            reply.withoutEnd = [this, next = std::move(reply.withoutEnd)] {
+                ++pieces_;
+                return next();
+            };
         return reply;
     }
     SScriptedReply answerHttp(const SSentRequest& request) {
@@ -111,11 +117,12 @@ private:
 
     const SAttack attack_;
     std::atomic<int> attacks_{0};
+    std::atomic<int> pieces_{0};
     const CScriptedServer::Script stream_ = tests::RtspCamera(
         {"m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\n"
          "m=video 0 RTP/AVP 97\r\na=rtpmap:97 MP4V-ES/90000\r\na=fmtp:97 profile-level-id=1;"
          "config=000001b001000001b58913000001000000012000c48d8ffffd0a041e1463\r\n"
-         "m=audio 0 RTP/AVP 98\r\na=rtpmap:98 G726-32/8000\r\n",
+         "m=audio 0 RTP/AVP 98\r\na=rtpmap:98 G726-32/8000\r\nm=video 0 RTP/AVP 26\r\n",
          ""});
     CScriptedServer third_;
     test_support::CCamsim ordinary_;
@@ -136,7 +143,7 @@ void ExpectHarmless(const SAttack& attack) {
     Clock::time_point began = Clock::now();
     program.write(attack.input);
     if (attack.isInterrupted) {
-        ASSERT_TRUE(test_support::WaitUntil([&] { return camera.attacks() > 0; }));
+        ASSERT_TRUE(test_support::WaitUntil([&] { return camera.isAttackUnderWay(); }));
         began = Clock::now();
         program.signal(SIGINT);
     }

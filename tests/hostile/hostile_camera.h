@@ -32,6 +32,7 @@ struct SAttack {
     std::string told;           // on either output
     bool isInterrupted = false; // by Ctrl-C, once the attack is under way; it ends at once then
     const char* input = "";
+    int leastPieces = 0; // of those without an end, behind which it is under way
 };
 
 // The rows' limits, where an attack has no stricter ones of its own: what a run may take.

@@ -27,6 +27,10 @@ const std::vector<std::string> Record = {"--model",  "F320",    "--rtsp-port", "
 const std::vector<std::string> RecordMpeg4 = {
     "--model",   "F320",     "--rtsp-port", "STREAM-PORT", "record", "ADDRESS",   "--stream",
     "0,mpeg4,0", "--output", "FILE",        "--seconds",   "3",      "--timeout", "3"};
+const std::vector<std::string> RecordLong = {"--model", "F320",     "--rtsp-port", "STREAM-PORT", "record",
+                                             "ADDRESS", "--stream", "0,mpeg4,0",   "--output",    "FILE"};
+const std::vector<std::string> RecordJpeg = {"--model", "F320",     "--rtsp-port", "STREAM-PORT", "record",
+                                             "ADDRESS", "--stream", "0,mjpeg,0",   "--output",    "FILE"};
 const std::vector<std::string> RecordBoth = {"--model",   "D870",     "--rtsp-port", "STREAM-PORT", "record",
                                              "ADDRESS",   "--stream", "0,mpeg4,0",   "--output",    "FILE",
                                              "--timeout", "8",        "--audio"};
@@ -36,7 +40,7 @@ const std::vector<std::string> DigestOnly = {"--digest-only", "--model",  "F320"
 const std::vector<std::string> Script = {"--model",     "F320",   "--rtsp-port",
                                          "STREAM-PORT", "script", "ADDRESS"};
 
-enum : unsigned { H264 = 96, Mpeg4 = 97, Sound = 98 };
+enum : unsigned { Jpeg = 26, H264 = 96, Mpeg4 = 97, Sound = 98 };
 
 // One RTP packet in the connection.
 std::string Packet(unsigned type, std::uint32_t number, std::uint32_t time, bool isLast,
@@ -66,6 +70,48 @@ SScriptedReply Packets(unsigned type, std::uint32_t step, std::uint32_t timeStep
             }};
 }
 
+// Likewise tiny ones, a thousand in a piece, whose payload may follow from the number.
+SScriptedReply TinyPackets(unsigned type, std::uint32_t timeStep, bool areFrames,
+                           const std::function<std::string(std::uint32_t)>& payload) {
+    return {Playing, SScriptedReply::Stall, 0ms, [=, number = std::uint32_t{0}]() mutable {
+                std::string piece;
+                for (int i = 0; i < 1'000; ++i, ++number)
+                    piece += Packet(type, number, number * timeStep, areFrames, payload(number));
+                return piece;
+            }};
+}
+SScriptedReply TinyPackets(unsigned type, std::uint32_t timeStep, bool areFrames,
+                           const std::string& payload) {
+    return TinyPackets(type, timeStep, areFrames, [payload](std::uint32_t) { return payload; });
+}
+
+std::string TinyFragment(std::uint32_t number) { // of an H.264 key frame that begins with the first
+    return number == 0 ? "\x7C\x85\x88" : "\x7C\x05\x88";
+}
+const std::string TinyKeyFrame("\0\0\1\xB6\x10x", 6);
+std::string TinyJpegFragment(std::uint32_t number) { // one byte behind the other of an endless picture
+    return BigEndian(number & 0xFFFFFF, 4) + "\1\x32\x28\x1Ex";
+}
+
+// All parameters.
+std::string Description(std::size_t size) {
+    std::string text = "v=0\r\no=- 0 0 IN IP4 0\r\ns=-\r\nt=0 0\r\nm=video 0 RTP/AVP 26\r\na=fmtp:26 ";
+    for (int number = 0; text.size() < size - 10; ++number)
+        text += "p" + std::to_string(number) + "=;";
+    text.resize(size - 2);
+    return text + "\r\n";
+}
+SScriptedReply Described(const std::string& description) {
+    return {Answer("200 OK", "Content-Length: " + std::to_string(description.size()) + "\r\n\r\n") +
+            description};
+}
+std::string ManyMedia() {
+    std::string text = "v=0\r\no=- 0 0 IN IP4 0\r\ns=-\r\nt=0 0\r\n";
+    for (int i = 0; i < 500; ++i)
+        text += "m=audio 0 RTP/AVP 0\r\n";
+    return text;
+}
+
 const SAttack Attacks[] = {
     // More than anybody keeps.
     {"EndlessHeader", Record, "DESCRIBE", Endless(Ok, Filler), 1, 1, "larger"},
@@ -74,6 +120,10 @@ const SAttack Attacks[] = {
      Endless(Ok + "Content-Length: 3000000000\r\n\r\n", std::string(1'000, 'x')), 1, 1, "larger"},
     {"NegativeLength", Record, "DESCRIBE",
      Endless(Ok + "Content-Length: -1\r\n\r\n", std::string(1'000, 'x')), 1, 1, "RTSP"},
+    {"DescriptionOfParametersAlone", Record, "DESCRIBE", Described(Description(16 << 10)), 1, 1,
+     "the camera sends MJPEG"},
+    {"LargeDescription", Record, "DESCRIBE", Described(Description(250'000)), 1, 1, "larger"},
+    {"DescriptionOfManyMedia", Record, "DESCRIBE", Described(ManyMedia()), 1, 1, "larger"},
     {"EndlessMessages", Record, "DESCRIBE", Endless("", "RTSP/1.0 200 OK\r\nCSeq: 77\r\n\r\n"), 1, 1, ""},
     {"EndlessRequests", Record, "DESCRIBE", Endless("", "OPTIONS * RTSP/1.0\r\nCSeq: 1\r\n\r\n"), 1, 1, ""},
     {"EndlessPacketsInsteadOfAnAnswer", Record, "SETUP", Endless("", Packet(H264, 1, 1, true, Fragment)), 1,
@@ -84,6 +134,9 @@ const SAttack Attacks[] = {
      1, "larger"},
     {"EndlessFragmentsInAScript", Script, "PLAY", Packets(H264, 1, 0, false, Fragment), 1, 0, "", false,
      "video start 0,h264,0\nsleep 3000\n"},
+    {"EndlessTinyFragments", Record, "PLAY", TinyPackets(H264, 0, false, TinyFragment), 1, 1, "larger"},
+    {"EndlessTinyJpegFragments", RecordJpeg, "PLAY", TinyPackets(Jpeg, 0, false, TinyJpegFragment), 1, 1,
+     "larger"},
     {"EndlessFramesOfOneTime", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0, true, KeyFrame), 1, 1, "larger"},
     {"EndlessFramesBackwards", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0U - 3000, true, KeyFrame), 1, 0, ""},
     {"EndlessFramesFarApart", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0x7FFFFFFF, true, KeyFrame), 1, 0, ""},
@@ -92,6 +145,10 @@ const SAttack Attacks[] = {
      Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 1, "no sound within 32 MiB"},
     {"SoundWithoutPictures", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/audio",
      Packets(Sound, 1, 8000, true, std::string(20'000, 'x')), 1, 1, "the sound: the camera sends more"},
+    {"TinyPicturesWithoutSound", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/mpeg4",
+     TinyPackets(Mpeg4, 90, true, TinyKeyFrame), 1, 1, "no sound within 32 MiB"},
+    {"TinySoundWithoutPictures", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/audio",
+     TinyPackets(Sound, 2, false, std::string("x")), 1, 1, "the sound: the camera sends more"},
 
     // Others, whom a password could be told.
     {"RedirectedDescription",
@@ -184,6 +241,12 @@ const SAttack Attacks[] = {
      true},
     {"SilentWhenStopped", Record, "DESCRIBE", Stalling(""), 1, 0, "", true},
     {"FloodedWhenStopped", Record, "PLAY", Packets(Mpeg4, 1, 0, true, KeyFrame), 1, 0, "", true},
+    {"TinyFramesWhenStopped", RecordLong, "PLAY", TinyPackets(Mpeg4, 90, true, TinyKeyFrame), 1, 0, "frames",
+     true, "", 200},
+    {"TinyFramesFarApartWhenStopped", RecordLong, "PLAY", TinyPackets(Mpeg4, 180'000, true, TinyKeyFrame), 1,
+     0, "frames", true, "", 200},
+    {"PicturesWithoutSoundWhenStopped", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/mpeg4",
+     Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 0, "frames", true, "", 500},
 };
 
 class HostileRtsp : public testing::TestWithParam<SAttack> {};

@@ -1,9 +1,13 @@
 // What a camera is asked over RTSP, letter by letter, and what is made of all that it may answer.
 
+#include "host/log.h"
+#include "refhost/base/authentication_book.h"
+#include "refhost/base/log.h"
 #include "refhost/streams/rtsp_authentication.h"
 #include "refhost/streams/rtsp_message.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/rtsp_session.h"
+#include "tests/refhost/captured_stderr.h"
 #include "tests/support/scripted_rtsp.h"
 
 #include <gmock/gmock.h>
@@ -22,6 +26,7 @@ namespace {
 using namespace device_handler::v1_0;
 using namespace tests;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 using Texts = std::vector<std::string>;
@@ -193,9 +198,9 @@ TEST(RtspReader, MessagesAndPacketsAreToldApartHoweverTheyCome) {
     };
     EXPECT_EQ(ItemsOf(line + filler + "\r\n\r\n", 100'000).front().substr(0, 8), "200 (OK)");
     EXPECT_EQ(ItemsOf(line + filler + "x\r\n\r\n", 100'000), Texts{"too large"});
-    EXPECT_EQ(withBody("262144", 262'144).front().size(),
-              262'144 + std::string("200 (OK) Content-Length=262144 ").size());
-    EXPECT_EQ(withBody("262145", 0), Texts{"too large"});
+    EXPECT_EQ(withBody("16384", 16'384).front().size(),
+              16'384 + std::string("200 (OK) Content-Length=16384 ").size());
+    EXPECT_EQ(withBody("16385", 0), Texts{"too large"});
     EXPECT_EQ(withBody("99999999999999999999", 0), Texts{"too large"});
     EXPECT_EQ(withBody("5", 4), Texts());
     for (const char* const length : {"-1", "5x", "x"})
@@ -272,7 +277,7 @@ public:
                      const CAuthentication& credentials = {"admin", "12345"})
         : device(camera, ipv6),
           url("rtsp://" + device.address() + "/v?a=b"),
-          session(url, credentials, receiver) {
+          session({url, device.address(), credentials}, receiver) {
         gst_init(nullptr, nullptr);
         g_log_set_always_fatal(GLogLevelFlags(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL));
         receiver.enough = enough;
@@ -441,6 +446,63 @@ TEST(RtspSession, AChallengeIsAnsweredAlsoWhereItEndsTheConnection) {
         }
 }
 
+// Of two streams of a camera, what the log tells.
+std::string LogOfTwo(CClient& client, const std::string& end) {
+    return CapturedStderr([&] {
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(client.run().substr(0, end.size()), end);
+    });
+}
+
+std::string Told(const CClient& client, const std::string& what) {
+    return "notice " + client.device.address() + ": the camera offers Basic authentication alone" + what +
+           "\n";
+}
+
+TEST(RtspSession, HowItsCameraAsksIsToldOnceAndRemembered) {
+    SetLogLevel(LogNotice);
+    std::string challenge, asks; // changed between two streams only
+    SCamera camera;
+    camera.first = [&](const SSentRequest& request) -> SScriptedReply {
+        const bool isIn = request.header("Authorization").substr(0, 5) == challenge.substr(0, 5);
+        if (isIn || asks.find(request.method) == std::string::npos)
+            return {""};
+        return {SCamera::Answer(request, "401 x", "WWW-Authenticate: " + challenge + "\r\n")};
+    };
+    const std::string basic = R"(Basic realm="b")", digest = R"(Digest realm="d", nonce="1")",
+                      fall = ", and had Digest before: somebody may be in between, or it was reset";
+    const auto seen = [](const CClient& client) {
+        return CAuthenticationBook::instance().seen(client.device.address());
+    };
+    CAuthentication careful("admin", "12345");
+    careful.refuseBasic();
+    CClient client(camera), refusing(camera, 1, false, careful), stranger(camera, 1, false, {});
+
+    challenge = basic;
+    asks = "DESCRIBE SETUP PLAY";
+    EXPECT_THAT(LogOfTwo(client, "ended"), EndsWith(Told(client, "; whoever listens learns the password")));
+    ASSERT_TRUE(seen(client).basicAlone);
+    EXPECT_EQ(seen(client).basicAlone->method + " " + seen(client).basicAlone->url, "DESCRIBE " + client.url);
+    EXPECT_EQ(seen(client).letIn, AuthScheme::Basic);
+    EXPECT_THAT(LogOfTwo(refusing, "10 4 RTSP status 401 x: Basic"),
+                EndsWith(Told(refusing, "; that is refused")));
+    EXPECT_EQ(seen(refusing).basicAlone->kind, HttpFailure::BasicRefused);
+    EXPECT_EQ(LogOfTwo(stranger, "10 4"), "");
+
+    challenge = digest;
+    EXPECT_EQ(LogOfTwo(client, "ended") + LogOfTwo(refusing, "ended"), "");
+    EXPECT_EQ(seen(client).letIn, AuthScheme::Digest);
+    EXPECT_FALSE(seen(client).basicAlone);
+    challenge = basic;
+    EXPECT_THAT(LogOfTwo(client, "ended"),
+                EndsWith(Told(client, fall + "; whoever listens learns the password")));
+    EXPECT_THAT(LogOfTwo(refusing, "10 4"), EndsWith(Told(refusing, fall + "; that is refused")));
+    EXPECT_TRUE(seen(refusing).isWeakerThanBefore());
+    for (const SSentRequest& request : refusing.device.requests())
+        EXPECT_NE(request.header("Authorization").substr(0, 5), "Basic");
+    SetLogLevel(LogFailure);
+}
+
 TEST(RtspSession, ItsEndTellsWhatTheCameraDid) {
     const auto answers = [](const std::string& method, const std::string& bytes,
                             SScriptedReply::End end = SScriptedReply::KeepOpen) {
@@ -463,31 +525,34 @@ TEST(RtspSession, ItsEndTellsWhatTheCameraDid) {
     isNotDescribed.description = "";
     hasBlankInBase.base = "Content-Base: rtsp://a/b c\r\n";
     hasBlankInSession.session = "Session: a\tb\r\n";
-    const std::pair<SCamera, const char*> cases[] = {
-        {ends, "ended"},
-        {breaksOff, "7 4 connection closed"},
-        {lacksVideo, "3 4 refused"},
-        {isNotDescribed, "2 4 no description of the stream that can be read"},
-        {hasBlankInBase, "2 4 what answers does not speak RTSP"},
-        {hasBlankInSession, "2 4 what answers does not speak RTSP"},
-        {answers("DESCRIBE", "400 Bad: really"), "2 4 RTSP status 400 Bad: really, to rtsp://x/"},
-        {answers("SETUP", "302 Gone"), "2 4 RTSP status 302 Gone, to rtsp://x/"},
-        {answers("PLAY", "400 Later"), "2 4 RTSP status 400 Later, to rtsp://x/"},
-        {answers("DESCRIBE", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed"},
-        {answers("SETUP", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed"},
-        {answers("DESCRIBE", "HTTP/1.1 200 OK\r\n\r\n"), "2 4 what answers does not speak RTSP"},
+    const std::tuple<SCamera, const char*, const char*> cases[] = {
+        {ends, "ended", "PLAY"},
+        {breaksOff, "7 4 connection closed", "PLAY"},
+        {lacksVideo, "3 4 refused", "DESCRIBE"},
+        {isNotDescribed, "2 4 no description of the stream that can be read", "DESCRIBE"},
+        {hasBlankInBase, "2 4 what answers does not speak RTSP", "DESCRIBE"},
+        {hasBlankInSession, "2 4 what answers does not speak RTSP", "SETUP"},
+        {answers("DESCRIBE", "400 Bad: really"), "2 4 RTSP status 400 Bad: really, to rtsp://x/", "DESCRIBE"},
+        {answers("SETUP", "302 Gone"), "2 4 RTSP status 302 Gone, to rtsp://x/", "SETUP"},
+        {answers("PLAY", "400 Later"), "2 4 RTSP status 400 Later, to rtsp://x/", "PLAY"},
+        {answers("DESCRIBE", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed", "DESCRIBE"},
+        {answers("SETUP", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed", "SETUP"},
+        {answers("DESCRIBE", "HTTP/1.1 200 OK\r\n\r\n"), "2 4 what answers does not speak RTSP", "DESCRIBE"},
     };
-    for (const auto& [camera, told] : cases) {
+    for (const auto& [camera, told, asked] : cases) {
         CClient client(camera, 1'000);
+        EXPECT_EQ(client.session.asked(), "DESCRIBE " + client.url);
         EXPECT_EQ(client.run(), told);
+        EXPECT_EQ(client.session.asked(), asked + (" " + client.url)) << told;
     }
     CReceiver receiver;
     for (const std::string url : {"http://127.0.0.1/", "rtsp://", "rtsp://a:b@c/", "127.0.0.1"}) {
-        const CError error = CRtspSession(url, {}, receiver).run();
+        const CError error = CRtspSession({url, "", {}}, receiver).run();
         EXPECT_EQ(error.getText(), "\"" + url + "\" is no location for RTSP");
         EXPECT_EQ(error.getCode(), 3);
     }
-    EXPECT_EQ(CRtspSession("rtsp://" + UnusedAddress(), {}, receiver).run().getText(), "connection refused");
+    EXPECT_EQ(CRtspSession({"rtsp://" + UnusedAddress(), "", {}}, receiver).run().getText(),
+              "connection refused");
 }
 
 } // namespace

@@ -18,7 +18,7 @@ using namespace tests;
 using Stream = std::unique_ptr<IStreamController>;
 Stream StreamFrom(const std::string& address, VideoCodec codec) {
     IStreamController* made = nullptr;
-    EXPECT_FALSE(CreateRtspPipeline("rtsp://" + address + "/video", codec, {}, {}, made));
+    EXPECT_FALSE(CreateRtspPipeline({"rtsp://" + address + "/video", address, {}}, codec, {}, made));
     return Stream(made);
 }
 
@@ -90,7 +90,7 @@ std::string SoundOf(const std::string& encoding, const std::string& first, const
                                             RtpPacket(97, 0, 0, first) + RtpPacket(97, 1, 160, second)}));
     const Stream stream = StreamFrom(pictures.address(), VideoCodec::Mjpeg);
     GstPad* pad = nullptr;
-    EXPECT_FALSE(AddRtspAudio(*stream, "rtsp://" + sound.address() + "/audio", {}, pad));
+    EXPECT_FALSE(AddRtspAudio(*stream, {"rtsp://" + sound.address() + "/audio", sound.address(), {}}, pad));
     const CCollected collected(stream->getPipeline(), pad);
     EXPECT_FALSE(stream->start());
     test_support::WaitUntil([&] { return collected.bytes().size() >= first.size() + second.size(); });

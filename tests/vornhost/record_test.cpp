@@ -103,7 +103,9 @@ TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
     arguments.insert(arguments.begin(), {"--models", withPath("nowhere")});
     const SRun lost = Vornhost(arguments);
     EXPECT_EQ(lost.status, 1);
-    EXPECT_THAT(lost.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr("404")));
+    EXPECT_THAT(lost.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr("404"),
+                                         testing::HasSubstr("asked     DESCRIBE rtsp://"),
+                                         testing::HasSubstr("/nowhere\n")));
     withPath("MediaInput/jpeg");
     EXPECT_THAT(Vornhost(arguments).err, testing::HasSubstr("has no audio"));
 
@@ -118,6 +120,7 @@ TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
             Vornhost(Record(encoder, folder.file("lost.mkv"), {"--audio", "--timeout", timeout}));
         EXPECT_EQ(run.status, 1);
         EXPECT_THAT(run.err, testing::AllOf(testing::HasSubstr("the sound"), testing::HasSubstr(reason),
+                                            testing::HasSubstr("asked     PLAY rtsp://"),
                                             testing::HasSubstr("/MediaInput/audio")));
         encoder.erase("/faults");
     }
@@ -139,12 +142,13 @@ TEST(Record, WithoutAPictureItTellsWhyAndKeepsTheFileThatWasThere) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--rtsp-port", "0"});
     const std::string file = folder.file("video.mkv", "something old");
-    for (const auto& [kind, limit, reason] :
-         {std::tuple("refuse", "30", "503"), std::tuple("silence", "0.5", "no data within 0.5 s")}) {
+    for (const auto& [kind, limit, asked, reason] :
+         {std::tuple("refuse", "30", "asked     DESCRIBE rtsp://", "503"),
+          std::tuple("silence", "0.5", "asked     PLAY rtsp://", "no data within 0.5 s")}) {
         camsim.post("/faults", {{"path", "/MediaInput/*"}, {"kind", kind}});
         const SRun run = Vornhost(Record(camsim, file, {"--timeout", limit}));
         EXPECT_EQ(run.status, 1);
-        EXPECT_THAT(run.err, testing::HasSubstr(reason));
+        EXPECT_THAT(run.err, testing::AllOf(testing::HasSubstr(asked), testing::HasSubstr(reason)));
         camsim.erase("/faults");
     }
     EXPECT_EQ(folder.contents(), "something old");

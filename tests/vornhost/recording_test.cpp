@@ -7,6 +7,7 @@
 #include "tests/vornhost/recorded_packets.h"
 
 #include <atomic>
+#include <fstream>
 #include <future>
 #include <gmock/gmock.h>
 
@@ -20,12 +21,12 @@ using vorn_gst::v1_0::CGstRef;
 
 constexpr GstClockTime Untimed = GST_CLOCK_TIME_NONE;
 
-// A recording of one second into a file, of what the test lets come.
+// A recording into a file, of what the test lets come.
 class CMadeRecording {
 public:
-    explicit CMadeRecording(std::chrono::milliseconds silence = std::chrono::minutes(1))
+    explicit CMadeRecording(std::chrono::milliseconds silence = std::chrono::minutes(1), double seconds = 1)
         : controller_(pipeline_.get(), bus_.get(), pictures_.get()),
-          recording_(controller_, output_, {1.0, silence}, sound_.get()) {
+          recording_(controller_, output_, {seconds, silence}, sound_.get()) {
         gst_pad_add_probe(sound_.get(), GST_PAD_PROBE_TYPE_BUFFER, countSound, this, nullptr);
         end_ = std::async(std::launch::async, [this] { return recording_.run({}); });
     }
@@ -39,7 +40,36 @@ public:
         EXPECT_TRUE(test_support::WaitUntil([this] { return came_ == pushed_; }));
     }
 
+    // From here on nothing more gets into the file.
+    void holdFile() {
+        EXPECT_TRUE(test_support::WaitUntil([this] { return recorded().frames > 0; }));
+        GstIterator* const sinks = gst_bin_iterate_sinks(GST_BIN(pipeline_.get()));
+        const auto hold = [](const GValue* sink, gpointer) {
+            const CGstRef<GstPad> pad(
+                gst_element_get_static_pad(GST_ELEMENT(g_value_get_object(sink)), "sink"));
+            const auto stay = [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_OK; };
+            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM, stay, nullptr, nullptr);
+        };
+        gst_iterator_foreach(sinks, hold, nullptr);
+        gst_iterator_free(sinks);
+    }
+    void interrupt() { recording_.interrupt(); }
+    bool endsWithin(std::chrono::seconds limit) const {
+        return end_.wait_for(limit) == std::future_status::ready;
+    }
+
     CError end() { return end_.get(); }
+    // In the file's index: each a CuePoint whose size has eight bytes, and whose CueTime comes first.
+    int indexEntries() const {
+        constexpr std::size_t ToTime = 9;
+        std::ifstream file(output_.path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        int count = 0;
+        for (std::size_t at = std::min(bytes.rfind("\x1C\x53\xBB\x6B"), bytes.size());
+             at + ToTime < bytes.size(); ++at)
+            count += bytes[at] == '\xBB' && bytes[at + ToTime] == '\xB3';
+        return count;
+    }
     SRecorded recorded() const { return recording_.recorded(); }
     std::vector<int> times(const std::string& kind) const { return TimesIn(output_.path(), kind); }
 
@@ -115,6 +145,38 @@ TEST(Recording, FramesBehindTheFirstKeyFrameAreTakenThoughTheyHaveNoTime) {
     EXPECT_FALSE(recording.end());
     EXPECT_THAT(recording.times("video"), ElementsAre(0, 0, 300, 300));
     EXPECT_EQ(recording.recorded().frames, 4);
+}
+
+// It stays in memory until the end, and is written while whoever interrupts waits.
+TEST(Recording, TheIndexOfManyKeyFramesStaysSmall) {
+    const struct {
+        int count;
+        GstClockTime distance; // ms
+        int leastEntries, mostEntries;
+    } cases[] = {{3'000, 1, 2, 4}, {25'000, 100'000, 5'000, 20'000}};
+    for (const auto& c : cases) {
+        const GstClockTime last = (c.count - 1) * c.distance;
+        CMadeRecording recording(std::chrono::minutes(1), static_cast<double>(last) / 1000);
+        recording.soundComes(last - 1); // for which the file waits with no picture
+        for (int number = 0; number < c.count; ++number)
+            recording.pictureComes(number * c.distance);
+        EXPECT_FALSE(recording.end());
+        EXPECT_EQ(recording.recorded().frames, c.count - 1);
+        EXPECT_GE(recording.indexEntries(), c.leastEntries);
+        EXPECT_LE(recording.indexEntries(), c.mostEntries);
+    }
+}
+
+TEST(Recording, AnInterruptionWaitsForNoFileThatIsHeldUp) {
+    constexpr std::chrono::seconds Patience{6}; // less than a file has that nobody waits for
+    CMadeRecording recording;
+    recording.soundComes(1000);
+    recording.pictureComes(1000);
+    recording.holdFile();
+    recording.pictureComes(1100);
+    recording.interrupt();
+    EXPECT_TRUE(recording.endsWithin(Patience));
+    EXPECT_FALSE(recording.end());
 }
 
 TEST(Recording, ItEndsWhileItHoldsSoundBackForPicturesThatDoNotCome) {

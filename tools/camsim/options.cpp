@@ -56,7 +56,8 @@ camera that restarts its encoder. While the setting AUDIO takes sound ("in", "in
 MPEG-4 bring G.726 sound, a beep of 1760 Hz each second, which is alone at /MediaInput/audio as long as one of them is
 delivered. Its encoding is G726-32 or G726-16 of RFC 3551, not their AAL2 packing. The picture follows the settings for
 brightness, chroma, sharpness and white balance. A stream whose transmission or RTSP delivery is off, or whose codec
-family does not run, is answered 503, one that the model does not have 404.
+family does not run, is answered 503, one that the model does not have 404. A camera makes four streams at a time; more
+are answered 503.
 
 Head (models with axes): absctrl drives to a place, directctrl moves at a speed, camctrl steps, calls a preset
 (preset=N) or focuses (af=on), camposiset keeps (presetset=N) and forgets (presetdel=N) presets 1 to 256, set_patrol

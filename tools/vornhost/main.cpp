@@ -1,5 +1,5 @@
+#include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
-#include "refhost/http/authentication_book.h"
 #include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/terminal_text.h"

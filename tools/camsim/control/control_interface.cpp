@@ -10,6 +10,8 @@ namespace {
 
 constexpr size_t longestBody = 1024 * 1024;
 constexpr size_t longestHeader = 32 * 1024;
+/// Two excerpts of the request log: the first of them alone does not reach it.
+constexpr size_t mostUnread = RequestLog::Capacity::ordinaryExcerpt;
 
 sockaddr_in loopback(uint16_t port) {
     sockaddr_in address{};
@@ -29,8 +31,10 @@ MHD_Result collect(void* values, MHD_ValueKind, const char* name, const char* va
 ControlInterface::ControlInterface(Parts parts, uint16_t port, const Limits& limits)
     : parts_(parts),
       socket_(loopback(port)),
-      daemon_(loop_, {limits.times, limits.connections, longestBody, longestHeader, "the control interface"},
-              {this, &ControlInterface::onRequest, &ControlInterface::onCompleted, nullptr, nullptr}) {
+      daemon_(
+          loop_,
+          {limits.times, limits.connections, longestBody, longestHeader, mostUnread, "the control interface"},
+          {this, &ControlInterface::onRequest, &ControlInterface::onCompleted, nullptr, nullptr}) {
     daemon_.start();
     watch();
     loop_.start();
@@ -74,11 +78,19 @@ MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, c
     ControlRequest request{method, url, {}, {}, std::move(body)};
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collect, &request.query);
     MHD_get_connection_values(connection, MHD_HEADER_KIND, &collect, &request.headers);
-    const ControlReply reply = answerControl(static_cast<ControlInterface*>(self)->parts_, request);
+    auto& interface = *static_cast<ControlInterface*>(self);
+    const ControlReply reply = answerControl(interface.parts_, request);
     // What clients sent may be any bytes; those that are no UTF-8 are shown as such and do not spoil the
     // answer.
-    const std::string text = reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-    return sendReply(connection, {reply.status, text, {{MHD_HTTP_HEADER_CONTENT_TYPE, "application/json"}}});
+    HttpReply answer{reply.status,
+                     reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n",
+                     {{MHD_HTTP_HEADER_CONTENT_TYPE, "application/json"}}};
+    // Where something was changed the answer must say so.
+    if (request.method == MHD_HTTP_METHOD_GET && interface.daemon_.answersPileUp(answer.body.size())) {
+        answer.status = MHD_HTTP_SERVICE_UNAVAILABLE;
+        answer.body = "{\"error\":\"clients leave too many answers unread\"}\n";
+    }
+    return interface.daemon_.answer(connection, answer);
 }
 
 void ControlInterface::onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {

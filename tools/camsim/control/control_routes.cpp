@@ -97,7 +97,7 @@ Json listCameras(const Parts& parts, Number, const ControlRequest&) {
     Json list = Json::array();
     for (const auto& camera : parts.cameras)
         list.push_back(describe(parts, *camera));
-    return {{"cameras", list}};
+    return {{"cameras", std::move(list)}};
 }
 
 Json showCamera(const Parts& parts, Number number, const ControlRequest&) {
@@ -108,9 +108,7 @@ Json showSettings(const Parts& parts, Number number, const ControlRequest&) {
     return cameraOf(parts, number).settings();
 }
 
-/// Neither is reached by any camera: together they bound what the settings of one can take.
-constexpr size_t mostSettings = 5000;
-constexpr size_t longestSetting = 4096;
+constexpr size_t longestSetting = 4096; // reached by no camera
 
 void checkSetting(const std::string& key, const Json& value) {
     const bool keyGood = !key.empty() && std::all_of(key.begin(), key.end(), [](unsigned char c) {
@@ -132,12 +130,16 @@ Json changeSettings(const Parts& parts, Number number, const ControlRequest& req
     const Json changes = parseBody(request.body);
     if (!changes.is_object())
         refuse("body: expected an object such as {\"CAMTITLE\": \"Entrance\"}");
-    for (const auto& [key, value] : changes.items())
+    SettingsStore::Overrides settings;
+    for (const auto& [key, value] : changes.items()) {
         checkSetting(key, value);
-    if (camera.settings().size() + changes.size() > mostSettings)
-        refuse("the camera would have more than " + std::to_string(mostSettings) + " settings");
-    for (const auto& [key, value] : changes.items())
-        camera.putSetting(key, value.is_null() ? std::nullopt : std::optional(value.get<std::string>()));
+        settings[key] = value.is_null() ? std::nullopt : std::optional(value.get<std::string>());
+    }
+    if (!camera.hasRoomFor(settings))
+        refuse("the camera's changed settings would take more than " +
+               std::to_string(SettingsStore::mostBytes) + " bytes");
+    for (const auto& [key, value] : settings)
+        camera.putSetting(key, value);
     return camera.settings();
 }
 
@@ -215,7 +217,10 @@ Json listRequests(const Parts& parts, Number, const ControlRequest& request) {
     Json list = Json::array();
     for (const LoggedRequest& logged : excerpt.requests)
         list.push_back(describe(logged));
-    return {{"requests", list}, {"last", excerpt.last}, {"dropped", excerpt.dropped}, {"more", excerpt.more}};
+    return {{"requests", std::move(list)},
+            {"last", excerpt.last},
+            {"dropped", excerpt.dropped},
+            {"more", excerpt.more}};
 }
 
 Json clearRequests(const Parts& parts, Number, const ControlRequest&) {
@@ -227,7 +232,7 @@ Json listFaults(const Parts& parts, Number, const ControlRequest&) {
     Json list = Json::array();
     for (const Fault& fault : parts.faults.list())
         list.push_back(describeFault(fault));
-    return {{"faults", list}};
+    return {{"faults", std::move(list)}};
 }
 
 Json addFault(const Parts& parts, Number, const ControlRequest& request) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -94,23 +95,33 @@ CameraState fromJson(const Json& json) {
     return state;
 }
 
-/// Writes the whole text to the disk, or throws with what the system says.
-void writeThrough(const std::string& path, const std::string& text) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        throw StateFileError(path + ": " + systemReason(errno));
+bool writeAll(int fd, const std::string& text) {
     size_t done = 0;
-    bool failed = false;
-    while (!failed && done < text.size()) {
+    while (done < text.size()) {
         const ssize_t written = write(fd, text.data() + done, text.size() - done);
-        failed = written < 0 && errno != EINTR;
+        if (written < 0 && errno != EINTR)
+            return false;
         done += written > 0 ? static_cast<size_t>(written) : 0;
     }
-    failed = failed || fsync(fd) != 0;
+    return true;
+}
+
+/// Puts the whole text into the file's place once it is on the disk, or throws with what the system says. In
+/// a folder that others may write to, what has the name of a temporary file may be theirs, or lead elsewhere:
+/// mkostemp takes only a name that nothing has.
+void replaceFile(const std::string& path, const std::string& text) {
+    std::string temporary = path + ".XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0)
+        throw StateFileError(temporary + ": " + systemReason(errno));
+    const bool replaced =
+        writeAll(fd, text) && fsync(fd) == 0 && std::rename(temporary.c_str(), path.c_str()) == 0;
     const int reason = errno;
     close(fd);
-    if (failed)
-        throw StateFileError(path + ": " + systemReason(reason));
+    if (replaced)
+        return;
+    unlink(temporary.c_str());
+    throw StateFileError(path + ": " + systemReason(reason));
 }
 
 } // namespace
@@ -168,11 +179,8 @@ void StateFile::save() {
     const std::string text = Json{{"version", formatVersion}, {"cameras", cameras}}.dump(
                                  2, ' ', false, Json::error_handler_t::replace) +
                              "\n";
-    const std::string temporary = path_ + ".new";
     try {
-        writeThrough(temporary, text);
-        if (std::rename(temporary.c_str(), path_.c_str()) != 0)
-            throw StateFileError(path_ + ": " + systemReason(errno));
+        replaceFile(path_, text);
     } catch (const StateFileError&) {
         const std::lock_guard<std::mutex> lock(mutex_);
         dirty_ = true;

@@ -11,6 +11,8 @@ namespace {
 
 constexpr size_t longestBody = 64 * 1024;
 constexpr size_t longestHeader = 16 * 1024;
+/// Hundreds of the longest answer that a camera has as it left the factory.
+constexpr size_t mostUnread = 16 * 1024 * 1024;
 
 int64_t millisecondsSinceEpoch() {
     using namespace std::chrono;
@@ -60,7 +62,7 @@ struct CameraServer::Exchange {
 CameraServer::CameraServer(Parts parts, const Limits& limits)
     : parts_(parts),
       limits_(limits),
-      daemon_(parts.loop, {limits.times, limits.connections, longestBody, longestHeader, "HTTP"},
+      daemon_(parts.loop, {limits.times, limits.connections, longestBody, longestHeader, mostUnread, "HTTP"},
               {this, &CameraServer::onRequest, &CameraServer::onCompleted, &CameraServer::onConnection,
                &CameraServer::onTarget}),
       parked_(parts.loop, [this] { daemon_.run(); }),
@@ -186,9 +188,9 @@ MHD_Result CameraServer::received(Exchange& exchange) {
     ++camera.counters.requests;
     if (!exchange.faults.names.empty())
         ++camera.counters.faults;
-    exchange.logId = parts_.log.add({0, camera.index(), exchange.method, exchange.target, exchange.body,
-                                     false, std::nullopt, std::string(exchange.verdict.credentials),
-                                     exchange.faults.names, millisecondsSinceEpoch()});
+    exchange.logId = parts_.log.add(
+        {0, camera.index(), exchange.method, exchange.target, std::move(exchange.body), false, std::nullopt,
+         std::string(exchange.verdict.credentials), exchange.faults.names, millisecondsSinceEpoch()});
     exchange.phase = Exchange::Phase::Waiting;
     const bool waits =
         exchange.faults.delay.count() > 0 &&
@@ -197,6 +199,12 @@ MHD_Result CameraServer::received(Exchange& exchange) {
 }
 
 MHD_Result CameraServer::answer(Exchange& exchange) {
+    const MHD_Result result = reply(exchange);
+    exchange.request = {}; // it may be large, and its answer stay open or unread for long
+    return result;
+}
+
+MHD_Result CameraServer::reply(Exchange& exchange) {
     if (exchange.waited == ParkedConnections::Outcome::HungUp)
         return MHD_NO;
     if (exchange.faults.fault)
@@ -230,9 +238,11 @@ MHD_Result CameraServer::openMonitor(Exchange& exchange, const std::optional<Fau
     return monitors_.open(exchange.camera(), exchange.connection, exchange.fd, fault);
 }
 
-MHD_Result CameraServer::send(Exchange& exchange, const HttpReply& reply) {
+MHD_Result CameraServer::send(Exchange& exchange, HttpReply reply) {
+    if (daemon_.answersPileUp(reply.body.size()))
+        reply = textReply(MHD_HTTP_SERVICE_UNAVAILABLE, "Clients leave too many answers unread\r\n");
     parts_.log.answered(exchange.logId, reply.status);
-    return sendReply(exchange.connection, reply);
+    return daemon_.answer(exchange.connection, reply);
 }
 
 HttpReply CameraServer::challenge(Exchange& exchange, bool stale) {

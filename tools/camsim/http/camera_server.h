@@ -68,7 +68,8 @@ private:
     MHD_Result answer(Exchange& exchange);
     MHD_Result answerWithFault(Exchange& exchange, const Fault& fault);
     MHD_Result openMonitor(Exchange& exchange, const std::optional<Fault>& fault);
-    MHD_Result send(Exchange& exchange, const HttpReply& reply);
+    MHD_Result reply(Exchange& exchange);
+    MHD_Result send(Exchange& exchange, HttpReply reply);
     HttpReply challenge(Exchange& exchange, bool stale);
     HttpReply ordinaryReply(Exchange& exchange);
 

@@ -1,6 +1,5 @@
 #include "http/http_daemon.h"
 
-#include "http/fault_replies.h"
 #include "model/numbers.h"
 #include "net/sockets.h"
 
@@ -8,6 +7,7 @@
 #include <stdexcept>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace camsim {
 namespace {
@@ -19,6 +19,9 @@ constexpr milliseconds longestLookPeriod{1000};
 constexpr int looksPerTime = 4;
 /// Connections that are ended already and not yet gone.
 constexpr unsigned leaving = 64;
+
+/// What is not longer is always given, or nobody would be told why there is nothing else.
+constexpr size_t shortAnswer = 4096;
 
 constexpr std::string_view bodyIsTooLong = "HTTP/1.1 413 Content Too Large\r\nConnection: close\r\n"
                                            "Content-Length: 0\r\n\r\n";
@@ -135,6 +138,19 @@ void HttpDaemon::endOverdue() {
     loop_.after(lookPeriod_, [this] { endOverdue(); });
 }
 
+bool HttpDaemon::answersPileUp(size_t size) const {
+    return size > shortAnswer && unread_ >= limits_.unread;
+}
+
+MHD_Result HttpDaemon::answer(MHD_Connection* connection, const HttpReply& reply) {
+    const MHD_Result queued = sendReply(connection, reply);
+    if (queued == MHD_YES) {
+        connections_[descriptorOf(connection)].answerSize = reply.body.size();
+        unread_ += reply.body.size();
+    }
+    return queued;
+}
+
 bool HttpDaemon::announcesTooMuch(MHD_Connection* connection) const {
     const char* length =
         MHD_lookup_connection_value(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_LENGTH);
@@ -145,6 +161,8 @@ MHD_Result HttpDaemon::onRequest(void* self, MHD_Connection* connection, const c
                                  const char* version, const char* upload, size_t* uploadSize,
                                  void** context) {
     auto& daemon = *static_cast<HttpDaemon*>(self);
+    if (daemon.loop_.isStopping())
+        return MHD_NO;
     const int fd = descriptorOf(connection);
     Connection& state = daemon.connections_[fd];
     if (state.phase == Phase::Header) {
@@ -170,6 +188,7 @@ void HttpDaemon::onCompleted(void* self, MHD_Connection* connection, void** cont
                              MHD_RequestTerminationCode reason) {
     auto& daemon = *static_cast<HttpDaemon*>(self);
     Connection& state = daemon.connections_[descriptorOf(connection)];
+    daemon.unread_ -= std::exchange(state.answerSize, 0);
     if (state.phase != Phase::Ended)
         daemon.enter(state, Phase::Header, daemon.limits_.times.idle);
     daemon.callbacks_.completed(daemon.callbacks_.self, connection, context, reason);

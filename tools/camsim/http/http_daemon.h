@@ -1,5 +1,6 @@
 #pragma once
 
+#include "http/fault_replies.h"
 #include "net/connection_bounds.h"
 #include "net/event_loop.h"
 #include "net/notice.h"
@@ -14,8 +15,8 @@ namespace camsim {
 
 /// libmicrohttpd on an event loop, with bounds on what clients can take: a connection that takes too long for
 /// a request or has been closed by its client is ended, and so is, once there are as many as there may be,
-/// the one that would first have run out of time. A longer body than allowed is answered 413. Everything runs
-/// on the loop's thread.
+/// the one that would first have run out of time. A longer body than allowed is answered 413. Once the loop
+/// is to stop, requests are no longer answered. Everything runs on the loop's thread.
 class HttpDaemon {
 public:
     struct Limits {
@@ -23,6 +24,7 @@ public:
         size_t connections;
         size_t body;           ///< of a request, in bytes
         size_t header;         ///< of a request, in bytes; a longer one is answered 431
+        size_t unread;         ///< bytes of answers, after which answersPileUp()
         std::string whoServes; ///< for notices on standard error
     };
     /// What libmicrohttpd calls, each with `self`. `connection` and `target` may be null.
@@ -50,6 +52,11 @@ public:
     /// Takes over the descriptor; false when it was closed instead.
     bool add(int fd, const sockaddr_in& peer);
 
+    /// Whether clients have not read so much of earlier answers that another of this size should not be
+    /// given.
+    bool answersPileUp(size_t size) const;
+    MHD_Result answer(MHD_Connection* connection, const HttpReply& reply);
+
     /// Lets the daemon do what is due.
     void run();
 
@@ -63,6 +70,7 @@ private:
         Clock::time_point since;    ///< when the phase began
         Clock::time_point deadline; ///< when it must be over; has no meaning in Answer and Ended
         size_t bodySize = 0;        ///< of the present request, so far
+        size_t answerSize = 0;      ///< of the answer that goes out
     };
     using Connections = std::unordered_map<int, Connection>;
 
@@ -86,6 +94,7 @@ private:
     const std::string tooLong_;                  ///< the answer to a body that is
     Notice full_;
     Connections connections_; ///< by descriptor
+    size_t unread_ = 0;       ///< of all answers that go out, in bytes
     MHD_Daemon* daemon_ = nullptr;
     bool runIsDue_ = false;
 };

@@ -15,6 +15,11 @@ using std::chrono::milliseconds;
 
 constexpr size_t readerBlock = 1024;
 constexpr milliseconds ordinarySplit{100};
+/// Changes that a client has not read: more than hands can make of all inputs in the time after which its
+/// connection is ended for it.
+constexpr size_t mostPieces = 500;
+/// Changes that come faster than they are told: one of each camera that there may be.
+constexpr size_t mostUntold = 100'000;
 
 bool endsTheReply(FaultKind kind) {
     return kind == FaultKind::Silence || kind == FaultKind::Close || kind == FaultKind::Cut ||
@@ -62,6 +67,10 @@ public:
     void add(const std::string& text) {
         if (endsAt_ && *endsAt_ <= Clock::now())
             return;
+        if (pieces_.size() >= mostPieces) {
+            shutdown(fd_, SHUT_RDWR);
+            return;
+        }
         const bool split = fault_ && fault_->kind == FaultKind::Split;
         if (!split) {
             pieces_.push_back({Clock::now(), spelled(text)});
@@ -160,6 +169,9 @@ InputMonitors::InputMonitors(EventLoop& loop, ParkedConnections& parked, millise
 
 void InputMonitors::follow(Camera& camera) {
     camera.onInputChange([this, &camera](const AlarmInputs::Levels& changes) {
+        if (untold_ >= mostUntold)
+            return; // what the levels are is told with the next report
+        ++untold_;
         loop_.after(milliseconds(0), [this, &camera, changes] { tell(camera, changes); });
     });
 }
@@ -180,6 +192,7 @@ MHD_Result InputMonitors::open(Camera& camera, MHD_Connection* connection, int f
 }
 
 void InputMonitors::tell(const Camera& camera, const AlarmInputs::Levels& changes) {
+    --untold_;
     const std::string text = AlarmInputs::monitorReport(changes);
     std::vector<MHD_Connection*> connections;
     for (Reply* reply : replies_[&camera]) {

@@ -5,6 +5,7 @@
 #include "net/event_loop.h"
 #include "net/parked_connections.h"
 
+#include <atomic>
 #include <chrono>
 #include <microhttpd.h>
 #include <unordered_map>
@@ -37,6 +38,7 @@ private:
     EventLoop& loop_;
     ParkedConnections& parked_;
     const std::chrono::milliseconds period_;
+    std::atomic<size_t> untold_{0}; // changes that wait for the loop's thread
     std::unordered_map<const Camera*, std::unordered_set<Reply*>> replies_; // the loop's thread alone
 };
 

@@ -4,9 +4,26 @@ namespace camsim {
 
 namespace {
 
-size_t bytesOf(const LoggedRequest& request) {
-    return sizeof request + request.method.size() + request.target.size() + request.body.size() +
-           request.authorization.size() + request.fault.size();
+/// What a byte takes at most in JSON, where control characters become \u0001 and bytes that are no UTF-8 a
+/// replacement character.
+size_t escapedSize(unsigned char byte) {
+    if (byte < ' ')
+        return 6;
+    if (byte == '"' || byte == '\\')
+        return 2;
+    return byte < 0x80 ? 1 : 3;
+}
+
+size_t escapedSize(const std::string& text) {
+    size_t size = 0;
+    for (const char byte : text)
+        size += escapedSize(static_cast<unsigned char>(byte));
+    return size;
+}
+
+size_t costOf(const LoggedRequest& request) {
+    return sizeof request + escapedSize(request.method) + escapedSize(request.target) +
+           escapedSize(request.body) + request.authorization.size() + request.fault.size();
 }
 
 } // namespace
@@ -18,10 +35,11 @@ uint64_t RequestLog::add(LoggedRequest request) {
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     request.id = ++last_;
-    bytes_ += bytesOf(request);
+    request.cost = costOf(request);
+    bytes_ += request.cost;
     requests_.push_back(std::move(request));
     while (!requests_.empty() && (requests_.size() > capacity_.requests || bytes_ > capacity_.bytes)) {
-        bytes_ -= bytesOf(requests_.front());
+        bytes_ -= requests_.front().cost;
         requests_.pop_front();
         ++dropped_;
     }
@@ -42,7 +60,7 @@ RequestLog::Excerpt RequestLog::read(std::optional<size_t> camera, uint64_t afte
     for (const LoggedRequest& request : requests_) {
         if (request.id <= after || (camera && *camera != request.camera))
             continue;
-        bytes += bytesOf(request);
+        bytes += request.cost;
         if (bytes > capacity_.excerpt && !excerpt.requests.empty()) {
             excerpt.more = true;
             break;

@@ -21,6 +21,7 @@ struct LoggedRequest {
     std::string authorization;      ///< as AuthVerdict tells it
     std::string fault;              ///< the kinds that hit it, joined by "+"
     int64_t milliseconds = 0;       ///< since the epoch, when it had come in whole
+    size_t cost = 0;                ///< the log's: bytes that it takes, there or escaped in an answer
 };
 
 /// The last requests of all cameras, in the order in which they came in, as far as there is room. Every
@@ -28,10 +29,11 @@ struct LoggedRequest {
 class RequestLog {
 public:
     struct Capacity {
+        static constexpr size_t ordinaryExcerpt = 4 * 1024 * 1024;
         size_t requests;
-        size_t bytes = 64 * 1024 * 1024;   ///< of all requests together
-        size_t body = 64 * 1024;           ///< bytes of one request's body that are kept
-        size_t excerpt = 16 * 1024 * 1024; ///< bytes that are read in one go
+        size_t bytes = 64 * 1024 * 1024;  ///< of all requests together, each as large as it is in an answer
+        size_t body = 64 * 1024;          ///< bytes of one request's body that are kept
+        size_t excerpt = ordinaryExcerpt; ///< bytes that are read in one go, counted likewise
     };
     explicit RequestLog(const Capacity& capacity) : capacity_(capacity) {}
 

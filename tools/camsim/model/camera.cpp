@@ -55,6 +55,11 @@ std::string Camera::settingsDump() const {
     return settings_.dump();
 }
 
+bool Camera::hasRoomFor(const SettingsStore::Overrides& settings) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return settings_.hasRoomFor(settings);
+}
+
 void Camera::putSetting(const std::string& key, const std::optional<std::string>& value) {
     bool really = false;
     {

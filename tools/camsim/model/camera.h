@@ -22,6 +22,7 @@ struct CameraCounters {
     std::atomic<int64_t> connections{0}; ///< connections open now
     std::atomic<int64_t> monitors{0};    ///< replies open now that tell the alarm inputs
     std::atomic<int64_t> rtspClients{0}; ///< RTSP connections open now
+    std::atomic<int64_t> streams{0};     ///< pipelines that make a stream for somebody now
 };
 
 /// What is kept of a camera when the program ends.
@@ -49,7 +50,9 @@ public:
     std::map<std::string, std::string> settings() const;
     /// The setdata reply.
     std::string settingsDump() const;
-    /// Sets, adds or (without a value) removes a setting.
+    /// Whether there is room for all of these changes.
+    bool hasRoomFor(const SettingsStore::Overrides& settings) const;
+    /// Sets, adds or (without a value) removes a setting; has no effect when there is no room for it.
     void putSetting(const std::string& key, const std::optional<std::string>& value);
 
     /// Where the head is at this moment, in camera units; empty on a camera without a head.

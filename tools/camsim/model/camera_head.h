@@ -49,7 +49,8 @@ public:
 
     static constexpr int mostPresets = 256; ///< numbers count from 1
     static constexpr int mostPatrols = 4;
-    static constexpr size_t mostMoves = 10'000; ///< of one patrol; later ones are not recorded
+    /// Of one patrol; later ones are not recorded. Whoever steers sends some each second, for some minutes.
+    static constexpr size_t mostMoves = 2000;
 
     /// `model` must outlive the head.
     explicit CameraHead(const CameraModel& model);

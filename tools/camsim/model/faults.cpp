@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fnmatch.h>
+#include <numeric>
 #include <sstream>
 
 namespace camsim {
@@ -16,6 +17,7 @@ constexpr unsigned lowestRefusal = 400;
 constexpr int64_t largestBody = 64 * 1024 * 1024;
 constexpr size_t longestPattern = 1024;
 constexpr size_t mostFaults = 1000;
+constexpr size_t mostText = 4 * 1024 * 1024; // in the bodies of all faults
 constexpr size_t mostGarbage = 64 * 1024; // goes out at one stroke, so it must fit into the socket's buffer
 
 /// A member of a fault: whether a value is right, where it goes and what is told when it is wrong.
@@ -200,6 +202,15 @@ bool isSpent(const Fault& fault) {
     return fault.count && *fault.count == 0;
 }
 
+size_t textOf(const Fault& fault) {
+    return fault.body ? fault.body->size() : 0;
+}
+
+size_t textOf(const std::vector<Fault>& faults) {
+    return std::accumulate(faults.begin(), faults.end(), size_t{0},
+                           [](size_t sum, const Fault& fault) { return sum + textOf(fault); });
+}
+
 bool matches(const Fault& fault, const FaultList::Request& request) {
     if (!hitsProtocol(fault, request.protocol))
         return false;
@@ -268,11 +279,12 @@ Json describeFault(const Fault& fault) {
 
 uint64_t FaultList::add(Fault fault) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (faults_.size() >= mostFaults) {
+    const size_t text = textOf(fault);
+    while (faults_.size() >= mostFaults || text + textOf(faults_) > mostText) {
         const auto oldest = std::find_if(faults_.begin(), faults_.end(), isSpent);
         if (oldest == faults_.end())
             throw FaultError("there are " + std::to_string(faults_.size()) +
-                             " faults, as many as may be: delete some first");
+                             " faults, as many as may be, or as may be with such bodies: delete some first");
         faults_.erase(oldest);
     }
     fault.id = ++last_;

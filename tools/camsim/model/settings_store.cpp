@@ -12,11 +12,29 @@ std::optional<std::string> SettingsStore::value(const std::string& key) const {
 bool SettingsStore::put(const std::string& key, const std::optional<std::string>& value) {
     if (this->value(key) == value)
         return false;
-    if (factoryValue(key) == value)
-        overrides_.erase(key);
-    else
+    const auto old = overrides_.find(key);
+    const size_t freed = old == overrides_.end() ? 0 : sizeOf(*old);
+    const bool isOwn = factoryValue(key) != value;
+    const size_t taken = isOwn ? sizeOf({key, value}) : 0;
+    if (bytes_ - freed + taken > mostBytes)
+        return false;
+    bytes_ += taken - freed;
+    if (isOwn)
         overrides_[key] = value;
+    else
+        overrides_.erase(key);
     return true;
+}
+
+size_t SettingsStore::sizeOf(const Overrides::value_type& setting) {
+    return sizeof setting + setting.first.size() + setting.second.value_or("").size();
+}
+
+bool SettingsStore::hasRoomFor(const Overrides& changes) const {
+    size_t bytes = bytes_;
+    for (const auto& change : changes)
+        bytes += sizeOf(change);
+    return bytes <= mostBytes;
 }
 
 std::string SettingsStore::dump() const {

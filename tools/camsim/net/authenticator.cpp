@@ -154,6 +154,8 @@ bool Authenticator::retireNonce(const char* authorization) {
         return false;
     const std::lock_guard<std::mutex> lock(mutex_);
     retired_.insert(parseDigestFields(authorization)["nonce"]);
+    if (retired_.size() > mostRetired)
+        newestDropped_ = std::max(newestDropped_, retired_.extract(retired_.begin()).value());
     return true;
 }
 
@@ -162,7 +164,7 @@ bool Authenticator::fresh(const std::string& nonce, size_t camera) const {
         return false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (retired_.count(nonce) != 0)
+        if (nonce <= newestDropped_ || retired_.count(nonce) != 0)
             return false;
     }
     int64_t made = 0;

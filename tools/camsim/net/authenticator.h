@@ -46,8 +46,12 @@ public:
     void setScheme(AuthScheme scheme) { scheme_ = scheme; }
 
     /// From now on the nonce of these digest credentials counts as stale. False when they are no digest
-    /// credentials.
+    /// credentials. Of the nonces that are remembered for this the oldest is dropped for more than
+    /// mostRetired, and with it every one that is older still counts as stale.
     bool retireNonce(const char* authorization);
+
+    /// A client has one nonce at a time, and there are about as many connections.
+    static constexpr size_t mostRetired = 1000;
 
 private:
     AuthVerdict checkDigest(std::string_view method, std::string_view target, std::string_view authorization,
@@ -64,7 +68,8 @@ private:
     mutable std::atomic<uint32_t> noncesGiven_{0};
 
     mutable std::mutex mutex_;
-    std::set<std::string> retired_; // guarded by mutex_
+    std::set<std::string> retired_; // guarded by mutex_; the oldest first, since a nonce begins with its time
+    std::string newestDropped_;     // guarded by mutex_
 };
 
 } // namespace camsim

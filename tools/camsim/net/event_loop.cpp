@@ -45,10 +45,7 @@ void EventLoop::start() {
 }
 
 void EventLoop::stop() {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        stopping_ = true;
-    }
+    stopping_ = true;
     wake();
     if (thread_.joinable())
         thread_.join();
@@ -93,11 +90,8 @@ void EventLoop::run() {
     for (;;) {
         const int count =
             epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), millisecondsToWait());
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            if (stopping_)
-                return;
-        }
+        if (stopping_)
+            return;
         for (int i = 0; i < count; ++i)
             runTaskOf(events[static_cast<size_t>(i)].data.fd);
         runDueTimers();
@@ -126,7 +120,7 @@ void EventLoop::runDueTimers() {
         Task task;
         {
             const std::lock_guard<std::mutex> lock(mutex_);
-            if (timers_.empty() || timers_.begin()->first.first > now)
+            if (stopping_ || timers_.empty() || timers_.begin()->first.first > now)
                 return;
             task = std::move(timers_.begin()->second);
             due_.erase(timers_.begin()->first.second);

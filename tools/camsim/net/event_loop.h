@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -27,6 +28,8 @@ public:
     /// Ends and joins the thread; what is still registered never runs. May be called twice, not on the loop's
     /// thread.
     void stop();
+    /// Whether stop() has been called: a task that takes long must then give up.
+    bool isStopping() const { return stopping_; }
 
     /// Runs `task` whenever one of `events` (EPOLLIN, ...) holds for `fd`, which stays the caller's; replaces
     /// what was registered for `fd`. Throws std::system_error. A task may run once more while unwatch() is
@@ -52,9 +55,9 @@ private:
     const int epoll_;
     const int wakeUp_;
     std::thread thread_;
+    std::atomic<bool> stopping_{false};
 
     std::mutex mutex_;
-    bool stopping_ = false;                      // guarded by mutex_
     std::map<int, std::shared_ptr<Task>> tasks_; // guarded by mutex_; by descriptor
     std::map<Deadline, Task> timers_;            // guarded by mutex_
     std::map<TimerId, Clock::time_point> due_;   // guarded by mutex_; when each timer of timers_ is due

@@ -1,5 +1,7 @@
 #include "rtsp/media_factory.h"
 
+#include "net/connection_bounds.h"
+#include "net/listeners.h"
 #include "picture/development.h"
 
 #include <cstdio>
@@ -7,15 +9,47 @@
 namespace camsim {
 namespace {
 
+/// Of one camera: two who take picture and sound apart. Each takes up to 25 MB and seven threads, more with
+/// larger pictures.
+constexpr int64_t mostStreams = 4;
+Notice tooManyStreams("RTSP: a camera makes as many streams as it may (" + std::to_string(mostStreams) +
+                      "): more are answered 503");
+
 struct StreamSource {
-    const Camera& camera;
+    Camera& camera;
     const VideoStream stream;
 };
 
-/// What a media was made for.
+/// A media that cannot be prepared. Its client is answered 503; the client of none would be 404.
+struct RefusedMedia {
+    GstRTSPMedia parent;
+};
+
+struct RefusedMediaClass {
+    GstRTSPMediaClass parent;
+};
+
+G_DEFINE_TYPE(RefusedMedia, refused_media, GST_TYPE_RTSP_MEDIA)
+
+void refused_media_class_init(RefusedMediaClass* type) {
+    type->parent.prepare = [](GstRTSPMedia*, GstRTSPThread*) -> gboolean { return FALSE; };
+}
+
+void refused_media_init(RefusedMedia*) {}
+
+/// What a media was made for, as long as there is its pipeline.
 struct MediaOrigin {
-    VideoStream stream;
-    StreamProfile profile;
+    MediaOrigin(const StreamSource& source, StreamProfile made)
+        : camera(source.camera), stream(source.stream), profile(std::move(made)) {
+        ++camera.counters.streams;
+    }
+    ~MediaOrigin() { --camera.counters.streams; }
+    MediaOrigin(const MediaOrigin&) = delete;
+    MediaOrigin& operator=(const MediaOrigin&) = delete;
+
+    Camera& camera;
+    const VideoStream stream;
+    const StreamProfile profile;
 };
 
 constexpr const char* originKey = "camsim-origin";
@@ -160,6 +194,14 @@ void restoreTimes(GstElement* bin) {
     gst_object_unref(encoder);
 }
 
+bool hasRoomForAStream(const Camera& camera) {
+    const bool tooMany = camera.counters.streams >= mostStreams;
+    if (!tooMany && hasDescriptorsForAStream())
+        return true;
+    (tooMany ? tooManyStreams : outOfDescriptors).say();
+    return false;
+}
+
 GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
     const StreamSource& source = sourceOf(factory);
     const StreamProfile profile = streamProfile(source.camera, source.stream);
@@ -176,7 +218,7 @@ GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
         developPicturesOf(bin, source);
     }
     restoreTimes(bin);
-    g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin{source.stream, profile},
+    g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin(source, profile),
                            [](gpointer origin) { delete static_cast<MediaOrigin*>(origin); });
     return bin;
 }
@@ -229,6 +271,14 @@ void configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
         g_signal_connect(media, "prepared", G_CALLBACK(silence), nullptr);
 }
 
+GstRTSPMedia* construct(GstRTSPMediaFactory* factory, const GstRTSPUrl* url) {
+    if (hasRoomForAStream(sourceOf(factory).camera))
+        return GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->construct(factory, url);
+    GObject* media =
+        G_OBJECT(g_object_new(refused_media_get_type(), "element", gst_bin_new(nullptr), nullptr));
+    return GST_RTSP_MEDIA(media);
+}
+
 void finalize(GObject* object) {
     delete reinterpret_cast<VideoFactory*>(object)->source;
     G_OBJECT_CLASS(video_factory_parent_class)->finalize(object);
@@ -236,6 +286,7 @@ void finalize(GObject* object) {
 
 void video_factory_class_init(VideoFactoryClass* type) {
     G_OBJECT_CLASS(type)->finalize = finalize;
+    type->parent.construct = construct;
     type->parent.create_element = createElement;
     type->parent.create_pipeline = createPipeline;
     type->parent.configure = configure;
@@ -245,7 +296,7 @@ void video_factory_init(VideoFactory*) {}
 
 } // namespace
 
-GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, const char* role) {
+GstRTSPMediaFactory* newMediaFactory(Camera& camera, VideoStream stream, const char* role) {
     auto* factory = static_cast<VideoFactory*>(g_object_new(video_factory_get_type(), nullptr));
     factory->source = new StreamSource{camera, std::move(stream)};
     GstRTSPMediaFactory* base = &factory->parent;

@@ -11,7 +11,8 @@ namespace camsim {
 /// when the media is made. Each client gets a media of its own: in a shared one, those who take only the
 /// picture and those who take only the sound hold each other up. `role` may use it. The caller owns it. The
 /// camera must outlive it and its media. All of it belongs to the thread that serves RTSP.
-GstRTSPMediaFactory* newMediaFactory(const Camera& camera, VideoStream stream, const char* role);
+/// Nobody gets a media while there are as many as a camera may serve, or no descriptors for another.
+GstRTSPMediaFactory* newMediaFactory(Camera& camera, VideoStream stream, const char* role);
 
 /// The stream that a factory made by newMediaFactory() serves.
 const VideoStream& streamOf(GstRTSPMediaFactory* factory);

@@ -31,6 +31,7 @@ GstRTSPAuth* makeAuth(const RtspCredentials& credentials) {
 
 RtspServer::RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports, Limits limits)
     : parts_(parts),
+      lookIsDue_(new std::atomic<bool>[parts.cameras.size()]()),
       credentials_(std::move(credentials)),
       limits_(limits),
       full_("RTSP: as many connections are open as may be (" + std::to_string(limits.connections) +
@@ -73,7 +74,10 @@ void RtspServer::settingsChanged(Camera& camera) {
     ports_.settingsChanged(camera);
     if (camera.counters.rtspClients == 0)
         return; // who comes later finds the new settings
+    if (lookIsDue_[camera.index()].exchange(true))
+        return;
     thread_.post([this, &camera] {
+        lookIsDue_[camera.index()] = false;
         if (const auto& service = services_[camera.index()])
             service->closeOutdatedClients();
     });

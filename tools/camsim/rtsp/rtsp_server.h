@@ -10,6 +10,7 @@
 #include "rtsp/rtsp_ports.h"
 #include "rtsp/rtsp_service.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -64,6 +65,9 @@ private:
     void closeAll();
 
     const Parts parts_;
+    /// Per camera, whether its clients are to be looked at already: a request can change settings faster than
+    /// that is done.
+    const std::unique_ptr<std::atomic<bool>[]> lookIsDue_;
     const RtspCredentials credentials_;
     const Limits limits_;
     Notice full_;

@@ -1,6 +1,5 @@
 #include "rtsp/rtsp_service.h"
 
-#include "net/listeners.h"
 #include "net/sockets.h"
 #include "rtsp/media_factory.h"
 
@@ -52,7 +51,7 @@ bool isAuthorized(GstRTSPContext& request) {
     return GST_RTSP_AUTH_GET_CLASS(auth)->authenticate(auth, &request) && request.token != nullptr;
 }
 
-GstRTSPServer* makeServer(const Camera& camera, GstRTSPAuth* auth) {
+GstRTSPServer* makeServer(Camera& camera, GstRTSPAuth* auth) {
     GstRTSPServer* server = gst_rtsp_server_new();
     GstRTSPMountPoints* mounts = gst_rtsp_server_get_mount_points(server);
     for (VideoStream& stream : videoStreams(camera.model())) {
@@ -238,11 +237,6 @@ GstRTSPStatusCode RtspService::admit(GstRTSPClient* client, const GstRTSPContext
         return GST_RTSP_STS_NOT_FOUND;
     const VideoStream stream = streamOf(factory);
     g_object_unref(factory);
-    if (!hasDescriptorsForAStream()) {
-        outOfDescriptors.say();
-        return GST_RTSP_STS_SERVICE_UNAVAILABLE;
-    }
-
     ClientState& state = ClientState::of(client);
     const bool described = request.method == GST_RTSP_SETUP && state.path == stream.path;
     if (!described) {

@@ -109,12 +109,15 @@ const SProblem Problems[] = {
 };
 
 std::string RequestText(const SHttpExchange& exchange) {
-    return exchange.method + " http://" + exchange.address + exchange.path +
+    return exchange.method + " " +
+           (exchange.url.empty() ? "http://" + exchange.address + exchange.path : exchange.url) +
            (exchange.body.empty() ? "" : " with " + exchange.body);
 }
 
 // By what was asked; what was asked first of all goes by the occasion.
 std::string PhaseOf(Occasion occasion, const SHttpExchange& exchange) {
+    if (!exchange.url.empty())
+        return "stream";
     if (exchange.path.find(CapabilityRequest) != std::string::npos)
         return "capability";
     if (exchange.path.find(SettingsRequest) != std::string::npos)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/error.h"
+#include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
-#include "refhost/http/authentication_book.h"
 #include "tools/vornhost/diagnosis/exchange_watch.h"
 
 #include <nlohmann/json.hpp>

@@ -86,13 +86,12 @@ void RequireThreads(const CError& error) {
                        error.getText() + "; see what limits the program's memory and threads (ulimit -a)");
 }
 
-SDiagnosis DiagnoseStream(const CError& error, const std::string& url) {
+SDiagnosis DiagnoseStream(const CError& error, const std::string& request) {
     const std::string& text = error.getText();
     if (IsNoStream(error))
         return {"the model list has no such stream", text, "", "",
                 "see with `vornhost show` which streams the camera has"};
     const bool ofCamera = error.getOrigin() == static_cast<int>(Origin::Device);
-    const std::string request = url.empty() ? "" : "PLAY " + url;
     if (text.find(refhost::BasicRefusedText) != std::string::npos)
         return {"the camera offers Basic authentication alone for its stream, which is refused", "", request,
                 text, "set the camera to Digest, or do without --digest-only"};

@@ -18,6 +18,12 @@ using vorn_gst::v1_0::CGstRef;
 
 constexpr std::chrono::milliseconds ProgressPeriod(250);
 constexpr std::chrono::seconds LongestCompletion(10); // writing the file's index
+// Whoever interrupts waits for the end of the program.
+constexpr std::chrono::milliseconds LongestCompletionWhenInterrupted(700);
+// Of the file's index, which the muxer keeps in memory and writes at the end. A camera that sends key frames
+// as fast as it can, or far apart, must not make it grow: the longer the recording, the coarser.
+constexpr GstClockTime LeastIndexInterval = GST_SECOND;
+constexpr GstClockTime IndexIntervals = 10'000; // in the time of the recording
 // What waits for the other stream: some seconds of the largest one.
 constexpr guint MostWaiting = 32U << 20;
 // Of frames for the same moment; they are parts of one, or the camera's clock stands.
@@ -39,7 +45,7 @@ std::string ResolutionOf(GstPad* pad) {
 // In the queue before the pad; without a queue nothing waits.
 guint WaitingBytes(GstPad* out) {
     const CGstRef<GstElement> element(gst_pad_get_parent_element(out));
-    constexpr guint BufferCost = 512; // besides its bytes
+    constexpr guint BufferCost = 1024; // besides its bytes: it keeps the packet that it came in
     guint bytes = 0;
     guint buffers = 0;
     if (g_object_class_find_property(G_OBJECT_GET_CLASS(element.get()), "current-level-bytes"))
@@ -70,7 +76,8 @@ CError CRecording::link() {
     if (!muxer || !sink)
         return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks matroskamux or fdsink"};
     // The time until the first picture must not become an empty beginning of the file.
-    g_object_set(muxer, "offset-to-zero", TRUE, nullptr);
+    g_object_set(muxer, "offset-to-zero", TRUE, "min-index-interval", LeastIndexInterval, nullptr);
+    muxer_.reset(GST_ELEMENT(gst_object_ref_sink(muxer)));
     g_object_set(sink, "fd", file_.descriptor(), "sync", FALSE, nullptr);
     gst_bin_add_many(GST_BIN(controller_.getPipeline()), muxer, sink, nullptr);
     if (!gst_element_link(muxer, sink) ||
@@ -196,14 +203,21 @@ void CRecording::completeFile() {
             const CGstRef<GstPad> consumer(gst_pad_get_peer(audio_));
             gst_pad_send_event(consumer.get(), gst_event_new_eos());
         }
-        controller_.waitForEnd(LongestCompletion);
+        awaitCompletion();
     }
     controller_.stop();
 }
 
+void CRecording::awaitCompletion() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait_for(lock, LongestCompletion, [this] { return ended_ || interrupted_; });
+    if (interrupted_)
+        changed_.wait_for(lock, LongestCompletionWhenInterrupted, [this] { return ended_; });
+}
+
 void CRecording::interrupt() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    enough_ = true;
+    enough_ = interrupted_ = true;
     changed_.notify_all();
 }
 
@@ -216,9 +230,21 @@ void CRecording::streamEnded() {
 GstPadProbeReturn CRecording::frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer recording) {
     auto& itself = *static_cast<CRecording*>(recording);
     const GstPadProbeReturn result = itself.takeFrame(pad, info);
-    if (result == GST_PAD_PROBE_OK)
+    if (result == GST_PAD_PROBE_OK) {
         itself.letSoundGo();
+        itself.fitIndex();
+    }
     return result;
+}
+
+void CRecording::fitIndex() {
+    GstClockTime span = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        span = last_ - first_;
+    }
+    g_object_set(muxer_.get(), "min-index-interval", std::max(LeastIndexInterval, span / IndexIntervals),
+                 nullptr);
 }
 
 GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstPadProbeInfo* info) {

@@ -47,7 +47,7 @@ public:
     // empty `progress` is not called, any other one several times a second.
     device_handler::v1_0::CError run(const Progress& progress);
 
-    // Ends run(). Callable from any thread.
+    // Ends run(), within a second: what is not in the file by then is left out. Callable from any thread.
     void interrupt();
 
     // Once run() has returned: all there is.
@@ -65,6 +65,7 @@ private:
     GstPadProbeReturn takeSoundEvent(GstEvent* event);
     GstPadProbeReturn recordSound(GstBuffer* sound);
     void letSoundGo();
+    void fitIndex();
     device_handler::v1_0::CError link();
     // The pad that gives the stream to the file; null when it cannot.
     vorn_gst::v1_0::CGstRef<GstPad> linkInput(GstPad* stream, GstElement* muxer, const char* input);
@@ -76,6 +77,7 @@ private:
     device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
     static device_handler::v1_0::CError ofAudio(const std::string& failure);
     void completeFile();
+    void awaitCompletion();
     void streamEnded();
     SRecorded recordedLocked() const; // mutex_ is held
 
@@ -83,6 +85,7 @@ private:
     COutputFile& file_;
     const SRecordingLimits limits_;
     GstPad* const audio_; // null without sound
+    vorn_gst::v1_0::CGstRef<GstElement> muxer_;
     vorn_gst::v1_0::CGstRef<GstPad> pictureOut_;
     vorn_gst::v1_0::CGstRef<GstPad> soundOut_;
     gulong soundBlock_ = 0; // while sound is held back; belongs to the thread that brings the pictures
@@ -90,7 +93,8 @@ private:
     mutable std::mutex mutex_; // guards what follows; no other is taken while it is held
     std::condition_variable changed_;
     bool enough_ = false; // a limit is reached, or it was interrupted: later frames are left out
-    bool ended_ = false;  // the stream has ended
+    bool interrupted_ = false;
+    bool ended_ = false; // the stream has ended
     bool soundEnded_ = false;
     int fileError_ = 0;                                   // the error number of the file's beginning
     std::optional<device_handler::v1_0::CError> failure_; // why the stream was given up

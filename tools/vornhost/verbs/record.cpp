@@ -64,18 +64,15 @@ public:
         if (const CError error = withAudio_ ? findAudio(session, id) : CError::Success())
             WriteMessage(Diagnose(Occasion::Call, error, session.exchanges())
                              .lines(address_ + ": getAudioStreamUrl; the video is recorded alone"));
-        std::string url;
-        (void)session.camera().getVideoStreamUrl(id, url); // without one the pipeline tells why
-        url = refhost::WithoutCredentials(url, session.authentication());
         IStreamController* made = nullptr;
         if (const CError error = session.camera().createVideoStreamPipeline(made, id))
-            return fail(error, url);
+            return fail(error);
         const std::unique_ptr<IStreamController> controller(made);
         GstPad* audio = nullptr;
         if (!audioUrl_.empty())
-            if (const CError error =
-                    refhost::AddRtspAudio(*controller, audioUrl_, session.authentication(), audio))
-                return fail(error, url);
+            if (const CError error = refhost::AddRtspAudio(
+                    *controller, {audioUrl_, address_, session.authentication()}, audio))
+                return fail(error);
         COutputFile file(output_);
         CRecording recording(*controller, file, limits(), audio);
         const CEndRequest interruption([&recording] { recording.interrupt(); });
@@ -87,7 +84,7 @@ public:
             WriteOutput(options.json ? JsonLine(RecordedJson(output_, id.codec, recorded))
                                      : RecordedText(output_, id.codec, recorded));
         if (error)
-            return fail(error, url);
+            return fail(error, controller.get());
         return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
@@ -126,15 +123,21 @@ private:
         return {seconds_, std::chrono::milliseconds(static_cast<long long>(timeout_ * 1000))};
     }
 
-    ExitStatus fail(const CError& error, const std::string& url) const {
+    // `stream` is null where none was made.
+    ExitStatus fail(const CError& error, const IStreamController* stream = nullptr) const {
         RequireThreads(error);
+        const auto requestFor = [stream](refhost::RtspPart part) {
+            return stream ? refhost::RtspRequest(*stream, part) : "";
+        };
         const std::string& ofAudio = refhost::rtsp_failure::OfAudio;
         if (error.getText().compare(0, ofAudio.size(), ofAudio) == 0) {
             const CError itself(static_cast<RtnCode>(error.getCode()), static_cast<Origin>(error.getOrigin()),
                                 error.getText().substr(ofAudio.size()));
-            WriteMessage(DiagnoseStream(itself, audioUrl_).lines(address_ + ": the sound"));
+            WriteMessage(
+                DiagnoseStream(itself, requestFor(refhost::RtspPart::Sound)).lines(address_ + ": the sound"));
         } else {
-            WriteMessage(DiagnoseStream(error, url).lines(address_ + ": " + stream_));
+            WriteMessage(DiagnoseStream(error, requestFor(refhost::RtspPart::Pictures))
+                             .lines(address_ + ": " + stream_));
         }
         return ExitStatus::CallFailed;
     }

@@ -1,4 +1,4 @@
-#include "refhost/http/authentication_book.h"
+#include "refhost/base/authentication_book.h"
 
 #include "host/log.h"
 #include "refhost/base/device_db.h"

@@ -28,8 +28,8 @@ struct SSeenAuthentication {
 // Which devices Basic authentication is refused to, and what each has been seen to want. A device that offers
 // Basic alone is told in the log, once, and once more when it had let in with Digest before.
 //
-// Process-wide, since HTTP is; addresses are as exchanges tell them (ToldAddress in refhost/address.h). Every
-// operation may be called from any thread.
+// Process-wide, since HTTP is, and for a device's streams too; addresses are as exchanges tell them
+// (ToldAddress in refhost/address.h). Every operation may be called from any thread.
 class CAuthenticationBook {
 public:
     static CAuthenticationBook& instance();
@@ -44,7 +44,7 @@ public:
 
     // Takes what the database knows of the device, and keeps it there from now on while the database is open.
     void keepIn(const std::shared_ptr<CDeviceDb>& database, const std::string& address);
-    // Takes in an exchange that is over.
+    // Takes in an exchange that is over, over HTTP or RTSP.
     void note(const SHttpExchange& exchange);
     SSeenAuthentication seen(const std::string& address) const;
 
