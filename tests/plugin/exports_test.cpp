@@ -152,8 +152,9 @@ TEST(Exports, OperationsOfTheLateObjectsAreReachedByName) {
     ASSERT_TRUE(stub.waitForRequests("/cgi-bin/setdata", 1)); // else one dump would serve the next, too
     for (const auto& [operation, arguments, answer] : cases) {
         EXPECT_EQ(answered(operation, arguments), answer) << operation;
-        if (operation == "setting.ReloadSetting")
+        if (operation == "setting.ReloadSetting") {
             ASSERT_TRUE(stub.waitForRequests("/cgi-bin/setdata", 2));
+        }
     }
     EXPECT_EQ(stub.requests("/cgi-bin/setdata").size(), 4U); // and after the write, and asked for
 
