@@ -150,13 +150,9 @@ TEST(Exports, OperationsOfTheLateObjectsAreReachedByName) {
         {"capability.IsAudioSupported", {"1"}, "false"},
         {"capability.SortResolutions", {"2x1", "10x1"}, "true"}};
     ASSERT_TRUE(stub.waitForRequests("/cgi-bin/setdata", 1)); // else one dump would serve the next, too
-    for (const auto& [operation, arguments, answer] : cases) {
+    for (const auto& [operation, arguments, answer] : cases)
         EXPECT_EQ(answered(operation, arguments), answer) << operation;
-        if (operation == "setting.ReloadSetting") {
-            ASSERT_TRUE(stub.waitForRequests("/cgi-bin/setdata", 2));
-        }
-    }
-    EXPECT_EQ(stub.requests("/cgi-bin/setdata").size(), 4U); // and after the write, and asked for
+    EXPECT_EQ(stub.requests("/cgi-bin/setdata").size(), 3U); // at the start, after the write, and asked for
 
     const auto controller = plugin.createPtzController(device, 2, stub.address(), camera);
     controller->setPreset(5, {});
