@@ -209,7 +209,7 @@ public:
     // "/cgi-bin/camposiset", "/cgi-bin/camctrl" and "/cgi-bin/set_patrol", with the model's offsets added to
     // the numbers. Patterns cannot be cleared: (3, 0, "Not supported feature").
 #define VORN_PTZ_REQUEST(NAME, PATH, QUERY, OFFSET, HAS_CHANNEL) CError NAME(int stream, int number) override;
-#include "ptz/ptz_requests.def"
+#include "camera/ptz_requests.def"
     CError clearPtzPatternRecord(int stream, int pattern) override;
     CError cancelPtzPatternRecord(int stream, int pattern) override;
     CError getPtzPatternCount(int stream, CString& count) override; // "PATROLNO", else the base's

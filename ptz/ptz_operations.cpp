@@ -181,7 +181,7 @@ int CPanasonicCamera::signedSpeed(int (CPanasonicCamera::*convert)(int), int spe
         return sendPtzNoReload(PATH + std::string("?" QUERY "=") + Numbered(number, ptzModel().OFFSET) +     \
                                (HAS_CHANNEL ? ChannelPart(stream) : ""));                                    \
     }
-#include "ptz/ptz_requests.def"
+#include "camera/ptz_requests.def"
 
 CError CPanasonicCamera::clearPtzPatternRecord(int /*stream*/, int /*pattern*/) {
     return errors::featureNotSupported();

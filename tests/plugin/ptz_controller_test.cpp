@@ -154,26 +154,27 @@ TEST_F(PtzController, EachCommandIsAnOperationOfTheCameraOnTheControllersChannel
     }
     EXPECT_THAT(
         lines,
-        ElementsAre(
-            "queryMovement: 1 0 PtzEnabled", "moveTo pan tilt zoom: absctrl?pan=11&tilt=0&zoom=33, 1 0 ",
-            "moveBy pan tilt zoom iris focus: camctrl?pan=1&tilt=-1&ch=8, camctrl?zoom=3&ch=8, "
-            "camctrl?focus=-3&ch=8, camctrl?iris=-2&ch=8, 1 0 ",
-            "moveAt pan tilt zoom: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, 1 0 ",
-            "moveAt pan tilt zoom focus iris: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, "
-            "directctrl?focus=-112, " +
-                NoIris,
-            "moveFocusAt speed: directctrl?focus=26, 1 0 ", "moveIrisAt speed: " + NoIris,
-            "setPreset preset: camposiset?presetset=11&ch=8, 1 0 ",
-            "clearPreset preset: camposiset?presetdel=11&ch=8, 1 0 ",
-            "callPreset preset: camctrl?preset=11&ch=8, 1 0 ",
-            "startPatternRecord pattern: set_patrol?recstart=11, 1 0 ",
-            "stopPatternRecord pattern: set_patrol?stop=11, 1 0 ",
-            "selectPattern pattern: set_patrol?play=11, 1 0 ",
-            "clearPatternRecord pattern: 3 0 Not supported feature",
-            "cancelPatternRecord pattern: 3 0 Not supported feature", "openMenu: 3 0 the device has no menu",
-            "closeMenu: 3 0 the device has no menu", "LensRefocus: 3 0 the device has no refocus command",
-            "getPTZPos: absget?page=12345&PAN=&TILT=&ZOOM=, 1 0 pan=1&tilt=0&zoom=0&iris=0&focus=0"
-            "pan=0&tilt=0&zoom=0&iris=0&focus=00100001"));
+        ElementsAre("queryMovement: 1 0 PtzEnabled",
+                    "moveTo pan tilt zoom: absctrl?pan=11&tilt=0&zoom=33, 1 0 ",
+                    "moveBy pan tilt zoom iris focus: camctrl?pan=1&tilt=-1&ch=8, camctrl?zoom=3&ch=8, "
+                    "camctrl?focus=-3&ch=8, camctrl?iris=-2&ch=8, 1 0 ",
+                    "moveAt pan tilt zoom: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, 1 0 ",
+                    "setPreset preset: camposiset?presetset=11&ch=8, 1 0 ",
+                    "clearPreset preset: camposiset?presetdel=11&ch=8, 1 0 ",
+                    "callPreset preset: camctrl?preset=11&ch=8, 1 0 ",
+                    "startPatternRecord pattern: set_patrol?recstart=11, 1 0 ",
+                    "stopPatternRecord pattern: set_patrol?stop=11, 1 0 ",
+                    "selectPattern pattern: set_patrol?play=11, 1 0 ",
+                    "clearPatternRecord pattern: 3 0 Not supported feature",
+                    "cancelPatternRecord pattern: 3 0 Not supported feature",
+                    "openMenu: 3 0 the device has no menu", "closeMenu: 3 0 the device has no menu",
+                    "moveAt pan tilt zoom focus iris: directctrl?rpan=26&tilt=55&rzoom=83&ch=8, "
+                    "directctrl?focus=-112, " +
+                        NoIris,
+                    "LensRefocus: 3 0 the device has no refocus command",
+                    "moveFocusAt speed: directctrl?focus=26, 1 0 ", "moveIrisAt speed: " + NoIris,
+                    "getPTZPos: absget?page=12345&PAN=&TILT=&ZOOM=, 1 0 pan=1&tilt=0&zoom=0&iris=0&focus=0"
+                    "pan=0&tilt=0&zoom=0&iris=0&focus=00100001"));
 }
 
 TEST_F(PtzController, AMoveOfEveryAxisEndsWithTheFirstFailure) {
