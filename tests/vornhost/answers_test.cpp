@@ -1,14 +1,9 @@
-#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/calls/answer_text.h"
 
 #include <gtest/gtest.h>
 
 namespace corvane::vornhost {
 namespace {
-
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SAnswer;
 
 std::string Line(const SAnswer& answer, const SCall& call = {"op", {}}) {
     return JsonLine(AnswerJson(call, {answer, 0.40004}));

@@ -1,8 +1,8 @@
 // The watch over streams that end and come back, and its lines, without a camera.
 
 #include "tests/support/wait_until.h"
-#include "tools/vornhost/console/line_writer.h"
-#include "tools/vornhost/events/event_lines.h"
+#include "tools/vornhost/console/output_thread.h"
+#include "tools/vornhost/events/event_text.h"
 #include "tools/vornhost/events/event_watch.h"
 
 #include <gmock/gmock.h>
@@ -13,10 +13,7 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::DryContactActive;
 using device_handler::v1_0::DryContactInactive;
-using device_handler::v1_0::SStreamEvent;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 using Kind = SStreamEvent::Kind;
@@ -155,9 +152,9 @@ private:
     int ends_[2] = {};
 };
 
-TEST(LineWriter, AReaderThatDoesNotReadHoldsNobodyUp) {
+TEST(OutputThread, AReaderThatDoesNotReadHoldsNobodyUp) {
     const CUnreadOutput output;
-    CLineWriter lines;
+    COutputThread lines;
     for (int i = 0; i < 10'000; ++i) // more than a pipe takes
         lines.add("a line that is written as a whole\n");
     lines.finish(milliseconds(10));

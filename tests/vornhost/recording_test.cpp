@@ -15,9 +15,7 @@ namespace corvane::vornhost {
 namespace {
 
 using namespace vornhost_test;
-using device_handler::v1_0::CError;
 using testing::ElementsAre;
-using vorn_gst::v1_0::CGstRef;
 
 constexpr GstClockTime Untimed = GST_CLOCK_TIME_NONE;
 

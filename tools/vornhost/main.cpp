@@ -1,7 +1,7 @@
 #include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
-#include "tools/vornhost/console/output.h"
 #include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/session/options.h"
 #include "tools/vornhost/verbs/verb.h"

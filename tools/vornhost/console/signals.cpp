@@ -1,6 +1,6 @@
 #include "tools/vornhost/console/signals.h"
 
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
 
 #include <mutex>
 #include <pthread.h>

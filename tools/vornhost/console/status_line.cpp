@@ -1,6 +1,6 @@
 #include "tools/vornhost/console/status_line.h"
 
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>

@@ -9,9 +9,6 @@
 
 namespace corvane::vornhost {
 
-using refhost::CharacterAt;
-using refhost::SCharacter;
-
 namespace {
 
 std::size_t WidthOf(char32_t code) {
@@ -25,7 +22,7 @@ std::size_t EndOfFitting(const std::string& text, std::size_t start, std::size_t
     std::size_t used = 0;
     std::size_t at = start;
     while (at < text.size()) {
-        const SCharacter character = CharacterAt(text, at);
+        const auto character = refhost::CharacterAt(text, at);
         used += WidthOf(character.code);
         if (used > width && at > start)
             break;
@@ -41,7 +38,7 @@ std::string PrintableText(const std::string& text) {
         return refhost::PrintableText(text);
     std::size_t end = 0;
     while (end < MostForEyes)
-        end += CharacterAt(text, end).length;
+        end += refhost::CharacterAt(text, end).length;
     return refhost::PrintableText(text.substr(0, end)) + "... and " + std::to_string(text.size() - end) +
            " bytes more";
 }
@@ -49,7 +46,7 @@ std::string PrintableText(const std::string& text) {
 std::size_t DisplayWidth(const std::string& text) {
     std::size_t width = 0;
     for (std::size_t at = 0; at < text.size();) {
-        const SCharacter character = CharacterAt(text, at);
+        const auto character = refhost::CharacterAt(text, at);
         width += WidthOf(character.code);
         at += character.length;
     }
@@ -85,10 +82,18 @@ std::string Join(const std::vector<std::string>& texts, const std::string& separ
     return joined;
 }
 
-std::string MillisecondsText(double milliseconds) {
-    char text[32];
-    (void)std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
+std::string Decimals(double value, int decimals) {
+    char text[64];
+    (void)std::snprintf(text, sizeof text, "%.*f", decimals, value);
     return text;
+}
+
+std::string MillisecondsText(double milliseconds) {
+    return Decimals(milliseconds, 1) + " ms";
+}
+
+std::string SecondsText(double seconds) {
+    return Decimals(seconds, 1) + " s";
 }
 
 } // namespace corvane::vornhost

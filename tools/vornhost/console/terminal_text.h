@@ -22,7 +22,9 @@ std::vector<std::string> Wrap(const std::string& text, std::size_t width);
 // The texts with a separator between them.
 std::string Join(const std::vector<std::string>& texts, const std::string& separator);
 
-// "22.8 ms"
+// A number with so many decimals; durations: "22.8 ms", "12.3 s".
+std::string Decimals(double value, int decimals);
 std::string MillisecondsText(double milliseconds);
+std::string SecondsText(double seconds);
 
 } // namespace corvane::vornhost

@@ -8,12 +8,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using refhost::HttpFailure;
-using refhost::SHttpExchange;
-
 constexpr const char* CapabilityRequest = "get_capability";
 constexpr const char* IdentityRequest = "getinfo";
 constexpr const char* SettingsRequest = "setdata";
@@ -32,7 +26,7 @@ struct SEvidence {
         return exchange && !exchange->failure.empty() && from <= exchange->status && exchange->status <= to;
     }
     bool isCode(RtnCode code) const { return error.getCode() == static_cast<int>(code); }
-    // Other things may be not set too.
+    // NotSet alone does not tell what is missing.
     bool wantsCredentials() const {
         return isCode(RtnCode::AuthenticationFailed) ||
                (isCode(RtnCode::NotSet) && error.getText().find("Authentication") != std::string::npos);
@@ -52,7 +46,7 @@ struct SProblem {
 constexpr const char* WeakerAuthentication = "authentication-weaker";
 constexpr const char* OfferedBasicAlone = "401 Unauthorized, and Basic authentication alone is offered";
 
-// The first that applies tells.
+// The first row that applies is taken.
 const SProblem Problems[] = {
     {[](const SEvidence& e) { return e.failedBy(HttpFailure::NameNotFound); }, "no host has this name",
      "look for a slip of the pen in ADDRESS, or give the dotted address"},
@@ -114,7 +108,7 @@ std::string RequestText(const SHttpExchange& exchange) {
            (exchange.body.empty() ? "" : " with " + exchange.body);
 }
 
-// By what was asked; what was asked first of all goes by the occasion.
+// What the exchange was for: by its request and, where that does not tell, by the occasion.
 std::string PhaseOf(Occasion occasion, const SHttpExchange& exchange) {
     if (!exchange.url.empty())
         return "stream";
@@ -153,8 +147,8 @@ SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
     return diagnosis;
 }
 
-// An initialisation that came to the capability failed there: other requests run beside it. An identification
-// fails without a failing request when the camera is slow.
+// An initialisation that asked for the capability failed there; other requests run at the same time. An
+// identification fails without a failing request when the camera is slow.
 std::optional<SHttpExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
     if (occasion == Occasion::Initialisation)
         if (auto capability = exchanges.lastOf(CapabilityRequest))
@@ -205,9 +199,9 @@ std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthenticat
     return diagnosis;
 }
 
-nlohmann::ordered_json ProblemObject(const SDiagnosis& diagnosis) {
+ordered_json ProblemObject(const SDiagnosis& diagnosis) {
     if (diagnosis.cause.empty())
-        return nlohmann::ordered_json::object();
+        return ordered_json::object();
     return {{"cause", diagnosis.cause},   {"certain", diagnosis.isCertain}, {"phase", diagnosis.phase},
             {"asked", diagnosis.request}, {"answered", diagnosis.reply},    {"try", diagnosis.advice}};
 }

@@ -8,8 +8,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using refhost::SHttpExchange;
-
 constexpr std::size_t Remembered = 64;
 
 bool Failed(const SHttpExchange& exchange) {

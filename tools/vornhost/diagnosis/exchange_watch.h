@@ -1,6 +1,6 @@
 #pragma once
 
-#include "refhost/base/log.h"
+#include "tools/vornhost/names.h"
 
 #include <deque>
 #include <mutex>
@@ -20,20 +20,20 @@ public:
     CExchangeWatch& operator=(const CExchangeWatch&) = delete;
 
     // The latest that failed; the latest whose path holds the text.
-    std::optional<refhost::SHttpExchange> lastFailing() const;
-    std::optional<refhost::SHttpExchange> lastOf(const std::string& path) const;
+    std::optional<SHttpExchange> lastFailing() const;
+    std::optional<SHttpExchange> lastOf(const std::string& path) const;
 
     // Oldest first.
-    std::vector<refhost::SHttpExchange> all() const;
+    std::vector<SHttpExchange> all() const;
     // Forgets all; hands those out that failed.
-    std::vector<refhost::SHttpExchange> takeFailing();
+    std::vector<SHttpExchange> takeFailing();
 
 private:
-    void note(const refhost::SHttpExchange& exchange);
+    void note(const SHttpExchange& exchange);
 
     const std::string address_;
     mutable std::mutex mutex_; // guards latest_
-    std::deque<refhost::SHttpExchange> latest_;
+    std::deque<SHttpExchange> latest_;
 };
 
 } // namespace corvane::vornhost

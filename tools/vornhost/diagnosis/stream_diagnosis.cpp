@@ -1,6 +1,5 @@
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 
-#include "host/stream_controller.h"
 #include "refhost/base/auth_scheme.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "tools/vornhost/console/exit_status.h"
@@ -11,9 +10,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 namespace failure = refhost::rtsp_failure;
 
 struct SStreamProblem {
@@ -24,7 +20,7 @@ struct SStreamProblem {
 
 const std::string Status = failure::Status;
 
-// The first that the failure's text begins with tells.
+// The first row whose beginning the failure's text has is taken.
 const SStreamProblem Problems[] = {
     {Status + "3", "the camera sends the stream's viewers elsewhere, where nobody is asked for it",
      "see whether it is the camera itself that answers at this address"},

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/error.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 
 #include <string>
@@ -8,10 +7,10 @@
 namespace corvane::vornhost {
 
 // Ends the program, with ExitStatus::NotStarted, when it is this machine that has no thread for a stream.
-void RequireThreads(const device_handler::v1_0::CError& error);
+void RequireThreads(const CError& error);
 
 // Why a stream could not be had, or not to its end. `request` is what its camera was asked last, without
 // credentials; empty when it was not asked.
-SDiagnosis DiagnoseStream(const device_handler::v1_0::CError& error, const std::string& request);
+SDiagnosis DiagnoseStream(const CError& error, const std::string& request);
 
 } // namespace corvane::vornhost

@@ -1,6 +1,6 @@
 #include "tools/vornhost/events/alarm_input_levels.h"
 
-#include "tools/vornhost/calls/invocation.h"
+#include "tools/vornhost/calls/call.h"
 
 #include <charconv>
 #include <sstream>
@@ -39,10 +39,8 @@ std::variant<std::map<int, std::string>, SDiagnosis> AskAlarmInputLevels(CDevice
         if (timed.succeeded() && !timed.answer.values.empty())
             return ReadLevels(timed.answer.values.front());
         return Diagnose(Occasion::Call, *timed.answer.error, session.exchanges());
-    } catch (const device_handler::v1_0::COperationError& error) { // the camera is not initialised
-        SDiagnosis diagnosis;
-        diagnosis.problem = error.what();
-        return diagnosis;
+    } catch (const COperationError& error) { // the camera is not initialised
+        return SDiagnosis{error.what()};
     }
 }
 

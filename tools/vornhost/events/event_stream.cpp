@@ -6,15 +6,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::CString;
-using device_handler::v1_0::IStreamController;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SStreamEnd;
-using device_handler::v1_0::SStreamEvent;
-using vorn_camera_base::v1_0::CVornCamera;
-
 void RequireSuccess(const CError& error) {
     if (error)
         throw CEventStreamError(error);

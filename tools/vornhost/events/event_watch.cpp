@@ -6,9 +6,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::SStreamEvent;
-
 constexpr std::chrono::hours Forever{24 * 366 * 10};
 
 } // namespace

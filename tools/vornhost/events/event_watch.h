@@ -31,11 +31,11 @@ public:
 
     struct SReports {
         // On the stream's threads; must return at once.
-        std::function<void(const device_handler::v1_0::SStreamEvent&)> event;
+        std::function<void(const SStreamEvent&)> event;
         // The others on the thread of run(): no event has come since the start or the loss, told once;
         std::function<void()> nothingComes;
         // the camera is lost and another stream will be made, told once a gap;
-        std::function<void(const device_handler::v1_0::CError&)> lost;
+        std::function<void(const CError&)> lost;
         // events come again, that long after the loss.
         std::function<void(std::chrono::duration<double>)> back;
     };
@@ -50,7 +50,7 @@ public:
     void interrupt();
 
     // Of Ending::StreamEnded: the failure that has ended the stream; success for an end-of-stream.
-    const device_handler::v1_0::CError& streamError() const { return streamError_; }
+    const CError& streamError() const { return streamError_; }
     // Whether any event but an end-of-stream has ever come; once run() has returned.
     bool anythingCame() const { return anythingCame_; }
 
@@ -80,7 +80,7 @@ private:
     bool eventCame_ = false;   // of the present stream
     bool streamEnded_ = false; // likewise
     bool anythingCame_ = false;
-    device_handler::v1_0::CError streamError_ = device_handler::v1_0::CError::Success();
+    CError streamError_ = CError::Success();
 };
 
 } // namespace corvane::vornhost

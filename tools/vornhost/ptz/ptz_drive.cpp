@@ -1,8 +1,8 @@
 #include "tools/vornhost/ptz/ptz_drive.h"
 
-#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/keyboard.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
@@ -20,10 +20,10 @@ constexpr const char* KeyHelp =
     "arrows: pan, tilt   + -: zoom   0-9: call a preset   p 0-9: save it   [ ]: speed   space: stop   q: "
     "leave\n";
 
-nlohmann::ordered_json CommandJson(const SPtzCommand& command, const STimedAnswer& timed) {
-    nlohmann::ordered_json json{{"key", command.key}, {"operation", command.call.operation}};
+ordered_json CommandJson(const SPtzCommand& command, const STimedAnswer& timed) {
+    ordered_json json{{"key", command.key}, {"operation", command.call.operation}};
     json.update(ErrorMembers(*timed.answer.error));
-    json["ms"] = RoundedMilliseconds(timed.milliseconds);
+    json["ms"] = ThreeDecimals(timed.milliseconds);
     return json;
 }
 
@@ -73,7 +73,7 @@ bool CPtzDrive::run() {
     return allSucceeded_;
 }
 
-// Every one, since nobody's impatience may leave the camera moving.
+// Every signal is taken: a second Ctrl-C must not end the program while the camera still moves.
 void CPtzDrive::takeSignals() {
     endRequest_.emplace([this] { inbox_->post([this] { pilot_.leave(); }); }, SignalsTaken::Every);
 }
@@ -181,7 +181,7 @@ void CPtzDrive::askPosition() {
     if (!status_.isShown() || pilot_.isBusy() || !time || now < *time)
         return;
     const auto done = [this, inbox = inbox_](const STimedAnswer& timed) {
-        const std::vector<std::string>& values = timed.answer.values;
+        const Texts& values = timed.answer.values;
         const auto position =
             timed.succeeded() && !values.empty() ? std::optional(values.front()) : std::nullopt;
         inbox->post([this, position] { position_.answered(position, Clock::now()); });

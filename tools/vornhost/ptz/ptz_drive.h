@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/vornhost/calls/answer_lines.h"
+#include "tools/vornhost/console/polled_output.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/task_inbox.h"
@@ -56,7 +56,7 @@ private:
     CPtzPilot pilot_;
     CPtzPositionWatch position_;
     CStatusLine status_;
-    CAnswerLines answers_;
+    CPolledOutput answers_;
     std::optional<CEndRequest> endRequest_;
     bool isInputOpen_ = true;
     bool allSucceeded_ = true;

@@ -69,7 +69,7 @@ void CPtzPilot::move(const SPtzKey& key, Time now) {
 
 void CPtzPilot::usePreset(const SPtzKey& key, bool isToBeSaved) {
     const std::string name = (isToBeSaved ? "p" : "") + key.name;
-    // A movement that is in force would be sent again behind the preset's back.
+    // While its key is held the movement would go on after the preset.
     if (!wanted_.isNone())
         stop(name);
     const std::string operation = isToBeSaved ? "controller.setPreset" : "controller.callPreset";

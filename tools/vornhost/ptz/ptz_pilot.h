@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/vornhost/calls/invocation.h"
+#include "tools/vornhost/calls/call.h"
 #include "tools/vornhost/ptz/ptz_keys.h"
 
 #include <chrono>
@@ -85,7 +85,7 @@ private:
     bool hasStoppedForLeaving_ = false;
     bool mayMove_ = false;
     SMovement wanted_; // of the key that is held
-    Time holdUntil_;   // while something is wanted
+    Time holdUntil_;   // of wanted_
     std::optional<SPtzCommand> onItsWay_;
     // What waits, in the order in which it goes out.
     std::optional<SPtzCommand> waitingStop_;

@@ -1,6 +1,5 @@
 #include "tools/vornhost/recording/recording.h"
 
-#include "host/gst_object.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <algorithm>
@@ -10,23 +9,18 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SStreamEnd;
-using vorn_gst::v1_0::CGstRef;
-
 constexpr std::chrono::milliseconds ProgressPeriod(250);
 constexpr std::chrono::seconds LongestCompletion(10); // writing the file's index
-// Whoever interrupts waits for the end of the program.
+// Shorter, because whoever interrupts waits for the program to end.
 constexpr std::chrono::milliseconds LongestCompletionWhenInterrupted(700);
-// Of the file's index, which the muxer keeps in memory and writes at the end. A camera that sends key frames
-// as fast as it can, or far apart, must not make it grow: the longer the recording, the coarser.
+// Between two entries of the file's index, which the muxer keeps in memory and writes at the end. However
+// long the recording and however many its key frames, the index must not grow without limit: the longer the
+// recording, the coarser it is.
 constexpr GstClockTime LeastIndexInterval = GST_SECOND;
 constexpr GstClockTime IndexIntervals = 10'000; // in the time of the recording
-// What waits for the other stream: some seconds of the largest one.
+// Bytes of one stream that may wait for the other: some seconds of the largest.
 constexpr guint MostWaiting = 32U << 20;
-// Of frames for the same moment; they are parts of one, or the camera's clock stands.
+// Of frames with the same time: either they are parts of one frame, or the camera's clock stands.
 constexpr gsize MostOfOneTime = gsize{32} << 20;
 
 std::string ResolutionOf(GstPad* pad) {
@@ -42,7 +36,7 @@ std::string ResolutionOf(GstPad* pad) {
     return known ? std::to_string(width) + "x" + std::to_string(height) : "";
 }
 
-// In the queue before the pad; without a queue nothing waits.
+// What waits in the queue before the pad; nothing where there is none.
 guint WaitingBytes(GstPad* out) {
     const CGstRef<GstElement> element(gst_pad_get_parent_element(out));
     constexpr guint BufferCost = 1024; // besides its bytes: it keeps the packet that it came in
@@ -54,7 +48,7 @@ guint WaitingBytes(GstPad* out) {
     return bytes + buffers * BufferCost;
 }
 
-std::string SecondsText(std::chrono::milliseconds time) {
+std::string PatienceText(std::chrono::milliseconds time) {
     std::ostringstream text; // without the zeros behind the point
     text << static_cast<double>(time.count()) / 1000 << " s";
     return text.str();
@@ -62,8 +56,8 @@ std::string SecondsText(std::chrono::milliseconds time) {
 
 } // namespace
 
-CRecording::CRecording(device_handler::v1_0::IStreamController& controller, COutputFile& file,
-                       SRecordingLimits limits, GstPad* audio)
+CRecording::CRecording(IStreamController& controller, COutputFile& file, SRecordingLimits limits,
+                       GstPad* audio)
     : controller_(controller), file_(file), limits_(limits), audio_(audio) {}
 
 CRecording::~CRecording() {
@@ -108,8 +102,8 @@ void CRecording::letSoundGo() {
     soundBlock_ = 0;
 }
 
-// Of two streams each has a queue that never holds its stream up: the file waits for one when the other is
-// ahead, and neither may hold up the end of the other. What waits is bounded where it comes.
+// The file waits for the stream that is behind. With sound each stream has a queue without a limit, so that
+// one that waits holds up neither the other nor its own end; goesOn() and takeSound() bound what waits.
 CGstRef<GstPad> CRecording::linkInput(GstPad* stream, GstElement* muxer, const char* input) {
     const CGstRef<GstPad> place(gst_element_request_pad_simple(muxer, input));
     const auto isLinked = [](GstPad* from, GstPad* to) {
@@ -177,7 +171,7 @@ std::optional<CError> CRecording::silence() const {
     };
     if (!isSilentSince(lastCame_) && !(audio_ && isSilentSince(lastSoundCame_)))
         return std::nullopt;
-    const std::string time = SecondsText(limits_.silence);
+    const std::string time = PatienceText(limits_.silence);
     return isSilentSince(lastCame_)
                ? CError(RtnCode::NotAccessible, Origin::General, "no data within " + time)
                : ofAudio("no sound within " + time);
@@ -273,7 +267,7 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstPadProbeInfo* info) {
     return GST_PAD_PROBE_OK;
 }
 
-// A stream whose time stands would never be enough.
+// A stream whose time stands would never reach the limit.
 bool CRecording::goesOn(GstClockTime time, gsize size) {
     if (frames_ == 0 || time > last_) {
         last_ = time;
@@ -294,8 +288,8 @@ void CRecording::giveUp(const CError& failure) {
     changed_.notify_all();
 }
 
-// Of frames that came at the same time only the first is given it, but the later ones need each of them: they
-// get the time of the one before.
+// Of frames with the same time GStreamer gives it to the first only. The others are needed too: each gets the
+// time of the one before.
 GstClockTime CRecording::timeOfFrame(GstPadProbeInfo* info) const {
     GstBuffer* frame = GST_PAD_PROBE_INFO_BUFFER(info);
     if (!GST_BUFFER_PTS_IS_VALID(frame) && frames_ > 0) {
@@ -334,7 +328,7 @@ GstPadProbeReturn CRecording::recordSound(GstBuffer* sound) {
     return GST_PAD_PROBE_OK;
 }
 
-// The pictures alone would go on, and the file wait for the sound.
+// Without this the recording would go on, and the file wait for sound that never comes.
 GstPadProbeReturn CRecording::takeSoundEvent(GstEvent* event) {
     if (GST_EVENT_TYPE(event) == GST_EVENT_EOS) {
         const std::lock_guard<std::mutex> lock(mutex_);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/gst_object.h"
-#include "host/stream_controller.h"
-#include "tools/vornhost/console/output_file.h"
+#include "tools/vornhost/names.h"
+#include "tools/vornhost/recording/output_file.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -36,8 +35,8 @@ public:
     // Links the file behind the stream. Both are kept and must outlive the recording; `controller` has not
     // been started. `audio` is where the stream's sound comes out, which goes into the same file; null
     // without.
-    CRecording(device_handler::v1_0::IStreamController& controller, COutputFile& file,
-               SRecordingLimits limits, GstPad* audio = nullptr);
+    CRecording(IStreamController& controller, COutputFile& file, SRecordingLimits limits,
+               GstPad* audio = nullptr);
     // Stops the stream.
     ~CRecording();
     CRecording(const CRecording&) = delete;
@@ -45,7 +44,7 @@ public:
 
     // Records until a limit is reached, it is interrupted (both a success), or the stream ends by itself. An
     // empty `progress` is not called, any other one several times a second.
-    device_handler::v1_0::CError run(const Progress& progress);
+    CError run(const Progress& progress);
 
     // Ends run(), within a second: what is not in the file by then is left out. Callable from any thread.
     void interrupt();
@@ -66,28 +65,28 @@ private:
     GstPadProbeReturn recordSound(GstBuffer* sound);
     void letSoundGo();
     void fitIndex();
-    device_handler::v1_0::CError link();
+    CError link();
     // The pad that gives the stream to the file; null when it cannot.
-    vorn_gst::v1_0::CGstRef<GstPad> linkInput(GstPad* stream, GstElement* muxer, const char* input);
+    CGstRef<GstPad> linkInput(GstPad* stream, GstElement* muxer, const char* input);
     void observeSound();
-    bool goesOn(GstClockTime time, gsize size);                  // mutex_ is held
-    void giveUp(const device_handler::v1_0::CError& failure);    // likewise
-    std::optional<device_handler::v1_0::CError> silence() const; // mutex_ is held
-    device_handler::v1_0::CError awaitEnd(const Progress& progress);
-    device_handler::v1_0::CError cannotBeWritten(const std::string& reason) const;
-    static device_handler::v1_0::CError ofAudio(const std::string& failure);
+    bool goesOn(GstClockTime time, gsize size); // mutex_ is held
+    void giveUp(const CError& failure);         // likewise
+    std::optional<CError> silence() const;      // mutex_ is held
+    CError awaitEnd(const Progress& progress);
+    CError cannotBeWritten(const std::string& reason) const;
+    static CError ofAudio(const std::string& failure);
     void completeFile();
     void awaitCompletion();
     void streamEnded();
     SRecorded recordedLocked() const; // mutex_ is held
 
-    device_handler::v1_0::IStreamController& controller_;
+    IStreamController& controller_;
     COutputFile& file_;
     const SRecordingLimits limits_;
     GstPad* const audio_; // null without sound
-    vorn_gst::v1_0::CGstRef<GstElement> muxer_;
-    vorn_gst::v1_0::CGstRef<GstPad> pictureOut_;
-    vorn_gst::v1_0::CGstRef<GstPad> soundOut_;
+    CGstRef<GstElement> muxer_;
+    CGstRef<GstPad> pictureOut_;
+    CGstRef<GstPad> soundOut_;
     gulong soundBlock_ = 0; // while sound is held back; belongs to the thread that brings the pictures
 
     mutable std::mutex mutex_; // guards what follows; no other is taken while it is held
@@ -96,9 +95,9 @@ private:
     bool interrupted_ = false;
     bool ended_ = false; // the stream has ended
     bool soundEnded_ = false;
-    int fileError_ = 0;                                   // the error number of the file's beginning
-    std::optional<device_handler::v1_0::CError> failure_; // why the stream was given up
-    gsize standing_ = 0;                                  // bytes that have come since the time went on
+    int fileError_ = 0;             // the error number of the file's beginning
+    std::optional<CError> failure_; // why the stream was given up
+    gsize standing_ = 0;            // bytes that have come since the time went on
     long long frames_ = 0;
     GstClockTime first_ = 0; // the first frame's time and the last one's, in ns
     GstClockTime last_ = 0;

@@ -1,19 +1,10 @@
 #include "tools/vornhost/recording/recording_text.h"
 
-#include <cmath>
-#include <cstdio>
+#include "tools/vornhost/console/json_line.h"
+#include "tools/vornhost/console/terminal_text.h"
 
 namespace corvane::vornhost {
 namespace {
-
-using device_handler::v1_0::FindCodecName;
-using device_handler::v1_0::VideoCodec;
-
-std::string Decimals(double value, int decimals) {
-    char text[64];
-    (void)std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    return text;
-}
 
 std::string BytesText(long long bytes) {
     static constexpr const char* Units[] = {"B", "kB", "MB", "GB", "TB"};
@@ -32,19 +23,19 @@ std::string AmountText(const SRecorded& recorded) {
 }
 
 std::string CodecText(VideoCodec codec) {
-    const auto* const name = FindCodecName(codec);
+    const auto* const name = device_handler::v1_0::FindCodecName(codec);
     return name ? name->name : std::to_string(static_cast<int>(codec));
 }
 
 } // namespace
 
-nlohmann::ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
-    nlohmann::ordered_json json{{"output", file},
-                                {"codec", CodecText(codec)},
-                                {"resolution", recorded.resolution},
-                                {"frames", recorded.frames},
-                                {"bytes", recorded.bytes},
-                                {"seconds", std::round(recorded.seconds * 1000) / 1000}};
+ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
+    ordered_json json{{"output", file},
+                      {"codec", CodecText(codec)},
+                      {"resolution", recorded.resolution},
+                      {"frames", recorded.frames},
+                      {"bytes", recorded.bytes},
+                      {"seconds", ThreeDecimals(recorded.seconds)}};
     if (recorded.sounds > 0)
         json["audio"] = {{"codec", device_handler::v1_0::G726Name}, {"packets", recorded.sounds}};
     return json;
@@ -53,7 +44,7 @@ nlohmann::ordered_json RecordedJson(const std::string& file, VideoCodec codec, c
 std::string RecordedText(const std::string& file, VideoCodec codec, const SRecorded& recorded) {
     if (recorded.frames == 0)
         return "nothing recorded\n";
-    return file + ": " + Decimals(recorded.seconds, 1) + " s of " + CodecText(codec) +
+    return file + ": " + SecondsText(recorded.seconds) + " of " + CodecText(codec) +
            (recorded.resolution.empty() ? "" : " in " + recorded.resolution) +
            (recorded.sounds == 0 ? "" : std::string(" with ") + device_handler::v1_0::G726Name + " sound") +
            ", " + AmountText(recorded) + "\n";
@@ -70,9 +61,8 @@ CRecording::Progress CProgressLine::writer() {
 void CProgressLine::show(const SRecorded& recorded) {
     const double rate =
         recorded.seconds > 0 ? static_cast<double>(recorded.bytes) * 8 / 1000 / recorded.seconds : 0;
-    line_.show(Decimals(recorded.seconds, 1) + " s" +
-               (seconds_ ? " of " + Decimals(*seconds_, 1) + " s" : "") + ", " + AmountText(recorded) + ", " +
-               Decimals(rate, 0) + " kbit/s");
+    line_.show(SecondsText(recorded.seconds) + (seconds_ ? " of " + SecondsText(*seconds_) : "") + ", " +
+               AmountText(recorded) + ", " + Decimals(rate, 0) + " kbit/s");
 }
 
 } // namespace corvane::vornhost

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "host/stream_id.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/recording/recording.h"
-
-#include <nlohmann/json.hpp>
 
 #include <optional>
 #include <string>
@@ -12,10 +9,8 @@
 namespace corvane::vornhost {
 
 // What has been recorded, for programs and for eyes (a line with its end).
-nlohmann::ordered_json RecordedJson(const std::string& file, device_handler::v1_0::VideoCodec codec,
-                                    const SRecorded& recorded);
-std::string RecordedText(const std::string& file, device_handler::v1_0::VideoCodec codec,
-                         const SRecorded& recorded);
+ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded);
+std::string RecordedText(const std::string& file, VideoCodec codec, const SRecorded& recorded);
 
 // How far a recording is, on the status line. Belongs to one thread.
 class CProgressLine {

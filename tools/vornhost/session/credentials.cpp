@@ -1,6 +1,5 @@
 #include "tools/vornhost/session/credentials.h"
 
-#include "refhost/base/log.h"
 #include "tools/vornhost/console/environment.h"
 #include "tools/vornhost/console/exit_status.h"
 
@@ -10,9 +9,6 @@
 
 namespace corvane::vornhost {
 namespace {
-
-using device_handler::v1_0::CAuthentication;
-using device_handler::v1_0::SFamily;
 
 constexpr const char* UserVariable = "VORNHOST_USER";
 constexpr const char* PasswordVariable = "VORNHOST_PASSWORD";

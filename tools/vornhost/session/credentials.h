@@ -1,7 +1,6 @@
 #pragma once
 
-#include "host/authentication.h"
-#include "host/model_info.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/session/options.h"
 
 #include <optional>
@@ -20,7 +19,7 @@ public:
     static CCredentials given(const std::string& user, const std::string& passwordFile);
 
     // For a device of this family; null when the family is not known.
-    device_handler::v1_0::CAuthentication forFamily(const device_handler::v1_0::SFamily* family) const;
+    CAuthentication forFamily(const SFamily* family) const;
 
 private:
     bool none_ = false;

@@ -1,21 +1,11 @@
 #include "tools/vornhost/session/device_session.h"
 
-#include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
 
 #include <utility>
 
 namespace corvane::vornhost {
 namespace {
-
-using device_handler::v1_0::CAuthentication;
-using device_handler::v1_0::CDeviceId;
-using device_handler::v1_0::CError;
-using device_handler::v1_0::COperationRegistry;
-using device_handler::v1_0::COptional;
-using device_handler::v1_0::CVornModelList;
-using device_handler::v1_0::SModelInfo;
-using refhost::CDeviceDb;
 
 constexpr int FirstInput = 0;
 
@@ -24,9 +14,9 @@ std::string CheckedAddress(const std::string& address) {
     return address;
 }
 
-std::shared_ptr<CDeviceDb> OpenDatabase(const SOptions& options) {
+std::shared_ptr<refhost::CDeviceDb> OpenDatabase(const SOptions& options) {
     try {
-        return CDeviceDb::open(options.databaseFile);
+        return refhost::CDeviceDb::open(options.databaseFile);
     } catch (const refhost::CDeviceDbError& error) {
         throw CFailure(ExitStatus::WrongUsage, std::string("--db: ") + error.what());
     }
@@ -80,7 +70,7 @@ std::optional<SDiagnosis> CDeviceSession::start() {
     return initialize();
 }
 
-// For a camera object that nobody initialises, so that any will do.
+// The camera object is not initialised, so that any family will do.
 std::string CDeviceSession::anyFamily() const {
     if (const auto* family = plugin_.firstFamily())
         return family->name;
@@ -101,7 +91,7 @@ void CDeviceSession::takeFamily(const std::string& familyName, const std::string
     familyName_ = familyName;
     serialNumber_ = serialNumber;
     applyRuleOf(familyName);
-    // A record that has the family already may know the serial number too.
+    // Without a serial number a record of the same family is kept: it may have one.
     if (!serialNumber.empty() || database_->familyAt(address_).value_or("") != familyName)
         database_->registerDevice(address_, familyName, serialNumber);
     applyCredentials();
@@ -113,8 +103,7 @@ CError CDeviceSession::databaseFailure() const {
         database_->requireWritable();
         return CError::Success();
     } catch (const refhost::CDeviceDbError& error) {
-        return {device_handler::v1_0::RtnCode::DeviceDbUnavailable, device_handler::v1_0::Origin::General,
-                error.what()};
+        return {RtnCode::DeviceDbUnavailable, Origin::General, error.what()};
     }
 }
 
@@ -129,7 +118,7 @@ void CDeviceSession::applyRuleOf(const std::string& familyName) {
 }
 
 std::optional<SDiagnosis> CDeviceSession::weakerAuthentication() const {
-    // Where it is refused, what was asked has failed, and tells.
+    // Where Basic is refused, the request has failed and the failure says so.
     return context_->isBasicRefused() ? std::nullopt : DiagnoseAuthentication(context_->seenAuthentication());
 }
 
@@ -147,8 +136,8 @@ void CDeviceSession::makeCamera() {
     renewController();
 }
 
-const device_handler::v1_0::SModelInfo* CDeviceSession::model() const {
-    device_handler::v1_0::CString number; // the base's, since a camera's own may have a prefix
+const SModelInfo* CDeviceSession::model() const {
+    CString number; // the base's, since a camera's own may have a prefix
     return camera_->CVornCamera::getUnitModelName(number) ? nullptr
                                                           : plugin_.models()->findModel(number.str());
 }
@@ -179,17 +168,17 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     CError error = camera_->initialize();
     if (!error)
         return std::nullopt;
-    // The initialisation only says that it failed; without credentials the test tells why, and sends nothing.
+    // initialize() does not say why it failed. Without credentials testAuthentication() does, and sends
+    // nothing.
     if (!context_->getAuthentication().isSet())
         error = camera_->testAuthentication();
     return Diagnose(Occasion::Initialisation, error, exchanges_);
 }
 
-bool StartOrTell(CDeviceSession& session) {
-    const auto failure = session.start();
-    if (failure)
-        WriteMessage(failure->lines(session.address()));
-    return !failure;
+ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error) {
+    WriteMessage(
+        Diagnose(Occasion::Call, error, session.exchanges()).lines(session.address() + ": " + operation));
+    return ExitStatus::CallFailed;
 }
 
 } // namespace corvane::vornhost

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "operations/operations.h"
 #include "refhost/base/device_db.h"
 #include "refhost/devices/contexts.h"
+#include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/diagnosis/exchange_watch.h"
 #include "tools/vornhost/session/credentials.h"
@@ -17,8 +17,8 @@
 
 namespace corvane::vornhost {
 
-// One device as the recorder keeps it: its record, its context and its camera object, and the operations of
-// both the camera and the handler. Belongs to one thread; the operations may be called as host/ says.
+// One device as the recorder keeps it: its record, its context, its camera object and PTZ controller, and the
+// operations of these and of the handler. Belongs to one thread; the operations may be called as host/ says.
 class CDeviceSession {
 public:
     // Makes the camera object; no traffic. Throws CFailure.
@@ -40,25 +40,26 @@ public:
     // Destroys the camera object and makes another, initialised as the options want it; what failed
     // otherwise.
     std::optional<SDiagnosis> renewCamera();
-    // Likewise the PTZ controller alone: nothing of it runs beside the camera from here until it is asked.
+    // Likewise the PTZ controller alone; nothing that the old one had under way goes on.
     void renewController();
 
+    const SOptions& options() const { return options_; }
     const std::string& address() const { return address_; }
     const CLoadedPlugin& plugin() const { return plugin_; }
-    const device_handler::v1_0::COperationRegistry& operations() const { return *operations_; }
+    const COperationRegistry& operations() const { return *operations_; }
     // The camera object; another one after renewCamera().
-    vorn_camera_base::v1_0::CVornCamera& camera() const { return *camera_; }
+    CVornCamera& camera() const { return *camera_; }
     // What the model list says of the camera; null before it is initialised, and for a model that is not
     // listed. Belongs to the model list.
-    const device_handler::v1_0::SModelInfo* model() const;
+    const SModelInfo* model() const;
     // Why a record could not be kept in the database now; a success when it could.
-    device_handler::v1_0::CError databaseFailure() const;
+    CError databaseFailure() const;
     CExchangeWatch& exchanges() { return exchanges_; }
     const CExchangeWatch& exchanges() const { return exchanges_; }
 
-    device_handler::v1_0::CAuthentication authentication() const { return context_->getAuthentication(); }
+    CAuthentication authentication() const { return context_->getAuthentication(); }
 
-    // A warning: the camera offers Basic authentication alone, and is let have it.
+    // A warning when the camera offers Basic authentication alone and that is accepted.
     std::optional<SDiagnosis> weakerAuthentication() const;
 
     // Empty while they are not known.
@@ -85,12 +86,12 @@ private:
     CExchangeWatch exchanges_;
     std::string familyName_;
     std::string serialNumber_;
-    boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera> camera_;
-    std::unique_ptr<vorn_ptz_controller::v1_0::CPtzController> ptzController_; // of camera_'s first input
-    std::unique_ptr<device_handler::v1_0::COperationRegistry> operations_;     // of all three and the handler
+    boost::shared_ptr<CVornCamera> camera_;
+    std::unique_ptr<CPtzController> ptzController_;  // of camera_'s first input
+    std::unique_ptr<COperationRegistry> operations_; // of all three and the handler
 };
 
-// Starts the session; a failure is told on standard error.
-bool StartOrTell(CDeviceSession& session);
+// Tells on standard error why an operation has failed; always ExitStatus::CallFailed.
+ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error);
 
 } // namespace corvane::vornhost

@@ -3,18 +3,48 @@
 #include "refhost/base/address.h"
 #include "refhost/models/model_list_file.h"
 #include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/session/installation.h"
 
 #include <boost/make_shared.hpp>
 
+#include <filesystem>
+#include <initializer_list>
 #include <map>
 
 namespace corvane::vornhost {
 namespace {
 
-using namespace device_handler::v1_0;
+namespace fs = std::filesystem;
 
-void SetPorts(StreamUrlTable& table, const std::string& port) {
+fs::path ProgramFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    return error ? fs::path(".") : program.parent_path();
+}
+
+std::string FirstExisting(std::initializer_list<const char*> candidates) {
+    const fs::path folder = ProgramFolder();
+    for (const char* candidate : candidates) {
+        const fs::path file = (folder / candidate).lexically_normal();
+        std::error_code error;
+        if (fs::exists(file, error))
+            return file;
+    }
+    return (folder / *candidates.begin()).lexically_normal();
+}
+
+// The plug-in and the model list that were built or installed beside the program. When there is none, the
+// file that was expected first. The relative places are those of the build tree and of the installation (see
+// CMakeLists.txt).
+std::string DefaultPluginFile() {
+    return FirstExisting({"../lib/" VORNHOST_PLUGIN_NAME, VORNHOST_LIBRARY_FOLDER "/" VORNHOST_PLUGIN_NAME,
+                          VORNHOST_PLUGIN_NAME});
+}
+
+std::string DefaultModelListFile() {
+    return FirstExisting({VORNHOST_DATA_FOLDER "/models.json"});
+}
+
+void SetPorts(device_handler::v1_0::StreamUrlTable& table, const std::string& port) {
     for (auto& [stream, codecs] : table)
         for (auto& [codec, variants] : codecs)
             for (auto& [variant, url] : variants)
@@ -23,7 +53,7 @@ void SetPorts(StreamUrlTable& table, const std::string& port) {
 
 // The list with one port in every stream location.
 boost::shared_ptr<CVornModelList> WithRtspPort(const CVornModelList& list, int port) {
-    std::map<std::string, SQueryDevice> queries;
+    std::map<std::string, device_handler::v1_0::SQueryDevice> queries;
     for (const SFamily& family : list.getFamilies())
         queries[family.name] = list.getQueryDevice(family.name);
     CVornModelList::ModelMap models = list.getModels();
@@ -37,7 +67,7 @@ boost::shared_ptr<CVornModelList> WithRtspPort(const CVornModelList& list, int p
 
 } // namespace
 
-boost::shared_ptr<device_handler::v1_0::CVornModelList> OpenModelList(const SOptions& options) {
+boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {
     try {
         auto list = refhost::LoadModelList(options.modelListFile.empty() ? DefaultModelListFile()
                                                                          : options.modelListFile);

@@ -8,6 +8,8 @@ namespace {
 constexpr int HighestLogLevel = 99; // above every level that is used: no lines at all
 constexpr int HighestPort = 65535;
 constexpr int HighestInput = 9999; // beyond every encoder's
+constexpr double LeastSeconds = 0.1;
+constexpr double MostSeconds = 366.0 * 24 * 60 * 60;
 
 } // namespace
 
@@ -15,6 +17,12 @@ CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& desc
     return command.add_option("--input", input, description)
         ->type_name("N")
         ->check(CLI::Range(0, HighestInput).description(""));
+}
+
+void DeclareSeconds(CLI::App& command, std::optional<double>& seconds, const std::string& description) {
+    command.add_option("--seconds", seconds, description)
+        ->type_name("S")
+        ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
 }
 
 void DeclareOptions(CLI::App& command, SOptions& options) {

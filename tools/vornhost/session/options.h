@@ -30,6 +30,9 @@ struct SOptions {
 // --input N.
 CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& description);
 
+// --seconds S, which is left alone where it is not given.
+void DeclareSeconds(CLI::App& command, std::optional<double>& seconds, const std::string& description);
+
 // Declares them, for the program or for one verb.
 void DeclareOptions(CLI::App& command, SOptions& options);
 

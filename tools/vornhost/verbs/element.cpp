@@ -1,8 +1,7 @@
-#include "host/stream_controller.h"
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/report/element_description.h"
 #include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/verbs/element_description.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -12,18 +11,19 @@ namespace {
 
 constexpr const char* ElementName = "vorn_eventsynth";
 
+constexpr const char* Help =
+    R"(Tells of the element "vorn_eventsynth", which the plug-in registers and makes the
+events of alarm inputs with: its factory, pad template and properties. No camera is
+asked.
+Example: vornhost element)";
+
 class CElement : public IVerb {
 public:
-    void declare(CLI::App& command) override {
-        command.footer("Tells of the element \"vorn_eventsynth\", which the plug-in registers and makes the\n"
-                       "events of alarm inputs with: its factory, pad template and properties. No camera is\n"
-                       "asked.\n"
-                       "Example: vornhost element");
-    }
+    void declare(CLI::App& command) override { command.footer(Help); }
 
     ExitStatus run(const SOptions& options) override {
         registerElement(options);
-        const nlohmann::ordered_json description = DescribeElement(ElementName);
+        const ordered_json description = DescribeElement(ElementName);
         if (description.is_null())
             throw CFailure(ExitStatus::CallFailed,
                            std::string("the plug-in registers no element \"") + ElementName + "\"");
@@ -42,9 +42,9 @@ private:
         offline.databaseFile.clear();
         CDeviceSession session(offline, "localhost");
         (void)session.start();
-        device_handler::v1_0::IStreamController* made = nullptr;
+        IStreamController* made = nullptr;
         (void)session.camera().createEventStreamPipeline(made, 0); // fails, but not before
-        const std::unique_ptr<device_handler::v1_0::IStreamController> controller(made);
+        const std::unique_ptr<IStreamController> controller(made);
     }
 };
 

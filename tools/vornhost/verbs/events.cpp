@@ -1,13 +1,14 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/line_writer.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/output_thread.h"
 #include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
-#include "tools/vornhost/events/event_lines.h"
+#include "tools/vornhost/events/event_text.h"
 #include "tools/vornhost/events/event_watch.h"
 #include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,14 +17,10 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SStreamEvent;
-
 constexpr std::chrono::milliseconds ReaderPatience{500}; // at the end
-constexpr std::chrono::seconds CameraPatience{2};        // of a question beside the stream
+constexpr std::chrono::seconds CameraPatience{2};        // for the answer to another request
 
-// One watch of one input: what is told where.
+// Watches one input and tells what happens, on standard output and standard error.
 class CEventsRun {
 public:
     CEventsRun(CDeviceSession& session, int input, const SEventWatchPlan& plan,
@@ -51,7 +48,7 @@ private:
     CEventWatch::SReports reports() {
         CEventWatch::SReports reports;
         reports.event = [this](const SStreamEvent& event) { write(event); };
-        // Beside the stream: whoever waits for the camera must not miss a signal.
+        // On a thread of its own: the watch goes on and takes signals while the camera is asked.
         reports.nothingComes = [this] {
             silence_ = std::async(std::launch::async, [this] { tellSilence("no event comes"); });
         };
@@ -78,70 +75,69 @@ private:
 
     void tell(const std::string& text) const { WriteMessage("vornhost: " + subject() + ": " + text + "\n"); }
 
-    // What the camera answers to when it is asked otherwise.
-    void tellSilence(const std::string& what) const {
+    // Why the camera does not answer another request either; nothing when it does.
+    std::optional<SDiagnosis> askOtherwise() const {
         const auto answer = AskAlarmInputLevels(session_, CameraPatience);
-        SDiagnosis diagnosis;
-        if (const auto* const failure = std::get_if<SDiagnosis>(&answer)) {
-            diagnosis = *failure;
-        } else {
+        const auto* const failure = std::get_if<SDiagnosis>(&answer);
+        return failure ? std::optional(*failure) : std::nullopt;
+    }
+
+    void tellSilence(const std::string& what) const {
+        std::optional<SDiagnosis> diagnosis = askOtherwise();
+        if (!diagnosis) {
             std::string url;
             (void)session_.camera().getEventStreamUrl(input_, url);
-            diagnosis.problem = "the camera answers, but writes nothing of its alarm inputs";
-            diagnosis.request = "GET " + url;
-            diagnosis.reply = "nothing so far; it is waited for without limit";
-            diagnosis.advice = "restart the camera if it stays so, and see what stands between it and here";
+            diagnosis = {"the camera answers, but writes nothing of its alarm inputs", "", "GET " + url,
+                         "nothing so far; it is waited for without limit",
+                         "restart the camera if it stays so, and see what stands between it and here"};
         }
-        WriteMessage(diagnosis.lines(subject() + ": " + what));
+        WriteMessage(diagnosis->lines(subject() + ": " + what));
     }
 
     void tellEnd(const CError& error) const {
-        SDiagnosis diagnosis;
-        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
-        if (const auto* const failure = std::get_if<SDiagnosis>(&answer))
-            diagnosis = *failure;
-        else
-            diagnosis.problem = "it answers other requests";
+        SDiagnosis diagnosis = askOtherwise().value_or(SDiagnosis{"it answers other requests"});
         diagnosis.advice = "with --reconnect the program goes on when the camera is back";
         WriteMessage(diagnosis.lines(subject() + ": " + (error ? error.getText() : "the camera was lost")));
     }
 
     CDeviceSession& session_;
     const int input_;
-    std::optional<CReadableEvents> readable_; // the streams', of which there is one at a time
-    CLineWriter lines_;
+    std::optional<CReadableEvents> readable_; // used by the thread of the present stream
+    COutputThread lines_;
     CEventWatch watch_;
     std::future<void> silence_;
 };
 
-class CEvents : public IVerb {
+constexpr const char* Help =
+    R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS},
+{"event":"dryContactState","state":0,"time":NS} (0 active, 1 inactive),
+{"event":"eos","time":NS}. Ctrl-C ends it.
+Exit status 1 when the camera is lost, unless --reconnect waits for it: it is tried again after
+1 s, 2 s, 4 s and so on up to 30 s.
+Example: vornhost events 192.168.0.10 --input 0 --readable --reconnect)";
+
+class CEvents : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
+        CDeviceVerb::declare(command);
         DeclareInput(command, input_, "The alarm input, counted from 0")->required();
-        command.add_option("--seconds", plan_.seconds, "How long (default: until Ctrl-C)")
-            ->type_name("S")
-            ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
+        DeclareSeconds(command, plan_.seconds, "How long (default: until Ctrl-C)");
         command.add_flag("--reconnect", plan_.reconnects, "Go on when a lost camera is back");
         auto* const readable =
             command.add_flag("--readable", readable_, "For eyes: the state and when it changes");
         command.add_flag("--all", all_, "With --readable: every event")->needs(readable);
-        command.footer("Writes each event as a JSON line when it comes: {\"event\":\"ping\",\"time\":NS},\n"
-                       "{\"event\":\"dryContactState\",\"state\":0,\"time\":NS} (0 active, 1 inactive),\n"
-                       "{\"event\":\"eos\",\"time\":NS}. Ctrl-C ends it.\n"
-                       "Exit status 1 when the camera is lost, unless --reconnect waits for it: it is tried "
-                       "again after\n"
-                       "1 s, 2 s, 4 s and so on up to 30 s.\n"
-                       "Example: vornhost events 192.168.0.10 --input 0 --readable --reconnect");
+        command.footer(Help);
     }
 
-    ExitStatus run(const SOptions& options) override {
+private:
+    bool isEndedBySignals() const override { return true; }
+
+    void checkArguments(const SOptions& options) override {
         if (readable_ && options.json)
             throw CFailure(ExitStatus::WrongUsage, "--readable and --json exclude each other");
-        const CEndRequest early([] { EndProcess(ExitStatus::Success); }); // until there is a stream to end
-        CDeviceSession session(options, address_);
-        if (!StartOrTell(session))
-            return ExitStatus::NotStarted;
+    }
+
+    ExitStatus runOn(CDeviceSession& session) override {
         try {
             return CEventsRun(session, input_, plan_,
                               readable_ ? std::optional(CReadableEvents(input_, all_)) : std::nullopt)
@@ -150,21 +146,14 @@ public:
             RequireThreads(error.error());
             if (error.error().getCode() == static_cast<int>(RtnCode::OutOfRange))
                 throw CFailure(ExitStatus::WrongUsage, "wrong --input: " + std::string(error.what()));
-            SDiagnosis diagnosis;
-            diagnosis.problem = error.error().getCode() == static_cast<int>(RtnCode::NotAccessible)
-                                    ? "the camera has no alarm inputs"
-                                    : "the events cannot be had";
-            diagnosis.pluginText = error.what();
-            WriteMessage(diagnosis.lines(session.address() + ": input " + std::to_string(input_)));
+            const bool hasNone = error.error().getCode() == static_cast<int>(RtnCode::NotAccessible);
+            WriteMessage(SDiagnosis{hasNone ? "the camera has no alarm inputs" : "the events cannot be had",
+                                    error.what()}
+                             .lines(address_ + ": input " + std::to_string(input_)));
             return ExitStatus::CallFailed;
         }
     }
 
-private:
-    static constexpr double LeastSeconds = 0.1;
-    static constexpr double MostSeconds = 366.0 * 24 * 60 * 60;
-
-    std::string address_;
     int input_ = 0;
     SEventWatchPlan plan_;
     bool readable_ = false;

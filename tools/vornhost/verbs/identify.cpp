@@ -1,5 +1,5 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
@@ -15,12 +15,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CAuthentication;
-using device_handler::v1_0::CDeviceId;
-using device_handler::v1_0::CError;
-using device_handler::v1_0::COptional;
-using nlohmann::ordered_json;
-
 struct SFound {
     CError error = CError::Success();
     COptional<CDeviceId> device;
@@ -34,19 +28,22 @@ ordered_json FoundJson(const std::string& address, const SFound& found, const or
     if (found.any()) {
         json["family"] = found.device->getFamilyName();
         json["serialNumber"] = found.device->getSerialNumber().str();
-        json["ms"] = RoundedMilliseconds(found.milliseconds);
+        json["ms"] = ThreeDecimals(found.milliseconds);
     }
     if (!problem.empty())
         json["problem"] = problem;
     return json;
 }
 
+constexpr const char* Help =
+    R"(Exit status 1 when there is no device at some address.
+Example: vornhost identify 192.168.0.10 192.168.0.11:8080)";
+
 class CIdentify : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("ADDRESS", addresses_, "The addresses to ask, one after another")->required();
-        command.footer("Exit status 1 when there is no device at some address.\n"
-                       "Example: vornhost identify 192.168.0.10 192.168.0.11:8080");
+        command.footer(Help);
     }
 
     ExitStatus run(const SOptions& options) override {
@@ -66,7 +63,7 @@ public:
 
 private:
     // Rows are printed as they become known, so the widths are settled before.
-    void prepare(CTable& table, const device_handler::v1_0::CVornModelList& models) const {
+    void prepare(CTable& table, const CVornModelList& models) const {
         static constexpr std::size_t UsualSerialNumber = 16;
         const std::size_t longestTime = MillisecondsText(9999.9).size();
         std::size_t address = 0;
@@ -104,7 +101,7 @@ private:
         return found.any();
     }
 
-    std::vector<std::string> addresses_;
+    Texts addresses_;
 };
 
 } // namespace

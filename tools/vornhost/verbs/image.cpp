@@ -1,12 +1,12 @@
-#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/calls/near_names.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/session/options.h"
-#include "tools/vornhost/verbs/adjustments.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -18,20 +18,12 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::COperationError;
-using device_handler::v1_0::SAnswer;
-using device_handler::v1_0::SModelInfo;
-using nlohmann::ordered_json;
-
-using Words = std::vector<std::string>;
-
 constexpr std::size_t BarWidth = 20; // the whole table then fits a terminal of 80 columns
 constexpr std::chrono::milliseconds LookAgain(200);
 constexpr int LooksAtRest = 3; // without a change: it begins slowly
 constexpr std::chrono::seconds LongestMove(15);
 
-// The plug-in's values are numbers.
+// 0 for a text that is no number; the plug-in's percentages always are.
 long NumberIn(const std::string& text) {
     return std::strtol(text.c_str(), nullptr, 10);
 }
@@ -86,9 +78,9 @@ struct SWish {
     std::string value; // as it was typed
 };
 
-[[noreturn]] void Refuse(const std::string& what, const std::string& name, const Words& known,
+[[noreturn]] void Refuse(const std::string& what, const std::string& name, const Texts& known,
                          const std::string& choice) {
-    const Words near = NearNames(name, known);
+    const Texts near = NearNames(name, known);
     throw CFailure(ExitStatus::WrongUsage,
                    "image: " + what + (near.empty() ? "" : "; did you mean " + Join(near, " or ") + "?") +
                        "\nIt may be: " + choice);
@@ -97,18 +89,18 @@ struct SWish {
 // What is shown and set of one camera.
 class CImageSession {
 public:
-    CImageSession(CDeviceSession& session, const SModelInfo& model, int input, bool json)
+    CImageSession(CDeviceSession& session, const SModelInfo& model, int input)
         : session_(session),
           model_(model),
           input_(input),
-          json_(json),
+          json_(session.options().json),
           adjustments_([this](const std::string& operation,
-                              const Words& arguments) { return ask(operation, arguments); },
+                              const Texts& arguments) { return ask(operation, arguments); },
                        model, input) {}
 
     ExitStatus run(const std::vector<SWish>& wishes) {
         if (const CError error = adjustments_.learn())
-            return fail(error, "getVpaProperties");
+            return TellFailedCall(session_, "getVpaProperties", error);
         if (wishes.empty())
             return show();
         ExitStatus status = ExitStatus::Success;
@@ -133,7 +125,8 @@ private:
                                          [](const auto& reading) { return reading.failure.has_value(); });
         if (failed == readings.end())
             return ExitStatus::Success;
-        return fail(*failed->failure, std::string("get") + failed->info->operation); // the others' cause too
+        // One failure stands for all: they have the same cause.
+        return TellFailedCall(session_, std::string("get") + failed->info->operation, *failed->failure);
     }
 
     ExitStatus set(const SWish& wish) {
@@ -156,8 +149,9 @@ private:
         tell(wish, error, reported);
         if (error)
             return failToSet(error, operation, telling);
-        return reported.failure ? fail(*reported.failure, std::string("get") + telling.operation)
-                                : ExitStatus::Success;
+        return reported.failure
+                   ? TellFailedCall(session_, std::string("get") + telling.operation, *reported.failure)
+                   : ExitStatus::Success;
     }
 
     void tell(const SWish& wish, const CError& error, const SAdjustmentReading& reported) const {
@@ -194,20 +188,14 @@ private:
     }
 
     ExitStatus failToSet(const CError& error, const std::string& operation, const SAdjustmentInfo& telling) {
-        (void)fail(error, operation);
+        (void)TellFailedCall(session_, operation, error);
         if (adjustments_.read(telling).isFixed())
             WriteMessage(std::string("  ") + telling.label + " is fixed by " + telling.fixedBy +
                          " at the moment\n");
         return ExitStatus::CallFailed;
     }
 
-    ExitStatus fail(const CError& error, const std::string& operation) const {
-        WriteMessage(Diagnose(Occasion::Call, error, session_.exchanges())
-                         .lines(session_.address() + ": " + operation));
-        return ExitStatus::CallFailed;
-    }
-
-    std::optional<SAnswer> ask(const std::string& operation, const Words& arguments) const {
+    std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const {
         try {
             return MakeCall(session_.operations(), {operation, arguments}).answer;
         } catch (const COperationError&) {
@@ -222,43 +210,43 @@ private:
     CAdjustments adjustments_;
 };
 
-class CImage : public IVerb {
+std::string HelpWithNames() {
+    return R"(Shows the picture and lens adjustments that the camera has, or sets some and tells what the
+camera reports then. Values are percentages, "on" and "off", and the camera's words for the
+white balance; auto focus can only be set "on", which focuses once.
+Names: )" + Join(AdjustmentNames(), ", ") +
+           R"(.
+Exit status 1 when the camera refuses or cannot be read.
+Example: vornhost image 192.168.0.10 brightness=60 whiteBalance=awc)";
+}
+
+class CImage : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
-        command.add_option("NAME=VALUE", wishes_, "What to set");
+        CDeviceVerb::declare(command);
+        command.add_option("NAME=VALUE", texts_, "What to set");
         DeclareInput(command, input_, "The video input, from 0 (default 0)");
-        command.footer(
-            "Shows the picture and lens adjustments that the camera has, or sets some and tells what the\n"
-            "camera reports then. Values are percentages, \"on\" and \"off\", and the camera's words for "
-            "the\n"
-            "white balance; auto focus can only be set \"on\", which focuses once.\n"
-            "Names: " +
-            Join(AdjustmentNames(), ", ") +
-            ".\n"
-            "Exit status 1 when the camera refuses or cannot be read.\n"
-            "Example: vornhost image 192.168.0.10 brightness=60 whiteBalance=awc");
+        command.footer(HelpWithNames());
     }
 
-    ExitStatus run(const SOptions& options) override {
-        std::vector<SWish> wishes;
-        for (const std::string& text : wishes_)
-            wishes.push_back(wishOf(text));
-        CDeviceSession session(options, address_);
-        if (!StartOrTell(session))
-            return ExitStatus::NotStarted;
+private:
+    void checkArguments(const SOptions& /*options*/) override {
+        for (const std::string& text : texts_)
+            wishes_.push_back(wishOf(text));
+    }
+
+    ExitStatus runOn(CDeviceSession& session) override {
         const SModelInfo* const model = session.model();
         if (!model) {
             WriteMessage("vornhost: " + address_ +
                          ": what a camera of unknown model offers cannot be told\n");
             return ExitStatus::CallFailed;
         }
-        for (const SWish& wish : wishes)
+        for (const SWish& wish : wishes_)
             requireValue(wish, *model);
-        return CImageSession(session, *model, input_, options.json).run(wishes);
+        return CImageSession(session, *model, input_).run(wishes_);
     }
 
-private:
     static SWish wishOf(const std::string& text) {
         const std::size_t equals = text.find('=');
         const std::string name = text.substr(0, equals);
@@ -272,15 +260,15 @@ private:
     }
 
     static void requireValue(const SWish& wish, const SModelInfo& model) {
-        const Words values = AdjustmentValues(*wish.info, model);
+        const Texts values = AdjustmentValues(*wish.info, model);
         const bool hasNone = wish.info->form != AdjustmentForm::Percent && values.empty();
         if (!hasNone && !AdjustmentArgument(*wish.info, model, wish.value))
             Refuse("\"" + wish.value + "\" is no " + wish.info->label, wish.value, values,
                    AdjustmentChoice(*wish.info, model));
     }
 
-    std::string address_;
-    Words wishes_;
+    Texts texts_;
+    std::vector<SWish> wishes_; // of texts_
     int input_ = 0;
 };
 

@@ -1,5 +1,5 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/session/loaded_plugin.h"
@@ -10,13 +10,8 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CVornModelList;
-using device_handler::v1_0::IsOffered;
-using device_handler::v1_0::SModelInfo;
-using nlohmann::ordered_json;
-
 std::string StreamsText(const SModelInfo& model) {
-    std::vector<std::string> texts;
+    Texts texts;
     for (const auto& [codec, streams] : model.codecStreams)
         texts.push_back(codec + " " + std::to_string(streams));
     return Join(texts, ", ");
@@ -28,7 +23,7 @@ bool IsDigestOnly(const CVornModelList& models, const SModelInfo& model) {
 }
 
 std::string FeaturesText(const SModelInfo& model, bool isDigestOnly) {
-    std::vector<std::string> texts;
+    Texts texts;
     if (model.ptz)
         texts.emplace_back("PTZ");
     if (IsOffered(model.focus))

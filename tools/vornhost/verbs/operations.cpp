@@ -1,5 +1,5 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
@@ -9,9 +9,6 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::SOperation;
-using nlohmann::ordered_json;
-
 ordered_json OperationJson(const SOperation& operation) {
     ordered_json arguments = ordered_json::array();
     for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)
@@ -19,12 +16,13 @@ ordered_json OperationJson(const SOperation& operation) {
     return {{"operation", operation.name}, {"arguments", std::move(arguments)}};
 }
 
+constexpr const char* Help =
+    R"(Output arguments are left out. No camera is asked.
+Example: vornhost operations | grep -i resolution)";
+
 class COperations : public IVerb {
 public:
-    void declare(CLI::App& command) override {
-        command.footer("Output arguments are left out. No camera is asked.\n"
-                       "Example: vornhost operations | grep -i resolution");
-    }
+    void declare(CLI::App& command) override { command.footer(Help); }
 
     ExitStatus run(const SOptions& options) override {
         // Nothing is ever sent to the address: the camera object is not initialised.

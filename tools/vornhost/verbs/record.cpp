@@ -1,71 +1,63 @@
-#include "host/stream_controller.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/stream_location.h"
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/recording/recording.h"
 #include "tools/vornhost/recording/recording_text.h"
 #include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::CString;
-using device_handler::v1_0::IStreamController;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using handler_impl::SAudioStreamId;
-using handler_impl::SVideoStreamId;
-using vorn_camera_base::v1_0::SVornAudValsInDb;
+constexpr const char* Help =
+    R"(Records a video stream as the camera sends it. Ctrl-C ends the recording; the file plays to its
+last frame then, and also when the camera is lost. A FILE that exists is replaced when the first
+picture comes, and left alone when none does.
+Exit status 1 when the stream cannot be had or ends by itself. Where the plug-in refuses the sound
+the video is recorded alone, and the exit status is 1 all the same.
+Example: vornhost record 192.168.0.10 --stream 0,h264,0 --audio --seconds 60 --output entrance.mkv)";
 
-class CRecord : public IVerb {
+class CRecord : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
+        CDeviceVerb::declare(command);
         command.add_option("--stream", stream_, "CHANNEL,CODEC,STREAM, as in 0,h264,0")
             ->type_name("STREAM")
             ->required();
         command.add_option("--output", output_, "The Matroska file")->type_name("FILE")->required();
         command.add_flag("--audio", withAudio_, "Take the sound of the video input along");
-        command.add_option("--seconds", seconds_, "How much to record (default: until Ctrl-C)")
-            ->type_name("S")
-            ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
+        DeclareSeconds(command, seconds_, "How much to record (default: until Ctrl-C)");
         command
             .add_option("--timeout", timeout_,
                         "Give up after S seconds without a picture, or without sound (default 10)")
             ->type_name("S")
-            ->check(CLI::Range(LeastSeconds, LongestTimeout).description(""));
-        command.footer(
-            "Records a video stream as the camera sends it. Ctrl-C ends the recording; the file plays to "
-            "its\n"
-            "last frame then, and also when the camera is lost. A FILE that exists is replaced when the "
-            "first\n"
-            "picture comes, and left alone when none does.\n"
-            "Exit status 1 when the stream cannot be had or ends by itself. Where the plug-in refuses the "
-            "sound\n"
-            "the video is recorded alone, and the exit status is 1 all the same.\n"
-            "Example: vornhost record 192.168.0.10 --stream 0,h264,0 --audio --seconds 60 --output "
-            "entrance.mkv");
+            ->check(CLI::Range(ShortestTimeout, LongestTimeout).description(""));
+        command.footer(Help);
     }
 
-    ExitStatus run(const SOptions& options) override {
-        const SVideoStreamId id = streamId();
-        const CEndRequest early([] { EndProcess(ExitStatus::Success); }); // until there is a stream to end
-        CDeviceSession session(options, address_);
-        if (!StartOrTell(session))
-            return ExitStatus::NotStarted;
+private:
+    bool isEndedBySignals() const override { return true; }
+
+    void checkArguments(const SOptions& /*options*/) override {
+        try {
+            id_ = SArgumentReader::readVideoStreamId(stream_);
+        } catch (const COperationError& error) {
+            throw CFailure(ExitStatus::WrongUsage,
+                           "wrong --stream \"" + stream_ + "\": expected " + error.what());
+        }
+    }
+
+    ExitStatus runOn(CDeviceSession& session) override {
         // Before the video's pipeline exists: the sound is taken from beside the same stream.
-        if (const CError error = withAudio_ ? findAudio(session, id) : CError::Success())
-            WriteMessage(Diagnose(Occasion::Call, error, session.exchanges())
-                             .lines(address_ + ": getAudioStreamUrl; the video is recorded alone"));
+        if (const CError error = withAudio_ ? findAudio(session) : CError::Success())
+            (void)TellFailedCall(session, "getAudioStreamUrl; the video is recorded alone", error);
         IStreamController* made = nullptr;
-        if (const CError error = session.camera().createVideoStreamPipeline(made, id))
+        if (const CError error = session.camera().createVideoStreamPipeline(made, id_))
             return fail(error);
         const std::unique_ptr<IStreamController> controller(made);
         GstPad* audio = nullptr;
@@ -81,35 +73,24 @@ public:
         progress.clear();
         const SRecorded recorded = recording.recorded();
         if (recorded.frames > 0 || !error)
-            WriteOutput(options.json ? JsonLine(RecordedJson(output_, id.codec, recorded))
-                                     : RecordedText(output_, id.codec, recorded));
+            WriteOutput(session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
+                                               : RecordedText(output_, id_.codec, recorded));
         if (error)
             return fail(error, controller.get());
         return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
-private:
-    static constexpr double LeastSeconds = 0.1;
-    static constexpr double MostSeconds = 366.0 * 24 * 60 * 60;
+    static constexpr double ShortestTimeout = 0.1;
     static constexpr double LongestTimeout = 60 * 60;
 
-    SVideoStreamId streamId() const {
-        try {
-            return device_handler::v1_0::SArgumentReader::readVideoStreamId(stream_);
-        } catch (const device_handler::v1_0::COperationError& error) {
-            throw CFailure(ExitStatus::WrongUsage,
-                           "wrong --stream \"" + stream_ + "\": expected " + error.what());
-        }
-    }
-
     // Where the sound beside the video input is, at the bit rate of its record.
-    CError findAudio(const CDeviceSession& session, const SVideoStreamId& video) {
-        const SAudioStreamId id{video.channel};
+    CError findAudio(const CDeviceSession& session) {
+        const SAudioStreamId id{id_.channel};
         CString codecs;
         if (CError error =
                 session.camera().getAudioInputCodecCount(id.stream, codecs)) // is there sound at all
             return error;
-        SVornAudValsInDb record;
+        vorn_camera_base::v1_0::SVornAudValsInDb record;
         if (CError error = session.camera().readAudioStreamRecord(id, record))
             return error;
         std::string url;
@@ -142,8 +123,8 @@ private:
         return ExitStatus::CallFailed;
     }
 
-    std::string address_;
     std::string stream_;
+    SVideoStreamId id_{}; // of stream_
     std::string output_;
     bool withAudio_ = false;
     std::string audioUrl_; // empty without sound

@@ -1,12 +1,11 @@
 #include "operations/whole_number.h"
-#include "tools/vornhost/calls/answers.h"
+#include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/calls/script_line.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/script/background_calls.h"
+#include "tools/vornhost/script/played_streams.h"
 #include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/verbs/background_calls.h"
-#include "tools/vornhost/verbs/played_events.h"
-#include "tools/vornhost/verbs/played_streams.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -14,15 +13,14 @@
 #include <chrono>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <thread>
 
 namespace corvane::vornhost {
 namespace {
 
-using Words = std::vector<std::string>;
-
-// What changes the camera object beneath whoever uses it meanwhile.
+// These change the camera object, so that nothing else may use it meanwhile.
 constexpr const char* Initialisations[] = {"initialize", "preInit_getUnitModelName", "customInitialize"};
 
 // Why one of the script's own lines failed.
@@ -54,11 +52,19 @@ public:
     }
 
 private:
-    struct SOwnLine {
-        const char* name;
-        void (CScriptRun::*run)(const Words& arguments);
-    };
-    static const SOwnLine OwnLines[];
+    using OwnLine = void (CScriptRun::*)(const Texts& arguments);
+
+    static const std::map<std::string, OwnLine>& ownLines() {
+        static const std::map<std::string, OwnLine> lines = {
+            {"sleep", &CScriptRun::sleep},
+            {"controller.cancel", &CScriptRun::cancel},
+            {"credentials", &CScriptRun::credentials},
+            {"camera", &CScriptRun::camera},
+            {"video", &CScriptRun::video},
+            {"events", &CScriptRun::events},
+        };
+        return lines;
+    }
 
     void runLine(const std::string& text) {
         std::string name;
@@ -68,11 +74,9 @@ private:
                 return;
             name = line.words.front();
             line.words.erase(line.words.begin());
-            const auto own = std::find_if(OwnLines, OwnLinesEnd(), [&name](const SOwnLine& candidate) {
-                return name == candidate.name;
-            });
-            if (own != OwnLinesEnd())
-                (this->*own->run)(line.words);
+            const auto own = ownLines().find(name);
+            if (own != ownLines().end())
+                (this->*own->second)(line.words);
             else
                 call({name, line.words}, line.background);
         } catch (const CScriptLineError& error) {
@@ -81,8 +85,6 @@ private:
             fail(name, error.what());
         }
     }
-
-    static const SOwnLine* OwnLinesEnd();
 
     void fail(const std::string& operation, const std::string& reason) {
         WriteOutput(JsonLine(ErrorJson(operation, reason)));
@@ -105,7 +107,7 @@ private:
         allSucceeded_ = allSucceeded_ && answer.succeeded();
     }
 
-    void sleep(const Words& arguments) {
+    void sleep(const Texts& arguments) {
         static constexpr unsigned LongestSleep = 24 * 60 * 60 * 1000;
         const auto milliseconds =
             arguments.size() == 1 ? operations::ReadWholeNumber<unsigned>(arguments[0]) : std::nullopt;
@@ -115,7 +117,7 @@ private:
     }
 
     // Answered as an operation without outputs.
-    void cancel(const Words& arguments) {
+    void cancel(const Texts& arguments) {
         std::optional<std::size_t> nthNewest = 1;
         if (!arguments.empty())
             nthNewest = operations::ReadWholeNumber<std::size_t>(arguments[0]);
@@ -126,9 +128,9 @@ private:
         WriteOutput(JsonLine(AnswerJson({"controller.cancel", arguments}, STimedAnswer())));
     }
 
-    void credentials(const Words& arguments) {
+    void credentials(const Texts& arguments) {
         calls_.finish();
-        if (arguments == Words{"none"})
+        if (arguments == Texts{"none"})
             session_.setCredentials(CCredentials::none());
         else if (arguments.size() == 2 && !arguments[0].empty())
             session_.setCredentials(CCredentials::given(arguments[0], arguments[1]));
@@ -136,43 +138,42 @@ private:
             throw CLineFailure("expected `credentials none` or `credentials NAME PASSWORD_FILE`");
     }
 
-    void camera(const Words& arguments) {
-        if (arguments != Words{"new"})
+    void camera(const Texts& arguments) {
+        if (arguments != Texts{"new"})
             throw CLineFailure("expected `camera new`");
         calls_.finish();
         streams_.stopAll();
-        events_.stopAll();
         if (const auto failure = session_.renewCamera())
             throw CLineFailure(InOneLine(*failure));
     }
 
-    void video(const Words& arguments) {
+    void video(const Texts& arguments) {
         const bool starts = arguments.size() == 2 && arguments[0] == "start";
         if (!starts && (arguments.size() != 2 || arguments[0] != "stop"))
             throw CLineFailure("expected `video start CH,CODEC,N` or `video stop CH,CODEC,N`");
-        const auto id = readStreamId(arguments[1]);
+        const SVideoStreamId id = readStreamId(arguments[1]);
         if (starts)
-            streams_.start(session_.camera(), id);
+            streams_.startVideo(session_.camera(), id);
         else
-            streams_.stop(id);
+            streams_.stopVideo(id);
     }
 
-    void events(const Words& arguments) {
+    void events(const Texts& arguments) {
         const bool starts = arguments.size() == 2 && arguments[0] == "start";
         const bool readable = starts || (arguments.size() == 2 && arguments[0] == "stop");
         const int input = readable ? operations::ReadWholeNumber<int>(arguments[1]).value_or(-1) : -1;
         if (input < 0)
             throw CLineFailure("expected `events start N` or `events stop N`, N from 0");
         if (starts)
-            events_.start(session_.camera(), input);
+            streams_.startEvents(session_.camera(), input);
         else
-            events_.stop(input);
+            streams_.stopEvents(input);
     }
 
-    static handler_impl::SVideoStreamId readStreamId(const std::string& text) {
+    static SVideoStreamId readStreamId(const std::string& text) {
         try {
-            return device_handler::v1_0::SArgumentReader::readVideoStreamId(text);
-        } catch (const device_handler::v1_0::COperationError& error) {
+            return SArgumentReader::readVideoStreamId(text);
+        } catch (const COperationError& error) {
             throw CLineFailure("wrong stream \"" + text + "\": expected " + error.what());
         }
     }
@@ -180,57 +181,35 @@ private:
     CDeviceSession& session_;
     CBackgroundCalls calls_;
     CPlayedStreams streams_;
-    CPlayedEvents events_;
     bool allSucceeded_ = true;
 };
 
-const CScriptRun::SOwnLine CScriptRun::OwnLines[] = {
-    {"sleep", &CScriptRun::sleep},
-    {"controller.cancel", &CScriptRun::cancel},
-    {"credentials", &CScriptRun::credentials},
-    {"camera", &CScriptRun::camera},
-    {"video", &CScriptRun::video},
-    {"events", &CScriptRun::events},
-};
+constexpr const char* Help =
+    R"(Standard input has one operation a line, its words split as a POSIX shell splits them; answers are
+JSON lines. An asynchronous operation's line that ends in & does not hold the script up.
+Other lines:
+  controller.cancel [K]           takes back the newest call with &, or the K-th newest
+  sleep MILLISECONDS              waits
+  credentials none                the device has no credentials from here on
+  credentials NAME PASSWORD_FILE  it has these from here on
+  camera new                      destroys the camera object and makes another
+  video start CH,CODEC,N          plays a video stream beside the script
+  video stop CH,CODEC,N           tears it down
+  events start N                  plays the events of alarm input N, their lines among the answers
+  events stop N                   tears it down
+  # ...                           a comment
+Example:
+  printf 'getCameraName 0\nsetting.GetCameraSetting CAMTITLE\n' | vornhost script 192.168.0.10)";
 
-const CScriptRun::SOwnLine* CScriptRun::OwnLinesEnd() {
-    return std::end(OwnLines);
-}
-
-class CScript : public IVerb {
+class CScript : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
-        command.footer(
-            "Standard input has one operation a line, its words split as a POSIX shell splits them; answers "
-            "are\n"
-            "JSON lines. An asynchronous operation's line that ends in & does not hold the script up.\n"
-            "Other lines:\n"
-            "  controller.cancel [K]           takes back the newest call with &, or the K-th newest\n"
-            "  sleep MILLISECONDS              waits\n"
-            "  credentials none                the device has no credentials from here on\n"
-            "  credentials NAME PASSWORD_FILE  it has these from here on\n"
-            "  camera new                      destroys the camera object and makes another\n"
-            "  video start CH,CODEC,N          plays a video stream beside the script\n"
-            "  video stop CH,CODEC,N           tears it down\n"
-            "  events start N                  plays the events of alarm input N, their lines among the "
-            "answers\n"
-            "  events stop N                   tears it down\n"
-            "  # ...                           a comment\n"
-            "Example:\n"
-            "  printf 'getCameraName 0\\nsetting.GetCameraSetting CAMTITLE\\n' | vornhost script "
-            "192.168.0.10");
-    }
-
-    ExitStatus run(const SOptions& options) override {
-        CDeviceSession session(options, address_);
-        if (!StartOrTell(session))
-            return ExitStatus::NotStarted;
-        return CScriptRun(session).run();
+        CDeviceVerb::declare(command);
+        command.footer(Help);
     }
 
 private:
-    std::string address_;
+    ExitStatus runOn(CDeviceSession& session) override { return CScriptRun(session).run(); }
 };
 
 } // namespace

@@ -1,8 +1,8 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/verbs/camera_report.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/report/camera_report.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,41 +11,41 @@
 namespace corvane::vornhost {
 namespace {
 
-class CShow : public IVerb {
+constexpr const char* Help =
+    R"(What the camera is, what it can do, how it is set, and what is wrong with it.
+Exit status 1 when something is wrong with it, 3 when it cannot be used at all; a warning, as of Basic
+authentication, changes nothing of it.
+Example: vornhost --user admin --password-file pw.txt show 192.168.0.10)";
+
+class CShow : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
-        command.footer(
-            "What the camera is, what it can do, how it is set, and what is wrong with it.\n"
-            "Exit status 1 when something is wrong with it, 3 when it cannot be used at all; a warning, "
-            "as of Basic\nauthentication, changes nothing of it.\n"
-            "Example: vornhost --user admin --password-file pw.txt show 192.168.0.10");
+        CDeviceVerb::declare(command);
+        command.footer(Help);
     }
 
-    ExitStatus run(const SOptions& options) override {
-        CDeviceSession session(options, address_);
-        session.alwaysIdentify();
-        if (const auto failure = session.start()) {
-            SCameraReport known = ReportUnstarted(session, *failure);
-            if (!options.json)
-                known.problems.erase(known.problems.begin()); // told once, on standard error
-            write(known, options.json);
-            WriteMessage(failure->lines(session.address()));
-            return ExitStatus::NotStarted;
-        }
+private:
+    void prepare(CDeviceSession& session) override { session.alwaysIdentify(); }
+
+    void tellNotStarted(const CDeviceSession& session, const SDiagnosis& failure) override {
+        SCameraReport known = ReportUnstarted(session, failure);
+        if (!session.options().json)
+            known.problems.erase(known.problems.begin()); // told once, on standard error
+        write(known, session.options().json);
+        CDeviceVerb::tellNotStarted(session, failure);
+    }
+
+    ExitStatus runOn(CDeviceSession& session) override {
         const SCameraReport report = ReportCamera(session);
-        write(report, options.json);
+        write(report, session.options().json);
         const bool allWell = std::all_of(report.problems.begin(), report.problems.end(),
                                          [](const SReportProblem& told) { return told.diagnosis.isWarning; });
         return allWell ? ExitStatus::Success : ExitStatus::CallFailed;
     }
 
-private:
     static void write(const SCameraReport& report, bool json) {
         WriteOutput(json ? JsonLine(ReportJson(report)) : ReportText(report, ColourWanted()));
     }
-
-    std::string address_;
 };
 
 } // namespace

@@ -1,10 +1,10 @@
-#include "tools/vornhost/calls/answers.h"
-#include "tools/vornhost/calls/invocation.h"
-#include "tools/vornhost/console/output.h"
+#include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/verbs/verb.h"
+#include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -14,25 +14,11 @@
 namespace corvane::vornhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::COperationError;
-using device_handler::v1_0::CString;
-using device_handler::v1_0::SAnswer;
-using device_handler::v1_0::SArgumentReader;
-using handler_impl::SVideoStreamId;
-using nlohmann::ordered_json;
-using refhost::SHttpExchange;
-using vorn_camera_base::v1_0::CVornCamera;
-using vorn_camera_base::v1_0::NeedWriteBack;
-using vorn_camera_base::v1_0::SVideoField;
-using vorn_camera_base::v1_0::SVornVidValsInDb;
-using vorn_camera_base::v1_0::VideoFields;
-
-// One field of a record: how it is told, and the recorder's value of it.
+// One field of a stream's record: its label, and the operation that reads the recorder's value.
 struct SField {
     const SVideoField& field;
     const char* label;
-    CError (CVornCamera::*get)(int, int, device_handler::v1_0::VideoCodec, CString&);
+    CError (CVornCamera::*get)(int, int, VideoCodec, CString&);
 };
 
 const SField Fields[] = {
@@ -44,7 +30,7 @@ const SField Fields[] = {
     {VideoFields[5], "bit-rate control", &CVornCamera::getVideoCodecBitRateControl},
 };
 
-// One synchronisation, before and after. Camera records are in the recorder's form.
+// What a synchronisation found and did. All values are in the recorder's form.
 struct SOutcome {
     SVornVidValsInDb record; // as it was asked for
     SVornVidValsInDb before; // what the camera had
@@ -53,25 +39,19 @@ struct SOutcome {
     bool isDryRun = false;
     CError result = CError::Success();
 
-    bool changed() const { return result.getText() == NeedWriteBack; }
+    bool changed() const { return result.getText() == vorn_camera_base::v1_0::NeedWriteBack; }
     bool isUnreported() const { return before.resolution.empty() && before.frameRate.empty(); }
     bool succeeded() const { return (!result || changed()) && !isUnreported(); }
 };
 
-std::string RecordText(const SVornVidValsInDb& record) {
-    std::string text;
-    for (const SVideoField& field : VideoFields)
-        if (const CString& value = record.*field.value; !value.empty())
-            text += (text.empty() ? "" : ";") + std::string(field.name) + "=" + value.str();
-    return text;
+SAnswer AsAnswer(const SVornVidValsInDb& record) {
+    SAnswer answer;
+    AppendOutput(answer, record);
+    return answer;
 }
 
 ordered_json RecordJson(const SVornVidValsInDb& record) {
-    ordered_json json = ordered_json::object();
-    for (const SVideoField& field : VideoFields)
-        if (const CString& value = record.*field.value; !value.empty())
-            json[field.name] = value.str();
-    return json;
+    return vornhost::RecordJson(AsAnswer(record));
 }
 
 ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
@@ -115,69 +95,64 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
                                      : "The camera agreed; nothing had to be set.\n");
 }
 
-class CSync : public IVerb {
+constexpr const char* Help =
+    R"(Brings the camera to the recorder's record of a stream, and stores in the record what the
+camera accepted. Fields that RECORD leaves out are the record's (see --db), else the
+defaults.
+Fields: frameRate, resolution, quality, keyFrameInterval, bitRate, bitRateControl.
+Example: vornhost sync 192.168.0.10 --stream 0,h264,0 'resolution=640x480;frameRate=15')";
+
+class CSync : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
+        CDeviceVerb::declare(command);
         command.add_option("RECORD", record_, "field=value;... for fields that the record is to have");
         command.add_option("--stream", stream_, "CHANNEL,CODEC,STREAM, as in 0,h264,0")
             ->type_name("STREAM")
             ->required();
         command.add_flag("--dry-run", isDryRun_, "Send nothing and show what would be");
-        command.footer(
-            "Brings the camera to the recorder's record of a stream, and stores in the record what the\n"
-            "camera accepted. Fields that RECORD leaves out are the record's (see --db), else the\n"
-            "defaults.\n"
-            "Fields: frameRate, resolution, quality, keyFrameInterval, bitRate, bitRateControl.\n"
-            "Example: vornhost sync 192.168.0.10 --stream 0,h264,0 'resolution=640x480;frameRate=15'");
-    }
-
-    ExitStatus run(const SOptions& options) override {
-        const auto [id, given] = arguments();
-        CDeviceSession session(options, address_);
-        if (!StartOrTell(session))
-            return ExitStatus::NotStarted;
-        const SOutcome outcome = [&, id = id, given = given] {
-            try {
-                return synchronise(session, id, given);
-            } catch (const COperationError& error) { // a camera's value that no record can carry
-                throw CFailure(ExitStatus::CallFailed, "sync: " + PrintableText(error.what()));
-            }
-        }();
-        WriteOutput(options.json ? JsonLine(OutcomeJson(stream_, outcome))
-                                 : OutcomeText(outcome, ColourWanted()));
-        if (outcome.succeeded())
-            return ExitStatus::Success;
-        if (!outcome.result)
-            return ExitStatus::CallFailed;
-        WriteMessage(Diagnose(Occasion::Call, outcome.result, session.exchanges())
-                         .lines(session.address() + ": syncVideoCodecProperties"));
-        return ExitStatus::CallFailed;
+        command.footer(Help);
     }
 
 private:
-    std::pair<SVideoStreamId, SVornVidValsInDb> arguments() const {
+    void checkArguments(const SOptions& /*options*/) override {
         try {
-            return {SArgumentReader::readVideoStreamId(stream_), SArgumentReader::readVideoRecord(record_)};
+            id_ = SArgumentReader::readVideoStreamId(stream_);
+            given_ = SArgumentReader::readVideoRecord(record_);
         } catch (const COperationError& expected) {
             throw CFailure(ExitStatus::WrongUsage, std::string("sync: expected ") + expected.what());
         }
     }
 
+    ExitStatus runOn(CDeviceSession& session) override {
+        SOutcome outcome;
+        try {
+            outcome = synchronise(session);
+        } catch (const COperationError& error) { // a camera's value that no record can carry
+            throw CFailure(ExitStatus::CallFailed, "sync: " + PrintableText(error.what()));
+        }
+        WriteOutput(session.options().json ? JsonLine(OutcomeJson(stream_, outcome))
+                                           : OutcomeText(outcome, ColourWanted()));
+        if (outcome.succeeded())
+            return ExitStatus::Success;
+        return outcome.result ? TellFailedCall(session, "syncVideoCodecProperties", outcome.result)
+                              : ExitStatus::CallFailed;
+    }
+
     // The record as it is to be: what is given, then what is stored, then the defaults.
-    static SVornVidValsInDb wanted(CVornCamera& camera, const SVideoStreamId& id,
-                                   const SVornVidValsInDb& given) {
-        SVornVidValsInDb record = given;
+    SVornVidValsInDb wanted(CVornCamera& camera) const {
+        SVornVidValsInDb record = given_;
         for (const SField& row : Fields)
             if (CString& value = record.*row.field.value; value.empty())
-                (void)(camera.*row.get)(id.channel, id.stream, id.codec, value); // else the field stays unset
+                (void)(camera.*row.get)(id_.channel, id_.stream, id_.codec,
+                                        value); // else the field stays unset
         return record;
     }
 
-    SOutcome synchronise(CDeviceSession& session, const SVideoStreamId& id, const SVornVidValsInDb& given) {
+    SOutcome synchronise(CDeviceSession& session) const {
         SOutcome outcome;
         outcome.isDryRun = isDryRun_;
-        outcome.record = wanted(session.camera(), id, given);
+        outcome.record = wanted(session.camera());
         outcome.before = cameraRecord(session, outcome.result);
         outcome.after = outcome.record;
         if (outcome.result)
@@ -186,20 +161,19 @@ private:
             outcome.after = wouldBe(session, outcome);
             return outcome;
         }
-        // Before the camera is set: its record could not be kept.
+        // A camera must not be set when its record cannot be kept.
         if ((outcome.result = session.databaseFailure()))
             return outcome;
         (void)session.exchanges().takeFailing(); // what came before the synchronisation
-        outcome.result = session.camera().syncVideoCodecProperties(outcome.after, id);
+        outcome.result = session.camera().syncVideoCodecProperties(outcome.after, id_);
         outcome.sent = session.exchanges().all();
         outcome.sent.erase(
             std::remove_if(outcome.sent.begin(), outcome.sent.end(),
                            [](const SHttpExchange& exchange) { return exchange.method != "POST"; }),
             outcome.sent.end());
-        if (outcome.changed()) {
-            if (CError error = session.camera().writeVideoStreamRecord(id, outcome.after))
+        if (outcome.changed())
+            if (CError error = session.camera().writeVideoStreamRecord(id_, outcome.after))
                 outcome.result = error;
-        }
         return outcome;
     }
 
@@ -212,17 +186,16 @@ private:
 
     // What the camera would be asked for, in the recorder's form; what it has where it would not be asked.
     SVornVidValsInDb wouldBe(CDeviceSession& session, const SOutcome& outcome) const {
-        SVornVidValsInDb record =
-            converted(session, "convertVideoCodecToNvr",
-                      answer(session, "convertVideoCodecToCamera", {stream_, RecordText(outcome.record)}));
+        SVornVidValsInDb record = converted(session, "convertVideoCodecToNvr",
+                                            answer(session, "convertVideoCodecToCamera",
+                                                   {stream_, RecordArgument(AsAnswer(outcome.record))}));
         for (const SVideoField& field : VideoFields)
             if ((record.*field.value).empty())
                 record.*field.value = outcome.before.*field.value;
         return record;
     }
 
-    static SAnswer answer(CDeviceSession& session, const std::string& operation,
-                          const std::vector<std::string>& arguments) {
+    static SAnswer answer(CDeviceSession& session, const std::string& operation, const Texts& arguments) {
         return MakeCall(session.operations(), {operation, arguments}).answer;
     }
 
@@ -232,10 +205,11 @@ private:
             RecordArgument(answer(session, operation, {stream_, RecordArgument(from)})));
     }
 
-    std::string address_;
     std::string record_;
     std::string stream_;
     bool isDryRun_ = false;
+    SVideoStreamId id_{};    // of stream_
+    SVornVidValsInDb given_; // of record_
 };
 
 } // namespace

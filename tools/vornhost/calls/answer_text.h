@@ -1,0 +1,27 @@
+#pragma once
+
+#include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/console/json_line.h"
+#include "tools/vornhost/names.h"
+
+#include <string>
+
+namespace corvane::vornhost {
+
+// A call's answer as scripts read it. `values` is always there, empty for an operation without output
+// arguments; `result`, `type` and `record` where the operation has them.
+ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed);
+
+// The answer to a call that could not be made.
+ordered_json ErrorJson(const std::string& operation, const std::string& error);
+
+// The fields of its record that are set.
+ordered_json RecordJson(const SAnswer& answer);
+
+// What an operation returned: {"code","origin","text"}, in every output that has it.
+ordered_json ErrorMembers(const CError& error);
+
+// A call's answer for a person's eyes, a line or more.
+std::string AnswerText(const STimedAnswer& timed);
+
+} // namespace corvane::vornhost

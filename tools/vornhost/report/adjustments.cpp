@@ -1,0 +1,186 @@
+#include "tools/vornhost/report/adjustments.h"
+
+#include "operations/whole_number.h"
+#include "tools/vornhost/console/terminal_text.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr int HighestPercent = 100;
+constexpr const char* On = "on";
+constexpr const char* Off = "off";
+constexpr const char* FocusName = "focus";
+
+// The plug-in's value as a person writes it.
+std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& value) {
+    if (info.form == AdjustmentForm::Percent)
+        return value;
+    if (info.form != AdjustmentForm::Word)
+        return value == "1" ? On : Off;
+    const Texts& words = model.whiteBalance.values;
+    const auto position = operations::ReadWholeNumber<int>(value);
+    return position && *position >= 1 && static_cast<std::size_t>(*position) <= words.size()
+               ? words[static_cast<std::size_t>(*position - 1)]
+               : value;
+}
+
+AdjustmentForm FormOf(const SAdjustment&) {
+    return AdjustmentForm::Percent;
+}
+AdjustmentForm FormOf(const SWhiteBalanceModel&) {
+    return AdjustmentForm::Word;
+}
+AdjustmentForm FormOf(const SwitchValues&) {
+    return AdjustmentForm::Switch;
+}
+AdjustmentForm FormOf(const SwitchKind&) {
+    return AdjustmentForm::Switch;
+}
+
+// Where the name and the label are not the name of the model list's member, and what takes the choice away.
+constexpr struct {
+    const char* operation;
+    const char* name;
+    const char* label;
+    const char* fixedBy;
+} Names[] = {
+    {"VpaWhiteBalance", "whiteBalance", "white balance", nullptr},
+    {"VpaBackLightComp", "backLight", "back-light compensation", "super dynamic"},
+    {"LensWdr", "wideDynamicRange", "wide dynamic range", "size or exposure"},
+};
+
+SAdjustmentInfo Info(const char* member, const char* operation, AdjustmentForm form) {
+    for (const auto& row : Names)
+        if (std::string(operation) == row.operation)
+            return {row.name, row.label, operation, form, nullptr, row.fixedBy};
+    return {member, member, operation, form, nullptr, nullptr};
+}
+
+std::vector<SAdjustmentInfo> MakeAdjustments() {
+    std::vector<SAdjustmentInfo> all;
+#define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD)                                                    \
+    all.push_back(Info(#MEMBER, #AREA #NAME, FormOf(FORM())));                                               \
+    if (std::string(#AREA) == "Lens") /* which the camera does not list itself */                            \
+        all.back().isOfModel = [](const SModelInfo& model) { return IsOffered(model.MEMBER); };
+#include "host/adjustments.def"
+    const auto focus = std::find_if(all.begin(), all.end(),
+                                    [](const auto& info) { return info.name == std::string(FocusName); });
+    all.insert(std::next(focus), {"autoFocus", "auto focus", "LensAutoFocus", AdjustmentForm::Action,
+                                  focus->isOfModel, nullptr});
+    return all;
+}
+
+} // namespace
+
+const std::vector<SAdjustmentInfo>& Adjustments() {
+    static const std::vector<SAdjustmentInfo> adjustments = MakeAdjustments();
+    return adjustments;
+}
+
+Texts AdjustmentNames() {
+    Texts names;
+    for (const SAdjustmentInfo& info : Adjustments())
+        names.emplace_back(info.name);
+    return names;
+}
+
+const SAdjustmentInfo* FindAdjustment(const std::string& name) {
+    const auto found = std::find_if(Adjustments().begin(), Adjustments().end(),
+                                    [&name](const SAdjustmentInfo& info) { return name == info.name; });
+    return found == Adjustments().end() ? nullptr : &*found;
+}
+
+const SAdjustmentInfo& TellingAdjustment(const SAdjustmentInfo& info) {
+    const SAdjustmentInfo* const focus = FindAdjustment(FocusName);
+    return info.form == AdjustmentForm::Action && focus ? *focus : info;
+}
+
+CAdjustments::CAdjustments(AskCamera ask, const SModelInfo& model, int input)
+    : ask_(std::move(ask)), model_(model), input_(input) {}
+
+CError CAdjustments::learn() {
+    offered_.clear();
+    const std::optional<SAnswer> listed = ask_("getVpaProperties", {std::to_string(input_)});
+    if (!listed)
+        return CError::Success();
+    if (listed->error && *listed->error)
+        return *listed->error;
+    for (const SAdjustmentInfo& info : Adjustments()) {
+        const bool isListed =
+            std::find(listed->values.begin(), listed->values.end(), info.operation) != listed->values.end();
+        if (info.isOfModel ? info.isOfModel(model_) : isListed)
+            offered_.push_back(&info);
+    }
+    return CError::Success();
+}
+
+bool CAdjustments::has(const SAdjustmentInfo& info) const {
+    return std::find(offered_.begin(), offered_.end(), &info) != offered_.end();
+}
+
+std::vector<SAdjustmentReading> CAdjustments::readAll() const {
+    std::vector<SAdjustmentReading> readings;
+    for (const SAdjustmentInfo* info : offered_)
+        readings.push_back(read(*info));
+    return readings;
+}
+
+SAdjustmentReading CAdjustments::read(const SAdjustmentInfo& info) const {
+    SAdjustmentReading reading{&info, "", "", {}, std::nullopt};
+    const std::optional<SAnswer> answer = ask_(std::string("get") + info.operation, {std::to_string(input_)});
+    if (!answer)
+        return reading;
+    if (answer->error && *answer->error) {
+        reading.failure = *answer->error;
+        return reading;
+    }
+    const bool isAction = info.form == AdjustmentForm::Action; // which has neither a value nor a default
+    if (!answer->values.empty() && !isAction)
+        reading.current = Shown(info, model_, answer->values[0]);
+    if (answer->values.size() > 1) { // a lone value is fixed
+        reading.byDefault = isAction ? "" : Shown(info, model_, answer->values[1]);
+        reading.values = AdjustmentValues(info, model_);
+    }
+    return reading;
+}
+
+Texts AdjustmentValues(const SAdjustmentInfo& info, const SModelInfo& model) {
+    switch (info.form) {
+    case AdjustmentForm::Percent:
+        return {};
+    case AdjustmentForm::Word:
+        return model.whiteBalance.values;
+    case AdjustmentForm::Switch:
+        return {Off, On};
+    case AdjustmentForm::Action:
+        return {On};
+    }
+    return {};
+}
+
+std::string AdjustmentChoice(const SAdjustmentInfo& info, const SModelInfo& model) {
+    return info.form == AdjustmentForm::Percent ? "0 to " + std::to_string(HighestPercent)
+                                                : Join(AdjustmentValues(info, model), ", ");
+}
+
+std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const SModelInfo& model,
+                                              const std::string& value) {
+    if (info.form == AdjustmentForm::Percent) {
+        const auto percent = operations::ReadWholeNumber<int>(value);
+        return percent && *percent >= 0 && *percent <= HighestPercent ? std::optional<std::string>(value)
+                                                                      : std::nullopt;
+    }
+    const Texts values = AdjustmentValues(info, model);
+    const auto found = std::find(values.begin(), values.end(), value);
+    if (found == values.end())
+        return std::nullopt;
+    if (info.form == AdjustmentForm::Word)
+        return std::to_string(found - values.begin() + 1);
+    return value == On ? "1" : "0";
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,116 @@
+// A camera's report, for programs and for eyes.
+
+#include "tools/vornhost/console/table.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/camera_report.h"
+
+namespace corvane::vornhost {
+namespace {
+
+std::string ValueText(const ordered_json& value) {
+    if (value.is_null())
+        return "";
+    if (value.is_boolean())
+        return value.get<bool>() ? "yes" : "no";
+    if (value.is_array())
+        return Join(value.get<Texts>(), ", ");
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+ordered_json TableJson(const SFactTable& table) {
+    ordered_json rows = ordered_json::array();
+    for (const std::vector<ordered_json>& row : table.rows) {
+        ordered_json object = ordered_json::object();
+        for (std::size_t i = 0; i < row.size(); ++i)
+            if (!row[i].is_null())
+                object[table.columns[i].first] = row[i];
+        rows.push_back(std::move(object));
+    }
+    return rows;
+}
+
+ordered_json ProblemJson(const SReportProblem& problem) {
+    const SDiagnosis& diagnosis = problem.diagnosis;
+    ordered_json json{{"problem", diagnosis.problem}};
+    const std::pair<const char*, const std::string&> details[] = {{"operation", problem.operation},
+                                                                  {"text", diagnosis.pluginText},
+                                                                  {"request", diagnosis.request},
+                                                                  {"reply", diagnosis.reply},
+                                                                  {"advice", diagnosis.advice}};
+    for (const auto& [key, text] : details)
+        if (!text.empty())
+            json[key] = text;
+    json.update(ProblemObject(diagnosis));
+    return json;
+}
+
+CTable TextTable(const SFactTable& facts) {
+    Texts titles;
+    for (const auto& column : facts.columns)
+        titles.push_back(column.second);
+    CTable table(titles, 2);
+    for (const std::vector<ordered_json>& row : facts.rows) {
+        Texts cells;
+        for (const ordered_json& value : row)
+            cells.push_back(ValueText(value));
+        table.addRow(std::move(cells));
+    }
+    return table;
+}
+
+std::string SectionText(const SReportSection& section, bool colour) {
+    std::string text = Bold(section.title, colour) + "\n";
+    CTable facts({}, 2);
+    for (const SFact& fact : section.facts)
+        facts.addRow({fact.label, ValueText(fact.value)});
+    text += facts.rowLines();
+    if (!section.table.rows.empty()) {
+        const CTable table = TextTable(section.table);
+        text += table.headingLines(colour) + table.rowLines();
+    }
+    return text;
+}
+
+std::string ProblemText(const SReportProblem& problem, bool colour) {
+    const SDiagnosis& diagnosis = problem.diagnosis;
+    CTable details({}, 4);
+    const std::pair<const char*, const std::string&> rows[] = {{"call", problem.operation},
+                                                               {"plug-in", diagnosis.pluginText},
+                                                               {"asked", diagnosis.request},
+                                                               {"answered", diagnosis.reply},
+                                                               {"try", diagnosis.advice}};
+    for (const auto& [label, text] : rows)
+        if (!text.empty())
+            details.addRow({label, text});
+    return "  " + Red(PrintableText(diagnosis.problem), colour) + "\n" + details.rowLines();
+}
+
+} // namespace
+
+ordered_json ReportJson(const SCameraReport& report) {
+    ordered_json json = ordered_json::object();
+    for (const SReportSection& section : report.sections) {
+        const ordered_json::json_pointer place(section.place);
+        if (!section.table.columns.empty())
+            json[place] = TableJson(section.table);
+        for (const SFact& fact : section.facts)
+            json[place][fact.key] = fact.value;
+    }
+    ordered_json& problems = json["problems"] = ordered_json::array();
+    for (const SReportProblem& problem : report.problems)
+        problems.push_back(ProblemJson(problem));
+    return json;
+}
+
+std::string ReportText(const SCameraReport& report, bool colour) {
+    std::string text;
+    for (const SReportSection& section : report.sections)
+        text += (text.empty() ? "" : "\n") + SectionText(section, colour);
+    if (!report.problems.empty())
+        text += "\n" + Bold("What is wrong", colour) + "\n";
+    for (const SReportProblem& problem : report.problems)
+        text += ProblemText(problem, colour);
+    return text;
+}
+
+} // namespace corvane::vornhost

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <string>
+
+namespace corvane::vornhost {
+
+// A verb for one camera. What is the verb's own throws CFailure, as run() does.
+class CDeviceVerb : public IVerb {
+public:
+    // Declares ADDRESS.
+    void declare(CLI::App& command) override;
+    // Opens the camera and does what the verb is for.
+    ExitStatus run(const SOptions& options) final;
+
+protected:
+    // Whether SIGINT and SIGTERM are the verb's ordinary end, with success. `runOn` may take them itself.
+    virtual bool isEndedBySignals() const { return false; }
+    // What can be said of the arguments before anything is opened.
+    virtual void checkArguments(const SOptions& /*options*/) {}
+    // Before the camera is asked anything.
+    virtual void prepare(CDeviceSession& /*session*/) {}
+    // The camera could not be started; tells why.
+    virtual void tellNotStarted(const CDeviceSession& session, const SDiagnosis& failure);
+    virtual ExitStatus runOn(CDeviceSession& session) = 0;
+
+    std::string address_;
+};
+
+} // namespace corvane::vornhost
