@@ -10,8 +10,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::COptional;
-
 constexpr std::size_t LongestHostName = 253;
 constexpr std::string_view Digits = "0123456789";
 

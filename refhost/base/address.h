@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/text.h"
+#include "refhost/base/names.h"
 
 #include <string>
 
@@ -13,7 +13,7 @@ struct SAddress {
 };
 
 // Reads "HOST" or "HOST:PORT"; nothing for anything else (blanks, user names, paths, ports out of range).
-device_handler::v1_0::COptional<SAddress> ParseAddress(const std::string& address);
+COptional<SAddress> ParseAddress(const std::string& address);
 
 // The port of a device that tells none.
 inline constexpr const char* UsualPort = "80";

@@ -1,17 +1,11 @@
 #include "refhost/base/authentication_book.h"
 
-#include "host/log.h"
 #include "refhost/base/device_db.h"
 
 #include <algorithm>
 
 namespace corvane::refhost {
 namespace {
-
-using device_handler::v1_0::CError;
-using device_handler::v1_0::CString;
-using device_handler::v1_0::LogFailure;
-using device_handler::v1_0::LogNotice;
 
 // Of the device's record.
 constexpr const char* Key = "authentication";

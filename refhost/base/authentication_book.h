@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/text.h"
 #include "refhost/base/auth_scheme.h"
 #include "refhost/base/log.h"
+#include "refhost/base/names.h"
 
 #include <memory>
 #include <mutex>
@@ -19,7 +19,7 @@ struct SSeenAuthentication {
     // The best that it has ever let anybody in with, as far as its database and this process remember.
     AuthScheme strongest = AuthScheme::None;
     // The exchange in which it first offered Basic alone; absent where it does not do so now.
-    device_handler::v1_0::COptional<SHttpExchange> basicAlone;
+    COptional<SHttpExchange> basicAlone;
 
     // It may be somebody in between, a camera that was reset, or another one at its address.
     bool isWeakerThanBefore() const { return basicAlone && strongest == AuthScheme::Digest; }
@@ -50,7 +50,7 @@ public:
 
 private:
     struct SDevice {
-        device_handler::v1_0::COptional<bool> isRefused;
+        COptional<bool> isRefused;
         SSeenAuthentication seen;
         bool isTold = false, isFallTold = false;
         std::weak_ptr<CDeviceDb> database;

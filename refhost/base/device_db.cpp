@@ -3,8 +3,6 @@
 #include "refhost/base/log.h"
 #include "refhost/base/private_file.h"
 
-#include "host/log.h"
-
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <fcntl.h>
@@ -17,13 +15,8 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::COptional;
-using device_handler::v1_0::CString;
 using device_handler::v1_0::IDeviceDbProxy;
 using device_handler::v1_0::InputClass;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 
 constexpr int BusyTimeoutMilliseconds = 5000;
 constexpr const char* InMemory = ":memory:";
@@ -180,7 +173,7 @@ public:
         try {
             return database_->familyAt(address_).value_or("");
         } catch (const CDeviceDbError& error) {
-            WriteLog(device_handler::v1_0::LogFailure, address_ + ": " + error.what());
+            WriteLog(LogFailure, address_ + ": " + error.what());
             return {};
         }
     }

@@ -2,6 +2,7 @@
 
 #include "host/device_context.h"
 #include "host/device_id.h"
+#include "refhost/base/names.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -31,7 +32,7 @@ public:
 
     // Who was found at the address, if anybody was; and the record of it. Throws CDeviceDbError when the
     // database fails.
-    device_handler::v1_0::COptional<std::string> familyAt(const std::string& address) const;
+    COptional<std::string> familyAt(const std::string& address) const;
     void registerDevice(const std::string& address, const std::string& familyName,
                         const std::string& serialNumber);
 

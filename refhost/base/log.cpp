@@ -1,6 +1,6 @@
 #include "refhost/base/log.h"
 
-#include "host/log.h"
+#include "refhost/base/names.h"
 #include "refhost/base/printable_text.h"
 
 #include <nlohmann/json.hpp>
@@ -17,9 +17,6 @@
 
 namespace corvane::refhost {
 namespace {
-
-using device_handler::v1_0::LogFailure;
-using device_handler::v1_0::LogNotice;
 
 constexpr const char* LogPattern = "%Y-%m-%d %H:%M:%S.%e %v";
 constexpr const char* TracePattern = "%v";

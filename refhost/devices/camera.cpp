@@ -11,9 +11,6 @@ namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
 using device_handler::v1_0::IDeviceDbProxy;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::PropertyValue;
-using device_handler::v1_0::RtnCode;
 using vorn_utility::v1_0::CVornCgiLib;
 
 constexpr int SingleValueTimeout = 4;

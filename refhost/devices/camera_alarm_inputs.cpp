@@ -1,17 +1,12 @@
 // The base camera's alarm inputs: numbers from the model list, active levels in the device database.
 
-#include "host/camera.h"
-#include "refhost/devices/camera_errors.h"
+#include "refhost/devices/camera_base.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
-
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using refhost::IsAbsent;
 
 constexpr const char* ActiveStateKey = "active_state";
 

@@ -3,21 +3,12 @@
 #include "refhost/devices/camera_base.h"
 
 #include "host/log.h"
-#include "refhost/devices/camera_errors.h"
 #include "refhost/streams/stream_location.h"
 
 namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
 using device_handler::v1_0::LogNotice;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::PropertyValue;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SStreamUrl;
-using device_handler::v1_0::UrlOfNoCodec;
-using refhost::EmptyValue;
-using refhost::IsAbsent;
-using refhost::NotOfModel;
 
 constexpr const char* BitRateKey = "brate";
 constexpr const char* VolumeKey = "volume";

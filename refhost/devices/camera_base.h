@@ -1,6 +1,9 @@
 #pragma once
 
 #include "host/camera.h"
+#include "host/device_context.h"
+#include "host/model_info.h"
+#include "refhost/devices/camera_errors.h"
 
 #include <map>
 #include <memory>
@@ -8,6 +11,17 @@
 #include <string>
 
 namespace corvane::vorn_camera_base::v1_0 {
+
+using device_handler::v1_0::Origin;
+using device_handler::v1_0::PropertyValue;
+using device_handler::v1_0::RtnCode;
+using device_handler::v1_0::SStreamUrl;
+using device_handler::v1_0::UrlOfNoCodec;
+using refhost::EmptyValue;
+using refhost::IsAbsent;
+using refhost::NotOfDevice;
+using refhost::NotOfModel;
+using refhost::UnknownToBase;
 
 // What the base of a camera keeps.
 struct CVornCamera::SBase {

@@ -2,7 +2,6 @@
 // the device database.
 
 #include "refhost/devices/camera_base.h"
-#include "refhost/devices/camera_errors.h"
 
 #include <algorithm>
 
@@ -10,15 +9,10 @@ namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
 using device_handler::v1_0::IsOffered;
-using device_handler::v1_0::PropertyValue;
-using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SAdjustment;
 using device_handler::v1_0::SWhiteBalanceModel;
 using device_handler::v1_0::SwitchKind;
 using device_handler::v1_0::SwitchValues;
-using refhost::EmptyValue;
-using refhost::IsAbsent;
-using refhost::NotOfModel;
 
 // What is told of each form behind the current value: its default, and what it may be.
 

@@ -1,11 +1,8 @@
 // The base camera's pan, tilt and zoom: what the model list knows, and no moves.
 
 #include "refhost/devices/camera_base.h"
-#include "refhost/devices/camera_errors.h"
 
 namespace corvane::vorn_camera_base::v1_0 {
-
-using refhost::NotOfDevice;
 
 const SPtzModel& CVornCamera::ptzModel() const {
     static const SPtzModel none;

@@ -3,7 +3,6 @@
 #include "refhost/devices/camera_base.h"
 
 #include "host/stream_controller.h"
-#include "refhost/devices/camera_errors.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/stream_location.h"
 
@@ -15,16 +14,8 @@ namespace corvane::vorn_camera_base::v1_0 {
 namespace {
 
 using device_handler::v1_0::FindCodecName;
-using device_handler::v1_0::PropertyValue;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::SStreamUrl;
 using device_handler::v1_0::SVideoCodecName;
-using device_handler::v1_0::UrlOfNoCodec;
 using device_handler::v1_0::VideoCodecNames;
-using refhost::EmptyValue;
-using refhost::IsAbsent;
-using refhost::NotOfModel;
-using refhost::UnknownToBase;
 
 std::string codecText(VideoCodec codec) {
     const SVideoCodecName* name = FindCodecName(codec);

@@ -10,10 +10,8 @@
 
 namespace corvane::refhost {
 
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::CDeviceId;
 using device_handler::v1_0::CLogFunction;
-using device_handler::v1_0::COptional;
 using device_handler::v1_0::CVornModelList;
 using device_handler::v1_0::IDeviceDbProxy;
 using device_handler::v1_0::SFamily;

@@ -18,15 +18,14 @@ namespace corvane::refhost {
 class CDeviceContext : public device_handler::v1_0::IDeviceContext {
 public:
     // `database` may be empty: the device then has no record.
-    CDeviceContext(std::string address, device_handler::v1_0::CAuthentication authentication,
-                   std::shared_ptr<CDeviceDb> database);
+    CDeviceContext(std::string address, CAuthentication authentication, std::shared_ptr<CDeviceDb> database);
 
     void log(int level, const char* format, ...) override VORN_PRINTF_FORMAT(3, 4);
     boost::shared_ptr<device_handler::v1_0::IDeviceDbProxy> getDeviceDbProxy() override;
-    device_handler::v1_0::CAuthentication getAuthentication() override;
+    CAuthentication getAuthentication() override;
 
     // Takes effect at the device's next request. Its password becomes a secret of the log.
-    void setAuthentication(device_handler::v1_0::CAuthentication authentication);
+    void setAuthentication(CAuthentication authentication);
 
     // Whether Basic authentication is refused to the device: as the last call of setBasicRefused() for its
     // address says, and before any for as long as there is a handler context with a family that refuses it.
@@ -41,7 +40,7 @@ private:
     const std::string toldAddress_; // as exchanges tell it
     const std::shared_ptr<CDeviceDb> database_;
     mutable std::mutex mutex_; // guards authentication_
-    device_handler::v1_0::CAuthentication authentication_;
+    CAuthentication authentication_;
 };
 
 // The context of a device handler: every family of the model list, the framework's log. It refuses to query
@@ -55,8 +54,8 @@ public:
     std::size_t getFamilyCount() const override;
     const device_handler::v1_0::SFamily* getFamily(std::size_t i) const override;
     bool isQueryRefused(const std::string& address,
-                        const device_handler::v1_0::COptional<device_handler::v1_0::CDeviceId>& deviceId,
-                        const device_handler::v1_0::CAuthentication& authentication) override;
+                        const COptional<device_handler::v1_0::CDeviceId>& deviceId,
+                        const CAuthentication& authentication) override;
     device_handler::v1_0::CLogFunction getLog() const override;
     boost::shared_ptr<device_handler::v1_0::CVornModelList> getModelList() const override;
 

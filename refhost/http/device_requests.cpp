@@ -4,8 +4,6 @@
 
 namespace corvane::refhost {
 
-using device_handler::v1_0::CAuthentication;
-using device_handler::v1_0::CError;
 using device_handler::v1_0::CVornModelList;
 using vorn_camera_base::v1_0::CVornCamera;
 

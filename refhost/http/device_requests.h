@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/authentication.h"
-#include "host/error.h"
 #include "host/model_list.h"
+#include "refhost/base/names.h"
 
 #include <string>
 
@@ -15,8 +14,7 @@ inline constexpr const char* ReplyDelimiters = "&\r\n'";
 
 // Sends the list's authentication test to the device, with the credentials if they are set. Fails as the
 // exchange fails (see host/cgi.h).
-device_handler::v1_0::CError SendAuthenticationTest(const device_handler::v1_0::CVornModelList& modelList,
-                                                    const std::string& address,
-                                                    const device_handler::v1_0::CAuthentication& credentials);
+CError SendAuthenticationTest(const device_handler::v1_0::CVornModelList& modelList,
+                              const std::string& address, const CAuthentication& credentials);
 
 } // namespace corvane::refhost

@@ -21,7 +21,6 @@ namespace corvane::refhost {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using device_handler::v1_0::COptional;
 using std::chrono::milliseconds;
 
 constexpr std::size_t LargestReplyMebibytes = 16;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/text.h"
 #include "refhost/base/http_failure.h"
+#include "refhost/base/names.h"
 
 #include <string>
 
@@ -13,9 +13,9 @@ struct SHttpRequest {
     std::string path;    // from the first "/", with its query
     std::string user;    // empty: no credentials are sent
     std::string password;
-    std::string authScheme;                            // "ANY", "BASIC" or "DIGEST"
-    int timeout = 0;                                   // seconds for everything
-    device_handler::v1_0::COptional<std::string> form; // a POST of this form; absent: a GET
+    std::string authScheme;      // "ANY", "BASIC" or "DIGEST"
+    int timeout = 0;             // seconds for everything
+    COptional<std::string> form; // a POST of this form; absent: a GET
 };
 
 struct SHttpReply {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/authentication.h"
 #include "refhost/base/auth_scheme.h"
+#include "refhost/base/names.h"
 #include "refhost/streams/rtsp_message.h"
 
 #include <string>
@@ -12,8 +12,7 @@ namespace corvane::refhost {
 // scheme is spoken, and Basic not where the credentials refuse it. Used on one thread.
 class CRtspAuthentication {
 public:
-    explicit CRtspAuthentication(device_handler::v1_0::CAuthentication credentials)
-        : credentials_(std::move(credentials)) {}
+    explicit CRtspAuthentication(CAuthentication credentials) : credentials_(std::move(credentials)) {}
 
     // A request is sent for the first time.
     void beginRequest() { isRenewed_ = false; }
@@ -33,7 +32,7 @@ private:
     bool mayUseBasic() const;
     std::string digestFor(const std::string& method, const std::string& url);
 
-    const device_handler::v1_0::CAuthentication credentials_;
+    const CAuthentication credentials_;
     AuthScheme scheme_ = AuthScheme::None;
     std::string realm_;
     std::string nonce_;

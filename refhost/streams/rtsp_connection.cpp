@@ -1,6 +1,5 @@
 #include "refhost/streams/rtsp_connection.h"
 
-#include "host/error.h"
 #include "refhost/base/address.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
@@ -9,10 +8,6 @@
 
 namespace corvane::refhost {
 namespace {
-
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 
 constexpr std::size_t ReadSize = std::size_t{16} << 10;
 constexpr int StandardPort = 554;

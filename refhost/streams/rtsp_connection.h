@@ -1,5 +1,6 @@
 #pragma once
 
+#include "refhost/base/names.h"
 #include "refhost/streams/rtsp_message.h"
 
 #include <gio/gio.h>
@@ -11,7 +12,7 @@
 namespace corvane::refhost {
 
 // A connection to a camera's RTSP port. Used on one thread; every wait ends when `cancellable`, which is
-// borrowed, is cancelled. What goes wrong is thrown as the device_handler::v1_0::CError that rtsp_failure
+// borrowed, is cancelled. What goes wrong is thrown as the CError that rtsp_failure
 // (refhost/rtsp_pipeline.h) has the text for.
 class CRtspConnection {
 public:

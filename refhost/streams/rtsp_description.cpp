@@ -1,6 +1,5 @@
 #include "refhost/streams/rtsp_description.h"
 
-#include "host/error.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <gst/sdp/gstsdpmessage.h>
@@ -11,10 +10,6 @@
 
 namespace corvane::refhost {
 namespace {
-
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 
 constexpr guint MostMedia = 16;
 constexpr guint MostAttributes = 64; // of one medium

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "refhost/base/names.h"
+
 #include <gst/gst.h>
 
 #include <memory>
@@ -26,7 +28,7 @@ struct SRtspDescription {
     std::vector<SRtspMedium> media;
 };
 
-// Reads a description (SDP). Throws the device_handler::v1_0::CError for a text that is none
+// Reads a description (SDP). Throws the CError for a text that is none
 // (rtsp_failure::NoDescription in refhost/rtsp_pipeline.h), or one with more than 16 media or 64 attributes
 // of one of them (rtsp_failure::TooLarge).
 SRtspDescription ReadRtspDescription(const std::string& text);

@@ -10,10 +10,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
-using device_handler::v1_0::VideoCodec;
 using vorn_gst::v1_0::CGstRef;
 
 constexpr int JpegPayload = 26;

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/error.h"
 #include "host/gst_object.h"
-#include "host/stream_id.h"
+#include "refhost/base/names.h"
 
 #include <gst/gst.h>
 
@@ -22,7 +21,7 @@ struct SRtspMedia {
 };
 
 // Null for a codec that nobody understands.
-const SRtspMedia* FindVideoMedia(device_handler::v1_0::VideoCodec codec);
+const SRtspMedia* FindVideoMedia(VideoCodec codec);
 const SRtspMedia& AudioMedia();
 
 // Which medium of a description is taken: the first of the wanted encoding. Used on one thread.
@@ -33,7 +32,7 @@ public:
     // `medium` is the caps of its packets.
     bool takes(GstCaps* medium);
     // Why none was.
-    device_handler::v1_0::CError refusal() const;
+    CError refusal() const;
 
 private:
     const SRtspMedia& wanted_;
@@ -42,8 +41,7 @@ private:
 
 // Makes the elements that `media` names, a bin with the pads "sink" and "src". Fails with (OperationFailed,
 // General) when one is not installed.
-device_handler::v1_0::CError MakeMediaChain(const SRtspMedia& media,
-                                            vorn_gst::v1_0::CGstRef<GstElement>& chain);
+CError MakeMediaChain(const SRtspMedia& media, vorn_gst::v1_0::CGstRef<GstElement>& chain);
 
 // Tells such a bin, before its first packet, what the description says of the stream: the frame rate, where
 // frames do not tell it themselves, and in which order G.726 codewords come.

@@ -11,12 +11,8 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CError;
 using device_handler::v1_0::IStreamController;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SStreamEnd;
-using device_handler::v1_0::VideoCodec;
 using vorn_gst::v1_0::CGstRef;
 
 using CReceptionPtr = std::unique_ptr<CRtspReception>;

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/error.h"
 #include "host/stream_controller.h"
-#include "host/stream_id.h"
+#include "refhost/base/names.h"
 #include "refhost/streams/rtsp_source.h"
 
 #include <memory>
@@ -41,10 +40,8 @@ inline const std::string OfAudio = "audio: ";
 // wherever the cause is known: AuthenticationFailed for status 401, NotSupported for a wrong codec or no
 // video, NotAccessible for a camera that cannot be reached or does not answer (each of its answers is waited
 // for 5 s), OperationFailed for the rest.
-device_handler::v1_0::CError CreateRtspPipeline(const SRtspSource& source,
-                                                device_handler::v1_0::VideoCodec codec,
-                                                std::shared_ptr<const void> use,
-                                                device_handler::v1_0::IStreamController*& controller);
+CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec, std::shared_ptr<const void> use,
+                          device_handler::v1_0::IStreamController*& controller);
 
 // Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
 // comes out of `pad`, which lives as long as the controller; the caller links it. Its codewords begin at the
@@ -52,8 +49,8 @@ device_handler::v1_0::CError CreateRtspPipeline(const SRtspSource& source,
 // packets come, so that sound and picture stay together. Arguments and failures are those of
 // CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
-device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
-                                          const SRtspSource& source, GstPad*& pad);
+CError AddRtspAudio(device_handler::v1_0::IStreamController& controller, const SRtspSource& source,
+                    GstPad*& pad);
 
 // What the camera was asked last on the way to such a stream's pictures or sound, as "METHOD URL"; before
 // that what it is to be asked first. Empty for any other stream, and for sound that has not been added.

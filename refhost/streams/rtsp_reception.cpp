@@ -9,9 +9,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 using vorn_gst::v1_0::CGstRef;
 
 constexpr unsigned ReorderMilliseconds = 100; // TCP keeps the order; this evens out the camera's pace

@@ -21,12 +21,12 @@ public:
 
     // Adds the chain to `bin`, with a pad of that name where the frames come out. Fails with
     // (OperationFailed, General) when an element is not installed.
-    device_handler::v1_0::CError addTo(GstBin* bin, const char* padName);
+    CError addTo(GstBin* bin, const char* padName);
     // How the frames' times are made; "slave" or "synced", as GStreamer has it.
     void setTiming(const char* mode);
 
     // Starts the thread; fails with (OperationFailed, General) when there is none to be had.
-    device_handler::v1_0::CError start();
+    CError start();
     // Ends the exchange with the camera, at once; join() waits for the thread, once nobody holds up its
     // packets any more.
     void cancel() { session_.cancel(); }
@@ -40,11 +40,11 @@ public:
     bool holds(GstObject* element) const;
     std::string asked() const { return session_.asked(); }
     // Why the stream has ended; a success while it has not failed.
-    device_handler::v1_0::CError failure() const;
+    CError failure() const;
 
 private:
     bool takes(GstCaps* medium) override;
-    device_handler::v1_0::CError refusal() const override { return choice_.refusal(); }
+    CError refusal() const override { return choice_.refusal(); }
     bool packetComes(GstBuffer* packet) override;
 
     void receive();
@@ -60,7 +60,7 @@ private:
     std::atomic<bool> isFinished_{false};
     std::atomic<std::size_t> sinceFrame_{0}; // bytes that have come since a frame was whole
     mutable std::mutex mutex_;
-    device_handler::v1_0::CError failure_ = device_handler::v1_0::CError::Success(); // guarded by mutex_
+    CError failure_ = CError::Success(); // guarded by mutex_
 };
 
 } // namespace corvane::refhost

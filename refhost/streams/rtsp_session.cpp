@@ -18,9 +18,6 @@ namespace corvane::refhost {
 namespace {
 
 using Clock = CRtspConnection::Clock;
-using device_handler::v1_0::CError;
-using device_handler::v1_0::Origin;
-using device_handler::v1_0::RtnCode;
 
 constexpr std::chrono::seconds DefaultSessionTime(60);
 constexpr int HttpOk = 200;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/error.h"
+#include "refhost/base/names.h"
 #include "refhost/streams/rtsp_source.h"
 
 #include <gio/gio.h>
@@ -23,7 +23,7 @@ public:
     // refhost/rtsp_description.h has them. Whether it is the one to be had; none is asked for behind that.
     virtual bool takes(GstCaps* medium) = 0;
     // Why none was taken.
-    virtual device_handler::v1_0::CError refusal() const = 0;
+    virtual CError refusal() const = 0;
     // An RTP packet of the medium; takes ownership. False when no more are wanted.
     virtual bool packetComes(GstBuffer* packet) = 0;
 };
@@ -41,7 +41,7 @@ public:
     // Asks for the stream and hands its packets on until it ends; on the thread that is to be the session's.
     // A success when the camera has ended the stream, or nobody wants more of it; otherwise fails as
     // rtsp_failure has it (refhost/rtsp_pipeline.h). Each answer of the camera is waited for 5 s, all in all.
-    device_handler::v1_0::CError run();
+    CError run();
 
     // Has run() return at once, now or when it is called later. Callable from any thread.
     void cancel();

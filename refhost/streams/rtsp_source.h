@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/authentication.h"
+#include "refhost/base/names.h"
 
 #include <string>
 
@@ -8,9 +8,9 @@ namespace corvane::refhost {
 
 // Where a stream is asked for, and as whom.
 struct SRtspSource {
-    std::string url;    // "rtsp://HOST[:PORT]/PATH" without credentials
-    std::string device; // the camera's address, by which others know how it asks for credentials
-    device_handler::v1_0::CAuthentication credentials; // none are shown when they are not set
+    std::string url;             // "rtsp://HOST[:PORT]/PATH" without credentials
+    std::string device;          // the camera's address, by which others know how it asks for credentials
+    CAuthentication credentials; // none are shown when they are not set
 };
 
 } // namespace corvane::refhost

@@ -6,7 +6,6 @@
 namespace corvane::refhost {
 namespace {
 
-using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::SStreamUrl;
 
 // The address without the port of its web server.

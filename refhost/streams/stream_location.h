@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/authentication.h"
 #include "host/model_info.h"
+#include "refhost/base/names.h"
 
 #include <string>
 
@@ -12,11 +12,9 @@ std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url, const st
 
 // Likewise, with user and password in it, percent-encoded, where they are set.
 std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,
-                                          const std::string& address,
-                                          const device_handler::v1_0::CAuthentication& credentials);
+                                          const std::string& address, const CAuthentication& credentials);
 
 // The location without user and password, where it holds these, percent-encoded or as they are.
-std::string WithoutCredentials(const std::string& location,
-                               const device_handler::v1_0::CAuthentication& credentials);
+std::string WithoutCredentials(const std::string& location, const CAuthentication& credentials);
 
 } // namespace corvane::refhost
