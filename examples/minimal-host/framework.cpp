@@ -17,9 +17,7 @@ namespace {
 
 using namespace device_handler::v1_0;
 
-CError notSupported(const char* text) {
-    return {RtnCode::NotSupported, Origin::General, text};
-}
+CError notSupported(const char* text) { return {RtnCode::NotSupported, Origin::General, text}; }
 
 } // namespace
 
@@ -34,12 +32,8 @@ CVornModelList::CVornModelList(SVornUrl test, std::vector<SFamily> families,
                                std::map<std::string, SQueryDevice> queries, ModelMap models)
     : authenticationTest_(test), families_(families), queries_(queries), models_(models) {}
 CVornModelList::~CVornModelList() = default;
-SVornUrl CVornModelList::getTestAuthentication() const {
-    return authenticationTest_;
-}
-SQueryDevice CVornModelList::getQueryDevice(const std::string& family) const {
-    return queries_.at(family);
-}
+SVornUrl CVornModelList::getTestAuthentication() const { return authenticationTest_; }
+SQueryDevice CVornModelList::getQueryDevice(const std::string& family) const { return queries_.at(family); }
 std::string CVornModelList::getModelFamiyName(const std::string& number) const {
     return models_.at(number).family;
 }
@@ -79,9 +73,7 @@ CError None<CError>() {
     return notSupported("this host has no answer");
 }
 #define VORN_OPERATION(RETURNED, NAME, PARAMETERS)                                                           \
-    RETURNED CVornCamera::NAME PARAMETERS {                                                                  \
-        return None<RETURNED>();                                                                             \
-    }
+    RETURNED CVornCamera::NAME PARAMETERS { return None<RETURNED>(); }
 #define VORN_METHOD(RETURNED, NAME, PARAMETERS) VORN_OPERATION(RETURNED, NAME, PARAMETERS)
 #include <host/camera_operations.def>
 
@@ -103,28 +95,16 @@ CError CVornCamera::getCamSingleValue(const std::string& address, const SVornUrl
         value = values.front();
     return error;
 }
-const boost::shared_ptr<IDeviceContext>& CVornCamera::deviceContext() const {
-    return base_->context;
-}
-const std::string& CVornCamera::address() const {
-    return base_->address;
-}
-const boost::shared_ptr<CVornModelList>& CVornCamera::modelList() const {
-    return base_->list;
-}
-const SModelInfo& CVornCamera::model() const {
-    return base_->model();
-}
+const boost::shared_ptr<IDeviceContext>& CVornCamera::deviceContext() const { return base_->context; }
+const std::string& CVornCamera::address() const { return base_->address; }
+const boost::shared_ptr<CVornModelList>& CVornCamera::modelList() const { return base_->list; }
+const SModelInfo& CVornCamera::model() const { return base_->model(); }
 const SPtzModel& CVornCamera::ptzModel() const {
     static const SPtzModel none;
     return model().ptz ? *model().ptz : none;
 }
-int CVornCamera::inputBase(int) const {
-    return 0;
-}
-int CVornCamera::reIndex(int input, int) const {
-    return input;
-}
+int CVornCamera::inputBase(int) const { return 0; }
+int CVornCamera::reIndex(int input, int) const { return input; }
 CError CVornCamera::writeToInputDb(InputClass, int, const std::string&, const CString&) {
     return notSupported("no device database");
 }

@@ -97,9 +97,7 @@ CHttpInterface::CHttpInterface(std::string user, std::string password)
     : base_(new SBase{std::move(user), std::move(password)}) {}
 CHttpInterface::~CHttpInterface() = default;
 
-int CHttpInterface::Initialize() {
-    return 0;
-}
+int CHttpInterface::Initialize() { return 0; }
 
 int CHttpInterface::SetContent(const std::string& body, const std::string& url) {
     std::string reply;
