@@ -1,7 +1,7 @@
 #pragma once
 
-// Definitions for a host that makes cameras alone, to be included in one of its sources: the plug-in is linked to
-// handlers, controllers and event streams all the same. Calling any of it ends the program.
+// Definitions for a host that makes cameras alone, to be included in one of its sources: the plug-in is
+// linked to handlers, controllers and event streams all the same. Calling any of it ends the program.
 
 #include "host/assert.h"
 #include "host/event_stream_controller.h"

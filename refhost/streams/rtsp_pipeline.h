@@ -42,10 +42,9 @@ inline const std::string OfAudio = "audio: ";
 // wherever the cause is known: AuthenticationFailed for status 401, NotSupported for a wrong codec or no
 // video, NotAccessible for a camera that cannot be reached or does not answer (each of its answers is waited
 // for 5 s), OperationFailed for the rest.
-VORN_HOST_API device_handler::v1_0::CError CreateRtspPipeline(const SRtspSource& source,
-                                                device_handler::v1_0::VideoCodec codec,
-                                                std::shared_ptr<const void> use,
-                                                device_handler::v1_0::IStreamController*& controller);
+VORN_HOST_API device_handler::v1_0::CError
+CreateRtspPipeline(const SRtspSource& source, device_handler::v1_0::VideoCodec codec,
+                   std::shared_ptr<const void> use, device_handler::v1_0::IStreamController*& controller);
 
 // Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
 // comes out of `pad`, which lives as long as the controller; the caller links it. Its codewords begin at the
@@ -54,11 +53,12 @@ VORN_HOST_API device_handler::v1_0::CError CreateRtspPipeline(const SRtspSource&
 // CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
 VORN_HOST_API device_handler::v1_0::CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
-                                          const SRtspSource& source, GstPad*& pad);
+                                                        const SRtspSource& source, GstPad*& pad);
 
 // What the camera was asked last on the way to such a stream's pictures or sound, as "METHOD URL"; before
 // that what it is to be asked first. Empty for any other stream, and for sound that has not been added.
 enum class RtspPart { Pictures, Sound };
-VORN_HOST_API std::string RtspRequest(const device_handler::v1_0::IStreamController& controller, RtspPart part);
+VORN_HOST_API std::string RtspRequest(const device_handler::v1_0::IStreamController& controller,
+                                      RtspPart part);
 
 } // namespace corvane::refhost

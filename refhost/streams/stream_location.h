@@ -9,15 +9,16 @@
 namespace corvane::refhost {
 
 // Where a stream of the device at `address` is; the port of the device's web server has no part in it.
-VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url, const std::string& address);
+VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url,
+                                         const std::string& address);
 
 // Likewise, with user and password in it, percent-encoded, where they are set.
-VORN_HOST_API std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,
-                                          const std::string& address,
-                                          const device_handler::v1_0::CAuthentication& credentials);
+VORN_HOST_API std::string
+StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url, const std::string& address,
+                              const device_handler::v1_0::CAuthentication& credentials);
 
 // The location without user and password, where it holds these, percent-encoded or as they are.
 VORN_HOST_API std::string WithoutCredentials(const std::string& location,
-                               const device_handler::v1_0::CAuthentication& credentials);
+                                             const device_handler::v1_0::CAuthentication& credentials);
 
 } // namespace corvane::refhost
