@@ -10,6 +10,7 @@
 
 namespace corvane::panasonic_camera {
 
+using device_handler::v1_0::CAuthentication;
 using device_handler::v1_0::LogDetail;
 using device_handler::v1_0::UrlOfNoCodec;
 

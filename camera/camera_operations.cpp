@@ -1,6 +1,7 @@
 // The operations of the camera, its settings and its capability that can be called by name.
 
 #include "camera/panasonic_camera.h"
+#include "camera/setting.h"
 
 #include "operations/operations.h"
 

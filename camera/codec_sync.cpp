@@ -4,15 +4,14 @@
 #include "camera/codec_conversion.h"
 #include "camera/errors.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting.h"
 #include "camera/stream_tables.h"
 
 #include "host/log.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include <algorithm>
 #include <map>
+#include <mutex>
 
 namespace corvane::panasonic_camera {
 
@@ -28,9 +27,9 @@ constexpr const char* SharedEncoder = "GXE500";
 
 // Every stream of the process that has been set once.
 void RememberSetStream(const SVideoStreamId& id) {
-    static boost::mutex mutex;
+    static std::mutex mutex;
     static std::map<SVideoStreamId, int> setStreams; // guarded by mutex
-    const boost::lock_guard<boost::mutex> guard(mutex);
+    const std::lock_guard<std::mutex> guard(mutex);
     setStreams.emplace(id, 1);
 }
 

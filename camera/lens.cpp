@@ -4,6 +4,7 @@
 #include "camera/cgi_paths.h"
 #include "camera/errors.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting.h"
 #include "camera/setting_keys.h"
 
 namespace corvane::panasonic_camera {

@@ -1,9 +1,10 @@
 #include "camera/panasonic_camera.h"
-#include "camera/setting_keys.h"
 
 #include "camera/cgi_paths.h"
 #include "camera/errors.h"
 #include "camera/model_number.h"
+#include "camera/setting.h"
+#include "camera/setting_keys.h"
 #include "camera/stream_tables.h"
 
 #include "host/log.h"

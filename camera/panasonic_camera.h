@@ -1,22 +1,26 @@
 #pragma once
 
 #include "camera/capability.h"
-#include "camera/setting.h"
 #include "camera/weak_elements.h"
 #include "host/camera.h"
 
 #include <boost/shared_ptr.hpp>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
 namespace corvane::panasonic_camera {
 
+class CPanasonicSetting;
+
 using device_handler::v1_0::AudioCodec;
+using device_handler::v1_0::CError;
 using device_handler::v1_0::COperationRegistry;
 using device_handler::v1_0::COptional;
 using device_handler::v1_0::CString;
 using device_handler::v1_0::CVornModelList;
+using device_handler::v1_0::IDeviceContext;
 using device_handler::v1_0::IStreamController;
 using device_handler::v1_0::SStreamUrl;
 using handler_impl::SAudioStreamId;

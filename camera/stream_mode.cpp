@@ -5,6 +5,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting.h"
 #include "camera/setting_keys.h"
 #include "camera/stream_tables.h"
 

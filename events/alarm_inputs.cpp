@@ -4,6 +4,7 @@
 #include "camera/errors.h"
 #include "camera/numbers.h"
 #include "camera/panasonic_camera.h"
+#include "camera/setting.h"
 #include "camera/setting_keys.h"
 #include "events/eventsynth.h"
 #include "host/event_stream_controller.h"

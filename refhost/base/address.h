@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "refhost/base/names.h"
 
 #include <string>
@@ -13,15 +14,15 @@ struct SAddress {
 };
 
 // Reads "HOST" or "HOST:PORT"; nothing for anything else (blanks, user names, paths, ports out of range).
-COptional<SAddress> ParseAddress(const std::string& address);
+VORN_HOST_API COptional<SAddress> ParseAddress(const std::string& address);
 
 // The port of a device that tells none.
 inline constexpr const char* UsualPort = "80";
 
 // "HOST" or "HOST:PORT", without the usual port.
-std::string AddressText(const std::string& host, const std::string& port);
+VORN_HOST_API VORN_HOST_API std::string AddressText(const std::string& host, const std::string& port);
 
 // A device's address as its exchanges tell it, the usual port left out; a text that is no address as it is.
-std::string ToldAddress(const std::string& address);
+VORN_HOST_API VORN_HOST_API std::string ToldAddress(const std::string& address);
 
 } // namespace corvane::refhost

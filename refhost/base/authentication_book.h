@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "refhost/base/auth_scheme.h"
 #include "refhost/base/log.h"
 #include "refhost/base/names.h"
@@ -30,7 +31,7 @@ struct SSeenAuthentication {
 //
 // Process-wide, since HTTP is, and for a device's streams too; addresses are as exchanges tell them
 // (ToldAddress in refhost/address.h). Every operation may be called from any thread.
-class CAuthenticationBook {
+class VORN_HOST_API CAuthenticationBook {
 public:
     static CAuthenticationBook& instance();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "host/device_context.h"
 #include "host/device_id.h"
 #include "refhost/base/names.h"
@@ -13,7 +14,7 @@
 namespace corvane::refhost {
 
 // Why the device database could not be opened, read or written; the text names the file.
-class CDeviceDbError : public std::runtime_error {
+class VORN_HOST_API CDeviceDbError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -21,7 +22,7 @@ public:
 // The recorder's device database, on SQLite: for each device, by its address, its identity and its values. A
 // write is one transaction: a process killed in the middle leaves the old value or the new one. Its
 // operations may be called from any thread; several processes may have one file open.
-class CDeviceDb : public std::enable_shared_from_this<CDeviceDb> {
+class VORN_HOST_API CDeviceDb : public std::enable_shared_from_this<CDeviceDb> {
 public:
     // Opens or creates the database, a new one for its owner alone; an empty `file` keeps it in memory.
     // Throws CDeviceDbError.

@@ -1,12 +1,14 @@
 #include "refhost/base/plugin_library.h"
 
-#include "refhost/base/plugin_symbols.h"
+#include "host/plugin_symbols.h"
 
 #include <dlfcn.h>
 
 #include <filesystem>
 
 namespace corvane::refhost {
+
+namespace plugin_symbols = vorn_obj_factory::v1_0::plugin_symbols;
 namespace {
 
 using device_handler::v1_0::CVornModelList;
@@ -42,12 +44,12 @@ Object* require(Object* made, const std::string& file, const char* what) {
 
 struct CPluginLibrary::SSymbols {
     explicit SSymbols(const std::string& file) : library(openLibrary(file)) {
-        resolve(createHandler, PluginSymbols::CreateHandler, file);
-        resolve(createCamera, PluginSymbols::CreateCamera, file);
-        resolve(createController, PluginSymbols::CreateController, file);
-        resolve(createPtzController, PluginSymbols::CreatePtzController, file);
-        resolve(buildDate, PluginSymbols::BuildDate, file);
-        resolve(buildId, PluginSymbols::BuildId, file);
+        resolve(createHandler, plugin_symbols::CreateHandler, file);
+        resolve(createCamera, plugin_symbols::CreateCamera, file);
+        resolve(createController, plugin_symbols::CreateController, file);
+        resolve(createPtzController, plugin_symbols::CreatePtzController, file);
+        resolve(buildDate, plugin_symbols::BuildDate, file);
+        resolve(buildId, plugin_symbols::BuildId, file);
     }
 
     template <class Symbol>

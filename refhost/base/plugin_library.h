@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "host/object_factory.h"
 
 #include <boost/shared_ptr.hpp>
@@ -11,14 +12,14 @@
 namespace corvane::refhost {
 
 // Why a plug-in could not be loaded; the text names the file and what is missing.
-class CPluginError : public std::runtime_error {
+class VORN_HOST_API CPluginError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
 // A plug-in's shared library, loaded into the process: the exported factory functions, found by their mangled
 // names, and the build identification. The objects it makes must be destroyed before it.
-class CPluginLibrary {
+class VORN_HOST_API CPluginLibrary {
 public:
     // Loads the library. Throws CPluginError when it cannot be loaded or lacks one of its symbols.
     explicit CPluginLibrary(const std::string& file);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "host/device_context.h"
 #include "host/handler_context.h"
 #include "refhost/base/authentication_book.h"
@@ -15,7 +16,7 @@ namespace corvane::refhost {
 
 // One device's context: credentials that can be changed while the device is in use, its database record, and
 // the framework's log, each line headed by the device's address.
-class CDeviceContext : public device_handler::v1_0::IDeviceContext {
+class VORN_HOST_API CDeviceContext : public device_handler::v1_0::IDeviceContext {
 public:
     // `database` may be empty: the device then has no record.
     CDeviceContext(std::string address, CAuthentication authentication, std::shared_ptr<CDeviceDb> database);
@@ -47,7 +48,7 @@ private:
 // an address that is none (see ParseAddress in refhost/address.h). Where a family of the list refuses Basic
 // authentication, so does every device whose family nobody has told, while the context lives: until a device
 // is identified, it may be one of them.
-class CHandlerContext : public device_handler::v1_0::IHandlerContext {
+class VORN_HOST_API CHandlerContext : public device_handler::v1_0::IHandlerContext {
 public:
     explicit CHandlerContext(boost::shared_ptr<device_handler::v1_0::CVornModelList> modelList);
 

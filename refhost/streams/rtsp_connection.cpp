@@ -4,7 +4,6 @@
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace corvane::refhost {
 namespace {
@@ -60,7 +59,8 @@ void CRtspConnection::open(const std::string& url) {
     std::string host = address->host;
     if (host.front() == '[')
         host = host.substr(1, host.size() - 2);
-    const int port = address->port.empty() ? StandardPort : std::atoi(address->port.c_str());
+    const int port =
+        address->port.empty() ? StandardPort : operations::ReadWholeNumber<int>(address->port).value_or(0);
     GSocketConnectable* const target = g_network_address_new(host.c_str(), static_cast<guint16>(port));
     GSocketClient* const client = g_socket_client_new();
     g_socket_client_set_timeout(client, static_cast<guint>(AnswerTime.count()));

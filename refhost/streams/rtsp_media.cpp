@@ -91,11 +91,11 @@ void orderCodewords(GstElement* chain, const GstStructure* medium) {
 
 } // namespace
 
-bool SRtspMedia::isOf(const std::string& other) const {
-    return std::any_of(encodings.begin(), encodings.end(), [&](const char* encoding) {
-        const std::size_t length = encoding ? std::strlen(encoding) : 0;
-        return length > 0 && (other == encoding ||
-                              (encoding[length - 1] == '-' && other.compare(0, length, encoding) == 0));
+bool SRtspMedia::isOf(const std::string& encoding) const {
+    return std::any_of(encodings.begin(), encodings.end(), [&](const char* own) {
+        const std::size_t length = own ? std::strlen(own) : 0;
+        return length > 0 &&
+               (encoding == own || (own[length - 1] == '-' && encoding.compare(0, length, own) == 0));
     });
 }
 

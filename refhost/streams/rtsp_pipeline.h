@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "host/stream_controller.h"
 #include "refhost/base/names.h"
 #include "refhost/streams/rtsp_source.h"
@@ -40,8 +41,9 @@ inline const std::string OfAudio = "audio: ";
 // wherever the cause is known: AuthenticationFailed for status 401, NotSupported for a wrong codec or no
 // video, NotAccessible for a camera that cannot be reached or does not answer (each of its answers is waited
 // for 5 s), OperationFailed for the rest.
-CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec, std::shared_ptr<const void> use,
-                          device_handler::v1_0::IStreamController*& controller);
+VORN_HOST_API CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec,
+                                        std::shared_ptr<const void> use,
+                                        device_handler::v1_0::IStreamController*& controller);
 
 // Adds the reception of a G.726 audio stream to a video stream's controller, before its start. The sound
 // comes out of `pad`, which lives as long as the controller; the caller links it. Its codewords begin at the
@@ -49,12 +51,13 @@ CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec, std::shar
 // packets come, so that sound and picture stay together. Arguments and failures are those of
 // CreateRtspPipeline; the text of a failure that ends the stream because of its audio begins with
 // rtsp_failure::OfAudio.
-CError AddRtspAudio(device_handler::v1_0::IStreamController& controller, const SRtspSource& source,
-                    GstPad*& pad);
+VORN_HOST_API CError AddRtspAudio(device_handler::v1_0::IStreamController& controller,
+                                  const SRtspSource& source, GstPad*& pad);
 
 // What the camera was asked last on the way to such a stream's pictures or sound, as "METHOD URL"; before
 // that what it is to be asked first. Empty for any other stream, and for sound that has not been added.
 enum class RtspPart { Pictures, Sound };
-std::string RtspRequest(const device_handler::v1_0::IStreamController& controller, RtspPart part);
+VORN_HOST_API VORN_HOST_API std::string RtspRequest(const device_handler::v1_0::IStreamController& controller,
+                                                    RtspPart part);
 
 } // namespace corvane::refhost

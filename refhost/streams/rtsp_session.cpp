@@ -1,5 +1,6 @@
 #include "refhost/streams/rtsp_session.h"
 
+#include "operations/whole_number.h"
 #include "refhost/base/address.h"
 #include "refhost/base/auth_scheme.h"
 #include "refhost/base/authentication_book.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 
 namespace corvane::refhost {
@@ -139,10 +139,10 @@ private:
         const SRtspMessage response =
             ask("SETUP", locations.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
         const std::string channels = parameterOf(response.header("Transport"), "interleaved");
-        channel_ = std::atoi(channels.c_str());
+        channel_ = operations::ReadWholeNumber<int>(channels.substr(0, channels.find('-'))).value_or(0);
         const std::string session = response.header("Session");
         session_ = oneWord(session.substr(0, session.find(';')));
-        const int seconds = std::atoi(parameterOf(session, "timeout").c_str());
+        const int seconds = operations::ReadWholeNumber<int>(parameterOf(session, "timeout")).value_or(0);
         sessionTime_ = seconds > 0 ? std::chrono::seconds(seconds) : DefaultSessionTime;
         playUrl_ = locations.session;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/api.h"
 #include "host/model_info.h"
 #include "refhost/base/names.h"
 
@@ -8,13 +9,15 @@
 namespace corvane::refhost {
 
 // Where a stream of the device at `address` is; the port of the device's web server has no part in it.
-std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url, const std::string& address);
+VORN_HOST_API VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url,
+                                                       const std::string& address);
 
 // Likewise, with user and password in it, percent-encoded, where they are set.
-std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,
-                                          const std::string& address, const CAuthentication& credentials);
+VORN_HOST_API std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,
+                                                        const std::string& address,
+                                                        const CAuthentication& credentials);
 
 // The location without user and password, where it holds these, percent-encoded or as they are.
-std::string WithoutCredentials(const std::string& location, const CAuthentication& credentials);
+VORN_HOST_API std::string WithoutCredentials(const std::string& location, const CAuthentication& credentials);
 
 } // namespace corvane::refhost

@@ -1,6 +1,6 @@
 #include "refhost/base/plugin_library.h"
 
-#include "refhost/base/plugin_symbols.h"
+#include "host/plugin_symbols.h"
 #include "refhost/devices/contexts.h"
 #include "tests/refhost/http_support.h"
 #include "tests/refhost/test_models.h"
@@ -61,18 +61,20 @@ TEST(PluginLibrary, SaysWhichFileIsNoneAndWhatItLacks) {
     EXPECT_THAT(loadingFailure(OTHER_LIBRARY), HasSubstr("createHandlerObject"));
 }
 
+namespace plugin_symbols = vorn_obj_factory::v1_0::plugin_symbols;
+
 TEST(PluginSymbols, AreTheNamesOfTheExportedFunctions) {
     const std::string factory = "corvane::vorn_obj_factory::v1_0::CObjectFactory::";
     const std::string types = "corvane::device_handler::v1_0::";
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateHandler),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateHandler),
               factory + "createHandlerObject(" + types + "IHandlerContext*)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateCamera),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateCamera),
               factory + "createCameraObject(boost::shared_ptr<" + types + "IDeviceContext>&, char const*, " +
                   "boost::shared_ptr<" + types + "CVornModelList>&, char const*)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateController),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateController),
               factory + "createControllerObject(" + types + "IDeviceContext*, char const*, char const*, " +
                   "boost::shared_ptr<" + types + "CVornModelList>&)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreatePtzController),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreatePtzController),
               factory + "createPtzControllerObject(boost::shared_ptr<" + types +
                   "IDeviceContext>&, int, char const*, " +
                   "boost::shared_ptr<corvane::vorn_camera_base::v1_0::CVornCamera>&, unsigned int)");

@@ -177,7 +177,7 @@ Json restartCamera(const Parts& parts, Number number, const ControlRequest&) {
 Json changeAuthentication(const Parts& parts, Number, const ControlRequest& request) {
     const Json body = parseBody(request.body);
     for (const auto& [name, scheme] : authSchemes) {
-        const Json expected{{"scheme", name}};
+        Json expected{{"scheme", name}};
         if (body != expected)
             continue;
         parts.authenticator.setScheme(scheme);

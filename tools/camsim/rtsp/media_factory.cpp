@@ -39,8 +39,8 @@ void refused_media_init(RefusedMedia*) {}
 
 /// What a media was made for, as long as there is its pipeline.
 struct MediaOrigin {
-    MediaOrigin(const StreamSource& source, StreamProfile made)
-        : camera(source.camera), stream(source.stream), profile(std::move(made)) {
+    MediaOrigin(const StreamSource& source, const StreamProfile& made)
+        : camera(source.camera), stream(source.stream), profile(made) {
         ++camera.counters.streams;
     }
     ~MediaOrigin() { --camera.counters.streams; }
