@@ -2,7 +2,7 @@
 
 // The names under which a plug-in exports what host/object_factory.h declares, as the compiler mangles them.
 
-namespace corvane::refhost::PluginSymbols {
+namespace corvane::refhost::plugin_symbols {
 
 inline constexpr const char* CreateHandler =
     "_ZN7corvane16vorn_obj_factory4v1_014CObjectFactory19createHandlerObject"
@@ -20,4 +20,4 @@ inline constexpr const char* CreatePtzController =
 inline constexpr const char* BuildDate = "Handler_Build_Date";
 inline constexpr const char* BuildId = "Handler_Build_Id";
 
-} // namespace corvane::refhost::PluginSymbols
+} // namespace corvane::refhost::plugin_symbols

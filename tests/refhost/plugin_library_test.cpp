@@ -61,18 +61,18 @@ TEST(PluginLibrary, SaysWhichFileIsNoneAndWhatItLacks) {
     EXPECT_THAT(loadingFailure(OTHER_LIBRARY), HasSubstr("createHandlerObject"));
 }
 
-TEST(PluginSymbols, AreTheNamesOfTheExportedFunctions) {
+TEST(plugin_symbols, AreTheNamesOfTheExportedFunctions) {
     const std::string factory = "corvane::vorn_obj_factory::v1_0::CObjectFactory::";
     const std::string types = "corvane::device_handler::v1_0::";
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateHandler),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateHandler),
               factory + "createHandlerObject(" + types + "IHandlerContext*)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateCamera),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateCamera),
               factory + "createCameraObject(boost::shared_ptr<" + types + "IDeviceContext>&, char const*, " +
                   "boost::shared_ptr<" + types + "CVornModelList>&, char const*)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreateController),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreateController),
               factory + "createControllerObject(" + types + "IDeviceContext*, char const*, char const*, " +
                   "boost::shared_ptr<" + types + "CVornModelList>&)");
-    EXPECT_EQ(boost::core::demangle(PluginSymbols::CreatePtzController),
+    EXPECT_EQ(boost::core::demangle(plugin_symbols::CreatePtzController),
               factory + "createPtzControllerObject(boost::shared_ptr<" + types +
                   "IDeviceContext>&, int, char const*, " +
                   "boost::shared_ptr<corvane::vorn_camera_base::v1_0::CVornCamera>&, unsigned int)");
