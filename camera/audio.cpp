@@ -65,27 +65,27 @@ CError CPanasonicCamera::isAudioSupported() {
 }
 
 CError CPanasonicCamera::getAudioInputCount(CString& count) {
-    return hasAudio(0) ? CVornCamera::getAudioInputCount(count) : errors::audioNotFound();
+    return hasAudio(0) ? CVornCamera::getAudioInputCount(count) : errors::AudioNotFound();
 }
 
 CError CPanasonicCamera::getAudioInputCodecCount(int input, CString& count) {
-    return hasAudio(input) ? CVornCamera::getAudioInputCodecCount(input, count) : errors::audioNotFound();
+    return hasAudio(input) ? CVornCamera::getAudioInputCodecCount(input, count) : errors::AudioNotFound();
 }
 
 CError CPanasonicCamera::getAudioInputCodecId(int input, int index, CString& id) {
-    return hasAudio(input) ? CVornCamera::getAudioInputCodecId(input, index, id) : errors::audioNotFound();
+    return hasAudio(input) ? CVornCamera::getAudioInputCodecId(input, index, id) : errors::AudioNotFound();
 }
 
 CError CPanasonicCamera::getAudioInputCodecBitRateRange(int input, SAudioStreamId id,
                                                         std::vector<CString>& range) {
     return hasAudio(input) ? CVornCamera::getAudioInputCodecBitRateRange(input, id, range)
-                           : errors::audioNotFound();
+                           : errors::AudioNotFound();
 }
 
 CError CPanasonicCamera::getAudioInputCodecQualityRange(int input, SAudioStreamId id,
                                                         std::vector<CString>& range) {
     return hasAudio(input) ? CVornCamera::getAudioInputCodecQualityRange(input, id, range)
-                           : errors::audioNotFound();
+                           : errors::AudioNotFound();
 }
 
 CError CPanasonicCamera::getAudioInputProperties(int input, std::vector<CString>& names) {
@@ -98,7 +98,7 @@ CError CPanasonicCamera::getAudioInputProperties(int input, std::vector<CString>
 CError CPanasonicCamera::getAudioCodecBitRateDefault(int /*input*/, SAudioStreamId /*id*/,
                                                      std::string& rate) {
     if (model().audioBitRates.empty())
-        return errors::propertyNotSupported();
+        return errors::PropertyNotSupported();
     rate = model().audioBitRates.begin()->second;
     return CError::Success();
 }
@@ -113,22 +113,22 @@ CError CPanasonicCamera::setAudioInputVolume(int /*input*/, CString volume) {
     for (const SVolume& row : Volumes)
         if (volume == CString(row.recorder))
             return writeSetting(cgi::SetAudio, std::string(cgi::AudioSensitivity) + row.camera);
-    return errors::volumeNotSupported();
+    return errors::VolumeNotSupported();
 }
 
 CError CPanasonicCamera::getAudioInputVolume(int input, std::vector<CString>& values) {
     if (!hasAudio(input))
-        return errors::audioNotFound();
+        return errors::AudioNotFound();
     const std::string sensitivity = cameraSetting(key::AudioSensitivity);
     if (sensitivity.empty())
-        return errors::deviceNotAccessible();
+        return errors::DeviceNotAccessible();
     for (const SVolume& row : Volumes)
         if (sensitivity == row.camera || sensitivity == row.cameraLine) {
             values.insert(values.end(),
                           {row.recorder, DefaultVolume, LowestVolume, HighestVolume, VolumeStep});
             return CError::Success();
         }
-    return errors::volumeUnrecognized();
+    return errors::VolumeUnrecognized();
 }
 
 // Whether the first location is taken by the video, and there is another one.
@@ -155,27 +155,27 @@ const SStreamUrl* CPanasonicCamera::findAudioUrl(const SAudioStreamId& id, Video
 
 CError CPanasonicCamera::getAudioStreamUrl(SVornAudValsInDb& values, SAudioStreamId id, std::string& url) {
     if (!hasAudio(id.stream))
-        return errors::audioNotFound();
+        return errors::AudioNotFound();
     if (model().audioUrls.count(model().audioUrlBase + id.stream) == 0)
-        return errors::propertyNotSupported();
+        return errors::PropertyNotSupported();
     const SRunningFamily family = runningFamily();
     if (!family.codec)
-        return errors::streamModeNotDetected();
+        return errors::StreamModeNotDetected();
     const SStreamUrl* const location = findAudioUrl(id, *family.codec);
     if (!location)
-        return errors::propertyNotSupported();
+        return errors::PropertyNotSupported();
     const CAuthentication authentication = deviceContext()->getAuthentication();
     if (!authentication.isSet())
-        return errors::authenticationUnavailable();
+        return errors::AuthenticationUnavailable();
     url = UrlText(*location, authentication, address());
     deviceContext()->log(LogDetail, "%s stream[%s] audio URL[%s]", __func__, StreamIdText(id).c_str(),
                          url.c_str());
 
     if (writeSettingNoReload(cgi::SetAudio, cgi::AudioModeOn + values.bitRate.str()))
-        return errors::audioModeFailed();
+        return errors::AudioModeFailed();
     const char* const rtspOn = *family.codec == VideoCodec::H264 ? cgi::H264RtspOn : cgi::Mpeg4RtspOn;
     if (writeSettingNoReload(cgi::SetRtsp, rtspOn))
-        return errors::audioRtspModeFailed();
+        return errors::AudioRtspModeFailed();
     return CError::Success();
 }
 

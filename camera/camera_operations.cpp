@@ -26,16 +26,16 @@ public:
     void add(const std::string& name, R (Object::*member)(P...),
              std::initializer_list<const char*> parameters) {
         addFunction(name, parameters,
-                    boost::function<R(P...)>([this_ = target(), member](P... arguments) -> R {
-                        return (this_().*member)(std::forward<P>(arguments)...);
+                    boost::function<R(P...)>([object = target(), member](P... arguments) -> R {
+                        return (object().*member)(std::forward<P>(arguments)...);
                     }));
     }
     template <class R, class... P>
     void add(const std::string& name, R (Object::*member)(P...) const,
              std::initializer_list<const char*> parameters) {
         addFunction(name, parameters,
-                    boost::function<R(P...)>([this_ = target(), member](P... arguments) -> R {
-                        return (this_().*member)(std::forward<P>(arguments)...);
+                    boost::function<R(P...)>([object = target(), member](P... arguments) -> R {
+                        return (object().*member)(std::forward<P>(arguments)...);
                     }));
     }
     template <class R, class... P>

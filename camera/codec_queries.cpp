@@ -69,7 +69,7 @@ CError CPanasonicCamera::rangeMode(std::string& mode) {
         return CError::Success();
     }
     mode = GetImageMode();
-    return mode.empty() ? errors::deviceNotAccessible() : CError::Success();
+    return mode.empty() ? errors::DeviceNotAccessible() : CError::Success();
 }
 
 CError CPanasonicCamera::getVideoCodecResolutionRange(int /*channel*/, int stream, VideoCodec codec,
@@ -80,7 +80,7 @@ CError CPanasonicCamera::getVideoCodecResolutionRange(int /*channel*/, int strea
     const std::vector<std::string> resolutions =
         capabilityOrNone().getResolutionForCodec(mode, codec, stream);
     if (resolutions.empty())
-        return errors::deviceNotAccessible();
+        return errors::DeviceNotAccessible();
     Append(range, resolutions);
     type = CVAPI_VALUE_TYPE::List;
     return CError::Success();
@@ -89,7 +89,7 @@ CError CPanasonicCamera::getVideoCodecResolutionRange(int /*channel*/, int strea
 CError CPanasonicCamera::getVideoCodecBitRateRange(int /*channel*/, int /*stream*/, VideoCodec codec,
                                                    std::vector<CString>& range, CVAPI_VALUE_TYPE& type) {
     if (codec == VideoCodec::H264)
-        return errors::bitRateNotSupported();
+        return errors::BitRateNotSupported();
     if (codec != VideoCodec::Mpeg4)
         return CError::Success();
     type = CVAPI_VALUE_TYPE::List;
@@ -102,7 +102,7 @@ CError CPanasonicCamera::getVideoCodecBitRateRange(int /*channel*/, int /*stream
 CError CPanasonicCamera::getVideoCodecQualityRange(int /*channel*/, int /*stream*/, VideoCodec codec,
                                                    std::vector<CString>& range, CVAPI_VALUE_TYPE& type) {
     if (codec == VideoCodec::H264)
-        return errors::qualityNotSupported();
+        return errors::QualityNotSupported();
     type = CVAPI_VALUE_TYPE::MinimumMaximumStep;
     const SQualityRange& quality = codec == VideoCodec::Mpeg4 ? Mpeg4Quality : MjpegQuality;
     range.insert(range.end(), std::begin(quality.values), std::end(quality.values));
@@ -120,7 +120,7 @@ CError CPanasonicCamera::frameRateLimits(int stream, VideoCodec codec, const std
         return CError::Success();
     case VideoCodec::Mjpeg:
         rates = can.getVideoCodecFrameRate(codec, stream);
-        return max.empty() ? errors::deviceAccessFailed() : CError::Success();
+        return max.empty() ? errors::DeviceAccessFailed() : CError::Success();
     case VideoCodec::Mpeg4:
         if (!cameraSetting(key::StreamMode).empty()) {
             rates = can.getVideoCodecFrameRate(codec, stream);
@@ -131,9 +131,9 @@ CError CPanasonicCamera::frameRateLimits(int stream, VideoCodec codec, const std
                                        [](const std::string& rate) { return rate == "2" || rate == "6"; }),
                         rates.end());
         }
-        return max.empty() ? errors::mpeg4NotInMode() : CError::Success();
+        return max.empty() ? errors::Mpeg4NotInMode() : CError::Success();
     }
-    return errors::wrongCodec();
+    return errors::WrongCodec();
 }
 
 CError CPanasonicCamera::getVideoCodecFrameRateRange(int /*channel*/, int stream, VideoCodec codec,
@@ -184,7 +184,7 @@ CError CPanasonicCamera::getVideoCodecBitRateControlRange(int /*channel*/, int /
                                                           VideoCodec /*codec*/,
                                                           std::vector<CString>& /*range*/,
                                                           CVAPI_VALUE_TYPE& /*type*/) {
-    return errors::bitRateControlNotSupported();
+    return errors::BitRateControlNotSupported();
 }
 
 CError CPanasonicCamera::getVideoCodecResolutionList(int channel, VideoCodec codec,
@@ -200,7 +200,7 @@ CError LastOf(const CError& rangeError, const std::vector<CString>& range, std::
     if (rangeError)
         return rangeError;
     if (range.empty())
-        return errors::deviceAccessFailed();
+        return errors::DeviceAccessFailed();
     value = range.back().str();
     return CError::Success();
 }
@@ -254,19 +254,19 @@ CError CPanasonicCamera::getVideoCodecKeyFrameIntervalDefault(int channel, int s
                                                               std::string& value) {
     std::string fps;
     if (getVideoCodecFrameRateDefault(channel, stream, codec, fps))
-        return errors::deviceAccessFailed();
+        return errors::DeviceAccessFailed();
     std::vector<CString> range;
     CVAPI_VALUE_TYPE type{};
     getVideoCodecKeyFrameIntervalRange(channel, stream, codec, range, type, fps);
     if (range.empty())
-        return errors::deviceAccessFailed();
+        return errors::DeviceAccessFailed();
     value = range.front().str();
     return CError::Success();
 }
 
 CError CPanasonicCamera::getVideoCodecBitRateControlDefault(int /*channel*/, int /*stream*/,
                                                             VideoCodec /*codec*/, std::string& /*value*/) {
-    return errors::bitRateControlNotSupported();
+    return errors::BitRateControlNotSupported();
 }
 
 CError CPanasonicCamera::getVideoCodecFpsCurrentValue(int channel, int stream, VideoCodec codec,
@@ -276,7 +276,7 @@ CError CPanasonicCamera::getVideoCodecFpsCurrentValue(int channel, int stream, V
         codec == VideoCodec::Mjpeg || codec == VideoCodec::Mpeg4 ? codec : VideoCodec::H264;
     const std::string current = cameraSetting(KeysOfStream({channel, asked, stream}).frameRate);
     if (current.empty())
-        return errors::deviceAccessFailed();
+        return errors::DeviceAccessFailed();
     fps = current;
     return CError::Success();
 }

@@ -55,7 +55,7 @@ CError CPanasonicCamera::getVideoCodecParameters(SVideoStreamId id, SVornVidVals
     camera = {};
     const SStreamKeys keys = KeysOfStream(id);
     if (!setting || keys.resolution.empty())
-        return errors::noSettings();
+        return errors::NoSettings();
     const auto read = [this](const std::string& key, CString& field) {
         if (!key.empty())
             field = cameraSetting(key);
@@ -130,7 +130,7 @@ bool CPanasonicCamera::isSameVideoCodecParameters(SVideoStreamId id, const SVorn
 CError CPanasonicCamera::setVideoCodecToCamera(int channel, int stream, VideoCodec codec,
                                                const SVornVidValsInDb& recorder) {
     if (!setting)
-        return errors::noSettings();
+        return errors::NoSettings();
     const SVideoStreamId id{channel, codec, stream};
     SVornVidValsInDb camera;
     convertVideoCodecToCamera(id, recorder, camera);
@@ -141,7 +141,7 @@ CError CPanasonicCamera::setVideoCodecToCamera(int channel, int stream, VideoCod
     } else {
         const SCodedStream* row = FindCodedStream(codec, stream);
         if (!row)
-            return errors::noSettings();
+            return errors::NoSettings();
         if (codec == VideoCodec::Mpeg4 && stream != FirstStream && stream != SecondStream)
             return CError::Success();
         path = row->setPath;
@@ -185,7 +185,7 @@ CError CPanasonicCamera::syncVideoCodecProperties(SVornVidValsInDb& recorder, SV
         convertVideoCodecToNvr(id, camera, recorder);
     if (setting)
         setting->ReloadSetting();
-    return errors::needWriteBack();
+    return errors::NeedWriteBack();
 }
 
 CError CPanasonicCamera::setVideoCodecBitRate(int channel, int stream, VideoCodec codec, CString value) {
@@ -195,7 +195,7 @@ CError CPanasonicCamera::setVideoCodecBitRate(int channel, int stream, VideoCode
     CVAPI_VALUE_TYPE type{};
     if (getVideoCodecBitRateRange(channel, stream, codec, range, type) ||
         std::find(range.begin(), range.end(), value) == range.end())
-        return errors::bitRateOutOfRange();
+        return errors::BitRateOutOfRange();
     return checkVideoCodecSetting(channel, codec, video_property::BitRate, value.str());
 }
 

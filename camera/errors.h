@@ -10,144 +10,144 @@ using device_handler::v1_0::CError;
 using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 
-inline CError authenticationNotSet() {
+inline CError AuthenticationNotSet() {
     return {RtnCode::NotSet, Origin::Handler, "Authentication is not set !"};
 }
-inline CError authenticationUnavailable() {
+inline CError AuthenticationUnavailable() {
     return {RtnCode::AuthenticationFailed, Origin::Handler, "Unable to get Authentication data"};
 }
-inline CError badAuthentication() {
+inline CError BadAuthentication() {
     return {RtnCode::AuthenticationFailed, Origin::Handler, "Bad Authentication"};
 }
-inline CError deviceDbUnavailable() {
+inline CError DeviceDbUnavailable() {
     return {RtnCode::DeviceDbUnavailable, Origin::Handler, "unable to create device DB proxy"};
 }
 
 // The camera object has no settings yet, or the stream no settings keys.
-inline CError noSettings() {
+inline CError NoSettings() {
     return {RtnCode::NotSet, Origin::Handler, "property not found"};
 }
 
 // The camera does not say which of two codec families it runs, or has no alarm inputs.
-inline CError notReported() {
+inline CError NotReported() {
     return {RtnCode::NotAccessible, Origin::Handler, "property not found"};
 }
 
 // Queries of a codec's settings.
-inline CError deviceNotAccessible() {
+inline CError DeviceNotAccessible() {
     return {RtnCode::NotAccessible, Origin::General, "Device not accessible"};
 }
-inline CError deviceAccessFailed() {
+inline CError DeviceAccessFailed() {
     return {RtnCode::NotAccessible, Origin::Handler, "Device access failed"};
 }
-inline CError wrongCodec() {
+inline CError WrongCodec() {
     return {RtnCode::NotAccessible, Origin::Handler, "Wrong parameter passed- Codec Information"};
 }
-inline CError bitRateNotSupported() {
+inline CError BitRateNotSupported() {
     return {RtnCode::NotSupported, Origin::Handler, "VideoCodecBitRate property is not supported"};
 }
-inline CError qualityNotSupported() {
+inline CError QualityNotSupported() {
     return {RtnCode::NotSupported, Origin::Handler,
             "VideoCodecQuality property is not supported for an H.264 stream"};
 }
-inline CError bitRateControlNotSupported() {
+inline CError BitRateControlNotSupported() {
     return {RtnCode::NotSupported, Origin::Handler, "VideoCodecBitrateControl property is not supported"};
 }
-inline CError mpeg4NotInMode() {
+inline CError Mpeg4NotInMode() {
     return {RtnCode::NotSupported, Origin::Handler,
             "MPEG-4 stream does not support the current image ratio or resolution"};
 }
-inline CError bitRateOutOfRange() {
+inline CError BitRateOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "VideoCodecBitRate out of range"};
 }
 
 // Pan, tilt and zoom.
-inline CError positionOutOfRange() {
+inline CError PositionOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "PtzPosition out of range"};
 }
-inline CError featureNotSupported() {
+inline CError FeatureNotSupported() {
     return {RtnCode::NotSupported, Origin::General, "Not supported feature"};
 }
 
 // Events of alarm inputs.
 // `object`: "source bin", "source element", "source pad", "source ghostpad" or "pipeline".
-inline CError eventObjectNotCreated(const std::string& object) {
+inline CError EventObjectNotCreated(const std::string& object) {
     return {RtnCode::OperationFailed, Origin::Handler, "Event " + object + " could not be created."};
 }
 
 // Audio.
-inline CError audioNotFound() {
+inline CError AudioNotFound() {
     return {RtnCode::NotAccessible, Origin::Handler, "Property not found"};
 }
-inline CError volumeNotSupported() {
+inline CError VolumeNotSupported() {
     return {RtnCode::OutOfRange, Origin::Handler, "unsupported volume value"};
 }
-inline CError volumeUnrecognized() {
+inline CError VolumeUnrecognized() {
     return {RtnCode::OperationFailed, Origin::Handler, "unrecognized volume value received from camera."};
 }
-inline CError streamModeNotDetected() {
+inline CError StreamModeNotDetected() {
     return {RtnCode::OperationFailed, Origin::Handler, "stream mode could not be detected"};
 }
-inline CError audioModeFailed() {
+inline CError AudioModeFailed() {
     return {RtnCode::OperationFailed, Origin::General, "failed to set audio mode"};
 }
-inline CError audioRtspModeFailed() {
+inline CError AudioRtspModeFailed() {
     return {RtnCode::OperationFailed, Origin::General, "failed to set audio rtsp mode"};
 }
 
 // Audio, image and lens: what the model list does not give.
-inline CError propertyNotSupported() {
+inline CError PropertyNotSupported() {
     return {RtnCode::NotSupported, Origin::Handler, "Property Not Supported"};
 }
 
 // Image and lens.
-inline CError inputOutOfRange() {
+inline CError InputOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "invalid camera range"};
 }
-inline CError whiteBalanceOutOfRange() {
+inline CError WhiteBalanceOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "VpaWhiteBalance out of range"};
 }
-inline CError backLightOutOfRange() {
+inline CError BackLightOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "VpaBackLightComp out of range"};
 }
-inline CError superDynamicOn() {
+inline CError SuperDynamicOn() {
     return {RtnCode::NotSupported, Origin::Handler,
             "Parameter not supported when Super Dynamic settings is on"};
 }
-inline CError propertyRefused() {
+inline CError PropertyRefused() {
     return {RtnCode::NotSupported, Origin::Handler, "Property is not supported"};
 }
-inline CError videoStandardNotFound() {
+inline CError VideoStandardNotFound() {
     return {RtnCode::NotSupported, Origin::Handler, "property not found"};
 }
-inline CError lensNotFound() {
+inline CError LensNotFound() {
     return {RtnCode::NotSupported, Origin::Handler, "Property is not found"};
 }
-inline CError wideDynamicRangeOutOfRange() {
+inline CError WideDynamicRangeOutOfRange() {
     return {RtnCode::OutOfRange, Origin::Handler, "LensWdr out of range"};
 }
 
 // Not a failure: the recorder's record now holds what the camera accepted.
-inline CError needWriteBack() {
+inline CError NeedWriteBack() {
     return {RtnCode::OperationFailed, Origin::Handler, vorn_camera_base::v1_0::NeedWriteBack};
 }
 
 // A POST that did not end in status 200; the code tells no status, 401, and any other apart.
-inline CError cgiRequestFailed(RtnCode code) {
+inline CError CgiRequestFailed(RtnCode code) {
     return {code, Origin::Device, "CGI request failed !!"};
 }
 
 // Why a query thread did not identify the device.
-inline CError queryStopped() {
+inline CError QueryStopped() {
     return {RtnCode::OperationFailed, Origin::Handler, "Querying is stopped by other thread."};
 }
-inline CError modelNumberEmpty() {
+inline CError ModelNumberEmpty() {
     return {RtnCode::OperationFailed, Origin::Handler, "Model number is empty."};
 }
-inline CError familyNotMatched() {
+inline CError FamilyNotMatched() {
     return {RtnCode::OperationFailed, Origin::Handler, "Family not matched."};
 }
-inline CError serialNumberEmpty() {
+inline CError SerialNumberEmpty() {
     return {RtnCode::OperationFailed, Origin::Handler, "Serial number is empty."};
 }
 

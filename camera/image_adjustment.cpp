@@ -30,8 +30,8 @@ int PositionOf(const std::vector<std::string>& words, const std::string& word) {
 
 CError CPanasonicCamera::checkOffered(int input, bool isOfModel) const {
     if (input >= model().videoInputs) // a negative one passes
-        return errors::inputOutOfRange();
-    return isOfModel ? CError::Success() : errors::propertyNotSupported();
+        return errors::InputOutOfRange();
+    return isOfModel ? CError::Success() : errors::PropertyNotSupported();
 }
 
 // The percentages.
@@ -50,7 +50,7 @@ CError CPanasonicCamera::readAdjustment(const SAdjustment& ofModel, std::initial
         return error;
     const std::string value = firstSetting(keys);
     if (value.empty())
-        return errors::deviceNotAccessible();
+        return errors::DeviceNotAccessible();
     AppendPercentages(ofModel, value, values);
     return CError::Success();
 }
@@ -59,7 +59,7 @@ CError CPanasonicCamera::setVpaWhiteBalance(int /*input*/, CString position) {
     const std::vector<std::string>& words = model().whiteBalance.values;
     const auto number = ParseNumber<int>(position.str());
     if (!number || *number < FirstPosition || static_cast<std::size_t>(*number) > words.size())
-        return errors::whiteBalanceOutOfRange();
+        return errors::WhiteBalanceOutOfRange();
     return writeSetting(cgi::ImageAdjust,
                         cgi::ImageWhiteBalance + words[static_cast<std::size_t>(*number - FirstPosition)]);
 }
@@ -70,7 +70,7 @@ CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& val
         return error;
     const std::string word = firstSetting({key::WhiteBalance, key::WhiteBalanceShort});
     if (word.empty())
-        return errors::deviceNotAccessible();
+        return errors::DeviceNotAccessible();
     const int byDefault = std::max(PositionOf(words, model().whiteBalance.defaultValue), FirstPosition);
     const int current = PositionOf(words, word);
     values.push_back(PropertyValue(current == 0 ? byDefault : current));
@@ -82,10 +82,10 @@ CError CPanasonicCamera::getVpaWhiteBalance(int input, std::vector<CString>& val
 
 CError CPanasonicCamera::setVpaBackLightComp(int /*input*/, CString onOff) {
     if (onOff.empty())
-        return errors::backLightOutOfRange();
+        return errors::BackLightOutOfRange();
     // Other than for reading, only this one of the super dynamic settings counts.
     if (cameraSetting(key::MegaSuperDynamic) == On)
-        return errors::superDynamicOn();
+        return errors::SuperDynamicOn();
     return writeSetting(cgi::ImageAdjust,
                         std::string(cgi::ImageBackLight) + (onOff == CString(On) ? On : Off));
 }
@@ -102,10 +102,10 @@ CError CPanasonicCamera::getVpaBackLightComp(int input, std::vector<CString>& va
 }
 
 CError CPanasonicCamera::setVpaVideoStandard(int /*input*/, CString /*standard*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::getVpaVideoStandard(int /*input*/, std::vector<CString>& /*values*/) {
-    return errors::videoStandardNotFound();
+    return errors::VideoStandardNotFound();
 }
 
 CError CPanasonicCamera::getVpaProperties(int input, std::vector<CString>& names) {

@@ -28,7 +28,7 @@ CError CPanasonicCamera::getLensFocus(int input, std::vector<CString>& values) {
     const std::string value =
         setting ? setting->GetDetailsFromUrl(cgi::AbsgetPosition, std::string("FOCUS=")) : std::string();
     if (value.empty())
-        return errors::lensNotFound();
+        return errors::LensNotFound();
     AppendPercentages(model().focus, value, values);
     return CError::Success();
 }
@@ -55,9 +55,9 @@ bool CPanasonicCamera::canSetWideDynamicRange() const {
 
 CError CPanasonicCamera::setLensWdr(int /*input*/, CString value) {
     if (value.empty())
-        return errors::wideDynamicRangeOutOfRange();
+        return errors::WideDynamicRangeOutOfRange();
     if (model().dynamicRange == Conditional && !canSetWideDynamicRange())
-        return errors::lensNotFound();
+        return errors::LensNotFound();
     const char* const parameter = model().dynamicRange == AdaptiveBlackStretchOnly
                                       ? cgi::ImageDarkCompensation
                                       : cgi::ImageSuperDynamic;
@@ -67,7 +67,7 @@ CError CPanasonicCamera::setLensWdr(int /*input*/, CString value) {
 CError CPanasonicCamera::getLensWdr(int /*input*/, std::vector<CString>& values) {
     const std::string& kind = model().dynamicRange;
     if (kind != Generic && kind != Conditional && kind != AdaptiveBlackStretchOnly)
-        return errors::lensNotFound();
+        return errors::LensNotFound();
     const std::string state =
         kind == AdaptiveBlackStretchOnly ? cameraSetting(key::DarkCompensation) : superDynamicState();
     values.emplace_back(state == On ? On : Off);
@@ -77,22 +77,22 @@ CError CPanasonicCamera::getLensWdr(int /*input*/, std::vector<CString>& values)
 }
 
 CError CPanasonicCamera::setLensDayNightMode(int /*input*/, CString /*value*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::getLensDayNightMode(int /*input*/, std::vector<CString>& /*values*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::setLensIris(int /*input*/, CString /*value*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::getLensIris(int /*input*/, std::vector<CString>& /*values*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::setLensAutoIris(int /*input*/, CString /*value*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 CError CPanasonicCamera::getLensAutoIris(int /*input*/, std::vector<CString>& /*values*/) {
-    return errors::propertyRefused();
+    return errors::PropertyRefused();
 }
 
 } // namespace corvane::panasonic_camera

@@ -40,12 +40,12 @@ CError CPanasonicCamera::preInit_getUnitModelName(std::string& model) {
     const CAuthentication authentication = deviceContext()->getAuthentication();
     if (!authentication.isSet()) {
         deviceContext()->log(LogDetail, "%s: auth is not set.", __func__);
-        return errors::authenticationUnavailable();
+        return errors::AuthenticationUnavailable();
     }
     const boost::shared_ptr<IDeviceDbProxy> database = deviceContext()->getDeviceDbProxy();
     if (!database) {
         deviceContext()->log(LogDetail, "%s:: unable to create device DB proxy", __func__);
-        return errors::deviceDbUnavailable();
+        return errors::DeviceDbUnavailable();
     }
     const SQueryDevice query = modelList()->getQueryDevice(database->getFamily());
     std::string reported;
@@ -77,11 +77,11 @@ CError CPanasonicCamera::testAuthentication() {
     const SVornUrl request = modelList()->getTestAuthentication();
     const CAuthentication authentication = deviceContext()->getAuthentication();
     if (!authentication.isSet())
-        return errors::authenticationNotSet();
+        return errors::AuthenticationNotSet();
     std::string value;
     if (getCamSingleValue(address(), request, authentication.getUsername(), authentication.getPassword(),
                           value, cgi::ValueDelimiters, cgi::AuthScheme))
-        return errors::badAuthentication();
+        return errors::BadAuthentication();
     return CError::Success();
 }
 
@@ -152,11 +152,11 @@ CError CPanasonicCamera::sendInitial(const char* command) {
 }
 
 CError CPanasonicCamera::writeSetting(const std::string& path, const std::string& query) {
-    return setting ? setting->SetCameraSetting(path, query) : errors::noSettings();
+    return setting ? setting->SetCameraSetting(path, query) : errors::NoSettings();
 }
 
 CError CPanasonicCamera::writeSettingNoReload(const std::string& path, const std::string& query) {
-    return setting ? setting->SetCameraSettingNoReload(path, query) : errors::noSettings();
+    return setting ? setting->SetCameraSettingNoReload(path, query) : errors::NoSettings();
 }
 
 } // namespace corvane::panasonic_camera

@@ -388,10 +388,12 @@ private:
 
     CWeakElements eventSources_; // of the inputs whose streams live
 
+    // NOLINTBEGIN(readability-identifier-naming): as the interface names them
     boost::shared_ptr<CPanasonicCapability> capability; // empty until initialised
     boost::shared_ptr<CPanasonicSetting> setting;       // empty until initialised
     bool nrH264Mode = false;                            // whether set requests use the "nr_" parameter names
     std::string modelName; // the model number's prefix, as the camera reported it
+    // NOLINTEND(readability-identifier-naming)
 };
 
 } // namespace corvane::panasonic_camera

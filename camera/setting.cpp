@@ -32,7 +32,7 @@ CPanasonicSetting::CPanasonicSetting(const std::string& cameraAddress,
     : ipAddress(cameraAddress),
       deviceContext(std::move(context)),
       lastFetchTime(settingTimes.now()),
-      times(std::move(settingTimes)) {
+      times_(std::move(settingTimes)) {
     for (const char* key : SettingKeys)
         settingCache[DumpKey(key)];
     for (const std::string& key : furtherKeys)
@@ -54,7 +54,7 @@ CPanasonicSetting::~CPanasonicSetting() {
 void CPanasonicSetting::threadRun() {
     boost::unique_lock<boost::mutex> guard(lock);
     while (running) {
-        const std::uint64_t request = reloadRequests;
+        const std::uint64_t request = reloadRequests_;
         guard.unlock();
         int result = 0;
         try {
@@ -63,13 +63,13 @@ void CPanasonicSetting::threadRun() {
             result = -1; // short of memory: a failed fetch to the readers, and not the end of the recorder
         }
         guard.lock();
-        lastFetchTime = times.now();
+        lastFetchTime = times_.now();
         lastResult = result;
-        refreshWanted = false;
-        loadedRequests = request; // after a failure too, so that readers stop waiting
+        refreshWanted_ = false;
+        loadedRequests_ = request; // after a failure too, so that readers stop waiting
         loaded.notify_all();
-        wakeup.wait_for(guard, BoostTime(times.refreshPeriod),
-                        [&] { return !running || refreshWanted || reloadRequests != request; });
+        wakeup.wait_for(guard, BoostTime(times_.refreshPeriod),
+                        [&] { return !running || refreshWanted_ || reloadRequests_ != request; });
     }
 }
 
@@ -85,11 +85,11 @@ int CPanasonicSetting::getDetailsFromSetdata() {
 std::string CPanasonicSetting::GetCameraSetting(const std::string& key) {
     const std::string cacheKey = DumpKey(key);
     boost::unique_lock<boost::mutex> guard(lock);
-    const std::uint64_t request = reloadRequests;
-    while (loadedRequests < request)
-        loaded.wait_for(guard, BoostTime(times.readerPoll));
-    if (times.now() - lastFetchTime > static_cast<std::uint64_t>(times.staleAfter.count())) {
-        refreshWanted = true;
+    const std::uint64_t request = reloadRequests_;
+    while (loadedRequests_ < request)
+        loaded.wait_for(guard, BoostTime(times_.readerPoll));
+    if (times_.now() - lastFetchTime > static_cast<std::uint64_t>(times_.staleAfter.count())) {
+        refreshWanted_ = true;
         wakeup.notify_one();
     }
     if (lastResult != 0)
@@ -116,7 +116,7 @@ int CPanasonicSetting::ReloadSetting() {
     const boost::lock_guard<boost::mutex> guard(lock);
     if (changed) {
         changed = false;
-        ++reloadRequests;
+        ++reloadRequests_;
         wakeup.notify_one();
     }
     return 0;

@@ -107,6 +107,7 @@ private:
     bool fetchInfo(const CAuthentication& authentication);
     CAuthentication currentAuthentication() const;
 
+    // NOLINTBEGIN(readability-identifier-naming): as the interface names them
     std::map<std::string, std::string> settingCache; // guarded by lock; key with its comma to value
     std::map<std::string, std::string> infoCache;    // its values are guarded by lock; its keys never change
     boost::shared_ptr<boost::thread> reloadThread;
@@ -116,14 +117,15 @@ private:
     bool changed = false; // guarded by lock; a setting was written since the last reload request
     const std::string ipAddress;
     const boost::shared_ptr<IDeviceContext> deviceContext;
-    int lastResult = -1;         // guarded by lock; of the last fetch: 0 or -1
-    std::uint64_t lastFetchTime; // guarded by lock; when the last fetch ended
+    int lastResult = -1;              // guarded by lock; of the last fetch: 0 or -1
+    std::uint64_t lastFetchTime;      // guarded by lock; when the last fetch ended
+    boost::condition_variable loaded; // loadedRequests_ has grown; with lock
+    // NOLINTEND(readability-identifier-naming)
 
-    const SSettingTimes times;
-    boost::condition_variable loaded; // loadedRequests has grown; with lock
-    std::uint64_t reloadRequests = 1; // guarded by lock; how often a reload was asked for: first by the start
-    std::uint64_t loadedRequests = 0; // guarded by lock; how many of them a fetch that has ended came after
-    bool refreshWanted = false;       // guarded by lock; a reader found the data stale
+    const SSettingTimes times_;
+    std::uint64_t reloadRequests_ = 1; // guarded by lock; how often it was asked for: first by the start
+    std::uint64_t loadedRequests_ = 0; // guarded by lock; how many of them a fetch that has ended came after
+    bool refreshWanted_ = false;       // guarded by lock; a reader found the data stale
 };
 
 } // namespace corvane::panasonic_camera

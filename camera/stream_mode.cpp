@@ -72,7 +72,7 @@ CError CPanasonicCamera::getVideoCodecId(int /*channel*/, int index, CString& id
     } else if (index == 0) {
         const SRunningFamily family = runningFamily();
         if (!family.isKnown)
-            return errors::notReported();
+            return errors::NotReported();
         if (family.codec)
             id = IdText(*family.codec);
     }

@@ -32,10 +32,10 @@ CError ResultOfPost(int status) {
     if (status == HttpOk)
         return CError::Success();
     if (status <= LastWithoutStatus)
-        return errors::cgiRequestFailed(RtnCode::NotAccessible);
+        return errors::CgiRequestFailed(RtnCode::NotAccessible);
     if (status == HttpUnauthorized)
-        return errors::cgiRequestFailed(RtnCode::AuthenticationFailed);
-    return errors::cgiRequestFailed(RtnCode::OperationFailed);
+        return errors::CgiRequestFailed(RtnCode::AuthenticationFailed);
+    return errors::CgiRequestFailed(RtnCode::OperationFailed);
 }
 
 } // namespace
@@ -48,7 +48,7 @@ CAuthentication CPanasonicSetting::currentAuthentication() const {
 CError CPanasonicSetting::CameraHttpGet(const std::string& path, std::string& response, int timeoutSeconds) {
     const CAuthentication authentication = currentAuthentication();
     if (!authentication.isSet())
-        return errors::authenticationNotSet();
+        return errors::AuthenticationNotSet();
     return CVornCgiLib::vornCgiGetRawResponse(CameraUrl(path), ipAddress, authentication.getUsername(),
                                               authentication.getPassword(), response, timeoutSeconds,
                                               cgi::AuthScheme);
@@ -59,7 +59,7 @@ CError CPanasonicSetting::CameraHttpPost(const std::string& path, const std::str
     const std::string url = IsAbsoluteUrl(path) ? path : "http://" + ipAddress + path;
     const CAuthentication authentication = currentAuthentication();
     if (!authentication.isSet())
-        return errors::authenticationNotSet();
+        return errors::AuthenticationNotSet();
 
     CHttpInterface client(authentication.getUsername(), authentication.getPassword());
     int status = client.Initialize();
@@ -75,7 +75,7 @@ CError CPanasonicSetting::GetDetailsFromUrl(const std::string& path, const std::
                                             std::vector<std::string>& values) {
     const CAuthentication authentication = currentAuthentication();
     if (!authentication.isSet())
-        return errors::authenticationNotSet();
+        return errors::AuthenticationNotSet();
     SVornUrl url = CameraUrl(path);
     url.queryKeys = keys;
     std::vector<std::string> found; // empty: the framework looks for the URL's keys

@@ -50,17 +50,17 @@ constexpr const char* ModeNormallyClosed = "nc";
 constexpr int EventPeriod = 100; // milliseconds
 constexpr int PingPeriod = 1000; // milliseconds
 
-const SAlarmInput* findAlarmInput(int input) {
+const SAlarmInput* FindAlarmInput(int input) {
     return input >= 0 && input < static_cast<int>(std::size(AlarmInputs)) ? &AlarmInputs[input] : nullptr;
 }
 
-std::string terminalText(int input) {
+std::string TerminalText(int input) {
     return std::to_string(static_cast<long long>(input) + 1);
 }
 
 // Whether the reply says anything of "High" where it tells the input's terminal.
-bool isTerminalHigh(const std::string& reply, int input) {
-    const std::string key = "terminal " + terminalText(input) + ": ";
+bool IsTerminalHigh(const std::string& reply, int input) {
+    const std::string key = "terminal " + TerminalText(input) + ": ";
     const std::size_t at = reply.find(key);
     if (at == std::string::npos)
         return false;
@@ -81,13 +81,13 @@ CError CPanasonicCamera::getDryContactInputProperties(std::vector<CString>& name
 CError CPanasonicCamera::getDryContactInputCount(CString& count) {
     int number = 0;
     if (!capabilityOrNone().IsDryContactSupported(number))
-        return errors::notReported();
+        return errors::NotReported();
     count = std::to_string(number);
     return CError::Success();
 }
 
 CError CPanasonicCamera::CheckAndSetAlarm(int input) {
-    const SAlarmInput* const row = findAlarmInput(input);
+    const SAlarmInput* const row = FindAlarmInput(input);
     if (row && setting && cameraSetting(row->enableKey) != On)
         (void)setting->SetCameraSetting(cgi::JpegAlarm, row->enableQuery);
     return CError::Success();
@@ -96,19 +96,19 @@ CError CPanasonicCamera::CheckAndSetAlarm(int input) {
 CError CPanasonicCamera::setDryContactInputActiveState(int input, CString level) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::notReported();
+        return errors::NotReported();
     (void)CheckAndSetAlarm(input);
     const char* const mode = level == ActiveLow ? ModeNormallyOpen : ModeNormallyClosed;
-    (void)setting->SetCameraSetting(cgi::TerminalDefault, "input" + terminalText(input) + "=" + mode);
+    (void)setting->SetCameraSetting(cgi::TerminalDefault, "input" + TerminalText(input) + "=" + mode);
     return CError::Success();
 }
 
 CError CPanasonicCamera::getDryContactInputActiveState(int input, std::vector<CString>& values) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::notReported();
+        return errors::NotReported();
     (void)CheckAndSetAlarm(input);
-    const SAlarmInput* const row = findAlarmInput(input);
+    const SAlarmInput* const row = FindAlarmInput(input);
     const std::string mode = row ? cameraSetting(row->modeKey) : "";
     if (mode.empty())
         values.emplace_back(ActiveLow);
@@ -121,7 +121,7 @@ CError CPanasonicCamera::getDryContactInputActiveState(int input, std::vector<CS
 CError CPanasonicCamera::getDryContactInputState(int input, DCState& state) {
     int count = 0;
     if (!capabilityOrNone().IsDryContactSupported(count))
-        return errors::notReported();
+        return errors::NotReported();
     (void)CheckAndSetAlarm(input);
     if (const CGstRef<GstElement> source = eventSources_.find(input)) {
         gint live = vorn_event::v1_0::DCS_ACTIVE;
@@ -132,7 +132,7 @@ CError CPanasonicCamera::getDryContactInputState(int input, DCState& state) {
     std::string reply; // stays empty where the camera does not answer: then no input is active
     if (const CError error = setting->CameraHttpGet(cgi::GetIoAll, reply, cgi::RequestTimeout))
         deviceContext()->log(LogFailure, "alarm inputs: %s", error.getText().c_str());
-    const bool isActive = input >= 0 && input < count && isTerminalHigh(reply, input);
+    const bool isActive = input >= 0 && input < count && IsTerminalHigh(reply, input);
     state = isActive ? vorn_event::v1_0::DCS_ACTIVE : vorn_event::v1_0::DCS_INACTIVE;
     return CError::Success();
 }
@@ -155,7 +155,7 @@ CError CPanasonicCamera::configureEventSource(GstElement* source, int input,
     if (CError error = getDryContactInputCount(count))
         return error;
     if (index < 0)
-        return errors::notReported();
+        return errors::NotReported();
     vorn_event::v1_0::SetBasicPolicy(source, {credentials.isBasicRefused(), [log = deviceContext()] {
                                                   log->log(LogNotice, "alarm inputs: %s",
                                                            device_handler::v1_0::BasicAloneText);
@@ -172,28 +172,28 @@ CError CPanasonicCamera::createEventStreamPipeline(IStreamController*& controlle
     CGstContext* const context = CGstContext::Get();
     const CAuthentication credentials = deviceContext()->getAuthentication();
     if (!credentials.isSet())
-        return errors::authenticationUnavailable();
+        return errors::AuthenticationUnavailable();
 
     const auto bin = TakeFloating(gst_element_factory_make("bin", "srcbin"));
     if (!bin)
-        return eventStreamFailure(errors::eventObjectNotCreated("source bin"));
+        return eventStreamFailure(errors::EventObjectNotCreated("source bin"));
     const auto source = TakeFloating(vorn_event::v1_0::CreateEventSynthSrc(context, "source"));
     if (!source)
-        return eventStreamFailure(errors::eventObjectNotCreated("source element"));
+        return eventStreamFailure(errors::EventObjectNotCreated("source element"));
     if (CError error = configureEventSource(source.get(), input, credentials))
         return error;
     const CGstRef<GstPad> events(gst_element_get_static_pad(source.get(), "src"));
     if (!events)
-        return eventStreamFailure(errors::eventObjectNotCreated("source pad"));
+        return eventStreamFailure(errors::EventObjectNotCreated("source pad"));
     gst_bin_add(GST_BIN(bin.get()), source.get());
     const auto pad = TakeFloating(gst_ghost_pad_new("src", events.get()));
     if (!pad)
-        return eventStreamFailure(errors::eventObjectNotCreated("source ghostpad"));
+        return eventStreamFailure(errors::EventObjectNotCreated("source ghostpad"));
     gst_element_add_pad(bin.get(), pad.get());
 
     const auto pipeline = TakeFloating(gst_pipeline_new("event-pipeline"));
     if (!pipeline)
-        return eventStreamFailure(errors::eventObjectNotCreated("pipeline"));
+        return eventStreamFailure(errors::EventObjectNotCreated("pipeline"));
     gst_bin_add(GST_BIN(pipeline.get()), bin.get());
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
     controller = new CEventStreamController(pipeline.get(), bus.get(), pad.get(), source.get());

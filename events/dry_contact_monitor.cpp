@@ -178,7 +178,7 @@ CDryContactMonitor::CDryContactMonitor(const std::string& address, const std::st
       firstIndex(first),
       maxIndex(end),
       lastActivity(monitorTimes.now()),
-      times(std::move(monitorTimes)) {}
+      times_(std::move(monitorTimes)) {}
 
 CDryContactMonitor::~CDryContactMonitor() {
     {
@@ -186,25 +186,25 @@ CDryContactMonitor::~CDryContactMonitor() {
         running = false;
         breakTransfer();
     }
-    changed.notify_all();
+    changed_.notify_all();
     if (thread)
         thread->join();
 }
 
 std::uint64_t CDryContactMonitor::StartMonitor(unsigned int input, const Listener& callback) {
     Lock lock(mutex);
-    changed.wait(lock, [this] { return !thread || running; });
+    changed_.wait(lock, [this] { return !thread || running; });
     if (!thread)
         startThread();
     states[input] = DCS_UNKNOWN;
-    callbacks[input] = SRegistered{callback, ++registrations};
+    callbacks[input] = SRegistered{callback, ++registrations_};
     ++listenerCount;
-    return registrations;
+    return registrations_;
 }
 
 void CDryContactMonitor::startThread() {
     gotReply = false;
-    lastActivity = times.now();
+    lastActivity = times_.now();
     running = true;
     try {
         thread = boost::make_shared<boost::thread>([this] { ThreadFunc(); });
@@ -226,16 +226,16 @@ void CDryContactMonitor::StopMonitor(unsigned int input, boost::optional<std::ui
     if (wasCounted && --listenerCount == 0) {
         running = false;
         breakTransfer();
-        changed.notify_all();
+        changed_.notify_all();
         const boost::shared_ptr<boost::thread> ending = thread;
         lock.unlock();
         if (ending)
             ending->join();
         lock.lock();
         thread.reset();
-        changed.notify_all();
+        changed_.notify_all();
     } else {
-        changed.wait(lock, [this, ended] { return told != ended; });
+        changed_.wait(lock, [this, ended] { return told_ != ended; });
     }
     lock.unlock();
 
@@ -247,25 +247,25 @@ void CDryContactMonitor::StopMonitor(unsigned int input, boost::optional<std::ui
 CDryContactMonitor::TDryContactState
 CDryContactMonitor::GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned) {
     Lock lock(mutex);
-    changed.wait(lock, [&] { return gotReply || (isAbandoned && isAbandoned()); });
+    changed_.wait(lock, [&] { return gotReply || (isAbandoned && isAbandoned()); });
     return states[input];
 }
 
-void CDryContactMonitor::WakeWaiters() {
+void CDryContactMonitor::wakeWaiters() {
     const Guard lock(mutex); // a waiter has either not asked yet, or waits
-    changed.notify_all();
+    changed_.notify_all();
 }
 
-void CDryContactMonitor::SetBasicPolicy(const SBasicPolicy& policy) {
+void CDryContactMonitor::setBasicPolicy(const SBasicPolicy& policy) {
     const Guard lock(mutex);
-    basic.isRefused = basic.isRefused || policy.isRefused;
-    basic.onBasicAlone = policy.onBasicAlone;
+    basic_.isRefused = basic_.isRefused || policy.isRefused;
+    basic_.onBasicAlone = policy.onBasicAlone;
 }
 
 bool CDryContactMonitor::CheckHeartbeat() {
     const Guard lock(mutex);
-    const std::time_t now = times.now();
-    if (now - lastActivity <= times.silence.count())
+    const std::time_t now = times_.now();
+    if (now - lastActivity <= times_.silence.count())
         return true;
     lastActivity = now;
     breakTransfer();
@@ -280,7 +280,7 @@ void CDryContactMonitor::breakTransfer() {
 void CDryContactMonitor::publish(CTransfer* transfer) {
     const Guard lock(mutex);
     curl = transfer;
-    isReplied = false;
+    isReplied_ = false;
     // A heartbeat missed between two requests means the one that has ended.
     if (curl)
         curl->forgetBreak();
@@ -301,7 +301,7 @@ void CDryContactMonitor::ThreadFunc() {
 void CDryContactMonitor::serve(CTransfer& transfer) {
     const std::string credentials = userName + ":" + password;
     const std::string url = DryContactMonitorUrl(ipAddress);
-    CRetryPace pace(times.retry);
+    CRetryPace pace(times_.retry);
     while (running) {
         if (!transfer.setOptions(credentials, url, allowedSchemes(), this))
             return;
@@ -312,10 +312,10 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
         const CTransfer::End end = transfer.perform();
         tellBasicAlone();
         // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
-        if (wasReplied() && std::chrono::steady_clock::now() - start >= times.retry.longest)
+        if (wasReplied() && std::chrono::steady_clock::now() - start >= times_.retry.longest)
             pace.forget();
         if (end == CTransfer::End::Complete) {
-            pause(times.afterClose);
+            pause(times_.afterClose);
         } else {
             tellLinkLost();
             noteFailure();
@@ -326,35 +326,35 @@ void CDryContactMonitor::serve(CTransfer& transfer) {
 
 unsigned long CDryContactMonitor::allowedSchemes() {
     const Guard lock(mutex);
-    return basic.isRefused ? CURLAUTH_DIGEST : AuthSchemes;
+    return basic_.isRefused ? CURLAUTH_DIGEST : AuthSchemes;
 }
 
 void CDryContactMonitor::tellBasicAlone() {
     boost::function<void()> tellHost;
     {
         const Guard lock(mutex);
-        if (isBasicAloneTold || !curl || !curl->offersBasicAlone())
+        if (isBasicAloneTold_ || !curl || !curl->offersBasicAlone())
             return;
-        tellHost = basic.onBasicAlone;
+        tellHost = basic_.onBasicAlone;
     }
-    isBasicAloneTold = true;
+    isBasicAloneTold_ = true;
     if (tellHost)
         tellHost();
 }
 
 bool CDryContactMonitor::wasReplied() {
     const Guard lock(mutex);
-    return isReplied;
+    return isReplied_;
 }
 
 void CDryContactMonitor::noteFailure() {
     const Guard lock(mutex);
-    lastActivity = times.now();
+    lastActivity = times_.now();
 }
 
 void CDryContactMonitor::pause(std::chrono::milliseconds time) {
     Lock lock(mutex);
-    changed.wait_for(lock, boost::chrono::milliseconds(time.count()), [this] { return !running; });
+    changed_.wait_for(lock, boost::chrono::milliseconds(time.count()), [this] { return !running; });
 }
 
 // From 1, whatever the first input: an input beyond those that are read still learns that the link is lost.
@@ -378,14 +378,14 @@ void CDryContactMonitor::tell(std::uint32_t input, TDryContactState state) {
         if (found == callbacks.end() || found->second.listener.empty())
             return;
         listener = found->second.listener;
-        told = found->second.number;
+        told_ = found->second.number;
     }
     listener(state);
     {
         const Guard lock(mutex);
-        told.reset();
+        told_.reset();
     }
-    changed.notify_all();
+    changed_.notify_all();
 }
 
 size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count, char* self) {
@@ -411,8 +411,8 @@ void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {
     std::vector<std::pair<std::uint32_t, TDryContactState>> changes;
     {
         const Guard lock(mutex);
-        lastActivity = times.now();
-        isReplied = true;
+        lastActivity = times_.now();
+        isReplied_ = true;
         gotReply = true;
         for (int input = firstIndex; input < maxIndex; ++input) {
             const TDryContactState level = funGetDryContactStatusfromResponse(chunk, input);
@@ -424,7 +424,7 @@ void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {
                 changes.emplace_back(number, level);
         }
     }
-    changed.notify_all();
+    changed_.notify_all();
     for (const auto& [input, level] : changes)
         tell(input, level);
 }

@@ -80,12 +80,12 @@ public:
     static constexpr std::uint64_t NotRegistered = 0;
 
     // The last level of `input`. Waits until the camera has written something, however long that takes, or
-    // `isAbandoned` answers true, which is asked now and at each WakeWaiters().
+    // `isAbandoned` answers true, which is asked now and at each wakeWaiters().
     TDryContactState GetStateOfInput(unsigned int input, const boost::function<bool()>& isAbandoned = {});
-    void WakeWaiters();
+    void wakeWaiters();
 
     // From the next request on. Basic that was refused once stays refused.
-    void SetBasicPolicy(const SBasicPolicy& policy);
+    void setBasicPolicy(const SBasicPolicy& policy);
 
     // Whether the camera has written in time. When it has not, ends the request, which then counts as failed
     // and is made again, and allows the camera the same time anew.
@@ -129,6 +129,7 @@ private:
         Listener listener; // empty: none
         std::uint64_t number = NotRegistered;
     };
+    // NOLINTBEGIN(readability-identifier-naming): as the interface names them
     std::map<std::uint32_t, SRegistered> callbacks;
     std::map<std::uint32_t, TDryContactState> states; // none counts as DCS_UNKNOWN
     // Guards `callbacks`, `states` and every member below that says so; not held while listeners run.
@@ -144,14 +145,15 @@ private:
     CTransfer* curl = nullptr;    // the thread's, while it has one; guarded by mutex
     bool gotReply = false;        // guarded by mutex
     std::time_t lastActivity = 0; // the last chunk, failure or missed heartbeat; guarded by mutex
+    // NOLINTEND(readability-identifier-naming)
 
-    const SMonitorTimes times;
-    std::uint64_t registrations = 0;     // so far; guarded by mutex
-    boost::optional<std::uint64_t> told; // the registration whose listener runs; guarded by mutex
-    bool isReplied = false;              // the request under way has had a chunk; guarded by mutex
-    SBasicPolicy basic;                  // guarded by mutex
-    bool isBasicAloneTold = false;       // the thread's
-    boost::condition_variable changed;   // of `thread`, `running`, `gotReply`, `told`; with mutex
+    const SMonitorTimes times_;
+    std::uint64_t registrations_ = 0;     // so far; guarded by mutex
+    boost::optional<std::uint64_t> told_; // the registration whose listener runs; guarded by mutex
+    bool isReplied_ = false;              // the request under way has had a chunk; guarded by mutex
+    SBasicPolicy basic_;                  // guarded by mutex
+    bool isBasicAloneTold_ = false;       // the thread's
+    boost::condition_variable changed_;   // of `thread`, `running`, `gotReply`, `told_`; with mutex
 };
 
 // The request that a monitor makes, its address as the constructor takes it.

@@ -134,7 +134,7 @@ bool SVornEventSynth::deactivate(GstPad* pad) {
     // The task may hold the lock while it waits for the camera; it gives up first.
     deactivating = true;
     if (const auto attached = attachedMonitor())
-        attached->WakeWaiters();
+        attached->wakeWaiters();
     interrupt();
     return gst_pad_stop_task(pad);
 }
@@ -221,7 +221,7 @@ void SVornEventSynth::attach() {
         CDryContactMonitor::s_strDryContactStatusUrl.clear();
         CDryContactMonitor::s_funGetDryContactStatus = nullptr;
     }
-    found->SetBasicPolicy(basic);
+    found->setBasicPolicy(basic);
     const std::lock_guard<std::mutex> monitorHeld(monitorLock);
     monitor = found;
 }

@@ -21,18 +21,18 @@ GstBaseSrcClass* parentClass = nullptr;
 GstStaticPadTemplate sourceTemplate =
     GST_STATIC_PAD_TEMPLATE("src", GST_PAD_SRC, GST_PAD_ALWAYS, GST_STATIC_CAPS_ANY);
 
-SVornEventSynth* self(gpointer object) {
+SVornEventSynth* Self(gpointer object) {
     return static_cast<SVornEventSynth*>(object);
 }
 
-GType dcStateType() {
+GType DcStateType() {
     static const GEnumValue values[] = {
         {DCStateLow, "Low state", "Low"}, {DCStateHigh, "High state", "High"}, {0, nullptr, nullptr}};
     static const GType type = g_enum_register_static("VornEventSynthDCState", values);
     return type;
 }
 
-GType modeType() {
+GType ModeType() {
     static const GEnumValue values[] = {{EventModeRegular, "Events are spaced evenly, in time", "Regular"},
                                         {EventModeRandom, "Events are sent at random intervals", "Random"},
                                         {0, nullptr, nullptr}};
@@ -40,7 +40,7 @@ GType modeType() {
     return type;
 }
 
-GType dcActiveStateType() {
+GType DcActiveStateType() {
     static const GEnumValue values[] = {{DCActiveLow, "Active Low", "ActiveLow"},
                                         {DCActiveHigh, "Active High", "ActiveHigh"},
                                         {0, nullptr, nullptr}};
@@ -85,32 +85,32 @@ constexpr SProperty Properties[] = {
      PropertyKind::DCActiveState, DCActiveLow, &SVornEventSynth::dcActiveState},
 };
 
-const SProperty* findProperty(guint id) {
+const SProperty* FindProperty(guint id) {
     return id >= 1 && id <= std::size(Properties) ? &Properties[id - 1] : nullptr;
 }
 
-GParamSpec* makeParameter(const SProperty& property) {
-    constexpr auto flags = GParamFlags(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
+GParamSpec* MakeParameter(const SProperty& property) {
+    constexpr auto Flags = GParamFlags(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
     switch (property.kind) {
     case PropertyKind::String:
-        return g_param_spec_string(property.name, property.nick, property.blurb, "", flags);
+        return g_param_spec_string(property.name, property.nick, property.blurb, "", Flags);
     case PropertyKind::Integer:
         return g_param_spec_int(property.name, property.nick, property.blurb, 0, G_MAXINT,
-                                property.defaultValue, flags);
+                                property.defaultValue, Flags);
     default:
         break;
     }
-    const GType type = property.kind == PropertyKind::DCState ? dcStateType()
-                       : property.kind == PropertyKind::Mode  ? modeType()
-                                                              : dcActiveStateType();
+    const GType type = property.kind == PropertyKind::DCState ? DcStateType()
+                       : property.kind == PropertyKind::Mode  ? ModeType()
+                                                              : DcActiveStateType();
     return g_param_spec_enum(property.name, property.nick, property.blurb, type, property.defaultValue,
-                             flags);
+                             Flags);
 }
 
-void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* parameter) {
-    SVornEventSynth* const element = self(object);
+void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* parameter) {
+    SVornEventSynth* const element = Self(object);
     GST_DEBUG_OBJECT(element, "setting property %d", static_cast<int>(id));
-    const SProperty* const property = findProperty(id);
+    const SProperty* const property = FindProperty(id);
     if (!property) {
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, parameter);
         return;
@@ -125,9 +125,9 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* par
     element->reschedule();
 }
 
-void getProperty(GObject* object, guint id, GValue* value, GParamSpec* parameter) {
-    SVornEventSynth* const element = self(object);
-    const SProperty* const property = findProperty(id);
+void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* parameter) {
+    SVornEventSynth* const element = Self(object);
+    const SProperty* const property = FindProperty(id);
     if (!property)
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, parameter);
     else if (property->kind == PropertyKind::String)
@@ -140,8 +140,8 @@ void getProperty(GObject* object, guint id, GValue* value, GParamSpec* parameter
         g_value_set_enum(value, element->*property->field);
 }
 
-GstStateChangeReturn changeState(GstElement* object, GstStateChange transition) {
-    SVornEventSynth* const element = self(object);
+GstStateChangeReturn ChangeState(GstElement* object, GstStateChange transition) {
+    SVornEventSynth* const element = Self(object);
     if (GST_STATE_TRANSITION_NEXT(transition) == GST_STATE_PLAYING)
         element->play();
     const GstStateChangeReturn result = GST_ELEMENT_CLASS(parentClass)->change_state(object, transition);
@@ -154,64 +154,64 @@ GstStateChangeReturn changeState(GstElement* object, GstStateChange transition) 
     return result;
 }
 
-gboolean activatePad(GstPad* pad, GstObject* object, GstPadMode mode, gboolean active) {
+gboolean ActivatePad(GstPad* pad, GstObject* object, GstPadMode mode, gboolean active) {
     if (mode != GST_PAD_MODE_PUSH)
         return FALSE;
-    return active ? self(object)->activate(pad) : self(object)->deactivate(pad);
+    return active ? Self(object)->activate(pad) : Self(object)->deactivate(pad);
 }
 
-GstCaps* getCaps(GstBaseSrc* source, GstCaps* filter) {
+GstCaps* GetCaps(GstBaseSrc* source, GstCaps* filter) {
     GST_DEBUG_OBJECT(source, "Getting caps");
     return filter ? gst_caps_ref(filter) : gst_caps_new_any();
 }
 
-GstFlowReturn create(GstBaseSrc* source, guint64 /*offset*/, guint /*size*/, GstBuffer** /*buffer*/) {
+GstFlowReturn Create(GstBaseSrc* source, guint64 /*offset*/, guint /*size*/, GstBuffer** /*buffer*/) {
     GST_WARNING_OBJECT(source, "create() should not be called");
     return GST_FLOW_OK;
 }
 
-void finalize(GObject* object) {
-    self(object)->finalize();
+void Finalize(GObject* object) {
+    Self(object)->finalize();
     G_OBJECT_CLASS(parentClass)->finalize(object);
 }
 
-void initClass(gpointer type, gpointer) {
+void InitClass(gpointer type, gpointer) {
     parentClass = static_cast<GstBaseSrcClass*>(g_type_class_peek_parent(type));
     auto* const objectClass = static_cast<GObjectClass*>(type);
-    objectClass->set_property = setProperty;
-    objectClass->get_property = getProperty;
-    objectClass->finalize = finalize;
+    objectClass->set_property = SetProperty;
+    objectClass->get_property = GetProperty;
+    objectClass->finalize = Finalize;
     for (const SProperty& property : Properties)
-        g_object_class_install_property(objectClass, property.id, makeParameter(property));
+        g_object_class_install_property(objectClass, property.id, MakeParameter(property));
 
     auto* const elementClass = static_cast<GstElementClass*>(type);
-    elementClass->change_state = changeState;
+    elementClass->change_state = ChangeState;
     gst_element_class_set_static_metadata(elementClass, "Vorn Handler Event Source", "Source/Event",
                                           "Creates an event stream", "Corvane");
     gst_element_class_add_static_pad_template(elementClass, &sourceTemplate);
 
     auto* const sourceClass = static_cast<GstBaseSrcClass*>(type);
-    sourceClass->get_caps = getCaps;
-    sourceClass->create = create;
+    sourceClass->get_caps = GetCaps;
+    sourceClass->create = Create;
 }
 
-void initInstance(GTypeInstance* instance, gpointer) {
-    SVornEventSynth* const element = self(instance);
+void InitInstance(GTypeInstance* instance, gpointer) {
+    SVornEventSynth* const element = Self(instance);
     element->init();
     gst_base_src_set_live(&element->parent, TRUE);
-    gst_pad_set_activatemode_function(element->sourcePad(), activatePad);
+    gst_pad_set_activatemode_function(element->sourcePad(), ActivatePad);
 }
 
-GType elementType() {
+GType ElementType() {
     static const GType type =
         g_type_register_static_simple(GST_TYPE_BASE_SRC, "VornEventSynth", sizeof(SVornEventSynthClass),
-                                      initClass, sizeof(SVornEventSynth), initInstance, GTypeFlags(0));
+                                      InitClass, sizeof(SVornEventSynth), InitInstance, GTypeFlags(0));
     return type;
 }
 
-gboolean initPlugin(GstPlugin* plugin) {
+gboolean InitPlugin(GstPlugin* plugin) {
     GST_DEBUG_CATEGORY_INIT(vorn_eventsynth_debug, Name, 0, "VornEventSynth Element");
-    return gst_element_register(plugin, Name, GST_RANK_NONE, elementType());
+    return gst_element_register(plugin, Name, GST_RANK_NONE, ElementType());
 }
 
 } // namespace
@@ -223,7 +223,7 @@ GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* /*context*/, const 
         const std::lock_guard<std::mutex> lock(registrationMutex);
         registered =
             registered || gst_plugin_register_static(GST_VERSION_MAJOR, GST_VERSION_MINOR, Name,
-                                                     "Event generator", initPlugin, "1.0", "Proprietary",
+                                                     "Event generator", InitPlugin, "1.0", "Proprietary",
                                                      "VornHandler", "NVR", "https://corvane.example/");
         if (!registered)
             return nullptr;
@@ -232,7 +232,7 @@ GstElement* CreateEventSynthSrc(vorn_gst::v1_0::CGstContext* /*context*/, const 
 }
 
 void SetBasicPolicy(GstElement* element, vorn_utility::v1_0::SBasicPolicy policy) {
-    self(element)->basic = std::move(policy);
+    Self(element)->basic = std::move(policy);
 }
 
 GstElement* IncRefcount(SVornEventSynth* element) {

@@ -41,7 +41,7 @@ void CheckFamily(const CommParam& record, const std::string& modelNumber) {
     if (family.empty())
         family = GenericFamily;
     if (family != record.family->name)
-        throw errors::familyNotMatched();
+        throw errors::FamilyNotMatched();
 }
 
 // Throws the CError that says why the device was not identified.
@@ -49,18 +49,18 @@ void Identify(CommParam& record) {
     std::string modelNumber;
     ThrowFailure(Ask(record, record.query.modelNumber, modelNumber));
     if (queryStopped)
-        throw errors::queryStopped();
+        throw errors::QueryStopped();
     if (modelNumber.empty())
-        throw errors::modelNumberEmpty();
+        throw errors::ModelNumberEmpty();
     CheckFamily(record, modelNumber);
 
     if (queryStopped)
-        throw errors::queryStopped();
+        throw errors::QueryStopped();
     std::string serialNumber;
     const CError answer = Ask(record, record.query.serialNumber, serialNumber);
     ThrowFailure(answer);
     if (serialNumber.empty())
-        throw errors::serialNumberEmpty();
+        throw errors::SerialNumberEmpty();
 
     {
         const std::lock_guard<std::mutex> lock(record.endMutex);

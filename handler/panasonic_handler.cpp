@@ -53,10 +53,10 @@ bool StartDetached(pthread_t& thread, const Record& record) {
 } // namespace
 
 CPanasonicHandler::CPanasonicHandler(IHandlerContext* handlerContext, SQueryTimes queryTimes)
-    : CVornHandler(handlerContext), times(queryTimes), familyCount(handlerContext->getFamilyCount()) {
-    queryParams.reset(new (std::nothrow) Record[familyCount]);
+    : CVornHandler(handlerContext), times_(queryTimes), familyCount_(handlerContext->getFamilyCount()) {
+    queryParams.reset(new (std::nothrow) Record[familyCount_]);
     HostAssert(queryParams != nullptr, AssertSource, 250);
-    queryThreads.reset(new (std::nothrow) pthread_t[familyCount]);
+    queryThreads.reset(new (std::nothrow) pthread_t[familyCount_]);
     HostAssert(queryThreads != nullptr, AssertSource, 256);
 }
 
@@ -79,11 +79,11 @@ int CPanasonicHandler::queryVornDevice(std::string const& address, COptional<CDe
         return NotIdentified;
     const CAuthentication credentials = auth.isSet() ? auth : defaultAuthentication();
     queryStopped = false;
-    for (std::size_t family = 0; family < familyCount; ++family)
+    for (std::size_t family = 0; family < familyCount_; ++family)
         startQuery(family, address, credentials);
 
     const Record winner = waitForIdentification();
-    for (std::size_t family = 0; family < familyCount; ++family) {
+    for (std::size_t family = 0; family < familyCount_; ++family) {
         const std::lock_guard<std::mutex> lock(queryParams[family]->endMutex);
         queryParams[family]->isOver = true;
     }
@@ -113,12 +113,12 @@ void CPanasonicHandler::startQuery(std::size_t family, const std::string& addres
 boost::shared_ptr<vorn_utility::v1_0::CommParam> CPanasonicHandler::waitForIdentification() const {
     const steady_clock::time_point start = steady_clock::now();
     for (;;) {
-        for (std::size_t family = 0; family < familyCount; ++family)
+        for (std::size_t family = 0; family < familyCount_; ++family)
             if (queryParams[family]->done)
                 return queryParams[family];
-        if (steady_clock::now() - start > times.limit)
+        if (steady_clock::now() - start > times_.limit)
             return {};
-        std::this_thread::sleep_for(times.poll);
+        std::this_thread::sleep_for(times_.poll);
     }
 }
 

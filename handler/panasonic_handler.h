@@ -53,10 +53,12 @@ private:
     void startQuery(std::size_t family, const std::string& address, const CAuthentication& credentials);
     boost::shared_ptr<CommParam> waitForIdentification() const;
 
-    const SQueryTimes times;
-    const std::size_t familyCount;
+    const SQueryTimes times_;
+    const std::size_t familyCount_;
+    // NOLINTBEGIN(readability-identifier-naming): as the interface names them
     std::unique_ptr<boost::shared_ptr<CommParam>[]> queryParams; // one a family, of the latest query
     std::unique_ptr<pthread_t[]> queryThreads;                   // likewise; detached
+    // NOLINTEND(readability-identifier-naming)
 };
 
 } // namespace corvane::panasonic_handler

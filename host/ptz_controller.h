@@ -98,7 +98,7 @@ public:
 
 protected:
     // Runs a command, if there is one, and contains what it throws.
-    static void RunCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>& details);
+    static void runCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>& details);
 
 private:
     using Operation = boost::function<CError(CVornCamera& camera, std::vector<CString>& values)>;

@@ -17,7 +17,7 @@ using vorn_camera_base::v1_0::SVornVidValsInDb;
 using vorn_camera_base::v1_0::VideoFields;
 
 template <class T>
-T requireNumber(const std::string& text) {
+T RequireNumber(const std::string& text) {
     if (const auto value = operations::ReadWholeNumber<T>(text))
         return *value;
     throw COperationError("a decimal number from " + std::to_string(std::numeric_limits<T>::min()) + " to " +
@@ -25,7 +25,7 @@ T requireNumber(const std::string& text) {
 }
 
 // The two texts around the first comma.
-COptional<std::pair<std::string, std::string>> splitAtComma(const std::string& text) {
+COptional<std::pair<std::string, std::string>> SplitAtComma(const std::string& text) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos)
         return {};
@@ -33,7 +33,7 @@ COptional<std::pair<std::string, std::string>> splitAtComma(const std::string& t
 }
 
 // By a number any codec can be meant: devices are asked about codecs that nobody understands, too.
-COptional<VideoCodec> findCodec(const std::string& text) {
+COptional<VideoCodec> FindCodec(const std::string& text) {
     for (const SVideoCodecName& row : VideoCodecNames)
         if (text == row.name)
             return row.codec;
@@ -42,7 +42,7 @@ COptional<VideoCodec> findCodec(const std::string& text) {
     return {};
 }
 
-std::string codecForms() {
+std::string CodecForms() {
     std::string forms = "a codec by number";
     for (const SVideoCodecName& row : VideoCodecNames)
         forms += std::string(&row == std::end(VideoCodecNames) - 1 ? " or " : ", ") + row.name;
@@ -50,22 +50,22 @@ std::string codecForms() {
 }
 
 // Audio that comes beside a video stream may be named by the video's codec.
-COptional<AudioCodec> findAudioCodec(const std::string& text) {
+COptional<AudioCodec> FindAudioCodec(const std::string& text) {
     if (text == G726Name)
         return AudioCodec::G726;
-    if (const COptional<VideoCodec> codec = findCodec(text))
+    if (const COptional<VideoCodec> codec = FindCodec(text))
         return static_cast<AudioCodec>(*codec);
     return {};
 }
 
-std::string recordForm() {
+std::string RecordForm() {
     std::string form = "FIELD=VALUE pairs joined by \";\", each FIELD one of ";
     for (const SVideoField& field : VideoFields)
         form += std::string(&field == std::begin(VideoFields) ? "" : ", ") + field.name;
     return form;
 }
 
-std::string usage(const SOperation& operation) {
+std::string Usage(const SOperation& operation) {
     const std::size_t count = operation.parameterNames.size();
     std::string text = count == 0 ? "no arguments" : std::to_string(count) + " argument";
     text += count > 1 ? "s" : "";
@@ -78,17 +78,17 @@ std::string usage(const SOperation& operation) {
 } // namespace
 
 int SArgumentReader::readInt(const std::string& text) {
-    return requireNumber<int>(text);
+    return RequireNumber<int>(text);
 }
 
 unsigned SArgumentReader::readUnsigned(const std::string& text) {
-    return requireNumber<unsigned>(text);
+    return RequireNumber<unsigned>(text);
 }
 
 VideoCodec SArgumentReader::readVideoCodec(const std::string& text) {
-    if (const COptional<VideoCodec> codec = findCodec(text))
+    if (const COptional<VideoCodec> codec = FindCodec(text))
         return *codec;
-    throw COperationError(codecForms());
+    throw COperationError(CodecForms());
 }
 
 handler_impl::SVideoStreamId SArgumentReader::readVideoStreamId(const std::string& text) {
@@ -96,12 +96,12 @@ handler_impl::SVideoStreamId SArgumentReader::readVideoStreamId(const std::strin
     const std::size_t second = first == std::string::npos ? first : text.find(',', first + 1);
     if (second != std::string::npos) {
         const auto channel = operations::ReadWholeNumber<int>(text.substr(0, first));
-        const COptional<VideoCodec> codec = findCodec(text.substr(first + 1, second - first - 1));
+        const COptional<VideoCodec> codec = FindCodec(text.substr(first + 1, second - first - 1));
         const auto stream = operations::ReadWholeNumber<int>(text.substr(second + 1));
         if (channel && codec && stream)
             return {*channel, *codec, *stream};
     }
-    throw COperationError("CHANNEL,CODEC,STREAM: two numbers, and between them " + codecForms());
+    throw COperationError("CHANNEL,CODEC,STREAM: two numbers, and between them " + CodecForms());
 }
 
 std::vector<std::string> SArgumentReader::readTexts(const std::string& text) {
@@ -124,7 +124,7 @@ SVornVidValsInDb SArgumentReader::readVideoRecord(const std::string& text) {
                 return equals < end && text.compare(start, equals - start, row.name) == 0;
             });
         if (field == std::end(VideoFields))
-            throw COperationError(recordForm());
+            throw COperationError(RecordForm());
         record.*(field->value) = text.substr(equals + 1, end - equals - 1);
         start = end + 1;
     }
@@ -132,19 +132,19 @@ SVornVidValsInDb SArgumentReader::readVideoRecord(const std::string& text) {
 }
 
 AudioCodec SArgumentReader::readAudioCodec(const std::string& text) {
-    if (const COptional<AudioCodec> codec = findAudioCodec(text))
+    if (const COptional<AudioCodec> codec = FindAudioCodec(text))
         return *codec;
-    throw COperationError(codecForms() + " or " + G726Name);
+    throw COperationError(CodecForms() + " or " + G726Name);
 }
 
 handler_impl::SAudioStreamId SArgumentReader::readAudioStreamId(const std::string& text) {
-    if (const auto parts = splitAtComma(text)) {
+    if (const auto parts = SplitAtComma(text)) {
         const auto stream = operations::ReadWholeNumber<int>(parts->first);
-        const COptional<AudioCodec> codec = findAudioCodec(parts->second);
+        const COptional<AudioCodec> codec = FindAudioCodec(parts->second);
         if (stream && codec)
             return {*stream, *codec};
     }
-    throw COperationError("STREAM,CODEC: a number, and " + codecForms() + " or " + G726Name);
+    throw COperationError("STREAM,CODEC: a number, and " + CodecForms() + " or " + G726Name);
 }
 
 SVornAudValsInDb SArgumentReader::readAudioRecord(const std::string& text) {
@@ -195,7 +195,7 @@ CAsyncOp COperationRegistry::call(const std::string& name, const std::vector<std
     for (const SOperation& operation : operations_) {
         if (operation.name != name)
             continue;
-        expected += (expected.empty() ? "" : " or ") + usage(operation);
+        expected += (expected.empty() ? "" : " or ") + Usage(operation);
         if (operation.parameterNames.size() != arguments.size())
             continue;
         try {

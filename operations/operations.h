@@ -282,13 +282,13 @@ private:
 };
 
 template <class P>
-void addForm(std::vector<std::string>& forms) {
+void AddForm(std::vector<std::string>& forms) {
     if constexpr (IsArgument<P>)
         forms.emplace_back(SArgument<Stored<P>>::Form);
 }
 
 template <class P, class T>
-void appendIfOutput(SAnswer& answer, const T& value) {
+void AppendIfOutput(SAnswer& answer, const T& value) {
     if constexpr (IsOutput<P>)
         AppendOutput(answer, value);
 }
@@ -368,7 +368,7 @@ void COperationRegistry::add(const std::string& name, const CParameterNames& par
     operation.name = name;
     operation.parameterNames = parameters.inputs({detail::IsArgument<P>...});
     operation.outputNames = parameters.outputs({detail::IsOutput<P>...});
-    (detail::addForm<P>(operation.parameterForms), ...);
+    (detail::AddForm<P>(operation.parameterForms), ...);
     operation.parameterNames.resize(operation.parameterForms.size(), "argument");
 
     operation.call = [function, names = operation.parameterNames](const std::vector<std::string>& arguments,
@@ -392,7 +392,7 @@ void COperationRegistry::add(const std::string& name, const CParameterNames& par
                         function(values...);
                     else
                         SetReturned(answer, function(values...));
-                    (detail::appendIfOutput<P>(answer, values), ...);
+                    (detail::AppendIfOutput<P>(answer, values), ...);
                     done(answer);
                     return {};
                 }

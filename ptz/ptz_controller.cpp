@@ -74,7 +74,7 @@ void CPanasonicPtzController::moveIrisAtSync(int speed, const CCallback& callbac
 void CPanasonicPtzController::ThreadRun() {
     while (isRunning()) {
         waitForCommand();
-        RunCommand(queue().take());
+        runCommand(queue().take());
         refreshMove();
     }
 }

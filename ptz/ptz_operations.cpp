@@ -92,14 +92,14 @@ CError CPanasonicCamera::setAbsolutePtz(int /*stream*/, int pan, int tilt, int z
 CError CPanasonicCamera::setPtzPanPos(int /*stream*/, CString pos) {
     const auto position = ParseNumber<int>(pos.str());
     if (!position)
-        return errors::positionOutOfRange();
+        return errors::PositionOutOfRange();
     return sendPtzNoReload(std::string(cgi::Absctrl) + "?pan=" + std::to_string(ToCameraPanPos(*position)));
 }
 
 CError CPanasonicCamera::setPtzTiltPos(int /*stream*/, CString pos) {
     const auto position = ParseNumber<int>(pos.str());
     if (!position)
-        return errors::positionOutOfRange();
+        return errors::PositionOutOfRange();
     return sendPtzNoReload(std::string(cgi::Absctrl) + "?tilt=" + std::to_string(ToCameraTiltPos(*position)));
 }
 
@@ -107,7 +107,7 @@ CError CPanasonicCamera::setPtzTiltPos(int /*stream*/, CString pos) {
 CError CPanasonicCamera::setPtzZoomPos(int /*stream*/, CString pos) {
     const auto position = ParseNumber<int>(pos.str());
     if (!position)
-        return errors::positionOutOfRange();
+        return errors::PositionOutOfRange();
     return sendPtz(std::string(cgi::Absctrl) + "?zoom=" + std::to_string(ToCameraZoomPos(*position)));
 }
 
@@ -115,22 +115,22 @@ CError CPanasonicCamera::setPtzPosition(int /*stream*/, CString position) {
     const struct {
         const char* key;
         int (CPanasonicCamera::*convert)(int);
-    } Axes[] = {{"pan=", &CPanasonicCamera::ToCameraPanPos},
+    } axes[] = {{"pan=", &CPanasonicCamera::ToCameraPanPos},
                 {"tilt=", &CPanasonicCamera::ToCameraTiltPos},
                 {"zoom=", &CPanasonicCamera::ToCameraZoomPos}};
     std::string query;
-    for (const auto& axis : Axes) {
+    for (const auto& axis : axes) {
         const std::string value = ValueOf(position.str(), axis.key);
         if (value.empty())
             continue;
         const auto number = ParseNumber<int>(value);
         if (!number)
-            return errors::positionOutOfRange();
+            return errors::PositionOutOfRange();
         query += (query.empty() ? "" : "&") + std::string(axis.key) +
                  std::to_string((this->*axis.convert)(*number));
     }
     if (query.empty())
-        return errors::positionOutOfRange();
+        return errors::PositionOutOfRange();
     return sendPtzNoReload(std::string(cgi::Absctrl) + "?" + query);
 }
 
@@ -185,11 +185,11 @@ int CPanasonicCamera::signedSpeed(int (CPanasonicCamera::*convert)(int), int spe
 #include "camera/ptz_requests.def"
 
 CError CPanasonicCamera::clearPtzPatternRecord(int /*stream*/, int /*pattern*/) {
-    return errors::featureNotSupported();
+    return errors::FeatureNotSupported();
 }
 
 CError CPanasonicCamera::cancelPtzPatternRecord(int /*stream*/, int /*pattern*/) {
-    return errors::featureNotSupported();
+    return errors::FeatureNotSupported();
 }
 
 CError CPanasonicCamera::getPtzPatternCount(int stream, CString& count) {
@@ -254,7 +254,7 @@ CError CPanasonicCamera::getPtzPosition(int /*stream*/, std::vector<CString>& ou
 CError CPanasonicCamera::readPositions(const std::vector<std::string>& keys,
                                        std::vector<std::string>& values) {
     if (!setting)
-        return errors::noSettings();
+        return errors::NoSettings();
     if (CError error = setting->GetDetailsFromUrl(cgi::AbsgetPosition, keys, values))
         return error;
     values.resize(keys.size());

@@ -13,35 +13,35 @@ namespace {
 constexpr std::size_t LongestHostName = 253;
 constexpr std::string_view Digits = "0123456789";
 
-bool isHostNameCharacter(char c) {
+bool IsHostNameCharacter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '.' || c == '_';
 }
 
-bool isNumericAddress(int family, const std::string& text) {
+bool IsNumericAddress(int family, const std::string& text) {
     in6_addr parsed{};
     if (text.find('\0') != std::string::npos) // inet_pton would not see what stands behind it
         return false;
     return inet_pton(family, text.c_str(), &parsed) == 1;
 }
 
-bool isHostName(const std::string& host) {
+bool IsHostName(const std::string& host) {
     if (host.empty() || host.size() > LongestHostName || host.front() == '-' || host.front() == '.')
         return false;
-    if (!std::all_of(host.begin(), host.end(), isHostNameCharacter))
+    if (!std::all_of(host.begin(), host.end(), IsHostNameCharacter))
         return false;
     // No domain is all digits: this must be a dotted address, and not one of its abbreviations.
     const std::size_t dot = host.rfind('.');
     const std::string_view last = std::string_view(host).substr(dot == std::string::npos ? 0 : dot + 1);
-    return last.find_first_not_of(Digits) != std::string_view::npos || isNumericAddress(AF_INET, host);
+    return last.find_first_not_of(Digits) != std::string_view::npos || IsNumericAddress(AF_INET, host);
 }
 
-bool isBracketedIpv6(const std::string& host) {
+bool IsBracketedIpv6(const std::string& host) {
     return host.size() > 2 && host.front() == '[' && host.back() == ']' &&
-           isNumericAddress(AF_INET6, host.substr(1, host.size() - 2));
+           IsNumericAddress(AF_INET6, host.substr(1, host.size() - 2));
 }
 
-bool isPort(const std::string& port) {
+bool IsPort(const std::string& port) {
     const auto value = operations::ReadWholeNumber<unsigned>(port);
     return value && *value >= 1 && *value <= 65535;
 }
@@ -53,11 +53,11 @@ COptional<SAddress> ParseAddress(const std::string& address) {
         address.find(':', address.empty() || address.front() != '[' ? 0 : address.rfind(']'));
     SAddress parsed;
     parsed.host = address.substr(0, colon);
-    if (!isHostName(parsed.host) && !isBracketedIpv6(parsed.host))
+    if (!IsHostName(parsed.host) && !IsBracketedIpv6(parsed.host))
         return {};
     if (colon != std::string::npos) {
         parsed.port = address.substr(colon + 1);
-        if (!isPort(parsed.port))
+        if (!IsPort(parsed.port))
             return {};
     }
     return parsed;

@@ -20,9 +20,9 @@ VORN_HOST_API COptional<SAddress> ParseAddress(const std::string& address);
 inline constexpr const char* UsualPort = "80";
 
 // "HOST" or "HOST:PORT", without the usual port.
-VORN_HOST_API VORN_HOST_API std::string AddressText(const std::string& host, const std::string& port);
+VORN_HOST_API std::string AddressText(const std::string& host, const std::string& port);
 
 // A device's address as its exchanges tell it, the usual port left out; a text that is no address as it is.
-VORN_HOST_API VORN_HOST_API std::string ToldAddress(const std::string& address);
+VORN_HOST_API std::string ToldAddress(const std::string& address);
 
 } // namespace corvane::refhost

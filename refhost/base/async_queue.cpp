@@ -5,7 +5,7 @@
 namespace corvane::vorn_utility::v1_0 {
 namespace {
 
-void tellCancelled(CAsyncCmdDetails& details) {
+void TellCancelled(CAsyncCmdDetails& details) {
     if (!details.abandon())
         return;
     try {
@@ -17,11 +17,11 @@ void tellCancelled(CAsyncCmdDetails& details) {
 } // namespace
 
 void Op_Cancel(const boost::shared_ptr<CAsyncCmdDetails>& details) {
-    tellCancelled(*details);
+    TellCancelled(*details);
 }
 
 void Op_NotifyCanceled(const boost::shared_ptr<CAsyncCmdDetails>& details) {
-    tellCancelled(*details);
+    TellCancelled(*details);
 }
 
 void CThreadAsyncQueue::wait() {

@@ -16,14 +16,14 @@ constexpr struct {
 
 constexpr int LetIn = 200;
 
-AuthScheme schemeOf(const std::string& word) {
+AuthScheme SchemeOf(const std::string& word) {
     for (const auto& row : Words)
         if (word == row.word)
             return row.scheme;
     return AuthScheme::None;
 }
 
-std::string wordFor(AuthScheme scheme) {
+std::string WordFor(AuthScheme scheme) {
     for (const auto& row : Words)
         if (scheme == row.scheme)
             return row.word;
@@ -72,7 +72,7 @@ void CAuthenticationBook::keepIn(const std::shared_ptr<CDeviceDb>& database, con
         const std::lock_guard<std::mutex> lock(mutex_);
         SDevice& device = devices_[address];
         device.database = database;
-        device.seen.strongest = std::max(device.seen.strongest, schemeOf(word.str()));
+        device.seen.strongest = std::max(device.seen.strongest, SchemeOf(word.str()));
     }
     store(address);
 }
@@ -127,7 +127,7 @@ void CAuthenticationBook::store(const std::string& address) {
     }
     if (!database || strongest == AuthScheme::None)
         return;
-    if (const CError error = database->proxy(address)->writeValue(Key, wordFor(strongest)))
+    if (const CError error = database->proxy(address)->writeValue(Key, WordFor(strongest)))
         WriteLog(LogFailure, address + ": " + error.getText());
 }
 

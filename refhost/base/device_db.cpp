@@ -57,7 +57,7 @@ constexpr const char* WriteInputValue =
 
 // So that SQLite, which would give a new file to everybody, finds one that is the owner's alone; what it
 // writes beside it has the same rights. The path that SQLite is to open it by.
-std::string madePrivate(const std::string& file) {
+std::string MadePrivate(const std::string& file) {
     if (file.empty())
         return InMemory;
     const SOpenedFile opened = OpenPrivateFile(file, O_RDWR | O_CREAT);
@@ -68,18 +68,18 @@ std::string madePrivate(const std::string& file) {
     return path;
 }
 
-std::string shownName(const std::string& file) {
+std::string ShownName(const std::string& file) {
     return file.empty() ? "the device database in memory" : file;
 }
 
-void requireIntact(SQLite::Database& database) {
+void RequireIntact(SQLite::Database& database) {
     const std::string verdict = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (verdict != "ok")
         throw CDeviceDbError("damaged: " + verdict);
 }
 
 // Run in a transaction: of two processes that open a new file at once, the second finds the schema in place.
-void requireSchema(SQLite::Database& database) {
+void RequireSchema(SQLite::Database& database) {
     const int id = database.execAndGet("PRAGMA application_id").getInt();
     const int version = database.execAndGet("PRAGMA user_version").getInt();
     const int objects = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt();
@@ -101,13 +101,13 @@ void requireSchema(SQLite::Database& database) {
 class CDeviceDb::CConnection {
 public:
     explicit CConnection(const std::string& file)
-        : name_(shownName(file)),
-          database_(madePrivate(file), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
+        : name_(ShownName(file)),
+          database_(MadePrivate(file), SQLite::OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW,
                     BusyTimeoutMilliseconds) {
         database_.exec(Durability);
         SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
-        requireIntact(database_);
-        requireSchema(database_);
+        RequireIntact(database_);
+        RequireSchema(database_);
         transaction.commit();
     }
 
@@ -232,7 +232,7 @@ CDeviceDb::CDeviceDb(const std::string& file) {
     try {
         connection_ = std::make_unique<CConnection>(file);
     } catch (const std::exception& error) {
-        throw CDeviceDbError(shownName(file) + ": " + error.what());
+        throw CDeviceDbError(ShownName(file) + ": " + error.what());
     }
 }
 

@@ -21,7 +21,7 @@ namespace {
 constexpr const char* LogPattern = "%Y-%m-%d %H:%M:%S.%e %v";
 constexpr const char* TracePattern = "%v";
 
-spdlog::logger makeLogger(const char* pattern) {
+spdlog::logger MakeLogger(const char* pattern) {
     spdlog::logger logger("vorn", std::make_shared<spdlog::sinks::stderr_sink_mt>());
     logger.set_pattern(pattern);
     logger.set_level(spdlog::level::trace);
@@ -31,8 +31,8 @@ spdlog::logger makeLogger(const char* pattern) {
 struct SState {
     std::atomic<int> lowestLevel{LogFailure};
     std::atomic<bool> trace{false};
-    spdlog::logger log = makeLogger(LogPattern);
-    spdlog::logger traceLog = makeLogger(TracePattern);
+    spdlog::logger log = MakeLogger(LogPattern);
+    spdlog::logger traceLog = MakeLogger(TracePattern);
 
     // Held shared while the observer runs, so that a change waits for it.
     std::shared_mutex observerMutex;
@@ -40,25 +40,25 @@ struct SState {
 };
 
 // Never destroyed: threads that nobody joins may still log while the process ends.
-SState& state() {
+SState& State() {
     static SState& instance = *new SState;
     return instance;
 }
 
-const char* nameOf(int level) {
+const char* NameOf(int level) {
     if (level >= LogFailure)
         return "failure";
     return level >= LogNotice ? "notice" : "detail";
 }
 
 // A device must not be able to forge lines of the log, nor to steer the terminal that shows it.
-std::string onOneLine(std::string line) {
+std::string OnOneLine(std::string line) {
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
     return PrintableText(line);
 }
 
-std::string traceLine(const SHttpExchange& exchange, const SHttpRound& round) {
+std::string TraceLine(const SHttpExchange& exchange, const SHttpRound& round) {
     // Masked before the text is escaped: afterwards a secret may no longer look like itself.
     const nlohmann::ordered_json line = {{"method", exchange.method},
                                          {"path", MaskSecrets(exchange.path)},
@@ -68,9 +68,9 @@ std::string traceLine(const SHttpExchange& exchange, const SHttpRound& round) {
     return JsonText(line);
 }
 
-void showTrace(const SHttpExchange& exchange) {
+void ShowTrace(const SHttpExchange& exchange) {
     const auto show = [&exchange](const SHttpRound& round) {
-        state().traceLog.log(spdlog::level::info, spdlog::string_view_t(traceLine(exchange, round)));
+        State().traceLog.log(spdlog::level::info, spdlog::string_view_t(TraceLine(exchange, round)));
     };
     if (exchange.rounds.empty())
         show({exchange.status, exchange.milliseconds});
@@ -81,33 +81,33 @@ void showTrace(const SHttpExchange& exchange) {
 } // namespace
 
 void SetLogLevel(int level) {
-    state().lowestLevel = level;
+    State().lowestLevel = level;
 }
 
 bool IsLogShown(int level) {
-    return level >= state().lowestLevel;
+    return level >= State().lowestLevel;
 }
 
 void WriteLog(int level, const std::string& line) {
     if (IsLogShown(level))
-        state().log.info("{} {}", nameOf(level), onOneLine(MaskSecrets(line)));
+        State().log.info("{} {}", NameOf(level), OnOneLine(MaskSecrets(line)));
 }
 
 void SetTrace(bool on) {
-    state().trace = on;
+    State().trace = on;
 }
 
 void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer) {
-    const std::unique_lock<std::shared_mutex> lock(state().observerMutex);
-    state().observer = std::move(observer);
+    const std::unique_lock<std::shared_mutex> lock(State().observerMutex);
+    State().observer = std::move(observer);
 }
 
 void ReportExchange(const SHttpExchange& exchange) {
-    if (state().trace)
-        showTrace(exchange);
-    const std::shared_lock<std::shared_mutex> lock(state().observerMutex);
-    if (state().observer)
-        state().observer(exchange);
+    if (State().trace)
+        ShowTrace(exchange);
+    const std::shared_lock<std::shared_mutex> lock(State().observerMutex);
+    if (State().observer)
+        State().observer(exchange);
 }
 
 } // namespace corvane::refhost

@@ -15,18 +15,18 @@ namespace corvane::refhost {
 
 // The lowest level (see host/log.h) of the lines that are shown: LogFailure until it is set. Lines go to
 // standard error, masked and with blanks for line ends.
-VORN_HOST_API VORN_HOST_API void SetLogLevel(int level);
+VORN_HOST_API void SetLogLevel(int level);
 // Whether lines of the level are shown, so that what nobody reads need not be written.
-VORN_HOST_API VORN_HOST_API bool IsLogShown(int level);
-VORN_HOST_API VORN_HOST_API void WriteLog(int level, const std::string& line);
+VORN_HOST_API bool IsLogShown(int level);
+VORN_HOST_API void WriteLog(int level, const std::string& line);
 
 // From here on the text is masked wherever a line holds it, also where it is percent-encoded. A text that
 // turns up by chance (up to 3 characters, or up to 7 digits) would hide what is no secret, such as
 // "page=12345": it is masked only where a password's name stands before it ("password=12345"). Empty texts
 // are no secrets.
-VORN_HOST_API VORN_HOST_API void AddSecret(const std::string& secret);
+VORN_HOST_API void AddSecret(const std::string& secret);
 // The line with "***" for every secret, for the "user:password@" of any URL, and for Authorization lines.
-VORN_HOST_API VORN_HOST_API std::string MaskSecrets(const std::string& line);
+VORN_HOST_API std::string MaskSecrets(const std::string& line);
 
 // One request on the wire, and its reply.
 struct SHttpRound {
@@ -54,13 +54,13 @@ struct SHttpExchange {
 
 // Shows each round of an exchange, and an exchange without any, as a JSON line on standard error:
 // {"method","path","body","status","ms"}.
-VORN_HOST_API VORN_HOST_API void SetTrace(bool on);
+VORN_HOST_API void SetTrace(bool on);
 
 // Is told each exchange, on the thread that made it, after it is over; an empty function ends that. Returns
 // when no earlier observer is running any more.
-VORN_HOST_API VORN_HOST_API void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer);
+VORN_HOST_API void SetExchangeObserver(std::function<void(const SHttpExchange&)> observer);
 
 // Called by the framework's HTTP client for each exchange.
-VORN_HOST_API VORN_HOST_API void ReportExchange(const SHttpExchange& exchange);
+VORN_HOST_API void ReportExchange(const SHttpExchange& exchange);
 
 } // namespace corvane::refhost

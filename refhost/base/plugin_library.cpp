@@ -24,7 +24,7 @@ struct SLibraryCloser {
 };
 using CLibraryHandle = std::unique_ptr<void, SLibraryCloser>;
 
-CLibraryHandle openLibrary(const std::string& file) {
+CLibraryHandle OpenLibrary(const std::string& file) {
     // A name without a "/" would be looked for in the system's folders.
     CLibraryHandle library(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!library)
@@ -34,7 +34,7 @@ CLibraryHandle openLibrary(const std::string& file) {
 }
 
 template <class Object>
-Object* require(Object* made, const std::string& file, const char* what) {
+Object* Require(Object* made, const std::string& file, const char* what) {
     if (!made)
         throw CPluginError(file + ": made no " + what);
     return made;
@@ -43,7 +43,7 @@ Object* require(Object* made, const std::string& file, const char* what) {
 } // namespace
 
 struct CPluginLibrary::SSymbols {
-    explicit SSymbols(const std::string& file) : library(openLibrary(file)) {
+    explicit SSymbols(const std::string& file) : library(OpenLibrary(file)) {
         resolve(createHandler, plugin_symbols::CreateHandler, file);
         resolve(createCamera, plugin_symbols::CreateCamera, file);
         resolve(createController, plugin_symbols::CreateController, file);
@@ -86,7 +86,7 @@ std::string CPluginLibrary::buildId() const {
 
 std::unique_ptr<CVornHandler> CPluginLibrary::createHandler(IHandlerContext& context) const {
     std::unique_ptr<CVornHandler> handler(
-        require(symbols_->createHandler(&context), file_, "device handler"));
+        Require(symbols_->createHandler(&context), file_, "device handler"));
     handler->setCameraFactory(symbols_->createCamera);
     return handler;
 }
@@ -96,7 +96,7 @@ boost::shared_ptr<CVornCamera> CPluginLibrary::createCamera(boost::shared_ptr<ID
                                                             boost::shared_ptr<CVornModelList> modelList,
                                                             const std::string& modelNumber) const {
     CVornCamera* camera = symbols_->createCamera(context, address.c_str(), modelList, modelNumber.c_str());
-    return boost::shared_ptr<CVornCamera>(require(camera, file_, "camera"));
+    return boost::shared_ptr<CVornCamera>(Require(camera, file_, "camera"));
 }
 
 std::unique_ptr<CVornController>
@@ -105,7 +105,7 @@ CPluginLibrary::createController(IDeviceContext& context, const std::string& add
                                  boost::shared_ptr<CVornModelList> modelList) const {
     CVornController* controller =
         symbols_->createController(&context, address.c_str(), modelNumber.c_str(), modelList);
-    return std::unique_ptr<CVornController>(require(controller, file_, "controller"));
+    return std::unique_ptr<CVornController>(Require(controller, file_, "controller"));
 }
 
 std::unique_ptr<CPtzController>
@@ -113,7 +113,7 @@ CPluginLibrary::createPtzController(boost::shared_ptr<IDeviceContext> context, i
                                     const std::string& address, boost::shared_ptr<CVornCamera> camera) const {
     constexpr unsigned NoFlags = 0;
     std::unique_ptr<CPtzController> controller(
-        require(symbols_->createPtzController(context, index, address.c_str(), camera, NoFlags), file_,
+        Require(symbols_->createPtzController(context, index, address.c_str(), camera, NoFlags), file_,
                 "PTZ controller"));
     controller->start();
     return controller;

@@ -19,13 +19,13 @@ constexpr struct {
     {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFFF9, 0xFFFB},
 };
 
-bool isPrintable(char32_t code) {
+bool IsPrintable(char32_t code) {
     return code != SCharacter::Invalid &&
            std::none_of(std::begin(Unprintable), std::end(Unprintable),
                         [code](const auto& range) { return range.first <= code && code <= range.last; });
 }
 
-std::string jsonEscape(char32_t code) {
+std::string JsonEscape(char32_t code) {
     constexpr const char* Digits = "0123456789abcdef";
     std::string text = "\\u";
     for (int shift = 12; shift >= 0; shift -= 4)
@@ -34,10 +34,10 @@ std::string jsonEscape(char32_t code) {
 }
 
 // Where the first character is that is not printable.
-std::size_t firstUnprintable(const std::string& text) {
+std::size_t FirstUnprintable(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
         const SCharacter character = CharacterAt(text, at);
-        if (!isPrintable(character.code))
+        if (!IsPrintable(character.code))
             return at;
         at += character.length;
     }
@@ -46,14 +46,14 @@ std::size_t firstUnprintable(const std::string& text) {
 
 // With `replace(code)` for each character that is not printable. A text without any is not copied.
 template <class Replace>
-std::string withoutUnprintable(std::string text, Replace replace) {
-    const std::size_t first = firstUnprintable(text);
+std::string WithoutUnprintable(std::string text, Replace replace) {
+    const std::size_t first = FirstUnprintable(text);
     if (first == text.size())
         return text;
     std::string printable = text.substr(0, first);
     for (std::size_t at = first; at < text.size();) {
         const SCharacter character = CharacterAt(text, at);
-        if (isPrintable(character.code))
+        if (IsPrintable(character.code))
             printable.append(text, at, character.length);
         else
             printable += replace(character.code);
@@ -72,12 +72,12 @@ SCharacter CharacterAt(const std::string& text, std::size_t at) {
 }
 
 std::string PrintableText(const std::string& text) {
-    return withoutUnprintable(text, [](char32_t) { return Replacement; });
+    return WithoutUnprintable(text, [](char32_t) { return Replacement; });
 }
 
 std::string JsonText(const nlohmann::ordered_json& value) {
-    return withoutUnprintable(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace),
-                              jsonEscape);
+    return WithoutUnprintable(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace),
+                              JsonEscape);
 }
 
 } // namespace corvane::refhost

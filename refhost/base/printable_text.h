@@ -16,14 +16,14 @@ struct SCharacter {
 };
 
 // The character that begins at the byte `at`, which must be before the text's end.
-VORN_HOST_API VORN_HOST_API SCharacter CharacterAt(const std::string& text, std::size_t at);
+VORN_HOST_API SCharacter CharacterAt(const std::string& text, std::size_t at);
 
 // Text from a device made fit for a terminal: bytes that are no UTF-8, control characters and characters that
 // change the writing direction become U+FFFD.
-VORN_HOST_API VORN_HOST_API std::string PrintableText(const std::string& text);
+VORN_HOST_API std::string PrintableText(const std::string& text);
 
 // The value on one line, with its members in order. Such characters are escaped, bytes that are no UTF-8
 // become U+FFFD.
-VORN_HOST_API VORN_HOST_API std::string JsonText(const nlohmann::ordered_json& value);
+VORN_HOST_API std::string JsonText(const nlohmann::ordered_json& value);
 
 } // namespace corvane::refhost

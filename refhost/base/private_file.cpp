@@ -35,7 +35,7 @@ private:
     int number_;
 };
 
-bool othersCanWriteTo(const CDescriptor& folder) {
+bool OthersCanWriteTo(const CDescriptor& folder) {
     struct stat status {};
     if (::fstat(folder.number(), &status) != 0)
         return true;
@@ -43,19 +43,19 @@ bool othersCanWriteTo(const CDescriptor& folder) {
     return !isOwnersAlone || (status.st_mode & OthersWrite) != 0;
 }
 
-bool isLink(const CDescriptor& folder, const std::string& name) {
+bool IsLink(const CDescriptor& folder, const std::string& name) {
     struct stat status {};
     return ::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISLNK(status.st_mode);
 }
 
-CDescriptor openAt(const CDescriptor& folder, const std::string& name, int flags) {
-    const bool mayBeALink = !othersCanWriteTo(folder);
+CDescriptor OpenAt(const CDescriptor& folder, const std::string& name, int flags) {
+    const bool mayBeALink = !OthersCanWriteTo(folder);
     CDescriptor opened(::openat(folder.number(), name.c_str(),
                                 flags | O_CLOEXEC | (mayBeALink ? 0 : O_NOFOLLOW), OwnerAlone));
     if (opened.number() < 0) {
         const int error = errno;
-        throw !mayBeALink && isLink(folder, name)
+        throw !mayBeALink && IsLink(folder, name)
             ? std::runtime_error("\"" + name +
                                  "\" is a symbolic link in a directory that others can write to")
             : std::runtime_error(std::generic_category().message(error));
@@ -63,21 +63,21 @@ CDescriptor openAt(const CDescriptor& folder, const std::string& name, int flags
     return opened;
 }
 
-void requireOwn(const CDescriptor& file) {
+void RequireOwn(const CDescriptor& file) {
     struct stat status {};
     if (::fstat(file.number(), &status) != 0 || status.st_uid != ::geteuid() ||
         (status.st_mode & OthersWrite) != 0 || (S_ISREG(status.st_mode) && status.st_nlink != 1))
         throw std::runtime_error("it is not this user's alone, in a directory that others can write to");
 }
 
-CDescriptor openPrivate(const std::filesystem::path& path, int flags) {
+CDescriptor OpenPrivate(const std::filesystem::path& path, int flags) {
     constexpr int Folder = O_PATH | O_DIRECTORY;
     CDescriptor folder(::open(path.is_absolute() ? "/" : ".", Folder | O_CLOEXEC));
     for (const auto& part : path.parent_path().relative_path())
-        folder = openAt(folder, part, Folder);
-    CDescriptor file = openAt(folder, path.has_filename() ? path.filename() : ".", flags);
-    if (othersCanWriteTo(folder))
-        requireOwn(file);
+        folder = OpenAt(folder, part, Folder);
+    CDescriptor file = OpenAt(folder, path.has_filename() ? path.filename() : ".", flags);
+    if (OthersCanWriteTo(folder))
+        RequireOwn(file);
     return file;
 }
 
@@ -85,7 +85,7 @@ CDescriptor openPrivate(const std::filesystem::path& path, int flags) {
 
 SOpenedFile OpenPrivateFile(const std::string& path, int flags) {
     try {
-        return {openPrivate(path, flags).release(), {}};
+        return {OpenPrivate(path, flags).release(), {}};
     } catch (const std::runtime_error& failure) {
         return {-1, failure.what()};
     }

@@ -24,31 +24,31 @@ struct SSecrets {
 };
 
 // Never destroyed: threads that nobody joins may still log while the process ends.
-SSecrets& secrets() {
+SSecrets& Secrets() {
     static SSecrets& instance = *new SSecrets;
     return instance;
 }
 
-char lower(char c) {
+char Lower(char c) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
 }
 
-bool isWordCharacter(char c) {
+bool IsWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-std::string lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), lower);
+std::string Lowered(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), Lower);
     return text;
 }
 
 // Texts that turn up by chance: "page=12345" gives no password away, and a mask for every "1" hides the line.
-bool isCommonplace(const std::string& secret) {
+bool IsCommonplace(const std::string& secret) {
     return secret.size() < 4 || (secret.size() < 8 && secret.find_first_not_of(Digits) == std::string::npos);
 }
 
-bool standsBehindPasswordName(const std::string& line, std::size_t at) {
-    const std::string before = lowered(line.substr(0, at));
+bool StandsBehindPasswordName(const std::string& line, std::size_t at) {
+    const std::string before = Lowered(line.substr(0, at));
     const std::size_t last = before.find_last_not_of(PasswordSeparators);
     if (last == std::string::npos || last + 1 == before.size())
         return false;
@@ -59,20 +59,20 @@ bool standsBehindPasswordName(const std::string& line, std::size_t at) {
 }
 
 // Where a location has its password, whatever characters that is made of.
-bool standsInLocation(const std::string& line, std::size_t at, std::size_t end) {
+bool StandsInLocation(const std::string& line, std::size_t at, std::size_t end) {
     return at > 0 && line[at - 1] == ':' && end < line.size() && line[end] == '@';
 }
 
-bool givesSecretAway(const std::string& line, std::size_t at, const std::string& secret) {
+bool GivesSecretAway(const std::string& line, std::size_t at, const std::string& secret) {
     const std::size_t end = at + secret.size();
-    if (!isCommonplace(secret) || standsInLocation(line, at, end))
+    if (!IsCommonplace(secret) || StandsInLocation(line, at, end))
         return true;
-    return (end == line.size() || !isWordCharacter(line[end])) && standsBehindPasswordName(line, at);
+    return (end == line.size() || !IsWordCharacter(line[end])) && StandsBehindPasswordName(line, at);
 }
 
-void maskSecret(std::string& line, const std::string& secret) {
+void MaskSecret(std::string& line, const std::string& secret) {
     for (std::size_t at = line.find(secret); at != std::string::npos; at = line.find(secret, at)) {
-        if (givesSecretAway(line, at, secret)) {
+        if (GivesSecretAway(line, at, secret)) {
             line.replace(at, secret.size(), Mask);
             at += Mask.size();
         } else {
@@ -81,7 +81,7 @@ void maskSecret(std::string& line, const std::string& secret) {
     }
 }
 
-void maskUserInformation(std::string& line) {
+void MaskUserInformation(std::string& line) {
     constexpr std::string_view SchemeEnd = "://";
     for (std::size_t at = line.find(SchemeEnd); at != std::string::npos; at = line.find(SchemeEnd, at)) {
         at += SchemeEnd.size();
@@ -95,14 +95,14 @@ void maskUserInformation(std::string& line) {
     }
 }
 
-void maskAuthorization(std::string& line) {
-    std::string searched = lowered(line);
+void MaskAuthorization(std::string& line) {
+    std::string searched = Lowered(line);
     for (std::size_t at = searched.find(AuthorizationHeader); at != std::string::npos;
          at = searched.find(AuthorizationHeader, at)) {
         at += AuthorizationHeader.size();
         const std::size_t end = std::min(line.find_first_of("\r\n", at), line.size());
         line.replace(at, end - at, " ").insert(at + 1, Mask);
-        searched = lowered(line);
+        searched = Lowered(line);
     }
 }
 
@@ -111,7 +111,7 @@ void maskAuthorization(std::string& line) {
 void AddSecret(const std::string& secret) {
     if (secret.empty())
         return;
-    SSecrets& known = secrets();
+    SSecrets& known = Secrets();
     const std::unique_lock<std::shared_mutex> lock(known.mutex);
     for (const std::string& text : {secret, PercentEncoded(secret), FormEncoded(secret)})
         if (std::find(known.texts.begin(), known.texts.end(), text) == known.texts.end())
@@ -123,14 +123,14 @@ void AddSecret(const std::string& secret) {
 std::string MaskSecrets(const std::string& line) {
     std::string masked = line;
     // The known ones before the rest: one that is masked in part is not found any more.
-    SSecrets& known = secrets();
+    SSecrets& known = Secrets();
     {
         const std::shared_lock<std::shared_mutex> lock(known.mutex);
         for (const std::string& secret : known.texts)
-            maskSecret(masked, secret);
+            MaskSecret(masked, secret);
     }
-    maskUserInformation(masked);
-    maskAuthorization(masked);
+    MaskUserInformation(masked);
+    MaskAuthorization(masked);
     return masked;
 }
 

@@ -19,7 +19,7 @@ constexpr int LongestName = 20;
 
 const SModelInfo UnknownModel;
 
-const SModelInfo* modelOrUnknown(const CVornModelList& list, const std::string& number) {
+const SModelInfo* ModelOrUnknown(const CVornModelList& list, const std::string& number) {
     const SModelInfo* model = list.findModel(number);
     return model ? model : &UnknownModel;
 }
@@ -28,7 +28,7 @@ CError notSupported(const std::string& what) {
     return {RtnCode::NotSupported, Origin::General, what};
 }
 
-CError noDatabase() {
+CError NoDatabase() {
     return {RtnCode::DeviceDbUnavailable, Origin::General, "the device database is not available"};
 }
 
@@ -42,7 +42,7 @@ CVornCamera::SBase::SBase(const boost::shared_ptr<IDeviceContext>& context, std:
       modelNumber(std::move(number)),
       model(&UnknownModel) {
     device_handler::v1_0::HostAssert(deviceContext && modelList, "vornCamera", __LINE__);
-    model = modelOrUnknown(*modelList, modelNumber);
+    model = ModelOrUnknown(*modelList, modelNumber);
 }
 
 CVornCamera::CVornCamera(boost::shared_ptr<IDeviceContext>& context, char const* address,
@@ -150,13 +150,13 @@ CError CVornCamera::getCameraName(int input, std::vector<CString>& name) {
 CError CVornCamera::readFromInputDb(InputClass inputClass, int input, const std::string& key,
                                     CString& value) {
     const boost::shared_ptr<IDeviceDbProxy> record = deviceContext()->getDeviceDbProxy();
-    return record ? record->readInputValue(inputClass, input, key, value) : noDatabase();
+    return record ? record->readInputValue(inputClass, input, key, value) : NoDatabase();
 }
 
 CError CVornCamera::writeToInputDb(InputClass inputClass, int input, const std::string& key,
                                    const CString& value) {
     const boost::shared_ptr<IDeviceDbProxy> record = deviceContext()->getDeviceDbProxy();
-    return record ? record->writeInputValue(inputClass, input, key, value) : noDatabase();
+    return record ? record->writeInputValue(inputClass, input, key, value) : NoDatabase();
 }
 
 CError CVornCamera::getCamSingleValue(const std::string& address, const SVornUrl& url,

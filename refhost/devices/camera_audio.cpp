@@ -18,7 +18,7 @@ constexpr const char* HighestVolume = "2";
 constexpr const char* VolumeStep = "1";
 
 // Where the list says that a stream is, whatever the video's codec; null when it does not.
-const SStreamUrl* findUrl(const SModelInfo& model, const SAudioStreamId& id) {
+const SStreamUrl* FindUrl(const SModelInfo& model, const SAudioStreamId& id) {
     const auto stream = model.audioUrls.find(model.audioUrlBase + id.stream);
     if (stream == model.audioUrls.end())
         return nullptr;
@@ -136,7 +136,7 @@ CError CVornCamera::readAudioStreamRecord(SAudioStreamId id, SVornAudValsInDb& r
 CError CVornCamera::getAudioStreamUrl(SVornAudValsInDb&, SAudioStreamId id, std::string& url) {
     if (CError error = base_->checkAudioInput(id.stream))
         return error;
-    const SStreamUrl* location = findUrl(model(), id);
+    const SStreamUrl* location = FindUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this audio stream");
     url = refhost::StreamLocationWithCredentials(*location, address(), deviceContext()->getAuthentication());

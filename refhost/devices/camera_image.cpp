@@ -16,11 +16,11 @@ using device_handler::v1_0::SwitchValues;
 
 // What is told of each form behind the current value: its default, and what it may be.
 
-std::vector<CString> valuesOf(const SAdjustment&) {
+std::vector<CString> ValuesOf(const SAdjustment&) {
     return {"50", "0", "100", "1"};
 }
 
-std::vector<CString> valuesOf(const SWhiteBalanceModel& balance) {
+std::vector<CString> ValuesOf(const SWhiteBalanceModel& balance) {
     const std::vector<std::string>& words = balance.values;
     const auto found = std::find(words.begin(), words.end(), balance.defaultValue);
     std::vector<CString> values{
@@ -30,14 +30,14 @@ std::vector<CString> valuesOf(const SWhiteBalanceModel& balance) {
     return values;
 }
 
-std::vector<CString> switchValues() {
+std::vector<CString> ValuesOfSwitch() {
     return {"0", "0", "1", "1"};
 }
-std::vector<CString> valuesOf(const SwitchValues&) {
-    return switchValues();
+std::vector<CString> ValuesOf(const SwitchValues&) {
+    return ValuesOfSwitch();
 }
-std::vector<CString> valuesOf(const SwitchKind&) {
-    return switchValues();
+std::vector<CString> ValuesOf(const SwitchKind&) {
+    return ValuesOfSwitch();
 }
 
 } // namespace
@@ -57,7 +57,7 @@ CError CVornCamera::SBase::checkOffered(int input, bool isOfModel, const char* n
     CError CVornCamera::get##AREA##NAME(int input, std::vector<CString>& values) {                           \
         if (CError error = base_->checkOffered(input, IsOffered(model().MEMBER), RECORD))                    \
             return error;                                                                                    \
-        const std::vector<CString> byDefault = valuesOf(model().MEMBER);                                     \
+        const std::vector<CString> byDefault = ValuesOf(model().MEMBER);                                     \
         CString current = byDefault.front();                                                                 \
         if (CError error = readFromInputDb(InputClass::Video, input, RECORD, current);                       \
             error && !IsAbsent(error))                                                                       \

@@ -17,14 +17,14 @@ using device_handler::v1_0::FindCodecName;
 using device_handler::v1_0::SVideoCodecName;
 using device_handler::v1_0::VideoCodecNames;
 
-std::string codecText(VideoCodec codec) {
+std::string CodecText(VideoCodec codec) {
     const SVideoCodecName* name = FindCodecName(codec);
     return name ? name->name : "codec " + std::to_string(static_cast<int>(codec));
 }
 
 // The model's value for a codec, or null.
 template <class Value>
-const Value* find(const std::map<std::string, Value>& byCodec, VideoCodec codec) {
+const Value* Find(const std::map<std::string, Value>& byCodec, VideoCodec codec) {
     const SVideoCodecName* name = FindCodecName(codec);
     const auto found = name ? byCodec.find(name->name) : byCodec.end();
     return found == byCodec.end() ? nullptr : &found->second;
@@ -36,7 +36,7 @@ CError defaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, Vi
         {&SVornVidValsInDb::bitRate, model.defaultBitRate},
         {&SVornVidValsInDb::quality, model.defaultQuality}};
     for (const auto& [ofList, defaults] : known)
-        if (const std::string* configured = ofList == setting ? find(defaults, codec) : nullptr) {
+        if (const std::string* configured = ofList == setting ? Find(defaults, codec) : nullptr) {
             value = *configured;
             return CError::Success();
         }
@@ -44,7 +44,7 @@ CError defaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, Vi
 }
 
 // Where the list says that a stream is, or null.
-const SStreamUrl* findUrl(const SModelInfo& model, const SVideoStreamId& id) {
+const SStreamUrl* FindUrl(const SModelInfo& model, const SVideoStreamId& id) {
     const auto stream = model.videoUrls.find(id.stream);
     const SVideoCodecName* name = FindCodecName(id.codec);
     if (stream == model.videoUrls.end() || !name)
@@ -62,7 +62,7 @@ std::string recordKey(const SVideoStreamId& id, CString SVornVidValsInDb::*setti
     const auto* const field =
         std::find_if(std::begin(VideoFields), std::end(VideoFields),
                      [setting](const SVideoField& row) { return row.value == setting; });
-    return codecText(id.codec) + "_" + std::to_string(id.stream) + "_video_" + field->property;
+    return CodecText(id.codec) + "_" + std::to_string(id.stream) + "_video_" + field->property;
 }
 
 } // namespace
@@ -89,9 +89,9 @@ CError CVornCamera::getVideoCodecId(int, int index, CString& id) {
 }
 
 CError CVornCamera::getVideoCodecMaxStreams(int, VideoCodec codec, CString& max) {
-    const int* streams = find(model().codecStreams, codec);
+    const int* streams = Find(model().codecStreams, codec);
     if (!streams)
-        return NotOfModel(RtnCode::NotSupported, codecText(codec) + " streams");
+        return NotOfModel(RtnCode::NotSupported, CodecText(codec) + " streams");
     max = PropertyValue(*streams);
     return CError::Success();
 }
@@ -121,11 +121,11 @@ CError CVornCamera::SBase::checkVideoInput(int input) const {
 CError CVornCamera::SBase::checkVideoStream(const SVideoStreamId& id) const {
     if (CError error = checkVideoInput(id.channel))
         return error;
-    const int* streams = find(model->codecStreams, id.codec);
+    const int* streams = Find(model->codecStreams, id.codec);
     if (!streams)
-        return NotOfModel(RtnCode::NotSupported, codecText(id.codec) + " streams");
+        return NotOfModel(RtnCode::NotSupported, CodecText(id.codec) + " streams");
     if (id.stream < 0 || id.stream >= *streams)
-        return NotOfModel(RtnCode::OutOfRange, codecText(id.codec) + " stream " + std::to_string(id.stream));
+        return NotOfModel(RtnCode::OutOfRange, CodecText(id.codec) + " stream " + std::to_string(id.stream));
     return CError::Success();
 }
 
@@ -185,7 +185,7 @@ CError CVornCamera::syncVideoCodecProperties(SVornVidValsInDb&, SVideoStreamId) 
 }
 
 CError CVornCamera::getVideoStreamUrl(SVideoStreamId id, std::string& url) {
-    const SStreamUrl* location = findUrl(model(), id);
+    const SStreamUrl* location = FindUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
     url = refhost::StreamLocationWithCredentials(*location, address(), deviceContext()->getAuthentication());
@@ -193,7 +193,7 @@ CError CVornCamera::getVideoStreamUrl(SVideoStreamId id, std::string& url) {
 }
 
 CError CVornCamera::createVideoStreamPipeline(IStreamController*& controller, SVideoStreamId id) {
-    const SStreamUrl* location = findUrl(model(), id);
+    const SStreamUrl* location = FindUrl(model(), id);
     if (!location)
         return NotOfModel(RtnCode::NotSupported, "location for this stream");
     // The credentials are handed over beside the location, so that no message about it can tell them.

@@ -18,7 +18,7 @@ using device_handler::v1_0::SFamily;
 
 namespace {
 
-void writeFormatted(int level, const char* format, va_list arguments) {
+void WriteFormatted(int level, const char* format, va_list arguments) {
     if (IsLogShown(level))
         WriteLog(level, FormatText(format, arguments));
 }
@@ -98,7 +98,7 @@ bool CHandlerContext::isQueryRefused(const std::string& address, const COptional
 }
 
 CLogFunction CHandlerContext::getLog() const {
-    return CLogFunction(&writeFormatted);
+    return CLogFunction(&WriteFormatted);
 }
 
 boost::shared_ptr<CVornModelList> CHandlerContext::getModelList() const {

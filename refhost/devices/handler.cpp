@@ -15,30 +15,30 @@ using device_handler::v1_0::SFamily;
 
 constexpr const char* Source = "vornHandler";
 
-const SFamily* findSupportedFamily(const IHandlerContext& context, const std::string& name) {
+const SFamily* FindSupportedFamily(const IHandlerContext& context, const std::string& name) {
     for (std::size_t i = 0; i < context.getFamilyCount(); ++i)
         if (const SFamily* family = context.getFamily(i); family->name == name)
             return family;
     return nullptr;
 }
 
-IHandlerContext* given(IHandlerContext* context) {
+IHandlerContext* Given(IHandlerContext* context) {
     device_handler::v1_0::HostAssert(context, Source, __LINE__);
     return context;
 }
 
 // A family without a default user name has no default credentials.
-CAuthentication defaultsOf(const SFamily& family) {
+CAuthentication DefaultsOf(const SFamily& family) {
     return family.user.empty() ? CAuthentication() : CAuthentication(family.user, family.password);
 }
 
 } // namespace
 
 CVornHandler::SBase::SBase(IHandlerContext* handlerContext)
-    : context(given(handlerContext)), modelList(context->getModelList()), worker(*context) {
+    : context(Given(handlerContext)), modelList(context->getModelList()), worker(*context) {
     device_handler::v1_0::HostAssert(modelList.get(), Source, __LINE__);
     if (context->getFamilyCount() > 0)
-        defaultAuthentication = defaultsOf(*context->getFamily(0));
+        defaultAuthentication = DefaultsOf(*context->getFamily(0));
 }
 
 CVornHandler::CVornHandler(IHandlerContext* context) : base_(std::make_unique<SBase>(context)) {}
@@ -73,7 +73,7 @@ const SFamily* CVornHandler::getOemInfo(CString const&) const {
 std::vector<CString> CVornHandler::getSupportedModelNums() const {
     std::vector<CString> numbers;
     for (const auto& [number, model] : base_->modelList->getModels())
-        if (findSupportedFamily(*base_->context, model.family))
+        if (FindSupportedFamily(*base_->context, model.family))
             numbers.emplace_back(number);
     return numbers;
 }
@@ -83,8 +83,8 @@ const SModelInfo* CVornHandler::getModelInfo(CString const& model) const {
 }
 
 CAuthentication CVornHandler::getDefaultAuthentication(CString const& family) const {
-    const SFamily* known = findSupportedFamily(*base_->context, family.str());
-    return known ? defaultsOf(*known) : CAuthentication();
+    const SFamily* known = FindSupportedFamily(*base_->context, family.str());
+    return known ? DefaultsOf(*known) : CAuthentication();
 }
 
 CError CVornHandler::testAuthentication(std::string const& address, CAuthentication const& auth) {

@@ -14,7 +14,7 @@ using vorn_utility::v1_0::CAsyncCmdDetails;
 using vorn_utility::v1_0::CThreadAsyncQueue;
 
 // The callback must hear of the operation, whatever becomes of it.
-CError outcomeOf(const std::function<CError(std::vector<CString>&)>& operation,
+CError OutcomeOf(const std::function<CError(std::vector<CString>&)>& operation,
                  std::vector<CString>& values) {
     try {
         return operation(values);
@@ -73,7 +73,7 @@ void CHandlerWorker::run() {
 
 void CHandlerWorker::complete(const Operation& operation, const CCallback& callback) const {
     std::vector<CString> values;
-    const CError result = outcomeOf(operation, values);
+    const CError result = OutcomeOf(operation, values);
     try {
         Call(callback, result, values);
     } catch (const std::exception& error) {

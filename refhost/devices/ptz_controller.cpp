@@ -106,11 +106,11 @@ void CPtzController::start() {
 void CPtzController::ThreadRun() {
     while (isRunning()) {
         queue().wait();
-        RunCommand(queue().take());
+        runCommand(queue().take());
     }
 }
 
-void CPtzController::RunCommand(const boost::shared_ptr<CAsyncCmdDetails>& details) {
+void CPtzController::runCommand(const boost::shared_ptr<CAsyncCmdDetails>& details) {
     if (!details || !details->begin())
         return;
     try {

@@ -25,7 +25,7 @@ constexpr std::string_view Protocol = "http";
 constexpr int PostTimeout = 4;
 constexpr int NoStatus = 0;
 
-std::string pathWithQuery(const SVornUrl& url) {
+std::string PathWithQuery(const SVornUrl& url) {
     std::string path = url.path;
     if (path.empty() || path.front() != '/')
         path.insert(0, 1, '/');
@@ -43,7 +43,7 @@ std::string pathWithQuery(const SVornUrl& url) {
     return path;
 }
 
-RtnCode codeOf(int status) {
+RtnCode CodeOf(int status) {
     switch (status) {
     case 200:
         return RtnCode::Success;
@@ -56,12 +56,12 @@ RtnCode codeOf(int status) {
     }
 }
 
-CError resultOf(const SHttpReply& reply) {
-    const RtnCode code = codeOf(reply.status);
+CError ResultOf(const SHttpReply& reply) {
+    const RtnCode code = CodeOf(reply.status);
     return code == RtnCode::Success ? CError::Success() : CError(code, Origin::Device, reply.failure);
 }
 
-std::vector<std::string_view> split(std::string_view reply, const std::string& delimiters) {
+std::vector<std::string_view> Split(std::string_view reply, const std::string& delimiters) {
     std::vector<std::string_view> pieces;
     for (std::size_t start = 0; start <= reply.size();) {
         const std::size_t end = std::min(reply.find_first_of(delimiters, start), reply.size());
@@ -72,7 +72,7 @@ std::vector<std::string_view> split(std::string_view reply, const std::string& d
     return pieces;
 }
 
-std::string valueBehind(const std::string& key, const std::vector<std::string_view>& pieces) {
+std::string ValueBehind(const std::string& key, const std::vector<std::string_view>& pieces) {
     for (const std::string_view piece : pieces)
         if (piece.substr(0, key.size()) == key)
             return std::string(piece.substr(key.size()));
@@ -89,13 +89,13 @@ CError CVornCgiLib::vornCgiGetRawResponse(const SVornUrl& url, const std::string
     SHttpRequest request;
     request.address = address;
     request.port = url.port;
-    request.path = pathWithQuery(url);
+    request.path = PathWithQuery(url);
     request.user = user;
     request.password = password;
     request.authScheme = authScheme;
     request.timeout = timeout;
     SHttpReply reply = ExchangeHttp(request);
-    CError result = resultOf(reply);
+    CError result = ResultOf(reply);
     if (!result)
         response = std::move(reply.body);
     return result;
@@ -108,11 +108,11 @@ CError CVornCgiLib::vornCgiGetQueryResult(const SVornUrl& url, const std::string
     std::string reply;
     if (CError error = vornCgiGetRawResponse(url, address, user, password, reply, timeout, authScheme); error)
         return error;
-    const std::vector<std::string_view> pieces = split(reply, delimiters);
+    const std::vector<std::string_view> pieces = Split(reply, delimiters);
     const std::vector<std::string> keys = values.empty() ? url.queryKeys : values;
     values.clear();
     for (const std::string& key : keys)
-        values.push_back(valueBehind(key, pieces));
+        values.push_back(ValueBehind(key, pieces));
     return CError::Success();
 }
 
@@ -141,7 +141,7 @@ int CHttpInterface::SetContent(const std::string& body, const std::string& url) 
     target.path = url.substr(pathStart);
     SHttpRequest request;
     request.address = url.substr(scheme.size(), pathStart - scheme.size());
-    request.path = pathWithQuery(target);
+    request.path = PathWithQuery(target);
     request.user = base_->user;
     request.password = base_->password;
     request.authScheme = refhost::AnyAuthScheme;

@@ -44,7 +44,7 @@ constexpr struct {
                    {BasicScheme, CURLAUTH_BASIC},
                    {DigestScheme, CURLAUTH_DIGEST}};
 
-COptional<unsigned long> curlAuthentication(const std::string& scheme) {
+COptional<unsigned long> CurlAuthentication(const std::string& scheme) {
     for (const auto& row : AuthSchemes)
         if (scheme == row.name)
             return row.curlAuthentication;
@@ -63,7 +63,7 @@ struct SReceived {
 };
 
 // libcurl would unpack it, asked for or not, and a few bytes can be made gigabytes of.
-bool namesAPacking(std::string_view line) {
+bool NamesAPacking(std::string_view line) {
     constexpr std::string_view Name = "transfer-encoding:";
     if (line.size() < Name.size() || strncasecmp(line.data(), Name.data(), Name.size()) != 0)
         return false;
@@ -73,14 +73,14 @@ bool namesAPacking(std::string_view line) {
     return strcasecmp(coding.c_str(), "chunked") != 0 && strcasecmp(coding.c_str(), "identity") != 0;
 }
 
-std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
+std::size_t OnHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
     auto& reply = *static_cast<SReceived*>(received);
     reply.headerSize += size;
     reply.isHeaderTooLarge = reply.headerSize > LargestHeader;
     if (reply.isHeaderTooLarge)
         return 0;
     const std::string_view line(data, size);
-    reply.isPacked = namesAPacking(line);
+    reply.isPacked = NamesAPacking(line);
     if (reply.isPacked)
         return 0;
     reply.rounds.headerLine(line);
@@ -91,19 +91,19 @@ std::size_t onHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
     return size;
 }
 
-std::size_t onBody(char* data, std::size_t, std::size_t size, void* received) {
+std::size_t OnBody(char* data, std::size_t, std::size_t size, void* received) {
     static_cast<SReceived*>(received)->body.append(data, size);
     return size;
 }
 
 // Called after each read.
-int onProgress(void* received, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+int OnProgress(void* received, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
     auto& reply = *static_cast<SReceived*>(received);
     reply.isBodyTooLarge = reply.rounds.bodyBytes() > LargestReply;
     return reply.isBodyTooLarge ? 1 : 0;
 }
 
-void setFixedOptions(CURL* curl) {
+void SetFixedOptions(CURL* curl) {
     constexpr struct {
         CURLoption option;
         long value;
@@ -123,19 +123,19 @@ void setFixedOptions(CURL* curl) {
         curl_easy_setopt(curl, row.option, row.value);
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http");
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
-    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, onHeaderLine);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, onBody);
-    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, onProgress);
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, OnHeaderLine);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, OnBody);
+    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, OnProgress);
 }
 
-void setCredentials(CURL* curl, const SHttpPeer& peer) {
+void SetCredentials(CURL* curl, const SHttpPeer& peer) {
     const bool known = !peer.user.empty();
-    curl_easy_setopt(curl, CURLOPT_HTTPAUTH, *curlAuthentication(peer.authScheme));
+    curl_easy_setopt(curl, CURLOPT_HTTPAUTH, *CurlAuthentication(peer.authScheme));
     curl_easy_setopt(curl, CURLOPT_USERNAME, known ? peer.user.c_str() : nullptr);
     curl_easy_setopt(curl, CURLOPT_PASSWORD, known ? peer.password.c_str() : nullptr);
 }
 
-void setMethod(CURL* curl, const COptional<std::string>& form) {
+void SetMethod(CURL* curl, const COptional<std::string>& form) {
     // libcurl would ask the device to agree first, which costs a second where it does not know how.
     static curl_slist* const withoutExpect = curl_slist_append(nullptr, "Expect:");
     if (!form) {
@@ -170,20 +170,20 @@ constexpr struct {
     {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
 };
 
-std::string timedOutText(int seconds) {
+std::string TimedOutText(int seconds) {
     return "timed out after " + std::to_string(seconds) + " s";
 }
 
-SFailure timeOut(CURL* curl, const SReceived& received, int seconds) {
+SFailure TimeOut(CURL* curl, const SReceived& received, int seconds) {
     curl_off_t connected = 0;
     curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connected);
     return {received.headerSize > 0 ? HttpFailure::Cut
             : connected > 0         ? HttpFailure::NoAnswer
                                     : HttpFailure::Unreachable,
-            timedOutText(seconds)};
+            TimedOutText(seconds)};
 }
 
-SFailure failureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail, int timeout) {
+SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail, int timeout) {
     const HttpFailure broken = received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
     if (received.rounds.refusedRepetition())
         return {HttpFailure::Dropped, CutText};
@@ -196,7 +196,7 @@ SFailure failureOf(CURL* curl, CURLcode code, const SReceived& received, const c
     if (received.isPacked)
         return {HttpFailure::Packed, "the reply is packed, which was not asked for"};
     if (code == CURLE_OPERATION_TIMEDOUT)
-        return timeOut(curl, received, timeout);
+        return TimeOut(curl, received, timeout);
     long systemError = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
@@ -210,35 +210,35 @@ SFailure failureOf(CURL* curl, CURLcode code, const SReceived& received, const c
     return {HttpFailure::Other, own};
 }
 
-std::string statusText(int status) {
+std::string StatusText(int status) {
     const std::string reason = device_handler::v1_0::HttpStatusReason(status);
     return "HTTP status " + std::to_string(status) + (reason.empty() ? "" : " ") + reason;
 }
 
-SHttpReply noStatus(SFailure failure) {
+SHttpReply NoStatus(SFailure failure) {
     SHttpReply reply;
     reply.kind = failure.kind;
     reply.failure = std::move(failure.text);
     return reply;
 }
 
-SHttpReply withStatus(int status) {
+SHttpReply WithStatus(int status) {
     SHttpReply reply;
     reply.status = status;
     if (status != 200) {
         reply.kind = HttpFailure::Status;
-        reply.failure = statusText(status);
+        reply.failure = StatusText(status);
     }
     return reply;
 }
 
 // Basic puts a ":" between name and password, and would log in as somebody else.
-bool cutsTheName(const std::string& user) {
+bool CutsTheName(const std::string& user) {
     return user.find(':') != std::string::npos;
 }
 
 // Takes Basic away from what the request may use.
-void refuseBasic(SHttpPeer& peer) {
+void RefuseBasic(SHttpPeer& peer) {
     if (peer.authScheme == AnyScheme)
         peer.authScheme = DigestScheme;
     else if (peer.authScheme == BasicScheme)
@@ -288,16 +288,16 @@ private:
     SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
-            return noStatus({HttpFailure::NoAnswer, timedOutText(request_.timeout)});
+            return NoStatus({HttpFailure::NoAnswer, TimedOutText(request_.timeout)});
 
         SReceived received{rounds, {}};
         char detail[CURL_ERROR_SIZE] = "";
-        setFixedOptions(curl);
-        setCredentials(curl, peer_);
-        setMethod(curl, request_.form);
+        SetFixedOptions(curl);
+        SetCredentials(curl, peer_);
+        SetMethod(curl, request_.form);
         if (curl_easy_setopt(curl, CURLOPT_URL, ("http://" + peer_.address + request_.path).c_str()) !=
             CURLE_OK)
-            return noStatus({HttpFailure::NotAsked,
+            return NoStatus({HttpFailure::NotAsked,
                              "the request's URL is too long"}); // the handle still has the one before
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
@@ -315,18 +315,18 @@ private:
 
     SHttpReply judge(CURL* curl, CURLcode code, SReceived received, const char* detail) const {
         if (received.rounds.refusedChallenge())
-            return withStatus(Unauthorized);
+            return WithStatus(Unauthorized);
         if (code != CURLE_OK)
-            return noStatus(failureOf(curl, code, received, detail, request_.timeout));
+            return NoStatus(FailureOf(curl, code, received, detail, request_.timeout));
         if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
-            return noStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
+            return NoStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-        SHttpReply reply = withStatus(static_cast<int>(status));
+        SHttpReply reply = WithStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
         if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
             reply.kind = HttpFailure::BasicRefused;
-            reply.failure += cutsTheName(request_.user) ? BasicUnfitText : BasicRefusedText;
+            reply.failure += CutsTheName(request_.user) ? BasicUnfitText : BasicRefusedText;
         }
         return reply;
     }
@@ -344,7 +344,7 @@ private:
     const Clock::time_point deadline_;
 };
 
-COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
+COptional<SHttpPeer> PeerOf(const SHttpRequest& request) {
     const COptional<SAddress> own = ParseAddress(request.address);
     if (!own)
         return {};
@@ -354,17 +354,17 @@ COptional<SHttpPeer> peerOf(const SHttpRequest& request) {
     return SHttpPeer{address, request.user, request.password, request.authScheme};
 }
 
-SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer, CHttpRounds& rounds) {
+SHttpReply Exchange(const SHttpRequest& request, const COptional<SHttpPeer>& peer, CHttpRounds& rounds) {
     if (!peer)
-        return noStatus({HttpFailure::NotAsked, "\"" + request.address + "\" is no device address"});
-    if (!curlAuthentication(request.authScheme))
-        return noStatus(
+        return NoStatus({HttpFailure::NotAsked, "\"" + request.address + "\" is no device address"});
+    if (!CurlAuthentication(request.authScheme))
+        return NoStatus(
             {HttpFailure::NotAsked, "unknown authentication scheme \"" + request.authScheme + "\""});
     const bool isBasicRefused =
-        CAuthenticationBook::instance().isRefused(peer->address) || cutsTheName(request.user);
+        CAuthenticationBook::instance().isRefused(peer->address) || CutsTheName(request.user);
     SHttpPeer allowed = *peer;
     if (isBasicRefused)
-        refuseBasic(allowed);
+        RefuseBasic(allowed);
     return CExchange(request, std::move(allowed), isBasicRefused).run(rounds);
 }
 
@@ -372,9 +372,9 @@ SHttpReply exchange(const SHttpRequest& request, const COptional<SHttpPeer>& pee
 
 SHttpReply ExchangeHttp(const SHttpRequest& request) {
     const Clock::time_point start = Clock::now();
-    const COptional<SHttpPeer> peer = peerOf(request);
+    const COptional<SHttpPeer> peer = PeerOf(request);
     CHttpRounds rounds;
-    SHttpReply reply = exchange(request, peer, rounds);
+    SHttpReply reply = Exchange(request, peer, rounds);
 
     SHttpExchange told;
     told.address = peer ? peer->address : request.address;

@@ -13,7 +13,7 @@ constexpr std::size_t MostIdle = 4096;
 // The connection, and what libcurl wakes itself up with.
 constexpr std::size_t FilesPerHandle = 3;
 
-std::size_t idleBound() {
+std::size_t IdleBound() {
     rlimit files{};
     if (getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur == RLIM_INFINITY)
         return MostIdle;
@@ -28,7 +28,7 @@ CHttpHandlePool& CHttpHandlePool::instance() {
     return pool;
 }
 
-CHttpHandlePool::CHttpHandlePool() : bound_(idleBound()) {
+CHttpHandlePool::CHttpHandlePool() : bound_(IdleBound()) {
     curl_global_init(CURL_GLOBAL_DEFAULT);
 }
 

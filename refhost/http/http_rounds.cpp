@@ -13,7 +13,7 @@ constexpr int FirstFinalStatus = 200;
 constexpr int Unauthorized = 401;
 
 // Of "HTTP/1.1 200 OK"; 0 for any other line.
-int statusOf(std::string_view line) {
+int StatusOf(std::string_view line) {
     if (line.substr(0, 5) != "HTTP/")
         return 0;
     line.remove_prefix(std::min(line.find(' '), line.size()));
@@ -24,7 +24,7 @@ int statusOf(std::string_view line) {
 }
 
 // Of the credentials in a request's header.
-AuthScheme schemeOf(std::string_view header) {
+AuthScheme SchemeOf(std::string_view header) {
     constexpr std::pair<std::string_view, AuthScheme> Lines[] = {
         {"\r\nAuthorization: Basic ", AuthScheme::Basic}, {"\r\nAuthorization: Digest ", AuthScheme::Digest}};
     for (const auto& [line, scheme] : Lines)
@@ -58,7 +58,7 @@ void CHttpRounds::stopWatching(CURL* curl) {
 }
 
 void CHttpRounds::headerLine(std::string_view line) {
-    if (const int status = statusOf(line); isUnderWay_ && status >= FirstFinalStatus)
+    if (const int status = StatusOf(line); isUnderWay_ && status >= FirstFinalStatus)
         rounds_.back().status = status;
 }
 
@@ -95,7 +95,7 @@ bool CHttpRounds::maySend() {
 int CHttpRounds::takeBytes(CURL* /*curl*/, curl_infotype kind, char* data, std::size_t size, void* rounds) {
     auto& itself = *static_cast<CHttpRounds*>(rounds);
     if (kind == CURLINFO_HEADER_OUT)
-        itself.authentication_ = schemeOf({data, size});
+        itself.authentication_ = SchemeOf({data, size});
     if (kind == CURLINFO_DATA_IN)
         itself.bodyBytes_ += size;
     return 0;

@@ -75,7 +75,7 @@ private:
     std::vector<SOpen> open_;
 };
 
-std::string lineAndColumn(const std::string& text, std::size_t byte) {
+std::string LineAndColumn(const std::string& text, std::size_t byte) {
     const std::string before = text.substr(0, byte > 0 ? byte - 1 : 0);
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const std::size_t lineStart = before.rfind('\n') + 1; // 0 when there is none
@@ -83,14 +83,14 @@ std::string lineAndColumn(const std::string& text, std::size_t byte) {
 }
 
 // The library's own text, without its number and place.
-std::string reasonOf(const json::parse_error& error) {
+std::string ReasonOf(const json::parse_error& error) {
     const std::string text = error.what();
     const std::size_t place = text.find("column ");
     const std::size_t reason = text.find(": ", place);
     return reason == std::string::npos ? text : text.substr(reason + 2);
 }
 
-std::string namesOf(const std::vector<CJsonNode::SMember>& members) {
+std::string NamesOf(const std::vector<CJsonNode::SMember>& members) {
     std::string names;
     for (const CJsonNode::SMember& member : members)
         names += (names.empty() ? "" : ", ") + std::string(member.name);
@@ -118,7 +118,7 @@ json ParseJson(const std::string& text) {
         return json::parse(
             text, [&](int, json::parse_event_t event, json& parsed) { return check(event, parsed); });
     } catch (const json::parse_error& error) {
-        throw CJsonRefusal(lineAndColumn(text, error.byte), reasonOf(error));
+        throw CJsonRefusal(LineAndColumn(text, error.byte), ReasonOf(error));
     } catch (const json::out_of_range&) { // which tells no line
         throw CJsonRefusal(check.next(), "this number is too large");
     }
@@ -153,7 +153,7 @@ void CJsonNode::object(const std::vector<SMember>& members) const {
         const auto known = std::find_if(members.begin(), members.end(),
                                         [&](const SMember& member) { return name == member.name; });
         if (known == members.end())
-            node.refuse("unknown member; expected one of " + namesOf(members));
+            node.refuse("unknown member; expected one of " + NamesOf(members));
         known->read(node);
     });
 }

@@ -36,11 +36,11 @@ static_assert(std::size(VideoCodecNames) == 3);
 constexpr Words DynamicRanges = {"Generic", "Conditional", "AdaptiveBlackStretchOnly"};
 constexpr const char* CameraStreams = "camera";
 
-bool holds(Words words, const std::string& word) {
+bool Holds(Words words, const std::string& word) {
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-std::string listed(Words words) {
+std::string Listed(Words words) {
     std::string text;
     for (const char* word : words)
         text += (text.empty() ? "" : ", ") + std::string(word);
@@ -49,11 +49,11 @@ std::string listed(Words words) {
 
 // Readers of one value each, for the tables below: they return what reads a member into its destination.
 
-auto toText(std::string& value) {
+auto ToText(std::string& value) {
     return [&value](const CJsonNode& node) { value = node.text(); };
 }
 
-auto toFilledText(std::string& value) {
+auto ToFilledText(std::string& value) {
     return [&value](const CJsonNode& node) {
         value = node.text();
         if (value.empty())
@@ -61,7 +61,7 @@ auto toFilledText(std::string& value) {
     };
 }
 
-auto toDecimalText(std::string& value) {
+auto ToDecimalText(std::string& value) {
     return [&value](const CJsonNode& node) {
         value = node.text();
         if (!operations::ReadWholeNumber<int>(value))
@@ -69,7 +69,7 @@ auto toDecimalText(std::string& value) {
     };
 }
 
-auto toOptionalDecimalText(std::string& value) {
+auto ToOptionalDecimalText(std::string& value) {
     return [&value](const CJsonNode& node) {
         value = node.text();
         if (!value.empty() && !operations::ReadWholeNumber<int>(value))
@@ -77,17 +77,17 @@ auto toOptionalDecimalText(std::string& value) {
     };
 }
 
-auto toInteger(int& value, int minimum = LowestInt, int maximum = HighestInt) {
+auto ToInteger(int& value, int minimum = LowestInt, int maximum = HighestInt) {
     return [&value, minimum, maximum](const CJsonNode& node) { value = node.integer(minimum, maximum); };
 }
 
-auto toTexts(std::vector<std::string>& values) {
+auto ToTexts(std::vector<std::string>& values) {
     return [&values](const CJsonNode& node) {
         node.eachEntry([&](const CJsonNode& entry) { values.push_back(entry.text()); });
     };
 }
 
-auto toRange(SRange& range) {
+auto ToRange(SRange& range) {
     return [&range](const CJsonNode& node) {
         node.requireLength(2, "[minimum, maximum]");
         std::vector<int> ends;
@@ -98,17 +98,17 @@ auto toRange(SRange& range) {
     };
 }
 
-auto toWord(std::string& value, Words words) {
+auto ToWord(std::string& value, Words words) {
     return [&value, words](const CJsonNode& node) {
         value = node.text();
-        if (!holds(words, value))
-            node.refuse("expected one of " + listed(words));
+        if (!Holds(words, value))
+            node.refuse("expected one of " + Listed(words));
     };
 }
 
 using Parameters = std::vector<std::pair<std::string, std::string>>;
 
-auto toParameters(Parameters& parameters) {
+auto ToParameters(Parameters& parameters) {
     return [&parameters](const CJsonNode& node) {
         node.eachEntry([&](const CJsonNode& entry) {
             entry.requireLength(2, "[name, value]");
@@ -121,7 +121,7 @@ auto toParameters(Parameters& parameters) {
 
 // An object whose names are decimal numbers.
 template <class Read>
-void eachNumber(const CJsonNode& node, int minimum, const Read& read) {
+void EachNumber(const CJsonNode& node, int minimum, const Read& read) {
     node.eachMember([&](const std::string& name, const CJsonNode& member) {
         const auto number = operations::ReadWholeNumber<int>(name);
         if (!number || *number < minimum || std::to_string(*number) != name)
@@ -133,48 +133,48 @@ void eachNumber(const CJsonNode& node, int minimum, const Read& read) {
 
 // An object whose names are among the words.
 template <class Read>
-void eachWord(const CJsonNode& node, Words words, const Read& read) {
+void EachWord(const CJsonNode& node, Words words, const Read& read) {
     node.eachMember([&](const std::string& name, const CJsonNode& member) {
-        if (!holds(words, name))
-            member.refuse("unknown member; expected one of " + listed(words));
+        if (!Holds(words, name))
+            member.refuse("unknown member; expected one of " + Listed(words));
         read(name, member);
     });
 }
 
-auto toTextsByCodec(std::map<std::string, std::string>& texts) {
+auto ToTextsByCodec(std::map<std::string, std::string>& texts) {
     return [&texts](const CJsonNode& node) {
-        eachWord(node, CodecNames,
-                 [&](const std::string& codec, const CJsonNode& text) { toDecimalText(texts[codec])(text); });
+        EachWord(node, CodecNames,
+                 [&](const std::string& codec, const CJsonNode& text) { ToDecimalText(texts[codec])(text); });
     };
 }
 
-void readPort(const CJsonNode& node, std::string& port) {
+void ReadPort(const CJsonNode& node, std::string& port) {
     port = node.text();
     const auto number = operations::ReadWholeNumber<int>(port);
     if (!port.empty() && (!number || *number < 1 || *number > 65535))
         node.refuse("expected a port as a text, or an empty text");
 }
 
-void readStreamUrl(const CJsonNode& node, SStreamUrl& url) {
-    node.object({{"scheme", SMember::Required, toFilledText(url.scheme)},
-                 {"port", SMember::Optional, [&](const CJsonNode& port) { readPort(port, url.port); }},
-                 {"path", SMember::Required, toText(url.path)},
-                 {"parameters", SMember::Optional, toParameters(url.parameters)}});
+void ReadStreamUrl(const CJsonNode& node, SStreamUrl& url) {
+    node.object({{"scheme", SMember::Required, ToFilledText(url.scheme)},
+                 {"port", SMember::Optional, [&](const CJsonNode& port) { ReadPort(port, url.port); }},
+                 {"path", SMember::Required, ToText(url.path)},
+                 {"parameters", SMember::Optional, ToParameters(url.parameters)}});
 }
 
-auto toStreamUrls(StreamUrlTable& table) {
+auto ToStreamUrls(StreamUrlTable& table) {
     return [&table](const CJsonNode& node) {
-        eachNumber(node, 0, [&](int stream, const CJsonNode& codecs) {
-            eachWord(codecs, UrlCodecNames, [&](const std::string& codec, const CJsonNode& variants) {
-                eachNumber(variants, 0, [&](int variant, const CJsonNode& url) {
-                    readStreamUrl(url, table[stream][codec][variant]);
+        EachNumber(node, 0, [&](int stream, const CJsonNode& codecs) {
+            EachWord(codecs, UrlCodecNames, [&](const std::string& codec, const CJsonNode& variants) {
+                EachNumber(variants, 0, [&](int variant, const CJsonNode& url) {
+                    ReadStreamUrl(url, table[stream][codec][variant]);
                 });
             });
         });
     };
 }
 
-auto toRequest(SVornUrl& url) {
+auto ToRequest(SVornUrl& url) {
     return [&url](const CJsonNode& node) {
         url.protocol = "http";
         url.port = UsualPort;
@@ -184,87 +184,87 @@ auto toRequest(SVornUrl& url) {
                           if (url.path.empty() || url.path.front() != '/')
                               path.refuse("expected a path that begins with \"/\"");
                       }},
-                     {"parameters", SMember::Optional, toParameters(url.parameters)},
-                     {"key", SMember::Required, toFilledText(url.replyKey)}});
+                     {"parameters", SMember::Optional, ToParameters(url.parameters)},
+                     {"key", SMember::Required, ToFilledText(url.replyKey)}});
     };
 }
 
-SQueryDevice emptyQuery() {
+SQueryDevice EmptyQuery() {
     SQueryDevice query;
     query.modelNumber.delimiters = query.serialNumber.delimiters = ReplyDelimiters;
     query.modelNumber.authScheme = query.serialNumber.authScheme = AnyAuthScheme;
     return query;
 }
 
-void readPtz(const CJsonNode& node, SPtzModel& ptz) {
+void ReadPtz(const CJsonNode& node, SPtzModel& ptz) {
     node.object({{"position", SMember::Optional,
                   [&](const CJsonNode& position) {
-                      position.object({{"pan", SMember::Optional, toRange(ptz.panPosition)},
-                                       {"tilt", SMember::Optional, toRange(ptz.tiltPosition)},
-                                       {"zoom", SMember::Optional, toRange(ptz.zoomPosition)}});
+                      position.object({{"pan", SMember::Optional, ToRange(ptz.panPosition)},
+                                       {"tilt", SMember::Optional, ToRange(ptz.tiltPosition)},
+                                       {"zoom", SMember::Optional, ToRange(ptz.zoomPosition)}});
                   }},
                  {"home", SMember::Optional,
                   [&](const CJsonNode& home) {
-                      home.object({{"pan", SMember::Optional, toInteger(ptz.panHome)},
-                                   {"tilt", SMember::Optional, toInteger(ptz.tiltHome)},
-                                   {"zoom", SMember::Optional, toInteger(ptz.zoomHome)}});
+                      home.object({{"pan", SMember::Optional, ToInteger(ptz.panHome)},
+                                   {"tilt", SMember::Optional, ToInteger(ptz.tiltHome)},
+                                   {"zoom", SMember::Optional, ToInteger(ptz.zoomHome)}});
                   }},
                  {"speed", SMember::Optional,
                   [&](const CJsonNode& speed) {
-                      speed.object({{"pan", SMember::Optional, toRange(ptz.panSpeed)},
-                                    {"tilt", SMember::Optional, toRange(ptz.tiltSpeed)},
-                                    {"zoom", SMember::Optional, toRange(ptz.zoomSpeed)},
-                                    {"focus", SMember::Optional, toRange(ptz.focusSpeed)}});
+                      speed.object({{"pan", SMember::Optional, ToRange(ptz.panSpeed)},
+                                    {"tilt", SMember::Optional, ToRange(ptz.tiltSpeed)},
+                                    {"zoom", SMember::Optional, ToRange(ptz.zoomSpeed)},
+                                    {"focus", SMember::Optional, ToRange(ptz.focusSpeed)}});
                   }},
-                 {"presetOffset", SMember::Optional, toInteger(ptz.presetOffset)},
-                 {"patternOffset", SMember::Optional, toInteger(ptz.patternOffset)},
-                 {"patternCount", SMember::Optional, toOptionalDecimalText(ptz.patternCount)}});
+                 {"presetOffset", SMember::Optional, ToInteger(ptz.presetOffset)},
+                 {"patternOffset", SMember::Optional, ToInteger(ptz.patternOffset)},
+                 {"patternCount", SMember::Optional, ToOptionalDecimalText(ptz.patternCount)}});
 }
 
-auto toAdjustment(SAdjustment& adjustment) {
+auto ToAdjustment(SAdjustment& adjustment) {
     return [&adjustment](const CJsonNode& node) {
         node.object({{"range", SMember::Required,
                       [&](const CJsonNode& range) {
                           range.requireLength(2, "[minimum, maximum], two decimal numbers as texts");
                           range.eachEntry([&](const CJsonNode& end) {
-                              toDecimalText(adjustment.range.emplace_back())(end);
+                              ToDecimalText(adjustment.range.emplace_back())(end);
                           });
                       }},
-                     {"default", SMember::Optional, toDecimalText(adjustment.defaultValue)}});
+                     {"default", SMember::Optional, ToDecimalText(adjustment.defaultValue)}});
     };
 }
 
-auto toAdjustment(SWhiteBalanceModel& adjustment) {
+auto ToAdjustment(SWhiteBalanceModel& adjustment) {
     return [&adjustment](const CJsonNode& node) {
-        node.object({{"values", SMember::Required, toTexts(adjustment.values)},
-                     {"default", SMember::Optional, toText(adjustment.defaultValue)}});
+        node.object({{"values", SMember::Required, ToTexts(adjustment.values)},
+                     {"default", SMember::Optional, ToText(adjustment.defaultValue)}});
     };
 }
 
-auto toAdjustment(SwitchValues& adjustment) {
-    return toTexts(adjustment);
+auto ToAdjustment(SwitchValues& adjustment) {
+    return ToTexts(adjustment);
 }
 
-auto toAdjustment(SwitchKind& adjustment) {
-    return toWord(adjustment, DynamicRanges);
+auto ToAdjustment(SwitchKind& adjustment) {
+    return ToWord(adjustment, DynamicRanges);
 }
 
-void readAdjustments(const std::string& area, const CJsonNode& node, SModelInfo& model) {
+void ReadAdjustments(const std::string& area, const CJsonNode& node, SModelInfo& model) {
     std::vector<SMember> members;
     const auto add = [&](const char* ofArea, const char* name, auto& adjustment) {
         if (area == ofArea)
-            members.push_back({name, SMember::Optional, toAdjustment(adjustment)});
+            members.push_back({name, SMember::Optional, ToAdjustment(adjustment)});
     };
 #define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD) add(#AREA, #MEMBER, model.MEMBER);
 #include "host/adjustments.def"
     node.object(members);
 }
 
-void readStreams(const CJsonNode& node, SModelInfo& model) {
+void ReadStreams(const CJsonNode& node, SModelInfo& model) {
     node.eachMember([&](const std::string& name, const CJsonNode& count) {
         const bool ofCamera = name == CameraStreams;
-        if (!ofCamera && !holds(CodecNames, name))
-            count.refuse("unknown member; expected one of " + listed(CodecNames) + ", " + CameraStreams);
+        if (!ofCamera && !Holds(CodecNames, name))
+            count.refuse("unknown member; expected one of " + Listed(CodecNames) + ", " + CameraStreams);
         const int streams = count.integer(0, HighestInt);
         if (ofCamera)
             model.cameraStreams = streams;
@@ -273,50 +273,50 @@ void readStreams(const CJsonNode& node, SModelInfo& model) {
     });
 }
 
-void readAudio(const CJsonNode& node, SModelInfo& model) {
+void ReadAudio(const CJsonNode& node, SModelInfo& model) {
     node.object(
         {{"bitRates", SMember::Optional,
           [&](const CJsonNode& rates) {
-              eachNumber(rates, 0, [&](int number, const CJsonNode& rate) {
-                  toDecimalText(model.audioBitRates[number])(rate);
+              EachNumber(rates, 0, [&](int number, const CJsonNode& rate) {
+                  ToDecimalText(model.audioBitRates[number])(rate);
               });
           }},
-         {"urlBase", SMember::Optional, toInteger(model.audioUrlBase, LowestInt, HighestInt - MostInputs)},
-         {"urls", SMember::Optional, toStreamUrls(model.audioUrls)}});
+         {"urlBase", SMember::Optional, ToInteger(model.audioUrlBase, LowestInt, HighestInt - MostInputs)},
+         {"urls", SMember::Optional, ToStreamUrls(model.audioUrls)}});
 }
 
-SModelInfo readModel(const CJsonNode& node) {
+SModelInfo ReadModel(const CJsonNode& node) {
     SModelInfo model;
     node.object(
-        {{"number", SMember::Required, toFilledText(model.number)},
-         {"family", SMember::Required, toFilledText(model.family)},
-         {"label", SMember::Optional, toText(model.label)},
-         {"videoInputs", SMember::Optional, toInteger(model.videoInputs, 0, MostInputs)},
-         {"audioInputs", SMember::Optional, toInteger(model.audioInputs, 0, MostInputs)},
+        {{"number", SMember::Required, ToFilledText(model.number)},
+         {"family", SMember::Required, ToFilledText(model.family)},
+         {"label", SMember::Optional, ToText(model.label)},
+         {"videoInputs", SMember::Optional, ToInteger(model.videoInputs, 0, MostInputs)},
+         {"audioInputs", SMember::Optional, ToInteger(model.audioInputs, 0, MostInputs)},
          {"indexBase", SMember::Optional,
           [&](const CJsonNode& bases) {
-              eachNumber(bases, 0, [&](int property, const CJsonNode& base) {
-                  toInteger(model.indexBase[property], 0, MostInputs)(base);
+              EachNumber(bases, 0, [&](int property, const CJsonNode& base) {
+                  ToInteger(model.indexBase[property], 0, MostInputs)(base);
               });
           }},
-         {"streams", SMember::Optional, [&](const CJsonNode& streams) { readStreams(streams, model); }},
+         {"streams", SMember::Optional, [&](const CJsonNode& streams) { ReadStreams(streams, model); }},
          {"defaults", SMember::Optional,
           [&](const CJsonNode& defaults) {
-              defaults.object({{"quality", SMember::Optional, toTextsByCodec(model.defaultQuality)},
-                               {"bitRate", SMember::Optional, toTextsByCodec(model.defaultBitRate)}});
+              defaults.object({{"quality", SMember::Optional, ToTextsByCodec(model.defaultQuality)},
+                               {"bitRate", SMember::Optional, ToTextsByCodec(model.defaultBitRate)}});
           }},
          {"video", SMember::Optional,
           [&](const CJsonNode& video) {
-              video.object({{"urls", SMember::Optional, toStreamUrls(model.videoUrls)}});
+              video.object({{"urls", SMember::Optional, ToStreamUrls(model.videoUrls)}});
           }},
-         {"audio", SMember::Optional, [&](const CJsonNode& audio) { readAudio(audio, model); }},
+         {"audio", SMember::Optional, [&](const CJsonNode& audio) { ReadAudio(audio, model); }},
          {"ptz", SMember::Optional,
           [&](const CJsonNode& ptz) {
               model.ptz = SPtzModel();
-              readPtz(ptz, *model.ptz);
+              ReadPtz(ptz, *model.ptz);
           }},
-         {"image", SMember::Optional, [&](const CJsonNode& image) { readAdjustments("Vpa", image, model); }},
-         {"lens", SMember::Optional, [&](const CJsonNode& lens) { readAdjustments("Lens", lens, model); }}});
+         {"image", SMember::Optional, [&](const CJsonNode& image) { ReadAdjustments("Vpa", image, model); }},
+         {"lens", SMember::Optional, [&](const CJsonNode& lens) { ReadAdjustments("Lens", lens, model); }}});
     return model;
 }
 
@@ -328,23 +328,23 @@ struct SModelListParts {
     CVornModelList::ModelMap models;
 };
 
-void readFamily(const CJsonNode& node, SModelListParts& list) {
+void ReadFamily(const CJsonNode& node, SModelListParts& list) {
     SFamily family;
-    SQueryDevice query = emptyQuery();
-    node.object({{"name", SMember::Required, toFilledText(family.name)},
-                 {"user", SMember::Optional, toText(family.user)},
-                 {"password", SMember::Optional, toText(family.password)},
+    SQueryDevice query = EmptyQuery();
+    node.object({{"name", SMember::Required, ToFilledText(family.name)},
+                 {"user", SMember::Optional, ToText(family.user)},
+                 {"password", SMember::Optional, ToText(family.password)},
                  {"digestOnly", SMember::Optional,
                   [&](const CJsonNode& digestOnly) { family.digestOnly = digestOnly.boolean(); }},
-                 {"modelNumber", SMember::Required, toRequest(query.modelNumber.url)},
-                 {"serialNumber", SMember::Required, toRequest(query.serialNumber.url)}});
+                 {"modelNumber", SMember::Required, ToRequest(query.modelNumber.url)},
+                 {"serialNumber", SMember::Required, ToRequest(query.serialNumber.url)}});
     if (!list.queries.emplace(family.name, std::move(query)).second)
         node.refuse("the family \"" + family.name + "\" stands twice");
     list.families.push_back(std::move(family));
 }
 
-void readModelOfList(const CJsonNode& node, SModelListParts& list) {
-    SModelInfo model = readModel(node);
+void ReadModelOfList(const CJsonNode& node, SModelListParts& list) {
+    SModelInfo model = ReadModel(node);
     if (list.queries.count(model.family) == 0)
         node.refuse("there is no family \"" + model.family + "\"");
     const std::string number = model.number;
@@ -352,15 +352,15 @@ void readModelOfList(const CJsonNode& node, SModelListParts& list) {
         node.refuse("the model \"" + number + "\" stands twice");
 }
 
-SModelListParts readList(const CJsonNode& root) {
+SModelListParts ReadList(const CJsonNode& root) {
     SModelListParts list;
-    root.object({{"authenticationTest", SMember::Required, toRequest(list.authenticationTest)},
+    root.object({{"authenticationTest", SMember::Required, ToRequest(list.authenticationTest)},
                  {"families", SMember::Required,
                   [&](const CJsonNode& families) {
-                      families.eachEntry([&](const CJsonNode& family) { readFamily(family, list); });
+                      families.eachEntry([&](const CJsonNode& family) { ReadFamily(family, list); });
                   }},
                  {"models", SMember::Required, [&](const CJsonNode& models) {
-                      models.eachEntry([&](const CJsonNode& model) { readModelOfList(model, list); });
+                      models.eachEntry([&](const CJsonNode& model) { ReadModelOfList(model, list); });
                   }}});
     return list;
 }
@@ -369,7 +369,7 @@ struct SFileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-std::string readFile(const std::string& name) {
+std::string ReadFile(const std::string& name) {
     const std::unique_ptr<std::FILE, SFileCloser> file(std::fopen(name.c_str(), "rb"));
     std::string text;
     char piece[16 * 1024];
@@ -387,10 +387,10 @@ std::string readFile(const std::string& name) {
 } // namespace
 
 boost::shared_ptr<CVornModelList> LoadModelList(const std::string& file) {
-    const std::string text = readFile(file);
+    const std::string text = ReadFile(file);
     try {
         const nlohmann::json parsed = ParseJson(text);
-        SModelListParts list = readList(CJsonNode(parsed));
+        SModelListParts list = ReadList(CJsonNode(parsed));
         return boost::make_shared<CVornModelList>(std::move(list.authenticationTest),
                                                   std::move(list.families), std::move(list.queries),
                                                   std::move(list.models));

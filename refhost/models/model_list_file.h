@@ -19,7 +19,6 @@ public:
 
 // Reads a model list. Throws CModelListError for a file that cannot be read, is no JSON, or holds an unknown
 // or missing member, a value of the wrong type or range, or a model or family twice.
-VORN_HOST_API VORN_HOST_API boost::shared_ptr<device_handler::v1_0::CVornModelList>
-LoadModelList(const std::string& file);
+VORN_HOST_API boost::shared_ptr<device_handler::v1_0::CVornModelList> LoadModelList(const std::string& file);
 
 } // namespace corvane::refhost

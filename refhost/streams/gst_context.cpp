@@ -11,7 +11,7 @@ namespace corvane::vorn_gst::v1_0 {
 namespace {
 
 // In place of GStreamer's own, which would write what its elements send, credentials too, as it stands.
-void writeMasked(GstDebugCategory* category, GstDebugLevel level, const gchar* file, const gchar* function,
+void WriteMasked(GstDebugCategory* category, GstDebugLevel level, const gchar* file, const gchar* function,
                  gint line, GObject* object, GstDebugMessage* message, gpointer) {
     gchar* const text = gst_debug_log_get_line(category, level, file, function, line, object, message);
     std::fputs(refhost::MaskSecrets(text).c_str(), stderr);
@@ -28,7 +28,7 @@ CGstContext::CGstContext() {
         std::abort();
     }
     gst_debug_remove_log_function(gst_debug_log_default);
-    gst_debug_add_log_function(writeMasked, nullptr, nullptr);
+    gst_debug_add_log_function(WriteMasked, nullptr, nullptr);
 }
 
 CGstContext* CGstContext::Get() {

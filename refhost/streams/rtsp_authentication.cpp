@@ -12,7 +12,7 @@
 namespace corvane::refhost {
 namespace {
 
-std::string md5(const std::string& text) {
+std::string Md5(const std::string& text) {
     gchar* const sum =
         g_compute_checksum_for_string(G_CHECKSUM_MD5, text.data(), static_cast<gssize>(text.size()));
     std::string result = sum;
@@ -20,14 +20,14 @@ std::string md5(const std::string& text) {
     return result;
 }
 
-std::string base64(const std::string& text) {
+std::string Base64(const std::string& text) {
     gchar* const encoded = g_base64_encode(reinterpret_cast<const guchar*>(text.data()), text.size());
     std::string result = encoded;
     g_free(encoded);
     return result;
 }
 
-std::string quoted(const std::string& text) {
+std::string Quoted(const std::string& text) {
     std::string result = "\"";
     for (const char c : text) {
         if (c == '"' || c == '\\')
@@ -37,14 +37,14 @@ std::string quoted(const std::string& text) {
     return result + "\"";
 }
 
-bool isScheme(const std::string& challenge, const char* name) {
+bool IsScheme(const std::string& challenge, const char* name) {
     const std::size_t length = std::strlen(name);
     return strncasecmp(challenge.c_str(), name, length) == 0 &&
            (challenge.size() == length || challenge[length] == ' ');
 }
 
 // The parameters of a challenge, by their names in small letters.
-std::map<std::string, std::string> parametersOf(const std::string& challenge) {
+std::map<std::string, std::string> ParametersOf(const std::string& challenge) {
     std::map<std::string, std::string> parameters;
     std::size_t at = std::min(challenge.find(' '), challenge.size());
     while (at < challenge.size()) {
@@ -81,11 +81,11 @@ bool CRtspAuthentication::takeChallenge(const SRtspMessage& response) {
     for (const auto& [name, challenge] : response.headers) {
         if (strcasecmp(name.c_str(), "WWW-Authenticate") != 0)
             continue;
-        isBasicOffered = isBasicOffered || isScheme(challenge, "Basic");
-        if (isScheme(challenge, "Digest") && !isDigestOffered)
+        isBasicOffered = isBasicOffered || IsScheme(challenge, "Basic");
+        if (IsScheme(challenge, "Digest") && !isDigestOffered)
             isDigestOffered = takeDigest(challenge, isStale);
         else
-            isOtherDigest_ = isOtherDigest_ || isScheme(challenge, "Digest");
+            isOtherDigest_ = isOtherDigest_ || IsScheme(challenge, "Digest");
     }
     isBasicAlone_ = isBasicOffered && !isDigestOffered;
     isBasicRefused_ = isBasicAlone_ && !mayUseBasic();
@@ -107,7 +107,7 @@ bool CRtspAuthentication::mayUseBasic() const {
 }
 
 bool CRtspAuthentication::takeDigest(const std::string& challenge, bool& isStale) {
-    auto parameters = parametersOf(challenge);
+    auto parameters = ParametersOf(challenge);
     const std::string& algorithm = parameters["algorithm"];
     if (!algorithm.empty() && strcasecmp(algorithm.c_str(), "MD5") != 0) {
         isOtherDigest_ = true;
@@ -127,7 +127,7 @@ std::string CRtspAuthentication::headerFor(const std::string& method, const std:
     case AuthScheme::None:
         return {};
     case AuthScheme::Basic:
-        return "Basic " + base64(credentials_.getUsername() + ":" + credentials_.getPassword());
+        return "Basic " + Base64(credentials_.getUsername() + ":" + credentials_.getPassword());
     case AuthScheme::Digest:
         return digestFor(method, url);
     }
@@ -136,22 +136,22 @@ std::string CRtspAuthentication::headerFor(const std::string& method, const std:
 
 std::string CRtspAuthentication::digestFor(const std::string& method, const std::string& url) {
     const std::string user = credentials_.getUsername();
-    const std::string ofUser = md5(user + ":" + realm_ + ":" + credentials_.getPassword());
-    const std::string ofRequest = md5(method + ":" + url);
-    std::string header = "Digest username=" + quoted(user) + ", realm=" + quoted(realm_) +
-                         ", nonce=" + quoted(nonce_) + ", uri=" + quoted(url);
+    const std::string ofUser = Md5(user + ":" + realm_ + ":" + credentials_.getPassword());
+    const std::string ofRequest = Md5(method + ":" + url);
+    std::string header = "Digest username=" + Quoted(user) + ", realm=" + Quoted(realm_) +
+                         ", nonce=" + Quoted(nonce_) + ", uri=" + Quoted(url);
     if (hasQop_) {
         char count[9];
         (void)std::snprintf(count, sizeof count, "%08x", ++uses_);
         char clientNonce[17];
         (void)std::snprintf(clientNonce, sizeof clientNonce, "%08x%08x", g_random_int(), g_random_int());
-        header += std::string(", qop=auth, nc=") + count + ", cnonce=" + quoted(clientNonce) + ", response=" +
-                  quoted(md5(ofUser + ":" + nonce_ + ":" + count + ":" + clientNonce + ":auth:" + ofRequest));
+        header += std::string(", qop=auth, nc=") + count + ", cnonce=" + Quoted(clientNonce) + ", response=" +
+                  Quoted(Md5(ofUser + ":" + nonce_ + ":" + count + ":" + clientNonce + ":auth:" + ofRequest));
     } else {
-        header += ", response=" + quoted(md5(ofUser + ":" + nonce_ + ":" + ofRequest));
+        header += ", response=" + Quoted(Md5(ofUser + ":" + nonce_ + ":" + ofRequest));
     }
     if (!opaque_.empty())
-        header += ", opaque=" + quoted(opaque_);
+        header += ", opaque=" + Quoted(opaque_);
     return header;
 }
 

@@ -12,16 +12,16 @@ constexpr std::size_t ReadSize = std::size_t{16} << 10;
 constexpr int StandardPort = 554;
 constexpr const char* Scheme = "rtsp://";
 
-CError notAccessible(const std::string& text) {
+CError NotAccessible(const std::string& text) {
     return {RtnCode::NotAccessible, Origin::Device, text};
 }
 
-CError unusable(const std::string& text) {
+CError Unusable(const std::string& text) {
     return {RtnCode::OperationFailed, Origin::Device, text};
 }
 
 // The caller's is taken.
-CError connectionFailure(GError* error) {
+CError ConnectionFailure(GError* error) {
     std::string text = std::string(rtsp_failure::NotConnected) + ": " + error->message;
     if (error->domain == G_RESOLVER_ERROR)
         text = rtsp_failure::HostNotFound;
@@ -30,10 +30,10 @@ CError connectionFailure(GError* error) {
     else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT))
         text = rtsp_failure::TimedOut;
     g_error_free(error);
-    return notAccessible(text);
+    return NotAccessible(text);
 }
 
-void throwUnlessWouldBlock(GError* error) {
+void ThrowUnlessWouldBlock(GError* error) {
     if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
         g_error_free(error);
         return;
@@ -41,7 +41,7 @@ void throwUnlessWouldBlock(GError* error) {
     const bool isClosed = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_CLOSED) ||
                           g_error_matches(error, G_IO_ERROR, G_IO_ERROR_BROKEN_PIPE);
     if (!isClosed)
-        throw connectionFailure(error);
+        throw ConnectionFailure(error);
     g_error_free(error);
     throw CRtspConnection::SClosed{true};
 }
@@ -70,7 +70,7 @@ void CRtspConnection::open(const std::string& url) {
     g_object_unref(client);
     g_object_unref(target);
     if (!connection_)
-        throw connectionFailure(error);
+        throw ConnectionFailure(error);
     socket_ = g_socket_connection_get_socket(connection_);
     g_socket_set_blocking(socket_, FALSE);
     g_socket_set_timeout(socket_, 0);
@@ -80,9 +80,9 @@ CRtspReader::Item CRtspConnection::nextItem(Clock::time_point deadline) {
     for (;;) {
         const CRtspReader::Item item = reader_.next();
         if (item == CRtspReader::Item::TooLarge)
-            throw unusable(rtsp_failure::TooLarge);
+            throw Unusable(rtsp_failure::TooLarge);
         if (item == CRtspReader::Item::NotRtsp)
-            throw unusable(rtsp_failure::NotRtsp);
+            throw Unusable(rtsp_failure::NotRtsp);
         if (item != CRtspReader::Item::None || !read(deadline))
             return item;
     }
@@ -99,7 +99,7 @@ bool CRtspConnection::read(Clock::time_point deadline) {
     else if (count == 0)
         throw SClosed{};
     else
-        throwUnlessWouldBlock(error);
+        ThrowUnlessWouldBlock(error);
     return true;
 }
 
@@ -113,9 +113,9 @@ void CRtspConnection::write(const std::string& text) {
             sent += static_cast<std::size_t>(count);
             continue;
         }
-        throwUnlessWouldBlock(error);
+        ThrowUnlessWouldBlock(error);
         if (!waitFor(G_IO_OUT, deadline))
-            throw notAccessible(rtsp_failure::TimedOut);
+            throw NotAccessible(rtsp_failure::TimedOut);
     }
 }
 
@@ -126,7 +126,7 @@ bool CRtspConnection::waitFor(GIOCondition condition, Clock::time_point deadline
         return true;
     const bool isLate = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT);
     if (!isLate)
-        throw connectionFailure(error);
+        throw ConnectionFailure(error);
     g_error_free(error);
     return false;
 }

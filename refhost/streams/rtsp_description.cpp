@@ -32,32 +32,32 @@ struct SMessageFree {
 };
 using CMessage = std::unique_ptr<GstSDPMessage, SMessageFree>;
 
-CError unusable(const char* text) {
+CError Unusable(const char* text) {
     return {RtnCode::OperationFailed, Origin::Device, text};
 }
 
-std::string textOf(const gchar* text) {
+std::string TextOf(const gchar* text) {
     return text ? text : "";
 }
 
-std::string trimmed(const std::string& text) {
+std::string Trimmed(const std::string& text) {
     const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
     return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
 }
 
-int numberOf(const std::string& text) {
+int NumberOf(const std::string& text) {
     int number = 0;
     std::from_chars(text.data(), text.data() + text.size(), number);
     return number;
 }
 
-std::string inCase(std::string text, gchar (*convert)(gchar)) {
+std::string InCase(std::string text, gchar (*convert)(gchar)) {
     std::transform(text.begin(), text.end(), text.begin(), convert);
     return text;
 }
 
 // What comes before the separator, which is taken away with it.
-std::string cutOff(std::string& text, char separator) {
+std::string CutOff(std::string& text, char separator) {
     const std::size_t end = std::min(text.find(separator), text.size());
     std::string part = text.substr(0, end);
     text.erase(0, end + 1);
@@ -65,79 +65,79 @@ std::string cutOff(std::string& text, char separator) {
 }
 
 // GStreamer takes no other text, and would complain on standard error.
-void setText(GstCaps* caps, const char* field, const std::string& text) {
+void SetText(GstCaps* caps, const char* field, const std::string& text) {
     if (!text.empty() && g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
         gst_caps_set_simple(caps, field, G_TYPE_STRING, text.c_str(), nullptr);
 }
 
 // Of an attribute that tells for which payload it is, as in "96 H264/90000"; empty when there is none.
-std::string valueFor(int payload, const GstSDPMedia* medium, const char* attribute) {
+std::string ValueFor(int payload, const GstSDPMedia* medium, const char* attribute) {
     for (guint i = 0; const gchar* const found = gst_sdp_media_get_attribute_val_n(medium, attribute, i);
          ++i) {
-        std::string value = trimmed(found);
-        if (cutOff(value, ' ') == std::to_string(payload))
-            return trimmed(value);
+        std::string value = Trimmed(found);
+        if (CutOff(value, ' ') == std::to_string(payload))
+            return Trimmed(value);
     }
     return {};
 }
 
-void setEncoding(GstCaps* caps, const std::string& media, std::string map) {
-    setText(caps, "encoding-name", inCase(trimmed(cutOff(map, '/')), g_ascii_toupper));
-    const int rate = numberOf(cutOff(map, '/'));
+void SetEncoding(GstCaps* caps, const std::string& media, std::string map) {
+    SetText(caps, "encoding-name", InCase(Trimmed(CutOff(map, '/')), g_ascii_toupper));
+    const int rate = NumberOf(CutOff(map, '/'));
     const int usual = media == "audio" ? AudioClockRate : VideoClockRate;
     gst_caps_set_simple(caps, "clock-rate", G_TYPE_INT, rate > 0 ? rate : usual, nullptr);
-    setText(caps, "encoding-params", trimmed(map));
+    SetText(caps, "encoding-params", Trimmed(map));
 }
 
-void setParameters(GstCaps* caps, std::string parameters) {
+void SetParameters(GstCaps* caps, std::string parameters) {
     while (!parameters.empty()) {
-        std::string value = cutOff(parameters, ';');
-        const std::string name = inCase(trimmed(cutOff(value, '=')), g_ascii_tolower);
+        std::string value = CutOff(parameters, ';');
+        const std::string name = InCase(Trimmed(CutOff(value, '=')), g_ascii_tolower);
         for (const char* const known : FormatParameters)
             if (name == known)
-                setText(caps, known, trimmed(value));
+                SetText(caps, known, Trimmed(value));
     }
 }
 
-GstCaps* capsOf(const GstSDPMedia* medium) {
-    const std::string media = inCase(textOf(gst_sdp_media_get_media(medium)), g_ascii_tolower);
-    const int payload = numberOf(textOf(gst_sdp_media_get_format(medium, 0)));
+GstCaps* CapsOf(const GstSDPMedia* medium) {
+    const std::string media = InCase(TextOf(gst_sdp_media_get_media(medium)), g_ascii_tolower);
+    const int payload = NumberOf(TextOf(gst_sdp_media_get_format(medium, 0)));
     GstCaps* const caps = gst_caps_new_simple("application/x-rtp", "payload", G_TYPE_INT, payload, nullptr);
-    setText(caps, "media", media);
-    setEncoding(caps, media, valueFor(payload, medium, "rtpmap"));
-    setParameters(caps, valueFor(payload, medium, "fmtp"));
-    setText(caps, FrameSizeField, valueFor(payload, medium, "framesize"));
+    SetText(caps, "media", media);
+    SetEncoding(caps, media, ValueFor(payload, medium, "rtpmap"));
+    SetParameters(caps, ValueFor(payload, medium, "fmtp"));
+    SetText(caps, FrameSizeField, ValueFor(payload, medium, "framesize"));
     for (const auto& row : Attributes)
-        setText(caps, row.field, textOf(gst_sdp_media_get_attribute_val(medium, row.attribute)));
+        SetText(caps, row.field, TextOf(gst_sdp_media_get_attribute_val(medium, row.attribute)));
     return caps;
 }
 
-CMessage parsed(const std::string& text) {
+CMessage Parsed(const std::string& text) {
     GstSDPMessage* made = nullptr;
     gst_sdp_message_new(&made);
     CMessage message(made);
     if (text.empty() || gst_sdp_message_parse_buffer(reinterpret_cast<const guint8*>(text.data()),
                                                      static_cast<guint>(text.size()), made) != GST_SDP_OK)
-        throw unusable(rtsp_failure::NoDescription);
+        throw Unusable(rtsp_failure::NoDescription);
     return message;
 }
 
 } // namespace
 
 SRtspDescription ReadRtspDescription(const std::string& text) {
-    const CMessage message = parsed(text);
+    const CMessage message = Parsed(text);
     const guint count = gst_sdp_message_medias_len(message.get());
     if (count > MostMedia)
-        throw unusable(rtsp_failure::TooLarge);
+        throw Unusable(rtsp_failure::TooLarge);
     SRtspDescription description;
-    description.control = textOf(gst_sdp_message_get_attribute_val(message.get(), "control"));
+    description.control = TextOf(gst_sdp_message_get_attribute_val(message.get(), "control"));
     for (guint i = 0; i < count; ++i) {
         const GstSDPMedia* const medium = gst_sdp_message_get_media(message.get(), i);
         if (gst_sdp_media_attributes_len(medium) > MostAttributes)
-            throw unusable(rtsp_failure::TooLarge);
+            throw Unusable(rtsp_failure::TooLarge);
         SRtspMedium described;
-        described.caps.reset(capsOf(medium));
-        described.control = textOf(gst_sdp_media_get_attribute_val(medium, "control"));
+        described.caps.reset(CapsOf(medium));
+        described.control = TextOf(gst_sdp_media_get_attribute_val(medium, "control"));
         description.media.push_back(std::move(described));
     }
     return description;

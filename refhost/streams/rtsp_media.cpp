@@ -33,27 +33,27 @@ constexpr SVideoMedia VideoMedia[] = {
 constexpr SRtspMedia Audio = {"audio", {"G726-", "AAL2-G726-"}, "G.726", "rtpg726depay force-aal2=true"};
 
 // The encoding's usual name, or the encoding as the camera gives it.
-std::string encodingName(const std::string& encoding) {
+std::string EncodingName(const std::string& encoding) {
     for (const SVideoMedia& row : VideoMedia)
         if (row.media.isOf(encoding))
             return row.media.name;
     return encoding;
 }
 
-std::string textOf(const GstStructure* medium, const char* field) {
+std::string TextOf(const GstStructure* medium, const char* field) {
     const gchar* const text = gst_structure_get_string(medium, field);
     return text ? text : "";
 }
 
 // A payload type of fixed meaning needs no name in the description.
-std::string encodingOf(const GstStructure* medium) {
+std::string EncodingOf(const GstStructure* medium) {
     int payload = 0;
     const bool isFixedJpeg = gst_structure_get_int(medium, "payload", &payload) && payload == JpegPayload;
-    return isFixedJpeg ? "JPEG" : textOf(medium, "encoding-name");
+    return isFixedJpeg ? "JPEG" : TextOf(medium, "encoding-name");
 }
 
 // Gives the frames the rate of the stream's description, where the chain has a place for it.
-void tellFrameRate(GstElement* chain, const GstStructure* medium) {
+void TellFrameRate(GstElement* chain, const GstStructure* medium) {
     const CGstRef<GstElement> setter(gst_bin_get_by_name(GST_BIN(chain), "rate"));
     if (!setter)
         return;
@@ -69,7 +69,7 @@ void tellFrameRate(GstElement* chain, const GstStructure* medium) {
     gst_caps_unref(rate);
 }
 
-GstPadProbeReturn putCodewordsInOrder(GstPad*, GstPadProbeInfo* info, gpointer bits) {
+GstPadProbeReturn PutCodewordsInOrder(GstPad*, GstPadProbeInfo* info, gpointer bits) {
     GstBuffer* const sound = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
     GST_PAD_PROBE_INFO_DATA(info) = sound;
     GstMapInfo map;
@@ -80,12 +80,12 @@ GstPadProbeReturn putCodewordsInOrder(GstPad*, GstPadProbeInfo* info, gpointer b
     return GST_PAD_PROBE_OK;
 }
 
-void orderCodewords(GstElement* chain, const GstStructure* medium) {
-    const unsigned bits = LeastSignificantFirstBits(textOf(medium, "encoding-name"));
+void OrderCodewords(GstElement* chain, const GstStructure* medium) {
+    const unsigned bits = LeastSignificantFirstBits(TextOf(medium, "encoding-name"));
     if (bits == 0)
         return;
     const CGstRef<GstPad> sound(gst_element_get_static_pad(chain, "src"));
-    gst_pad_add_probe(sound.get(), GST_PAD_PROBE_TYPE_BUFFER, putCodewordsInOrder, GUINT_TO_POINTER(bits),
+    gst_pad_add_probe(sound.get(), GST_PAD_PROBE_TYPE_BUFFER, PutCodewordsInOrder, GUINT_TO_POINTER(bits),
                       nullptr);
 }
 
@@ -112,9 +112,9 @@ const SRtspMedia& AudioMedia() {
 
 bool CRtspChoice::takes(GstCaps* medium) {
     const GstStructure* const described = gst_caps_get_structure(medium, 0);
-    if (textOf(described, "media") != wanted_.media)
+    if (TextOf(described, "media") != wanted_.media)
         return false;
-    const std::string encoding = encodingOf(described);
+    const std::string encoding = EncodingOf(described);
     if (!wanted_.isOf(encoding))
         otherEncoding_ = encoding;
     return wanted_.isOf(encoding);
@@ -125,7 +125,7 @@ CError CRtspChoice::refusal() const {
         return {RtnCode::NotSupported, Origin::Device,
                 &wanted_ == &Audio ? rtsp_failure::NoAudio : rtsp_failure::NoVideo};
     return {RtnCode::NotSupported, Origin::Device,
-            std::string(rtsp_failure::WrongCodec) + ": the camera sends " + encodingName(otherEncoding_) +
+            std::string(rtsp_failure::WrongCodec) + ": the camera sends " + EncodingName(otherEncoding_) +
                 " where " + wanted_.name + " was asked for"};
 }
 
@@ -144,8 +144,8 @@ CError MakeMediaChain(const SRtspMedia& media, CGstRef<GstElement>& chain) {
 
 void DescribeToChain(GstElement* chain, GstCaps* medium) {
     const GstStructure* const described = gst_caps_get_structure(medium, 0);
-    tellFrameRate(chain, described);
-    orderCodewords(chain, described);
+    TellFrameRate(chain, described);
+    OrderCodewords(chain, described);
 }
 
 } // namespace corvane::refhost

@@ -15,37 +15,37 @@ constexpr std::string_view Version = "RTSP/1.0";
 constexpr std::string_view LineEnd = "\r\n";
 constexpr std::string_view HeaderEnd = "\r\n\r\n";
 
-std::string_view trimmed(std::string_view text) {
+std::string_view Trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
 
 // The text up to the next blank, which is taken away with it.
-std::string_view wordOf(std::string_view& text) {
+std::string_view WordOf(std::string_view& text) {
     const std::size_t end = std::min(text.find(' '), text.size());
     const std::string_view word = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     return word;
 }
 
-bool parseFirstLine(std::string_view line, SRtspMessage& message) {
+bool ParseFirstLine(std::string_view line, SRtspMessage& message) {
     std::string_view rest = line;
-    const std::string_view first = wordOf(rest);
+    const std::string_view first = WordOf(rest);
     if (first == Version) {
-        const std::string_view status = wordOf(rest);
+        const std::string_view status = WordOf(rest);
         const auto read = std::from_chars(status.data(), status.data() + status.size(), message.status);
         message.reason = rest;
         return read.ec == std::errc() && read.ptr == status.data() + status.size() && message.status >= 100;
     }
     message.method = first;
-    wordOf(rest); // the location
+    WordOf(rest); // the location
     return !first.empty() && rest == Version;
 }
 
-bool parseHeader(std::string_view header, SRtspMessage& message) {
+bool ParseHeader(std::string_view header, SRtspMessage& message) {
     message = {};
     const std::size_t firstEnd = std::min(header.find(LineEnd), header.size());
-    if (!parseFirstLine(header.substr(0, firstEnd), message))
+    if (!ParseFirstLine(header.substr(0, firstEnd), message))
         return false;
     for (std::size_t begin = firstEnd + LineEnd.size(); begin < header.size();) {
         const std::size_t end = std::min(header.find(LineEnd, begin), header.size());
@@ -56,7 +56,7 @@ bool parseHeader(std::string_view header, SRtspMessage& message) {
         });
         if (colon == std::string_view::npos || !isText) // what is said back must stay one line
             return false;
-        message.headers.emplace_back(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
+        message.headers.emplace_back(Trimmed(line.substr(0, colon)), Trimmed(line.substr(colon + 1)));
         begin = end + LineEnd.size();
     }
     return true;
@@ -103,11 +103,11 @@ CRtspReader::Item CRtspReader::nextMessage() {
     if (end == std::string_view::npos) {
         SRtspMessage first;
         const std::size_t lineEnd = pending.find(LineEnd);
-        if (lineEnd != std::string_view::npos && !parseFirstLine(pending.substr(0, lineEnd), first))
+        if (lineEnd != std::string_view::npos && !ParseFirstLine(pending.substr(0, lineEnd), first))
             return Item::NotRtsp;
         return pending.size() >= LargestHeader ? Item::TooLarge : Item::None;
     }
-    if (!parseHeader(pending.substr(0, end), message_))
+    if (!ParseHeader(pending.substr(0, end), message_))
         return Item::NotRtsp;
     const std::string length = message_.header("Content-Length");
     std::size_t bodySize = 0;

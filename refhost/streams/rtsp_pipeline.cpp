@@ -97,7 +97,7 @@ private:
 };
 
 // Adds what receives a stream to `bin`, with a pad of that name where its frames come out.
-CError addReception(GstBin* bin, const SRtspMedia& wanted, const SRtspSource& source, const char* padName,
+CError AddReception(GstBin* bin, const SRtspMedia& wanted, const SRtspSource& source, const char* padName,
                     CReceptionPtr& reception) {
     auto made = std::make_unique<CRtspReception>(wanted, source);
     if (CError error = made->addTo(bin, padName))
@@ -120,7 +120,7 @@ CError CreateRtspPipeline(const SRtspSource& source, VideoCodec codec, std::shar
     GstElement* const bin = gst_bin_new("srcbin");
     gst_bin_add(GST_BIN(pipeline.get()), bin);
     CReceptionPtr video;
-    if (CError error = addReception(GST_BIN(bin), *wanted, source, "src", video))
+    if (CError error = AddReception(GST_BIN(bin), *wanted, source, "src", video))
         return error;
     const CGstRef<GstPad> pad(gst_element_get_static_pad(bin, "src"));
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
@@ -136,7 +136,7 @@ CError AddRtspAudio(IStreamController& controller, const SRtspSource& source, Gs
                 "audio goes into the pipeline of an RTSP stream only"};
     const CGstRef<GstElement> bin(gst_pad_get_parent_element(stream->getSourcePad()));
     CReceptionPtr audio;
-    if (CError error = addReception(GST_BIN(bin.get()), AudioMedia(), source, "audio", audio))
+    if (CError error = AddReception(GST_BIN(bin.get()), AudioMedia(), source, "audio", audio))
         return error;
     stream->setAudio(std::move(audio));
     const CGstRef<GstPad> made(gst_element_get_static_pad(bin.get(), "audio"));

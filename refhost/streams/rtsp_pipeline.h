@@ -57,7 +57,7 @@ VORN_HOST_API CError AddRtspAudio(device_handler::v1_0::IStreamController& contr
 // What the camera was asked last on the way to such a stream's pictures or sound, as "METHOD URL"; before
 // that what it is to be asked first. Empty for any other stream, and for sound that has not been added.
 enum class RtspPart { Pictures, Sound };
-VORN_HOST_API VORN_HOST_API std::string RtspRequest(const device_handler::v1_0::IStreamController& controller,
-                                                    RtspPart part);
+VORN_HOST_API std::string RtspRequest(const device_handler::v1_0::IStreamController& controller,
+                                      RtspPart part);
 
 } // namespace corvane::refhost

@@ -21,7 +21,7 @@ constexpr std::size_t PacketCost = 512;
 // away.
 constexpr std::size_t LargestFrame = std::size_t{24} << 20;
 
-GstElement* makeElement(const char* factory, CError& error) {
+GstElement* MakeElement(const char* factory, CError& error) {
     GstElement* const element = gst_element_factory_make(factory, nullptr);
     if (!element)
         error = CError(RtnCode::OperationFailed, Origin::General,
@@ -41,8 +41,8 @@ CError CRtspReception::addTo(GstBin* bin, const char* padName) {
     if (CError error = MakeMediaChain(wanted_, chain))
         return error;
     CError error = CError::Success();
-    source_ = makeElement("appsrc", error);
-    buffer_ = makeElement("rtpjitterbuffer", error);
+    source_ = MakeElement("appsrc", error);
+    buffer_ = MakeElement("rtpjitterbuffer", error);
     if (error) {
         g_clear_object(&source_);
         g_clear_object(&buffer_);

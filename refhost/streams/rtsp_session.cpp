@@ -25,15 +25,15 @@ constexpr int Unauthorized = 401;
 constexpr const char* Scheme = "rtsp://";
 constexpr const char* KeepAliveMethod = "GET_PARAMETER";
 
-CError notAccessible(const std::string& text) {
+CError NotAccessible(const std::string& text) {
     return {RtnCode::NotAccessible, Origin::Device, text};
 }
 
-CError unusable(const std::string& text) {
+CError Unusable(const std::string& text) {
     return {RtnCode::OperationFailed, Origin::Device, text};
 }
 
-CError statusFailure(const SRtspMessage& response, const std::string& reason = {}) {
+CError StatusFailure(const SRtspMessage& response, const std::string& reason = {}) {
     const std::string location = response.header("Location");
     return {response.status == Unauthorized ? RtnCode::AuthenticationFailed : RtnCode::OperationFailed,
             Origin::Device,
@@ -42,7 +42,7 @@ CError statusFailure(const SRtspMessage& response, const std::string& reason = {
 }
 
 // The text behind "NAME=" among parameters that a ";" parts; empty when there is none.
-std::string parameterOf(const std::string& header, const std::string& name) {
+std::string ParameterOf(const std::string& header, const std::string& name) {
     for (std::size_t begin = 0; begin < header.size();) {
         begin = std::min(header.find_first_not_of(" \t", begin), header.size());
         const std::size_t end = std::min(header.find(';', begin), header.size());
@@ -55,34 +55,34 @@ std::string parameterOf(const std::string& header, const std::string& name) {
 
 // What the camera has said and goes into a request as it is; throws when it would be more than one word
 // there.
-const std::string& oneWord(const std::string& text) {
+const std::string& OneWord(const std::string& text) {
     if (std::any_of(text.begin(), text.end(), [](char c) { return g_ascii_iscntrl(c) || c == ' '; }))
-        throw unusable(rtsp_failure::NotRtsp);
+        throw Unusable(rtsp_failure::NotRtsp);
     return text;
 }
 
 // "rtsp://HOST:PORT" of a location.
-std::string authorityOf(const std::string& url) {
+std::string AuthorityOf(const std::string& url) {
     return url.substr(0, url.find_first_of("/?", std::char_traits<char>::length(Scheme)));
 }
 
-bool isLocation(const std::string& text) {
+bool IsLocation(const std::string& text) {
     return g_ascii_strncasecmp(text.c_str(), Scheme, std::char_traits<char>::length(Scheme)) == 0;
 }
 
 // A location that the camera names, on the host and port that were asked: no answer to a challenge is given
 // for another.
-std::string onHostOf(const std::string& url, const std::string& named) {
-    return authorityOf(url) + named.substr(authorityOf(named).size());
+std::string OnHostOf(const std::string& url, const std::string& named) {
+    return AuthorityOf(url) + named.substr(AuthorityOf(named).size());
 }
 
 // A location, from the description's "control" of it and what that is relative to.
-std::string controlUrl(const std::string& url, const std::string& base, const std::string& control) {
+std::string ControlUrl(const std::string& url, const std::string& base, const std::string& control) {
     if (control.empty() || control == "*")
-        return onHostOf(url, base);
-    if (isLocation(control))
-        return onHostOf(url, control);
-    return onHostOf(url, base) + (base.back() == '/' ? "" : "/") + control;
+        return OnHostOf(url, base);
+    if (IsLocation(control))
+        return OnHostOf(url, control);
+    return OnHostOf(url, base) + (base.back() == '/' ? "" : "/") + control;
 }
 
 } // namespace
@@ -126,23 +126,23 @@ private:
         const SRtspMessage response = ask("DESCRIBE", url_, "Accept: application/sdp\r\n");
         const SRtspDescription description = ReadRtspDescription(response.body);
         std::string base = response.header("Content-Base");
-        if (!isLocation(base))
+        if (!IsLocation(base))
             base = url_;
         for (const SRtspMedium& medium : description.media)
             if (receiver_.takes(medium.caps.get()))
-                return {oneWord(controlUrl(url_, base, description.control)),
-                        oneWord(controlUrl(url_, base, medium.control))};
+                return {OneWord(ControlUrl(url_, base, description.control)),
+                        OneWord(ControlUrl(url_, base, medium.control))};
         throw receiver_.refusal();
     }
 
     void setUp(const SLocations& locations) {
         const SRtspMessage response =
             ask("SETUP", locations.medium, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n");
-        const std::string channels = parameterOf(response.header("Transport"), "interleaved");
+        const std::string channels = ParameterOf(response.header("Transport"), "interleaved");
         channel_ = operations::ReadWholeNumber<int>(channels.substr(0, channels.find('-'))).value_or(0);
         const std::string session = response.header("Session");
-        session_ = oneWord(session.substr(0, session.find(';')));
-        const int seconds = operations::ReadWholeNumber<int>(parameterOf(session, "timeout")).value_or(0);
+        session_ = OneWord(session.substr(0, session.find(';')));
+        const int seconds = operations::ReadWholeNumber<int>(ParameterOf(session, "timeout")).value_or(0);
         sessionTime_ = seconds > 0 ? std::chrono::seconds(seconds) : DefaultSessionTime;
         playUrl_ = locations.session;
     }
@@ -174,7 +174,7 @@ private:
             }
         } catch (const SClosed& closed) {
             if (closed.isBrokenOff)
-                throw notAccessible(rtsp_failure::Closed);
+                throw NotAccessible(rtsp_failure::Closed);
         }
     }
 
@@ -191,12 +191,12 @@ private:
                 if (response.status == HttpOk)
                     return response;
                 if (!isWorthAnother)
-                    throw statusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
+                    throw StatusFailure(response, authentication_.isBasicRefused() ? BasicRefusedText : "");
                 isAskedAgain = true;
             } catch (const SClosed&) {
                 // Some close the connection behind their challenge.
                 if (!session_.empty() || !std::exchange(isAskedAgain, false))
-                    throw notAccessible(rtsp_failure::Closed);
+                    throw NotAccessible(rtsp_failure::Closed);
                 connection_.open(url_);
             }
         }
@@ -224,7 +224,7 @@ private:
         for (;;) {
             const Item item = connection_.nextItem(deadline);
             if (item == Item::None || Clock::now() >= deadline) // or whatever else comes without a pause
-                throw notAccessible(rtsp_failure::TimedOut);
+                throw NotAccessible(rtsp_failure::TimedOut);
             if (item == Item::Packet)
                 takePacket();
             else if (connection_.item().message().status == 0)

@@ -16,7 +16,7 @@ using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using vorn_gst::v1_0::CGstRef;
 
-CError failureWithText(GstMessage* message, Origin origin) {
+CError FailureWithText(GstMessage* message, Origin origin) {
     GError* error = nullptr;
     gst_message_parse_error(message, &error, nullptr);
     const std::string text = error->message;
@@ -28,7 +28,7 @@ CError failureWithText(GstMessage* message, Origin origin) {
 // some at the same time.
 constexpr int MostThreads = 12;
 
-CError threadsToBeHad() {
+CError ThreadsToBeHad() {
     std::promise<void> allThere;
     const std::shared_future<void> mayEnd = allThere.get_future().share();
     std::vector<std::thread> threads;
@@ -47,7 +47,7 @@ CError threadsToBeHad() {
 }
 
 // Whether an element that the pad's element holds, or that one itself, has posted the message.
-bool isOfSource(GstMessage* message, GstPad* pad) {
+bool IsOfSource(GstMessage* message, GstPad* pad) {
     GstObject* const source = gst_object_get_parent(GST_OBJECT(pad));
     const bool inside = source && gst_object_has_as_ancestor(GST_MESSAGE_SRC(message), source);
     if (source)
@@ -104,7 +104,7 @@ CError CSimpleStreamController::start() {
     if (!base_->isRunnable)
         return {RtnCode::OperationFailed, Origin::General, "a stream can be started only once"};
     base_->isRunnable = false;
-    if (CError error = threadsToBeHad())
+    if (CError error = ThreadsToBeHad())
         return error;
     if (CError error = prepare())
         return error;
@@ -154,7 +154,7 @@ CError CSimpleStreamController::prepare() {
 void CSimpleStreamController::messagePosted(GstMessage*) {}
 
 CError CSimpleStreamController::describeFailure(GstMessage* message) {
-    return failureWithText(message, Origin::Device);
+    return FailureWithText(message, Origin::Device);
 }
 
 void CSimpleStreamController::stopping() {}
@@ -192,9 +192,9 @@ void CSimpleStreamController::SBase::handleMessage(GstMessage* message) {
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
         controller.end({SStreamEnd::Cause::EndOfStream, CError::Success()});
     else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR)
-        controller.end({SStreamEnd::Cause::Failure, isOfSource(message, pad.get())
+        controller.end({SStreamEnd::Cause::Failure, IsOfSource(message, pad.get())
                                                         ? controller.describeFailure(message)
-                                                        : failureWithText(message, Origin::General)});
+                                                        : FailureWithText(message, Origin::General)});
 }
 
 } // namespace corvane::vorn_stream_controller::v1_0

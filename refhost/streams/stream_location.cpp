@@ -9,13 +9,13 @@ namespace {
 using device_handler::v1_0::SStreamUrl;
 
 // The address without the port of its web server.
-std::string hostOf(const std::string& address) {
+std::string HostOf(const std::string& address) {
     const auto parts = ParseAddress(address);
     return parts ? parts->host : address;
 }
 
-std::string locationOf(const SStreamUrl& url, const std::string& address, const std::string& credentials) {
-    std::string location = url.scheme + "://" + credentials + hostOf(address);
+std::string LocationOf(const SStreamUrl& url, const std::string& address, const std::string& credentials) {
+    std::string location = url.scheme + "://" + credentials + HostOf(address);
     if (!url.port.empty())
         location += ":" + url.port;
     if (url.path.empty() || url.path.front() != '/')
@@ -32,12 +32,12 @@ std::string locationOf(const SStreamUrl& url, const std::string& address, const 
 } // namespace
 
 std::string StreamLocation(const SStreamUrl& url, const std::string& address) {
-    return locationOf(url, address, std::string());
+    return LocationOf(url, address, std::string());
 }
 
 std::string StreamLocationWithCredentials(const SStreamUrl& url, const std::string& address,
                                           const CAuthentication& credentials) {
-    return locationOf(url, address,
+    return LocationOf(url, address,
                       credentials.isSet() ? PercentEncoded(credentials.getUsername()) + ":" +
                                                 PercentEncoded(credentials.getPassword()) + "@"
                                           : std::string());

@@ -9,8 +9,8 @@
 namespace corvane::refhost {
 
 // Where a stream of the device at `address` is; the port of the device's web server has no part in it.
-VORN_HOST_API VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url,
-                                                       const std::string& address);
+VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url,
+                                         const std::string& address);
 
 // Likewise, with user and password in it, percent-encoded, where they are set.
 VORN_HOST_API std::string StreamLocationWithCredentials(const device_handler::v1_0::SStreamUrl& url,

@@ -9,7 +9,7 @@ namespace {
 
 using namespace camsim;
 
-std::string md5(const std::string& text) {
+std::string Md5(const std::string& text) {
     gchar* digest = g_compute_checksum_for_data(G_CHECKSUM_MD5, reinterpret_cast<const guchar*>(text.data()),
                                                 text.size());
     std::string result(digest);
@@ -18,18 +18,18 @@ std::string md5(const std::string& text) {
 }
 
 // The credentials that a client makes of the challenge for GET /x.
-std::string credentialsFor(const std::string& challenge) {
+std::string CredentialsFor(const std::string& challenge) {
     const std::string begin = "nonce=\"";
     const size_t at = challenge.find(begin) + begin.size();
     const std::string nonce = challenge.substr(at, challenge.find('"', at) - at);
-    const std::string user = md5("admin:" + std::string(authenticationRealm) + ":12345");
-    return "Digest username=\"admin\", realm=\"" + std::string(authenticationRealm) + "\", nonce=\"" + nonce +
-           "\", uri=\"/x\", response=\"" + md5(user + ":" + nonce + ":" + md5("GET:/x")) + "\"";
+    const std::string user = Md5("admin:" + std::string(AuthenticationRealm) + ":12345");
+    return "Digest username=\"admin\", realm=\"" + std::string(AuthenticationRealm) + "\", nonce=\"" + nonce +
+           "\", uri=\"/x\", response=\"" + Md5(user + ":" + nonce + ":" + Md5("GET:/x")) + "\"";
 }
 
 TEST(RetiredNonces, AreForgottenWithAllThatAreOlder) {
-    Authenticator authenticator(AuthScheme::Digest, "admin", "12345", 3600);
-    const auto next = [&] { return credentialsFor(authenticator.challenge(0, false)); };
+    CAuthenticator authenticator(AuthScheme::Digest, "admin", "12345", 3600);
+    const auto next = [&] { return CredentialsFor(authenticator.challenge(0, false)); };
     const auto verdict = [&](const std::string& credentials) {
         return authenticator.check("GET", "/x", credentials.c_str(), 0).credentials;
     };
@@ -37,7 +37,7 @@ TEST(RetiredNonces, AreForgottenWithAllThatAreOlder) {
     const std::string second = next();
     authenticator.retireNonce(second.c_str());
     std::string last;
-    for (size_t i = 1; i < Authenticator::mostRetired; ++i)
+    for (size_t i = 1; i < CAuthenticator::MostRetired; ++i)
         authenticator.retireNonce((last = next()).c_str());
     const std::string newest = next();
     EXPECT_EQ(verdict(oldest), "digest");

@@ -8,7 +8,7 @@
 
 namespace {
 
-using camsim_test::RawConnection;
+using camsim_test::CRawConnection;
 using corvane::test_support::CCamsim;
 using corvane::test_support::RunProgram;
 using corvane::test_support::SRun;
@@ -18,31 +18,31 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 // One of camsim's ports, and a request there that is answered at once.
-struct Port {
+struct SPort {
     const char* name;
     const std::string& (CCamsim::*address)() const;
     std::string request;
     std::string answer;
 };
 
-const std::string askCamera = "GET /cgi-bin/getinfo HTTP/1.1\r\nHost: camera\r\n\r\n";
-const std::string askControl = "GET /faults HTTP/1.1\r\nHost: localhost\r\n\r\n";
-const std::string askRtsp = "OPTIONS * RTSP/1.0\r\nCSeq: 7\r\n\r\n";
+const std::string AskCamera = "GET /cgi-bin/getinfo HTTP/1.1\r\nHost: camera\r\n\r\n";
+const std::string AskControl = "GET /faults HTTP/1.1\r\nHost: localhost\r\n\r\n";
+const std::string AskRtsp = "OPTIONS * RTSP/1.0\r\nCSeq: 7\r\n\r\n";
 
-const Port ports[] = {
-    {"camera", &CCamsim::address, askCamera, "HTTP/1.1 401"},
-    {"control", &CCamsim::controlAddress, askControl, "HTTP/1.1 200"},
-    {"rtsp", &CCamsim::rtspAddress, askRtsp, "RTSP/1.0 200"},
+const SPort Ports[] = {
+    {"camera", &CCamsim::address, AskCamera, "HTTP/1.1 401"},
+    {"control", &CCamsim::controlAddress, AskControl, "HTTP/1.1 200"},
+    {"rtsp", &CCamsim::rtspAddress, AskRtsp, "RTSP/1.0 200"},
 };
 
-RawConnection connectTo(const CCamsim& camsim, const Port& port) {
-    return RawConnection((camsim.*port.address)());
+CRawConnection ConnectTo(const CCamsim& camsim, const SPort& port) {
+    return CRawConnection((camsim.*port.address)());
 }
 
-void expectAllServe(const CCamsim& camsim) {
-    for (const Port& port : ports) {
+void ExpectAllServe(const CCamsim& camsim) {
+    for (const SPort& port : Ports) {
         const auto isAnswered = [&] {
-            RawConnection connection = connectTo(camsim, port);
+            CRawConnection connection = ConnectTo(camsim, port);
             connection.send(port.request);
             return connection.receive("\r\n\r\n").rfind(port.answer, 0) == 0;
         };
@@ -51,103 +51,103 @@ void expectAllServe(const CCamsim& camsim) {
 }
 
 // So long, in milliseconds, that only what is tested ends a connection.
-const std::string never = "86400000";
+const std::string Never = "86400000";
 
-std::vector<std::string> withTimes(const std::string& header, const std::string& body,
+std::vector<std::string> WithTimes(const std::string& header, const std::string& body,
                                    const std::string& idle, const std::string& unread) {
     return {"--connection-times", header, body, idle, unread};
 }
 
-int64_t counterOf(const CCamsim& camsim, const char* name) {
+int64_t CounterOf(const CCamsim& camsim, const char* name) {
     return camsim.get("/cameras/0").at(name);
 }
 
 TEST(ConnectionBounds, EndWhoSaysNothing) {
-    const CCamsim camsim(withTimes("300", never, "400", never));
-    for (const Port& port : ports)
-        EXPECT_EQ(connectTo(camsim, port).receive(), "") << port.name;
+    const CCamsim camsim(WithTimes("300", Never, "400", Never));
+    for (const SPort& port : Ports)
+        EXPECT_EQ(ConnectTo(camsim, port).receive(), "") << port.name;
 }
 
 TEST(ConnectionBounds, EndWhoseHeaderTakesTooLong) {
-    const CCamsim camsim(withTimes("300", never, "400", never));
-    for (const Port& port : ports) {
-        RawConnection slow = connectTo(camsim, port);
+    const CCamsim camsim(WithTimes("300", Never, "400", Never));
+    for (const SPort& port : Ports) {
+        CRawConnection slow = ConnectTo(camsim, port);
         slow.send(port.request.substr(0, 8));
         EXPECT_TRUE(slow.endsWhileSending("x")) << port.name;
     }
-    expectAllServe(camsim);
+    ExpectAllServe(camsim);
 }
 
 TEST(ConnectionBounds, EndWhoseBodyTakesTooLong) {
-    const CCamsim camsim(withTimes(never, "300", never, never));
-    for (const Port& port : {ports[0], ports[1]}) {
-        RawConnection slow = connectTo(camsim, port);
+    const CCamsim camsim(WithTimes(Never, "300", Never, Never));
+    for (const SPort& port : {Ports[0], Ports[1]}) {
+        CRawConnection slow = ConnectTo(camsim, port);
         slow.send("POST /cgi-bin/x HTTP/1.1\r\nHost: localhost\r\nContent-Length: 60000\r\n\r\n");
         EXPECT_TRUE(slow.endsWhileSending("x")) << port.name;
     }
-    expectAllServe(camsim);
+    ExpectAllServe(camsim);
 }
 
 TEST(ConnectionBounds, EndWhoAsksNothingMore) {
-    const CCamsim camsim(withTimes(never, never, "300", never));
-    for (const Port& port : ports) {
-        RawConnection idle = connectTo(camsim, port);
+    const CCamsim camsim(WithTimes(Never, Never, "300", Never));
+    for (const SPort& port : Ports) {
+        CRawConnection idle = ConnectTo(camsim, port);
         idle.send(port.request);
         EXPECT_THAT(idle.receive(), StartsWith(port.answer)) << port.name;
     }
 }
 
 TEST(ConnectionBounds, EndWhoReadsNothing) {
-    const CCamsim camsim(withTimes(never, never, never, "300"));
+    const CCamsim camsim(WithTimes(Never, Never, Never, "300"));
     camsim.post("/faults", {{"path", "*"}, {"kind", "body"}, {"size", 60'000'000}, {"unauthorized", true}});
-    RawConnection deaf(camsim.address(), 4096);
-    deaf.send(askCamera);
-    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "requests") == 1; }));
-    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "connections") == 0; }));
+    CRawConnection deaf(camsim.address(), 4096);
+    deaf.send(AskCamera);
+    EXPECT_TRUE(WaitUntil([&] { return CounterOf(camsim, "requests") == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return CounterOf(camsim, "connections") == 0; }));
 }
 
 TEST(ConnectionBounds, LeaveRepliesThatStayOpenUntilTheirClientsClose) {
-    std::vector<std::string> arguments = withTimes("200", "200", "200", "200");
+    std::vector<std::string> arguments = WithTimes("200", "200", "200", "200");
     arguments.insert(arguments.end(), {"--model", "D850", "--auth", "none"});
     const CCamsim camsim(arguments);
     {
-        RawConnection monitor(camsim.address());
+        CRawConnection monitor(camsim.address());
         monitor.send("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\nHost: camera\r\n\r\n");
         monitor.receive("terminal1 I High");
-        RawConnection(camsim.address()).receive(); // is ended, later than the monitor would be
+        CRawConnection(camsim.address()).receive(); // is ended, later than the monitor would be
         camsim.patch("/cameras/0/inputs", {{"1", "Low"}});
         EXPECT_THAT(monitor.receive("terminal1 I Low"), HasSubstr("terminal1 I Low"));
-        EXPECT_EQ(counterOf(camsim, "monitors"), 1);
+        EXPECT_EQ(CounterOf(camsim, "monitors"), 1);
     }
-    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "monitors") == 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return CounterOf(camsim, "monitors") == 0; }));
 }
 
 TEST(ConnectionBounds, EndWhatItsClientClosedInTheMiddleOfARequest) {
-    const CCamsim camsim(withTimes(never, never, never, never));
+    const CCamsim camsim(WithTimes(Never, Never, Never, Never));
     for (const std::string request :
          {"GET /cgi-bin/get", "POST /cgi-bin/x HTTP/1.1\r\nHost: c\r\nContent-Length: 9\r\n\r\nx"}) {
-        std::vector<RawConnection> connections;
+        std::vector<CRawConnection> connections;
         for (int i = 0; i < 50; ++i)
             connections.emplace_back(camsim.address());
-        for (RawConnection& connection : connections) {
+        for (CRawConnection& connection : connections) {
             connection.send(request);
             connection.finishSending();
         }
-        EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "connections") == 0; })) << request;
+        EXPECT_TRUE(WaitUntil([&] { return CounterOf(camsim, "connections") == 0; })) << request;
     }
 }
 
 TEST(ConnectionBounds, LeaveRoomForOthersWhenManySayNothing) {
-    std::vector<std::string> arguments = withTimes(never, never, never, never);
+    std::vector<std::string> arguments = WithTimes(Never, Never, Never, Never);
     arguments.insert(arguments.end(), {"--descriptors", "100"});
     CCamsim camsim(arguments);
-    std::vector<RawConnection> silent;
+    std::vector<CRawConnection> silent;
     for (int i = 0; i < 200; ++i)
-        for (const Port& port : ports)
-            silent.push_back(connectTo(camsim, port));
-    expectAllServe(camsim);
-    EXPECT_LE(counterOf(camsim, "connections"), 50);
-    EXPECT_LE(counterOf(camsim, "rtspClients"), 25);
+        for (const SPort& port : Ports)
+            silent.push_back(ConnectTo(camsim, port));
+    ExpectAllServe(camsim);
+    EXPECT_LE(CounterOf(camsim, "connections"), 50);
+    EXPECT_LE(CounterOf(camsim, "rtspClients"), 25);
     for (const char* server : {"HTTP", "RTSP", "the control interface"})
         camsim.waitForMessage(std::string("camsim: ") + server + ": as many connections are open as may be");
 }
@@ -162,24 +162,24 @@ TEST(ConnectionBounds, TellWhenThereAreTooFewDescriptors) {
 }
 
 TEST(ConnectionBounds, EndClientsOfRtspThatKeepItsThreadToThemselves) {
-    const CCamsim camsim(withTimes(never, never, never, never));
-    RawConnection flood(camsim.rtspAddress());
+    const CCamsim camsim(WithTimes(Never, Never, Never, Never));
+    CRawConnection flood(camsim.rtspAddress());
     flood.send("OPTIONS * RTSP/1.0\r\nCSeq: 1\r\nA: ");
     bool open = true;
     for (int i = 0; open && i < 100'000; ++i)
         open = flood.send(std::string(65536, 'x'));
     EXPECT_FALSE(open);
-    expectAllServe(camsim);
+    ExpectAllServe(camsim);
 }
 
-std::string askStream(const CCamsim& camsim, const std::string& method) {
+std::string AskStream(const CCamsim& camsim, const std::string& method) {
     return method + " rtsp://" + camsim.rtspAddress() + "/MediaInput/h264" +
            (method == "SETUP" ? "/stream=0" : "") +
            " RTSP/1.0\r\nCSeq: 1\r\n"
            "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n\r\n";
 }
 
-std::string answerTo(RawConnection& connection, const std::string& request) {
+std::string AnswerTo(CRawConnection& connection, const std::string& request) {
     connection.send(request);
     return connection.receive("\r\n\r\n").substr(0, 12);
 }
@@ -187,26 +187,26 @@ std::string answerTo(RawConnection& connection, const std::string& request) {
 TEST(ConnectionBounds, RefuseStreamsBeyondWhatACameraMakes) {
     CCamsim camsim({"--auth", "none", "--rtsp-port", "0"});
     {
-        RawConnection many(camsim.rtspAddress());
+        CRawConnection many(camsim.rtspAddress());
         for (int i = 0; i < 4; ++i)
-            EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 200") << i;
-        EXPECT_EQ(answerTo(many, askStream(camsim, "SETUP")), "RTSP/1.0 503");
+            EXPECT_EQ(AnswerTo(many, AskStream(camsim, "SETUP")), "RTSP/1.0 200") << i;
+        EXPECT_EQ(AnswerTo(many, AskStream(camsim, "SETUP")), "RTSP/1.0 503");
         for (const char* method : {"SETUP", "DESCRIBE"}) {
-            RawConnection other(camsim.rtspAddress());
-            EXPECT_EQ(answerTo(other, askStream(camsim, method)), "RTSP/1.0 503") << method;
+            CRawConnection other(camsim.rtspAddress());
+            EXPECT_EQ(AnswerTo(other, AskStream(camsim, method)), "RTSP/1.0 503") << method;
         }
         camsim.waitForMessage("camsim: RTSP: a camera makes as many streams as it may (4)");
     }
     EXPECT_TRUE(WaitUntil([&] {
-        RawConnection next(camsim.rtspAddress());
-        return answerTo(next, askStream(camsim, "SETUP")) == "RTSP/1.0 200";
+        CRawConnection next(camsim.rtspAddress());
+        return AnswerTo(next, AskStream(camsim, "SETUP")) == "RTSP/1.0 200";
     }));
 }
 
 // Asks for something that is long, and reads no answer.
-std::vector<RawConnection> readersThatDoNotRead(const std::string& address, const std::string& request,
-                                                int count) {
-    std::vector<RawConnection> readers;
+std::vector<CRawConnection> ReadersThatDoNotRead(const std::string& address, const std::string& request,
+                                                 int count) {
+    std::vector<CRawConnection> readers;
     for (int i = 0; i < count; ++i) {
         readers.emplace_back(address, 4096);
         readers.back().send(request);
@@ -215,20 +215,20 @@ std::vector<RawConnection> readersThatDoNotRead(const std::string& address, cons
 }
 
 TEST(ConnectionBounds, GiveNoMoreLongAnswersWhileManyAreUnread) {
-    CCamsim camsim({"--auth", "none", "--no-rtsp", "--connection-times", never, never, never, never});
+    CCamsim camsim({"--auth", "none", "--no-rtsp", "--connection-times", Never, Never, Never, Never});
     const std::string askSettings = "GET /cgi-bin/setdata HTTP/1.1\r\nHost: c\r\n\r\n";
     const auto answer = [](const std::string& address, const std::string& request) {
-        RawConnection connection(address);
-        return answerTo(connection, request);
+        CRawConnection connection(address);
+        return AnswerTo(connection, request);
     };
     json settings;
     for (int i = 0; i < 60; ++i)
         settings["KEY" + std::to_string(i)] = std::string(4096, 'x');
     camsim.patch("/cameras/0/settings", settings);
     {
-        const auto readers = readersThatDoNotRead(camsim.address(), askSettings, 70); // of 16 MiB together
+        const auto readers = ReadersThatDoNotRead(camsim.address(), askSettings, 70); // of 16 MiB together
         EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 503"; }));
-        EXPECT_EQ(answer(camsim.address(), askCamera), "HTTP/1.1 200");
+        EXPECT_EQ(answer(camsim.address(), AskCamera), "HTTP/1.1 200");
     }
     EXPECT_TRUE(WaitUntil([&] { return answer(camsim.address(), askSettings) == "HTTP/1.1 200"; }));
 
@@ -237,11 +237,11 @@ TEST(ConnectionBounds, GiveNoMoreLongAnswersWhileManyAreUnread) {
         answer(camsim.address(), "POST /x HTTP/1.1\r\nHost: c\r\nContent-Length: 65536\r\n\r\n" + body);
     const std::string askLog = "GET /requests HTTP/1.1\r\nHost: localhost\r\n\r\n";
     {
-        const auto first = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        const auto first = ReadersThatDoNotRead(camsim.controlAddress(), askLog, 1);
         EXPECT_EQ(camsim.get("/requests").at("more"), true);
-        const auto second = readersThatDoNotRead(camsim.controlAddress(), askLog, 1);
+        const auto second = ReadersThatDoNotRead(camsim.controlAddress(), askLog, 1);
         EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 503"; }));
-        EXPECT_EQ(answer(camsim.controlAddress(), askControl), "HTTP/1.1 200");
+        EXPECT_EQ(answer(camsim.controlAddress(), AskControl), "HTTP/1.1 200");
     }
     EXPECT_TRUE(WaitUntil([&] { return answer(camsim.controlAddress(), askLog) == "HTTP/1.1 200"; }));
 }
@@ -250,17 +250,17 @@ TEST(ConnectionBounds, EndMonitorsThatAreFarBehind) {
     const CCamsim camsim({"--auth", "none", "--no-rtsp", "--model", "D850"});
     // Of every change the second half is due in a day, and what follows it waits.
     camsim.post("/faults", {{"path", "*"}, {"kind", "split"}, {"ms", 86'400'000}});
-    RawConnection monitor(camsim.address());
+    CRawConnection monitor(camsim.address());
     monitor.send("GET /cgi-bin/get_io?mode=monitor HTTP/1.1\r\nHost: c\r\n\r\n");
     monitor.receive("terminal1 I High");
     for (int i = 0; i < 300; ++i)
         camsim.patch("/cameras/0/inputs", {{"1", i % 2 == 0 ? "Low" : "High"}});
     monitor.receive();
-    EXPECT_TRUE(WaitUntil([&] { return counterOf(camsim, "monitors") == 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return CounterOf(camsim, "monitors") == 0; }));
 }
 
 TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {
-    const CCamsim camsim(withTimes(never, never, never, never));
+    const CCamsim camsim(WithTimes(Never, Never, Never, Never));
     const struct {
         std::string request;
         std::string answer;
@@ -271,14 +271,14 @@ TEST(ConnectionBounds, AnswerRequestsThatAreTooLong) {
         {"POST / HTTP/1.1\r\nHost: c\r\nContent-Length: 18446744073709551615\r\n\r\n", "HTTP/1.1 413"},
     };
     for (const auto& row : rows) {
-        RawConnection connection(camsim.address());
+        CRawConnection connection(camsim.address());
         connection.send(row.request);
         EXPECT_THAT(connection.receive("\r\n\r\n"), StartsWith(row.answer)) << row.request.substr(0, 60);
     }
-    RawConnection endless(camsim.address());
+    CRawConnection endless(camsim.address());
     endless.send("POST / HTTP/1.1\r\nHost: c\r\nTransfer-Encoding: chunked\r\n\r\n");
     EXPECT_TRUE(endless.endsWhileSending("4000\r\n" + std::string(0x4000, 'x') + "\r\n"));
-    RawConnection longest(camsim.address());
+    CRawConnection longest(camsim.address());
     longest.send("POST / HTTP/1.1\r\nHost: c\r\nContent-Length: 65536\r\n\r\n" + std::string(65536, 'x'));
     EXPECT_THAT(longest.receive("\r\n\r\n"), StartsWith("HTTP/1.1 401"));
     EXPECT_EQ(camsim.get("/requests").at("requests").size(), 1U);

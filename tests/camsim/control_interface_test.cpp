@@ -7,16 +7,16 @@
 
 namespace {
 
-using camsim_test::RawConnection;
+using camsim_test::CRawConnection;
 using corvane::test_support::CCamsim;
 using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string jsonType = "Content-Type: application/json\r\n";
-const std::string anyFault = R"({"path": "/x", "kind": "empty"})";
+const std::string JsonType = "Content-Type: application/json\r\n";
+const std::string AnyFault = R"({"path": "/x", "kind": "empty"})";
 
-std::string lengthOf(const std::string& body) {
+std::string LengthOf(const std::string& body) {
     return "Content-Length: " + std::to_string(body.size()) + "\r\n";
 }
 
@@ -25,7 +25,7 @@ protected:
     // The reply's header and body.
     std::string ask(const std::string& requestLine, const std::string& headers,
                     const std::string& body = "") {
-        RawConnection connection(camsim_.controlAddress());
+        CRawConnection connection(camsim_.controlAddress());
         connection.send(requestLine + " HTTP/1.1\r\nConnection: close\r\n" + headers + "\r\n" + body);
         return connection.receive();
     }
@@ -34,7 +34,7 @@ protected:
     }
     int post(const json& fault) {
         const std::string body = fault.dump();
-        return status("POST /faults", "Host: localhost\r\n" + jsonType + lengthOf(body), body);
+        return status("POST /faults", "Host: localhost\r\n" + JsonType + LengthOf(body), body);
     }
 
     // Nothing is ended for the time that it takes.
@@ -56,28 +56,28 @@ TEST_F(ControlInterface, AnswersToTheNamesOfThisMachineAlone) {
 }
 
 TEST_F(ControlInterface, TakesNoChangeThatAWebPageCouldSend) {
-    struct Row {
+    struct SRow {
         const char* request;
         std::string headers;
         int status;
     };
-    const Row rows[] = {
+    const SRow rows[] = {
         {"POST /faults", "", 415},
         {"POST /faults", "Content-Type: text/plain\r\n", 415},
         {"POST /faults", "Content-Type: application/x-www-form-urlencoded\r\n", 415},
         {"POST /faults", "Content-Type: application/jsonp\r\n", 415},
-        {"POST /faults", jsonType + "Origin: http://evil.example\r\n", 403},
-        {"POST /faults", jsonType + "Origin: null\r\n", 403},
-        {"POST /faults", jsonType + "Origin: http://localhost:3000\r\n", 403},
-        {"POST /faults", jsonType + "Origin: https://localhost:8081\r\n", 403},
+        {"POST /faults", JsonType + "Origin: http://evil.example\r\n", 403},
+        {"POST /faults", JsonType + "Origin: null\r\n", 403},
+        {"POST /faults", JsonType + "Origin: http://localhost:3000\r\n", 403},
+        {"POST /faults", JsonType + "Origin: https://localhost:8081\r\n", 403},
         {"PATCH /cameras/0/settings", "Content-Type: text/plain\r\n", 415},
-        {"PATCH /cameras/0/settings", jsonType + "Origin: http://evil.example\r\n", 403},
+        {"PATCH /cameras/0/settings", JsonType + "Origin: http://evil.example\r\n", 403},
         {"POST /cameras/0/reboot", "", 415},
         {"DELETE /requests", "Origin: http://evil.example\r\n", 403},
     };
-    for (const Row& row : rows)
+    for (const SRow& row : rows)
         EXPECT_EQ(
-            status(row.request, "Host: localhost:8081\r\n" + row.headers + lengthOf(anyFault), anyFault),
+            status(row.request, "Host: localhost:8081\r\n" + row.headers + LengthOf(AnyFault), AnyFault),
             row.status)
             << row.request << " " << row.headers;
     EXPECT_EQ(camsim_.get("/faults").at("faults"), json::array());
@@ -90,7 +90,7 @@ TEST_F(ControlInterface, TakesChangesAsJsonAndFromItsOwnOrigin) {
     for (const std::string headers :
          {"Content-Type: application/json\r\n", "content-type: Application/JSON; charset=utf-8\r\n",
           "Content-Type: application/json\r\nOrigin: http://localhost:8081\r\n"})
-        EXPECT_EQ(status("POST /faults", "Host: localhost:8081\r\n" + headers + lengthOf(anyFault), anyFault),
+        EXPECT_EQ(status("POST /faults", "Host: localhost:8081\r\n" + headers + LengthOf(AnyFault), AnyFault),
                   200)
             << headers;
     EXPECT_EQ(camsim_.get("/faults").at("faults").size(), 3U);
@@ -99,13 +99,13 @@ TEST_F(ControlInterface, TakesChangesAsJsonAndFromItsOwnOrigin) {
 }
 
 TEST_F(ControlInterface, TakesBodiesOfAMebibyteAndAnswersLongerOnes413) {
-    const std::string headers = "Host: localhost\r\n" + jsonType;
-    std::string body = anyFault;
+    const std::string headers = "Host: localhost\r\n" + JsonType;
+    std::string body = AnyFault;
     body.resize(1024 * 1024, ' ');
-    EXPECT_EQ(status("POST /faults", headers + lengthOf(body), body), 200);
+    EXPECT_EQ(status("POST /faults", headers + LengthOf(body), body), 200);
     body += ' ';
-    EXPECT_THAT(ask("POST /faults", headers + lengthOf(body), "{"), StartsWith("HTTP/1.1 413"));
-    RawConnection endless(camsim_.controlAddress());
+    EXPECT_THAT(ask("POST /faults", headers + LengthOf(body), "{"), StartsWith("HTTP/1.1 413"));
+    CRawConnection endless(camsim_.controlAddress());
     endless.send("POST /faults HTTP/1.1\r\n" + headers + "Transfer-Encoding: chunked\r\n\r\n");
     EXPECT_TRUE(endless.endsWhileSending("10000\r\n" + std::string(0x10000, ' ') + "\r\n"));
     EXPECT_EQ(camsim_.get("/faults").at("faults").size(), 1U);
@@ -117,7 +117,7 @@ TEST_F(ControlInterface, RefusesJsonThatIsNestedWithoutEnd) {
          {std::string(depth, '['),
           R"({"path": "/x", "kind": )" + std::string(depth, '[') + std::string(depth, ']') + "}"}) {
         const std::string reply =
-            ask("POST /faults", "Host: localhost\r\n" + jsonType + lengthOf(body), body);
+            ask("POST /faults", "Host: localhost\r\n" + JsonType + LengthOf(body), body);
         EXPECT_THAT(reply, StartsWith("HTTP/1.1 400"));
         EXPECT_THAT(reply, HasSubstr("nested deeper than 16 levels"));
     }
@@ -150,12 +150,12 @@ TEST_F(ControlInterface, RefusesFaultsWhoseNumbersAreOutOfRange) {
 TEST_F(ControlInterface, KeepsAThousandFaultsAndForgetsSpentOnesForMore) {
     const json spent{{"path", "/*"}, {"kind", "empty"}, {"count", 1}, {"unauthorized", true}};
     ASSERT_EQ(post(spent), 200);
-    RawConnection camera(camsim_.address());
+    CRawConnection camera(camsim_.address());
     camera.send("GET / HTTP/1.0\r\n\r\n");
     camera.receive();
     for (int i = 0; i < 1000; ++i)
-        ASSERT_EQ(post(json::parse(anyFault)), 200) << i;
-    EXPECT_EQ(post(json::parse(anyFault)), 400);
+        ASSERT_EQ(post(json::parse(AnyFault)), 200) << i;
+    EXPECT_EQ(post(json::parse(AnyFault)), 400);
     const json faults = camsim_.get("/faults").at("faults");
     EXPECT_EQ(faults.size(), 1000U);
     EXPECT_EQ(faults.front().at("id"), 2);
@@ -170,8 +170,8 @@ TEST_F(ControlInterface, BoundsTheBodiesOfAllFaultsTogether) {
     for (int i = 0; i < 3; ++i)
         ASSERT_EQ(post(large), 200) << i;
     EXPECT_EQ(post(large), 400);
-    EXPECT_EQ(post(json::parse(anyFault)), 200);
-    RawConnection camera(camsim_.address());
+    EXPECT_EQ(post(json::parse(AnyFault)), 200);
+    CRawConnection camera(camsim_.address());
     camera.send("GET / HTTP/1.0\r\n\r\n");
     camera.receive();
     EXPECT_EQ(post(large), 200); // for the one that is spent

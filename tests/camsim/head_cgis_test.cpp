@@ -9,13 +9,13 @@ namespace {
 using namespace camsim;
 using testing::StartsWith;
 
-class CameraOf : public Camera {
+class CCameraOf : public CCamera {
 public:
-    explicit CameraOf(const char* model) : Camera(0, loadEmbeddedModel(model)) {}
+    explicit CCameraOf(const char* model) : CCamera(0, LoadEmbeddedModel(model)) {}
 
-    CgiReply ask(const std::string& target) {
-        const Target cut = splitTarget("/cgi-bin/" + target);
-        return answerCgi(*this, {cut.path, parseForm(cut.query)});
+    SCgiReply ask(const std::string& target) {
+        const STarget cut = SplitTarget("/cgi-bin/" + target);
+        return AnswerCgi(*this, {cut.path, ParseForm(cut.query)});
     }
 
     // The status, and where the axes that are not at home then come to rest.
@@ -28,9 +28,9 @@ public:
 using Outcome = std::pair<unsigned, HeadPlace>;
 
 TEST(HeadCgis, RefuseWhatNeedsAnAxisThatTheCameraHasNot) {
-    CameraOf dome("D850");
-    CameraOf fixed("F320");
-    CameraOf headless("GXE500");
+    CCameraOf dome("D850");
+    CCameraOf fixed("F320");
+    CCameraOf headless("GXE500");
     for (const char* target : {"absctrl?pan=10&tilt=20&zoom=30", "absctrl?tilt=20",
                                "camctrl?pan=4&tilt=-5&ch=1", "camctrl?iris=2&ch=1", "camctrl?preset=4&ch=1",
                                "directctrl?pan=0&tilt=0&zoom=0&ch=1", "directctrl?rpan=9&ch=1", "camposiset",
@@ -44,7 +44,7 @@ TEST(HeadCgis, RefuseWhatNeedsAnAxisThatTheCameraHasNot) {
 }
 
 TEST(HeadCgis, AFixedCameraFocuses) {
-    CameraOf camera("F320");
+    CCameraOf camera("F320");
     EXPECT_THAT(camera.ask("absget?page=12345").body, StartsWith("\r\nFOCUS=128\r\n"));
     EXPECT_EQ(camera.after("absctrl?focus=10"), Outcome(200, {{"focus", 10}}));
     EXPECT_EQ(camera.after("directctrl?focus=8"), Outcome(200, {{"focus", 255}}));

@@ -12,11 +12,11 @@ using std::chrono::milliseconds;
 class Head : public testing::Test {
 protected:
     // Pan 0..359 from 180 at 120 a second, reached in half a second.
-    std::shared_ptr<const CameraModel> model = loadEmbeddedModel("D850");
-    CameraHead head{*model};
-    CameraHead::Time start = CameraHead::Time() + std::chrono::hours(1);
+    std::shared_ptr<const SCameraModel> model = LoadEmbeddedModel("D850");
+    CCameraHead head{*model};
+    CCameraHead::Time start = CCameraHead::Time() + std::chrono::hours(1);
 
-    CameraHead::Time at(int ms) const { return start + milliseconds(ms); }
+    CCameraHead::Time at(int ms) const { return start + milliseconds(ms); }
     double pan(int ms) { return head.place(at(ms)).at("pan"); }
 };
 
@@ -43,8 +43,8 @@ TEST_F(Head, StopsByItselfUnlessToldAgain) {
     head.run("pan", 0.1, at(2500));
     EXPECT_TRUE(head.isMoving(at(5400)));
     EXPECT_FALSE(head.isMoving(at(5600)));
-    const auto fine = loadEmbeddedModel("D870");
-    CameraHead untiring(*fine);
+    const auto fine = LoadEmbeddedModel("D870");
+    CCameraHead untiring(*fine);
     untiring.run("pan", 0.1, at(0));
     EXPECT_TRUE(untiring.isMoving(at(8000)));
     untiring.run("pan", 0, at(8000));
@@ -65,18 +65,18 @@ TEST_F(Head, PlaysAPatrolOverAndOverFromWhereItBegan) {
 
 TEST_F(Head, RecordsNoMoreMovesThanAPatrolMayHave) {
     head.recordPatrol(2, at(0));
-    for (size_t i = 0; i <= CameraHead::mostMoves; ++i)
+    for (size_t i = 0; i <= CCameraHead::MostMoves; ++i)
         head.run("pan", i % 2 == 0 ? 0.1 : 0.2, at(static_cast<int>(i)));
     head.stopPatrol(2, at(90'000));
-    const Patrol& patrol = head.state(at(90'000)).patrols.at(2);
-    EXPECT_EQ(patrol.moves.size(), CameraHead::mostMoves);
+    const SPatrol& patrol = head.state(at(90'000)).patrols.at(2);
+    EXPECT_EQ(patrol.moves.size(), CCameraHead::MostMoves);
     EXPECT_EQ(patrol.length, milliseconds(90'000));
 }
 
 TEST(Focus, MovesInTimeAndFindsWhereItIsSharp) {
-    const auto model = loadEmbeddedModel("F320"); // 0..255 from 128 at 64 a second, reached in half a second
-    CameraHead head(*model);
-    const auto at = [](int ms) { return CameraHead::Time() + std::chrono::hours(1) + milliseconds(ms); };
+    const auto model = LoadEmbeddedModel("F320"); // 0..255 from 128 at 64 a second, reached in half a second
+    CCameraHead head(*model);
+    const auto at = [](int ms) { return CCameraHead::Time() + std::chrono::hours(1) + milliseconds(ms); };
     const auto focus = [&](int ms) { return head.place(at(ms)).at("focus"); };
     head.drive("focus", 0, at(0));
     EXPECT_NEAR(focus(500), 112, 0.01);

@@ -9,7 +9,7 @@ namespace {
 
 using namespace camsim;
 
-struct Look {
+struct SLook {
     double light = 0;  // mean of Y
     double detail = 0; // mean difference of Y between neighbours in a row
     double blue = 0;   // mean of U
@@ -17,22 +17,22 @@ struct Look {
     double colour = 0; // mean distance of U and V from grey
 };
 
-class PictureOf : public Camera {
+class CPictureOf : public CCamera {
 public:
-    explicit PictureOf(const char* model) : Camera(0, loadEmbeddedModel(model)) {}
+    explicit CPictureOf(const char* model) : CCamera(0, LoadEmbeddedModel(model)) {}
 
     // With these settings in place of the factory's.
-    Look with(const SettingsStore::Overrides& settings, const HeadPlace& place = {}) {
+    SLook with(const CSettingsStore::Overrides& settings, const HeadPlace& place = {}) {
         restore({settings, {place, {}, {}}});
         return look();
     }
 
 private:
-    Look look() const;
+    SLook look() const;
 };
 
 // What leaves the balance when a single frame goes the way that those of a stream go.
-GstSample* take(const Camera& camera) {
+GstSample* Take(const CCamera& camera) {
     GstElement* bin = gst_parse_launch("videotestsrc name=blank pattern=black num-buffers=1"
                                        " ! video/x-raw,format=I420,width=640,height=480"
                                        " ! videobalance name=balance ! appsink name=out sync=false",
@@ -40,7 +40,7 @@ GstSample* take(const Camera& camera) {
     GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
     GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
     GstElement* out = gst_bin_get_by_name(GST_BIN(bin), "out");
-    developPictures(blank, balance, camera, 0);
+    DevelopPictures(blank, balance, camera, 0);
     gst_element_set_state(bin, GST_STATE_PLAYING);
     GstSample* sample = nullptr;
     g_signal_emit_by_name(out, "try-pull-sample", GstClockTime(60 * GST_SECOND), &sample);
@@ -52,7 +52,7 @@ GstSample* take(const Camera& camera) {
 
 // The mean over a component of a frame, of what `value` makes of a byte and its neighbour to the right.
 template <typename Value>
-double mean(const GstVideoFrame& frame, guint component, Value value) {
+double Mean(const GstVideoFrame& frame, guint component, Value value) {
     const int width = GST_VIDEO_FRAME_COMP_WIDTH(&frame, component) - 1;
     const int height = GST_VIDEO_FRAME_COMP_HEIGHT(&frame, component);
     double sum = 0;
@@ -65,8 +65,8 @@ double mean(const GstVideoFrame& frame, guint component, Value value) {
     return sum / width / height;
 }
 
-Look PictureOf::look() const {
-    GstSample* sample = take(*this);
+SLook CPictureOf::look() const {
+    GstSample* sample = Take(*this);
     if (sample == nullptr)
         throw std::runtime_error("no picture");
     GstVideoInfo form;
@@ -76,9 +76,9 @@ Look PictureOf::look() const {
     const auto itself = [](int value, int) { return value; };
     const auto step = [](int value, int next) { return std::abs(value - next); };
     const auto fromGrey = [](int value, int) { return std::abs(value - 128); };
-    const Look look{mean(frame, GST_VIDEO_COMP_Y, itself), mean(frame, GST_VIDEO_COMP_Y, step),
-                    mean(frame, GST_VIDEO_COMP_U, itself), mean(frame, GST_VIDEO_COMP_V, itself),
-                    mean(frame, GST_VIDEO_COMP_U, fromGrey) + mean(frame, GST_VIDEO_COMP_V, fromGrey)};
+    const SLook look{Mean(frame, GST_VIDEO_COMP_Y, itself), Mean(frame, GST_VIDEO_COMP_Y, step),
+                     Mean(frame, GST_VIDEO_COMP_U, itself), Mean(frame, GST_VIDEO_COMP_V, itself),
+                     Mean(frame, GST_VIDEO_COMP_U, fromGrey) + Mean(frame, GST_VIDEO_COMP_V, fromGrey)};
     gst_video_frame_unmap(&frame);
     gst_sample_unref(sample);
     return look;
@@ -93,7 +93,7 @@ protected:
         return camera.setting(newer) ? newer : older;
     }
 
-    PictureOf camera{GetParam()};
+    CPictureOf camera{GetParam()};
     const char* const sharpness = keyOf("SHARPNESS", "APERTURE");
     const char* const whiteBalance = keyOf("WHITEBALANCE", "WHITEBAL");
 };
@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(Of, APicture, testing::Values("F320", "D850"),
                          [](const auto& test) { return std::string(test.param); });
 
 TEST_P(APicture, FollowsBrightnessAndChroma) {
-    const Look plain = camera.with({});
+    const SLook plain = camera.with({});
     EXPECT_LT(camera.with({{"BRIGHTNESS", "0"}}).light, plain.light - 50);
     EXPECT_GT(camera.with({{"BRIGHTNESS", "255"}}).light, plain.light + 50);
     EXPECT_LT(camera.with({{"CHROMA", "0"}}).colour, 1);
@@ -110,9 +110,9 @@ TEST_P(APicture, FollowsBrightnessAndChroma) {
 }
 
 TEST_P(APicture, FollowsWhiteBalance) {
-    const Look plain = camera.with({});
-    const Look warm = camera.with({{whiteBalance, "atw2"}});
-    const Look cold = camera.with({{whiteBalance, "awc"}});
+    const SLook plain = camera.with({});
+    const SLook warm = camera.with({{whiteBalance, "atw2"}});
+    const SLook cold = camera.with({{whiteBalance, "awc"}});
     EXPECT_LT(warm.blue, plain.blue - 5);
     EXPECT_GT(warm.red, plain.red + 5);
     EXPECT_GT(cold.blue, plain.blue + 5);
@@ -151,8 +151,8 @@ TEST_P(APicture, IsMadeOfSettingsThatNoCameraTakes) {
                                         {"-inf", ordinary},
                                         {"", ordinary},
                                         {"5 ", ordinary}}) {
-            const Look made = camera.with({{key, odd}});
-            const Look expected = camera.with({{key, like}});
+            const SLook made = camera.with({{key, odd}});
+            const SLook expected = camera.with({{key, like}});
             EXPECT_NEAR(made.light, expected.light, 1) << key << odd;
             EXPECT_NEAR(made.detail, expected.detail, 0.3) << key << odd;
             EXPECT_NEAR(made.colour, expected.colour, 1) << key << odd;

@@ -15,24 +15,24 @@ namespace camsim_test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds patience{60};
-constexpr int millisecondsBetweenBytes = 20;
-constexpr int smallSegment = 536;
+constexpr std::chrono::seconds Patience{60};
+constexpr int MillisecondsBetweenBytes = 20;
+constexpr int SmallSegment = 536;
 
-[[noreturn]] void fail(const char* what) {
+[[noreturn]] void Fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
 } // namespace
 
-RawConnection::RawConnection(const std::string& address, int receiveBuffer)
+CRawConnection::CRawConnection(const std::string& address, int receiveBuffer)
     : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     if (fd_ < 0)
-        fail("socket");
+        Fail("socket");
     if (receiveBuffer != 0) {
         setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
         // With the large segments of loopback the system would keep megabytes on the other side, too.
-        setsockopt(fd_, IPPROTO_TCP, TCP_MAXSEG, &smallSegment, sizeof smallSegment);
+        setsockopt(fd_, IPPROTO_TCP, TCP_MAXSEG, &SmallSegment, sizeof SmallSegment);
     }
     sockaddr_in to{};
     to.sin_family = AF_INET;
@@ -40,17 +40,17 @@ RawConnection::RawConnection(const std::string& address, int receiveBuffer)
     to.sin_port = htons(static_cast<uint16_t>(std::stoi(address.substr(colon + 1))));
     inet_pton(AF_INET, address.substr(0, colon).c_str(), &to.sin_addr);
     if (connect(fd_, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0)
-        fail("connect");
+        Fail("connect");
 }
 
-RawConnection::~RawConnection() {
+CRawConnection::~CRawConnection() {
     if (fd_ >= 0)
         close(fd_);
 }
 
-RawConnection::RawConnection(RawConnection&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+CRawConnection::CRawConnection(CRawConnection&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
 
-bool RawConnection::send(const std::string& bytes) {
+bool CRawConnection::send(const std::string& bytes) {
     size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t count = ::send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
@@ -61,12 +61,12 @@ bool RawConnection::send(const std::string& bytes) {
     return true;
 }
 
-void RawConnection::finishSending() {
+void CRawConnection::finishSending() {
     shutdown(fd_, SHUT_WR);
 }
 
-std::string RawConnection::receive(const std::string& text) {
-    const Clock::time_point deadline = Clock::now() + patience;
+std::string CRawConnection::receive(const std::string& text) {
+    const Clock::time_point deadline = Clock::now() + Patience;
     std::string received;
     for (char buffer[65536]; text.empty() || received.find(text) == received.npos;) {
         const auto left =
@@ -82,11 +82,11 @@ std::string RawConnection::receive(const std::string& text) {
     return received;
 }
 
-bool RawConnection::endsWhileSending(const std::string& bytes) {
-    const Clock::time_point deadline = Clock::now() + patience;
+bool CRawConnection::endsWhileSending(const std::string& bytes) {
+    const Clock::time_point deadline = Clock::now() + Patience;
     while (Clock::now() < deadline) {
         pollfd state{fd_, POLLRDHUP, 0};
-        if (poll(&state, 1, millisecondsBetweenBytes) == 1 || !send(bytes))
+        if (poll(&state, 1, MillisecondsBetweenBytes) == 1 || !send(bytes))
             return true;
     }
     return false;

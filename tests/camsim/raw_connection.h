@@ -6,14 +6,14 @@ namespace camsim_test {
 
 // A TCP connection to the simulator of whose every byte the test decides. Whatever waits throws
 // std::runtime_error after a minute.
-class RawConnection {
+class CRawConnection {
 public:
     // `receiveBuffer`: how many bytes the system keeps for it unread, 0 for the usual.
-    explicit RawConnection(const std::string& address, int receiveBuffer = 0);
-    ~RawConnection();
-    RawConnection(RawConnection&& other) noexcept;
-    RawConnection(const RawConnection&) = delete;
-    RawConnection& operator=(const RawConnection&) = delete;
+    explicit CRawConnection(const std::string& address, int receiveBuffer = 0);
+    ~CRawConnection();
+    CRawConnection(CRawConnection&& other) noexcept;
+    CRawConnection(const CRawConnection&) = delete;
+    CRawConnection& operator=(const CRawConnection&) = delete;
 
     // False when the other side has ended the connection.
     bool send(const std::string& bytes);

@@ -9,46 +9,46 @@ namespace {
 using namespace camsim;
 using testing::ElementsAre;
 
-LoggedRequest requestWith(std::string body) {
-    LoggedRequest request;
+SLoggedRequest RequestWith(std::string body) {
+    SLoggedRequest request;
     request.camera = 3;
     request.body = std::move(body);
     return request;
 }
 
-std::vector<uint64_t> idsOf(const RequestLog::Excerpt& excerpt) {
+std::vector<uint64_t> IdsOf(const CRequestLog::SExcerpt& excerpt) {
     std::vector<uint64_t> ids;
-    for (const LoggedRequest& request : excerpt.requests)
+    for (const SLoggedRequest& request : excerpt.requests)
         ids.push_back(request.id);
     return ids;
 }
 
-constexpr size_t entry = sizeof(LoggedRequest);
+constexpr size_t Entry = sizeof(SLoggedRequest);
 
 TEST(RequestLog, ForgetsTheOldestForWantOfBytes) {
-    RequestLog log({100, 3 * entry + 60, 100, 10 * entry});
+    CRequestLog log({100, 3 * Entry + 60, 100, 10 * Entry});
     for (const size_t size : {30, 10, 20})
-        log.add(requestWith(std::string(size, 'x')));
-    EXPECT_THAT(idsOf(log.read({}, 0)), ElementsAre(1, 2, 3)); // just so
-    log.add(requestWith("y"));
-    EXPECT_THAT(idsOf(log.read({}, 0)), ElementsAre(2, 3, 4));
-    log.add(requestWith(std::string(59, 'z')));
-    EXPECT_THAT(idsOf(log.read({}, 0)), ElementsAre(4, 5));
+        log.add(RequestWith(std::string(size, 'x')));
+    EXPECT_THAT(IdsOf(log.read({}, 0)), ElementsAre(1, 2, 3)); // just so
+    log.add(RequestWith("y"));
+    EXPECT_THAT(IdsOf(log.read({}, 0)), ElementsAre(2, 3, 4));
+    log.add(RequestWith(std::string(59, 'z')));
+    EXPECT_THAT(IdsOf(log.read({}, 0)), ElementsAre(4, 5));
     EXPECT_EQ(log.read({}, 0).dropped, 3U);
     log.answered(5, 204);
     EXPECT_EQ(log.read({}, 4).requests.front().status, 204U);
 
     log.clear();
     for (const size_t size : {11, 22, 27})
-        log.add(requestWith(std::string(size, 'x')));
-    EXPECT_THAT(idsOf(log.read({}, 0)), ElementsAre(6, 7, 8)); // what was cleared takes no room
+        log.add(RequestWith(std::string(size, 'x')));
+    EXPECT_THAT(IdsOf(log.read({}, 0)), ElementsAre(6, 7, 8)); // what was cleared takes no room
 }
 
 TEST(RequestLog, ForgetsTheOldestForWantOfEntries) {
-    RequestLog log({2, 100 * entry, 100, 100 * entry});
+    CRequestLog log({2, 100 * Entry, 100, 100 * Entry});
     for (int i = 0; i < 3; ++i)
-        log.add(requestWith(""));
-    EXPECT_THAT(idsOf(log.read({}, 0)), ElementsAre(2, 3));
+        log.add(RequestWith(""));
+    EXPECT_THAT(IdsOf(log.read({}, 0)), ElementsAre(2, 3));
     EXPECT_EQ(log.read({}, 0).last, 3U);
 }
 
@@ -60,20 +60,20 @@ TEST(RequestLog, CountsWhatARequestTakesInAnAnswer) {
                 {"\x7f", 1}, {"\xc3\xa4\xff", 9}, {std::string(3, '\0'), 18}};
     for (const auto& row : rows) {
         const auto kept = [&](size_t bytes) {
-            RequestLog log({10, bytes, 100, 100 * entry});
-            log.add(requestWith(row.body));
+            CRequestLog log({10, bytes, 100, 100 * Entry});
+            log.add(RequestWith(row.body));
             return log.read({}, 0).requests.size();
         };
-        EXPECT_EQ(kept(entry + row.size), 1U) << testing::PrintToString(row.body);
-        EXPECT_EQ(kept(entry + row.size - 1), 0U) << testing::PrintToString(row.body);
+        EXPECT_EQ(kept(Entry + row.size), 1U) << testing::PrintToString(row.body);
+        EXPECT_EQ(kept(Entry + row.size - 1), 0U) << testing::PrintToString(row.body);
     }
 }
 
 TEST(RequestLog, CutsLongBodiesAndSaysSo) {
-    RequestLog log({10, 100 * entry, 5, 100 * entry});
-    log.add(requestWith("12345"));
-    log.add(requestWith("123456"));
-    const RequestLog::Excerpt excerpt = log.read({}, 0);
+    CRequestLog log({10, 100 * Entry, 5, 100 * Entry});
+    log.add(RequestWith("12345"));
+    log.add(RequestWith("123456"));
+    const CRequestLog::SExcerpt excerpt = log.read({}, 0);
     EXPECT_EQ(excerpt.requests[0].body, "12345");
     EXPECT_FALSE(excerpt.requests[0].bodyIsCut);
     EXPECT_EQ(excerpt.requests[1].body, "12345");
@@ -81,15 +81,15 @@ TEST(RequestLog, CutsLongBodiesAndSaysSo) {
 }
 
 TEST(RequestLog, IsReadInPiecesWhenItIsLong) {
-    RequestLog log({10, 100 * entry, 100, 2 * entry + 7});
+    CRequestLog log({10, 100 * Entry, 100, 2 * Entry + 7});
     for (int i = 0; i < 4; ++i)
-        log.add(requestWith("1234"));
-    const RequestLog::Excerpt first = log.read(3, 0);
-    EXPECT_THAT(idsOf(first), ElementsAre(1));
+        log.add(RequestWith("1234"));
+    const CRequestLog::SExcerpt first = log.read(3, 0);
+    EXPECT_THAT(IdsOf(first), ElementsAre(1));
     EXPECT_TRUE(first.more);
     EXPECT_TRUE(log.read(3, 2).more);
-    const RequestLog::Excerpt last = log.read(3, 3);
-    EXPECT_THAT(idsOf(last), ElementsAre(4));
+    const CRequestLog::SExcerpt last = log.read(3, 3);
+    EXPECT_THAT(IdsOf(last), ElementsAre(4));
     EXPECT_FALSE(last.more);
     EXPECT_FALSE(log.read(1, 0).more);
 }

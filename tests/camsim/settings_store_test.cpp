@@ -9,8 +9,8 @@ namespace {
 using namespace camsim;
 
 TEST(SettingsStore, TakesNoMoreThanThereIsRoomFor) {
-    SettingsStore store(loadEmbeddedModel("F320"));
-    const std::string half(SettingsStore::mostBytes / 2, 'x');
+    CSettingsStore store(LoadEmbeddedModel("F320"));
+    const std::string half(CSettingsStore::MostBytes / 2, 'x');
     EXPECT_TRUE(store.put("CAMTITLE", half));
     EXPECT_FALSE(store.put("BRIGHTNESS", half));
     EXPECT_EQ(store.value("BRIGHTNESS")->size(), 3U);

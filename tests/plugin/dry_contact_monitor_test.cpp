@@ -257,16 +257,16 @@ TEST_F(DryContactMonitor, RefusedBasicGoesOverNoWire) {
         std::atomic<int> told{0};
         const SBasicPolicy refused{true, [&] { ++told; }};
         if (isLetInBefore) {
-            monitor->SetBasicPolicy({false, refused.onBasicAlone});
+            monitor->setBasicPolicy({false, refused.onBasicAlone});
             camera.hold("/cgi-bin/get_io");
             monitor->StartMonitor(1, heard.listener());
             camera.letGo("/cgi-bin/get_io", 2);
             ASSERT_TRUE(camera.waitForRequests("/cgi-bin/get_io", letIn));
             EXPECT_EQ(told, 1);
-            monitor->SetBasicPolicy(refused); // while that request is under way
+            monitor->setBasicPolicy(refused); // while that request is under way
             camera.letGoAll("/cgi-bin/get_io");
         } else {
-            monitor->SetBasicPolicy(refused);
+            monitor->setBasicPolicy(refused);
             monitor->StartMonitor(1, heard.listener());
         }
         ASSERT_TRUE(heard.waitForCount(1));
@@ -389,7 +389,7 @@ TEST_F(DryContactMonitor, AStopDoesNotWaitForTheCamera) {
             abandoned = false;
             std::thread waiter([&] { monitor->GetStateOfInput(1, [&] { return abandoned.load(); }); });
             abandoned = true;
-            monitor->WakeWaiters();
+            monitor->wakeWaiters();
             waiter.join();
             const auto start = std::chrono::steady_clock::now();
             monitor->StopMonitor(1);

@@ -19,18 +19,18 @@ namespace {
 
 using namespace camsim;
 
-constexpr int cannotServe = 1;
-constexpr int wrongUsage = 2;
+constexpr int CannotServe = 1;
+constexpr int WrongUsage = 2;
 
-/// A command line whose options are well formed and cannot be followed.
-class UsageError : public std::runtime_error {
+// Each option is well formed, but what they ask for cannot be done.
+class CUsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Blocks the signals that end the program in this thread and all that it starts, so that main can wait for
-/// them.
-sigset_t blockEndSignals() {
+// Blocks the signals that end the program in this thread and all that it starts, so that main can wait for
+// them.
+sigset_t BlockEndSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
@@ -40,8 +40,9 @@ sigset_t blockEndSignals() {
     return signals;
 }
 
-/// Takes as many descriptors as may be had, but `most` of them, and answers how many that are.
-rlim_t raiseDescriptorLimit(rlim_t most) {
+// Raises the program's limit of descriptors as far as the system allows, to `most` at most. Returns the
+// limit.
+rlim_t RaiseDescriptorLimit(rlim_t most) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min(limit.rlim_max, most);
@@ -50,68 +51,68 @@ rlim_t raiseDescriptorLimit(rlim_t most) {
     return limit.rlim_cur;
 }
 
-std::chrono::milliseconds milliseconds(double seconds) {
+std::chrono::milliseconds Milliseconds(double seconds) {
     return std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 
-std::string readPassword(const std::string& path) {
+std::string ReadPassword(const std::string& path) {
     if (path.empty())
         return "12345";
     std::ifstream file(path);
     std::string password;
     if (!file || !std::getline(file, password))
-        throw UsageError("--password-file: cannot read a line from " + path);
+        throw CUsageError("--password-file: cannot read a line from " + path);
     if (!password.empty() && password.back() == '\r')
         password.pop_back();
     return password;
 }
 
-std::vector<std::unique_ptr<Camera>> makeCameras(const Options& options) {
-    std::vector<std::shared_ptr<const CameraModel>> models;
+std::vector<std::unique_ptr<CCamera>> MakeCameras(const SOptions& options) {
+    std::vector<std::shared_ptr<const SCameraModel>> models;
     try {
         for (const std::string& number : options.models)
-            models.push_back(loadEmbeddedModel(number));
+            models.push_back(LoadEmbeddedModel(number));
         for (const std::string& directory : options.cameraDirectories)
-            models.push_back(loadModelFromDirectory(directory));
-    } catch (const CameraDataError& error) {
-        throw UsageError(error.what());
+            models.push_back(LoadModelFromDirectory(directory));
+    } catch (const CCameraDataError& error) {
+        throw CUsageError(error.what());
     }
-    std::vector<std::unique_ptr<Camera>> cameras;
+    std::vector<std::unique_ptr<CCamera>> cameras;
     for (size_t i = 0; i < options.count; ++i)
-        cameras.push_back(std::make_unique<Camera>(i, models[i % models.size()]));
+        cameras.push_back(std::make_unique<CCamera>(i, models[i % models.size()]));
     return cameras;
 }
 
-void addFaults(const Options& options, FaultList& faults) {
+void AddFaults(const SOptions& options, CFaultList& faults) {
     try {
         for (const std::string& text : options.faults)
-            faults.add(parseFaultText(text, options.count));
-    } catch (const FaultError& error) {
-        throw UsageError(std::string("--fault: ") + error.what());
+            faults.add(ParseFaultText(text, options.count));
+    } catch (const CFaultError& error) {
+        throw CUsageError(std::string("--fault: ") + error.what());
     }
 }
 
-std::vector<ScenarioStep> scenario(const Options& options,
-                                   const std::vector<std::unique_ptr<Camera>>& cameras) {
+std::vector<SScenarioStep> Scenario(const SOptions& options,
+                                    const std::vector<std::unique_ptr<CCamera>>& cameras) {
     if (options.scenarioFile.empty())
         return {};
     try {
-        return readScenario(options.scenarioFile, cameras);
-    } catch (const ScenarioError& error) {
-        throw UsageError(std::string("--scenario: ") + error.what());
+        return ReadScenario(options.scenarioFile, cameras);
+    } catch (const CScenarioError& error) {
+        throw CUsageError(std::string("--scenario: ") + error.what());
     }
 }
 
-sockaddr_in firstAddress(const Options& options) {
+sockaddr_in FirstAddress(const SOptions& options) {
     try {
-        return parseAddress(options.listen);
-    } catch (const SocketError& error) {
-        throw UsageError(std::string("--listen: ") + error.what());
+        return ParseAddress(options.listen);
+    } catch (const CSocketError& error) {
+        throw CUsageError(std::string("--listen: ") + error.what());
     }
 }
 
-void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listeners& listeners,
-              const RtspServer* rtsp, const ControlInterface& control) {
+void Announce(const std::vector<std::unique_ptr<CCamera>>& cameras, const CListeners& listeners,
+              const CRtspServer* rtsp, const CControlInterface& control) {
     nlohmann::json line{{"cameras", nlohmann::json::array()}, {"control", control.address()}};
     for (const auto& camera : cameras)
         line["cameras"].push_back(listeners.address(camera->index()));
@@ -121,46 +122,46 @@ void announce(const std::vector<std::unique_ptr<Camera>>& cameras, const Listene
     std::cout << line.dump() << std::endl;
 }
 
-void serve(const Options& options) {
-    const sigset_t endSignals = blockEndSignals();
-    const rlim_t descriptors = raiseDescriptorLimit(options.descriptors);
-    const auto cameras = makeCameras(options);
-    const sockaddr_in first = firstAddress(options);
-    const std::string password = readPassword(options.passwordFile);
-    Authenticator authenticator(options.authScheme, options.user, password, options.nonceLifetimeSeconds);
-    FaultList faults;
-    addFaults(options, faults);
-    const std::vector<ScenarioStep> steps = scenario(options, cameras);
-    RequestLog log({options.logSize});
+void Serve(const SOptions& options) {
+    const sigset_t endSignals = BlockEndSignals();
+    const rlim_t descriptors = RaiseDescriptorLimit(options.descriptors);
+    const auto cameras = MakeCameras(options);
+    const sockaddr_in first = FirstAddress(options);
+    const std::string password = ReadPassword(options.passwordFile);
+    CAuthenticator authenticator(options.authScheme, options.user, password, options.nonceLifetimeSeconds);
+    CFaultList faults;
+    AddFaults(options, faults);
+    const std::vector<SScenarioStep> steps = Scenario(options, cameras);
+    CRequestLog log({options.logSize});
 
-    const ConnectionBounds bounds = boundsFor(descriptors, cameras.size(), !options.withoutRtsp);
-    std::unique_ptr<StateFile> state; // outlives the thread that saves it
-    EventLoop saving;
+    const SConnectionBounds bounds = BoundsFor(descriptors, cameras.size(), !options.withoutRtsp);
+    std::unique_ptr<CStateFile> state; // outlives the thread that saves it
+    CEventLoop saving;
     if (!options.stateFile.empty())
-        state = std::make_unique<StateFile>(options.stateFile, cameras, saving);
-    Listeners listeners(cameras, listenFrom(first, options.addresses, cameras.size()));
-    std::unique_ptr<RtspServer> rtsp; // outlives the loop that accepts for it
-    EventLoop loop;
+        state = std::make_unique<CStateFile>(options.stateFile, cameras, saving);
+    CListeners listeners(cameras, ListenFrom(first, options.addresses, cameras.size()));
+    std::unique_ptr<CRtspServer> rtsp; // outlives the loop that accepts for it
+    CEventLoop loop;
     if (!options.withoutRtsp)
-        rtsp = std::make_unique<RtspServer>(RtspServer::Parts{cameras, faults, loop, listeners},
-                                            RtspCredentials{options.authScheme, options.user, password},
-                                            RtspPortPlan{options.rtspPort, options.addresses},
-                                            RtspServer::Limits{options.connectionTimes, bounds.rtsp});
-    const InputKeys keys(*cameras.front(), loop);
-    CameraServer server({authenticator, faults, log, listeners, loop, rtsp.get(), cameras},
-                        {milliseconds(options.rebootSeconds), milliseconds(options.monitorPeriodSeconds),
-                         options.connectionTimes, bounds.http});
+        rtsp = std::make_unique<CRtspServer>(CRtspServer::SParts{cameras, faults, loop, listeners},
+                                             SRtspCredentials{options.authScheme, options.user, password},
+                                             SRtspPortPlan{options.rtspPort, options.addresses},
+                                             CRtspServer::SLimits{options.connectionTimes, bounds.rtsp});
+    const CInputKeys keys(*cameras.front(), loop);
+    CCameraServer server({authenticator, faults, log, listeners, loop, rtsp.get(), cameras},
+                         {Milliseconds(options.rebootSeconds), Milliseconds(options.monitorPeriodSeconds),
+                          options.connectionTimes, bounds.http});
     server.start();
     if (rtsp)
         rtsp->start();
-    playScenario(steps, cameras, loop);
+    PlayScenario(steps, cameras, loop);
     loop.start();
     if (state)
         saving.start(); // apart from the cameras, which must not wait for a disk
     {
-        const ControlInterface control({cameras, listeners, server, authenticator, rtsp.get(), faults, log},
-                                       options.controlPort, {options.connectionTimes, bounds.control});
-        announce(cameras, listeners, rtsp.get(), control);
+        const CControlInterface control({cameras, listeners, server, authenticator, rtsp.get(), faults, log},
+                                        options.controlPort, {options.connectionTimes, bounds.control});
+        Announce(cameras, listeners, rtsp.get(), control);
         int signal = 0;
         sigwait(&endSignals, &signal);
     }
@@ -175,17 +176,17 @@ void serve(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::variant<Options, int> parsed = parseOptions(argc, argv);
+    const std::variant<SOptions, int> parsed = ParseOptions(argc, argv);
     if (const int* status = std::get_if<int>(&parsed))
         return *status;
     try {
-        serve(std::get<Options>(parsed));
+        Serve(std::get<SOptions>(parsed));
         return 0;
-    } catch (const UsageError& error) {
+    } catch (const CUsageError& error) {
         std::cerr << "camsim: " << error.what() << "\n";
-        return wrongUsage;
+        return WrongUsage;
     } catch (const std::exception& error) {
         std::cerr << "camsim: " << error.what() << "\n";
-        return cannotServe;
+        return CannotServe;
     }
 }

@@ -8,15 +8,15 @@
 namespace camsim {
 namespace {
 
-constexpr int usageError = 2;
+constexpr int UsageError = 2;
 
-const char* const description = R"(camsim simulates Panasonic network cameras: HTTP and RTSP.
+const char* const Description = R"(camsim simulates Panasonic network cameras: HTTP and RTSP.
 
 When it serves, it writes one line to standard output:
   {"cameras":["127.0.0.1:40001"],"control":"127.0.0.1:40000","rtsp":["127.0.0.1:554"]}
 and goes on until SIGINT or SIGTERM. Every address is on the loopback interface unless --listen says otherwise.)";
 
-const char* const footer =
+const char* const Footer =
     R"(Files in --camera-dir: setdata.txt, capability.txt, info.txt and, if the camera has a head, axes.txt, lines of
 NAME=minimum,maximum,home[,speed[,acceleration[,speed steps]]] in units and seconds; the speed is the highest, and speed
 steps is what directctrl calls it. They are a real camera's replies as they came, or layers: "!include FILE" (of DIR, or
@@ -92,13 +92,13 @@ Exit status: 0 after SIGINT or SIGTERM, 1 when it cannot serve or save, 2 for a 
 template <typename Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-const Choices<AddressPlan> addressPlans{{"consecutive-ports", AddressPlan::ConsecutivePorts},
+const Choices<AddressPlan> AddressPlans{{"consecutive-ports", AddressPlan::ConsecutivePorts},
                                         {"consecutive-hosts", AddressPlan::ConsecutiveHosts}};
-const Choices<AuthScheme> authSchemeChoices(std::begin(authSchemes), std::end(authSchemes));
+const Choices<AuthScheme> AuthSchemeChoices(std::begin(AuthSchemes), std::end(AuthSchemes));
 
-/// An option that takes one of the choices' names and writes what it stands for into `value`.
+// An option that takes one of the choices' names and writes what it stands for into `value`.
 template <typename Value>
-void addChoice(CLI::App& app, const std::string& name, Value& value, const Choices<Value>& choices,
+void AddChoice(CLI::App& app, const std::string& name, Value& value, const Choices<Value>& choices,
                const std::string& text) {
     std::vector<std::string> names;
     std::string preset;
@@ -118,14 +118,14 @@ void addChoice(CLI::App& app, const std::string& name, Value& value, const Choic
         ->default_str(preset);
 }
 
-/// A range that help does not spell out; an error does.
+// A range that help does not spell out; an error does.
 template <typename Number>
-CLI::Validator between(Number lowest, Number highest) {
+CLI::Validator Between(Number lowest, Number highest) {
     return CLI::Range(lowest, highest).description("");
 }
 
-/// Each time the option is given adds one entry.
-void addList(CLI::App& app, const std::string& name, std::vector<std::string>& list, const std::string& text,
+// Each time the option is given adds one entry.
+void AddList(CLI::App& app, const std::string& name, std::vector<std::string>& list, const std::string& text,
              const std::string& type, const CLI::Validator& validator = CLI::Validator("")) {
     app.add_option(name, list, text)
         ->check(validator)
@@ -134,15 +134,15 @@ void addList(CLI::App& app, const std::string& name, std::vector<std::string>& l
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-void addCameraOptions(CLI::App& app, Options& options) {
+void AddCameraOptions(CLI::App& app, SOptions& options) {
     app.add_option("--count", options.count, "How many cameras")
-        ->check(between(size_t{1}, size_t{100'000}))
+        ->check(Between(size_t{1}, size_t{100'000}))
         ->type_name("N")
         ->capture_default_str();
-    addList(app, "--model", options.models,
+    AddList(app, "--model", options.models,
             "Their model, F320 if none is given; several times: the models are dealt in turn", "NUMBER",
-            CLI::IsMember(embeddedModelNumbers()));
-    addList(app, "--camera-dir", options.cameraDirectories,
+            CLI::IsMember(EmbeddedModelNumbers()));
+    AddList(app, "--camera-dir", options.cameraDirectories,
             "A model from files of your own; DIR's name is its number (see below)", "DIR");
     app.add_option("--state", options.stateFile,
                    "Begin with the settings, places, presets and patrols kept in FILE, and keep every change "
@@ -152,20 +152,20 @@ void addCameraOptions(CLI::App& app, Options& options) {
         ->type_name("FILE");
     app.add_option("--monitor-period", options.monitorPeriodSeconds,
                    "How often get_io?mode=monitor tells the levels when none has changed")
-        ->check(between(0.01, 86'400.0))
+        ->check(Between(0.01, 86'400.0))
         ->type_name("S")
         ->capture_default_str();
     app.add_option("--reboot-seconds", options.rebootSeconds, "How long a camera that restarts is away")
-        ->check(between(0.0, 86'400.0))
+        ->check(Between(0.0, 86'400.0))
         ->type_name("S")
         ->capture_default_str();
 }
 
-void addNetworkOptions(CLI::App& app, Options& options) {
+void AddNetworkOptions(CLI::App& app, SOptions& options) {
     app.add_option("--listen", options.listen, "Where the first camera listens; port 0: the system chooses")
         ->type_name("ADDRESS:PORT")
         ->capture_default_str();
-    addChoice(app, "--addresses", options.addresses, addressPlans, "How the next cameras' addresses follow");
+    AddChoice(app, "--addresses", options.addresses, AddressPlans, "How the next cameras' addresses follow");
     CLI::Option* port = app.add_option(
         "--rtsp-port", options.rtspPort,
         "Port of the first camera's RTSP, the next ones following as --addresses says; 0: the system "
@@ -179,21 +179,21 @@ void addNetworkOptions(CLI::App& app, Options& options) {
         ->capture_default_str();
 }
 
-void addCredentialOptions(CLI::App& app, Options& options) {
-    addChoice(app, "--auth", options.authScheme, authSchemeChoices, "How clients prove who they are");
+void AddCredentialOptions(CLI::App& app, SOptions& options) {
+    AddChoice(app, "--auth", options.authScheme, AuthSchemeChoices, "How clients prove who they are");
     app.add_option("--user", options.user, "User name")->type_name("NAME")->capture_default_str();
     app.add_option("--password-file", options.passwordFile,
                    "File whose first line is the password; without it the password is 12345")
         ->type_name("FILE");
     app.add_option("--nonce-lifetime", options.nonceLifetimeSeconds,
                    "How many seconds a digest nonce is good")
-        ->check(between(int64_t{0}, int64_t{10} * 365 * 24 * 60 * 60))
+        ->check(Between(int64_t{0}, int64_t{10} * 365 * 24 * 60 * 60))
         ->type_name("S")
         ->capture_default_str();
 }
 
-void addTestOptions(CLI::App& app, Options& options) {
-    addList(app, "--fault", options.faults, "A fault that is set from the start (see below)",
+void AddTestOptions(CLI::App& app, SOptions& options) {
+    AddList(app, "--fault", options.faults, "A fault that is set from the start (see below)",
             "'PATTERN KIND [KEY=VALUE...]'");
     app.add_option("--log-size", options.logSize, "How many requests are remembered")
         ->type_name("N")
@@ -204,29 +204,29 @@ void addTestOptions(CLI::App& app, Options& options) {
         options.connectionTimes = {times(0), times(1), times(2), times(3)};
     };
     app.add_option_function<std::vector<int64_t>>("--connection-times", take)
-        ->check(between(int64_t{1}, int64_t{86'400'000}))
+        ->check(Between(int64_t{1}, int64_t{86'400'000}))
         ->expected(4)
         ->group("");
 }
 
 } // namespace
 
-std::variant<Options, int> parseOptions(int argc, char** argv) {
-    Options options;
-    CLI::App app(description, "camsim");
-    app.footer(footer);
+std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
+    SOptions options;
+    CLI::App app(Description, "camsim");
+    app.footer(Footer);
     app.get_formatter()->column_width(36);
-    addCameraOptions(app, options);
-    addNetworkOptions(app, options);
-    addCredentialOptions(app, options);
-    addTestOptions(app, options);
+    AddCameraOptions(app, options);
+    AddNetworkOptions(app, options);
+    AddCredentialOptions(app, options);
+    AddTestOptions(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
         std::cerr << "camsim: " << error.what() << "\nRun with --help for more information.\n";
-        return usageError;
+        return UsageError;
     }
     if (options.models.empty() && options.cameraDirectories.empty())
         options.models.emplace_back("F320");

@@ -12,15 +12,15 @@
 
 namespace camsim {
 
-/// What the command line asks for.
-struct Options {
+// What the command line asks for.
+struct SOptions {
     size_t count = 1;
     std::vector<std::string> models;
     std::vector<std::string> cameraDirectories;
     std::string listen = "127.0.0.1:0";
     AddressPlan addresses = AddressPlan::ConsecutivePorts;
     uint16_t controlPort = 0;
-    std::optional<uint16_t> rtspPort; ///< none: each camera's setting decides
+    std::optional<uint16_t> rtspPort; // none: each camera's setting decides
     bool withoutRtsp = false;
 
     AuthScheme authScheme = AuthScheme::Digest;
@@ -35,13 +35,13 @@ struct Options {
     std::vector<std::string> faults;
     size_t logSize = 100'000;
 
-    /// For tests, which neither wait for half a minute nor open so many connections:
-    ConnectionTimes connectionTimes;
-    size_t descriptors = SIZE_MAX; ///< how many the program takes at most
+    // For tests, which neither wait for half a minute nor open so many connections:
+    SConnectionTimes connectionTimes;
+    size_t descriptors = SIZE_MAX; // how many the program takes at most
 };
 
-/// Reads the command line; or has printed help, version or the reason of a refusal and answers the exit
-/// status.
-std::variant<Options, int> parseOptions(int argc, char** argv);
+// Reads the command line; or has printed help, version or the reason of a refusal and answers the exit
+// status.
+std::variant<SOptions, int> ParseOptions(int argc, char** argv);
 
 } // namespace camsim

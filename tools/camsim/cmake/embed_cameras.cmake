@@ -9,6 +9,6 @@ foreach(name IN LISTS files)
 endforeach()
 file(WRITE ${OUTPUT}
   "#include \"model/embedded_cameras.h\"\n\nnamespace camsim {\n\n"
-  "const std::map<std::string, std::string_view>& embeddedCameraFiles() {\n"
+  "const std::map<std::string, std::string_view>& EmbeddedCameraFiles() {\n"
   "    static const std::map<std::string, std::string_view> files{\n${entries}    };\n"
   "    return files;\n}\n\n} // namespace camsim\n")

@@ -8,12 +8,13 @@
 namespace camsim {
 namespace {
 
-constexpr size_t longestBody = 1024 * 1024;
-constexpr size_t longestHeader = 32 * 1024;
-/// Two excerpts of the request log: the first of them alone does not reach it.
-constexpr size_t mostUnread = RequestLog::Capacity::ordinaryExcerpt;
+constexpr size_t LongestBody = 1024 * 1024;
+constexpr size_t LongestHeader = 32 * 1024;
+// In bytes. One excerpt of the request log stays below this; only with a second one unread are long answers
+// refused.
+constexpr size_t MostUnread = CRequestLog::SCapacity::OrdinaryExcerpt;
 
-sockaddr_in loopback(uint16_t port) {
+sockaddr_in Loopback(uint16_t port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -21,50 +22,50 @@ sockaddr_in loopback(uint16_t port) {
     return address;
 }
 
-MHD_Result collect(void* values, MHD_ValueKind, const char* name, const char* value) {
+MHD_Result Collect(void* values, MHD_ValueKind, const char* name, const char* value) {
     static_cast<Parameters*>(values)->emplace_back(name, value == nullptr ? "" : value);
     return MHD_YES;
 }
 
 } // namespace
 
-ControlInterface::ControlInterface(Parts parts, uint16_t port, const Limits& limits)
+CControlInterface::CControlInterface(SParts parts, uint16_t port, const SLimits& limits)
     : parts_(parts),
-      socket_(loopback(port)),
+      socket_(Loopback(port)),
       daemon_(
           loop_,
-          {limits.times, limits.connections, longestBody, longestHeader, mostUnread, "the control interface"},
-          {this, &ControlInterface::onRequest, &ControlInterface::onCompleted, nullptr, nullptr}) {
+          {limits.times, limits.connections, LongestBody, LongestHeader, MostUnread, "the control interface"},
+          {this, &CControlInterface::onRequest, &CControlInterface::onCompleted, nullptr, nullptr}) {
     daemon_.start();
     watch();
     loop_.start();
 }
 
-ControlInterface::~ControlInterface() {
+CControlInterface::~CControlInterface() {
     loop_.stop();
 }
 
-void ControlInterface::watch() {
+void CControlInterface::watch() {
     loop_.watch(socket_.fd(), EPOLLIN, [this] { accept(); });
 }
 
-void ControlInterface::accept() {
+void CControlInterface::accept() {
     const auto take = [this](int fd, const sockaddr_in& peer) {
         if (daemon_.hasRoom())
             daemon_.add(fd, peer);
         else
             close(fd);
     };
-    if (acceptAll(socket_.fd(), take))
+    if (AcceptAll(socket_.fd(), take))
         return;
     outOfDescriptors.say();
     loop_.unwatch(socket_.fd());
-    loop_.after(descriptorPause, [this] { watch(); });
+    loop_.after(DescriptorPause, [this] { watch(); });
 }
 
-MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, const char* url,
-                                       const char* method, const char*, const char* upload,
-                                       size_t* uploadSize, void** context) {
+MHD_Result CControlInterface::onRequest(void* self, MHD_Connection* connection, const char* url,
+                                        const char* method, const char*, const char* upload,
+                                        size_t* uploadSize, void** context) {
     if (*context == nullptr) {
         *context = new std::string;
         return MHD_YES;
@@ -75,17 +76,17 @@ MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, c
         *uploadSize = 0;
         return MHD_YES;
     }
-    ControlRequest request{method, url, {}, {}, std::move(body)};
-    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collect, &request.query);
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, &collect, &request.headers);
-    auto& interface = *static_cast<ControlInterface*>(self);
-    const ControlReply reply = answerControl(interface.parts_, request);
-    // What clients sent may be any bytes; those that are no UTF-8 are shown as such and do not spoil the
-    // answer.
-    HttpReply answer{reply.status,
-                     reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n",
-                     {{MHD_HTTP_HEADER_CONTENT_TYPE, "application/json"}}};
-    // Where something was changed the answer must say so.
+    SControlRequest request{method, url, {}, {}, std::move(body)};
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &Collect, &request.query);
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &Collect, &request.headers);
+    auto& interface = *static_cast<CControlInterface*>(self);
+    const SControlReply reply = AnswerControl(interface.parts_, request);
+    // Logged requests may hold any bytes. Those that are no UTF-8 become replacement characters, since JSON
+    // cannot hold them.
+    SHttpReply answer{reply.status,
+                      reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n",
+                      {{MHD_HTTP_HEADER_CONTENT_TYPE, "application/json"}}};
+    // Only requests that change nothing may be refused here: the change has been made already.
     if (request.method == MHD_HTTP_METHOD_GET && interface.daemon_.answersPileUp(answer.body.size())) {
         answer.status = MHD_HTTP_SERVICE_UNAVAILABLE;
         answer.body = "{\"error\":\"clients leave too many answers unread\"}\n";
@@ -93,7 +94,7 @@ MHD_Result ControlInterface::onRequest(void* self, MHD_Connection* connection, c
     return interface.daemon_.answer(connection, answer);
 }
 
-void ControlInterface::onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
+void CControlInterface::onCompleted(void*, MHD_Connection*, void** context, MHD_RequestTerminationCode) {
     delete static_cast<std::string*>(*context);
     *context = nullptr;
 }

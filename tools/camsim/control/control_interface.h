@@ -16,30 +16,30 @@
 
 namespace camsim {
 
-/// The HTTP interface through which a test or a person looks at the cameras and does to them what the network
-/// does not: without credentials, on the loopback interface alone. Runs on a thread of its own.
-class ControlInterface {
+// The HTTP interface through which a test or a person looks at the cameras and does to them what the network
+// does not: without credentials, on the loopback interface alone. Runs on a thread of its own.
+class CControlInterface {
 public:
-    struct Parts {
-        const std::vector<std::unique_ptr<Camera>>& cameras;
-        const Listeners& listeners;
-        CameraServer& server;
-        Authenticator& authenticator;
-        const RtspServer* rtsp; ///< null when the cameras have none
-        FaultList& faults;
-        RequestLog& log;
+    struct SParts {
+        const std::vector<std::unique_ptr<CCamera>>& cameras;
+        const CListeners& listeners;
+        CCameraServer& server;
+        CAuthenticator& authenticator;
+        const CRtspServer* rtsp; // null when the cameras have none
+        CFaultList& faults;
+        CRequestLog& log;
     };
 
-    struct Limits {
-        ConnectionTimes times;
+    struct SLimits {
+        SConnectionTimes times;
         size_t connections;
     };
 
-    /// Serves at once. Throws SocketError when the port cannot be had.
-    ControlInterface(Parts parts, uint16_t port, const Limits& limits);
-    ~ControlInterface();
+    // Serves at once. Throws CSocketError when the port cannot be had.
+    CControlInterface(SParts parts, uint16_t port, const SLimits& limits);
+    ~CControlInterface();
 
-    std::string address() const { return formatAddress(socket_.address()); }
+    std::string address() const { return FormatAddress(socket_.address()); }
 
 private:
     static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
@@ -50,10 +50,10 @@ private:
     void watch();
     void accept();
 
-    const Parts parts_;
-    const ListeningSocket socket_;
-    EventLoop loop_;
-    HttpDaemon daemon_;
+    const SParts parts_;
+    const CListeningSocket socket_;
+    CEventLoop loop_;
+    CHttpDaemon daemon_;
 };
 
 } // namespace camsim

@@ -8,7 +8,7 @@
 
 namespace camsim {
 
-struct ControlRequest {
+struct SControlRequest {
     std::string method;
     std::string path;
     Parameters query;
@@ -16,14 +16,13 @@ struct ControlRequest {
     std::string body;
 };
 
-struct ControlReply {
+struct SControlReply {
     unsigned status;
     nlohmann::json json;
 };
 
-/// Does what the request asks; never throws. A request that cannot be carried out changes nothing and is
-/// answered
-/// {"error": "..."} with 400, 403, 404, 405 or 415.
-ControlReply answerControl(const ControlInterface::Parts& parts, const ControlRequest& request);
+// Does what the request asks; never throws. A request that cannot be carried out changes nothing and is
+// answered {"error": "..."} with 400, 403, 404, 405 or 415.
+SControlReply AnswerControl(const CControlInterface::SParts& parts, const SControlRequest& request);
 
 } // namespace camsim

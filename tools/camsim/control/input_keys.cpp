@@ -7,8 +7,8 @@
 
 namespace camsim {
 
-InputKeys::InputKeys(Camera& camera, EventLoop& loop) : camera_(camera), loop_(loop) {
-    // A program in the background would be stopped by touching its terminal.
+CInputKeys::CInputKeys(CCamera& camera, CEventLoop& loop) : camera_(camera), loop_(loop) {
+    // The system stops a background program that changes its terminal's settings (SIGTTOU).
     const bool own = isatty(STDIN_FILENO) == 1 && tcgetpgrp(STDIN_FILENO) == getpgrp();
     if (!own || camera_.alarmInputs().levels().empty() || tcgetattr(STDIN_FILENO, &before_) != 0)
         return;
@@ -19,12 +19,12 @@ InputKeys::InputKeys(Camera& camera, EventLoop& loop) : camera_(camera), loop_(l
         loop_.watch(STDIN_FILENO, EPOLLIN, [this] { readKeys(); });
 }
 
-InputKeys::~InputKeys() {
+CInputKeys::~CInputKeys() {
     if (reads_)
         tcsetattr(STDIN_FILENO, TCSANOW, &before_);
 }
 
-void InputKeys::readKeys() {
+void CInputKeys::readKeys() {
     std::array<char, 64> keys{};
     const ssize_t count = read(STDIN_FILENO, keys.data(), keys.size());
     if (count <= 0) {
@@ -35,15 +35,15 @@ void InputKeys::readKeys() {
         toggle(keys[static_cast<size_t>(i)] - '0');
 }
 
-void InputKeys::toggle(int terminal) {
-    const AlarmInputs inputs = camera_.alarmInputs();
+void CInputKeys::toggle(int terminal) {
+    const CAlarmInputs inputs = camera_.alarmInputs();
     const auto level = inputs.levels().find(terminal);
     if (level == inputs.levels().end())
         return;
-    const AlarmInputs::Level other =
-        level->second == AlarmInputs::Level::High ? AlarmInputs::Level::Low : AlarmInputs::Level::High;
+    const CAlarmInputs::Level other =
+        level->second == CAlarmInputs::Level::High ? CAlarmInputs::Level::Low : CAlarmInputs::Level::High;
     camera_.setAlarmInputs({{terminal, other}});
-    std::cerr << "camera " << camera_.index() << ", input " << terminal << ": " << AlarmInputs::name(other)
+    std::cerr << "camera " << camera_.index() << ", input " << terminal << ": " << CAlarmInputs::name(other)
               << "\n";
 }
 

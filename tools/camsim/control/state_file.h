@@ -12,21 +12,21 @@
 
 namespace camsim {
 
-/// A state file that cannot be read or written; the text names the file and the reason.
-class StateFileError : public std::runtime_error {
+// A state file that cannot be read or written; the text names the file and the reason.
+class CStateFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Keeps what differs from the factory's state of each camera, by serial number. What the file holds of
-/// cameras that are not simulated now stays in it.
-class StateFile {
+// Keeps what differs from the factory's state of each camera, by serial number. What the file holds of
+// cameras that are not simulated now stays in it.
+class CStateFile {
 public:
-    /// Reads the file, where there is one, into the cameras, and watches them for changes. Throws
-    /// StateFileError and leaves the file as it is.
-    StateFile(std::string path, const std::vector<std::unique_ptr<Camera>>& cameras, EventLoop& loop);
+    // Reads the file, where there is one, into the cameras, and watches them for changes. Throws
+    // CStateFileError and leaves the file as it is.
+    CStateFile(std::string path, const std::vector<std::unique_ptr<CCamera>>& cameras, CEventLoop& loop);
 
-    /// Writes what has changed since the last time. Throws StateFileError. Any thread.
+    // Writes what has changed since the last time. Throws CStateFileError. Any thread.
     void save();
 
 private:
@@ -35,9 +35,9 @@ private:
     void saveAndReport();
 
     const std::string path_;
-    const std::vector<std::unique_ptr<Camera>>& cameras_;
-    EventLoop& loop_;
-    nlohmann::json others_ = nlohmann::json::object(); ///< cameras of the file that are not simulated now
+    const std::vector<std::unique_ptr<CCamera>>& cameras_;
+    CEventLoop& loop_;
+    nlohmann::json others_ = nlohmann::json::object(); // cameras of the file that are not simulated now
 
     std::mutex mutex_;
     bool dirty_ = false; // guarded by mutex_

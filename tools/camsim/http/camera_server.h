@@ -18,41 +18,41 @@
 
 namespace camsim {
 
-/// Answers the HTTP requests of every camera, on the event loop's thread.
-class CameraServer {
+// Answers the HTTP requests of every camera, on the event loop's thread.
+class CCameraServer {
 public:
-    struct Parts {
-        Authenticator& authenticator;
-        FaultList& faults;
-        RequestLog& log;
-        Listeners& listeners;
-        EventLoop& loop;
-        RtspServer* rtsp; ///< null when the cameras have none
-        const std::vector<std::unique_ptr<Camera>>& cameras;
+    struct SParts {
+        CAuthenticator& authenticator;
+        CFaultList& faults;
+        CRequestLog& log;
+        CListeners& listeners;
+        CEventLoop& loop;
+        CRtspServer* rtsp; // null when the cameras have none
+        const std::vector<std::unique_ptr<CCamera>>& cameras;
     };
 
-    struct Limits {
+    struct SLimits {
         std::chrono::milliseconds restartTime;
-        std::chrono::milliseconds monitorPeriod; ///< how often a monitor is written to when nothing changes
-        ConnectionTimes times;
-        size_t connections; ///< how many all cameras together may hold open
+        std::chrono::milliseconds monitorPeriod; // how often a monitor is written to when nothing changes
+        SConnectionTimes times;
+        size_t connections; // how many all cameras together may hold open
     };
 
-    CameraServer(Parts parts, const Limits& limits);
-    ~CameraServer();
+    CCameraServer(SParts parts, const SLimits& limits);
+    ~CCameraServer();
 
-    /// To be called before the loop is started. Throws std::runtime_error when the HTTP daemon does not
-    /// start.
+    // To be called before the loop is started. Throws std::runtime_error when the HTTP daemon does not
+    // start.
     void start();
-    /// Stops the loop, lets go what waits and closes every connection. May be called twice.
+    // Stops the loop, lets go what waits and closes every connection. May be called twice.
     void stop();
 
-    /// The camera refuses connections for the time that a restart takes; those that are open are broken, but
-    /// `kept`. Any thread.
-    void restart(Camera& camera, int kept = -1);
+    // The camera refuses connections for the time that a restart takes; those that are open are broken, but
+    // `kept`. Any thread.
+    void restart(CCamera& camera, int kept = -1);
 
 private:
-    struct Exchange;
+    struct SExchange;
 
     static void* onTarget(void* self, const char* target, MHD_Connection* connection);
     static MHD_Result onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
@@ -62,23 +62,23 @@ private:
     static void onConnection(void* self, MHD_Connection* connection, void** context,
                              MHD_ConnectionNotificationCode what);
 
-    void bringBack(Camera& camera);
-    void accepted(Camera& camera, int fd, const sockaddr_in& peer);
-    MHD_Result received(Exchange& exchange);
-    MHD_Result answer(Exchange& exchange);
-    MHD_Result answerWithFault(Exchange& exchange, const Fault& fault);
-    MHD_Result openMonitor(Exchange& exchange, const std::optional<Fault>& fault);
-    MHD_Result reply(Exchange& exchange);
-    MHD_Result send(Exchange& exchange, HttpReply reply);
-    HttpReply challenge(Exchange& exchange, bool stale);
-    HttpReply ordinaryReply(Exchange& exchange);
+    void bringBack(CCamera& camera);
+    void accepted(CCamera& camera, int fd, const sockaddr_in& peer);
+    MHD_Result received(SExchange& exchange);
+    MHD_Result answer(SExchange& exchange);
+    MHD_Result answerWithFault(SExchange& exchange, const SFault& fault);
+    MHD_Result openMonitor(SExchange& exchange, const std::optional<SFault>& fault);
+    MHD_Result reply(SExchange& exchange);
+    MHD_Result send(SExchange& exchange, SHttpReply reply);
+    SHttpReply challenge(SExchange& exchange, bool stale);
+    SHttpReply ordinaryReply(SExchange& exchange);
 
-    const Parts parts_;
-    const Limits limits_;
-    ConnectionTable connections_;
-    HttpDaemon daemon_;
-    ParkedConnections parked_;
-    InputMonitors monitors_;
+    const SParts parts_;
+    const SLimits limits_;
+    CConnectionTable connections_;
+    CHttpDaemon daemon_;
+    CParkedConnections parked_;
+    CInputMonitors monitors_;
 };
 
 } // namespace camsim

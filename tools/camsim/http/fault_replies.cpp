@@ -11,46 +11,46 @@
 namespace camsim {
 namespace {
 
-constexpr size_t ordinaryGarbage = 64;
-constexpr size_t readerBlock = 16384;
+constexpr size_t OrdinaryGarbage = 64;
+constexpr size_t ReaderBlock = 16384;
 
-MHD_Result queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
+MHD_Result Queue(MHD_Connection* connection, unsigned status, MHD_Response* response) {
     const MHD_Result result = MHD_queue_response(connection, status, response);
     MHD_destroy_response(response);
     return result;
 }
 
-void addHeaders(MHD_Response* response, const HttpReply& reply) {
+void AddHeaders(MHD_Response* response, const SHttpReply& reply) {
     for (const auto& [name, value] : reply.headers)
         MHD_add_response_header(response, name, value.c_str());
 }
 
-/// The same bytes for the same fault, so that a run can be repeated.
-std::string arbitraryBytes(size_t size, uint64_t seed) {
+// The same bytes for the same fault, so that a run can be repeated.
+std::string ArbitraryBytes(size_t size, uint64_t seed) {
     std::mt19937_64 random(seed);
     std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random() & 0xff); });
     return bytes;
 }
 
-/// A body of which the first bytes go out, and then, after a wait or never, the rest.
-class HeldBody {
+// A body of which the first bytes go out, and then, after a wait or never, the rest.
+class CHeldBody {
 public:
-    HeldBody(std::string body, size_t first, FaultScene scene)
+    CHeldBody(std::string body, size_t first, SFaultScene scene)
         : body_(std::move(body)), first_(first), scene_(scene) {}
-    virtual ~HeldBody() = default;
+    virtual ~CHeldBody() = default;
 
     const std::string& body() const { return body_; }
 
     static ssize_t read(void* self, uint64_t position, char* buffer, size_t room) {
-        return static_cast<HeldBody*>(self)->read(position, buffer, room);
+        return static_cast<CHeldBody*>(self)->read(position, buffer, room);
     }
-    static void destroy(void* self) { delete static_cast<HeldBody*>(self); }
+    static void destroy(void* self) { delete static_cast<CHeldBody*>(self); }
 
 protected:
-    /// Called when the first bytes have gone out: 0 to be called again later, 1 to go on, or the reader's
-    /// error.
-    virtual ssize_t hold(FaultScene& scene) = 0;
+    // Called when the first bytes have gone out. Returns 0 to be called again later, 1 to send the rest, or
+    // an error code of libmicrohttpd to end the connection.
+    virtual ssize_t hold(SFaultScene& scene) = 0;
 
 private:
     ssize_t read(uint64_t position, char* buffer, size_t room) {
@@ -68,165 +68,166 @@ private:
 
     const std::string body_;
     const size_t first_;
-    FaultScene scene_;
+    SFaultScene scene_;
 };
 
-class CutBody : public HeldBody {
-    using HeldBody::HeldBody;
-    ssize_t hold(FaultScene&) override { return MHD_CONTENT_READER_END_WITH_ERROR; }
+class CCutBody : public CHeldBody {
+    using CHeldBody::CHeldBody;
+    ssize_t hold(SFaultScene&) override { return MHD_CONTENT_READER_END_WITH_ERROR; }
 };
 
-class StalledBody : public HeldBody {
+class CStalledBody : public CHeldBody {
 public:
-    StalledBody(std::string body, size_t first, FaultScene scene, std::optional<int64_t> milliseconds)
-        : HeldBody(std::move(body), first, scene) {
+    CStalledBody(std::string body, size_t first, SFaultScene scene, std::optional<int64_t> milliseconds)
+        : CHeldBody(std::move(body), first, scene) {
         if (milliseconds)
             duration_ = std::chrono::milliseconds(*milliseconds);
     }
 
 private:
-    ssize_t hold(FaultScene& scene) override {
+    ssize_t hold(SFaultScene& scene) override {
         if (!parked_) {
             parked_ = true;
-            outcome_ = ParkedConnections::Outcome::Stopped;
+            outcome_ = CParkedConnections::Outcome::Stopped;
             if (scene.parked.park(scene.connection, scene.fd, duration_, &outcome_))
                 return 0;
         }
-        if (outcome_ == ParkedConnections::Outcome::Stopped)
+        if (outcome_ == CParkedConnections::Outcome::Stopped)
             return MHD_CONTENT_READER_END_WITH_ERROR;
-        // The daemon notices a client that is gone by a write that fails; an error told here would leave the
-        // connection open, since nothing more happens on it.
-        if (outcome_ == ParkedConnections::Outcome::HungUp)
+        // libmicrohttpd notices that a client is gone only when a write fails. After an error code it would
+        // wait for something to happen on the connection, and nothing more does.
+        if (outcome_ == CParkedConnections::Outcome::HungUp)
             shutdown(scene.fd, SHUT_RDWR);
         return 1;
     }
 
     std::optional<std::chrono::milliseconds> duration_;
     bool parked_ = false;
-    ParkedConnections::Outcome outcome_{};
+    CParkedConnections::Outcome outcome_{};
 };
 
-MHD_Result sendHeld(std::unique_ptr<HeldBody> held, const HttpReply& reply, MHD_Connection* connection) {
+MHD_Result SendHeld(std::unique_ptr<CHeldBody> held, const SHttpReply& reply, MHD_Connection* connection) {
     const uint64_t size = held->body().size();
-    HeldBody* const body = held.release();
+    CHeldBody* const body = held.release();
     MHD_Response* response =
-        MHD_create_response_from_callback(size, readerBlock, &HeldBody::read, body, &HeldBody::destroy);
+        MHD_create_response_from_callback(size, ReaderBlock, &CHeldBody::read, body, &CHeldBody::destroy);
     if (response == nullptr) {
-        HeldBody::destroy(body);
+        CHeldBody::destroy(body);
         return MHD_NO;
     }
-    addHeaders(response, reply);
-    return queue(connection, reply.status, response);
+    AddHeaders(response, reply);
+    return Queue(connection, reply.status, response);
 }
 
-/// A body that is at least one byte longer than what is let out of it, or nothing would be missing.
-std::string bodyBeyond(std::string body, size_t bytes) {
+// The body, lengthened where needed to be longer than the `bytes` that are sent of it: a cut must leave
+// something out.
+std::string BodyBeyond(std::string body, size_t bytes) {
     if (body.size() <= bytes)
         body.append(bytes + 1 - body.size(), ' ');
     return body;
 }
 
-using Sender = MHD_Result (*)(const Fault&, const HttpReply&, FaultScene, std::optional<unsigned>& status);
+using Sender = MHD_Result (*)(const SFault&, const SHttpReply&, SFaultScene, std::optional<unsigned>& status);
 
-MHD_Result sendAsItIs(const Fault&, const HttpReply& reply, FaultScene scene,
+MHD_Result SendAsItIs(const SFault&, const SHttpReply& reply, SFaultScene scene,
                       std::optional<unsigned>& status) {
     status = reply.status;
-    return sendReply(scene.connection, reply);
+    return SendReply(scene.connection, reply);
 }
 
-MHD_Result sendStatus(const Fault& fault, const HttpReply& reply, FaultScene scene,
+MHD_Result SendStatus(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                       std::optional<unsigned>& status) {
-    HttpReply changed = reply;
+    SHttpReply changed = reply;
     changed.status = fault.status;
     changed.body = fault.body.value_or("");
-    return sendAsItIs(fault, changed, scene, status);
+    return SendAsItIs(fault, changed, scene, status);
 }
 
-MHD_Result sendBody(const Fault& fault, const HttpReply& reply, FaultScene scene,
+MHD_Result SendBody(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                     std::optional<unsigned>& status) {
-    HttpReply changed = reply;
-    changed.body = fault.body ? *fault.body : arbitraryBytes(fault.size.value_or(0), fault.id);
-    return sendAsItIs(fault, changed, scene, status);
+    SHttpReply changed = reply;
+    changed.body = fault.body ? *fault.body : ArbitraryBytes(fault.size.value_or(0), fault.id);
+    return SendAsItIs(fault, changed, scene, status);
 }
 
-MHD_Result drop(const Fault&, const HttpReply&, FaultScene, std::optional<unsigned>&) {
+MHD_Result Drop(const SFault&, const SHttpReply&, SFaultScene, std::optional<unsigned>&) {
     return MHD_NO;
 }
 
-MHD_Result reset(const Fault&, const HttpReply&, FaultScene scene, std::optional<unsigned>&) {
-    resetSocket(scene.fd);
+MHD_Result Reset(const SFault&, const SHttpReply&, SFaultScene scene, std::optional<unsigned>&) {
+    ResetSocket(scene.fd);
     return MHD_NO;
 }
 
-MHD_Result cut(const Fault& fault, const HttpReply& reply, FaultScene scene,
+MHD_Result Cut(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                std::optional<unsigned>& status) {
     const size_t first = fault.bytes.value_or(0);
     status = reply.status;
-    return sendHeld(std::make_unique<CutBody>(bodyBeyond(reply.body, first), first, scene), reply,
+    return SendHeld(std::make_unique<CCutBody>(BodyBeyond(reply.body, first), first, scene), reply,
                     scene.connection);
 }
 
-MHD_Result stall(const Fault& fault, const HttpReply& reply, FaultScene scene,
+MHD_Result Stall(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                  std::optional<unsigned>& status) {
     const size_t first = fault.bytes.value_or(0);
     status = reply.status;
-    return sendHeld(
-        std::make_unique<StalledBody>(bodyBeyond(reply.body, first), first, scene, fault.milliseconds), reply,
-        scene.connection);
+    return SendHeld(
+        std::make_unique<CStalledBody>(BodyBeyond(reply.body, first), first, scene, fault.milliseconds),
+        reply, scene.connection);
 }
 
-MHD_Result garbage(const Fault& fault, const HttpReply&, FaultScene scene, std::optional<unsigned>&) {
-    const std::string bytes = arbitraryBytes(fault.size.value_or(ordinaryGarbage), fault.id);
+MHD_Result Garbage(const SFault& fault, const SHttpReply&, SFaultScene scene, std::optional<unsigned>&) {
+    const std::string bytes = ArbitraryBytes(fault.size.value_or(OrdinaryGarbage), fault.id);
     send(scene.fd, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     return MHD_NO;
 }
 
-struct KindSender {
+struct SKindSender {
     FaultKind kind;
     Sender send;
     bool letsThrough;
 };
-constexpr KindSender senders[] = {
-    {FaultKind::Delay, sendAsItIs, true},
-    {FaultKind::Status, sendStatus, false},
-    {FaultKind::Drop, drop, false},
-    {FaultKind::Reset, reset, false},
-    {FaultKind::Cut, cut, true},
-    {FaultKind::Stall, stall, true},
-    {FaultKind::Garbage, garbage, false},
-    {FaultKind::Body, sendBody, false},
-    {FaultKind::Stale, sendAsItIs, false},
-    {FaultKind::Empty, sendAsItIs, false},
-    // What hits monitors changes nothing of an answer that refuses one.
-    {FaultKind::Silence, sendAsItIs, true},
-    {FaultKind::Close, sendAsItIs, true},
-    {FaultKind::Split, sendAsItIs, true},
-    {FaultKind::WrongCase, sendAsItIs, true},
+constexpr SKindSender Senders[] = {
+    {FaultKind::Delay, SendAsItIs, true},
+    {FaultKind::Status, SendStatus, false},
+    {FaultKind::Drop, Drop, false},
+    {FaultKind::Reset, Reset, false},
+    {FaultKind::Cut, Cut, true},
+    {FaultKind::Stall, Stall, true},
+    {FaultKind::Garbage, Garbage, false},
+    {FaultKind::Body, SendBody, false},
+    {FaultKind::Stale, SendAsItIs, false},
+    {FaultKind::Empty, SendAsItIs, false},
+    // These faults belong to a monitor that is open. A request for one that is refused gets its usual answer.
+    {FaultKind::Silence, SendAsItIs, true},
+    {FaultKind::Close, SendAsItIs, true},
+    {FaultKind::Split, SendAsItIs, true},
+    {FaultKind::WrongCase, SendAsItIs, true},
 };
 
-const KindSender& senderOf(FaultKind kind) {
-    return *std::find_if(std::begin(senders), std::end(senders),
-                         [&](const KindSender& sender) { return sender.kind == kind; });
+const SKindSender& SenderOf(FaultKind kind) {
+    return *std::find_if(std::begin(Senders), std::end(Senders),
+                         [&](const SKindSender& sender) { return sender.kind == kind; });
 }
 
 } // namespace
 
-MHD_Result sendReply(MHD_Connection* connection, const HttpReply& reply) {
+MHD_Result SendReply(MHD_Connection* connection, const SHttpReply& reply) {
     MHD_Response* response = MHD_create_response_from_buffer(
         reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
     if (response == nullptr)
         return MHD_NO;
-    addHeaders(response, reply);
-    return queue(connection, reply.status, response);
+    AddHeaders(response, reply);
+    return Queue(connection, reply.status, response);
 }
 
-bool letsTheRequestThrough(FaultKind kind) {
-    return senderOf(kind).letsThrough;
+bool LetsTheRequestThrough(FaultKind kind) {
+    return SenderOf(kind).letsThrough;
 }
 
-MHD_Result sendFault(const Fault& fault, const HttpReply& reply, FaultScene scene,
+MHD_Result SendFault(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                      std::optional<unsigned>& status) {
-    return senderOf(fault.kind).send(fault, reply, scene, status);
+    return SenderOf(fault.kind).send(fault, reply, scene, status);
 }
 
 } // namespace camsim

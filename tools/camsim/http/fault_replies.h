@@ -10,30 +10,30 @@
 
 namespace camsim {
 
-/// An HTTP answer as it goes out.
-struct HttpReply {
+// An HTTP answer as it goes out.
+struct SHttpReply {
     unsigned status = 200;
     std::string body;
     std::vector<std::pair<const char*, std::string>> headers;
 };
 
-/// Queues the whole answer.
-MHD_Result sendReply(MHD_Connection* connection, const HttpReply& reply);
+// Queues the whole answer.
+MHD_Result SendReply(MHD_Connection* connection, const SHttpReply& reply);
 
-/// Whether the camera still does what it is asked when this fault hits the request.
-bool letsTheRequestThrough(FaultKind kind);
+// Whether the camera still does what it is asked when this fault hits the request.
+bool LetsTheRequestThrough(FaultKind kind);
 
-/// Where a faulty answer goes out.
-struct FaultScene {
+// Where a faulty answer goes out.
+struct SFaultScene {
     MHD_Connection* connection;
     int fd;
-    ParkedConnections& parked;
+    CParkedConnections& parked;
 };
 
-/// What the fault makes of `reply`, the answer that was due (or, where the fault does not let the request
-/// through, a 200 without a body). `status` is the HTTP status that goes out, none when what goes out is no
-/// HTTP answer. Delay and Stale change nothing here: they are dealt with before an answer is made.
-MHD_Result sendFault(const Fault& fault, const HttpReply& reply, FaultScene scene,
+// What the fault makes of `reply`, the answer that was due (or, where the fault does not let the request
+// through, a 200 without a body). `status` is the HTTP status that goes out, none when what goes out is no
+// HTTP answer. Delay and Stale change nothing here: they are dealt with before an answer is made.
+MHD_Result SendFault(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                      std::optional<unsigned>& status);
 
 } // namespace camsim

@@ -14,41 +14,41 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds longestLookPeriod{1000};
-/// Looks are so much more frequent than the shortest time that is measured by them.
-constexpr int looksPerTime = 4;
-/// Connections that are ended already and not yet gone.
-constexpr unsigned leaving = 64;
+constexpr milliseconds LongestLookPeriod{1000};
+// How many times within the shortest time limit overdue connections are looked for.
+constexpr int LooksPerTime = 4;
+// Connections beyond the limit that libmicrohttpd may hold: those that have been ended and not yet closed.
+constexpr unsigned Leaving = 64;
 
-/// What is not longer is always given, or nobody would be told why there is nothing else.
-constexpr size_t shortAnswer = 4096;
+// Answers up to this many bytes are never refused; the answer that says why others are is one of them.
+constexpr size_t ShortAnswer = 4096;
 
-constexpr std::string_view bodyIsTooLong = "HTTP/1.1 413 Content Too Large\r\nConnection: close\r\n"
+constexpr std::string_view BodyIsTooLong = "HTTP/1.1 413 Content Too Large\r\nConnection: close\r\n"
                                            "Content-Length: 0\r\n\r\n";
 
 } // namespace
 
-HttpDaemon::HttpDaemon(EventLoop& loop, Limits limits, Callbacks callbacks)
+CHttpDaemon::CHttpDaemon(CEventLoop& loop, SLimits limits, SCallbacks callbacks)
     : loop_(loop),
       limits_(std::move(limits)),
       callbacks_(callbacks),
-      lookPeriod_(std::min({longestLookPeriod, limits_.times.header / looksPerTime,
-                            limits_.times.body / looksPerTime, limits_.times.idle / looksPerTime})),
+      lookPeriod_(std::min({LongestLookPeriod, limits_.times.header / LooksPerTime,
+                            limits_.times.body / LooksPerTime, limits_.times.idle / LooksPerTime})),
       tooLong_("The body is longer than " + std::to_string(limits_.body) + " bytes\r\n"),
       full_(limits_.whoServes + ": as many connections are open as may be (" +
             std::to_string(limits_.connections) +
             "): those that have asked nothing are ended for others, or others turned away") {}
 
-void HttpDaemon::start() {
-    // Not the daemon's own thread: when as many connections as it looks at in one go are ready, libmicrohttpd
-    // 0.9.75 waits for yet another before it serves them.
+void CHttpDaemon::start() {
+    // On the event loop, not on a thread of libmicrohttpd's: version 0.9.75 takes a fixed number of ready
+    // connections at a time, and with exactly that many ready it waits for one more before it serves any.
     const unsigned flags = MHD_USE_EPOLL | MHD_USE_NO_LISTEN_SOCKET | MHD_ALLOW_SUSPEND_RESUME;
-    daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &HttpDaemon::onRequest, this, //
+    daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &CHttpDaemon::onRequest, this, //
                                MHD_OPTION_URI_LOG_CALLBACK, callbacks_.target, callbacks_.self,
-                               MHD_OPTION_NOTIFY_COMPLETED, &HttpDaemon::onCompleted, this,
-                               MHD_OPTION_NOTIFY_CONNECTION, &HttpDaemon::onConnection, this,
+                               MHD_OPTION_NOTIFY_COMPLETED, &CHttpDaemon::onCompleted, this,
+                               MHD_OPTION_NOTIFY_CONNECTION, &CHttpDaemon::onConnection, this,
                                MHD_OPTION_CONNECTION_LIMIT,
-                               static_cast<unsigned>(limits_.connections) + leaving, //
+                               static_cast<unsigned>(limits_.connections) + Leaving, //
                                MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits_.header, MHD_OPTION_END);
     if (daemon_ == nullptr)
         throw std::runtime_error(limits_.whoServes + ": the HTTP daemon does not start");
@@ -57,15 +57,15 @@ void HttpDaemon::start() {
     loop_.after(lookPeriod_, [this] { endOverdue(); });
 }
 
-void HttpDaemon::stop() {
+void CHttpDaemon::stop() {
     if (daemon_ == nullptr)
         return;
-    MHD_run(daemon_); // a daemon must not be stopped before what was resumed goes on
+    MHD_run(daemon_); // libmicrohttpd must take up resumed connections before it is stopped
     MHD_stop_daemon(daemon_);
     daemon_ = nullptr;
 }
 
-void HttpDaemon::run() {
+void CHttpDaemon::run() {
     MHD_run(daemon_);
     MHD_UNSIGNED_LONG_LONG wait = 0;
     if (runIsDue_ || MHD_get_timeout(daemon_, &wait) != MHD_YES)
@@ -77,15 +77,15 @@ void HttpDaemon::run() {
     });
 }
 
-int HttpDaemon::descriptorOf(MHD_Connection* connection) {
+int CHttpDaemon::descriptorOf(MHD_Connection* connection) {
     return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
 }
 
-bool HttpDaemon::waitsForItsClient(const Connection& connection) {
+bool CHttpDaemon::waitsForItsClient(const SConnection& connection) {
     return connection.phase == Phase::Header || connection.phase == Phase::Body;
 }
 
-bool HttpDaemon::hasRoom() {
+bool CHttpDaemon::hasRoom() {
     if (connections_.size() < limits_.connections)
         return true;
     full_.say();
@@ -102,8 +102,8 @@ bool HttpDaemon::hasRoom() {
     return connections_.size() < limits_.connections;
 }
 
-bool HttpDaemon::add(int fd, const sockaddr_in& peer) {
-    endWhenUnread(fd, limits_.times.unread);
+bool CHttpDaemon::add(int fd, const sockaddr_in& peer) {
+    EndWhenUnread(fd, limits_.times.unread);
     enter(connections_[fd], Phase::Header, limits_.times.header);
     if (MHD_add_connection(daemon_, fd, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != MHD_YES) {
         connections_.erase(fd);
@@ -113,24 +113,24 @@ bool HttpDaemon::add(int fd, const sockaddr_in& peer) {
     return true;
 }
 
-void HttpDaemon::enter(Connection& connection, Phase phase, milliseconds longest) {
+void CHttpDaemon::enter(SConnection& connection, Phase phase, milliseconds longest) {
     const Clock::time_point now = Clock::now();
     connection = {phase, now, now + longest};
 }
 
-void HttpDaemon::end(Connections::value_type& connection) {
+void CHttpDaemon::end(Connections::value_type& connection) {
     connection.second.phase = Phase::Ended;
     shutdown(connection.first, SHUT_RDWR);
 }
 
-/// libmicrohttpd itself would not notice that a client is gone which closed right behind the first part of a
-/// request, nor one that sends its request byte by byte.
-void HttpDaemon::endOverdue() {
+// libmicrohttpd notices neither a client that sends part of a request and closes at once, nor how long a
+// client takes that sends its request byte by byte.
+void CHttpDaemon::endOverdue() {
     const Clock::time_point now = Clock::now();
     for (auto& connection : connections_) {
-        const Connection& state = connection.second;
-        // One that has just entered a phase may have sent more before it closed.
-        const bool gone = state.since + lookPeriod_ <= now && peerHasClosed(connection.first);
+        const SConnection& state = connection.second;
+        // A client may send its request and then close its side, so what it sent is waited for first.
+        const bool gone = state.since + lookPeriod_ <= now && PeerHasClosed(connection.first);
         if (waitsForItsClient(state) && (state.deadline <= now || gone))
             end(connection);
     }
@@ -138,12 +138,12 @@ void HttpDaemon::endOverdue() {
     loop_.after(lookPeriod_, [this] { endOverdue(); });
 }
 
-bool HttpDaemon::answersPileUp(size_t size) const {
-    return size > shortAnswer && unread_ >= limits_.unread;
+bool CHttpDaemon::answersPileUp(size_t size) const {
+    return size > ShortAnswer && unread_ >= limits_.unread;
 }
 
-MHD_Result HttpDaemon::answer(MHD_Connection* connection, const HttpReply& reply) {
-    const MHD_Result queued = sendReply(connection, reply);
+MHD_Result CHttpDaemon::answer(MHD_Connection* connection, const SHttpReply& reply) {
+    const MHD_Result queued = SendReply(connection, reply);
     if (queued == MHD_YES) {
         connections_[descriptorOf(connection)].answerSize = reply.body.size();
         unread_ += reply.body.size();
@@ -151,24 +151,24 @@ MHD_Result HttpDaemon::answer(MHD_Connection* connection, const HttpReply& reply
     return queued;
 }
 
-bool HttpDaemon::announcesTooMuch(MHD_Connection* connection) const {
+bool CHttpDaemon::announcesTooMuch(MHD_Connection* connection) const {
     const char* length =
         MHD_lookup_connection_value(connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_LENGTH);
-    return length != nullptr && parseNumber<uint64_t>(length).value_or(0) > limits_.body;
+    return length != nullptr && ParseNumber<uint64_t>(length).value_or(0) > limits_.body;
 }
 
-MHD_Result HttpDaemon::onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
-                                 const char* version, const char* upload, size_t* uploadSize,
-                                 void** context) {
-    auto& daemon = *static_cast<HttpDaemon*>(self);
+MHD_Result CHttpDaemon::onRequest(void* self, MHD_Connection* connection, const char* url, const char* method,
+                                  const char* version, const char* upload, size_t* uploadSize,
+                                  void** context) {
+    auto& daemon = *static_cast<CHttpDaemon*>(self);
     if (daemon.loop_.isStopping())
         return MHD_NO;
     const int fd = descriptorOf(connection);
-    Connection& state = daemon.connections_[fd];
+    SConnection& state = daemon.connections_[fd];
     if (state.phase == Phase::Header) {
         daemon.enter(state, Phase::Body, daemon.limits_.times.body);
         if (daemon.announcesTooMuch(connection))
-            return sendReply(connection, {MHD_HTTP_CONTENT_TOO_LARGE,
+            return SendReply(connection, {MHD_HTTP_CONTENT_TOO_LARGE,
                                           daemon.tooLong_,
                                           {{MHD_HTTP_HEADER_CONTENT_TYPE, "text/plain"}}});
     } else if (state.phase == Phase::Body && *uploadSize == 0) {
@@ -176,27 +176,27 @@ MHD_Result HttpDaemon::onRequest(void* self, MHD_Connection* connection, const c
     }
     state.bodySize += *uploadSize;
     if (state.bodySize > daemon.limits_.body) {
-        // In the middle of a body the daemon takes no answer.
-        ::send(fd, bodyIsTooLong.data(), bodyIsTooLong.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        // libmicrohttpd takes no answer while a body is arriving, so this one is written past it.
+        ::send(fd, BodyIsTooLong.data(), BodyIsTooLong.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         return MHD_NO;
     }
     return daemon.callbacks_.request(daemon.callbacks_.self, connection, url, method, version, upload,
                                      uploadSize, context);
 }
 
-void HttpDaemon::onCompleted(void* self, MHD_Connection* connection, void** context,
-                             MHD_RequestTerminationCode reason) {
-    auto& daemon = *static_cast<HttpDaemon*>(self);
-    Connection& state = daemon.connections_[descriptorOf(connection)];
+void CHttpDaemon::onCompleted(void* self, MHD_Connection* connection, void** context,
+                              MHD_RequestTerminationCode reason) {
+    auto& daemon = *static_cast<CHttpDaemon*>(self);
+    SConnection& state = daemon.connections_[descriptorOf(connection)];
     daemon.unread_ -= std::exchange(state.answerSize, 0);
     if (state.phase != Phase::Ended)
         daemon.enter(state, Phase::Header, daemon.limits_.times.idle);
     daemon.callbacks_.completed(daemon.callbacks_.self, connection, context, reason);
 }
 
-void HttpDaemon::onConnection(void* self, MHD_Connection* connection, void** context,
-                              MHD_ConnectionNotificationCode what) {
-    auto& daemon = *static_cast<HttpDaemon*>(self);
+void CHttpDaemon::onConnection(void* self, MHD_Connection* connection, void** context,
+                               MHD_ConnectionNotificationCode what) {
+    auto& daemon = *static_cast<CHttpDaemon*>(self);
     if (daemon.callbacks_.connection != nullptr)
         daemon.callbacks_.connection(daemon.callbacks_.self, connection, context, what);
     if (what == MHD_CONNECTION_NOTIFY_CLOSED)

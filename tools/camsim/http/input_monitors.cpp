@@ -13,21 +13,21 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr size_t readerBlock = 1024;
-constexpr milliseconds ordinarySplit{100};
-/// Changes that a client has not read: more than hands can make of all inputs in the time after which its
-/// connection is ended for it.
-constexpr size_t mostPieces = 500;
-/// Changes that come faster than they are told: one of each camera that there may be.
-constexpr size_t mostUntold = 100'000;
+constexpr size_t ReaderBlock = 1024;
+constexpr milliseconds OrdinarySplit{100};
+// How many changes may wait for a client that does not read. Nobody makes as many by hand before the
+// connection of such a client runs out of time.
+constexpr size_t MostPieces = 500;
+// How many changes may wait for the loop's thread: one of every camera at the largest number of cameras.
+constexpr size_t MostUntold = 100'000;
 
-bool endsTheReply(FaultKind kind) {
+bool EndsTheReply(FaultKind kind) {
     return kind == FaultKind::Silence || kind == FaultKind::Close || kind == FaultKind::Cut ||
            kind == FaultKind::Reset;
 }
 
-/// The levels in small letters, and nothing else, so that a reader finds the terminal and not its level.
-std::string withLevelsSmall(std::string text) {
+// Puts the levels, and nothing else, into small letters: a reader recognises the terminal but not its level.
+std::string WithLevelsSmall(std::string text) {
     const auto small = [](char c) { return c == 'H' || c == 'L' ? static_cast<char>(std::tolower(c)) : c; };
     std::transform(text.begin(), text.end(), text.begin(), small);
     return text;
@@ -35,39 +35,39 @@ std::string withLevelsSmall(std::string text) {
 
 } // namespace
 
-bool breaksMonitor(const Fault& fault) {
+bool BreaksMonitor(const SFault& fault) {
     const bool afterATime = fault.kind == FaultKind::Cut || fault.kind == FaultKind::Reset;
     return afterATime ? fault.milliseconds.has_value()
-                      : endsTheReply(fault.kind) || fault.kind == FaultKind::Split ||
+                      : EndsTheReply(fault.kind) || fault.kind == FaultKind::Split ||
                             fault.kind == FaultKind::WrongCase;
 }
 
-/// One reply: what it still has to write, and when it writes again by itself.
-class InputMonitors::Reply {
+// One reply: what it still has to write, and when it writes again by itself.
+class CInputMonitors::CReply {
 public:
-    Reply(InputMonitors& monitors, Camera& camera, MHD_Connection* connection, int fd,
-          const std::optional<Fault>& fault)
+    CReply(CInputMonitors& monitors, CCamera& camera, MHD_Connection* connection, int fd,
+           const std::optional<SFault>& fault)
         : monitors_(monitors), camera_(camera), connection_(connection), fd_(fd), fault_(fault) {
-        if (fault_ && endsTheReply(fault_->kind))
+        if (fault_ && EndsTheReply(fault_->kind))
             endsAt_ = Clock::now() + milliseconds(fault_->milliseconds.value_or(0));
         monitors_.replies_[&camera_].insert(this);
         ++camera_.counters.monitors;
     }
 
-    ~Reply() {
+    ~CReply() {
         monitors_.replies_[&camera_].erase(this);
         --camera_.counters.monitors;
     }
-    Reply(const Reply&) = delete;
-    Reply& operator=(const Reply&) = delete;
+    CReply(const CReply&) = delete;
+    CReply& operator=(const CReply&) = delete;
 
     MHD_Connection* connection() const { return connection_; }
 
-    /// Adds a change to what is to be written.
+    // Adds a change to what is to be written.
     void add(const std::string& text) {
         if (endsAt_ && *endsAt_ <= Clock::now())
             return;
-        if (pieces_.size() >= mostPieces) {
+        if (pieces_.size() >= MostPieces) {
             shutdown(fd_, SHUT_RDWR);
             return;
         }
@@ -76,31 +76,31 @@ public:
             pieces_.push_back({Clock::now(), spelled(text)});
             return;
         }
-        const milliseconds pause(fault_->milliseconds.value_or(ordinarySplit.count()));
+        const milliseconds pause(fault_->milliseconds.value_or(OrdinarySplit.count()));
         pieces_.push_back({Clock::now(), text.substr(0, text.size() / 2)});
         pieces_.push_back({Clock::now() + pause, text.substr(text.size() / 2)});
     }
 
     static ssize_t read(void* self, uint64_t, char* buffer, size_t room) {
-        return static_cast<Reply*>(self)->read(buffer, room);
+        return static_cast<CReply*>(self)->read(buffer, room);
     }
-    static void destroy(void* self) { delete static_cast<Reply*>(self); }
+    static void destroy(void* self) { delete static_cast<CReply*>(self); }
 
 private:
-    struct Piece {
+    struct SPiece {
         Clock::time_point due;
         std::string text;
     };
 
     std::string spelled(const std::string& text) const {
-        return fault_ && fault_->kind == FaultKind::WrongCase ? withLevelsSmall(text) : text;
+        return fault_ && fault_->kind == FaultKind::WrongCase ? WithLevelsSmall(text) : text;
     }
 
     ssize_t read(char* buffer, size_t room) {
-        if (waited_ == ParkedConnections::Outcome::Stopped)
+        if (waited_ == CParkedConnections::Outcome::Stopped)
             return MHD_CONTENT_READER_END_WITH_ERROR;
-        // The daemon notices a client that is gone by a write that fails.
-        if (waited_ == ParkedConnections::Outcome::HungUp) {
+        // libmicrohttpd notices that a client is gone only when a write fails, so something is written.
+        if (waited_ == CParkedConnections::Outcome::HungUp) {
             shutdown(fd_, SHUT_RDWR);
             return write(".", buffer, room);
         }
@@ -111,7 +111,7 @@ private:
             return writeNext(buffer, room, now);
         if (pieces_.empty() && reportDue_ <= now) {
             reportDue_ = now + monitors_.period_;
-            return write(spelled(AlarmInputs::monitorReport(camera_.alarmInputs().levels())), buffer, room);
+            return write(spelled(CAlarmInputs::monitorReport(camera_.alarmInputs().levels())), buffer, room);
         }
         return wait(std::min({pieces_.empty() ? reportDue_ : pieces_.front().due,
                               endsAt_.value_or(Clock::time_point::max())}) -
@@ -125,7 +125,7 @@ private:
         return write(text, buffer, room);
     }
 
-    /// What does not fit is written with the next turn.
+    // What does not fit is written when libmicrohttpd calls again.
     ssize_t write(const std::string& text, char* buffer, size_t room) {
         const size_t size = text.copy(buffer, room);
         if (size < text.size())
@@ -139,7 +139,7 @@ private:
         if (fault_->kind == FaultKind::Close)
             return MHD_CONTENT_READER_END_OF_STREAM;
         if (fault_->kind == FaultKind::Reset)
-            resetSocket(fd_);
+            ResetSocket(fd_);
         return MHD_CONTENT_READER_END_WITH_ERROR;
     }
 
@@ -152,37 +152,37 @@ private:
                    : MHD_CONTENT_READER_END_WITH_ERROR;
     }
 
-    InputMonitors& monitors_;
-    Camera& camera_;
+    CInputMonitors& monitors_;
+    CCamera& camera_;
     MHD_Connection* const connection_;
     const int fd_;
-    const std::optional<Fault> fault_;
-    std::deque<Piece> pieces_;
+    const std::optional<SFault> fault_;
+    std::deque<SPiece> pieces_;
     Clock::time_point
-        reportDue_{}; ///< when the levels are written though nothing has changed; at first at once
+        reportDue_{}; // when the levels are written though nothing has changed; at first at once
     std::optional<Clock::time_point> endsAt_;
-    ParkedConnections::Outcome waited_ = ParkedConnections::Outcome::TimePassed;
+    CParkedConnections::Outcome waited_ = CParkedConnections::Outcome::TimePassed;
 };
 
-InputMonitors::InputMonitors(EventLoop& loop, ParkedConnections& parked, milliseconds period)
+CInputMonitors::CInputMonitors(CEventLoop& loop, CParkedConnections& parked, milliseconds period)
     : loop_(loop), parked_(parked), period_(period) {}
 
-void InputMonitors::follow(Camera& camera) {
-    camera.onInputChange([this, &camera](const AlarmInputs::Levels& changes) {
-        if (untold_ >= mostUntold)
-            return; // what the levels are is told with the next report
+void CInputMonitors::follow(CCamera& camera) {
+    camera.onInputChange([this, &camera](const CAlarmInputs::Levels& changes) {
+        if (untold_ >= MostUntold)
+            return; // nothing is lost: the next report tells all levels
         ++untold_;
         loop_.after(milliseconds(0), [this, &camera, changes] { tell(camera, changes); });
     });
 }
 
-MHD_Result InputMonitors::open(Camera& camera, MHD_Connection* connection, int fd,
-                               const std::optional<Fault>& fault) {
-    auto* reply = new Reply(*this, camera, connection, fd, fault);
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, readerBlock, &Reply::read,
-                                                               reply, &Reply::destroy);
+MHD_Result CInputMonitors::open(CCamera& camera, MHD_Connection* connection, int fd,
+                                const std::optional<SFault>& fault) {
+    auto* reply = new CReply(*this, camera, connection, fd, fault);
+    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, ReaderBlock, &CReply::read,
+                                                               reply, &CReply::destroy);
     if (response == nullptr) {
-        Reply::destroy(reply);
+        CReply::destroy(reply);
         return MHD_NO;
     }
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "text/plain");
@@ -191,11 +191,11 @@ MHD_Result InputMonitors::open(Camera& camera, MHD_Connection* connection, int f
     return queued;
 }
 
-void InputMonitors::tell(const Camera& camera, const AlarmInputs::Levels& changes) {
+void CInputMonitors::tell(const CCamera& camera, const CAlarmInputs::Levels& changes) {
     --untold_;
-    const std::string text = AlarmInputs::monitorReport(changes);
+    const std::string text = CAlarmInputs::monitorReport(changes);
     std::vector<MHD_Connection*> connections;
-    for (Reply* reply : replies_[&camera]) {
+    for (CReply* reply : replies_[&camera]) {
         reply->add(text);
         connections.push_back(reply->connection());
     }

@@ -13,33 +13,33 @@
 
 namespace camsim {
 
-/// Whether this fault goes wrong in the course of a reply that stays open, rather than with its beginning.
-bool breaksMonitor(const Fault& fault);
+// Whether this fault goes wrong in the course of a reply that stays open, rather than with its beginning.
+bool BreaksMonitor(const SFault& fault);
 
-/// The replies that stay open and tell the levels of alarm inputs: the whole of them at once, then every
-/// change when it happens, and the whole again whenever nothing was written for a time. Everything runs on
-/// the event loop's thread.
-class InputMonitors {
+// The replies that stay open and tell the levels of alarm inputs: the whole of them at once, then every
+// change when it happens, and the whole again whenever nothing was written for a time. Everything runs on
+// the event loop's thread.
+class CInputMonitors {
 public:
-    InputMonitors(EventLoop& loop, ParkedConnections& parked, std::chrono::milliseconds period);
+    CInputMonitors(CEventLoop& loop, CParkedConnections& parked, std::chrono::milliseconds period);
 
-    /// Tells changes of this camera from now on. To be called before the loop is started.
-    void follow(Camera& camera);
+    // Tells changes of this camera from now on. To be called before the loop is started.
+    void follow(CCamera& camera);
 
-    /// Queues the reply on a connection. `fault`: what goes wrong with it, one that breaksMonitor(), or
-    /// nothing.
-    MHD_Result open(Camera& camera, MHD_Connection* connection, int fd, const std::optional<Fault>& fault);
+    // Queues the reply on a connection. `fault`: what goes wrong with it, one that BreaksMonitor(), or
+    // nothing.
+    MHD_Result open(CCamera& camera, MHD_Connection* connection, int fd, const std::optional<SFault>& fault);
 
 private:
-    class Reply;
+    class CReply;
 
-    void tell(const Camera& camera, const AlarmInputs::Levels& changes);
+    void tell(const CCamera& camera, const CAlarmInputs::Levels& changes);
 
-    EventLoop& loop_;
-    ParkedConnections& parked_;
+    CEventLoop& loop_;
+    CParkedConnections& parked_;
     const std::chrono::milliseconds period_;
     std::atomic<size_t> untold_{0}; // changes that wait for the loop's thread
-    std::unordered_map<const Camera*, std::unordered_set<Reply*>> replies_; // the loop's thread alone
+    std::unordered_map<const CCamera*, std::unordered_set<CReply*>> replies_; // the loop's thread alone
 };
 
 } // namespace camsim

@@ -5,19 +5,19 @@
 namespace camsim {
 namespace {
 
-constexpr const char* lowName = "Low";
-constexpr const char* highName = "High";
+constexpr const char* LowName = "Low";
+constexpr const char* HighName = "High";
 
 } // namespace
 
-AlarmInputs::AlarmInputs(const CameraModel& model) {
+CAlarmInputs::CAlarmInputs(const SCameraModel& model) {
     const auto number = model.capability.list("video_server.peripheral.io.number");
-    const int count = number && !number->empty() ? parseNumber<int>(number->front()).value_or(0) : 0;
+    const int count = number && !number->empty() ? ParseNumber<int>(number->front()).value_or(0) : 0;
     for (int terminal = 1; terminal <= count; ++terminal)
         levels_[terminal] = Level::High;
 }
 
-AlarmInputs::Levels AlarmInputs::set(const Levels& levels) {
+CAlarmInputs::Levels CAlarmInputs::set(const Levels& levels) {
     Levels changes;
     for (const auto& [terminal, level] : levels)
         if (levels_.at(terminal) != level)
@@ -27,25 +27,25 @@ AlarmInputs::Levels AlarmInputs::set(const Levels& levels) {
     return changes;
 }
 
-std::string AlarmInputs::name(Level level) {
-    return level == Level::Low ? lowName : highName;
+std::string CAlarmInputs::name(Level level) {
+    return level == Level::Low ? LowName : HighName;
 }
 
-std::optional<AlarmInputs::Level> AlarmInputs::parse(const std::string& name) {
+std::optional<CAlarmInputs::Level> CAlarmInputs::parse(const std::string& name) {
     for (const Level level : {Level::Low, Level::High})
-        if (AlarmInputs::name(level) == name)
+        if (CAlarmInputs::name(level) == name)
             return level;
     return std::nullopt;
 }
 
-std::string AlarmInputs::report() const {
+std::string CAlarmInputs::report() const {
     std::string text;
     for (const auto& [terminal, level] : levels_)
         text += "terminal " + std::to_string(terminal) + ": " + name(level) + "\r\n";
     return text;
 }
 
-std::string AlarmInputs::monitorReport(const Levels& levels) {
+std::string CAlarmInputs::monitorReport(const Levels& levels) {
     std::string text;
     for (const auto& [terminal, level] : levels)
         text += "terminal" + std::to_string(terminal) + " I " + name(level) + "\r\n";

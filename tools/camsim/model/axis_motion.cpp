@@ -10,18 +10,18 @@ using Seconds = std::chrono::duration<double>;
 
 } // namespace
 
-AxisMotion::AxisMotion(const AxisLimits& limits, double position)
+CAxisMotion::CAxisMotion(const SAxisLimits& limits, double position)
     : limits_(limits), resting_(std::clamp(position, limits.minimum, limits.maximum)) {}
 
-void AxisMotion::driveTo(double position, Time now) {
-    const State from = stateAt(now);
+void CAxisMotion::driveTo(double position, Time now) {
+    const SState from = stateAt(now);
     begin_ = now;
     phases_.clear();
     plan(from, std::clamp(position, limits_.minimum, limits_.maximum), limits_.speed);
 }
 
-void AxisMotion::run(double speed, Time now, std::optional<std::chrono::milliseconds> most) {
-    const State from = stateAt(now);
+void CAxisMotion::run(double speed, Time now, std::optional<std::chrono::milliseconds> most) {
+    const SState from = stateAt(now);
     begin_ = now;
     phases_.clear();
     if (speed == 0) {
@@ -32,9 +32,9 @@ void AxisMotion::run(double speed, Time now, std::optional<std::chrono::millisec
     if (!most || restsAt() <= now + *most)
         return;
     double left = Seconds(*most).count();
-    const State last = stateAfter(left);
-    std::vector<Phase> kept;
-    for (const Phase& phase : phases_) {
+    const SState last = stateAfter(left);
+    std::vector<SPhase> kept;
+    for (const SPhase& phase : phases_) {
         kept.push_back(phase);
         kept.back().seconds = std::min(phase.seconds, left);
         left -= kept.back().seconds;
@@ -43,23 +43,23 @@ void AxisMotion::run(double speed, Time now, std::optional<std::chrono::millisec
     brake(last);
 }
 
-double AxisMotion::position(Time now) const {
+double CAxisMotion::position(Time now) const {
     return std::clamp(stateAt(now).position, limits_.minimum, limits_.maximum);
 }
 
-AxisMotion::Time AxisMotion::restsAt() const {
+CAxisMotion::Time CAxisMotion::restsAt() const {
     double seconds = 0;
-    for (const Phase& phase : phases_)
+    for (const SPhase& phase : phases_)
         seconds += phase.seconds;
     return begin_ + std::chrono::ceil<Time::duration>(Seconds(seconds));
 }
 
-AxisMotion::State AxisMotion::stateAt(Time now) const {
+CAxisMotion::SState CAxisMotion::stateAt(Time now) const {
     return stateAfter(Seconds(now - begin_).count());
 }
 
-AxisMotion::State AxisMotion::stateAfter(double seconds) const {
-    for (const Phase& phase : phases_) {
+CAxisMotion::SState CAxisMotion::stateAfter(double seconds) const {
+    for (const SPhase& phase : phases_) {
         if (seconds < phase.seconds) {
             const double gained = phase.acceleration * seconds;
             return {phase.begin.position + (phase.begin.speed + gained / 2) * seconds,
@@ -70,10 +70,10 @@ AxisMotion::State AxisMotion::stateAfter(double seconds) const {
     return {resting_, 0};
 }
 
-/// Speeds up (or slows down) to the cruising speed, cruises and brakes so as to stop at the target. Seen in
-/// the direction of the target from the place where it would stop if it braked at once, the way is never
-/// negative; a speed against that direction is braked by the same first phase.
-void AxisMotion::plan(const State& from, double target, double speed) {
+// Three phases: to the cruising speed, at it, and braking to a stop at the target. `direction` leads from the
+// place where the axis would stop if it braked at once to the target. That makes the square root real, and
+// lets the first phase also brake an axis that moves the other way.
+void CAxisMotion::plan(const SState& from, double target, double speed) {
     const double a = limits_.acceleration;
     const double stoppingPlace = from.position + from.speed * std::abs(from.speed) / (2 * a);
     const double direction = target >= stoppingPlace ? 1 : -1;
@@ -85,21 +85,21 @@ void AxisMotion::plan(const State& from, double target, double speed) {
     const double changingWay = signOfFirst * (cruising * cruising - initial * initial) / (2 * a);
     const double cruisingWay = way - changingWay - cruising * cruising / (2 * a);
 
-    State state = from;
+    SState state = from;
     addPhase(std::abs(cruising - initial) / a, direction * signOfFirst * a, state);
     addPhase(cruising > 0 ? std::max(0.0, cruisingWay) / cruising : 0, 0, state);
     addPhase(cruising / a, -direction * a, state);
     resting_ = target;
 }
 
-void AxisMotion::brake(const State& from) {
-    State state = from;
+void CAxisMotion::brake(const SState& from) {
+    SState state = from;
     addPhase(std::abs(from.speed) / limits_.acceleration,
              from.speed > 0 ? -limits_.acceleration : limits_.acceleration, state);
     resting_ = std::clamp(state.position, limits_.minimum, limits_.maximum);
 }
 
-void AxisMotion::addPhase(double seconds, double acceleration, State& state) {
+void CAxisMotion::addPhase(double seconds, double acceleration, SState& state) {
     if (seconds <= 0)
         return;
     phases_.push_back({seconds, state, acceleration});

@@ -7,60 +7,60 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-void replaceAll(std::string& text, std::string_view placeholder, const std::string& value) {
+void ReplaceAll(std::string& text, std::string_view placeholder, const std::string& value) {
     for (size_t at = 0; (at = text.find(placeholder, at)) != text.npos; at += value.size())
         text.replace(at, placeholder.size(), value);
 }
 
 } // namespace
 
-Camera::Camera(size_t index, std::shared_ptr<const CameraModel> model)
+CCamera::CCamera(size_t index, std::shared_ptr<const SCameraModel> model)
     : index_(index), model_(std::move(model)), settings_(model_), head_(*model_), inputs_(*model_) {}
 
-std::string Camera::serialNumber() const {
+std::string CCamera::serialNumber() const {
     char digits[24];
     std::snprintf(digits, sizeof digits, "%05zu", index_ + 1);
     return model_->number + digits;
 }
 
-std::string Camera::macAddress() const {
+std::string CCamera::macAddress() const {
     // The locally administered bit is set, so that no address can be that of a camera that was ever built.
-    constexpr unsigned locallyAdministered = 0x02;
+    constexpr unsigned LocallyAdministered = 0x02;
     const size_t n = index_ + 1;
     char text[32];
-    std::snprintf(text, sizeof text, "%02x-80-45-%02zx-%02zx-%02zx", locallyAdministered, (n >> 16) & 0xff,
+    std::snprintf(text, sizeof text, "%02x-80-45-%02zx-%02zx-%02zx", LocallyAdministered, (n >> 16) & 0xff,
                   (n >> 8) & 0xff, n & 0xff);
     return text;
 }
 
-std::string Camera::info() const {
+std::string CCamera::info() const {
     std::string text = model_->infoTemplate;
-    replaceAll(text, "${mac}", macAddress());
-    replaceAll(text, "${serial}", serialNumber());
+    ReplaceAll(text, "${mac}", macAddress());
+    ReplaceAll(text, "${serial}", serialNumber());
     return text;
 }
 
-std::optional<std::string> Camera::setting(const std::string& key) const {
+std::optional<std::string> CCamera::setting(const std::string& key) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return settings_.value(key);
 }
 
-std::map<std::string, std::string> Camera::settings() const {
+std::map<std::string, std::string> CCamera::settings() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return settings_.all();
 }
 
-std::string Camera::settingsDump() const {
+std::string CCamera::settingsDump() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return settings_.dump();
 }
 
-bool Camera::hasRoomFor(const SettingsStore::Overrides& settings) const {
+bool CCamera::hasRoomFor(const CSettingsStore::Overrides& settings) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return settings_.hasRoomFor(settings);
 }
 
-void Camera::putSetting(const std::string& key, const std::optional<std::string>& value) {
+void CCamera::putSetting(const std::string& key, const std::optional<std::string>& value) {
     bool really = false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -69,17 +69,17 @@ void Camera::putSetting(const std::string& key, const std::optional<std::string>
     changed(really);
 }
 
-HeadPlace Camera::headPlace() const {
+HeadPlace CCamera::headPlace() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return head_.place(Clock::now());
 }
 
-bool Camera::headIsMoving() const {
+bool CCamera::headIsMoving() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return head_.isMoving(Clock::now());
 }
 
-void Camera::commandHead(const std::function<void(CameraHead& head, CameraHead::Time now)>& command) {
+void CCamera::commandHead(const std::function<void(CCameraHead& head, CCameraHead::Time now)>& command) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         command(head_, Clock::now());
@@ -87,13 +87,13 @@ void Camera::commandHead(const std::function<void(CameraHead& head, CameraHead::
     changed(true);
 }
 
-AlarmInputs Camera::alarmInputs() const {
+CAlarmInputs CCamera::alarmInputs() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return inputs_;
 }
 
-void Camera::setAlarmInputs(const AlarmInputs::Levels& levels) {
-    AlarmInputs::Levels changes;
+void CCamera::setAlarmInputs(const CAlarmInputs::Levels& levels) {
+    CAlarmInputs::Levels changes;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         changes = inputs_.set(levels);
@@ -104,7 +104,7 @@ void Camera::setAlarmInputs(const AlarmInputs::Levels& levels) {
         listener(changes);
 }
 
-void Camera::resetToFactoryDefaults() {
+void CCamera::resetToFactoryDefaults() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         settings_.reset();
@@ -113,12 +113,12 @@ void Camera::resetToFactoryDefaults() {
     changed(true);
 }
 
-CameraState Camera::state() const {
+SCameraState CCamera::state() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return {settings_.overrides(), head_.state(Clock::now())};
 }
 
-void Camera::restore(const CameraState& state) {
+void CCamera::restore(const SCameraState& state) {
     const std::lock_guard<std::mutex> lock(mutex_);
     settings_.reset();
     for (const auto& [key, value] : state.settings)
@@ -126,7 +126,7 @@ void Camera::restore(const CameraState& state) {
     head_.restore(state.head);
 }
 
-void Camera::changed(bool really) {
+void CCamera::changed(bool really) {
     if (!really)
         return;
     for (const auto& listener : listeners_)

@@ -5,33 +5,34 @@
 namespace camsim {
 namespace {
 
-constexpr std::chrono::milliseconds longestUnrefreshedMove{3000};
-/// A round takes at least this long, so that few rounds lie between two looks at the head.
-constexpr std::chrono::milliseconds shortestRound{1000};
+constexpr std::chrono::milliseconds LongestUnrefreshedMove{3000};
+// The shortest time that a round of a patrol takes, even of one without moves. All rounds since the head was
+// last asked are caught up with at once, so there must not be too many.
+constexpr std::chrono::milliseconds ShortestRound{1000};
 
-AxisMotion standing(const Axis& axis, double position) {
+CAxisMotion Standing(const SAxis& axis, double position) {
     return {
         {static_cast<double>(axis.minimum), static_cast<double>(axis.maximum), axis.speed, axis.acceleration},
         position};
 }
 
-std::map<std::string, AxisMotion> axesAtHome(const CameraModel& model) {
-    std::map<std::string, AxisMotion> axes;
+std::map<std::string, CAxisMotion> AxesAtHome(const SCameraModel& model) {
+    std::map<std::string, CAxisMotion> axes;
     for (const auto& [name, axis] : model.axes)
-        axes.emplace(name, standing(axis, axis.home));
+        axes.emplace(name, Standing(axis, axis.home));
     return axes;
 }
 
-bool isNumber(int number, int highest) {
+bool IsNumber(int number, int highest) {
     return 1 <= number && number <= highest;
 }
 
 } // namespace
 
-CameraHead::CameraHead(const CameraModel& model)
-    : model_(model), stopsByItself_(!model.hasFineSpeeds()), axes_(axesAtHome(model)) {}
+CCameraHead::CCameraHead(const SCameraModel& model)
+    : model_(model), stopsByItself_(!model.hasFineSpeeds()), axes_(AxesAtHome(model)) {}
 
-HeadPlace CameraHead::place(Time now) {
+HeadPlace CCameraHead::place(Time now) {
     advance(now);
     HeadPlace place;
     for (const auto& [name, motion] : axes_)
@@ -39,35 +40,35 @@ HeadPlace CameraHead::place(Time now) {
     return place;
 }
 
-bool CameraHead::isMoving(Time now) {
+bool CCameraHead::isMoving(Time now) {
     advance(now);
     return std::any_of(axes_.begin(), axes_.end(),
                        [&](const auto& axis) { return axis.second.isMoving(now); });
 }
 
-void CameraHead::drive(const std::string& axis, double position, Time now) {
-    command({{}, axis, HeadMove::Kind::Drive, position}, now);
+void CCameraHead::drive(const std::string& axis, double position, Time now) {
+    command({{}, axis, SHeadMove::Kind::Drive, position}, now);
 }
 
-void CameraHead::step(const std::string& axis, double share, Time now) {
+void CCameraHead::step(const std::string& axis, double share, Time now) {
     advance(now);
     const auto motion = axes_.find(axis);
     if (motion == axes_.end())
         return;
-    const Axis& known = *model_.axis(axis);
+    const SAxis& known = *model_.axis(axis);
     drive(axis, motion->second.position(now) + share * (known.maximum - known.minimum), now);
 }
 
-void CameraHead::run(const std::string& axis, double share, Time now) {
-    command({{}, axis, HeadMove::Kind::Run, std::clamp(share, -1.0, 1.0)}, now);
+void CCameraHead::run(const std::string& axis, double share, Time now) {
+    command({{}, axis, SHeadMove::Kind::Run, std::clamp(share, -1.0, 1.0)}, now);
 }
 
-void CameraHead::focusByItself(Time now) {
-    if (const Axis* focus = model_.axis("focus"))
+void CCameraHead::focusByItself(Time now) {
+    if (const SAxis* focus = model_.axis("focus"))
         drive("focus", focus->home, now);
 }
 
-void CameraHead::callPreset(int preset, Time now) {
+void CCameraHead::callPreset(int preset, Time now) {
     const auto kept = presets_.find(preset);
     if (kept == presets_.end())
         return;
@@ -75,30 +76,30 @@ void CameraHead::callPreset(int preset, Time now) {
         drive(axis, position, now);
 }
 
-void CameraHead::keepPreset(int preset, Time now) {
-    if (isNumber(preset, mostPresets))
+void CCameraHead::keepPreset(int preset, Time now) {
+    if (IsNumber(preset, MostPresets))
         presets_[preset] = place(now);
 }
 
-void CameraHead::recordPatrol(int patrol, Time now) {
-    if (!isNumber(patrol, mostPatrols))
+void CCameraHead::recordPatrol(int patrol, Time now) {
+    if (!IsNumber(patrol, MostPatrols))
         return;
-    Patrol begun;
+    SPatrol begun;
     begun.start = place(now);
     play_.reset();
-    recording_ = Recording{patrol, now, std::move(begun)};
+    recording_ = SRecording{patrol, now, std::move(begun)};
 }
 
-void CameraHead::playPatrol(int patrol, Time now) {
+void CCameraHead::playPatrol(int patrol, Time now) {
     if (patrols_.count(patrol) == 0)
         return;
     advance(now);
     recording_.reset();
-    play_ = Play{patrol, now, false, 0, std::nullopt};
+    play_ = SPlay{patrol, now, false, 0, std::nullopt};
     returnToStart(now);
 }
 
-void CameraHead::stopPatrol(int patrol, Time now) {
+void CCameraHead::stopPatrol(int patrol, Time now) {
     advance(now);
     if (recording_ && recording_->number == patrol) {
         const auto length = std::chrono::duration_cast<std::chrono::milliseconds>(now - recording_->begin);
@@ -112,44 +113,44 @@ void CameraHead::stopPatrol(int patrol, Time now) {
     }
 }
 
-void CameraHead::reset() {
-    axes_ = axesAtHome(model_);
+void CCameraHead::reset() {
+    axes_ = AxesAtHome(model_);
     presets_.clear();
     patrols_.clear();
     recording_.reset();
     play_.reset();
 }
 
-HeadState CameraHead::state(Time now) {
+SHeadState CCameraHead::state(Time now) {
     advance(now);
-    HeadState state{{}, presets_, patrols_};
+    SHeadState state{{}, presets_, patrols_};
     for (const auto& [name, motion] : axes_)
         if (motion.restingPlace() != model_.axis(name)->home)
             state.position[name] = motion.restingPlace();
     return state;
 }
 
-void CameraHead::restore(const HeadState& state) {
+void CCameraHead::restore(const SHeadState& state) {
     reset();
     for (const auto& [name, position] : state.position) {
         const auto motion = axes_.find(name);
         if (motion != axes_.end())
-            motion->second = standing(*model_.axis(name), position);
+            motion->second = Standing(*model_.axis(name), position);
     }
     presets_ = state.presets;
     patrols_ = state.patrols;
 }
 
-void CameraHead::advance(Time now) {
+void CCameraHead::advance(Time now) {
     while (play_ && playNext(now)) {
         // each step happens at the time at which it was due
     }
 }
 
-/// Does what is due next in the patrol; false when nothing is due yet.
-bool CameraHead::playNext(Time now) {
-    const Patrol& patrol = patrols_.at(play_->number);
-    Play& play = *play_;
+// Does what is due next in the patrol; false when nothing is due yet.
+bool CCameraHead::playNext(Time now) {
+    const SPatrol& patrol = patrols_.at(play_->number);
+    SPlay& play = *play_;
     if (play.returning) {
         if (now < play.cycle)
             return false;
@@ -161,7 +162,7 @@ bool CameraHead::playNext(Time now) {
         return true;
     }
     if (play.next < patrol.moves.size()) {
-        const HeadMove& move = patrol.moves[play.next];
+        const SHeadMove& move = patrol.moves[play.next];
         const Time due = play.cycle + move.at;
         if (now < due)
             return false;
@@ -169,7 +170,7 @@ bool CameraHead::playNext(Time now) {
         ++play.next;
         return true;
     }
-    const Time due = play.cycle + std::max(patrol.length, shortestRound);
+    const Time due = play.cycle + std::max(patrol.length, ShortestRound);
     if (now < due)
         return false;
     const Time begun = play.cycle;
@@ -178,7 +179,7 @@ bool CameraHead::playNext(Time now) {
     return true;
 }
 
-void CameraHead::returnToStart(Time now) {
+void CCameraHead::returnToStart(Time now) {
     play_->returning = true;
     play_->cycle = now;
     for (const auto& [axis, position] : patrols_.at(play_->number).start) {
@@ -190,29 +191,29 @@ void CameraHead::returnToStart(Time now) {
     }
 }
 
-void CameraHead::command(HeadMove move, Time now) {
+void CCameraHead::command(SHeadMove move, Time now) {
     if (axes_.count(move.axis) == 0)
         return;
     advance(now);
     play_.reset();
     apply(move, now);
-    if (!recording_ || recording_->patrol.moves.size() >= mostMoves)
+    if (!recording_ || recording_->patrol.moves.size() >= MostMoves)
         return;
     move.at = std::chrono::duration_cast<std::chrono::milliseconds>(now - recording_->begin);
     recording_->patrol.moves.push_back(std::move(move));
 }
 
-void CameraHead::apply(const HeadMove& move, Time now) {
+void CCameraHead::apply(const SHeadMove& move, Time now) {
     const auto motion = axes_.find(move.axis);
     if (motion == axes_.end())
         return;
-    if (move.kind == HeadMove::Kind::Drive) {
+    if (move.kind == SHeadMove::Kind::Drive) {
         motion->second.driveTo(move.value, now);
         return;
     }
     const bool refreshed = move.axis == "pan" || move.axis == "tilt" || move.axis == "zoom";
     motion->second.run(move.value * model_.axis(move.axis)->speed, now,
-                       stopsByItself_ && refreshed ? std::optional(longestUnrefreshedMove) : std::nullopt);
+                       stopsByItself_ && refreshed ? std::optional(LongestUnrefreshedMove) : std::nullopt);
 }
 
 } // namespace camsim

@@ -7,26 +7,26 @@
 
 namespace camsim {
 
-struct CgiRequest {
+struct SCgiRequest {
     std::string path;
-    Parameters parameters; ///< of the query, then of the body
+    Parameters parameters; // of the query, then of the body
 };
 
-struct CgiReply {
+struct SCgiReply {
     unsigned status = 200;
     std::string body;
-    bool restart = false; ///< the camera restarts once it has answered
+    bool restart = false; // the camera restarts once it has answered
 };
 
-using CgiAnswer = CgiReply (*)(Camera&, const CgiRequest&);
+using CgiAnswer = SCgiReply (*)(CCamera&, const SCgiRequest&);
 
-/// Lets the camera do what the request asks and tells what it answers; 404 where it has no such CGI.
-CgiReply answerCgi(Camera& camera, const CgiRequest& request);
+// Lets the camera do what the request asks and tells what it answers; 404 where it has no such CGI.
+SCgiReply AnswerCgi(CCamera& camera, const SCgiRequest& request);
 
-/// What a camera answers for a CGI that it does not have.
-CgiReply noSuchCgi();
+// What a camera answers for a CGI that it does not have.
+SCgiReply NoSuchCgi();
 
-/// Whether the request is for a reply that stays open and tells the levels of the camera's alarm inputs.
-bool isMonitorRequest(const Camera& camera, const CgiRequest& request);
+// Whether the request is for a reply that stays open and tells the levels of the camera's alarm inputs.
+bool IsMonitorRequest(const CCamera& camera, const SCgiRequest& request);
 
 } // namespace camsim

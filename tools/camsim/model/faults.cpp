@@ -12,23 +12,23 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int64_t longestMilliseconds = 24 * 60 * 60 * 1000;
-constexpr unsigned lowestRefusal = 400;
-constexpr int64_t largestBody = 64 * 1024 * 1024;
-constexpr size_t longestPattern = 1024;
-constexpr size_t mostFaults = 1000;
-constexpr size_t mostText = 4 * 1024 * 1024; // in the bodies of all faults
-constexpr size_t mostGarbage = 64 * 1024; // goes out at one stroke, so it must fit into the socket's buffer
+constexpr int64_t LongestMilliseconds = 24 * 60 * 60 * 1000;
+constexpr unsigned LowestRefusal = 400;
+constexpr int64_t LargestBody = 64 * 1024 * 1024;
+constexpr size_t LongestPattern = 1024;
+constexpr size_t MostFaults = 1000;
+constexpr size_t MostText = 4 * 1024 * 1024; // in the bodies of all faults
+constexpr size_t MostGarbage = 64 * 1024;    // sent in one write, so it must fit into the socket's buffer
 
-/// A member of a fault: whether a value is right, where it goes and what is told when it is wrong.
-struct Member {
+// A member of a fault: whether a value is right, where it goes and what is told when it is wrong.
+struct SMember {
     const char* name;
     const char* expected;
-    bool (*read)(const Json& value, Fault& fault);
-    void (*write)(const Fault& fault, Json& json);
+    bool (*read)(const Json& value, SFault& fault);
+    void (*write)(const SFault& fault, Json& json);
 };
 
-std::optional<int64_t> numberBetween(const Json& value, int64_t minimum, int64_t maximum) {
+std::optional<int64_t> NumberBetween(const Json& value, int64_t minimum, int64_t maximum) {
     if (!value.is_number_integer())
         return std::nullopt;
     if (value.is_number_unsigned() && value.get<uint64_t>() > static_cast<uint64_t>(maximum))
@@ -38,15 +38,15 @@ std::optional<int64_t> numberBetween(const Json& value, int64_t minimum, int64_t
 }
 
 template <typename Field>
-bool readNumber(const Json& value, int64_t minimum, int64_t maximum, Field& field) {
-    const std::optional<int64_t> number = numberBetween(value, minimum, maximum);
+bool ReadNumber(const Json& value, int64_t minimum, int64_t maximum, Field& field) {
+    const std::optional<int64_t> number = NumberBetween(value, minimum, maximum);
     if (number)
         field = static_cast<std::decay_t<decltype(*number)>>(*number);
     return number.has_value();
 }
 
 template <typename Field>
-bool readText(const Json& value, Field& field) {
+bool ReadText(const Json& value, Field& field) {
     if (!value.is_string())
         return false;
     field = value.get<std::string>();
@@ -54,61 +54,61 @@ bool readText(const Json& value, Field& field) {
 }
 
 template <typename Value>
-void writeIf(Json& json, const char* name, const std::optional<Value>& value) {
+void WriteIf(Json& json, const char* name, const std::optional<Value>& value) {
     if (value)
         json[name] = *value;
 }
 
-constexpr int64_t anyCount = INT64_MAX;
+constexpr int64_t AnyCount = INT64_MAX;
 
-const Member members[] = {
+const SMember Members[] = {
     {"path", "a shell pattern such as /cgi-bin/setdata*, 1024 characters at most",
-     [](const Json& v, Fault& f) {
-         return readText(v, f.path) && !f.path.empty() && f.path.size() <= longestPattern;
+     [](const Json& v, SFault& f) {
+         return ReadText(v, f.path) && !f.path.empty() && f.path.size() <= LongestPattern;
      },
-     [](const Fault& f, Json& j) { j["path"] = f.path; }},
+     [](const SFault& f, Json& j) { j["path"] = f.path; }},
     {"method", "GET or POST",
-     [](const Json& v, Fault& f) {
-         return readText(v, f.method) && (f.method == "GET" || f.method == "POST");
+     [](const Json& v, SFault& f) {
+         return ReadText(v, f.method) && (f.method == "GET" || f.method == "POST");
      },
-     [](const Fault& f, Json& j) { writeIf(j, "method", f.method); }},
+     [](const SFault& f, Json& j) { WriteIf(j, "method", f.method); }},
     {"camera", "the number of a camera, counted from 0",
-     [](const Json& v, Fault& f) { return readNumber(v, 0, anyCount, f.camera); },
-     [](const Fault& f, Json& j) { writeIf(j, "camera", f.camera); }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 0, AnyCount, f.camera); },
+     [](const SFault& f, Json& j) { WriteIf(j, "camera", f.camera); }},
     {"ms", "a number of milliseconds, a day at most",
-     [](const Json& v, Fault& f) { return readNumber(v, 0, longestMilliseconds, f.milliseconds); },
-     [](const Fault& f, Json& j) { writeIf(j, "ms", f.milliseconds); }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 0, LongestMilliseconds, f.milliseconds); },
+     [](const SFault& f, Json& j) { WriteIf(j, "ms", f.milliseconds); }},
     {"status", "a status from 200 to 599",
-     [](const Json& v, Fault& f) { return readNumber(v, 200, 599, f.status); },
-     [](const Fault& f, Json& j) {
-         writeIf(j, "status", f.status != 0 ? std::optional(f.status) : std::nullopt);
+     [](const Json& v, SFault& f) { return ReadNumber(v, 200, 599, f.status); },
+     [](const SFault& f, Json& j) {
+         WriteIf(j, "status", f.status != 0 ? std::optional(f.status) : std::nullopt);
      }},
-    {"body", "a text", [](const Json& v, Fault& f) { return readText(v, f.body); },
-     [](const Fault& f, Json& j) { writeIf(j, "body", f.body); }},
+    {"body", "a text", [](const Json& v, SFault& f) { return ReadText(v, f.body); },
+     [](const SFault& f, Json& j) { WriteIf(j, "body", f.body); }},
     {"size", "a number of bytes, 64 MiB at most",
-     [](const Json& v, Fault& f) { return readNumber(v, 0, largestBody, f.size); },
-     [](const Fault& f, Json& j) { writeIf(j, "size", f.size); }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 0, LargestBody, f.size); },
+     [](const SFault& f, Json& j) { WriteIf(j, "size", f.size); }},
     {"bytes", "a number of bytes, 64 MiB at most",
-     [](const Json& v, Fault& f) { return readNumber(v, 0, largestBody, f.bytes); },
-     [](const Fault& f, Json& j) { writeIf(j, "bytes", f.bytes); }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 0, LargestBody, f.bytes); },
+     [](const SFault& f, Json& j) { WriteIf(j, "bytes", f.bytes); }},
     {"count", "how many requests it hits, 1 or more",
-     [](const Json& v, Fault& f) { return readNumber(v, 1, anyCount, f.count); },
-     [](const Fault& f, Json& j) { writeIf(j, "count", f.count); }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 1, AnyCount, f.count); },
+     [](const SFault& f, Json& j) { WriteIf(j, "count", f.count); }},
     {"skip", "how many matching requests it lets pass first",
-     [](const Json& v, Fault& f) { return readNumber(v, 0, anyCount, f.skip); },
-     [](const Fault& f, Json& j) { j["skip"] = f.skip; }},
+     [](const Json& v, SFault& f) { return ReadNumber(v, 0, AnyCount, f.skip); },
+     [](const SFault& f, Json& j) { j["skip"] = f.skip; }},
     {"unauthorized", "true or false",
-     [](const Json& v, Fault& f) {
+     [](const Json& v, SFault& f) {
          if (v.is_boolean())
              f.unauthorized = v.get<bool>();
          return v.is_boolean();
      },
-     [](const Fault& f, Json& j) { j["unauthorized"] = f.unauthorized; }},
+     [](const SFault& f, Json& j) { j["unauthorized"] = f.unauthorized; }},
 };
 
-/// The members that a kind has beside those that every fault has, those that it cannot do without, and the
-/// protocols whose requests it hits.
-struct KindRule {
+// The members that a kind has beside those that every fault has, those that it cannot do without, and the
+// protocols whose requests it hits.
+struct SKindRule {
     FaultKind kind;
     std::string_view name;
     std::vector<std::string_view> members;
@@ -116,103 +116,103 @@ struct KindRule {
     std::vector<FaultProtocol> protocols;
 };
 
-const std::vector<KindRule>& kindRules() {
-    constexpr FaultProtocol http = FaultProtocol::Http;
-    constexpr FaultProtocol monitor = FaultProtocol::Monitor;
-    constexpr FaultProtocol rtsp = FaultProtocol::Rtsp;
-    static const std::vector<KindRule> rules{
-        {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {http}},
-        {FaultKind::Status, "status", {"status", "body"}, {"status"}, {http}},
-        {FaultKind::Drop, "drop", {}, {}, {http}},
-        {FaultKind::Reset, "reset", {"ms"}, {}, {http}},
-        {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {http, rtsp}},
-        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {http}},
-        {FaultKind::Garbage, "garbage", {"size"}, {}, {http}},
-        {FaultKind::Body, "body", {"body", "size"}, {}, {http}},
-        {FaultKind::Stale, "stale", {}, {}, {http}},
-        {FaultKind::Empty, "empty", {}, {}, {http}},
-        {FaultKind::Refuse, "refuse", {"status"}, {}, {rtsp}},
-        {FaultKind::Silence, "silence", {"ms"}, {}, {monitor, rtsp}},
-        {FaultKind::Close, "close", {"ms"}, {}, {monitor}},
-        {FaultKind::Split, "split", {"ms"}, {}, {monitor}},
-        {FaultKind::WrongCase, "wrongcase", {}, {}, {monitor}},
+const std::vector<SKindRule>& KindRules() {
+    constexpr FaultProtocol Http = FaultProtocol::Http;
+    constexpr FaultProtocol Monitor = FaultProtocol::Monitor;
+    constexpr FaultProtocol Rtsp = FaultProtocol::Rtsp;
+    static const std::vector<SKindRule> rules{
+        {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {Http}},
+        {FaultKind::Status, "status", {"status", "body"}, {"status"}, {Http}},
+        {FaultKind::Drop, "drop", {}, {}, {Http}},
+        {FaultKind::Reset, "reset", {"ms"}, {}, {Http}},
+        {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {Http, Rtsp}},
+        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {Http}},
+        {FaultKind::Garbage, "garbage", {"size"}, {}, {Http}},
+        {FaultKind::Body, "body", {"body", "size"}, {}, {Http}},
+        {FaultKind::Stale, "stale", {}, {}, {Http}},
+        {FaultKind::Empty, "empty", {}, {}, {Http}},
+        {FaultKind::Refuse, "refuse", {"status"}, {}, {Rtsp}},
+        {FaultKind::Silence, "silence", {"ms"}, {}, {Monitor, Rtsp}},
+        {FaultKind::Close, "close", {"ms"}, {}, {Monitor}},
+        {FaultKind::Split, "split", {"ms"}, {}, {Monitor}},
+        {FaultKind::WrongCase, "wrongcase", {}, {}, {Monitor}},
     };
     return rules;
 }
 
-constexpr std::string_view membersOfEveryKind[] = {"path",  "method", "camera",
+constexpr std::string_view MembersOfEveryKind[] = {"path",  "method", "camera",
                                                    "count", "skip",   "unauthorized"};
 
 template <typename List, typename Item>
-bool contains(const List& list, const Item& item) {
+bool Contains(const List& list, const Item& item) {
     return std::find(std::begin(list), std::end(list), item) != std::end(list);
 }
 
-const KindRule& ruleOf(FaultKind kind) {
-    return *std::find_if(kindRules().begin(), kindRules().end(),
-                         [&](const KindRule& known) { return known.kind == kind; });
+const SKindRule& RuleOf(FaultKind kind) {
+    return *std::find_if(KindRules().begin(), KindRules().end(),
+                         [&](const SKindRule& known) { return known.kind == kind; });
 }
 
-const KindRule& readKind(const Json& json) {
+const SKindRule& ReadKind(const Json& json) {
     const Json kind = json.value("kind", Json());
-    for (const KindRule& rule : kindRules())
+    for (const SKindRule& rule : KindRules())
         if (kind == Json(rule.name))
             return rule;
     std::string names;
-    for (const KindRule& rule : kindRules())
+    for (const SKindRule& rule : KindRules())
         names.append(names.empty() ? "" : ", ").append(rule.name);
-    throw FaultError("kind: expected one of " + names);
+    throw CFaultError("kind: expected one of " + names);
 }
 
-void readMember(const std::string& name, const Json& value, const KindRule& rule, Fault& fault) {
-    const auto member = std::find_if(std::begin(members), std::end(members),
-                                     [&](const Member& known) { return name == known.name; });
-    if (member == std::end(members))
-        throw FaultError(name + ": there is no such member");
-    if (!contains(membersOfEveryKind, name) && !contains(rule.members, name))
-        throw FaultError(name + ": the kind " + std::string(rule.name) + " has no such member");
+void ReadMember(const std::string& name, const Json& value, const SKindRule& rule, SFault& fault) {
+    const auto member = std::find_if(std::begin(Members), std::end(Members),
+                                     [&](const SMember& known) { return name == known.name; });
+    if (member == std::end(Members))
+        throw CFaultError(name + ": there is no such member");
+    if (!Contains(MembersOfEveryKind, name) && !Contains(rule.members, name))
+        throw CFaultError(name + ": the kind " + std::string(rule.name) + " has no such member");
     if (!member->read(value, fault))
-        throw FaultError(name + ": expected " + member->expected);
+        throw CFaultError(name + ": expected " + member->expected);
 }
 
-void checkWhole(const Json& json, const KindRule& rule, const Fault& fault, size_t cameraCount) {
+void CheckWhole(const Json& json, const SKindRule& rule, const SFault& fault, size_t cameraCount) {
     for (const std::string_view name : rule.required)
         if (!json.contains(std::string(name)))
-            throw FaultError(std::string(name) + ": the kind " + std::string(rule.name) + " needs it");
+            throw CFaultError(std::string(name) + ": the kind " + std::string(rule.name) + " needs it");
     if (!json.contains("path"))
-        throw FaultError("path: every fault needs it");
+        throw CFaultError("path: every fault needs it");
     if (fault.kind == FaultKind::Body && fault.body.has_value() == fault.size.has_value())
-        throw FaultError("body: the kind body needs either body or size");
-    if (fault.kind == FaultKind::Garbage && fault.size.value_or(0) > mostGarbage)
-        throw FaultError("size: expected at most " + std::to_string(mostGarbage) + " bytes of garbage");
-    if (fault.kind == FaultKind::Refuse && fault.status != 0 && fault.status < lowestRefusal)
-        throw FaultError("status: expected " + std::to_string(lowestRefusal) + " or more for a refusal");
+        throw CFaultError("body: the kind body needs either body or size");
+    if (fault.kind == FaultKind::Garbage && fault.size.value_or(0) > MostGarbage)
+        throw CFaultError("size: expected at most " + std::to_string(MostGarbage) + " bytes of garbage");
+    if (fault.kind == FaultKind::Refuse && fault.status != 0 && fault.status < LowestRefusal)
+        throw CFaultError("status: expected " + std::to_string(LowestRefusal) + " or more for a refusal");
     if (fault.camera && *fault.camera >= cameraCount)
-        throw FaultError("camera: there are " + std::to_string(cameraCount) + " cameras, counted from 0");
+        throw CFaultError("camera: there are " + std::to_string(cameraCount) + " cameras, counted from 0");
 }
 
-/// A monitor is hit by what hits any HTTP request, too.
-bool hitsProtocol(const Fault& fault, FaultProtocol protocol) {
-    const std::vector<FaultProtocol>& hit = ruleOf(fault.kind).protocols;
-    return contains(hit, protocol) ||
-           (protocol == FaultProtocol::Monitor && contains(hit, FaultProtocol::Http));
+// A monitor is hit by what hits any HTTP request, too.
+bool HitsProtocol(const SFault& fault, FaultProtocol protocol) {
+    const std::vector<FaultProtocol>& hit = RuleOf(fault.kind).protocols;
+    return Contains(hit, protocol) ||
+           (protocol == FaultProtocol::Monitor && Contains(hit, FaultProtocol::Http));
 }
 
-bool isSpent(const Fault& fault) {
+bool IsSpent(const SFault& fault) {
     return fault.count && *fault.count == 0;
 }
 
-size_t textOf(const Fault& fault) {
+size_t TextOf(const SFault& fault) {
     return fault.body ? fault.body->size() : 0;
 }
 
-size_t textOf(const std::vector<Fault>& faults) {
+size_t TextOf(const std::vector<SFault>& faults) {
     return std::accumulate(faults.begin(), faults.end(), size_t{0},
-                           [](size_t sum, const Fault& fault) { return sum + textOf(fault); });
+                           [](size_t sum, const SFault& fault) { return sum + TextOf(fault); });
 }
 
-bool matches(const Fault& fault, const FaultList::Request& request) {
-    if (!hitsProtocol(fault, request.protocol))
+bool Matches(const SFault& fault, const CFaultList::SRequest& request) {
+    if (!HitsProtocol(fault, request.protocol))
         return false;
     if (fault.camera && *fault.camera != request.camera)
         return false;
@@ -228,26 +228,26 @@ bool matches(const Fault& fault, const FaultList::Request& request) {
 
 } // namespace
 
-std::string_view faultKindName(FaultKind kind) {
-    return ruleOf(kind).name;
+std::string_view FaultKindName(FaultKind kind) {
+    return RuleOf(kind).name;
 }
 
-Fault parseFault(const Json& json, size_t cameraCount) {
+SFault ParseFault(const Json& json, size_t cameraCount) {
     if (!json.is_object())
-        throw FaultError("expected an object with path and kind");
-    const KindRule& rule = readKind(json);
-    Fault fault;
+        throw CFaultError("expected an object with path and kind");
+    const SKindRule& rule = ReadKind(json);
+    SFault fault;
     fault.kind = rule.kind;
     if (fault.kind == FaultKind::Stale)
         fault.count = 1;
     for (const auto& [name, value] : json.items())
         if (name != "kind")
-            readMember(name, value, rule, fault);
-    checkWhole(json, rule, fault, cameraCount);
+            ReadMember(name, value, rule, fault);
+    CheckWhole(json, rule, fault, cameraCount);
     return fault;
 }
 
-Fault parseFaultText(const std::string& text, size_t cameraCount) {
+SFault ParseFaultText(const std::string& text, size_t cameraCount) {
     std::istringstream words(text);
     std::string path;
     std::string kind;
@@ -256,9 +256,9 @@ Fault parseFaultText(const std::string& text, size_t cameraCount) {
     for (std::string word; words >> word;) {
         const size_t equals = word.find('=');
         if (equals == word.npos)
-            throw FaultError("'" + word + "': expected key=value");
+            throw CFaultError("'" + word + "': expected key=value");
         const std::string value = word.substr(equals + 1);
-        const std::optional<int64_t> number = parseNumber<int64_t>(value);
+        const std::optional<int64_t> number = ParseNumber<int64_t>(value);
         Json& member = json[word.substr(0, equals)];
         if (number)
             member = *number;
@@ -267,24 +267,24 @@ Fault parseFaultText(const std::string& text, size_t cameraCount) {
         else
             member = value;
     }
-    return parseFault(json, cameraCount);
+    return ParseFault(json, cameraCount);
 }
 
-Json describeFault(const Fault& fault) {
-    Json json{{"id", fault.id}, {"kind", faultKindName(fault.kind)}, {"hits", fault.hits}};
-    for (const Member& member : members)
+Json DescribeFault(const SFault& fault) {
+    Json json{{"id", fault.id}, {"kind", FaultKindName(fault.kind)}, {"hits", fault.hits}};
+    for (const SMember& member : Members)
         member.write(fault, json);
     return json;
 }
 
-uint64_t FaultList::add(Fault fault) {
+uint64_t CFaultList::add(SFault fault) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const size_t text = textOf(fault);
-    while (faults_.size() >= mostFaults || text + textOf(faults_) > mostText) {
-        const auto oldest = std::find_if(faults_.begin(), faults_.end(), isSpent);
+    const size_t text = TextOf(fault);
+    while (faults_.size() >= MostFaults || text + TextOf(faults_) > MostText) {
+        const auto oldest = std::find_if(faults_.begin(), faults_.end(), IsSpent);
         if (oldest == faults_.end())
-            throw FaultError("there are " + std::to_string(faults_.size()) +
-                             " faults, as many as may be, or as may be with such bodies: delete some first");
+            throw CFaultError("there are " + std::to_string(faults_.size()) +
+                              " faults, as many as may be, or as may be with such bodies: delete some first");
         faults_.erase(oldest);
     }
     fault.id = ++last_;
@@ -292,32 +292,32 @@ uint64_t FaultList::add(Fault fault) {
     return last_;
 }
 
-bool FaultList::remove(uint64_t id) {
+bool CFaultList::remove(uint64_t id) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto gone =
-        std::find_if(faults_.begin(), faults_.end(), [&](const Fault& f) { return f.id == id; });
+        std::find_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.id == id; });
     if (gone == faults_.end())
         return false;
     faults_.erase(gone);
     return true;
 }
 
-void FaultList::clear() {
+void CFaultList::clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
     faults_.clear();
 }
 
-std::vector<Fault> FaultList::list() const {
+std::vector<SFault> CFaultList::list() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return faults_;
 }
 
-FaultOutcome FaultList::take(const Request& request) {
+SFaultOutcome CFaultList::take(const SRequest& request) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    FaultOutcome outcome;
-    for (Fault& fault : faults_) {
+    SFaultOutcome outcome;
+    for (SFault& fault : faults_) {
         const bool isDelay = fault.kind == FaultKind::Delay;
-        if (isSpent(fault) || (!isDelay && outcome.fault) || !matches(fault, request))
+        if (IsSpent(fault) || (!isDelay && outcome.fault) || !Matches(fault, request))
             continue;
         if (fault.skip > 0) {
             --fault.skip;
@@ -326,7 +326,7 @@ FaultOutcome FaultList::take(const Request& request) {
         if (fault.count)
             --*fault.count;
         ++fault.hits;
-        outcome.names.append(outcome.names.empty() ? "" : "+").append(faultKindName(fault.kind));
+        outcome.names.append(outcome.names.empty() ? "" : "+").append(FaultKindName(fault.kind));
         if (isDelay)
             outcome.delay += std::chrono::milliseconds(*fault.milliseconds);
         else

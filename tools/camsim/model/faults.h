@@ -11,8 +11,8 @@
 
 namespace camsim {
 
-/// A fault that cannot be set; the text names the member and what was expected.
-class FaultError : public std::runtime_error {
+// A fault that cannot be set; the text names the member and what was expected.
+class CFaultError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -35,76 +35,76 @@ enum class FaultKind {
     WrongCase
 };
 
-/// A monitor is an HTTP request whose reply stays open.
+// A monitor is an HTTP request whose reply stays open.
 enum class FaultProtocol { Http, Monitor, Rtsp };
 
-/// What goes wrong with a request, and with which.
-struct Fault {
+// What goes wrong with a request, and with which.
+struct SFault {
     uint64_t id = 0;
-    std::string path; ///< a shell pattern, held against the path alone and against the path with its query
+    std::string path; // a shell pattern; it may match the path, or the path with its query
     std::optional<std::string> method;
     std::optional<size_t> camera;
     FaultKind kind = FaultKind::Empty;
 
-    /// delay: before the answer; stall: how long, without end if absent; split: between the pieces; silence,
-    /// close, cut and reset: how long a monitor, or an RTSP stream, goes on first
+    // delay: how long before the answer. stall: how long the answer stops, for ever if absent. split: between
+    // two pieces. silence, close, cut, reset: how long a monitor or an RTSP stream works before the fault.
     std::optional<int64_t> milliseconds;
     unsigned status = 0;
     std::optional<std::string> body;
-    std::optional<size_t> size;  ///< body, garbage: that many arbitrary bytes
-    std::optional<size_t> bytes; ///< cut, stall: how much of the answer's body goes out first
+    std::optional<size_t> size;  // body, garbage: that many arbitrary bytes
+    std::optional<size_t> bytes; // cut, stall: how much of the answer's body is sent before it
 
-    std::optional<uint64_t> count; ///< how many requests it still hits; without end if absent
-    uint64_t skip = 0;             ///< how many matching requests it still lets pass
-    bool unauthorized = false;     ///< whether it also hits requests that would be answered 401
+    std::optional<uint64_t> count; // how many requests it still hits; without end if absent
+    uint64_t skip = 0;             // how many matching requests it still lets pass
+    bool unauthorized = false;     // whether it also hits requests that would be answered 401
     uint64_t hits = 0;
 };
 
-std::string_view faultKindName(FaultKind kind);
+std::string_view FaultKindName(FaultKind kind);
 
-/// Reads a fault as the control interface takes it. Throws FaultError.
-Fault parseFault(const nlohmann::json& json, size_t cameraCount);
-/// Reads "PATTERN KIND [key=value...]". Throws FaultError.
-Fault parseFaultText(const std::string& text, size_t cameraCount);
-nlohmann::json describeFault(const Fault& fault);
+// Reads a fault as the control interface takes it. Throws CFaultError.
+SFault ParseFault(const nlohmann::json& json, size_t cameraCount);
+// Reads "PATTERN KIND [key=value...]". Throws CFaultError.
+SFault ParseFaultText(const std::string& text, size_t cameraCount);
+nlohmann::json DescribeFault(const SFault& fault);
 
-/// What the faults do to one request.
-struct FaultOutcome {
+// What the faults do to one request.
+struct SFaultOutcome {
     std::chrono::milliseconds delay{0};
-    /// The first matching fault that is no delay.
-    std::optional<Fault> fault;
-    /// Names of all that hit, joined by "+"; empty when none did.
+    // The first matching fault that is no delay.
+    std::optional<SFault> fault;
+    // Names of all that hit, joined by "+"; empty when none did.
     std::string names;
 };
 
-/// The faults that are set, in the order in which they were. Every operation may be called on any thread.
-class FaultList {
+// The faults that are set, in the order in which they were. Every operation may be called on any thread.
+class CFaultList {
 public:
-    struct Request {
+    struct SRequest {
         FaultProtocol protocol;
         size_t camera;
         std::string_view method;
         const std::string& path;
         const std::string& target;
         bool authorized;
-        bool digest; ///< it carries good digest credentials
+        bool digest; // it carries good digest credentials
     };
 
-    /// Answers the fault's id. When there are as many as may be, the oldest goes that hits nothing any more;
-    /// throws FaultError when every one still does.
-    uint64_t add(Fault fault);
-    /// False when there is no such fault.
+    // Answers the fault's id. When there are as many as may be, the oldest goes that hits nothing any more;
+    // throws CFaultError when every one still does.
+    uint64_t add(SFault fault);
+    // False when there is no such fault.
     bool remove(uint64_t id);
     void clear();
-    std::vector<Fault> list() const;
+    std::vector<SFault> list() const;
 
-    /// Which faults hit the request; counts them.
-    FaultOutcome take(const Request& request);
+    // Which faults hit the request; counts them.
+    SFaultOutcome take(const SRequest& request);
 
 private:
     mutable std::mutex mutex_;
-    std::vector<Fault> faults_; // guarded by mutex_
-    uint64_t last_ = 0;         // guarded by mutex_
+    std::vector<SFault> faults_; // guarded by mutex_
+    uint64_t last_ = 0;          // guarded by mutex_
 };
 
 } // namespace camsim

@@ -5,20 +5,20 @@
 namespace camsim {
 namespace {
 
-int hexDigit(char digit) {
+int HexDigit(char digit) {
     if (std::isxdigit(static_cast<unsigned char>(digit)) == 0)
         return -1;
     return digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10;
 }
 
-std::string decode(std::string_view text) {
+std::string Decode(std::string_view text) {
     std::string decoded;
     decoded.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         const bool escape =
-            text[i] == '%' && i + 2 < text.size() && hexDigit(text[i + 1]) >= 0 && hexDigit(text[i + 2]) >= 0;
+            text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 && HexDigit(text[i + 2]) >= 0;
         if (escape) {
-            decoded += static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2]));
+            decoded += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
             i += 2;
         } else {
             decoded += text[i] == '+' ? ' ' : text[i];
@@ -29,7 +29,7 @@ std::string decode(std::string_view text) {
 
 } // namespace
 
-Parameters parseForm(std::string_view text) {
+Parameters ParseForm(std::string_view text) {
     Parameters parameters;
     while (!text.empty()) {
         const std::string_view pair = text.substr(0, text.find('&'));
@@ -38,19 +38,19 @@ Parameters parseForm(std::string_view text) {
             continue;
         const size_t equals = pair.find('=');
         const std::string_view value = equals == pair.npos ? std::string_view() : pair.substr(equals + 1);
-        parameters.emplace_back(decode(pair.substr(0, equals)), decode(value));
+        parameters.emplace_back(Decode(pair.substr(0, equals)), Decode(value));
     }
     return parameters;
 }
 
-std::string parameterValue(const Parameters& parameters, std::string_view name, std::string_view absent) {
+std::string ParameterValue(const Parameters& parameters, std::string_view name, std::string_view absent) {
     for (const auto& [known, value] : parameters)
         if (known == name)
             return value;
     return std::string(absent);
 }
 
-Target splitTarget(std::string_view target) {
+STarget SplitTarget(std::string_view target) {
     const size_t mark = target.find('?');
     if (mark == target.npos)
         return {std::string(target), ""};

@@ -6,9 +6,9 @@
 
 namespace camsim {
 
-/// The whole text as a decimal number, or none when it is anything else or does not fit.
+// The whole text as a decimal number, or none when it is anything else or does not fit.
 template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
+std::optional<Number> ParseNumber(std::string_view text) {
     Number number{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size())

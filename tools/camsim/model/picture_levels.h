@@ -2,15 +2,15 @@
 
 namespace camsim {
 
-/// A setting of the picture that is a number from 0 to `highest`; an ordinary one leaves the picture as it
-/// is.
-struct PictureLevel {
+// A setting of the picture that is a number from 0 to `highest`; an ordinary one leaves the picture as it
+// is.
+struct SPictureLevel {
     int highest;
     int ordinary;
 };
 
-constexpr PictureLevel brightnessLevel{255, 128};
-constexpr PictureLevel chromaLevel{255, 128};
-constexpr PictureLevel sharpnessLevel{15, 8};
+constexpr SPictureLevel BrightnessLevel{255, 128};
+constexpr SPictureLevel ChromaLevel{255, 128};
+constexpr SPictureLevel SharpnessLevel{15, 8};
 
 } // namespace camsim

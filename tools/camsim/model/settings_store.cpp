@@ -2,21 +2,21 @@
 
 namespace camsim {
 
-SettingsStore::SettingsStore(std::shared_ptr<const CameraModel> model) : model_(std::move(model)) {}
+CSettingsStore::CSettingsStore(std::shared_ptr<const SCameraModel> model) : model_(std::move(model)) {}
 
-std::optional<std::string> SettingsStore::value(const std::string& key) const {
+std::optional<std::string> CSettingsStore::value(const std::string& key) const {
     const auto changed = overrides_.find(key);
     return changed != overrides_.end() ? changed->second : factoryValue(key);
 }
 
-bool SettingsStore::put(const std::string& key, const std::optional<std::string>& value) {
+bool CSettingsStore::put(const std::string& key, const std::optional<std::string>& value) {
     if (this->value(key) == value)
         return false;
     const auto old = overrides_.find(key);
     const size_t freed = old == overrides_.end() ? 0 : sizeOf(*old);
     const bool isOwn = factoryValue(key) != value;
     const size_t taken = isOwn ? sizeOf({key, value}) : 0;
-    if (bytes_ - freed + taken > mostBytes)
+    if (bytes_ - freed + taken > MostBytes)
         return false;
     bytes_ += taken - freed;
     if (isOwn)
@@ -26,18 +26,18 @@ bool SettingsStore::put(const std::string& key, const std::optional<std::string>
     return true;
 }
 
-size_t SettingsStore::sizeOf(const Overrides::value_type& setting) {
+size_t CSettingsStore::sizeOf(const Overrides::value_type& setting) {
     return sizeof setting + setting.first.size() + setting.second.value_or("").size();
 }
 
-bool SettingsStore::hasRoomFor(const Overrides& changes) const {
+bool CSettingsStore::hasRoomFor(const Overrides& changes) const {
     size_t bytes = bytes_;
     for (const auto& change : changes)
         bytes += sizeOf(change);
-    return bytes <= mostBytes;
+    return bytes <= MostBytes;
 }
 
-std::string SettingsStore::dump() const {
+std::string CSettingsStore::dump() const {
     std::string text;
     visit([&](const std::string& key, const std::string& value) {
         text.append(key).append(",\"").append(value).append("\"\r\n");
@@ -45,13 +45,13 @@ std::string SettingsStore::dump() const {
     return text;
 }
 
-std::map<std::string, std::string> SettingsStore::all() const {
+std::map<std::string, std::string> CSettingsStore::all() const {
     std::map<std::string, std::string> settings;
     visit([&](const std::string& key, const std::string& value) { settings[key] = value; });
     return settings;
 }
 
-std::optional<std::string> SettingsStore::factoryValue(const std::string& key) const {
+std::optional<std::string> CSettingsStore::factoryValue(const std::string& key) const {
     const auto position = model_->settingPositions.find(key);
     if (position == model_->settingPositions.end())
         return std::nullopt;
@@ -59,7 +59,7 @@ std::optional<std::string> SettingsStore::factoryValue(const std::string& key) c
 }
 
 template <typename Visitor>
-void SettingsStore::visit(Visitor visitor) const {
+void CSettingsStore::visit(Visitor visitor) const {
     for (const auto& [key, factory] : model_->settings) {
         const auto changed = overrides_.find(key);
         if (changed == overrides_.end())

@@ -11,13 +11,13 @@
 namespace camsim {
 namespace {
 
-constexpr std::string_view realm = authenticationRealm;
-constexpr std::string_view basicPrefix = "Basic ";
-constexpr std::string_view digestPrefix = "Digest ";
-/// A nonce begins with the second and the running number of its making, both as hexadecimal digits.
-constexpr size_t stampDigits = 8;
+constexpr std::string_view Realm = AuthenticationRealm;
+constexpr std::string_view BasicPrefix = "Basic ";
+constexpr std::string_view DigestPrefix = "Digest ";
+// A nonce begins with the second and the running number of its making, both as hexadecimal digits.
+constexpr size_t StampDigits = 8;
 
-std::string md5(const std::string& text) {
+std::string Md5(const std::string& text) {
     gchar* digest = g_compute_checksum_for_data(G_CHECKSUM_MD5, reinterpret_cast<const guchar*>(text.data()),
                                                 text.size());
     std::string result(digest);
@@ -25,35 +25,35 @@ std::string md5(const std::string& text) {
     return result;
 }
 
-std::string base64(const std::string& text) {
+std::string Base64(const std::string& text) {
     gchar* encoded = g_base64_encode(reinterpret_cast<const guchar*>(text.data()), text.size());
     std::string result(encoded);
     g_free(encoded);
     return result;
 }
 
-std::string hex(uint32_t number) {
-    char digits[stampDigits + 1];
+std::string Hex(uint32_t number) {
+    char digits[StampDigits + 1];
     std::snprintf(digits, sizeof digits, "%08x", number);
     return digits;
 }
 
-std::string randomSecret() {
+std::string RandomSecret() {
     std::random_device device;
-    return hex(device()) + hex(device()) + hex(device()) + hex(device());
+    return Hex(device()) + Hex(device()) + Hex(device()) + Hex(device());
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) {
+bool StartsWith(std::string_view text, std::string_view prefix) {
     return text.size() >= prefix.size() && strncasecmp(text.data(), prefix.data(), prefix.size()) == 0;
 }
 
-std::string_view trimLeft(std::string_view text) {
+std::string_view TrimLeft(std::string_view text) {
     const size_t start = text.find_first_not_of(" \t,");
     return start == text.npos ? std::string_view() : text.substr(start);
 }
 
-/// Takes a value, quoted or not, off the front of `text`.
-std::string takeValue(std::string_view& text) {
+// Takes a value, quoted or not, off the front of `text`.
+std::string TakeValue(std::string_view& text) {
     std::string value;
     if (text.empty() || text.front() != '"') {
         const size_t end = std::min(text.find(','), text.size());
@@ -74,93 +74,93 @@ std::string takeValue(std::string_view& text) {
 
 using Fields = std::map<std::string, std::string>;
 
-Fields parseDigestFields(std::string_view authorization) {
+Fields ParseDigestFields(std::string_view authorization) {
     Fields fields;
-    std::string_view rest = trimLeft(authorization.substr(digestPrefix.size()));
+    std::string_view rest = TrimLeft(authorization.substr(DigestPrefix.size()));
     while (!rest.empty()) {
         const size_t equals = rest.find('=');
         if (equals == rest.npos)
             break;
         const std::string name(rest.substr(0, equals));
         rest.remove_prefix(equals + 1);
-        fields[name] = takeValue(rest);
-        rest = trimLeft(rest);
+        fields[name] = TakeValue(rest);
+        rest = TrimLeft(rest);
     }
     return fields;
 }
 
-std::string expectedResponse(Fields& fields, const std::string& userHash, std::string_view method) {
-    const std::string requestHash = md5(std::string(method) + ":" + fields["uri"]);
+std::string ExpectedResponse(Fields& fields, const std::string& userHash, std::string_view method) {
+    const std::string requestHash = Md5(std::string(method) + ":" + fields["uri"]);
     if (fields["qop"].empty())
-        return md5(userHash + ":" + fields["nonce"] + ":" + requestHash);
-    return md5(userHash + ":" + fields["nonce"] + ":" + fields["nc"] + ":" + fields["cnonce"] + ":" +
+        return Md5(userHash + ":" + fields["nonce"] + ":" + requestHash);
+    return Md5(userHash + ":" + fields["nonce"] + ":" + fields["nc"] + ":" + fields["cnonce"] + ":" +
                fields["qop"] + ":" + requestHash);
 }
 
 } // namespace
 
-Authenticator::Authenticator(AuthScheme scheme, const std::string& user, const std::string& password,
-                             int64_t nonceLifetimeSeconds)
+CAuthenticator::CAuthenticator(AuthScheme scheme, const std::string& user, const std::string& password,
+                               int64_t nonceLifetimeSeconds)
     : scheme_(scheme),
       user_(user),
-      basicCredentials_(std::string(basicPrefix) + base64(user + ":" + password)),
-      userHash_(md5(user + ":" + std::string(realm) + ":" + password)),
+      basicCredentials_(std::string(BasicPrefix) + Base64(user + ":" + password)),
+      userHash_(Md5(user + ":" + std::string(Realm) + ":" + password)),
       nonceLifetimeSeconds_(nonceLifetimeSeconds),
-      secret_(randomSecret()) {}
+      secret_(RandomSecret()) {}
 
-AuthVerdict Authenticator::check(std::string_view method, std::string_view target, const char* authorization,
-                                 size_t camera) const {
+SAuthVerdict CAuthenticator::check(std::string_view method, std::string_view target,
+                                   const char* authorization, size_t camera) const {
     const AuthScheme scheme = scheme_;
     if (authorization == nullptr)
         return {scheme == AuthScheme::None, "none"};
     const std::string_view text(authorization);
     if (scheme == AuthScheme::None)
-        return {true, startsWith(text, digestPrefix) ? "digest" : "basic"};
+        return {true, StartsWith(text, DigestPrefix) ? "digest" : "basic"};
     if (scheme == AuthScheme::Basic)
-        return text == basicCredentials_ ? AuthVerdict{true, "basic"} : AuthVerdict{false, "wrong"};
-    return startsWith(text, digestPrefix) ? checkDigest(method, target, text, camera)
-                                          : AuthVerdict{false, "wrong"};
+        return text == basicCredentials_ ? SAuthVerdict{true, "basic"} : SAuthVerdict{false, "wrong"};
+    return StartsWith(text, DigestPrefix) ? checkDigest(method, target, text, camera)
+                                          : SAuthVerdict{false, "wrong"};
 }
 
-AuthVerdict Authenticator::checkDigest(std::string_view method, std::string_view target,
-                                       std::string_view authorization, size_t camera) const {
-    Fields fields = parseDigestFields(authorization);
+SAuthVerdict CAuthenticator::checkDigest(std::string_view method, std::string_view target,
+                                         std::string_view authorization, size_t camera) const {
+    Fields fields = ParseDigestFields(authorization);
     const bool qopKnown = fields["qop"].empty() || fields["qop"] == "auth";
-    const bool right = qopKnown && fields["username"] == user_ && fields["realm"] == realm &&
+    const bool right = qopKnown && fields["username"] == user_ && fields["realm"] == Realm &&
                        fields["uri"] == target &&
-                       fields["response"] == expectedResponse(fields, userHash_, method);
+                       fields["response"] == ExpectedResponse(fields, userHash_, method);
     if (!right)
         return {false, "wrong"};
-    return fresh(fields["nonce"], camera) ? AuthVerdict{true, "digest"} : AuthVerdict{false, "stale"};
+    return fresh(fields["nonce"], camera) ? SAuthVerdict{true, "digest"} : SAuthVerdict{false, "stale"};
 }
 
-std::string Authenticator::challenge(size_t camera, bool stale) const {
-    const std::string quotedRealm = "realm=\"" + std::string(realm) + "\"";
+std::string CAuthenticator::challenge(size_t camera, bool stale) const {
+    const std::string quotedRealm = "realm=\"" + std::string(Realm) + "\"";
     switch (scheme_) {
     case AuthScheme::None:
         return "";
     case AuthScheme::Basic:
-        return std::string(basicPrefix) + quotedRealm;
+        return std::string(BasicPrefix) + quotedRealm;
     case AuthScheme::Digest:
         break;
     }
-    const std::string stamp = hex(static_cast<uint32_t>(std::time(nullptr))) + hex(noncesGiven_++);
-    return std::string(digestPrefix) + quotedRealm + ", nonce=\"" + signedNonce(stamp, camera) +
+    const std::string stamp = Hex(static_cast<uint32_t>(std::time(nullptr))) + Hex(noncesGiven_++);
+    return std::string(DigestPrefix) + quotedRealm + ", nonce=\"" + signedNonce(stamp, camera) +
            "\", algorithm=MD5, qop=\"auth\"" + (stale ? ", stale=true" : "");
 }
 
-bool Authenticator::retireNonce(const char* authorization) {
-    if (authorization == nullptr || !startsWith(authorization, digestPrefix))
+bool CAuthenticator::retireNonce(const char* authorization) {
+    if (authorization == nullptr || !StartsWith(authorization, DigestPrefix))
         return false;
     const std::lock_guard<std::mutex> lock(mutex_);
-    retired_.insert(parseDigestFields(authorization)["nonce"]);
-    if (retired_.size() > mostRetired)
+    retired_.insert(ParseDigestFields(authorization)["nonce"]);
+    if (retired_.size() > MostRetired)
         newestDropped_ = std::max(newestDropped_, retired_.extract(retired_.begin()).value());
     return true;
 }
 
-bool Authenticator::fresh(const std::string& nonce, size_t camera) const {
-    if (nonce != signedNonce(nonce.substr(0, 2 * stampDigits), camera))
+bool CAuthenticator::fresh(const std::string& nonce, size_t camera) const {
+    if (nonce != signedNonce(nonce.substr(0, 2 * StampDigits), camera))
         return false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -168,12 +168,12 @@ bool Authenticator::fresh(const std::string& nonce, size_t camera) const {
             return false;
     }
     int64_t made = 0;
-    std::from_chars(nonce.data(), nonce.data() + stampDigits, made, 16);
+    std::from_chars(nonce.data(), nonce.data() + StampDigits, made, 16);
     return std::time(nullptr) - made <= nonceLifetimeSeconds_;
 }
 
-std::string Authenticator::signedNonce(const std::string& stamp, size_t camera) const {
-    return stamp + md5(stamp + ":" + std::to_string(camera) + ":" + secret_);
+std::string CAuthenticator::signedNonce(const std::string& stamp, size_t camera) const {
+    return stamp + Md5(stamp + ":" + std::to_string(camera) + ":" + secret_);
 }
 
 } // namespace camsim

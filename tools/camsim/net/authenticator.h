@@ -12,57 +12,57 @@ namespace camsim {
 
 enum class AuthScheme { None, Basic, Digest };
 
-/// Their names, as they are chosen by.
-inline constexpr std::pair<const char*, AuthScheme> authSchemes[] = {
+// What the command line and the control interface call them.
+inline constexpr std::pair<const char*, AuthScheme> AuthSchemes[] = {
     {"none", AuthScheme::None}, {"basic", AuthScheme::Basic}, {"digest", AuthScheme::Digest}};
 
-/// What the cameras call the place that their credentials are for, over HTTP and RTSP alike.
-inline constexpr const char* authenticationRealm = "Panasonic network device";
+// What the cameras call the place that their credentials are for, over HTTP and RTSP alike.
+inline constexpr const char* AuthenticationRealm = "Panasonic network device";
 
-/// What came of looking at a request's credentials.
-struct AuthVerdict {
+// What came of looking at a request's credentials.
+struct SAuthVerdict {
     bool accepted;
-    /// "none", "basic", "digest" (good ones), "stale" (right, but the nonce has had its time) or "wrong".
+    // "none", "basic", "digest" (good ones), "stale" (right, but the nonce has had its time) or "wrong".
     std::string_view credentials;
 };
 
-/// Decides whether a request may be answered, and what to challenge it with. A nonce is good for every method
-/// and path of the camera that gave it, as with the cameras (libmicrohttpd binds a nonce to one path, so a
-/// client would pay two round trips for each). Every operation may be called on any thread.
-class Authenticator {
+// Decides whether a request may be answered, and what to challenge it with. A nonce is good for every method
+// and path of the camera that gave it, as with the cameras (libmicrohttpd binds a nonce to one path, so a
+// client would pay two round trips for each). Every operation may be called on any thread.
+class CAuthenticator {
 public:
-    Authenticator(AuthScheme scheme, const std::string& user, const std::string& password,
-                  int64_t nonceLifetimeSeconds);
+    CAuthenticator(AuthScheme scheme, const std::string& user, const std::string& password,
+                   int64_t nonceLifetimeSeconds);
 
-    /// `authorization` is the header's value, or null without one; `target` the request target as it was
-    /// sent.
-    AuthVerdict check(std::string_view method, std::string_view target, const char* authorization,
-                      size_t camera) const;
+    // `authorization` is the header's value, or null without one; `target` the request target as it was
+    // sent.
+    SAuthVerdict check(std::string_view method, std::string_view target, const char* authorization,
+                       size_t camera) const;
 
-    /// The WWW-Authenticate value of a 401; empty when no credentials are asked for.
+    // The WWW-Authenticate value of a 401; empty when no credentials are asked for.
     std::string challenge(size_t camera, bool stale) const;
 
-    /// Of every request from now on.
+    // Of every request from now on.
     void setScheme(AuthScheme scheme) { scheme_ = scheme; }
 
-    /// From now on the nonce of these digest credentials counts as stale. False when they are no digest
-    /// credentials. Of the nonces that are remembered for this the oldest is dropped for more than
-    /// mostRetired, and with it every one that is older still counts as stale.
+    // From now on the nonce of these digest credentials counts as stale. False when they are no digest
+    // credentials. At most MostRetired such nonces are kept; when the oldest is dropped, it and all nonces
+    // made before it count as stale.
     bool retireNonce(const char* authorization);
 
-    /// A client has one nonce at a time, and there are about as many connections.
-    static constexpr size_t mostRetired = 1000;
+    // About as many as there may be connections: a client uses one nonce at a time.
+    static constexpr size_t MostRetired = 1000;
 
 private:
-    AuthVerdict checkDigest(std::string_view method, std::string_view target, std::string_view authorization,
-                            size_t camera) const;
+    SAuthVerdict checkDigest(std::string_view method, std::string_view target, std::string_view authorization,
+                             size_t camera) const;
     bool fresh(const std::string& nonce, size_t camera) const;
     std::string signedNonce(const std::string& stamp, size_t camera) const;
 
     std::atomic<AuthScheme> scheme_;
     const std::string user_;
-    const std::string basicCredentials_; ///< the Authorization value that is right
-    const std::string userHash_;         ///< MD5 of user:realm:password
+    const std::string basicCredentials_; // the Authorization value that is right
+    const std::string userHash_;         // MD5 of user:realm:password
     const int64_t nonceLifetimeSeconds_;
     const std::string secret_;
     mutable std::atomic<uint32_t> noncesGiven_{0};

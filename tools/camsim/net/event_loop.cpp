@@ -10,13 +10,13 @@
 namespace camsim {
 namespace {
 
-int descriptor(int fd, const char* what) {
+int Descriptor(int fd, const char* what) {
     if (fd < 0)
         throw std::system_error(errno, std::generic_category(), what);
     return fd;
 }
 
-void addToEpoll(int epoll, int fd, uint32_t events) {
+void AddToEpoll(int epoll, int fd, uint32_t events) {
     epoll_event event{};
     event.events = events;
     event.data.fd = fd;
@@ -28,42 +28,42 @@ void addToEpoll(int epoll, int fd, uint32_t events) {
 
 } // namespace
 
-EventLoop::EventLoop()
-    : epoll_(descriptor(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
-      wakeUp_(descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
-    addToEpoll(epoll_, wakeUp_, EPOLLIN);
+CEventLoop::CEventLoop()
+    : epoll_(Descriptor(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
+      wakeUp_(Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
+    AddToEpoll(epoll_, wakeUp_, EPOLLIN);
 }
 
-EventLoop::~EventLoop() {
+CEventLoop::~CEventLoop() {
     stop();
     close(wakeUp_);
     close(epoll_);
 }
 
-void EventLoop::start() {
+void CEventLoop::start() {
     thread_ = std::thread([this] { run(); });
 }
 
-void EventLoop::stop() {
+void CEventLoop::stop() {
     stopping_ = true;
     wake();
     if (thread_.joinable())
         thread_.join();
 }
 
-void EventLoop::watch(int fd, uint32_t events, Task task) {
+void CEventLoop::watch(int fd, uint32_t events, Task task) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    addToEpoll(epoll_, fd, events);
+    AddToEpoll(epoll_, fd, events);
     tasks_[fd] = std::make_shared<Task>(std::move(task));
 }
 
-void EventLoop::unwatch(int fd) {
+void CEventLoop::unwatch(int fd) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (tasks_.erase(fd) != 0)
         epoll_ctl(epoll_, EPOLL_CTL_DEL, fd, nullptr);
 }
 
-EventLoop::TimerId EventLoop::after(std::chrono::milliseconds delay, Task task) {
+CEventLoop::TimerId CEventLoop::after(std::chrono::milliseconds delay, Task task) {
     TimerId timer = 0;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -76,7 +76,7 @@ EventLoop::TimerId EventLoop::after(std::chrono::milliseconds delay, Task task) 
     return timer;
 }
 
-void EventLoop::cancel(TimerId timer) {
+void CEventLoop::cancel(TimerId timer) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto due = due_.find(timer);
     if (due == due_.end())
@@ -85,7 +85,7 @@ void EventLoop::cancel(TimerId timer) {
     due_.erase(due);
 }
 
-void EventLoop::run() {
+void CEventLoop::run() {
     std::array<epoll_event, 64> events;
     for (;;) {
         const int count =
@@ -98,13 +98,13 @@ void EventLoop::run() {
     }
 }
 
-void EventLoop::wake() {
+void CEventLoop::wake() {
     const uint64_t one = 1;
     // A full counter wakes the loop as well, so nothing is lost when it cannot be raised further.
     [[maybe_unused]] const ssize_t written = write(wakeUp_, &one, sizeof one);
 }
 
-int EventLoop::millisecondsToWait() {
+int CEventLoop::millisecondsToWait() {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (timers_.empty())
         return -1;
@@ -113,8 +113,9 @@ int EventLoop::millisecondsToWait() {
     return static_cast<int>(std::max<int64_t>(0, std::min<int64_t>(milliseconds, 60'000)));
 }
 
-/// Those that are due now: a task that has itself run again at once must not keep the descriptors waiting.
-void EventLoop::runDueTimers() {
+// Only those that are due when it begins: a task that schedules itself again at once would otherwise keep the
+// loop from its descriptors.
+void CEventLoop::runDueTimers() {
     const Clock::time_point now = Clock::now();
     for (;;) {
         Task task;
@@ -130,7 +131,7 @@ void EventLoop::runDueTimers() {
     }
 }
 
-void EventLoop::runTaskOf(int fd) {
+void CEventLoop::runTaskOf(int fd) {
     if (fd == wakeUp_) {
         uint64_t count = 0;
         [[maybe_unused]] const ssize_t got = read(wakeUp_, &count, sizeof count);

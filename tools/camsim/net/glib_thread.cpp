@@ -10,7 +10,7 @@
 namespace camsim {
 namespace {
 
-int makeEventDescriptor() {
+int MakeEventDescriptor() {
     const int fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (fd < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");
@@ -19,24 +19,24 @@ int makeEventDescriptor() {
 
 } // namespace
 
-GlibThread::GlibThread() : context_(g_main_context_new()), wakeUp_(makeEventDescriptor()) {
+CGlibThread::CGlibThread() : context_(g_main_context_new()), wakeUp_(MakeEventDescriptor()) {
     GSource* source = g_unix_fd_source_new(wakeUp_, G_IO_IN);
-    g_source_set_callback(source, G_SOURCE_FUNC(&GlibThread::onWakeUp), this, nullptr);
+    g_source_set_callback(source, G_SOURCE_FUNC(&CGlibThread::onWakeUp), this, nullptr);
     g_source_attach(source, context_);
     g_source_unref(source);
 }
 
-GlibThread::~GlibThread() {
+CGlibThread::~CGlibThread() {
     stop([] {});
     g_main_context_unref(context_);
     close(wakeUp_);
 }
 
-void GlibThread::start() {
+void CGlibThread::start() {
     thread_ = std::thread([this] { run(); });
 }
 
-void GlibThread::stop(Task last) {
+void CGlibThread::stop(Task last) {
     if (!thread_.joinable())
         return;
     post([this, last = std::move(last)] {
@@ -46,7 +46,7 @@ void GlibThread::stop(Task last) {
     thread_.join();
 }
 
-void GlibThread::post(Task task) {
+void CGlibThread::post(Task task) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         tasks_.push_back(std::move(task));
@@ -56,21 +56,21 @@ void GlibThread::post(Task task) {
     [[maybe_unused]] const ssize_t written = write(wakeUp_, &one, sizeof one);
 }
 
-gboolean GlibThread::onWakeUp(gint fd, GIOCondition, gpointer self) {
+gboolean CGlibThread::onWakeUp(gint fd, GIOCondition, gpointer self) {
     uint64_t count = 0;
     [[maybe_unused]] const ssize_t got = read(fd, &count, sizeof count);
-    static_cast<GlibThread*>(self)->runTasks();
+    static_cast<CGlibThread*>(self)->runTasks();
     return G_SOURCE_CONTINUE;
 }
 
-void GlibThread::run() {
+void CGlibThread::run() {
     g_main_context_push_thread_default(context_);
     while (!stopping_)
         g_main_context_iteration(context_, TRUE);
     g_main_context_pop_thread_default(context_);
 }
 
-void GlibThread::runTasks() {
+void CGlibThread::runTasks() {
     std::vector<Task> tasks;
     {
         const std::lock_guard<std::mutex> lock(mutex_);

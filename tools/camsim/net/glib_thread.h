@@ -8,23 +8,23 @@
 
 namespace camsim {
 
-/// One thread that runs a GLib main context of its own, and tasks on it.
-class GlibThread {
+// One thread that runs a GLib main context of its own, and tasks on it.
+class CGlibThread {
 public:
     using Task = std::function<void()>;
 
-    /// Throws std::system_error when the system gives no descriptor.
-    GlibThread();
-    ~GlibThread();
-    GlibThread(const GlibThread&) = delete;
-    GlibThread& operator=(const GlibThread&) = delete;
+    // Throws std::system_error when the system gives no descriptor.
+    CGlibThread();
+    ~CGlibThread();
+    CGlibThread(const CGlibThread&) = delete;
+    CGlibThread& operator=(const CGlibThread&) = delete;
 
     void start();
-    /// Runs what has been posted, then `last`, and joins the thread; what is posted later never runs. May be
-    /// called twice, not on the thread itself.
+    // Runs what has been posted, then `last`, and joins the thread; what is posted later never runs. May be
+    // called twice, not on the thread itself.
     void stop(Task last);
 
-    /// Has the thread run `task`, after those posted before. Any thread.
+    // Has the thread run `task`, after those posted before. Any thread.
     void post(Task task);
 
     GMainContext* context() const { return context_; }

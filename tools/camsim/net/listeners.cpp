@@ -5,30 +5,30 @@
 namespace camsim {
 namespace {
 
-sockaddr_in addressOf(uint32_t camera, const sockaddr_in& first, AddressPlan plan) {
+sockaddr_in AddressOf(uint32_t camera, const sockaddr_in& first, AddressPlan plan) {
     if (plan == AddressPlan::ConsecutiveHosts)
-        return stepAddress(first, camera, 0);
-    return stepAddress(first, 0, first.sin_port == 0 ? 0 : camera);
+        return StepAddress(first, camera, 0);
+    return StepAddress(first, 0, first.sin_port == 0 ? 0 : camera);
 }
 
 } // namespace
 
-Notice outOfDescriptors("no file descriptor left for a connection, which waits, or for a stream, which is "
-                        "answered 503; raise the limit (ulimit -n)");
+CNotice outOfDescriptors("no file descriptor left for a connection, which waits, or for a stream, which is "
+                         "answered 503; raise the limit (ulimit -n)");
 
-std::vector<ListeningSocket> listenFrom(const sockaddr_in& first, AddressPlan plan, size_t cameras) {
-    std::vector<ListeningSocket> sockets;
+std::vector<CListeningSocket> ListenFrom(const sockaddr_in& first, AddressPlan plan, size_t cameras) {
+    std::vector<CListeningSocket> sockets;
     sockets.reserve(cameras);
     for (uint32_t i = 0; i < cameras; ++i)
-        sockets.emplace_back(addressOf(i, first, plan));
+        sockets.emplace_back(AddressOf(i, first, plan));
     return sockets;
 }
 
-Listeners::Listeners(const std::vector<std::unique_ptr<Camera>>& cameras,
-                     std::vector<ListeningSocket> sockets)
+CListeners::CListeners(const std::vector<std::unique_ptr<CCamera>>& cameras,
+                       std::vector<CListeningSocket> sockets)
     : cameras_(cameras), sockets_(std::move(sockets)) {}
 
-void Listeners::start(EventLoop& loop, Accepted accepted) {
+void CListeners::start(CEventLoop& loop, Accepted accepted) {
     loop_ = &loop;
     accepted_ = std::move(accepted);
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -36,27 +36,27 @@ void Listeners::start(EventLoop& loop, Accepted accepted) {
         watch(i);
 }
 
-sockaddr_in Listeners::socketAddress(size_t camera) const {
+sockaddr_in CListeners::socketAddress(size_t camera) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return sockets_[camera].address();
 }
 
-void Listeners::refuse(const Camera& camera) {
+void CListeners::refuse(const CCamera& camera) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ListeningSocket& socket = sockets_[camera.index()];
+    CListeningSocket& socket = sockets_[camera.index()];
     loop_->unwatch(socket.fd());
     socket.refuse();
 }
 
-void Listeners::resume(const Camera& camera) {
+void CListeners::resume(const CCamera& camera) {
     const std::lock_guard<std::mutex> lock(mutex_);
     sockets_[camera.index()].listen();
     watch(camera.index());
 }
 
-void Listeners::replace(const Camera& camera, ListeningSocket socket) {
+void CListeners::replace(const CCamera& camera, CListeningSocket socket) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ListeningSocket& current = sockets_[camera.index()];
+    CListeningSocket& current = sockets_[camera.index()];
     loop_->unwatch(current.fd());
     current = std::move(socket);
     if (camera.away)
@@ -65,28 +65,28 @@ void Listeners::replace(const Camera& camera, ListeningSocket socket) {
         watch(camera.index());
 }
 
-/// REQUIRES: mutex_ held.
-void Listeners::watch(size_t camera) {
+// The caller holds mutex_.
+void CListeners::watch(size_t camera) {
     loop_->watch(sockets_[camera].fd(), EPOLLIN, [this, camera] { accept(camera); });
 }
 
-int Listeners::descriptor(size_t camera) const {
+int CListeners::descriptor(size_t camera) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return sockets_[camera].fd();
 }
 
-void Listeners::accept(size_t camera) {
+void CListeners::accept(size_t camera) {
     const int listening = descriptor(camera); // closed by this thread alone, in replace()
     const auto take = [&](int fd, const sockaddr_in& peer) { accepted_(*cameras_[camera], fd, peer); };
-    if (!acceptAll(listening, take))
+    if (!AcceptAll(listening, take))
         pause(camera);
 }
 
-void Listeners::pause(size_t camera) {
+void CListeners::pause(size_t camera) {
     outOfDescriptors.say();
     const std::lock_guard<std::mutex> lock(mutex_);
     loop_->unwatch(sockets_[camera].fd());
-    loop_->after(descriptorPause, [this, camera] {
+    loop_->after(DescriptorPause, [this, camera] {
         const std::lock_guard<std::mutex> again(mutex_);
         if (!cameras_[camera]->away)
             watch(camera);

@@ -5,14 +5,14 @@
 namespace camsim {
 namespace {
 
-constexpr std::chrono::seconds pause{5};
+constexpr std::chrono::seconds Pause{5};
 
 } // namespace
 
-void Notice::say() {
+void CNotice::say() {
     const Clock::duration now = Clock::now().time_since_epoch();
     Clock::duration next = nextTime_;
-    if (now < next || !nextTime_.compare_exchange_strong(next, now + pause))
+    if (now < next || !nextTime_.compare_exchange_strong(next, now + Pause))
         return;
     std::cerr << "camsim: " + text_ + "\n";
 }

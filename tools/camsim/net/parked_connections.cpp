@@ -6,14 +6,14 @@
 
 namespace camsim {
 
-bool ParkedConnections::park(MHD_Connection* connection, int fd,
-                             std::optional<std::chrono::milliseconds> duration, Outcome* outcome) {
+bool CParkedConnections::park(MHD_Connection* connection, int fd,
+                              std::optional<std::chrono::milliseconds> duration, Outcome* outcome) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (released_)
         return false;
     const uint64_t turn = ++lastTurn_;
     MHD_suspend_connection(connection);
-    Parked& parked = parked_[connection];
+    SParked& parked = parked_[connection];
     parked = {fd, outcome, turn, std::nullopt};
     if (duration)
         parked.timer = loop_.after(*duration, [=] { wakeUp(connection, turn, Outcome::TimePassed); });
@@ -21,7 +21,7 @@ bool ParkedConnections::park(MHD_Connection* connection, int fd,
     return true;
 }
 
-void ParkedConnections::wake(const std::vector<MHD_Connection*>& connections) {
+void CParkedConnections::wake(const std::vector<MHD_Connection*>& connections) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         for (MHD_Connection* connection : connections) {
@@ -33,28 +33,28 @@ void ParkedConnections::wake(const std::vector<MHD_Connection*>& connections) {
     resumed_();
 }
 
-void ParkedConnections::release() {
+void CParkedConnections::release() {
     const std::lock_guard<std::mutex> lock(mutex_);
     released_ = true;
     while (!parked_.empty())
         resume(parked_.begin(), Outcome::Stopped);
 }
 
-void ParkedConnections::wakeUp(MHD_Connection* connection, uint64_t turn, Outcome outcome) {
+void CParkedConnections::wakeUp(MHD_Connection* connection, uint64_t turn, Outcome outcome) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto parked = parked_.find(connection);
         if (parked == parked_.end() || parked->second.turn != turn)
             return;
-        // A hang-up that was noticed on an earlier use of the descriptor must not end the present one.
-        if (outcome == Outcome::HungUp && !peerHasClosed(parked->second.fd))
+        // The descriptor may have been closed and used anew since the hang-up was noticed, so it is checked.
+        if (outcome == Outcome::HungUp && !PeerHasClosed(parked->second.fd))
             return;
         resume(parked, outcome);
     }
     resumed_();
 }
 
-void ParkedConnections::resume(std::map<MHD_Connection*, Parked>::iterator parked, Outcome outcome) {
+void CParkedConnections::resume(std::map<MHD_Connection*, SParked>::iterator parked, Outcome outcome) {
     MHD_Connection* const connection = parked->first;
     loop_.unwatch(parked->second.fd);
     if (parked->second.timer)

@@ -7,14 +7,14 @@
 namespace camsim {
 namespace {
 
-/// The pictures of one stream on their way from the source.
-struct Development {
-    Picture picture;
-    std::optional<GstVideoInfo> form; ///< of the frames, once one has come
+// The pictures of one stream on their way from the source.
+struct SDevelopment {
+    CPicture picture;
+    std::optional<GstVideoInfo> form; // of the frames, once one has come
 };
 
-GstPadProbeReturn develop(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
-    auto& development = *static_cast<Development*>(user);
+GstPadProbeReturn Develop(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
+    auto& development = *static_cast<SDevelopment*>(user);
     if (!development.form) {
         GstCaps* caps = gst_pad_get_current_caps(pad);
         development.form.emplace();
@@ -33,12 +33,12 @@ GstPadProbeReturn develop(GstPad* pad, GstPadProbeInfo* info, gpointer user) {
 
 } // namespace
 
-void developPictures(GstElement* source, GstElement* balance, const Camera& camera, int input) {
+void DevelopPictures(GstElement* source, GstElement* balance, const CCamera& camera, int input) {
     GstPad* pad = gst_element_get_static_pad(source, "src");
     // The bin holds the balance as long as the pad that is probed.
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, develop,
-                      new Development{Picture(camera, input, balance), std::nullopt},
-                      [](gpointer development) { delete static_cast<Development*>(development); });
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, Develop,
+                      new SDevelopment{CPicture(camera, input, balance), std::nullopt},
+                      [](gpointer development) { delete static_cast<SDevelopment*>(development); });
     gst_object_unref(pad);
 }
 

@@ -6,8 +6,8 @@
 
 namespace camsim {
 
-/// Makes of every frame that leaves `source` (I420, at its pad "src") what the camera sees with this video
-/// input, from 0. `balance` is the videobalance behind it, in the same bin. The camera must outlive both.
-void developPictures(GstElement* source, GstElement* balance, const Camera& camera, int input);
+// Makes of every frame that leaves `source` (I420, at its pad "src") what the camera sees with this video
+// input, from 0. `balance` is the videobalance behind it, in the same bin. The camera must outlive both.
+void DevelopPictures(GstElement* source, GstElement* balance, const CCamera& camera, int input);
 
 } // namespace camsim

@@ -9,80 +9,80 @@
 namespace camsim {
 namespace {
 
-/// Of one camera: two who take picture and sound apart. Each takes up to 25 MB and seven threads, more with
-/// larger pictures.
-constexpr int64_t mostStreams = 4;
-Notice tooManyStreams("RTSP: a camera makes as many streams as it may (" + std::to_string(mostStreams) +
-                      "): more are answered 503");
+// Of one camera: two who take picture and sound apart. Each takes up to 25 MB and seven threads, more with
+// larger pictures.
+constexpr int64_t MostStreams = 4;
+CNotice tooManyStreams("RTSP: a camera makes as many streams as it may (" + std::to_string(MostStreams) +
+                       "): more are answered 503");
 
-struct StreamSource {
-    Camera& camera;
-    const VideoStream stream;
+struct SStreamSource {
+    CCamera& camera;
+    const SVideoStream stream;
 };
 
-/// A media that cannot be prepared. Its client is answered 503; the client of none would be 404.
-struct RefusedMedia {
+// A media that cannot be prepared, so that its client is answered 503. Without any media it would be 404.
+struct SRefusedMedia {
     GstRTSPMedia parent;
 };
 
-struct RefusedMediaClass {
+struct SRefusedMediaClass {
     GstRTSPMediaClass parent;
 };
 
-G_DEFINE_TYPE(RefusedMedia, refused_media, GST_TYPE_RTSP_MEDIA)
+G_DEFINE_TYPE(SRefusedMedia, refused_media, GST_TYPE_RTSP_MEDIA)
 
-void refused_media_class_init(RefusedMediaClass* type) {
+void refused_media_class_init(SRefusedMediaClass* type) {
     type->parent.prepare = [](GstRTSPMedia*, GstRTSPThread*) -> gboolean { return FALSE; };
 }
 
-void refused_media_init(RefusedMedia*) {}
+void refused_media_init(SRefusedMedia*) {}
 
-/// What a media was made for, as long as there is its pipeline.
-struct MediaOrigin {
-    MediaOrigin(const StreamSource& source, const StreamProfile& made)
+// What a media was made for. Lives as long as the media's pipeline, and counts it.
+struct SMediaOrigin {
+    SMediaOrigin(const SStreamSource& source, const SStreamProfile& made)
         : camera(source.camera), stream(source.stream), profile(made) {
         ++camera.counters.streams;
     }
-    ~MediaOrigin() { --camera.counters.streams; }
-    MediaOrigin(const MediaOrigin&) = delete;
-    MediaOrigin& operator=(const MediaOrigin&) = delete;
+    ~SMediaOrigin() { --camera.counters.streams; }
+    SMediaOrigin(const SMediaOrigin&) = delete;
+    SMediaOrigin& operator=(const SMediaOrigin&) = delete;
 
-    Camera& camera;
-    const VideoStream stream;
-    const StreamProfile profile;
+    CCamera& camera;
+    const SVideoStream stream;
+    const SStreamProfile profile;
 };
 
-constexpr const char* originKey = "camsim-origin";
-constexpr const char* silenceKey = "camsim-silence";
+constexpr const char* OriginKey = "camsim-origin";
+constexpr const char* SilenceKey = "camsim-silence";
 
-struct VideoFactory {
+struct SVideoFactory {
     GstRTSPMediaFactory parent;
-    const StreamSource* source;
+    const SStreamSource* source;
 };
 
-struct VideoFactoryClass {
+struct SVideoFactoryClass {
     GstRTSPMediaFactoryClass parent;
 };
 
-G_DEFINE_TYPE(VideoFactory, video_factory, GST_TYPE_RTSP_MEDIA_FACTORY)
+G_DEFINE_TYPE(SVideoFactory, video_factory, GST_TYPE_RTSP_MEDIA_FACTORY)
 
-const StreamSource& sourceOf(GstRTSPMediaFactory* factory) {
-    return *reinterpret_cast<VideoFactory*>(factory)->source;
+const SStreamSource& SourceOf(GstRTSPMediaFactory* factory) {
+    return *reinterpret_cast<SVideoFactory*>(factory)->source;
 }
 
-bool silenceIsAsked() {
+bool SilenceIsAsked() {
     const GstRTSPContext* context = gst_rtsp_context_get_current();
     return context != nullptr && context->client != nullptr &&
-           g_object_get_data(G_OBJECT(context->client), silenceKey) != nullptr;
+           g_object_get_data(G_OBJECT(context->client), SilenceKey) != nullptr;
 }
 
-/// JPEG has a payload type of its own.
-const char* payloadType(VideoCodec codec) {
+// JPEG has a payload type of its own.
+const char* PayloadType(VideoCodec codec) {
     return codec == VideoCodec::Mjpeg ? "26" : "96";
 }
 
-/// Small and quick rather than good: many cameras share a machine.
-std::string encoder(const StreamProfile& profile) {
+// Small and quick rather than good: many cameras share a machine.
+std::string Encoder(const SStreamProfile& profile) {
     const std::string kilobits = std::to_string(profile.kilobitsPerSecond);
     const std::string interval = std::to_string(profile.framesPerKeyFrame);
     switch (profile.codec) {
@@ -99,51 +99,51 @@ std::string encoder(const StreamProfile& profile) {
     return "jpegenc quality=" + std::to_string(profile.jpegPercent) + " ! rtpjpegpay";
 }
 
-std::string rawVideo(const StreamProfile& profile) {
+std::string RawVideo(const SStreamProfile& profile) {
     return "video/x-raw,format=I420,width=" + std::to_string(profile.width) +
            ",height=" + std::to_string(profile.height) +
            ",framerate=" + std::to_string(profile.rate.numerator) + "/" +
            std::to_string(profile.rate.denominator);
 }
 
-std::string video(const StreamProfile& profile) {
-    return "videotestsrc name=blank is-live=true pattern=black ! " + rawVideo(profile) +
+std::string Video(const SStreamProfile& profile) {
+    return "videotestsrc name=blank is-live=true pattern=black ! " + RawVideo(profile) +
            " ! videobalance name=balance"
            " ! textoverlay name=caption valignment=top halignment=left shaded-background=true"
            " ! clockoverlay valignment=bottom halignment=right shaded-background=true"
            " time-format=\"%Y-%m-%d %H:%M:%S\" ! " +
-           encoder(profile) + " name=pay0 pt=" + std::string(payloadType(profile.codec));
+           Encoder(profile) + " name=pay0 pt=" + std::string(PayloadType(profile.codec));
 }
 
-/// A quiet beep each second, in packets of 20 ms, whose codewords begin at the least significant bit as
-/// "G726-32" says. The encoder takes up to 4096 samples at once: were they made when they are due, a client's
-/// first packet would have to wait for the last of them. At this pitch nothing is left of the tone when a
-/// player takes the codewords in the other order; a lower one would only sound rough.
-std::string audio(const StreamProfile& profile, const char* payloader) {
+// A quiet beep each second, in packets of 20 ms, whose codewords begin at the least significant bit as
+// "G726-32" says. The encoder takes up to 4096 samples at once: were they made when they are due, a client's
+// first packet would have to wait for the last of them. At this pitch nothing is left of the tone when a
+// player takes the codewords in the other order; a lower one would only sound rough.
+std::string Audio(const SStreamProfile& profile, const char* payloader) {
     return " audiotestsrc is-live=true wave=ticks freq=1760 sine-periods-per-tick=176 volume=0.2"
            " samplesperbuffer=4096 ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! avenc_g726 bitrate=" +
            std::to_string(profile.audioKilobits) +
            "000 ! rtpg726pay force-aal2=false pt=97 max-ptime=20000000 name=" + payloader;
 }
 
-std::string pipeline(const StreamProfile& profile) {
+std::string Pipeline(const SStreamProfile& profile) {
     const bool seen = profile.codec != VideoCodec::None;
-    std::string text = "( " + (seen ? video(profile) : "");
+    std::string text = "( " + (seen ? Video(profile) : "");
     if (profile.audioKilobits > 0)
-        text += audio(profile, seen ? "pay1" : "pay0");
+        text += Audio(profile, seen ? "pay1" : "pay0");
     return text + " )";
 }
 
-void developPicturesOf(GstElement* bin, const StreamSource& source) {
+void DevelopPicturesOf(GstElement* bin, const SStreamSource& source) {
     GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
     GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
-    developPictures(blank, balance, source.camera, source.stream.input);
+    DevelopPictures(blank, balance, source.camera, source.stream.input);
     gst_object_unref(balance);
     gst_object_unref(blank);
 }
 
-/// The overlay reads Pango markup, so what the camera is called must not be taken for any.
-void setCaption(GstElement* bin, const std::string& title, const std::string& description) {
+// The overlay reads Pango markup, so what the camera is called must not be taken for any.
+void SetCaption(GstElement* bin, const std::string& title, const std::string& description) {
     gchar* valid = g_utf8_make_valid(title.data(), static_cast<gssize>(title.size()));
     gchar* escaped = g_markup_escape_text(valid, -1);
     const std::string caption = std::string(escaped) + "\n" + description;
@@ -154,7 +154,7 @@ void setCaption(GstElement* bin, const std::string& title, const std::string& de
     g_free(valid);
 }
 
-GstPadProbeReturn noteTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
+GstPadProbeReturn NoteTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
     GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
     const GstSegment* segment = nullptr;
     gst_event_parse_segment(event, &segment);
@@ -164,7 +164,7 @@ GstPadProbeReturn noteTime(GstPad* pad, GstPadProbeInfo* info, gpointer running)
     return GST_PAD_PROBE_OK;
 }
 
-GstPadProbeReturn setTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
+GstPadProbeReturn SetTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) {
     GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
     const GstSegment* segment = nullptr;
     gst_event_parse_segment(event, &segment);
@@ -177,9 +177,9 @@ GstPadProbeReturn setTime(GstPad* pad, GstPadProbeInfo* info, gpointer running) 
     return GST_PAD_PROBE_OK;
 }
 
-/// The MPEG-4 encoder of libav 5.1 under GStreamer 1.22 gives out frames without a time. It encodes each
-/// frame at once and in order, so the time of a frame that comes out is that of the one that went in last.
-void restoreTimes(GstElement* bin) {
+// The MPEG-4 encoder of libav 5.1 under GStreamer 1.22 gives out frames without a time. It encodes each
+// frame at once and in order, so the time of a frame that comes out is that of the one that went in last.
+void RestoreTimes(GstElement* bin) {
     GstElement* encoder = gst_bin_get_by_name(GST_BIN(bin), "untimed");
     if (encoder == nullptr)
         return;
@@ -187,26 +187,26 @@ void restoreTimes(GstElement* bin) {
     GstPad* out = gst_element_get_static_pad(encoder, "src");
     auto* running = g_new0(GstClockTime, 1); // used by the encoder's streaming thread alone
     g_object_set_data_full(G_OBJECT(bin), "camsim-time", running, g_free);
-    gst_pad_add_probe(in, GST_PAD_PROBE_TYPE_BUFFER, noteTime, running, nullptr);
-    gst_pad_add_probe(out, GST_PAD_PROBE_TYPE_BUFFER, setTime, running, nullptr);
+    gst_pad_add_probe(in, GST_PAD_PROBE_TYPE_BUFFER, NoteTime, running, nullptr);
+    gst_pad_add_probe(out, GST_PAD_PROBE_TYPE_BUFFER, SetTime, running, nullptr);
     gst_object_unref(out);
     gst_object_unref(in);
     gst_object_unref(encoder);
 }
 
-bool hasRoomForAStream(const Camera& camera) {
-    const bool tooMany = camera.counters.streams >= mostStreams;
-    if (!tooMany && hasDescriptorsForAStream())
+bool HasRoomForAStream(const CCamera& camera) {
+    const bool tooMany = camera.counters.streams >= MostStreams;
+    if (!tooMany && HasDescriptorsForAStream())
         return true;
     (tooMany ? tooManyStreams : outOfDescriptors).say();
     return false;
 }
 
-GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
-    const StreamSource& source = sourceOf(factory);
-    const StreamProfile profile = streamProfile(source.camera, source.stream);
+GstElement* CreateElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
+    const SStreamSource& source = SourceOf(factory);
+    const SStreamProfile profile = StreamProfile(source.camera, source.stream);
     GError* error = nullptr;
-    GstElement* bin = gst_parse_launch_full(pipeline(profile).c_str(), nullptr,
+    GstElement* bin = gst_parse_launch_full(Pipeline(profile).c_str(), nullptr,
                                             static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
     if (bin == nullptr) {
         std::fprintf(stderr, "camsim: no stream: %s\n", error->message);
@@ -214,32 +214,32 @@ GstElement* createElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
         return nullptr;
     }
     if (profile.codec != VideoCodec::None) {
-        setCaption(bin, inputTitle(source.camera, source.stream.input), describeProfile(profile));
-        developPicturesOf(bin, source);
+        SetCaption(bin, InputTitle(source.camera, source.stream.input), DescribeProfile(profile));
+        DevelopPicturesOf(bin, source);
     }
-    restoreTimes(bin);
-    g_object_set_data_full(G_OBJECT(bin), originKey, new MediaOrigin(source, profile),
-                           [](gpointer origin) { delete static_cast<MediaOrigin*>(origin); });
+    RestoreTimes(bin);
+    g_object_set_data_full(G_OBJECT(bin), OriginKey, new SMediaOrigin(source, profile),
+                           [](gpointer origin) { delete static_cast<SMediaOrigin*>(origin); });
     return bin;
 }
 
-GstPadProbeReturn dropData(GstPad*, GstPadProbeInfo*, gpointer) {
+GstPadProbeReturn DropData(GstPad*, GstPadProbeInfo*, gpointer) {
     return GST_PAD_PROBE_DROP;
 }
 
-void dropDataOf(GstElement* element, const char* padName) {
+void DropDataOf(GstElement* element, const char* padName) {
     GstPad* pad = gst_element_get_static_pad(element, padName);
     if (pad == nullptr)
         return;
     gst_pad_add_probe(
         pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
-        dropData, nullptr, nullptr);
+        DropData, nullptr, nullptr);
     gst_object_unref(pad);
 }
 
-/// The pipeline must have data to be prepared; what is dropped is what leaves the RTP session after that. The
-/// pads are still blocked, and the first data meets this probe when they no longer are.
-void silence(GstRTSPMedia* media, gpointer) {
+// The pipeline must have data to be prepared; what is dropped is what leaves the RTP session after that. The
+// pads are still blocked, and the first data meets this probe when they no longer are.
+void Silence(GstRTSPMedia* media, gpointer) {
     GstElement* bin = gst_rtsp_media_get_element(media);
     GstObject* pipeline = gst_object_get_parent(GST_OBJECT(bin));
     GValue item = G_VALUE_INIT;
@@ -247,7 +247,7 @@ void silence(GstRTSPMedia* media, gpointer) {
     while (gst_iterator_next(elements, &item) == GST_ITERATOR_OK) {
         auto* element = GST_ELEMENT(g_value_get_object(&item));
         for (const char* name : {"send_rtp_src_0", "send_rtp_src_1"})
-            dropDataOf(element, name);
+            DropDataOf(element, name);
         g_value_reset(&item);
     }
     g_value_unset(&item);
@@ -256,70 +256,70 @@ void silence(GstRTSPMedia* media, gpointer) {
     gst_object_unref(bin);
 }
 
-/// What is made is sent when it is due. With the latency of its source the first frame, which prepares the
-/// pipeline, would be ahead of all others.
-GstElement* createPipeline(GstRTSPMediaFactory*, GstRTSPMedia* media) {
+// What is made is sent when it is due. With the latency of its source the first frame, which prepares the
+// pipeline, would be ahead of all others.
+GstElement* CreatePipeline(GstRTSPMediaFactory*, GstRTSPMedia* media) {
     GstElement* pipeline = gst_pipeline_new(nullptr);
     gst_pipeline_set_latency(GST_PIPELINE(pipeline), 0);
     gst_rtsp_media_take_pipeline(media, GST_PIPELINE(pipeline));
     return pipeline;
 }
 
-void configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
+void Configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
     GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->configure(factory, media);
-    if (silenceIsAsked())
-        g_signal_connect(media, "prepared", G_CALLBACK(silence), nullptr);
+    if (SilenceIsAsked())
+        g_signal_connect(media, "prepared", G_CALLBACK(Silence), nullptr);
 }
 
-GstRTSPMedia* construct(GstRTSPMediaFactory* factory, const GstRTSPUrl* url) {
-    if (hasRoomForAStream(sourceOf(factory).camera))
+GstRTSPMedia* Construct(GstRTSPMediaFactory* factory, const GstRTSPUrl* url) {
+    if (HasRoomForAStream(SourceOf(factory).camera))
         return GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->construct(factory, url);
     GObject* media =
         G_OBJECT(g_object_new(refused_media_get_type(), "element", gst_bin_new(nullptr), nullptr));
     return GST_RTSP_MEDIA(media);
 }
 
-void finalize(GObject* object) {
-    delete reinterpret_cast<VideoFactory*>(object)->source;
+void Finalize(GObject* object) {
+    delete reinterpret_cast<SVideoFactory*>(object)->source;
     G_OBJECT_CLASS(video_factory_parent_class)->finalize(object);
 }
 
-void video_factory_class_init(VideoFactoryClass* type) {
-    G_OBJECT_CLASS(type)->finalize = finalize;
-    type->parent.construct = construct;
-    type->parent.create_element = createElement;
-    type->parent.create_pipeline = createPipeline;
-    type->parent.configure = configure;
+void video_factory_class_init(SVideoFactoryClass* type) {
+    G_OBJECT_CLASS(type)->finalize = Finalize;
+    type->parent.construct = Construct;
+    type->parent.create_element = CreateElement;
+    type->parent.create_pipeline = CreatePipeline;
+    type->parent.configure = Configure;
 }
 
-void video_factory_init(VideoFactory*) {}
+void video_factory_init(SVideoFactory*) {}
 
 } // namespace
 
-GstRTSPMediaFactory* newMediaFactory(Camera& camera, VideoStream stream, const char* role) {
-    auto* factory = static_cast<VideoFactory*>(g_object_new(video_factory_get_type(), nullptr));
-    factory->source = new StreamSource{camera, std::move(stream)};
+GstRTSPMediaFactory* NewMediaFactory(CCamera& camera, SVideoStream stream, const char* role) {
+    auto* factory = static_cast<SVideoFactory*>(g_object_new(video_factory_get_type(), nullptr));
+    factory->source = new SStreamSource{camera, std::move(stream)};
     GstRTSPMediaFactory* base = &factory->parent;
     gst_rtsp_media_factory_add_role(base, role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN, TRUE,
                                     GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE, nullptr);
     return base;
 }
 
-const VideoStream& streamOf(GstRTSPMediaFactory* factory) {
-    return sourceOf(factory).stream;
+const SVideoStream& StreamOf(GstRTSPMediaFactory* factory) {
+    return SourceOf(factory).stream;
 }
 
-bool isCurrent(const Camera& camera, GstRTSPMedia* media) {
+bool IsCurrent(const CCamera& camera, GstRTSPMedia* media) {
     GstElement* bin = gst_rtsp_media_get_element(media);
-    const auto* origin = static_cast<const MediaOrigin*>(g_object_get_data(G_OBJECT(bin), originKey));
+    const auto* origin = static_cast<const SMediaOrigin*>(g_object_get_data(G_OBJECT(bin), OriginKey));
     const bool current =
-        isServed(camera, origin->stream) && streamProfile(camera, origin->stream) == origin->profile;
+        IsServed(camera, origin->stream) && StreamProfile(camera, origin->stream) == origin->profile;
     gst_object_unref(bin);
     return current;
 }
 
-void serveSilently(GstRTSPClient* client, bool silent) {
-    g_object_set_data(G_OBJECT(client), silenceKey, GINT_TO_POINTER(silent));
+void ServeSilently(GstRTSPClient* client, bool silent) {
+    g_object_set_data(G_OBJECT(client), SilenceKey, GINT_TO_POINTER(silent));
 }
 
 } // namespace camsim

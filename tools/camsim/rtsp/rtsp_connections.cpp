@@ -11,11 +11,11 @@
 namespace camsim {
 namespace {
 
-constexpr std::chrono::milliseconds lookPeriod{500};
-/// Requests and reports on what was received are some kilobytes at most. GStreamer takes some hundred.
-constexpr uint64_t mostPerLook = 16 * 1024;
+constexpr std::chrono::milliseconds LookPeriod{500};
+// Requests and reports on what was received are some kilobytes at most. GStreamer takes some hundred.
+constexpr uint64_t MostPerLook = 16 * 1024;
 
-uint64_t bytesReceived(int fd) {
+uint64_t BytesReceived(int fd) {
     tcp_info info{};
     socklen_t size = sizeof info;
     getsockopt(fd, IPPROTO_TCP, TCP_INFO, &info, &size);
@@ -24,11 +24,11 @@ uint64_t bytesReceived(int fd) {
 
 } // namespace
 
-void RtspConnections::start(EventLoop& loop) {
-    loop.after(lookPeriod, [this, &loop] { endFlooding(loop); });
+void CRtspConnections::start(CEventLoop& loop) {
+    loop.after(LookPeriod, [this, &loop] { endFlooding(loop); });
 }
 
-RtspConnections::Place RtspConnections::add(int fd) {
+CRtspConnections::Place CRtspConnections::add(int fd) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const int second = connections_.size() < most_ ? fcntl(fd, F_DUPFD_CLOEXEC, 0) : -1;
     if (second < 0)
@@ -42,22 +42,22 @@ RtspConnections::Place RtspConnections::add(int fd) {
     return Place(this, remove);
 }
 
-size_t RtspConnections::size() const {
+size_t CRtspConnections::size() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return connections_.size();
 }
 
-void RtspConnections::endFlooding(EventLoop& loop) {
+void CRtspConnections::endFlooding(CEventLoop& loop) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        for (Connection& connection : connections_) {
-            const uint64_t received = bytesReceived(connection.fd);
-            if (received - connection.received > mostPerLook)
-                resetSocket(connection.fd); // what it has sent is not read to its end first
+        for (SConnection& connection : connections_) {
+            const uint64_t received = BytesReceived(connection.fd);
+            if (received - connection.received > MostPerLook)
+                ResetSocket(connection.fd); // what it has sent is not read to its end first
             connection.received = received;
         }
     }
-    loop.after(lookPeriod, [this, &loop] { endFlooding(loop); });
+    loop.after(LookPeriod, [this, &loop] { endFlooding(loop); });
 }
 
 } // namespace camsim

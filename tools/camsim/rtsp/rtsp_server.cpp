@@ -5,16 +5,16 @@
 namespace camsim {
 namespace {
 
-/// Connections that are to make room for others and are not gone yet.
-constexpr size_t mostLeaving = 16;
+// Connections beyond the limit that may exist: those that were ended to make room and are not closed yet.
+constexpr size_t MostLeaving = 16;
 
-GstRTSPAuth* makeAuth(const RtspCredentials& credentials) {
+GstRTSPAuth* MakeAuth(const SRtspCredentials& credentials) {
     if (credentials.scheme == AuthScheme::None)
         return nullptr;
     GstRTSPAuth* auth = gst_rtsp_auth_new();
-    gst_rtsp_auth_set_realm(auth, authenticationRealm);
+    gst_rtsp_auth_set_realm(auth, AuthenticationRealm);
     GstRTSPToken* viewer =
-        gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, RtspService::role, nullptr);
+        gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, CRtspService::Role, nullptr);
     if (credentials.scheme == AuthScheme::Basic) {
         gchar* basic = gst_rtsp_auth_make_basic(credentials.user.c_str(), credentials.password.c_str());
         gst_rtsp_auth_add_basic(auth, basic, viewer);
@@ -29,36 +29,37 @@ GstRTSPAuth* makeAuth(const RtspCredentials& credentials) {
 
 } // namespace
 
-RtspServer::RtspServer(Parts parts, RtspCredentials credentials, const RtspPortPlan& ports, Limits limits)
+CRtspServer::CRtspServer(SParts parts, SRtspCredentials credentials, const SRtspPortPlan& ports,
+                         SLimits limits)
     : parts_(parts),
       lookIsDue_(new std::atomic<bool>[parts.cameras.size()]()),
       credentials_(std::move(credentials)),
       limits_(limits),
       full_("RTSP: as many connections are open as may be (" + std::to_string(limits.connections) +
             "): those without a session are ended for others, or others turned away"),
-      connections_(limits.connections + std::min(limits.connections, mostLeaving)),
+      connections_(limits.connections + std::min(limits.connections, MostLeaving)),
       ports_(parts.cameras, parts.http, ports),
       services_(parts.cameras.size()) {
     for (const auto& camera : parts_.cameras)
         camera->onChange([this, &camera = *camera] { settingsChanged(camera); });
 }
 
-RtspServer::~RtspServer() {
+CRtspServer::~CRtspServer() {
     stop();
 }
 
-void RtspServer::start() {
+void CRtspServer::start() {
     thread_.start();
     connections_.start(parts_.loop);
     ports_.start(parts_.loop,
-                 [this](Camera& camera, int fd, const sockaddr_in& peer) { accepted(camera, fd, peer); });
+                 [this](CCamera& camera, int fd, const sockaddr_in& peer) { accepted(camera, fd, peer); });
 }
 
-void RtspServer::stop() {
+void CRtspServer::stop() {
     thread_.stop([this] { closeAll(); });
 }
 
-void RtspServer::refuse(Camera& camera) {
+void CRtspServer::refuse(CCamera& camera) {
     ports_.refuse(camera);
     thread_.post([this, &camera] {
         if (const auto& service = services_[camera.index()])
@@ -66,14 +67,14 @@ void RtspServer::refuse(Camera& camera) {
     });
 }
 
-void RtspServer::resume(Camera& camera) {
+void CRtspServer::resume(CCamera& camera) {
     ports_.resume(camera);
 }
 
-void RtspServer::settingsChanged(Camera& camera) {
+void CRtspServer::settingsChanged(CCamera& camera) {
     ports_.settingsChanged(camera);
     if (camera.counters.rtspClients == 0)
-        return; // who comes later finds the new settings
+        return; // whoever connects later gets the new settings anyway
     if (lookIsDue_[camera.index()].exchange(true))
         return;
     thread_.post([this, &camera] {
@@ -83,8 +84,8 @@ void RtspServer::settingsChanged(Camera& camera) {
     });
 }
 
-void RtspServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
-    const RtspConnections::Place place = connections_.add(fd);
+void CRtspServer::accepted(CCamera& camera, int fd, const sockaddr_in& peer) {
+    const CRtspConnections::Place place = connections_.add(fd);
     if (!place) {
         full_.say();
         close(fd);
@@ -93,32 +94,32 @@ void RtspServer::accepted(Camera& camera, int fd, const sockaddr_in& peer) {
     thread_.post([this, &camera, fd, peer, place] { serve(camera, fd, peer, place); });
 }
 
-void RtspServer::serve(Camera& camera, int fd, const sockaddr_in& peer, RtspConnections::Place place) {
-    // Looked at behind the task that closes the clients of a camera which goes away: a connection is either
-    // closed by that or seen here.
+void CRtspServer::serve(CCamera& camera, int fd, const sockaddr_in& peer, CRtspConnections::Place place) {
+    // Checked on this thread. A camera that goes away sets this flag and then has this thread close its
+    // clients, so each connection is caught by the one or the other.
     if (camera.away) {
         close(fd);
         return;
     }
     if (!gstreamerIsReady_) {
         gst_init(nullptr, nullptr);
-        auth_ = makeAuth(credentials_);
+        auth_ = MakeAuth(credentials_);
         gstreamerIsReady_ = true;
     }
-    std::unique_ptr<RtspService>& service = services_[camera.index()];
+    std::unique_ptr<CRtspService>& service = services_[camera.index()];
     if (!service)
         service =
-            std::make_unique<RtspService>(camera, parts_.faults, auth_, limits_.times, thread_.context());
+            std::make_unique<CRtspService>(camera, parts_.faults, auth_, limits_.times, thread_.context());
     service->serve(fd, peer, std::move(place));
     makeRoom();
 }
 
-/// Ends the connection that has been without a session for longest when there are more than may be.
-void RtspServer::makeRoom() {
+// Ends the connection that has been without a session for longest when there are more than may be.
+void CRtspServer::makeRoom() {
     if (connections_.size() <= limits_.connections)
         return;
     full_.say();
-    RtspService* idlest = nullptr;
+    CRtspService* idlest = nullptr;
     for (const auto& service : services_)
         if (service && (idlest == nullptr || service->idleSince() < idlest->idleSince()))
             idlest = service.get();
@@ -126,13 +127,13 @@ void RtspServer::makeRoom() {
         idlest->endIdlest();
 }
 
-void RtspServer::closeAll() {
+void CRtspServer::closeAll() {
     services_.clear();
     if (!gstreamerIsReady_)
         return;
     g_clear_object(&auth_);
     while (g_main_context_iteration(thread_.context(), FALSE)) {
-        // what the connections still have to do before they are gone
+        // closed connections release what they hold in callbacks on this context
     }
     gst_rtsp_thread_pool_cleanup();
 }

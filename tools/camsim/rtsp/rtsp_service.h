@@ -12,37 +12,37 @@
 
 namespace camsim {
 
-/// One camera's RTSP. A connection that has no session for too long is ended. Everything runs on the thread
-/// whose main context `context` is.
-class RtspService {
+// One camera's RTSP. A connection that has no session for too long is ended. Everything runs on the thread
+// whose main context `context` is.
+class CRtspService {
 public:
-    /// `auth`: who may have the streams; null: everyone. Not owned, like the rest.
-    RtspService(Camera& camera, FaultList& faults, GstRTSPAuth* auth, const ConnectionTimes& times,
-                GMainContext* context);
-    /// Closes every connection and ends every stream.
-    ~RtspService();
-    RtspService(const RtspService&) = delete;
-    RtspService& operator=(const RtspService&) = delete;
+    // `auth`: who may have the streams; null: everyone. Not owned, like the rest.
+    CRtspService(CCamera& camera, CFaultList& faults, GstRTSPAuth* auth, const SConnectionTimes& times,
+                 GMainContext* context);
+    // Closes every connection and ends every stream.
+    ~CRtspService();
+    CRtspService(const CRtspService&) = delete;
+    CRtspService& operator=(const CRtspService&) = delete;
 
-    /// Serves an accepted connection, whose descriptor it takes over. To be called from a source of the
-    /// context.
-    void serve(int fd, const sockaddr_in& peer, RtspConnections::Place place);
+    // Serves an accepted connection, whose descriptor it takes over. To be called from a source of the
+    // context.
+    void serve(int fd, const sockaddr_in& peer, CRtspConnections::Place place);
 
     using Clock = std::chrono::steady_clock;
-    /// Since when the connection that has been without a session for longest has; max() when all have one.
+    // Since when the connection that has been without a session for longest has; max() when all have one.
     Clock::time_point idleSince() const;
-    /// Ends that connection; false when there is none.
+    // Ends that connection; false when there is none.
     bool endIdlest();
 
     void closeClients();
-    /// Closes the connections of those clients whose stream is no longer what the settings say.
+    // Closes the connections of those clients whose stream is no longer what the settings say.
     void closeOutdatedClients();
 
-    /// The role under which clients may use the streams.
-    static constexpr const char* role = "viewer";
+    // The role under which clients may use the streams.
+    static constexpr const char* Role = "viewer";
 
 private:
-    struct ClientState;
+    struct SClientState;
 
     static void endClient(GstRTSPClient* client);
     static GstRTSPFilterResult closeClient(GstRTSPServer*, GstRTSPClient* client, gpointer);
@@ -56,13 +56,13 @@ private:
     bool isOutdated(GstRTSPClient* client) const;
     GstRTSPClient* idlest() const;
 
-    Camera& camera_;
-    FaultList& faults_;
-    const ConnectionTimes times_;
+    CCamera& camera_;
+    CFaultList& faults_;
+    const SConnectionTimes times_;
     GMainContext* const context_;
     GstRTSPServer* const server_;
     GSource* const cleaning_;
-    RtspConnections::Place arriving_; ///< of the connection that is being taken over
+    CRtspConnections::Place arriving_; // of the connection that is being taken over
 };
 
 } // namespace camsim
