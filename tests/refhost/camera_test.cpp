@@ -29,7 +29,7 @@ using vorn_camera_base::v1_0::CVornCamera;
 using vorn_camera_base::v1_0::DryContactInputProperty;
 using vorn_controller::v1_0::CVornController;
 
-boost::shared_ptr<IDeviceContext> contextOf(const std::string& address,
+boost::shared_ptr<IDeviceContext> ContextOf(const std::string& address,
                                             std::shared_ptr<CDeviceDb> database = {}) {
     return boost::make_shared<CDeviceContext>(address, CAuthentication("admin", "right"),
                                               std::move(database));
@@ -62,7 +62,7 @@ public:
 };
 
 TEST(CameraInitialisation, TakesTheModelNumberThatIsGivenAndAsksForItsPrefixLast) {
-    CTestCamera given(contextOf("10.0.0.1"), TestModels(), "SC385");
+    CTestCamera given(ContextOf("10.0.0.1"), TestModels(), "SC385");
     given.modelError = CError(RtnCode::NotAccessible, Origin::Device, "away"); // which takes nothing away
     for (const int asked : {1, 2, 2}) {
         EXPECT_THAT(given.initialize(), IsSuccess());
@@ -77,7 +77,7 @@ TEST(CameraInitialisation, TakesTheModelNumberThatIsGivenAndAsksForItsPrefixLast
 
 TEST(CameraInitialisation, AsksForTheModelNumberFirstWhereNoneWasGiven) {
 
-    CTestCamera asked(contextOf("10.0.0.1"), TestModels(), nullptr);
+    CTestCamera asked(ContextOf("10.0.0.1"), TestModels(), nullptr);
     CString name("old");
     EXPECT_THAT(asked.getUnitModelName(name), IsError(RtnCode::NotSet, Origin::General, "not known"));
     EXPECT_EQ(name, CString("old"));
@@ -88,7 +88,7 @@ TEST(CameraInitialisation, AsksForTheModelNumberFirstWhereNoneWasGiven) {
 }
 
 TEST(CameraInitialisation, FailsAtItsFirstFailingStepAndMayBeRepeated) {
-    CTestCamera camera(contextOf("10.0.0.1"), TestModels(), "");
+    CTestCamera camera(ContextOf("10.0.0.1"), TestModels(), "");
     camera.modelError = CError(RtnCode::DeviceDbUnavailable, Origin::Handler, "own words");
     EXPECT_THAT(camera.initialize(), IsError(RtnCode::DeviceDbUnavailable, Origin::Handler, "own words"));
     camera.modelError = {};
@@ -105,7 +105,7 @@ TEST(CameraInitialisation, FailsAtItsFirstFailingStepAndMayBeRepeated) {
 
 TEST(CameraBase, NamesInputsFromTheDatabaseAndElseByNumber) {
     const auto database = CDeviceDb::open("");
-    CTestCamera camera(contextOf("10.0.0.1", database), TestModels(), "GXE500");
+    CTestCamera camera(ContextOf("10.0.0.1", database), TestModels(), "GXE500");
     ASSERT_THAT(database->proxy("10.0.0.1")->writeInputValue(InputClass::Video, 1, "name", "Gate"),
                 IsSuccess());
     std::vector<CString> names;
@@ -157,8 +157,8 @@ TEST(CameraBase, KeepsAudioPictureAndAlarmInputsInTheDatabase) {
                                                 std::map<std::string, SQueryDevice>{},
                                                 CVornModelList::ModelMap{{"GXE500", model}, {"bare", {}}});
     const auto database = CDeviceDb::open("");
-    CTestCamera camera(contextOf("10.0.0.1:8080", database), models, "GXE500");
-    CTestCamera bare(contextOf("10.0.0.2"), models, "bare");
+    CTestCamera camera(ContextOf("10.0.0.1:8080", database), models, "GXE500");
+    CTestCamera bare(ContextOf("10.0.0.2"), models, "bare");
     const Texts percent{"50", "50", "0", "100", "1"}, onOff{"0", "0", "0", "1", "1"};
     const struct {
         const char* name;
@@ -250,7 +250,7 @@ TEST(CameraBase, ConvertsNothingAndMovesNothing) {
     auto models = boost::make_shared<CVornModelList>(SVornUrl(), std::vector<SFamily>(),
                                                      std::map<std::string, SQueryDevice>(),
                                                      CVornModelList::ModelMap{{"dome", dome}, {"box", {}}});
-    boost::shared_ptr<IDeviceContext> context = contextOf("10.0.0.1");
+    boost::shared_ptr<IDeviceContext> context = ContextOf("10.0.0.1");
     CVornCamera camera(context, "10.0.0.1", models, "dome"), box(context, "10.0.0.1", models, "box");
     for (const char* const conversion :
          {"ToCameraPanSpeed", "ToCameraTiltSpeed", "ToCameraZoomSpeed", "ToCameraFocusSpeed", "ToNvrPanSpeed",
@@ -373,7 +373,7 @@ private:
 };
 
 TEST(ControllerBase, EachCommandIsAnOperationOfTheCamera) {
-    boost::shared_ptr<IDeviceContext> context = contextOf("10.0.0.1");
+    boost::shared_ptr<IDeviceContext> context = ContextOf("10.0.0.1");
     auto models = TestModels();
     const auto moved = boost::make_shared<CMovedCamera>(context, "10.0.0.1", models, "SC385");
     boost::shared_ptr<CVornCamera> camera = moved;
@@ -417,7 +417,7 @@ TEST(ControllerBase, EachCommandIsAnOperationOfTheCamera) {
 }
 
 TEST(CameraBase, IsReachedByTheNamesOfItsOperations) {
-    CTestCamera camera(contextOf("10.0.0.1"), TestModels(), "GXE500");
+    CTestCamera camera(ContextOf("10.0.0.1"), TestModels(), "GXE500");
     COperationRegistry registry;
     camera.registerOperations(registry);
     SAnswer answer;
@@ -427,7 +427,7 @@ TEST(CameraBase, IsReachedByTheNamesOfItsOperations) {
     registry.call("isUnitModelSupported", {}, keep);
     EXPECT_THAT(answer.values, ElementsAre("1"));
     CString supported;
-    CTestCamera unknown(contextOf("10.0.0.1"), TestModels(), "X1");
+    CTestCamera unknown(ContextOf("10.0.0.1"), TestModels(), "X1");
     EXPECT_THAT(unknown.isUnitModelSupported(supported), IsSuccess());
     EXPECT_EQ(supported, CString("0"));
     registry.call("customInitialize", {}, keep);

@@ -25,7 +25,7 @@ using refhost::CDeviceDbError;
 using test_support::CTemporaryFolder;
 using testing::HasSubstr;
 
-std::string openingFailure(const std::string& file) {
+std::string OpeningFailure(const std::string& file) {
     try {
         CDeviceDb::open(file);
     } catch (const CDeviceDbError& error) {
@@ -34,7 +34,7 @@ std::string openingFailure(const std::string& file) {
     return "opened";
 }
 
-void execute(const std::string& file, const std::string& commands) {
+void Execute(const std::string& file, const std::string& commands) {
     SQLite::Database(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(commands);
 }
 
@@ -83,7 +83,7 @@ TEST(DeviceDb, KeepsEachDevicesValuesApartAndAcrossOpenings) {
 TEST(DeviceDb, TheFilesFormIsFixed) {
     const CTemporaryFolder folder;
     const std::string file = folder.file("devices.db");
-    execute(file, R"(
+    Execute(file, R"(
         CREATE TABLE device (address PRIMARY KEY, family, serial);
         CREATE TABLE device_value (address, key, value, PRIMARY KEY (address, key));
         CREATE TABLE input_value (address, class, input, key, value, PRIMARY KEY (address, class, input, key));
@@ -115,17 +115,17 @@ TEST(DeviceDb, InMemoryIsANewOneEachTime) {
 TEST(DeviceDb, WhatIsNoDeviceDatabaseIsRefusedAndLeftAlone) {
     const CTemporaryFolder folder;
     const std::string text = folder.file("text", std::string(5000, 'x'));
-    EXPECT_THAT(openingFailure(text), HasSubstr(text + ": file is not a database"));
+    EXPECT_THAT(OpeningFailure(text), HasSubstr(text + ": file is not a database"));
     EXPECT_EQ(std::filesystem::file_size(text), 5000U);
 
-    execute(folder.file("foreign"), "CREATE TABLE t (a)");
-    EXPECT_THAT(openingFailure(folder.file("foreign")), HasSubstr("is a database of something else"));
+    Execute(folder.file("foreign"), "CREATE TABLE t (a)");
+    EXPECT_THAT(OpeningFailure(folder.file("foreign")), HasSubstr("is a database of something else"));
 
     CDeviceDb::open(folder.file("newer"));
-    execute(folder.file("newer"), "PRAGMA user_version = 2");
-    EXPECT_THAT(openingFailure(folder.file("newer")), HasSubstr("schema version 2, not 1"));
+    Execute(folder.file("newer"), "PRAGMA user_version = 2");
+    EXPECT_THAT(OpeningFailure(folder.file("newer")), HasSubstr("schema version 2, not 1"));
 
-    EXPECT_THAT(openingFailure(folder.file("no/such/folder")), HasSubstr("no/such/folder: "));
+    EXPECT_THAT(OpeningFailure(folder.file("no/such/folder")), HasSubstr("no/such/folder: "));
 }
 
 TEST(DeviceDb, ADamagedPageIsFoundAtTheOpening) {
@@ -135,7 +135,7 @@ TEST(DeviceDb, ADamagedPageIsFoundAtTheOpening) {
     // The second page is the first table's root.
     std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp(4096)
         << std::string(4096, '\x55');
-    EXPECT_THAT(openingFailure(file), HasSubstr(file + ": "));
+    EXPECT_THAT(OpeningFailure(file), HasSubstr(file + ": "));
 }
 
 TEST(DeviceDb, AFailingDatabaseFailsTheCalls) {
@@ -143,7 +143,7 @@ TEST(DeviceDb, AFailingDatabaseFailsTheCalls) {
     const std::string file = folder.file("devices.db");
     const auto database = CDeviceDb::open(file);
     const auto proxy = database->proxy("a");
-    execute(file, "DROP TABLE device; DROP TABLE device_value; DROP TABLE input_value");
+    Execute(file, "DROP TABLE device; DROP TABLE device_value; DROP TABLE input_value");
     CString value("kept");
     EXPECT_THAT(proxy->writeValue("k", "v"), IsError(RtnCode::DeviceDbUnavailable, Origin::General, file));
     EXPECT_THAT(proxy->readValue("k", value), IsError(RtnCode::DeviceDbUnavailable, Origin::General, file));
@@ -174,7 +174,7 @@ TEST(DeviceDb, SeveralConnectionsAndThreadsWriteAtOnce) {
 }
 
 // A value so long that a write takes many pages, each of which tells whose it is.
-std::string valueOf(int n) {
+std::string ValueOf(int n) {
     return std::to_string(n) + std::string(500'000, static_cast<char>('a' + n % 26));
 }
 
@@ -182,7 +182,7 @@ std::string valueOf(int n) {
 [[noreturn]] void writeUntilKilled(const std::string& file, int told) {
     const auto proxy = CDeviceDb::open(file)->proxy("a");
     for (int n = 1;; ++n) {
-        if (proxy->writeValue("n", CString(valueOf(n))) || ::write(told, &n, sizeof n) < 0)
+        if (proxy->writeValue("n", CString(ValueOf(n))) || ::write(told, &n, sizeof n) < 0)
             std::_Exit(1);
     }
 }
@@ -211,7 +211,7 @@ TEST(DeviceDb, AKilledWriterLeavesTheLastWriteThatReturnedOrTheNext) {
         ASSERT_THAT(CDeviceDb::open(file)->proxy("a")->readValue("n", value), IsSuccess());
         const int found = std::stoi(value.str());
         EXPECT_TRUE(found == last || found == last + 1) << found << " after " << last;
-        EXPECT_TRUE(value.str() == valueOf(found)) << "torn at " << found;
+        EXPECT_TRUE(value.str() == ValueOf(found)) << "torn at " << found;
     }
 }
 

@@ -17,7 +17,7 @@ using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using vorn_utility::v1_0::CHttpInterface;
 
-std::string challenge(const std::string& scheme, const std::string& nonce = {}, bool stale = false) {
+std::string Challenge(const std::string& scheme, const std::string& nonce = {}, bool stale = false) {
     const std::string parameters =
         nonce.empty() ? "" : ", nonce=\"" + nonce + "\", qop=\"auth\"" + (stale ? ", stale=true" : "");
     return HttpReply(401, "", "WWW-Authenticate: " + scheme + " realm=\"camera\"" + parameters + "\r\n");
@@ -32,7 +32,7 @@ struct SDigestDevice {
         const std::string shown = request.header("Authorization");
         if (shown.find("nonce=\"" + nonce + "\"") != std::string::npos)
             return {HttpReply(200, "let in")};
-        return {challenge("Digest", nonce, saysStale && !shown.empty())};
+        return {Challenge("Digest", nonce, saysStale && !shown.empty())};
     }
 };
 
@@ -50,7 +50,7 @@ TEST(HttpDigest, AHundredRequestsMakeAHundredAndOneRoundTripsOnOneConnection) {
 
 TEST(HttpDigest, BasicCredentialsAreSentUnaskedOnceTheDeviceHasAskedForThem) {
     const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
-        return {request.header("Authorization").empty() ? challenge("Basic") : HttpReply(200, "")};
+        return {request.header("Authorization").empty() ? Challenge("Basic") : HttpReply(200, "")};
     });
     std::string response;
     for (int i = 0; i < 10; ++i)
@@ -76,7 +76,7 @@ TEST(HttpDigest, ADeviceThatAsksForEverIsRefused) {
     const CScriptedServer device([&](const SSentRequest& request) -> SScriptedReply {
         if (letsIn && !request.header("Authorization").empty())
             return {HttpReply(200, "let in")};
-        return {challenge("Digest", "n" + std::to_string(++nonce), true)};
+        return {Challenge("Digest", "n" + std::to_string(++nonce), true)};
     });
     std::string response;
     ASSERT_THAT(Get(device.address(), response), IsSuccess());
@@ -104,7 +104,7 @@ TEST(HttpDigest, ADeviceThatHasForgottenItsNonceIsAskedAgain) {
 TEST(HttpDigest, WrongCredentialsAreRefusedAndRightOnesThenWorkAtOnce) {
     const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
         const bool right = request.header("Authorization").find("Basic YWRtaW46cmlnaHQ=") == 0; // admin:right
-        return {right ? HttpReply(200, "let in") : challenge("Basic")};
+        return {right ? HttpReply(200, "let in") : Challenge("Basic")};
     });
     std::string response = "untouched";
     EXPECT_THAT(Get(device.address(), response, "/", "wrong"),
@@ -119,7 +119,7 @@ TEST(HttpDigest, TheSchemeThatIsAskedForIsTheOnlyOneUsed) {
     for (const std::string offered : {"Basic", "Digest"}) {
         const CScriptedServer device([&offered](const SSentRequest& request) -> SScriptedReply {
             const bool isUsed = request.header("Authorization").find(offered) == 0;
-            return {isUsed ? HttpReply(200, "") : challenge(offered, offered == "Basic" ? "" : "n")};
+            return {isUsed ? HttpReply(200, "") : Challenge(offered, offered == "Basic" ? "" : "n")};
         });
         for (const auto& [asked, used] : {std::pair<const char*, std::string>{"BASIC", "Basic"},
                                           {"DIGEST", "Digest"},
@@ -181,7 +181,7 @@ TEST(HttpDigest, APostArrivesWholeThroughTheChallenge) {
 TEST(HttpDigest, ThreadsShareADeviceAndLeaveTwoConnections) {
     const CScriptedServer device([](const SSentRequest& request) -> SScriptedReply {
         const bool in = request.header("Authorization").find("nonce=\"n\"") != std::string::npos;
-        return {in ? HttpReply(200, request.target) : challenge("Digest", "n")};
+        return {in ? HttpReply(200, request.target) : Challenge("Digest", "n")};
     });
     std::vector<std::thread> threads;
     threads.reserve(8);

@@ -42,7 +42,7 @@ const std::string OkHead = "HTTP/1.1 200 OK\r\n";
 const std::string Chunked = OkHead + "Transfer-Encoding: chunked\r\n\r\n";
 
 // Larger than the bound, however it is framed.
-std::string endlessChunks() {
+std::string EndlessChunks() {
     const std::string chunk = "100000\r\n" + std::string(0x100000, 'x') + "\r\n";
     std::string bytes = Chunked;
     for (int i = 0; i < 18; ++i)
@@ -50,7 +50,7 @@ std::string endlessChunks() {
     return bytes;
 }
 
-std::string endlessHeaders() {
+std::string EndlessHeaders() {
     std::string bytes = OkHead;
     for (int i = 0; i < 1024; ++i)
         bytes += "X-Filler: " + std::string(1024, 'x') + "\r\n";
@@ -58,7 +58,7 @@ std::string endlessHeaders() {
 }
 
 // libcurl gives each line on, and would keep them all.
-std::string endlessTrailers() {
+std::string EndlessTrailers() {
     std::string bytes = OkHead + "Transfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n";
     const std::string trailer = "X-Filler: " + std::string(1024, 'x') + "\r\n";
     for (int i = 0; i < 1024; ++i)
@@ -66,7 +66,7 @@ std::string endlessTrailers() {
     return bytes;
 }
 
-std::string endlessContinues() {
+std::string EndlessContinues() {
     std::string bytes;
     const std::string head = "HTTP/1.1 100 Continue\r\nX-Filler: " + std::string(1024, 'x') + "\r\n\r\n";
     for (int i = 0; i < 1024; ++i)
@@ -92,10 +92,10 @@ const SFailure Failures[] = {
     {"ABarePage", {"NAME=x\r\n", SScriptedReply::Close}, NotHttpText},
     {"NoSuchChunk", {Chunked + "not a number\r\n", SScriptedReply::Close}, "chunk"},
     {"ANegativeLength", {OkHead + "Content-Length: -5\r\n\r\nx", SScriptedReply::Close}, NotHttpText},
-    {"EndlessBody", {endlessChunks(), SScriptedReply::Stall}, TooLargeText},
-    {"EndlessHeaders", {endlessHeaders(), SScriptedReply::Stall}, HeaderTooLargeText},
-    {"EndlessTrailers", {endlessTrailers(), SScriptedReply::Stall}, HeaderTooLargeText},
-    {"EndlessContinues", {endlessContinues(), SScriptedReply::Stall}, HeaderTooLargeText},
+    {"EndlessBody", {EndlessChunks(), SScriptedReply::Stall}, TooLargeText},
+    {"EndlessHeaders", {EndlessHeaders(), SScriptedReply::Stall}, HeaderTooLargeText},
+    {"EndlessTrailers", {EndlessTrailers(), SScriptedReply::Stall}, HeaderTooLargeText},
+    {"EndlessContinues", {EndlessContinues(), SScriptedReply::Stall}, HeaderTooLargeText},
 };
 
 TEST_P(HttpFailure, IsToldAndLeavesTheOutputsAlone) {

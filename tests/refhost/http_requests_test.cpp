@@ -22,16 +22,16 @@ using vorn_camera_base::v1_0::CVornCamera;
 using vorn_utility::v1_0::CHttpInterface;
 using vorn_utility::v1_0::CVornCgiLib;
 
-SScriptedReply answerOk(const SSentRequest&) {
+SScriptedReply AnswerOk(const SSentRequest&) {
     return {HttpReply(200, "ok")};
 }
 
-SScriptedReply answerAndClose(const SSentRequest&) {
+SScriptedReply AnswerAndClose(const SSentRequest&) {
     return {HttpReply(200, "ok"), SScriptedReply::Close};
 }
 
 TEST(HttpRequests, TheQueryIsAppendedToThePath) {
-    const CScriptedServer device(answerOk);
+    const CScriptedServer device(AnswerOk);
     const struct {
         const char* path;
         std::vector<std::pair<std::string, std::string>> parameters;
@@ -58,7 +58,7 @@ TEST(HttpRequests, TheQueryIsAppendedToThePath) {
 }
 
 TEST(HttpRequests, TheAddressesPortComesFirstThenTheUrls) {
-    const CScriptedServer device(answerOk);
+    const CScriptedServer device(AnswerOk);
     SVornUrl url = UrlOf("/");
     std::string response;
     url.port = "1";
@@ -72,14 +72,14 @@ TEST(HttpRequests, TheAddressesPortComesFirstThenTheUrls) {
 }
 
 TEST(HttpRequests, AnIpv6AddressStandsInBrackets) {
-    const CScriptedServer device(answerOk, true);
+    const CScriptedServer device(AnswerOk, true);
     std::string response;
     EXPECT_THAT(Get(device.address(), response), IsSuccess());
     EXPECT_EQ(device.requests().back().header("Host"), device.address());
 }
 
 TEST(HttpRequests, NeitherTheEnvironmentNorAnEmptyUserAddsAnything) {
-    const CScriptedServer device(answerOk);
+    const CScriptedServer device(AnswerOk);
     // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing else reads the environment here
     ASSERT_EQ(setenv("http_proxy", ("http://" + UnusedAddress()).c_str(), 1), 0);
     std::string response;
@@ -90,7 +90,7 @@ TEST(HttpRequests, NeitherTheEnvironmentNorAnEmptyUserAddsAnything) {
 }
 
 TEST(HttpRequests, AnAbsoluteUrlOfAPostMayBeWrittenInCapitals) {
-    const CScriptedServer device(answerOk);
+    const CScriptedServer device(AnswerOk);
     CHttpInterface client("admin", "secret");
     ASSERT_EQ(client.Initialize(), 0);
     EXPECT_EQ(client.SetContent("a=b", "HTTP://" + device.address() + "/set?c=d"), 200);
@@ -106,7 +106,7 @@ TEST(HttpRequests, AnAbsoluteUrlOfAPostMayBeWrittenInCapitals) {
 }
 
 TEST(HttpRequests, ADeviceThatClosesEachConnectionLosesOneRequestAtMost) {
-    const CScriptedServer device(answerAndClose);
+    const CScriptedServer device(AnswerAndClose);
     CHttpInterface client("admin", "secret");
     ASSERT_EQ(client.Initialize(), 0);
     std::size_t lost = 0;
@@ -121,7 +121,7 @@ TEST(HttpRequests, ADeviceThatClosesEachConnectionLosesOneRequestAtMost) {
 }
 
 TEST(HttpRequests, AGetAfterAPostOnTheSameHandleCarriesNoBody) {
-    const CScriptedServer device(answerOk);
+    const CScriptedServer device(AnswerOk);
     CHttpInterface client("admin", "secret");
     ASSERT_EQ(client.Initialize(), 0);
     ASSERT_EQ(client.SetContent("a=b", "http://" + device.address() + "/"), 200);

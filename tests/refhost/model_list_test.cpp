@@ -27,7 +27,7 @@ using testing::PrintToString;
 const std::string OneFamily = "{'name': 'BoxCamera', 'modelNumber': {'path': '/model', 'key': 'M='}, "
                               "'serialNumber': {'path': '/serial', 'key': 'S='}}";
 
-std::string listOf(const std::string& models, const std::string& families = OneFamily) {
+std::string ListOf(const std::string& models, const std::string& families = OneFamily) {
     std::string text = "{'authenticationTest': {'path': '/test', 'parameters': [['b', '1'], ['a', '2']], "
                        "'key': 'T='}, 'families': [" +
                        families + "], 'models': [" + models + "]}";
@@ -35,7 +35,7 @@ std::string listOf(const std::string& models, const std::string& families = OneF
     return text;
 }
 
-std::string refusalOfFile(const std::string& file) {
+std::string RefusalOfFile(const std::string& file) {
     try {
         LoadModelList(file);
     } catch (const CModelListError& error) {
@@ -45,26 +45,26 @@ std::string refusalOfFile(const std::string& file) {
 }
 
 // The refusal without the file's name, which must stand before it.
-std::string refusalOf(const std::string& text) {
+std::string RefusalOf(const std::string& text) {
     const CTemporaryFolder folder;
     const std::string file = folder.file("models.json", text);
-    const std::string refusal = refusalOfFile(file);
+    const std::string refusal = RefusalOfFile(file);
     EXPECT_EQ(refusal.substr(0, file.size() + 2), file + ": ");
     return refusal.substr(std::min(refusal.size(), file.size() + 2));
 }
 
-boost::shared_ptr<CVornModelList> load(const std::string& text) {
+boost::shared_ptr<CVornModelList> Load(const std::string& text) {
     const CTemporaryFolder folder;
     return LoadModelList(folder.file("models.json", text));
 }
 
-std::string told(const SDeviceQuery& query) {
+std::string Told(const SDeviceQuery& query) {
     const SVornUrl& url = query.url;
     return url.protocol + url.port + url.path + PrintToString(url.parameters) + url.replyKey +
            query.authScheme + query.delimiters;
 }
 
-std::vector<std::string> told(const StreamUrlTable& table) {
+std::vector<std::string> Told(const StreamUrlTable& table) {
     std::vector<std::string> lines;
     for (const auto& [stream, codecs] : table)
         for (const auto& [codec, variants] : codecs)
@@ -74,12 +74,12 @@ std::vector<std::string> told(const StreamUrlTable& table) {
     return lines;
 }
 
-std::vector<std::string> told(SAdjustment adjustment) {
+std::vector<std::string> Told(SAdjustment adjustment) {
     adjustment.range.push_back("default " + adjustment.defaultValue);
     return adjustment.range;
 }
 
-std::vector<int> numbersOf(const SPtzModel& ptz) {
+std::vector<int> NumbersOf(const SPtzModel& ptz) {
     std::vector<int> numbers = {ptz.panHome, ptz.tiltHome, ptz.zoomHome, ptz.presetOffset, ptz.patternOffset};
     for (const SRange& range : {ptz.panPosition, ptz.tiltPosition, ptz.zoomPosition, ptz.panSpeed,
                                 ptz.tiltSpeed, ptz.zoomSpeed, ptz.focusSpeed})
@@ -88,7 +88,7 @@ std::vector<int> numbersOf(const SPtzModel& ptz) {
 }
 
 TEST(ModelList, HoldsEveryMemberOfTheFile) {
-    const auto list = load(listOf(R"(
+    const auto list = Load(ListOf(R"(
       {'number': 'GXE500', 'family': 'BoxCamera', 'label': 'encoder', 'videoInputs': 0, 'audioInputs': 1024,
        'indexBase': {'0': 1024, '79': 0}, 'streams': {'mjpeg': 5, 'mpeg4': 6, 'h264': 2147483647, 'camera': 0},
        'defaults': {'quality': {'mjpeg': '80', 'mpeg4': '81'}, 'bitRate': {'mpeg4': '1024', 'h264': '-1'}},
@@ -116,12 +116,12 @@ TEST(ModelList, HoldsEveryMemberOfTheFile) {
       {'name': '--Generic', 'digestOnly': true, 'modelNumber': {'path': '/m', 'key': 'N='}, 'serialNumber': {'path': '/s', 'key': 'O='}})"));
 
     const SVornUrl test = list->getTestAuthentication();
-    EXPECT_EQ(told({test, "", ""}), R"(http80/test{ ("b", "1"), ("a", "2") }T=)");
+    EXPECT_EQ(Told({test, "", ""}), R"(http80/test{ ("b", "1"), ("a", "2") }T=)");
     const SQueryDevice box = list->getQueryDevice("BoxCamera");
-    EXPECT_EQ(told(box.modelNumber), "http80/model{ (\"FILE\", \"1\") }M=ANY&\r\n'");
-    EXPECT_EQ(told(box.serialNumber), "http80/serial{ (\"FILE\", \"2\") }S=ANY&\r\n'");
-    EXPECT_EQ(told(list->getQueryDevice("--Generic").serialNumber), "http80/s{}O=ANY&\r\n'");
-    EXPECT_EQ(told(list->getQueryDevice("Other").modelNumber), "{}");
+    EXPECT_EQ(Told(box.modelNumber), "http80/model{ (\"FILE\", \"1\") }M=ANY&\r\n'");
+    EXPECT_EQ(Told(box.serialNumber), "http80/serial{ (\"FILE\", \"2\") }S=ANY&\r\n'");
+    EXPECT_EQ(Told(list->getQueryDevice("--Generic").serialNumber), "http80/s{}O=ANY&\r\n'");
+    EXPECT_EQ(Told(list->getQueryDevice("Other").modelNumber), "{}");
     EXPECT_EQ(list->findFamily("BoxCamera")->user + list->findFamily("BoxCamera")->password, "admin12345");
     EXPECT_EQ(list->findFamily("--Generic"), &list->getFamilies().at(1));
     EXPECT_FALSE(list->findFamily("BoxCamera")->digestOnly);
@@ -139,27 +139,27 @@ TEST(ModelList, HoldsEveryMemberOfTheFile) {
                 ElementsAre(Pair("h264", 2147483647), Pair("mjpeg", 5), Pair("mpeg4", 6)));
     EXPECT_THAT(model.defaultQuality, ElementsAre(Pair("mjpeg", "80"), Pair("mpeg4", "81")));
     EXPECT_THAT(model.defaultBitRate, ElementsAre(Pair("h264", "-1"), Pair("mpeg4", "1024")));
-    EXPECT_THAT(told(model.videoUrls),
+    EXPECT_THAT(Told(model.videoUrls),
                 ElementsAre(R"(0H2641 rtsp:554:h264{ ("b", "1"), ("a", "2") })", "0H2642 rtsp::{}",
                             "1MJPEG0 http:1:/m{}", "1MP4V0 http:65535:/4{}"));
     EXPECT_THAT(model.audioBitRates, ElementsAre(Pair(0, "32"), Pair(1, "16")));
-    EXPECT_THAT(told(model.audioUrls), ElementsAre("3none0 rtsp::/audio{}"));
-    EXPECT_THAT(numbersOf(*model.ptz), ElementsAre(180, 45, -1, 6, -7, INT_MIN, INT_MAX, -90, 90, 1, 1000, 2,
+    EXPECT_THAT(Told(model.audioUrls), ElementsAre("3none0 rtsp::/audio{}"));
+    EXPECT_THAT(NumbersOf(*model.ptz), ElementsAre(180, 45, -1, 6, -7, INT_MIN, INT_MAX, -90, 90, 1, 1000, 2,
                                                    64, 3, 63, 4, 8, 5, 5));
     EXPECT_EQ(model.ptz->patternCount, "9");
-    EXPECT_THAT(told(model.brightness), ElementsAre("0", "255", "default 128"));
-    EXPECT_THAT(told(model.sharpness), ElementsAre("2", "15", "default 8"));
-    EXPECT_THAT(told(model.saturation), ElementsAre("1", "254", "default 127"));
+    EXPECT_THAT(Told(model.brightness), ElementsAre("0", "255", "default 128"));
+    EXPECT_THAT(Told(model.sharpness), ElementsAre("2", "15", "default 8"));
+    EXPECT_THAT(Told(model.saturation), ElementsAre("1", "254", "default 127"));
     EXPECT_THAT(model.whiteBalance.values, ElementsAre("atw1", "awc"));
     EXPECT_EQ(model.whiteBalance.defaultValue, "awc");
     EXPECT_THAT(model.backLightCompensation, ElementsAre("3", "4"));
-    EXPECT_THAT(told(model.focus), ElementsAre("-5", "5", "default -1"));
+    EXPECT_THAT(Told(model.focus), ElementsAre("-5", "5", "default -1"));
     EXPECT_EQ(model.dynamicRange, "Conditional");
 }
 
 // "B1" has the members whose own members may all be left out.
 TEST(ModelList, WhatIsLeftOutTheModelDoesNotHave) {
-    const auto list = load(listOf(R"({'number': 'B1', 'family': 'BoxCamera', 'indexBase': {}, 'streams': {},
+    const auto list = Load(ListOf(R"({'number': 'B1', 'family': 'BoxCamera', 'indexBase': {}, 'streams': {},
        'defaults': {}, 'video': {}, 'audio': {}, 'ptz': {'position': {}, 'home': {}, 'speed': {}, 'patternCount': ''},
        'image': {'brightness': {'range': ['0', '1']}, 'whiteBalance': {'values': []}}, 'lens': {}},
       {'number': 'A1', 'family': 'BoxCamera'})"));
@@ -175,10 +175,10 @@ TEST(ModelList, WhatIsLeftOutTheModelDoesNotHave) {
         EXPECT_TRUE(model.whiteBalance.values.empty() && model.backLightCompensation.empty());
         EXPECT_TRUE(model.sharpness.range.empty() && model.saturation.range.empty() &&
                     model.focus.range.empty());
-        EXPECT_EQ(told(model.brightness).back(), "default ");
+        EXPECT_EQ(Told(model.brightness).back(), "default ");
         EXPECT_EQ(model.ptz.has_value(), number == "B1");
     }
-    EXPECT_THAT(numbersOf(*list->findModel("B1")->ptz),
+    EXPECT_THAT(NumbersOf(*list->findModel("B1")->ptz),
                 testing::AllOf(testing::SizeIs(19), testing::Each(0)));
     EXPECT_EQ(list->findModel("B1")->ptz->patternCount, "");
 }
@@ -250,26 +250,26 @@ TEST(ModelList, RefusesAMemberOfAModelByItsPlaceAndSaysWhatWasExpected) {
          ".lens.dynamicRange: expected one of Generic, Conditional, AdaptiveBlackStretchOnly"},
     };
     for (const auto& one : cases)
-        EXPECT_EQ(refusalOf(listOf("{'number': 'X', 'family': 'BoxCamera', " + one.members + "}")),
+        EXPECT_EQ(RefusalOf(ListOf("{'number': 'X', 'family': 'BoxCamera', " + one.members + "}")),
                   "models[0]" + one.refusal);
 }
 
 TEST(ModelList, RefusesTheListsOwnMembersLikewise) {
-    const auto families = [](const std::string& text) { return listOf("", text); };
+    const auto families = [](const std::string& text) { return ListOf("", text); };
     const struct {
         std::string text;
         std::string refusal;
     } cases[] = {
         {"[]", "top level: expected an object"},
         {"{}", "top level: missing member \"authenticationTest\""},
-        {listOf("5"), "models[0]: expected an object"},
-        {listOf("{'number': 'X', 'family': 'BoxCamera'}, {'family': 'BoxCamera'}"),
+        {ListOf("5"), "models[0]: expected an object"},
+        {ListOf("{'number': 'X', 'family': 'BoxCamera'}, {'family': 'BoxCamera'}"),
          "models[1]: missing member \"number\""},
-        {listOf("{'number': 'X'}"), "models[0]: missing member \"family\""},
-        {listOf("{'number': 'X', 'family': 'Dome'}"), "models[0]: there is no family \"Dome\""},
-        {listOf("{'number': 'X', 'family': 'BoxCamera'}, {'number': 'X', 'family': 'BoxCamera'}"),
+        {ListOf("{'number': 'X'}"), "models[0]: missing member \"family\""},
+        {ListOf("{'number': 'X', 'family': 'Dome'}"), "models[0]: there is no family \"Dome\""},
+        {ListOf("{'number': 'X', 'family': 'BoxCamera'}, {'number': 'X', 'family': 'BoxCamera'}"),
          "models[1]: the model \"X\" stands twice"},
-        {listOf("{'number': '', 'family': 'BoxCamera'}"),
+        {ListOf("{'number': '', 'family': 'BoxCamera'}"),
          "models[0].number: expected a text that is not empty"},
         {families(OneFamily + "," + OneFamily), "families[1]: the family \"BoxCamera\" stands twice"},
         {families("{'name': 'X', 'digestOnly': 1, 'modelNumber': {'path': '/', 'key': 'M'}, 'serialNumber': "
@@ -291,23 +291,23 @@ TEST(ModelList, RefusesTheListsOwnMembersLikewise) {
          "families[0].modelNumber.path: expected a path that begins with \"/\""},
     };
     for (const auto& one : cases)
-        EXPECT_EQ(refusalOf(one.text), one.refusal);
+        EXPECT_EQ(RefusalOf(one.text), one.refusal);
 }
 
 TEST(ModelList, RefusesWhatIsNoJsonByLineAndColumn) {
-    EXPECT_THAT(refusalOf("{\n  \"models\": [,]\n}"), HasSubstr("line 2, column 14: syntax error"));
-    EXPECT_THAT(refusalOf(""), HasSubstr("line 1, column 1: syntax error"));
-    EXPECT_THAT(refusalOf("{\"a\": \"\xFF\"}"), HasSubstr("line 1, column 8: "));
-    EXPECT_THAT(refusalOf(std::string(100000, '[')), HasSubstr("nested too deeply"));
+    EXPECT_THAT(RefusalOf("{\n  \"models\": [,]\n}"), HasSubstr("line 2, column 14: syntax error"));
+    EXPECT_THAT(RefusalOf(""), HasSubstr("line 1, column 1: syntax error"));
+    EXPECT_THAT(RefusalOf("{\"a\": \"\xFF\"}"), HasSubstr("line 1, column 8: "));
+    EXPECT_THAT(RefusalOf(std::string(100000, '[')), HasSubstr("nested too deeply"));
 }
 
 TEST(ModelList, RefusesAFileThatCannotBeReadOrIsTooLarge) {
     const CTemporaryFolder folder;
-    EXPECT_EQ(refusalOfFile(folder.file("absent")),
+    EXPECT_EQ(RefusalOfFile(folder.file("absent")),
               folder.file("absent") + ": cannot be read: No such file or directory");
-    EXPECT_EQ(refusalOfFile(folder.file("")), folder.file("") + ": cannot be read: Is a directory");
+    EXPECT_EQ(RefusalOfFile(folder.file("")), folder.file("") + ": cannot be read: Is a directory");
     const std::string blanks = folder.file("large", std::string(std::size_t{9} << 20, ' '));
-    EXPECT_EQ(refusalOfFile(blanks), blanks + ": is larger than 8 MiB");
+    EXPECT_EQ(RefusalOfFile(blanks), blanks + ": is larger than 8 MiB");
 }
 
 } // namespace

@@ -22,7 +22,7 @@ using test_support::CTemporaryFolder;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string loadingFailure(const std::string& file) {
+std::string LoadingFailure(const std::string& file) {
     try {
         const CPluginLibrary library(file);
     } catch (const CPluginError& error) {
@@ -53,12 +53,12 @@ TEST(PluginLibrary, MakesThePluginsObjects) {
 
 TEST(PluginLibrary, SaysWhichFileIsNoneAndWhatItLacks) {
     const CTemporaryFolder folder;
-    EXPECT_THAT(loadingFailure(folder.file("absent.so")),
+    EXPECT_THAT(LoadingFailure(folder.file("absent.so")),
                 StartsWith(folder.file("absent.so") + ": cannot be loaded: "));
-    EXPECT_THAT(loadingFailure(folder.file("text.so", "no library")), HasSubstr("cannot be loaded"));
+    EXPECT_THAT(LoadingFailure(folder.file("text.so", "no library")), HasSubstr("cannot be loaded"));
     // A library that the system would find by this name in its own folders.
-    EXPECT_THAT(loadingFailure("libc.so.6"), HasSubstr("cannot be loaded"));
-    EXPECT_THAT(loadingFailure(OTHER_LIBRARY), HasSubstr("createHandlerObject"));
+    EXPECT_THAT(LoadingFailure("libc.so.6"), HasSubstr("cannot be loaded"));
+    EXPECT_THAT(LoadingFailure(OTHER_LIBRARY), HasSubstr("createHandlerObject"));
 }
 
 namespace plugin_symbols = vorn_obj_factory::v1_0::plugin_symbols;

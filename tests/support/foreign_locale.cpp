@@ -33,7 +33,7 @@ class CForeignLocale : public testing::Environment {
     }
 };
 
-const testing::Environment* const environment = testing::AddGlobalTestEnvironment(new CForeignLocale);
+const testing::Environment* const Registered = testing::AddGlobalTestEnvironment(new CForeignLocale);
 
 } // namespace
 } // namespace corvane::test_support

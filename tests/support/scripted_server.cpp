@@ -17,7 +17,7 @@ namespace {
 constexpr std::chrono::seconds Patience{10};
 constexpr int ForEver = -1;
 
-int require(int result, const char* what) {
+int Require(int result, const char* what) {
     if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
     return result;
@@ -41,7 +41,7 @@ std::string HttpReply(int status, const std::string& body, const std::string& he
 
 CScriptedServer::CScriptedServer(Script script, bool ipv6) : script_(std::move(script)), ipv6_(ipv6) {
     int stop[2];
-    require(::pipe(stop), "pipe");
+    Require(::pipe(stop), "pipe");
     stopReader_ = stop[0];
     stopWriter_ = stop[1];
     listener_ = test_support::ListenOnLoopback(port_, SOMAXCONN, ipv6);
