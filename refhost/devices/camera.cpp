@@ -24,7 +24,7 @@ const SModelInfo* ModelOrUnknown(const CVornModelList& list, const std::string& 
     return model ? model : &UnknownModel;
 }
 
-CError notSupported(const std::string& what) {
+CError NotSupported(const std::string& what) {
     return {RtnCode::NotSupported, Origin::General, what};
 }
 
@@ -70,7 +70,7 @@ const SModelInfo& CVornCamera::model() const {
 // What the base leaves to the device, and scales that it takes for the same.
 #define VORN_OF_DEVICE(TEXT, NAME, PARAMETERS)                                                               \
     CError CVornCamera::NAME PARAMETERS {                                                                    \
-        return notSupported(TEXT);                                                                           \
+        return NotSupported(TEXT);                                                                           \
     }
 #define VORN_CONVERSION(NAME, PARAMETER)                                                                     \
     int CVornCamera::NAME(int PARAMETER) {                                                                   \
@@ -88,7 +88,7 @@ CError CVornCamera::initialize() {
     }
     const SModelInfo* known = base_->modelList->findModel(number);
     if (!known)
-        return notSupported("the model list does not know the model \"" + number + "\"");
+        return NotSupported("the model list does not know the model \"" + number + "\"");
     base_->modelNumber = number;
     base_->model = known;
     if (!customInitialize())

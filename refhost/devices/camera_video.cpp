@@ -30,7 +30,7 @@ const Value* Find(const std::map<std::string, Value>& byCodec, VideoCodec codec)
     return found == byCodec.end() ? nullptr : &found->second;
 }
 
-CError defaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, VideoCodec codec,
+CError DefaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, VideoCodec codec,
                  std::string& value) {
     const std::pair<CString SVornVidValsInDb::*, const std::map<std::string, std::string>&> known[] = {
         {&SVornVidValsInDb::bitRate, model.defaultBitRate},
@@ -58,7 +58,7 @@ const SStreamUrl* FindUrl(const SModelInfo& model, const SVideoStreamId& id) {
     return ofInput == variants->second.end() ? &variants->second.begin()->second : &ofInput->second;
 }
 
-std::string recordKey(const SVideoStreamId& id, CString SVornVidValsInDb::*setting) {
+std::string RecordKey(const SVideoStreamId& id, CString SVornVidValsInDb::*setting) {
     const auto* const field =
         std::find_if(std::begin(VideoFields), std::end(VideoFields),
                      [setting](const SVideoField& row) { return row.value == setting; });
@@ -132,14 +132,14 @@ CError CVornCamera::SBase::checkVideoStream(const SVideoStreamId& id) const {
 // A setting's default, its value in the stream's record, and how it gets there.
 #define VORN_VIDEO_SETTING(NAME, MEMBER)                                                                     \
     CError CVornCamera::getVideoCodec##NAME##Default(int, int, VideoCodec codec, std::string& value) {       \
-        return defaultOf(model(), &SVornVidValsInDb::MEMBER, codec, value);                                  \
+        return DefaultOf(model(), &SVornVidValsInDb::MEMBER, codec, value);                                  \
     }                                                                                                        \
     CError CVornCamera::getVideoCodec##NAME(int channel, int stream, VideoCodec codec, CString& value) {     \
         const SVideoStreamId id{channel, codec, stream};                                                     \
         if (CError error = base_->checkVideoStream(id))                                                      \
             return error;                                                                                    \
         CError error =                                                                                       \
-            readFromInputDb(InputClass::Video, channel, recordKey(id, &SVornVidValsInDb::MEMBER), value);    \
+            readFromInputDb(InputClass::Video, channel, RecordKey(id, &SVornVidValsInDb::MEMBER), value);    \
         std::string byDefault;                                                                               \
         if (!IsAbsent(error) || (error = getVideoCodec##NAME##Default(channel, stream, codec, byDefault)))   \
             return error;                                                                                    \
@@ -152,7 +152,7 @@ CError CVornCamera::SBase::checkVideoStream(const SVideoStreamId& id) const {
             return error;                                                                                    \
         return value.empty() ? EmptyValue()                                                                  \
                              : writeToInputDb(InputClass::Video, channel,                                    \
-                                              recordKey(id, &SVornVidValsInDb::MEMBER), value);              \
+                                              RecordKey(id, &SVornVidValsInDb::MEMBER), value);              \
     }
 #include "host/video_settings.def"
 
@@ -162,7 +162,7 @@ CError CVornCamera::readVideoStreamRecord(SVideoStreamId id, SVornVidValsInDb& r
     SVornVidValsInDb kept;
     for (const SVideoField& field : VideoFields)
         if (CError error =
-                readFromInputDb(InputClass::Video, id.channel, recordKey(id, field.value), kept.*field.value);
+                readFromInputDb(InputClass::Video, id.channel, RecordKey(id, field.value), kept.*field.value);
             error && !IsAbsent(error))
             return error;
     record = kept;
@@ -175,7 +175,7 @@ CError CVornCamera::writeVideoStreamRecord(SVideoStreamId id, const SVornVidVals
     for (const SVideoField& field : VideoFields)
         if (const CString& value = record.*field.value; !value.empty())
             if (CError error =
-                    writeToInputDb(InputClass::Video, id.channel, recordKey(id, field.value), value))
+                    writeToInputDb(InputClass::Video, id.channel, RecordKey(id, field.value), value))
                 return error;
     return CError::Success();
 }

@@ -19,7 +19,7 @@ using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using vorn_utility::v1_0::CAsyncCmdDetails;
 
-CError notSupported(const char* text) {
+CError NotSupported(const char* text) {
     return {RtnCode::NotSupported, Origin::General, text};
 }
 
@@ -143,7 +143,7 @@ CAsyncOp CPtzController::submit(Operation operation, const CCallback& callback) 
     }
 #define VORN_PTZ_UNKNOWN(NAME, TEXT)                                                                         \
     CAsyncOp CPtzController::NAME(const CCallback& callback) {                                               \
-        return submit([](CVornCamera&, auto&) { return notSupported(TEXT); }, callback);                     \
+        return submit([](CVornCamera&, auto&) { return NotSupported(TEXT); }, callback);                     \
     }
 #include "host/ptz_commands.def"
 

@@ -1,5 +1,6 @@
 #include "refhost/streams/rtsp_connection.h"
 
+#include "operations/whole_number.h"
 #include "refhost/base/address.h"
 #include "refhost/streams/rtsp_pipeline.h"
 

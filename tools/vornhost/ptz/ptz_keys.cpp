@@ -18,7 +18,7 @@ struct SKeyCode {
 };
 
 std::optional<SPtzKey> FindKey(const std::string& code, bool isSequence) {
-    static const SKeyCode Codes[] = {
+    static const SKeyCode codes[] = {
         {"A", true, {PtzKeyKind::Move, "up", 0, 1}},    {"B", true, {PtzKeyKind::Move, "down", 0, -1}},
         {"C", true, {PtzKeyKind::Move, "right", 1}},    {"D", true, {PtzKeyKind::Move, "left", -1}},
         {"5~", true, {PtzKeyKind::Faster, "page up"}},  {"6~", true, {PtzKeyKind::Slower, "page down"}},
@@ -28,10 +28,10 @@ std::optional<SPtzKey> FindKey(const std::string& code, bool isSequence) {
         {"q", false, {PtzKeyKind::Leave, "q"}},         {"\x03", false, {PtzKeyKind::Leave, "Ctrl-C"}},
         {"\x04", false, {PtzKeyKind::Leave, "Ctrl-D"}},
     };
-    const auto* const found = std::find_if(std::begin(Codes), std::end(Codes), [&](const SKeyCode& known) {
+    const auto* const found = std::find_if(std::begin(codes), std::end(codes), [&](const SKeyCode& known) {
         return known.isSequence == isSequence && known.code == code;
     });
-    return found == std::end(Codes) ? std::nullopt : std::optional(found->key);
+    return found == std::end(codes) ? std::nullopt : std::optional(found->key);
 }
 
 } // namespace

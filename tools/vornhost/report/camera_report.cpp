@@ -63,9 +63,9 @@ ordered_json RangeValue(const SAnswer& answer) {
 
 // A text or a list of texts as a fact's value; null for an empty one.
 ordered_json OrNull(const ordered_json& value) {
-    static const ordered_json AnEmptyText = "";
-    static const ordered_json OnlyAnEmptyText = ordered_json::array({AnEmptyText});
-    return value.empty() || value == AnEmptyText || value == OnlyAnEmptyText ? ordered_json() : value;
+    static const ordered_json anEmptyText = "";
+    static const ordered_json onlyAnEmptyText = ordered_json::array({anEmptyText});
+    return value.empty() || value == anEmptyText || value == onlyAnEmptyText ? ordered_json() : value;
 }
 
 // "?" where it could not be read; why stands among the problems.
@@ -198,7 +198,7 @@ private:
         if (!result<bool>("capability.IsAudioSupported", {"0"}).value_or(false) ||
             !result<bool>("IsH264OrMPEG4Supported", {}).value_or(false))
             return;
-        SReportSection section{"/audio", "Sound, as the recorder sets it", {}, SettingsTable()};
+        SReportSection section{"/audio", "Sound, as the recorder sets it", {}, settingsTable()};
         const auto volume = ask("getAudioInputVolume", {"0"});
         const auto rates = askIfSupported("getAudioInputCodecBitRateRange", {"0", FirstAudio});
         const auto rate = askIfSupported("getAudioCodecBitRateDefault", {"0", FirstAudio});
@@ -221,8 +221,8 @@ private:
                                         const Texts& arguments) { return ask(operation, arguments); },
                                  *model, 0);
         (void)adjustments.learn(); // ask() has noted a failure
-        SReportSection image{"/image", "Picture, as the recorder sets it", {}, SettingsTable()};
-        SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, SettingsTable()};
+        SReportSection image{"/image", "Picture, as the recorder sets it", {}, settingsTable()};
+        SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, settingsTable()};
         for (const SAdjustmentReading& reading : adjustments.readAll())
             (reading.info->isOfModel ? lens : image)
                 .table.rows.push_back({reading.info->label, CurrentValue(reading), OrNull(reading.byDefault),
@@ -231,7 +231,7 @@ private:
         add(std::move(lens));
     }
 
-    static SFactTable SettingsTable() {
+    static SFactTable settingsTable() {
         return {{{"setting", "SETTING"}, {"current", "NOW"}, {"default", "DEFAULT"}, {"range", "MAY BE"}},
                 {}};
     }
