@@ -90,7 +90,7 @@ CPtzController::~CPtzController() {}
 void CPtzController::ThreadRun() VORN_UNMADE
 CAsyncOp CPtzController::getPTZPos(const CCallback&) VORN_UNMADE
 void CPtzController::moveAtSync(int, int, int, const CCallback&, CAuthentication&) VORN_UNMADE
-void CPtzController::RunCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>&) VORN_UNMADE
+void CPtzController::runCommand(const boost::shared_ptr<vorn_utility::v1_0::CAsyncCmdDetails>&) VORN_UNMADE
 } // namespace corvane::vorn_ptz_controller::v1_0
 
 namespace corvane::vorn_handler::v1_0 {
