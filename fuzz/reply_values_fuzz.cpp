@@ -79,7 +79,10 @@ void RequirePost(const std::string& url) {
 // Stands before the framework's own, which would ask the device.
 refhost::SHttpReply refhost::ExchangeHttp(const SHttpRequest& request) {
     lastRequest = request;
-    return {200, "", nextReply};
+    SHttpReply reply;
+    reply.status = 200;
+    reply.body = nextReply;
+    return reply;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
