@@ -68,7 +68,7 @@ TEST_F(Head, RecordsNoMoreMovesThanAPatrolMayHave) {
     for (size_t i = 0; i <= CCameraHead::MostMoves; ++i)
         head.run("pan", i % 2 == 0 ? 0.1 : 0.2, at(static_cast<int>(i)));
     head.stopPatrol(2, at(90'000));
-    const SPatrol& patrol = head.state(at(90'000)).patrols.at(2);
+    const SPatrol patrol = head.state(at(90'000)).patrols.at(2);
     EXPECT_EQ(patrol.moves.size(), CCameraHead::MostMoves);
     EXPECT_EQ(patrol.length, milliseconds(90'000));
 }
