@@ -149,6 +149,9 @@ void SetMethod(CURL* curl, const COptional<std::string>& form) {
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, form->data());
 }
 
+constexpr long LowestStatus = 100;
+constexpr long HighestStatus = 999;
+
 constexpr const char* CutText = "connection closed in the middle of the reply";
 constexpr const char* NotHttpText = "the reply is not HTTP";
 
@@ -322,6 +325,8 @@ private:
             return NoStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+        if (status < LowestStatus || status > HighestStatus) // libcurl takes any number there
+            return NoStatus({HttpFailure::NotHttp, NotHttpText});
         SHttpReply reply = WithStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
         if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
