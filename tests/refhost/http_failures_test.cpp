@@ -89,7 +89,7 @@ const SFailure Failures[] = {
     {"CutInAChunk", {Chunked + "10\r\nhalf", SScriptedReply::Close}, CutText},
     {"Garbage", {"\x01\x02garbage\r\n\r\n", SScriptedReply::Close}, NotHttpText},
     {"AnotherProtocol", {"RTSP/1.0 200 OK\r\nCSeq: 1\r\n\r\n", SScriptedReply::Close}, NotHttpText},
-    {"AStatusBelowAnyOther", {"HTTP/1.1 010 Odd\r\nContent-Length: 0\r\n\r\n"}, NotHttpText},
+    {"AStatusOfOneDigit", {"HTTP/204 x\r\nContent-Length: 0\r\n\r\n"}, NotHttpText},
     {"ABarePage", {"NAME=x\r\n", SScriptedReply::Close}, NotHttpText},
     {"NoSuchChunk", {Chunked + "not a number\r\n", SScriptedReply::Close}, "chunk"},
     {"ANegativeLength", {OkHead + "Content-Length: -5\r\n\r\nx", SScriptedReply::Close}, NotHttpText},
