@@ -118,7 +118,7 @@ boost::shared_ptr<vorn_utility::v1_0::CommParam> CPanasonicHandler::waitForIdent
                 return queryParams[family];
         if (steady_clock::now() - start > times_.limit)
             return {};
-        std::this_thread::sleep_for(times_.poll);
+        std::this_thread::sleep_for(times_.poll); // the threads only set their flags, and wake nobody
     }
 }
 

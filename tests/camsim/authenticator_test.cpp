@@ -1,21 +1,14 @@
 // Which nonces of digest authentication are still good.
 
 #include "net/authenticator.h"
+#include "tests/support/md5.h"
 
-#include <glib.h>
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace camsim;
-
-std::string Md5(const std::string& text) {
-    gchar* digest = g_compute_checksum_for_data(G_CHECKSUM_MD5, reinterpret_cast<const guchar*>(text.data()),
-                                                text.size());
-    std::string result(digest);
-    g_free(digest);
-    return result;
-}
+using corvane::tests::Md5;
 
 // The credentials that a client makes of the challenge for GET /x.
 std::string CredentialsFor(const std::string& challenge) {

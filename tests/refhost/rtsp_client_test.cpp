@@ -8,6 +8,7 @@
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/rtsp_session.h"
 #include "tests/refhost/captured_stderr.h"
+#include "tests/support/md5.h"
 #include "tests/support/scripted_rtsp.h"
 
 #include <gmock/gmock.h>
@@ -59,13 +60,6 @@ TEST(RtspAuthentication, DigestIsAnsweredByTheChallengesOwnWords) {
         EXPECT_EQ(authentication.headerFor(c.method, Location),
                   std::string(R"(Digest username="admin", )") + c.answer);
     }
-}
-
-std::string Md5(const std::string& text) {
-    gchar* const sum = g_compute_checksum_for_string(G_CHECKSUM_MD5, text.c_str(), -1);
-    std::string result = sum;
-    g_free(sum);
-    return result;
 }
 
 // It may be somebody in between who asks for it, and it ends a name at its colon.

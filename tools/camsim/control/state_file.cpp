@@ -110,7 +110,7 @@ bool WriteAll(int fd, const std::string& text) {
 // folder that others may write to, somebody could put a file or a link under a temporary name that can be
 // guessed, so mkostemp takes a name that nothing has.
 void ReplaceFile(const std::string& path, const std::string& text) {
-    std::string temporary = path + ".XXXXXX";
+    std::string temporary = path + ".XXXXXX"; // where mkostemp puts what makes it unique
     const int fd = mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
         throw CStateFileError(temporary + ": " + SystemReason(errno));
