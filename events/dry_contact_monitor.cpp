@@ -1,5 +1,7 @@
 #include "events/dry_contact_monitor.h"
 
+#include "host/stray_fold.h"
+
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
@@ -78,7 +80,9 @@ public:
                // looks like another protocol's is none, and a name server must not hold up a stop.
                set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L) &&
                set(CURLOPT_HEADERFUNCTION, takeHeaderLine) && set(CURLOPT_HEADERDATA, this) &&
-               set(CURLOPT_PREREQFUNCTION, takeRound) && set(CURLOPT_PREREQDATA, this);
+               set(CURLOPT_DEBUGFUNCTION, seeHeaderLine) && set(CURLOPT_DEBUGDATA, this) &&
+               set(CURLOPT_VERBOSE, 1L) && set(CURLOPT_PREREQFUNCTION, takeRound) &&
+               set(CURLOPT_PREREQDATA, this);
     }
 
     enum class End {
@@ -91,6 +95,7 @@ public:
     End perform() {
         headerBytes_ = 0;
         rounds_ = 0;
+        strayFold_ = {};
         if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
             return End::Failed;
         const CURLcode result = runToItsEnd();
@@ -146,9 +151,15 @@ private:
 
     // libcurl keeps each line, those of a trailer behind the body too.
     static size_t takeHeaderLine(char* /*line*/, size_t /*size*/, size_t count, void* transfer) {
-        auto& headerBytes = static_cast<CTransfer*>(transfer)->headerBytes_;
-        headerBytes += count;
-        return headerBytes > LargestHeader ? 0 : count;
+        auto& itself = *static_cast<CTransfer*>(transfer);
+        itself.headerBytes_ += count;
+        return itself.headerBytes_ > LargestHeader || itself.strayFold_.isFound() ? 0 : count;
+    }
+
+    static int seeHeaderLine(CURL* /*curl*/, curl_infotype kind, char* data, size_t size, void* transfer) {
+        if (kind == CURLINFO_HEADER_IN)
+            static_cast<CTransfer*>(transfer)->strayFold_.takeHeaderLine(data, size);
+        return 0;
     }
 
     // A camera that asks for credentials once more than one that means it is refused.
@@ -162,6 +173,7 @@ private:
     CURLM* const multi_;
     std::size_t headerBytes_ = 0; // of the request under way
     int rounds_ = 0;              // likewise
+    CStrayFold strayFold_;        // likewise
     std::atomic<bool> broken_{false};
 };
 

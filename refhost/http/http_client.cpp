@@ -81,7 +81,7 @@ std::size_t OnHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
         return 0;
     const std::string_view line(data, size);
     reply.isPacked = NamesAPacking(line);
-    if (reply.isPacked)
+    if (reply.isPacked || reply.rounds.foundStrayFold())
         return 0;
     reply.rounds.headerLine(line);
     if (line.substr(0, 5) == "HTTP/")
@@ -190,6 +190,8 @@ SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const c
     const HttpFailure broken = received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
     if (received.rounds.refusedRepetition())
         return {HttpFailure::Dropped, CutText};
+    if (received.rounds.foundStrayFold())
+        return {HttpFailure::NotHttp, NotHttpText};
     if (received.isBodyTooLarge)
         return {HttpFailure::TooLarge,
                 "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB"};

@@ -41,6 +41,7 @@ void CHttpRounds::watch(CURL* curl) {
     curl_ = curl;
     ofTransfer_ = 0;
     refused_ = Refused::Nothing;
+    strayFold_ = {};
     curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, beforeConnection);
     curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, beforeRequest);
@@ -96,6 +97,8 @@ int CHttpRounds::takeBytes(CURL* /*curl*/, curl_infotype kind, char* data, std::
     auto& itself = *static_cast<CHttpRounds*>(rounds);
     if (kind == CURLINFO_HEADER_OUT)
         itself.authentication_ = SchemeOf({data, size});
+    if (kind == CURLINFO_HEADER_IN)
+        itself.strayFold_.takeHeaderLine(data, size);
     if (kind == CURLINFO_DATA_IN)
         itself.bodyBytes_ += size;
     return 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/stray_fold.h"
 #include "refhost/base/log.h"
 
 #include <curl/curl.h>
@@ -32,6 +33,8 @@ public:
     bool refusedRepetition() const { return refused_ == Refused::Repetition; }
     // Whether the device asked once more than a device that means it.
     bool refusedChallenge() const { return refused_ == Refused::Challenge; }
+    // Whether the reply began with the rest of a line: no HTTP.
+    bool foundStrayFold() const { return strayFold_.isFound(); }
     // With what the last request on the wire showed its credentials. libcurl tells what a device offers, but
     // not what it then takes; so this goes by what it sends.
     AuthScheme authentication() const { return authentication_; }
@@ -63,6 +66,7 @@ private:
     Refused refused_ = Refused::Nothing;
     AuthScheme authentication_ = AuthScheme::None;
     std::size_t bodyBytes_ = 0;
+    vorn_utility::v1_0::CStrayFold strayFold_;
 };
 
 } // namespace corvane::refhost

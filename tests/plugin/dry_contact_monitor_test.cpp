@@ -166,6 +166,21 @@ TEST_F(DryContactMonitor, ARequestThatTheCameraEndsIsMadeAgainInSilence) {
     monitor->StopMonitor(1);
 }
 
+// To a line of the request before, whose memory it has given back, libcurl would append that rest.
+TEST_F(DryContactMonitor, AHeaderThatBeginsWithTheRestOfALineIsAFailure) {
+    CMonitorServer camera(CMonitorServer::Greeting::Garbled);
+    const auto monitor = makeMonitor(camera.address());
+    CHeard heard;
+    monitor->StartMonitor(1, heard.listener());
+    ASSERT_TRUE(camera.waitForRequests(1));
+    camera.write("terminal1 I Low\r\n");
+    EXPECT_EQ(monitor->GetStateOfInput(1), Monitor::DCS_LOW);
+    camera.closeAll();
+    ASSERT_TRUE(heard.waitForCount(2));
+    EXPECT_THAT(heard.states(), ElementsAre(Monitor::DCS_LINK_LOST, Monitor::DCS_LINK_LOST));
+    monitor->StopMonitor(1);
+}
+
 TEST_F(DryContactMonitor, FailuresAreToldAndAfterTheSecondTheyArePaced) {
     const auto monitor = makeMonitor(UnusedAddress());
     CHeard heard;

@@ -55,9 +55,11 @@ void CMonitorServer::acceptConnections() {
         if (connection < 0)
             return;
         const std::string head = ReadHead(connection);
-        if (greeting_ == Greeting::Header)
-            SendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\n");
         const std::lock_guard<std::mutex> lock(mutex_);
+        const bool isGarbled = greeting_ == Greeting::Garbled && requests_ > 0;
+        if (greeting_ != Greeting::Silence)
+            SendAll(connection, std::string("HTTP/1.1 200 OK\r\n") + (isGarbled ? " rest: x\r\n" : "") +
+                                    "Content-Type: text/plain\r\n\r\n");
         open_.push_back(connection);
         ++requests_;
         lastRequest_ = head;

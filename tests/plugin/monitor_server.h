@@ -16,6 +16,7 @@ public:
     enum class Greeting {
         Header,  // the reply's header
         Silence, // nothing at all
+        Garbled, // a header, and from the second request on one that begins with the rest of a line
     };
 
     explicit CMonitorServer(Greeting greeting = Greeting::Header);

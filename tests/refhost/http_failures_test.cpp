@@ -90,6 +90,7 @@ const SFailure Failures[] = {
     {"Garbage", {"\x01\x02garbage\r\n\r\n", SScriptedReply::Close}, NotHttpText},
     {"AnotherProtocol", {"RTSP/1.0 200 OK\r\nCSeq: 1\r\n\r\n", SScriptedReply::Close}, NotHttpText},
     {"AStatusOfOneDigit", {"HTTP/204 x\r\nContent-Length: 0\r\n\r\n"}, NotHttpText},
+    {"TheRestOfALineFirst", {OkHead + " rest: x\r\nContent-Length: 0\r\n\r\n"}, NotHttpText},
     {"ABarePage", {"NAME=x\r\n", SScriptedReply::Close}, NotHttpText},
     {"NoSuchChunk", {Chunked + "not a number\r\n", SScriptedReply::Close}, "chunk"},
     {"ANegativeLength", {OkHead + "Content-Length: -5\r\n\r\nx", SScriptedReply::Close}, NotHttpText},
