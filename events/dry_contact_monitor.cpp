@@ -1,29 +1,17 @@
 #include "events/dry_contact_monitor.h"
 
-#include "host/stray_fold.h"
+#include "events/monitor_request.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
-#include <iterator>
-#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
 
 namespace corvane::vorn_utility::v1_0 {
 namespace {
-
-constexpr long ConnectSeconds = 15;
-constexpr long HttpOk = 200;
-// Any that a camera may ask for: of the others a stranger could learn the password or this machine's name.
-constexpr unsigned long AuthSchemes = CURLAUTH_DIGEST | CURLAUTH_BASIC;
-constexpr std::size_t LargestHeader = std::size_t{256} << 10;
-// The request, the answer to a challenge, and the answer to a nonce that had grown old by then.
-constexpr int MostRounds = 3;
-constexpr long RefusedStatuses[] = {401, 403, 404};
-constexpr int LongestPoll = std::numeric_limits<int>::max(); // milliseconds; what happens wakes it
 
 using Guard = boost::lock_guard<boost::mutex>;
 using Lock = boost::unique_lock<boost::mutex>;
@@ -52,130 +40,6 @@ CDryContactMonitor::TDryContactState funGetDryContactStatusfromResponse(const st
     return chunk.compare(begin, size, "Low") == 0 ? CDryContactMonitor::DCS_LOW
                                                   : CDryContactMonitor::DCS_UNKNOWN;
 }
-
-// The long-lived request. libcurl's handles are used on the thread that made them; the one call that its
-// multi interface allows from others is the one that wakes that thread.
-class CDryContactMonitor::CTransfer {
-public:
-    CTransfer() : easy_(curl_easy_init()), multi_(curl_multi_init()) {
-        if (isMade())
-            curl_easy_reset(easy_);
-    }
-    ~CTransfer() {
-        curl_easy_cleanup(easy_);
-        curl_multi_cleanup(multi_);
-    }
-    CTransfer(const CTransfer&) = delete;
-    CTransfer& operator=(const CTransfer&) = delete;
-
-    bool isMade() const { return easy_ && multi_; }
-
-    bool setOptions(const std::string& credentials, const std::string& url, unsigned long authSchemes,
-                    CDryContactMonitor* monitor) {
-        return set(CURLOPT_NOSIGNAL, 1L) && set(CURLOPT_TCP_NODELAY, 1L) &&
-               set(CURLOPT_USERPWD, credentials.c_str()) && set(CURLOPT_URL, url.c_str()) &&
-               set(CURLOPT_HTTPAUTH, authSchemes) && set(CURLOPT_WRITEFUNCTION, HttpWriter) &&
-               set(CURLOPT_WRITEDATA, monitor) && set(CURLOPT_CONNECTTIMEOUT, ConnectSeconds) &&
-               // Beyond what the camera needs: cameras are on the recorder's own network, an address that
-               // looks like another protocol's is none, and a name server must not hold up a stop.
-               set(CURLOPT_PROXY, "") && set(CURLOPT_PROTOCOLS_STR, "http") && set(CURLOPT_QUICK_EXIT, 1L) &&
-               set(CURLOPT_HEADERFUNCTION, takeHeaderLine) && set(CURLOPT_HEADERDATA, this) &&
-               set(CURLOPT_DEBUGFUNCTION, seeHeaderLine) && set(CURLOPT_DEBUGDATA, this) &&
-               set(CURLOPT_VERBOSE, 1L) && set(CURLOPT_PREREQFUNCTION, takeRound) &&
-               set(CURLOPT_PREREQDATA, this);
-    }
-
-    enum class End {
-        Complete, // the camera ended its reply
-        Refused,  // it will not be asked this, or not by us
-        Failed,   // any other end, a break included
-    };
-
-    // Runs the request to its end.
-    End perform() {
-        headerBytes_ = 0;
-        rounds_ = 0;
-        strayFold_ = {};
-        if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
-            return End::Failed;
-        const CURLcode result = runToItsEnd();
-        curl_multi_remove_handle(multi_, easy_);
-        const long answer = status();
-        const bool isWhole = result == CURLE_OK || result == CURLE_WRITE_ERROR || rounds_ > MostRounds;
-        if (isWhole && std::find(std::begin(RefusedStatuses), std::end(RefusedStatuses), answer) !=
-                           std::end(RefusedStatuses))
-            return End::Refused;
-        return result == CURLE_OK && answer == HttpOk ? End::Complete : End::Failed;
-    }
-
-    // Of the reply that is coming, or came last.
-    long status() const {
-        long status = 0;
-        curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
-        return status;
-    }
-
-    // Whether the camera has asked for credentials in this request, and for Basic ones alone.
-    bool offersBasicAlone() const {
-        long offered = 0;
-        curl_easy_getinfo(easy_, CURLINFO_HTTPAUTH_AVAIL, &offered);
-        return (static_cast<unsigned long>(offered) & AuthSchemes) == CURLAUTH_BASIC;
-    }
-
-    // The one operation for other threads. Of a request that is not under way it breaks off the next.
-    void breakOff() {
-        broken_ = true;
-        curl_multi_wakeup(multi_);
-    }
-    void forgetBreak() { broken_ = false; }
-
-private:
-    template <class Value>
-    bool set(CURLoption option, Value value) {
-        return curl_easy_setopt(easy_, option, value) == CURLE_OK;
-    }
-
-    CURLcode runToItsEnd() {
-        for (int active = 1; !broken_;) {
-            if (curl_multi_perform(multi_, &active) != CURLM_OK)
-                return CURLE_FAILED_INIT;
-            if (active == 0)
-                break;
-            if (curl_multi_poll(multi_, nullptr, 0, LongestPoll, nullptr) != CURLM_OK)
-                return CURLE_FAILED_INIT;
-        }
-        int left = 0;
-        const CURLMsg* const message = curl_multi_info_read(multi_, &left);
-        return message ? message->data.result : CURLE_ABORTED_BY_CALLBACK; // broken off
-    }
-
-    // libcurl keeps each line, those of a trailer behind the body too.
-    static size_t takeHeaderLine(char* /*line*/, size_t /*size*/, size_t count, void* transfer) {
-        auto& itself = *static_cast<CTransfer*>(transfer);
-        itself.headerBytes_ += count;
-        return itself.headerBytes_ > LargestHeader || itself.strayFold_.isFound() ? 0 : count;
-    }
-
-    static int seeHeaderLine(CURL* /*curl*/, curl_infotype kind, char* data, size_t size, void* transfer) {
-        if (kind == CURLINFO_HEADER_IN)
-            static_cast<CTransfer*>(transfer)->strayFold_.takeHeaderLine(data, size);
-        return 0;
-    }
-
-    // A camera that asks for credentials once more than one that means it is refused.
-    static int takeRound(void* transfer, char* /*peerIp*/, char* /*ownIp*/, int /*peerPort*/,
-                         int /*ownPort*/) {
-        return ++static_cast<CTransfer*>(transfer)->rounds_ > MostRounds ? CURL_PREREQFUNC_ABORT
-                                                                         : CURL_PREREQFUNC_OK;
-    }
-
-    CURL* const easy_;
-    CURLM* const multi_;
-    std::size_t headerBytes_ = 0; // of the request under way
-    int rounds_ = 0;              // likewise
-    CStrayFold strayFold_;        // likewise
-    std::atomic<bool> broken_{false};
-};
 
 CDryContactMonitor::CDryContactMonitor(const std::string& address, const std::string& user,
                                        const std::string& secret, int first, int end)
@@ -289,7 +153,7 @@ void CDryContactMonitor::breakTransfer() {
         curl->breakOff();
 }
 
-void CDryContactMonitor::publish(CTransfer* transfer) {
+void CDryContactMonitor::publish(CMonitorRequest* transfer) {
     const Guard lock(mutex);
     curl = transfer;
     isReplied_ = false;
@@ -299,7 +163,7 @@ void CDryContactMonitor::publish(CTransfer* transfer) {
 }
 
 void CDryContactMonitor::ThreadFunc() {
-    CTransfer transfer;
+    CMonitorRequest transfer;
     if (!transfer.isMade())
         return;
     try {
@@ -310,35 +174,35 @@ void CDryContactMonitor::ThreadFunc() {
     publish(nullptr);
 }
 
-void CDryContactMonitor::serve(CTransfer& transfer) {
+void CDryContactMonitor::serve(CMonitorRequest& transfer) {
     const std::string credentials = userName + ":" + password;
     const std::string url = DryContactMonitorUrl(ipAddress);
     CRetryPace pace(times_.retry);
     while (running) {
-        if (!transfer.setOptions(credentials, url, allowedSchemes(), this))
+        if (!transfer.setOptions(credentials, url, isBasicRefused(), HttpWriter, this))
             return;
         publish(&transfer);
         if (!running) // a stop that came before the transfer could be broken off
             return;
         const auto start = std::chrono::steady_clock::now();
-        const CTransfer::End end = transfer.perform();
+        const CMonitorRequest::End end = transfer.perform();
         tellBasicAlone();
         // Not after any reply: a camera that writes and then breaks off would be asked without a pause.
         if (wasReplied() && std::chrono::steady_clock::now() - start >= times_.retry.longest)
             pace.forget();
-        if (end == CTransfer::End::Complete) {
+        if (end == CMonitorRequest::End::Complete) {
             pause(times_.afterClose);
         } else {
             tellLinkLost();
             noteFailure();
-            pause(end == CTransfer::End::Refused ? pace.afterRefusal() : pace.afterFailure());
+            pause(end == CMonitorRequest::End::Refused ? pace.afterRefusal() : pace.afterFailure());
         }
     }
 }
 
-unsigned long CDryContactMonitor::allowedSchemes() {
+bool CDryContactMonitor::isBasicRefused() {
     const Guard lock(mutex);
-    return basic_.isRefused ? CURLAUTH_DIGEST : AuthSchemes;
+    return basic_.isRefused;
 }
 
 void CDryContactMonitor::tellBasicAlone() {
@@ -416,7 +280,7 @@ size_t CDryContactMonitor::HttpWriter(char* data, size_t /*size*/, size_t count,
 // Whether the reply that is coming is what was asked for.
 bool CDryContactMonitor::isAccepted() {
     const Guard lock(mutex);
-    return !curl || curl->status() == HttpOk;
+    return !curl || curl->isAccepted();
 }
 
 void CDryContactMonitor::ParseAndDisperseInformation(const std::string& chunk) {

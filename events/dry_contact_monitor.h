@@ -9,7 +9,6 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <curl/curl.h>
 
 #include <atomic>
 #include <chrono>
@@ -19,6 +18,8 @@
 #include <string>
 
 namespace corvane::vorn_utility::v1_0 {
+
+class CMonitorRequest;
 
 // The times of a monitor, and the clock of its heartbeat.
 struct SMonitorTimes {
@@ -109,13 +110,11 @@ public:
     static TDryContactState (*s_funGetDryContactStatus)(const std::string& chunk, int input);
 
 private:
-    class CTransfer;
-
     void startThread();
     void breakTransfer(); // mutex is held
-    void publish(CTransfer* transfer);
-    void serve(CTransfer& transfer);
-    unsigned long allowedSchemes();
+    void publish(CMonitorRequest* transfer);
+    void serve(CMonitorRequest& transfer);
+    bool isBasicRefused();
     bool wasReplied();
     bool isAccepted();
     void noteFailure();
@@ -142,9 +141,9 @@ private:
     std::int32_t listenerCount = 0;   // calls of StartMonitor without their StopMonitor; guarded by mutex
     const std::int32_t firstIndex;
     const std::int32_t maxIndex;
-    CTransfer* curl = nullptr;    // the thread's, while it has one; guarded by mutex
-    bool gotReply = false;        // guarded by mutex
-    std::time_t lastActivity = 0; // the last chunk, failure or missed heartbeat; guarded by mutex
+    CMonitorRequest* curl = nullptr; // the thread's, while it has one; guarded by mutex
+    bool gotReply = false;           // guarded by mutex
+    std::time_t lastActivity = 0;    // the last chunk, failure or missed heartbeat; guarded by mutex
     // NOLINTEND(readability-identifier-naming)
 
     const SMonitorTimes times_;
