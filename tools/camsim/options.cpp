@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "model/camera_data.h"
+#include "model/fault_names.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -22,7 +23,9 @@ NAME=minimum,maximum,home[,speed[,acceleration[,speed steps]]] in units and seco
 steps is what directctrl calls it. They are a real camera's replies as they came, or layers: "!include FILE" (of DIR, or
 of the program's own, such as F320/setdata.txt), "!remove PATTERN", then lines that replace or add.
 
-Faults: PATTERN is a shell pattern for the path, with or without its query; KIND and its keys are
+Faults: "camsim faults" lists those that have a name (--json: a line of JSON each); --fault NAME sets one. Others are
+put together: PATTERN is a shell pattern for the path, with or without its query; a value with white space in it
+stands as a JSON text in double quotes; KIND and its keys are
   delay ms=N              the answer waits; every matching delay adds up, and another fault may follow it
   status status=N [body=T]
                           this HTTP status
@@ -33,6 +36,7 @@ Faults: PATTERN is a shell pattern for the path, with or without its query; KIND
   garbage [size=N]        bytes that are no HTTP
   body body=T | size=N    200 with this body, or one of N arbitrary bytes
   empty                   200 without a body
+  deny                    the credentials count as wrong: 401 with a challenge
   stale                   the digest nonce has had its time: 401 with stale=true (once, unless count says more)
   Every kind takes camera=N, method=GET|POST, count=N (how many requests it hits), skip=N (how many it lets pass
   first) and unauthorized=true (it also hits requests that would be answered 401; by default it does not).
@@ -81,10 +85,13 @@ curl --json '{"1": "Low"}' -X PATCH http://CONTROL/cameras/0/inputs
   GET  /requests[?camera=N][&after=ID]  requests in order, the last that 64 MiB hold; "more" says that there are others
                                         after those of one reply; DELETE forgets them
   GET  /faults; POST /faults {"path": PATTERN, "kind": KIND, ...}; DELETE /faults, /faults/ID
+  POST /faults {"name": NAME[, "camera": N]}; DELETE /faults?name=NAME  one with a name, which also goes as a whole
+                                        with any of its parts
 
 Examples:
   camsim --model F320 --listen 127.0.0.1:8080
   camsim --model F320 --model D850 --count 100 --listen 127.0.1.1:8080 --addresses consecutive-hosts
+  camsim --fault settings-html --fault monitor-silent
   camsim --fault '/cgi-bin/setdata* delay ms=800 count=2' --fault '/MediaInput/h264* cut ms=5000'
 
 Exit status: 0 after SIGINT or SIGTERM, 1 when it cannot serve or save, 2 for a wrong command line.)";
@@ -194,7 +201,7 @@ void AddCredentialOptions(CLI::App& app, SOptions& options) {
 
 void AddTestOptions(CLI::App& app, SOptions& options) {
     AddList(app, "--fault", options.faults, "A fault that is set from the start (see below)",
-            "'PATTERN KIND [KEY=VALUE...]'");
+            "NAME|'PATTERN KIND [KEY=VALUE...]'");
     app.add_option("--log-size", options.logSize, "How many requests are remembered")
         ->type_name("N")
         ->capture_default_str();
@@ -209,6 +216,12 @@ void AddTestOptions(CLI::App& app, SOptions& options) {
         ->group("");
 }
 
+CLI::App* AddFaultsCommand(CLI::App& app, bool& asJson) {
+    CLI::App* command = app.add_subcommand("faults", "List the faults that have a name, and exit");
+    command->add_flag("--json", asJson, "A line of JSON for each");
+    return command;
+}
+
 } // namespace
 
 std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
@@ -220,6 +233,8 @@ std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
     AddNetworkOptions(app, options);
     AddCredentialOptions(app, options);
     AddTestOptions(app, options);
+    bool asJson = false;
+    const CLI::App* listsFaults = AddFaultsCommand(app, asJson);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -227,6 +242,10 @@ std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
             return app.exit(error);
         std::cerr << "camsim: " << error.what() << "\nRun with --help for more information.\n";
         return UsageError;
+    }
+    if (listsFaults->parsed()) {
+        std::cout << (asJson ? FaultLines() : FaultTable());
+        return 0;
     }
     if (options.models.empty() && options.cameraDirectories.empty())
         options.models.emplace_back("F320");

@@ -222,6 +222,8 @@ MHD_Result CCameraServer::answerWithFault(SExchange& exchange, const SFault& fau
         parts_.authenticator.retireNonce(HeaderOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION));
         return send(exchange, challenge(exchange, true));
     }
+    if (fault.kind == FaultKind::Deny)
+        return send(exchange, challenge(exchange, false));
     if (exchange.monitor && exchange.verdict.accepted && BreaksMonitor(fault))
         return openMonitor(exchange, fault);
     SHttpReply reply = TextReply(MHD_HTTP_OK, "");

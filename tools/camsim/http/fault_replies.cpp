@@ -197,6 +197,7 @@ constexpr SKindSender Senders[] = {
     {FaultKind::Garbage, Garbage, false},
     {FaultKind::Body, SendBody, false},
     {FaultKind::Stale, SendAsItIs, false},
+    {FaultKind::Deny, SendAsItIs, false},
     {FaultKind::Empty, SendAsItIs, false},
     // These faults belong to a monitor that is open. A request for one that is refused gets its usual answer.
     {FaultKind::Silence, SendAsItIs, true},

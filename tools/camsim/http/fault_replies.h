@@ -32,7 +32,7 @@ struct SFaultScene {
 
 // What the fault makes of `reply`, the answer that was due (or, where the fault does not let the request
 // through, a 200 without a body). `status` is the HTTP status that goes out, none when what goes out is no
-// HTTP answer. Delay and Stale change nothing here: they are dealt with before an answer is made.
+// HTTP answer. Delay, Stale and Deny change nothing here: they are dealt with before an answer is made.
 MHD_Result SendFault(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                      std::optional<unsigned>& status);
 

@@ -3,6 +3,7 @@
 #include "model/numbers.h"
 
 #include <algorithm>
+#include <cctype>
 #include <fnmatch.h>
 #include <numeric>
 #include <sstream>
@@ -130,6 +131,7 @@ const std::vector<SKindRule>& KindRules() {
         {FaultKind::Garbage, "garbage", {"size"}, {}, {Http}},
         {FaultKind::Body, "body", {"body", "size"}, {}, {Http}},
         {FaultKind::Stale, "stale", {}, {}, {Http}},
+        {FaultKind::Deny, "deny", {}, {}, {Http}},
         {FaultKind::Empty, "empty", {}, {}, {Http}},
         {FaultKind::Refuse, "refuse", {"status"}, {}, {Rtsp}},
         {FaultKind::Silence, "silence", {"ms"}, {}, {Monitor, Rtsp}},
@@ -226,6 +228,34 @@ bool Matches(const SFault& fault, const CFaultList::SRequest& request) {
            fnmatch(fault.path.c_str(), request.target.c_str(), 0) == 0;
 }
 
+// A JSON text in double quotes; its opening quote comes next.
+Json ReadQuoted(std::istream& words) {
+    std::string text(1, static_cast<char>(words.get()));
+    bool escaped = false;
+    for (char c = 0; words.get(c);) {
+        text += c;
+        if (c == '"' && !escaped)
+            break;
+        escaped = c == '\\' && !escaped;
+    }
+    const Json value = Json::parse(text, nullptr, false);
+    if (value.is_discarded())
+        throw CFaultError(text + ": expected a JSON text in double quotes");
+    return value;
+}
+
+// What stands behind "key=": to the next white space, or a JSON text.
+Json ReadValue(std::istream& words) {
+    if (words.peek() == '"')
+        return ReadQuoted(words);
+    std::string value;
+    if (!std::isspace(words.peek()))
+        words >> value;
+    if (const std::optional<int64_t> number = ParseNumber<int64_t>(value))
+        return *number;
+    return value == "true" || value == "false" ? Json(value == "true") : Json(value);
+}
+
 } // namespace
 
 std::string_view FaultKindName(FaultKind kind) {
@@ -253,25 +283,18 @@ SFault ParseFaultText(const std::string& text, size_t cameraCount) {
     std::string kind;
     words >> path >> kind;
     Json json{{"path", path}, {"kind", kind}};
-    for (std::string word; words >> word;) {
-        const size_t equals = word.find('=');
-        if (equals == word.npos)
-            throw CFaultError("'" + word + "': expected key=value");
-        const std::string value = word.substr(equals + 1);
-        const std::optional<int64_t> number = ParseNumber<int64_t>(value);
-        Json& member = json[word.substr(0, equals)];
-        if (number)
-            member = *number;
-        else if (value == "true" || value == "false")
-            member = value == "true";
-        else
-            member = value;
+    for (std::string key; words >> std::ws && std::getline(words, key, '=');) {
+        if (words.eof() || key.find_first_of(" \t") != key.npos)
+            throw CFaultError("'" + key + "': expected key=value");
+        json[key] = ReadValue(words);
     }
     return ParseFault(json, cameraCount);
 }
 
 Json DescribeFault(const SFault& fault) {
     Json json{{"id", fault.id}, {"kind", FaultKindName(fault.kind)}, {"hits", fault.hits}};
+    if (!fault.name.empty())
+        json["name"] = fault.name;
     for (const SMember& member : Members)
         member.write(fault, json);
     return json;
@@ -300,6 +323,20 @@ bool CFaultList::remove(uint64_t id) {
         return false;
     faults_.erase(gone);
     return true;
+}
+
+std::string CFaultList::nameOf(uint64_t id) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found =
+        std::find_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.id == id; });
+    return found == faults_.end() ? "" : found->name;
+}
+
+void CFaultList::removeNamed(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    faults_.erase(
+        std::remove_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.name == name; }),
+        faults_.end());
 }
 
 void CFaultList::clear() {

@@ -27,6 +27,7 @@ enum class FaultKind {
     Garbage,
     Body,
     Stale,
+    Deny,
     Empty,
     Refuse,
     Silence,
@@ -41,6 +42,7 @@ enum class FaultProtocol { Http, Monitor, Rtsp };
 // What goes wrong with a request, and with which.
 struct SFault {
     uint64_t id = 0;
+    std::string name; // of the row of the catalogue that it is a part of; empty when it is of none
     std::string path; // a shell pattern; it may match the path, or the path with its query
     std::optional<std::string> method;
     std::optional<size_t> camera;
@@ -95,6 +97,10 @@ public:
     uint64_t add(SFault fault);
     // False when there is no such fault.
     bool remove(uint64_t id);
+    // Of which row of the catalogue the fault is a part; empty when it is of none or is not there.
+    std::string nameOf(uint64_t id) const;
+    // Every part of the catalogue's row of this name.
+    void removeNamed(const std::string& name);
     void clear();
     std::vector<SFault> list() const;
 
