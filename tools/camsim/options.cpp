@@ -27,26 +27,45 @@ Faults: "camsim faults" lists those that have a name (--json: a line of JSON eac
 put together: PATTERN is a shell pattern for the path, with or without its query; a value with white space in it
 stands as a JSON text in double quotes; KIND and its keys are
   delay ms=N              the answer waits; every matching delay adds up, and another fault may follow it
-  status status=N [body=T]
-                          this HTTP status
+  clock seconds=N | body=T
+                          the camera's clock, as the answer's date tells it, is ahead, or tells T; another may follow it
+  status status=N [body=T] [location=T] [challenge=T]
+                          this HTTP status; in the location {host} and {target} stand for what was asked; the challenge
+                          is what a 401 wants
   drop                    the connection is closed without an answer
   reset                   the connection is reset
   cut [bytes=N]           the connection is closed after N bytes of the body
   stall [bytes=N] [ms=N]  nothing comes after N bytes of the body, for a time or for ever
-  garbage [size=N]        bytes that are no HTTP
+  trickle bytes=N ms=N    the body comes some bytes at a time
+  garbage [size=N | body=T] [ms=N]
+                          arbitrary bytes, or these, instead of an answer; the connection is closed, after so long
+  header size=N           a header of so many bytes, a mebibyte at most
   body body=T | size=N    200 with this body, or one of N arbitrary bytes
+  truncate bytes=N        the first N bytes of the body, as if they were all
+  damage                  arbitrary bytes in the midst of the body
+  wrongcase               capitals and small letters of the body are exchanged
   empty                   200 without a body
-  deny                    the credentials count as wrong: 401 with a challenge
   stale                   the digest nonce has had its time: 401 with stale=true (once, unless count says more)
+  deny                    the credentials count as wrong: 401 with a challenge
+  basic                   the camera asks for Basic credentials and takes no others
+  restart [ms=N]          the connection is closed, and the camera away for so long (or --reboot-seconds)
+  revert [ms=N]           a write is answered, and the settings are what they were, at once or after so long
+  alter                   a write is answered, and the settings become others than were written
+  swap model=NUMBER       another camera answers, as if it had the same address
   Every kind takes camera=N, method=GET|POST, count=N (how many requests it hits), skip=N (how many it lets pass
-  first) and unauthorized=true (it also hits requests that would be answered 401; by default it does not).
-  Only delay, cut and stall let the camera do what it was asked.
+  first), every=N (it hits only each N-th of them), written=true (it waits for a write to the camera) and
+  unauthorized=true (it also hits requests that would be answered 401; by default it does not).
+  Only delay, clock, cut, stall, trickle, truncate, damage, wrongcase, basic, revert and alter let the camera do what it
+  was asked.
   These hit the replies that stay open, get_io?mode=monitor:
   silence [ms=N]          after so long (at once if none is given) nothing more comes
   close [ms=N]            after so long the reply ends, as it should
   cut ms=N, reset ms=N    after so long the connection is closed, or reset
   split [ms=N]            each change comes in two pieces, so long (100 if none is given) apart
   wrongcase               the levels are in small letters
+  chatter body=T [ms=N]   this text, again and again, and no levels
+  alternate [ms=N]        all levels, and the opposite of them in turn, every so long (100 if none is given)
+  flood                   the levels without a pause
   PATTERN may also stand for the path of a stream, such as '/MediaInput/h264*'; these kinds hit RTSP, once for each
   DESCRIBE (or SETUP without one):
   refuse [status=N]       this RTSP status, 503 if none is given
@@ -81,7 +100,8 @@ curl --json '{"1": "Low"}' -X PATCH http://CONTROL/cameras/0/inputs
   GET  /cameras/N/settings              every setting; PATCH {"KEY": "value" or null} changes them
   GET  /cameras/N/inputs                alarm inputs; PATCH {"1": "Low"} sets their levels
   POST /cameras/N/reboot                the camera restarts
-  PATCH /authentication {"scheme": "basic"}  how clients prove who they are from now on, over HTTP (see --auth)
+  PATCH /authentication {"scheme": "basic", "password": "..."}  how clients prove who they are from now on, over HTTP
+                                        (see --auth), and with which password; either or both
   GET  /requests[?camera=N][&after=ID]  requests in order, the last that 64 MiB hold; "more" says that there are others
                                         after those of one reply; DELETE forgets them
   GET  /faults; POST /faults {"path": PATTERN, "kind": KIND, ...}; DELETE /faults, /faults/ID

@@ -175,16 +175,27 @@ Json RestartCamera(const SParts& parts, Number number, const SControlRequest&) {
     return Describe(parts, camera);
 }
 
+std::optional<AuthScheme> SchemeFrom(const Json& body) {
+    for (const auto& [name, scheme] : AuthSchemes)
+        if (body == Json(name))
+            return scheme;
+    return std::nullopt;
+}
+
 Json ChangeAuthentication(const SParts& parts, Number, const SControlRequest& request) {
     const Json body = ParseBody(request.body);
-    for (const auto& [name, scheme] : AuthSchemes) {
-        Json expected{{"scheme", name}};
-        if (body != expected)
-            continue;
-        parts.authenticator.setScheme(scheme);
-        return expected;
-    }
-    Refuse("body: expected {\"scheme\": \"none\"}, \"basic\" or \"digest\"");
+    const Json scheme = body.is_object() ? body.value("scheme", Json()) : Json();
+    const Json password = body.is_object() ? body.value("password", Json()) : Json();
+    const size_t known = (scheme.is_null() ? 0 : 1) + (password.is_null() ? 0 : 1);
+    if (known == 0 || known != body.size() || (!scheme.is_null() && !SchemeFrom(scheme)) ||
+        (!password.is_null() && !password.is_string()))
+        Refuse("body: expected {\"scheme\": \"none\"}, \"basic\" or \"digest\", {\"password\": \"...\"}, or "
+               "both");
+    if (!password.is_null())
+        parts.authenticator.setPassword(password.get<std::string>());
+    if (!scheme.is_null())
+        parts.authenticator.setScheme(*SchemeFrom(scheme));
+    return scheme.is_null() ? Json::object() : Json{{"scheme", scheme}};
 }
 
 std::optional<Number> QueryNumber(const SControlRequest& request, const std::string& name) {

@@ -4,6 +4,7 @@
 #include "http/fault_replies.h"
 #include "http/http_daemon.h"
 #include "http/input_monitors.h"
+#include "http/misbehaviour.h"
 #include "http/request_log.h"
 #include "model/camera.h"
 #include "model/faults.h"
@@ -15,6 +16,7 @@
 #include <chrono>
 #include <memory>
 #include <microhttpd.h>
+#include <optional>
 
 namespace camsim {
 
@@ -47,9 +49,9 @@ public:
     // Stops the loop, lets go what waits and closes every connection. May be called twice.
     void stop();
 
-    // The camera refuses connections for the time that a restart takes; those that are open are broken, but
-    // `kept`. Any thread.
-    void restart(CCamera& camera, int kept = -1);
+    // The camera refuses connections for the time that a restart takes, or for this one; those that are open
+    // are broken, but `kept`. Any thread.
+    void restart(CCamera& camera, int kept = -1, std::optional<std::chrono::milliseconds> time = {});
 
 private:
     struct SExchange;
@@ -67,10 +69,14 @@ private:
     MHD_Result received(SExchange& exchange);
     MHD_Result answer(SExchange& exchange);
     MHD_Result answerWithFault(SExchange& exchange, const SFault& fault);
+    std::optional<MHD_Result> misbehave(SExchange& exchange, const SFault& fault);
+    MHD_Result answerBehindBasic(SExchange& exchange);
+    MHD_Result answerAndSpoil(SExchange& exchange, const SFault& fault);
+    MHD_Result sendAndHold(SExchange& exchange, const SFault& fault);
     MHD_Result openMonitor(SExchange& exchange, const std::optional<SFault>& fault);
     MHD_Result reply(SExchange& exchange);
     MHD_Result send(SExchange& exchange, SHttpReply reply);
-    SHttpReply challenge(SExchange& exchange, bool stale);
+    SHttpReply challenge(SExchange& exchange, std::optional<AuthScheme> scheme, bool stale);
     SHttpReply ordinaryReply(SExchange& exchange);
 
     const SParts parts_;
@@ -79,6 +85,7 @@ private:
     CHttpDaemon daemon_;
     CParkedConnections parked_;
     CInputMonitors monitors_;
+    CStandIns standIns_; // the loop's thread alone
 };
 
 } // namespace camsim

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,21 +20,34 @@ public:
 
 enum class FaultKind {
     Delay,
+    Clock,
     Status,
     Drop,
     Reset,
     Cut,
     Stall,
+    Trickle,
     Garbage,
+    Header,
     Body,
+    Truncate,
+    Damage,
+    WrongCase,
+    Empty,
     Stale,
     Deny,
-    Empty,
+    Basic,
+    Restart,
+    Alter,
+    Revert,
+    Swap,
     Refuse,
     Silence,
     Close,
     Split,
-    WrongCase
+    Chatter,
+    Alternate,
+    Flood
 };
 
 // A monitor is an HTTP request whose reply stays open.
@@ -48,18 +62,30 @@ struct SFault {
     std::optional<size_t> camera;
     FaultKind kind = FaultKind::Empty;
 
-    // delay: how long before the answer. stall: how long the answer stops, for ever if absent. split: between
-    // two pieces. silence, close, cut, reset: how long a monitor or an RTSP stream works before the fault.
+    // delay: how long before the answer. stall: how long the answer stops, for ever if absent. garbage: how
+    // long the connection stays open behind it. trickle, split, chatter, alternate: between two pieces.
+    // restart: how long the camera is away. revert: how long a write holds. silence, close, cut, reset: how
+    // long a monitor or an RTSP stream works before the fault.
     std::optional<int64_t> milliseconds;
+    std::optional<int64_t> seconds; // clock: how far it is ahead
     unsigned status = 0;
-    std::optional<std::string> body;
-    std::optional<size_t> size;  // body, garbage: that many arbitrary bytes
-    std::optional<size_t> bytes; // cut, stall: how much of the answer's body is sent before it
+    std::optional<std::string> location;  // where a 3xx points to; {host} and {target} are the request's
+    std::optional<std::string> challenge; // of a 401
+    std::optional<std::string> body;      // clock: the date that is told
+    std::optional<size_t> size;           // body, garbage, header: that many bytes
+    std::optional<size_t> bytes; // cut, stall: how much of the answer's body is sent before it; truncate: at
+                                 // all; trickle: at a time
+    std::optional<std::string> model; // swap: of the camera that answers instead
 
     std::optional<uint64_t> count; // how many requests it still hits; without end if absent
     uint64_t skip = 0;             // how many matching requests it still lets pass
+    std::optional<uint64_t> every; // only each so-many-th of those
     bool unauthorized = false;     // whether it also hits requests that would be answered 401
+    bool written = false;          // whether it hits only a camera that has been written to meanwhile
     uint64_t hits = 0;
+
+    uint64_t seen = 0;          // matching requests that were not skipped
+    std::set<size_t> writtenTo; // cameras that have been written to since the fault was set
 };
 
 std::string_view FaultKindName(FaultKind kind);
@@ -73,8 +99,9 @@ nlohmann::json DescribeFault(const SFault& fault);
 // What the faults do to one request.
 struct SFaultOutcome {
     std::chrono::milliseconds delay{0};
-    // The first matching fault that is no delay.
+    // The first matching fault that is neither a delay nor a wrong clock.
     std::optional<SFault> fault;
+    std::optional<SFault> clock; // the first matching one
     // Names of all that hit, joined by "+"; empty when none did.
     std::string names;
 };

@@ -1,0 +1,54 @@
+#include "model/fault_kinds.h"
+
+#include <algorithm>
+
+namespace camsim {
+
+const std::vector<SKindRule>& KindRules() {
+    constexpr FaultProtocol Http = FaultProtocol::Http;
+    constexpr FaultProtocol Monitor = FaultProtocol::Monitor;
+    constexpr FaultProtocol Rtsp = FaultProtocol::Rtsp;
+    static const std::vector<SKindRule> rules{
+        {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {Http}},
+        {FaultKind::Clock, "clock", {"seconds", "body"}, {}, {Http}},
+        {FaultKind::Status, "status", {"status", "body", "location", "challenge"}, {"status"}, {Http}},
+        {FaultKind::Drop, "drop", {}, {}, {Http}},
+        {FaultKind::Reset, "reset", {"ms"}, {}, {Http}},
+        {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {Http, Rtsp}},
+        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {Http}},
+        {FaultKind::Trickle, "trickle", {"bytes", "ms"}, {"bytes", "ms"}, {Http}},
+        {FaultKind::Garbage, "garbage", {"size", "body", "ms"}, {}, {Http}},
+        {FaultKind::Header, "header", {"size"}, {"size"}, {Http}},
+        {FaultKind::Body, "body", {"body", "size"}, {}, {Http}},
+        {FaultKind::Truncate, "truncate", {"bytes"}, {"bytes"}, {Http}},
+        {FaultKind::Damage, "damage", {}, {}, {Http}},
+        {FaultKind::WrongCase, "wrongcase", {}, {}, {Http}},
+        {FaultKind::Empty, "empty", {}, {}, {Http}},
+        {FaultKind::Stale, "stale", {}, {}, {Http}},
+        {FaultKind::Deny, "deny", {}, {}, {Http}},
+        {FaultKind::Basic, "basic", {}, {}, {Http}},
+        {FaultKind::Restart, "restart", {"ms"}, {}, {Http}},
+        {FaultKind::Alter, "alter", {}, {}, {Http}},
+        {FaultKind::Revert, "revert", {"ms"}, {}, {Http}},
+        {FaultKind::Swap, "swap", {"model"}, {"model"}, {Http}},
+        {FaultKind::Refuse, "refuse", {"status"}, {}, {Rtsp}},
+        {FaultKind::Silence, "silence", {"ms"}, {}, {Monitor, Rtsp}},
+        {FaultKind::Close, "close", {"ms"}, {}, {Monitor}},
+        {FaultKind::Split, "split", {"ms"}, {}, {Monitor}},
+        {FaultKind::Chatter, "chatter", {"body", "ms"}, {"body"}, {Monitor}},
+        {FaultKind::Alternate, "alternate", {"ms"}, {}, {Monitor}},
+        {FaultKind::Flood, "flood", {}, {}, {Monitor}},
+    };
+    return rules;
+}
+
+const SKindRule& RuleOf(FaultKind kind) {
+    return *std::find_if(KindRules().begin(), KindRules().end(),
+                         [&](const SKindRule& known) { return known.kind == kind; });
+}
+
+std::string_view FaultKindName(FaultKind kind) {
+    return RuleOf(kind).name;
+}
+
+} // namespace camsim
