@@ -49,6 +49,7 @@ SSeen Ask(const std::string& address, const SAsked& asked) {
         curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, asked.post.c_str());
     seen.code = curl_easy_perform(curl.get());
     curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &seen.status);
+    curl_easy_getinfo(curl.get(), CURLINFO_OS_ERRNO, &seen.error);
     return seen;
 }
 

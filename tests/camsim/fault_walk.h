@@ -11,6 +11,7 @@ namespace camsim_test {
 struct SSeen {
     CURLcode code = CURLE_OK;
     long status = 0;
+    long error = 0;     // of the system, where the connection failed
     std::string header; // of all replies, challenges among them
     std::string body;   // of the last
 

@@ -5,6 +5,7 @@
 #include "fault_walk.h"
 #include "model/fault_names.h"
 
+#include <cerrno>
 #include <ctime>
 #include <functional>
 #include <gmock/gmock.h>
@@ -57,8 +58,9 @@ bool IsCut(const SSeen& seen) {
 }
 
 bool IsDropped(const SSeen& seen) {
-    return (seen.code == CURLE_GOT_NOTHING || seen.code == CURLE_RECV_ERROR) && seen.body.empty() &&
-           seen.header.find(" 200 ") == std::string::npos;
+    const bool broken = seen.code == CURLE_GOT_NOTHING || seen.code == CURLE_RECV_ERROR ||
+                        seen.code == CURLE_SEND_ERROR || seen.error == ECONNRESET;
+    return broken && seen.body.empty() && seen.header.find(" 200 ") == std::string::npos;
 }
 
 bool IsNotAnswered(const SSeen& seen) {
@@ -91,7 +93,7 @@ Sight Status(std::set<long> expected) {
 }
 
 const std::map<std::string, Sight> Sights{
-    {"refused", [](const SSeen& seen, const SSeen&) { return seen.code == CURLE_COULDNT_CONNECT; }},
+    {"refused", [](const SSeen& seen, const SSeen&) { return seen.error == ECONNREFUSED; }},
     {"no-answer", [](const SSeen& seen, const SSeen&) { return IsNotAnswered(seen); }},
     {"slow", [](const SSeen& seen, const SSeen&) { return IsCut(seen) && seen.status == 200; }},
     {"dropped", [](const SSeen& seen, const SSeen&) { return IsDropped(seen); }},

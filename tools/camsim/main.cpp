@@ -160,6 +160,7 @@ void Serve(const SOptions& options) {
     server.start();
     if (rtsp)
         rtsp->start();
+    server.followPortFaults();
     PlayScenario(steps, cameras, loop);
     loop.start();
     if (state)

@@ -66,6 +66,13 @@ stands as a JSON text in double quotes; KIND and its keys are
   chatter body=T [ms=N]   this text, again and again, and no levels
   alternate [ms=N]        all levels, and the opposite of them in turn, every so long (100 if none is given)
   flood                   the levels without a pause
+  Where web-port or rtsp-port stands for PATTERN, the connections to it are hit as soon as they are made:
+  refuse                  nobody listens there
+  drop, reset             they are closed, or reset
+  stall [ms=N]            nothing is said, for a time or for ever
+  garbage [size=N | body=T] [ms=N]
+                          the camera speaks first, as another protocol's server does
+  tls                     the port speaks TLS alone: others get an alert
   PATTERN may also stand for the path of a stream, such as '/MediaInput/h264*'; these kinds hit RTSP, once for each
   DESCRIBE (or SETUP without one):
   refuse [status=N]       this RTSP status, 503 if none is given

@@ -1,5 +1,6 @@
 #include "http/camera_server.h"
 
+#include "model/arbitrary_bytes.h"
 #include "model/cgi.h"
 #include "model/form.h"
 
@@ -72,7 +73,9 @@ CCameraServer::CCameraServer(SParts parts, const SLimits& limits)
                &CCameraServer::onTarget}),
       parked_(parts.loop, [this] { daemon_.run(); }),
       monitors_(parts.loop, parked_, limits.monitorPeriod),
-      standIns_(parts.cameras.size()) {
+      standIns_(parts.cameras.size()),
+      portFaults_(WebPort, parts.faults, parts.loop, limits.connections),
+      refusals_({parts.faults, parts.listeners, parts.rtsp, parts.cameras, connections_}) {
     for (const auto& camera : parts_.cameras)
         monitors_.follow(*camera);
 }
@@ -86,6 +89,11 @@ void CCameraServer::start() {
     parts_.listeners.start(parts_.loop, [this](CCamera& camera, int fd, const sockaddr_in& peer) {
         accepted(camera, fd, peer);
     });
+}
+
+void CCameraServer::followPortFaults() {
+    parts_.faults.onChange([this] { refusals_.apply(); });
+    refusals_.apply();
 }
 
 void CCameraServer::stop() {
@@ -106,9 +114,7 @@ void CCameraServer::restart(CCamera& camera, int kept, std::optional<std::chrono
 
 void CCameraServer::bringBack(CCamera& camera) {
     try {
-        parts_.listeners.resume(camera);
-        if (parts_.rtsp != nullptr)
-            parts_.rtsp->resume(camera);
+        refusals_.resume(camera);
         camera.away = false; // in time: connections are accepted on this same thread, so none has come in yet
     } catch (const std::exception& error) {
         std::cerr << "camsim: camera " << camera.index() << " stays away: " << error.what() << "\n";
@@ -116,6 +122,8 @@ void CCameraServer::bringBack(CCamera& camera) {
 }
 
 void CCameraServer::accepted(CCamera& camera, int fd, const sockaddr_in& peer) {
+    if (portFaults_.take(camera, fd))
+        return;
     if (!daemon_.hasRoom()) {
         close(fd);
         return;

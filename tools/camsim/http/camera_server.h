@@ -5,12 +5,14 @@
 #include "http/http_daemon.h"
 #include "http/input_monitors.h"
 #include "http/misbehaviour.h"
+#include "http/port_refusals.h"
 #include "http/request_log.h"
 #include "model/camera.h"
 #include "model/faults.h"
 #include "net/authenticator.h"
 #include "net/listeners.h"
 #include "net/parked_connections.h"
+#include "net/port_faults.h"
 #include "rtsp/rtsp_server.h"
 
 #include <chrono>
@@ -46,6 +48,9 @@ public:
     // To be called before the loop is started. Throws std::runtime_error when the HTTP daemon does not
     // start.
     void start();
+    // Lets ports refuse connections as faults say, from now on. To be called once everything but the loop is
+    // started.
+    void followPortFaults();
     // Stops the loop, lets go what waits and closes every connection. May be called twice.
     void stop();
 
@@ -85,7 +90,9 @@ private:
     CHttpDaemon daemon_;
     CParkedConnections parked_;
     CInputMonitors monitors_;
-    CStandIns standIns_; // the loop's thread alone
+    CStandIns standIns_;     // the loop's thread alone
+    CPortFaults portFaults_; // the loop's thread alone
+    CPortRefusals refusals_;
 };
 
 } // namespace camsim

@@ -1,5 +1,6 @@
 #include "http/fault_replies.h"
 
+#include "model/arbitrary_bytes.h"
 #include "model/texts.h"
 #include "net/sockets.h"
 
@@ -7,13 +8,11 @@
 #include <cctype>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <sys/socket.h>
 
 namespace camsim {
 namespace {
 
-constexpr size_t OrdinaryGarbage = 64;
 constexpr size_t ReaderBlock = 16384;
 constexpr size_t DamagedBytes = 64;
 
@@ -26,14 +25,6 @@ MHD_Result Queue(MHD_Connection* connection, unsigned status, MHD_Response* resp
 void AddHeaders(MHD_Response* response, const SHttpReply& reply) {
     for (const auto& [name, value] : reply.headers)
         MHD_add_response_header(response, name, value.c_str());
-}
-
-// The same bytes for the same fault, so that a run can be repeated.
-std::string ArbitraryBytes(size_t size, uint64_t seed) {
-    std::mt19937_64 random(seed);
-    std::string bytes(size, '\0');
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random() & 0xff); });
-    return bytes;
 }
 
 // A body of which the first bytes go out, and then, after a wait or never, the rest.
@@ -310,6 +301,7 @@ constexpr SKindSender Senders[] = {
     {FaultKind::Alter, SendAsItIs, true},
     {FaultKind::Revert, SendAsItIs, true},
     {FaultKind::Swap, SendAsItIs, false},
+    {FaultKind::Tls, Drop, false},
     // These faults belong to a monitor that is open. A request for one that is refused gets its usual answer.
     {FaultKind::Silence, SendAsItIs, true},
     {FaultKind::Close, SendAsItIs, true},
@@ -325,10 +317,6 @@ const SKindSender& SenderOf(FaultKind kind) {
 }
 
 } // namespace
-
-std::string GarbageOf(const SFault& fault) {
-    return fault.body ? *fault.body : ArbitraryBytes(fault.size.value_or(OrdinaryGarbage), fault.id);
-}
 
 MHD_Result SendReply(MHD_Connection* connection, const SHttpReply& reply) {
     MHD_Response* response = MHD_create_response_from_buffer(

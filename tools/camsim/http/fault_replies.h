@@ -31,9 +31,6 @@ struct SFaultScene {
     const std::string& target; // of the request
 };
 
-// What a fault of this kind sends instead of an answer.
-std::string GarbageOf(const SFault& fault);
-
 // What the fault makes of `reply`, the answer that was due (or, where the fault does not let the request
 // through, a 200 without a body). `status` is the HTTP status that goes out, none when what goes out is no
 // HTTP answer. Kinds that the server deals with itself, before an answer is made, change nothing here.

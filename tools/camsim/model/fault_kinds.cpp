@@ -8,16 +8,17 @@ const std::vector<SKindRule>& KindRules() {
     constexpr FaultProtocol Http = FaultProtocol::Http;
     constexpr FaultProtocol Monitor = FaultProtocol::Monitor;
     constexpr FaultProtocol Rtsp = FaultProtocol::Rtsp;
+    constexpr FaultProtocol Port = FaultProtocol::Port;
     static const std::vector<SKindRule> rules{
         {FaultKind::Delay, "delay", {"ms"}, {"ms"}, {Http}},
         {FaultKind::Clock, "clock", {"seconds", "body"}, {}, {Http}},
         {FaultKind::Status, "status", {"status", "body", "location", "challenge"}, {"status"}, {Http}},
-        {FaultKind::Drop, "drop", {}, {}, {Http}},
-        {FaultKind::Reset, "reset", {"ms"}, {}, {Http}},
+        {FaultKind::Drop, "drop", {}, {}, {Http, Port}},
+        {FaultKind::Reset, "reset", {"ms"}, {}, {Http, Port}},
         {FaultKind::Cut, "cut", {"bytes", "ms"}, {}, {Http, Rtsp}},
-        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {Http}},
+        {FaultKind::Stall, "stall", {"bytes", "ms"}, {}, {Http, Port}},
         {FaultKind::Trickle, "trickle", {"bytes", "ms"}, {"bytes", "ms"}, {Http}},
-        {FaultKind::Garbage, "garbage", {"size", "body", "ms"}, {}, {Http}},
+        {FaultKind::Garbage, "garbage", {"size", "body", "ms"}, {}, {Http, Port}},
         {FaultKind::Header, "header", {"size"}, {"size"}, {Http}},
         {FaultKind::Body, "body", {"body", "size"}, {}, {Http}},
         {FaultKind::Truncate, "truncate", {"bytes"}, {"bytes"}, {Http}},
@@ -31,7 +32,8 @@ const std::vector<SKindRule>& KindRules() {
         {FaultKind::Alter, "alter", {}, {}, {Http}},
         {FaultKind::Revert, "revert", {"ms"}, {}, {Http}},
         {FaultKind::Swap, "swap", {"model"}, {"model"}, {Http}},
-        {FaultKind::Refuse, "refuse", {"status"}, {}, {Rtsp}},
+        {FaultKind::Tls, "tls", {}, {}, {Port}},
+        {FaultKind::Refuse, "refuse", {"status"}, {}, {Rtsp, Port}},
         {FaultKind::Silence, "silence", {"ms"}, {}, {Monitor, Rtsp}},
         {FaultKind::Close, "close", {"ms"}, {}, {Monitor}},
         {FaultKind::Split, "split", {"ms"}, {}, {Monitor}},

@@ -164,6 +164,19 @@ size_t GarbageOf(const SFault& fault) {
     return fault.body ? fault.body->size() : fault.size.value_or(0);
 }
 
+void CheckPort(const Json& json, const SKindRule& rule, const SFault& fault) {
+    const bool hitsPorts = Contains(rule.protocols, FaultProtocol::Port);
+    if (IsOfPort(fault) && !hitsPorts)
+        throw CFaultError("kind: a port takes refuse, drop, reset, garbage, stall and tls, and not " +
+                          std::string(rule.name));
+    if (!IsOfPort(fault) && hitsPorts && rule.protocols.size() == 1)
+        throw CFaultError("path: the kind " + std::string(rule.name) + " hits web-port and rtsp-port alone");
+    if (IsOfPort(fault) && fault.kind == FaultKind::Refuse)
+        for (const char* name : {"count", "skip", "every", "status"})
+            if (json.contains(name))
+                throw CFaultError(std::string(name) + ": connections that are refused are not counted");
+}
+
 void CheckWhole(const Json& json, const SKindRule& rule, const SFault& fault, size_t cameraCount) {
     for (const std::string_view name : rule.required)
         if (!json.contains(std::string(name)))
@@ -184,6 +197,7 @@ void CheckWhole(const Json& json, const SKindRule& rule, const SFault& fault, si
         throw CFaultError("size: expected at most " + std::to_string(MostHeader) + " bytes of header");
     if (fault.kind == FaultKind::Refuse && fault.status != 0 && fault.status < LowestRefusal)
         throw CFaultError("status: expected " + std::to_string(LowestRefusal) + " or more for a refusal");
+    CheckPort(json, rule, fault);
     if (fault.camera && *fault.camera >= cameraCount)
         throw CFaultError("camera: there are " + std::to_string(cameraCount) + " cameras, counted from 0");
 }

@@ -33,7 +33,8 @@ size_t TextOf(const std::vector<SFault>& faults) {
 }
 
 bool Matches(const SFault& fault, const CFaultList::SRequest& request) {
-    if (!HitsProtocol(fault, request.protocol))
+    if (!HitsProtocol(fault, request.protocol) ||
+        IsOfPort(fault) != (request.protocol == FaultProtocol::Port))
         return false;
     if (fault.camera && *fault.camera != request.camera)
         return false;
@@ -88,28 +89,27 @@ void Enter(const SFault& fault, SFaultOutcome& outcome) {
 } // namespace
 
 uint64_t CFaultList::add(SFault fault) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const size_t text = TextOf(fault);
-    while (faults_.size() >= MostFaults || text + TextOf(faults_) > MostText) {
-        const auto oldest = std::find_if(faults_.begin(), faults_.end(), IsSpent);
-        if (oldest == faults_.end())
-            throw CFaultError("there are " + std::to_string(faults_.size()) +
-                              " faults, as many as may be, or as may be with such bodies: delete some first");
-        faults_.erase(oldest);
+    uint64_t id = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const size_t text = TextOf(fault);
+        while (faults_.size() >= MostFaults || text + TextOf(faults_) > MostText) {
+            const auto oldest = std::find_if(faults_.begin(), faults_.end(), IsSpent);
+            if (oldest == faults_.end())
+                throw CFaultError(
+                    "there are " + std::to_string(faults_.size()) +
+                    " faults, as many as may be, or as may be with such bodies: delete some first");
+            faults_.erase(oldest);
+        }
+        id = fault.id = ++last_;
+        faults_.push_back(std::move(fault));
     }
-    fault.id = ++last_;
-    faults_.push_back(std::move(fault));
-    return last_;
+    changed();
+    return id;
 }
 
 bool CFaultList::remove(uint64_t id) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto gone =
-        std::find_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.id == id; });
-    if (gone == faults_.end())
-        return false;
-    faults_.erase(gone);
-    return true;
+    return removeIf([&](const SFault& fault) { return fault.id == id; }) > 0;
 }
 
 std::string CFaultList::nameOf(uint64_t id) const {
@@ -120,20 +120,37 @@ std::string CFaultList::nameOf(uint64_t id) const {
 }
 
 void CFaultList::removeNamed(const std::string& name) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    faults_.erase(
-        std::remove_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.name == name; }),
-        faults_.end());
+    removeIf([&](const SFault& fault) { return fault.name == name; });
 }
 
 void CFaultList::clear() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    faults_.clear();
+    removeIf([](const SFault&) { return true; });
+}
+
+size_t CFaultList::removeIf(const std::function<bool(const SFault&)>& goes) {
+    size_t removed = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const size_t before = faults_.size();
+        faults_.erase(std::remove_if(faults_.begin(), faults_.end(), goes), faults_.end());
+        removed = before - faults_.size();
+    }
+    changed();
+    return removed;
 }
 
 std::vector<SFault> CFaultList::list() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return faults_;
+}
+
+std::vector<SFault> CFaultList::listOfPorts() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<SFault> faults;
+    for (const SFault& fault : faults_)
+        if (IsOfPort(fault) && !IsSpent(fault))
+            faults.push_back(fault);
+    return faults;
 }
 
 SFaultOutcome CFaultList::take(const SRequest& request) {

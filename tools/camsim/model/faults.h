@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -41,6 +42,7 @@ enum class FaultKind {
     Alter,
     Revert,
     Swap,
+    Tls,
     Refuse,
     Silence,
     Close,
@@ -50,8 +52,13 @@ enum class FaultKind {
     Flood
 };
 
-// A monitor is an HTTP request whose reply stays open.
-enum class FaultProtocol { Http, Monitor, Rtsp };
+// A monitor is an HTTP request whose reply stays open. A port is hit by connections, before anything is
+// asked.
+enum class FaultProtocol { Http, Monitor, Rtsp, Port };
+
+// What stands for a path in the faults of ports.
+constexpr const char* WebPort = "web-port";
+constexpr const char* RtspPort = "rtsp-port";
 
 // What goes wrong with a request, and with which.
 struct SFault {
@@ -89,6 +96,10 @@ struct SFault {
 };
 
 std::string_view FaultKindName(FaultKind kind);
+// Whether it hits the connections to a port.
+inline bool IsOfPort(const SFault& fault) {
+    return fault.path == WebPort || fault.path == RtspPort;
+}
 
 // Reads a fault as the control interface takes it. Throws CFaultError.
 SFault ParseFault(const nlohmann::json& json, size_t cameraCount);
@@ -130,11 +141,24 @@ public:
     void removeNamed(const std::string& name);
     void clear();
     std::vector<SFault> list() const;
+    // Those of ports that still hit something.
+    std::vector<SFault> listOfPorts() const;
+
+    // Called after each change, on the thread that made it and without the list's lock. To be set before the
+    // cameras are served.
+    void onChange(std::function<void()> listener) { listener_ = std::move(listener); }
 
     // Which faults hit the request; counts them.
     SFaultOutcome take(const SRequest& request);
 
 private:
+    size_t removeIf(const std::function<bool(const SFault&)>& goes);
+    void changed() const {
+        if (listener_)
+            listener_();
+    }
+
+    std::function<void()> listener_;
     mutable std::mutex mutex_;
     std::vector<SFault> faults_; // guarded by mutex_
     uint64_t last_ = 0;          // guarded by mutex_
