@@ -1,6 +1,7 @@
 #include "model/camera_data.h"
 #include "model/fault_kinds.h"
 #include "model/numbers.h"
+#include "model/stream_profile.h"
 
 #include <algorithm>
 #include <cctype>
@@ -13,12 +14,14 @@ using Json = nlohmann::json;
 
 constexpr int64_t LongestMilliseconds = 24 * 60 * 60 * 1000;
 constexpr int64_t LongestSeconds = int64_t{100} * 366 * 24 * 60 * 60;
-constexpr unsigned LowestRefusal = 400;
+constexpr unsigned LowestRefusal = 300;
 constexpr int64_t LargestBody = 64 * 1024 * 1024;
 constexpr size_t LongestPattern = 1024;
 constexpr size_t MostGarbage = 64 * 1024; // sent in one write, so it must fit into the socket's buffer
 
 constexpr size_t MostHeader = 1024 * 1024;
+
+constexpr std::string_view Methods[] = {"GET", "POST", "OPTIONS", "DESCRIBE", "SETUP", "PLAY"};
 
 // A member of a fault: whether a value is right, where it goes and what is told when it is wrong.
 struct SMember {
@@ -82,10 +85,8 @@ const SMember Members[] = {
          return ReadText(v, f.path) && !f.path.empty() && f.path.size() <= LongestPattern;
      },
      [](const SFault& f, Json& j) { j["path"] = f.path; }},
-    {"method", "GET or POST",
-     [](const Json& v, SFault& f) {
-         return ReadText(v, f.method) && (f.method == "GET" || f.method == "POST");
-     },
+    {"method", "GET or POST, or of RTSP OPTIONS, DESCRIBE, SETUP or PLAY",
+     [](const Json& v, SFault& f) { return ReadText(v, f.method) && Contains(Methods, *f.method); },
      [](const SFault& f, Json& j) { WriteIf(j, "method", f.method); }},
     {"camera", "the number of a camera, counted from 0",
      [](const Json& v, SFault& f) { return ReadNumber(v, 0, AnyCount, f.camera); },
@@ -107,6 +108,20 @@ const SMember Members[] = {
     {"challenge", "a text without line ends",
      [](const Json& v, SFault& f) { return ReadText(v, f.challenge) && IsOneLine(*f.challenge); },
      [](const SFault& f, Json& j) { WriteIf(j, "challenge", f.challenge); }},
+    {"media", "audio", [](const Json& v, SFault& f) { return ReadText(v, f.media) && f.media == "audio"; },
+     [](const SFault& f, Json& j) { WriteIf(j, "media", f.media); }},
+    {"codec", "h264, mpeg4 or jpeg",
+     [](const Json& v, SFault& f) { return ReadText(v, f.codec) && CodecNamed(*f.codec).has_value(); },
+     [](const SFault& f, Json& j) { WriteIf(j, "codec", f.codec); }},
+    {"width", "an even number of pixels from 16 to 1920",
+     [](const Json& v, SFault& f) { return ReadNumber(v, 16, 1920, f.width) && *f.width % 2 == 0; },
+     [](const SFault& f, Json& j) { WriteIf(j, "width", f.width); }},
+    {"height", "an even number of pixels from 16 to 1920",
+     [](const Json& v, SFault& f) { return ReadNumber(v, 16, 1920, f.height) && *f.height % 2 == 0; },
+     [](const SFault& f, Json& j) { WriteIf(j, "height", f.height); }},
+    {"rate", "a number of frames a second from 1 to 60",
+     [](const Json& v, SFault& f) { return ReadNumber(v, 1, 60, f.rate); },
+     [](const SFault& f, Json& j) { WriteIf(j, "rate", f.rate); }},
     {"model", "one of the models that come with the program",
      [](const Json& v, SFault& f) {
          return ReadText(v, f.model) && Contains(EmbeddedModelNumbers(), *f.model);
@@ -164,6 +179,10 @@ size_t GarbageOf(const SFault& fault) {
     return fault.body ? fault.body->size() : fault.size.value_or(0);
 }
 
+bool IsMethodOfRtsp(const SFault& fault) {
+    return fault.method && *fault.method != "GET" && *fault.method != "POST";
+}
+
 void CheckPort(const Json& json, const SKindRule& rule, const SFault& fault) {
     const bool hitsPorts = Contains(rule.protocols, FaultProtocol::Port);
     if (IsOfPort(fault) && !hitsPorts)
@@ -195,6 +214,10 @@ void CheckWhole(const Json& json, const SKindRule& rule, const SFault& fault, si
         throw CFaultError("size: expected at most " + std::to_string(MostGarbage) + " bytes of garbage");
     if (fault.kind == FaultKind::Header && *fault.size > MostHeader)
         throw CFaultError("size: expected at most " + std::to_string(MostHeader) + " bytes of header");
+    if (IsMethodOfRtsp(fault) && fault.kind != FaultKind::Refuse)
+        throw CFaultError("method: of RTSP's methods only the kind refuse takes one");
+    if (fault.kind == FaultKind::Encode && !fault.codec && !fault.width && !fault.height && !fault.rate)
+        throw CFaultError("codec: the kind encode needs codec, width, height or rate");
     if (fault.kind == FaultKind::Refuse && fault.status != 0 && fault.status < LowestRefusal)
         throw CFaultError("status: expected " + std::to_string(LowestRefusal) + " or more for a refusal");
     CheckPort(json, rule, fault);

@@ -38,7 +38,7 @@ bool Matches(const SFault& fault, const CFaultList::SRequest& request) {
         return false;
     if (fault.camera && *fault.camera != request.camera)
         return false;
-    if (fault.method && *fault.method != request.method)
+    if (fault.method ? *fault.method != request.method : !request.begins)
         return false;
     if (!request.authorized && !fault.unauthorized)
         return false;

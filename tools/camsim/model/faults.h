@@ -45,6 +45,7 @@ enum class FaultKind {
     Tls,
     Refuse,
     Silence,
+    Encode,
     Close,
     Split,
     Chatter,
@@ -82,6 +83,12 @@ struct SFault {
     std::optional<size_t> size;           // body, garbage, header: that many bytes
     std::optional<size_t> bytes; // cut, stall: how much of the answer's body is sent before it; truncate: at
                                  // all; trickle: at a time
+    std::optional<std::string> media; // silence: "audio" alone, all if absent
+    // encode: as the stream is encoded instead.
+    std::optional<std::string> codec;
+    std::optional<int> width;
+    std::optional<int> height;
+    std::optional<int> rate;          // frames a second
     std::optional<std::string> model; // swap: of the camera that answers instead
 
     std::optional<uint64_t> count; // how many requests it still hits; without end if absent
@@ -127,7 +134,8 @@ public:
         const std::string& path;
         const std::string& target;
         bool authorized;
-        bool digest; // it carries good digest credentials
+        bool digest;        // it carries good digest credentials
+        bool begins = true; // it is the first of its stream
     };
 
     // Answers the fault's id. When there are as many as may be, the oldest goes that hits nothing any more;
