@@ -78,8 +78,8 @@ bool CNamedFaults::unsetLocked(const std::string& name) {
                                     [&](const SActive& active) { return active.name == name; });
     if (found == active_.end())
         return false;
+    restore(*found); // first: a port that refuses does not follow its setting
     faults_.removeNamed(name);
-    restore(*found);
     active_.erase(found);
     return true;
 }

@@ -59,6 +59,11 @@ void CListeners::resume(const CCamera& camera) {
     watch(camera.index());
 }
 
+bool CListeners::isRefusing(const CCamera& camera) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return refusing_[camera.index()];
+}
+
 void CListeners::replace(const CCamera& camera, CListeningSocket socket) {
     const std::lock_guard<std::mutex> lock(mutex_);
     CListeningSocket& current = sockets_[camera.index()];

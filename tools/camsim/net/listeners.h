@@ -44,6 +44,8 @@ public:
     // Throws CSocketError. Any thread.
     void resume(const CCamera& camera);
 
+    bool isRefusing(const CCamera& camera) const;
+
     // The camera listens on another socket, or refuses there while it refuses. The loop's thread alone.
     void replace(const CCamera& camera, CListeningSocket socket);
 
