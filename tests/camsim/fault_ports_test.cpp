@@ -2,6 +2,7 @@
 
 #include "fault_walk.h"
 #include "raw_connection.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
 
@@ -11,6 +12,7 @@ using camsim_test::Ask;
 using camsim_test::CRawConnection;
 using camsim_test::SAsked;
 using corvane::test_support::CCamsim;
+using corvane::test_support::WaitUntil;
 
 using nlohmann::json;
 using testing::StartsWith;
@@ -47,8 +49,7 @@ TEST(FaultsOfPorts, AreMetOnTheRtspPort) {
     camsim.post("/faults", {{"name", "rtsp-silent"}});
     CRawConnection silent(camsim.rtspAddress());
     silent.send(Options);
-    while (camsim.get("/cameras/0").at("faults") == before)
-        ; // until it is accepted
+    ASSERT_TRUE(WaitUntil([&] { return camsim.get("/cameras/0").at("faults") != before; })); // accepted
     camsim.erase("/faults");
     CRawConnection sound(camsim.rtspAddress());
     sound.send(Options);
@@ -58,7 +59,8 @@ TEST(FaultsOfPorts, AreMetOnTheRtspPort) {
 }
 
 TEST(FaultsOfPorts, EndTheConnectionsThatAreOpen) {
-    const CCamsim camsim({"--auth", "none", "--count", "2"});
+    const CCamsim camsim({"--auth", "none", "--count", "2", "--connection-times", "86400000", "86400000",
+                          "86400000", "86400000"}); // nothing is ended for the time that it takes
     for (const auto& [port, address] :
          {std::pair{"web-port", camsim.address()}, {"rtsp-port", camsim.rtspAddress()}}) {
         CRawConnection connection(address);
@@ -76,8 +78,7 @@ TEST(FaultsOfPorts, AreThereFromTheStartAndThroughARestart) {
     const SAsked asked{"/cgi-bin/getinfo", ""};
     EXPECT_EQ(Ask(camsim.address(), asked).code, CURLE_COULDNT_CONNECT);
     camsim.post("/cameras/0/reboot", json::object());
-    while (camsim.get("/cameras/0").at("away") == true)
-        ;
+    ASSERT_TRUE(WaitUntil([&] { return camsim.get("/cameras/0").at("away") == false; }));
     EXPECT_EQ(Ask(camsim.address(), asked).code, CURLE_COULDNT_CONNECT);
     camsim.erase("/faults?name=web-refused");
     EXPECT_EQ(Ask(camsim.address(), asked).status, 200);

@@ -4,6 +4,7 @@
 
 #include "fault_walk.h"
 #include "model/fault_names.h"
+#include "tests/support/wait_until.h"
 
 #include <cerrno>
 #include <ctime>
@@ -19,6 +20,7 @@ using camsim_test::Ask;
 using camsim_test::SAsked;
 using camsim_test::SSeen;
 using corvane::test_support::CCamsim;
+using corvane::test_support::WaitUntil;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -243,8 +245,7 @@ TEST(FaultsOfARestart, BreakTheRequestAndLetTheCameraComeBack) {
     }
     const CCamsim camsim({"--no-rtsp", "--fault", "/* restart ms=1 count=1"});
     EXPECT_NE(Ask(camsim.address(), {"/cgi-bin/setdata", ""}).code, CURLE_OK);
-    while (Ask(camsim.address(), {"/cgi-bin/setdata", ""}).status != 200)
-        ;
+    EXPECT_TRUE(WaitUntil([&] { return Ask(camsim.address(), {"/cgi-bin/setdata", ""}).status == 200; }));
 }
 
 TEST(FaultsOfWrites, LeaveOtherValuesThanWereWritten) {
@@ -266,8 +267,7 @@ TEST(FaultsOfWrites, LeaveOtherValuesThanWereWritten) {
     camsim.erase("/faults");
     camsim.post("/faults", {{"name", "write-jumps-back"}});
     write("320");
-    while (size() != "640")
-        ;
+    EXPECT_TRUE(WaitUntil([&] { return size() == "640"; }));
     camsim.erase("/faults");
     camsim.post("/faults", {{"name", "move-ignored"}});
     EXPECT_EQ(Ask(camsim.address(), {"/cgi-bin/absctrl?pan=100", ""}).status, 200);

@@ -6,12 +6,14 @@
 
 #include <gmock/gmock.h>
 #include <map>
+#include <set>
 
 namespace {
 
 using namespace camsim;
 using camsim_test::CRawConnection;
 using corvane::test_support::CCamsim;
+using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -175,17 +177,23 @@ TEST(FaultsOfStreams, EncodeThemOtherwiseThanTheSettingsSay) {
     const std::string sound = Encoding(camsim);
     ASSERT_THAT(sound, HasSubstr("H264/90000"));
     ASSERT_THAT(sound, HasSubstr("a=framerate:30"));
-    const auto with = [&](const char* name) {
-        camsim.post("/faults", {{"name", name}});
+    const auto with = [&](const json& fault) {
+        camsim.post("/faults", fault);
         const std::string encoding = Encoding(camsim);
         camsim.erase("/faults");
         return encoding;
     };
-    EXPECT_THAT(with("stream-other-codec"), HasSubstr("MP4V-ES/90000"));
-    EXPECT_THAT(with("stream-other-rate"), HasSubstr("a=framerate:1\n"));
-    const std::string small = with("stream-other-resolution"); // is told by the parameter sets
-    EXPECT_THAT(small, HasSubstr("a=framerate:30"));
-    EXPECT_NE(small, sound);
+    EXPECT_THAT(with({{"name", "stream-other-codec"}}), HasSubstr("MP4V-ES/90000"));
+    EXPECT_THAT(with({{"name", "stream-other-rate"}}), HasSubstr("a=framerate:1\n"));
+    // The size is told by the parameter sets alone.
+    const json size{{"path", Picture}, {"kind", "encode"}};
+    json narrow = size;
+    narrow["width"] = 160;
+    json low = size;
+    low["height"] = 120;
+    const std::set<std::string> encodings{sound, with(narrow), with(low),
+                                          with({{"name", "stream-other-resolution"}})};
+    EXPECT_EQ(encodings.size(), 4U) << testing::PrintToString(encodings);
     EXPECT_EQ(Encoding(camsim), sound);
 }
 
@@ -200,16 +208,16 @@ TEST(Streams, OutliveViewersThatGoWithoutAWord) {
 
 TEST(FaultsOfStreams, GoWithTheRequestsThatTheyCanGoWith) {
     const CCamsim camsim({"--no-rtsp"});
-    for (const nlohmann::json& bad : {nlohmann::json{{"kind", "silence"}, {"method", "PLAY"}},
-                                      {{"kind", "refuse"}, {"method", "PAUSE"}},
-                                      {{"kind", "refuse"}, {"status", 299}},
-                                      {{"kind", "silence"}, {"media", "video"}},
-                                      {{"kind", "encode"}},
-                                      {{"kind", "encode"}, {"codec", "h265"}},
-                                      {{"kind", "encode"}, {"width", 161}},
-                                      {{"kind", "encode"}, {"height", 14}},
-                                      {{"kind", "encode"}, {"rate", 0}}}) {
-        nlohmann::json fault = bad;
+    for (const json& bad : {json{{"kind", "silence"}, {"method", "PLAY"}},
+                            {{"kind", "refuse"}, {"method", "PAUSE"}},
+                            {{"kind", "refuse"}, {"status", 299}},
+                            {{"kind", "silence"}, {"media", "video"}},
+                            {{"kind", "encode"}},
+                            {{"kind", "encode"}, {"codec", "h265"}},
+                            {{"kind", "encode"}, {"width", 161}},
+                            {{"kind", "encode"}, {"height", 14}},
+                            {{"kind", "encode"}, {"rate", 0}}}) {
+        json fault = bad;
         fault["path"] = "/MediaInput/*";
         EXPECT_THROW(camsim.post("/faults", fault), std::runtime_error) << bad;
     }
