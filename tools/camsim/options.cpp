@@ -76,7 +76,8 @@ stands as a JSON text in double quotes; KIND and its keys are
   PATTERN may also stand for the path of a stream, such as '/MediaInput/h264*'; these kinds hit RTSP, once for each
   DESCRIBE (or SETUP without one):
   refuse [status=N] [location=T] [challenge=T] [method=OPTIONS|DESCRIBE|SETUP|PLAY]
-                          this RTSP status, 503 if none is given; to that request where a method is given
+                          this RTSP status, 503 if none is given; to that request where a method is given, of which
+                          SETUP's path ends in /stream=0, or in /stream=1 where it is for the sound of a picture
   silence [ms=N] [media=audio]
                           the stream is set up and plays, and no data comes, or none after so long; or no sound alone
   cut [ms=N]              the connection is closed after so long of playing
