@@ -235,7 +235,7 @@ Json ReadQuoted(std::istream& words) {
             break;
         escaped = c == '\\' && !escaped;
     }
-    const Json value = Json::parse(text, nullptr, false);
+    Json value = Json::parse(text, nullptr, false);
     if (value.is_discarded())
         throw CFaultError(text + ": expected a JSON text in double quotes");
     return value;

@@ -291,7 +291,7 @@ GstRTSPStatusCode CRtspService::admit(GstRTSPClient* client, const GstRTSPContex
 std::optional<SFault> CRtspService::takeFault(const GstRTSPContext& request, const std::string& path,
                                               bool begins) {
     const std::string target = request.uri == nullptr ? path : request.uri->abspath; // with "/stream=1"
-    const std::optional<SFault> fault =
+    std::optional<SFault> fault =
         faults_
             .take({FaultProtocol::Rtsp, camera_.index(), gst_rtsp_method_as_text(request.method), path,
                    target, true, false, begins})
