@@ -24,7 +24,7 @@ const std::vector<SNamedFault>& FaultCatalogue() {
          {"web-port tls"}},
         {"web-ssh", "identify", "http", "not-http", 10,
          "A secure shell listens on the web port.",
-         {R"(web-port garbage body="SSH-2.0-OpenSSH_9.2\r\n")"}},
+         {R"(web-port garbage body="SSH-2.0-Server\r\n")"}},
         {"web-ftp", "identify", "http", "not-http", 10,
          "A file server listens on the web port.",
          {R"(web-port garbage body="220 FTP server ready\r\n")"}},
