@@ -123,7 +123,7 @@ TEST_F(ControlInterface, RefusesJsonThatIsNestedWithoutEnd) {
     }
 }
 
-TEST_F(ControlInterface, RefusesFaultsWhoseNumbersAreOutOfRange) {
+TEST_F(ControlInterface, RefusesFaultsWhoseMembersAreOutOfRange) {
     const json rows[] = {
         {{"kind", "delay"}, {"ms", -1}},
         {{"kind", "delay"}, {"ms", 86'400'001}},
@@ -140,6 +140,19 @@ TEST_F(ControlInterface, RefusesFaultsWhoseNumbersAreOutOfRange) {
         {{"kind", "empty"}, {"count", 0}},
         {{"kind", "empty"}, {"skip", -2}},
         {{"kind", "empty"}, {"path", std::string(1025, '*')}},
+        {{"kind", "empty"}, {"every", 0}},
+        {{"kind", "empty"}, {"written", 1}},
+        {{"kind", "clock"}},
+        {{"kind", "clock"}, {"seconds", 1}, {"body", "x"}},
+        {{"kind", "clock"}, {"seconds", -4'000'000'000}},
+        {{"kind", "clock"}, {"body", "a\nb"}},
+        {{"kind", "status"}, {"status", 302}, {"location", "/x\r\nSet-Cookie: a"}},
+        {{"kind", "status"}, {"status", 401}, {"challenge", std::string("a\0b", 3)}},
+        {{"kind", "swap"}, {"model", "F321"}},
+        {{"kind", "trickle"}, {"bytes", 1}},
+        {{"kind", "garbage"}, {"size", 1}, {"body", "x"}},
+        {{"kind", "garbage"}, {"body", std::string(65'537, 'x')}},
+        {{"kind", "header"}, {"size", 1024 * 1024 + 1}},
     };
     for (json row : rows) {
         row.emplace("path", "/x");

@@ -82,6 +82,21 @@ std::string CRawConnection::receive(const std::string& text) {
     return received;
 }
 
+std::string CRawConnection::receiveUntilQuiet(std::chrono::milliseconds quiet) {
+    const Clock::time_point deadline = Clock::now() + Patience;
+    std::string received;
+    for (char buffer[65536]; Clock::now() < deadline;) {
+        pollfd state{fd_, POLLIN, 0};
+        if (poll(&state, 1, static_cast<int>(quiet.count())) != 1)
+            return received;
+        const ssize_t count = recv(fd_, buffer, sizeof buffer, 0);
+        if (count <= 0)
+            return received;
+        received.append(buffer, static_cast<size_t>(count));
+    }
+    throw std::runtime_error("the connection does not fall silent");
+}
+
 bool CRawConnection::endsWhileSending(const std::string& bytes) {
     const Clock::time_point deadline = Clock::now() + Patience;
     while (Clock::now() < deadline) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace camsim_test {
@@ -21,6 +22,8 @@ public:
 
     // What comes until the other side ends the connection, or until the text has come.
     std::string receive(const std::string& text = "");
+    // What comes until nothing has come for so long, or the other side ends the connection.
+    std::string receiveUntilQuiet(std::chrono::milliseconds quiet);
     // Whether the other side ends the connection while one more of these bytes goes out now and then.
     bool endsWhileSending(const std::string& bytes);
 

@@ -16,7 +16,8 @@ public:
     void put(const char* key, const char* value) { putSetting(key, std::string(value)); }
 
     std::string after(const char* cgi, const char* query, const char* key) {
-        ApplyParameters(*this, *FindSettingsCgi(cgi), ParseForm(query));
+        WrittenSettings written;
+        ApplyParameters(*this, *FindSettingsCgi(cgi), ParseForm(query), written);
         return setting(key).value_or("absent");
     }
 

@@ -5,6 +5,8 @@
 #include "http/camera_server.h"
 #include "model/camera.h"
 #include "model/camera_data.h"
+#include "model/fault_names.h"
+#include "model/named_faults.h"
 #include "net/authenticator.h"
 #include "options.h"
 
@@ -83,10 +85,13 @@ std::vector<std::unique_ptr<CCamera>> MakeCameras(const SOptions& options) {
     return cameras;
 }
 
-void AddFaults(const SOptions& options, CFaultList& faults) {
+void AddFaults(const SOptions& options, CFaultList& faults, CNamedFaults& named) {
     try {
         for (const std::string& text : options.faults)
-            faults.add(ParseFaultText(text, options.count));
+            if (LooksLikeAName(text))
+                named.set(text);
+            else
+                faults.add(ParseFaultText(text, options.count));
     } catch (const CFaultError& error) {
         throw CUsageError(std::string("--fault: ") + error.what());
     }
@@ -130,7 +135,6 @@ void Serve(const SOptions& options) {
     const std::string password = ReadPassword(options.passwordFile);
     CAuthenticator authenticator(options.authScheme, options.user, password, options.nonceLifetimeSeconds);
     CFaultList faults;
-    AddFaults(options, faults);
     const std::vector<SScenarioStep> steps = Scenario(options, cameras);
     CRequestLog log({options.logSize});
 
@@ -139,6 +143,8 @@ void Serve(const SOptions& options) {
     CEventLoop saving;
     if (!options.stateFile.empty())
         state = std::make_unique<CStateFile>(options.stateFile, cameras, saving);
+    CNamedFaults named(cameras, faults);
+    AddFaults(options, faults, named); // behind the settings that were kept
     CListeners listeners(cameras, ListenFrom(first, options.addresses, cameras.size()));
     std::unique_ptr<CRtspServer> rtsp; // outlives the loop that accepts for it
     CEventLoop loop;
@@ -154,13 +160,15 @@ void Serve(const SOptions& options) {
     server.start();
     if (rtsp)
         rtsp->start();
+    server.followPortFaults();
     PlayScenario(steps, cameras, loop);
     loop.start();
     if (state)
         saving.start(); // apart from the cameras, which must not wait for a disk
     {
-        const CControlInterface control({cameras, listeners, server, authenticator, rtsp.get(), faults, log},
-                                        options.controlPort, {options.connectionTimes, bounds.control});
+        const CControlInterface control(
+            {cameras, listeners, server, authenticator, rtsp.get(), faults, named, log}, options.controlPort,
+            {options.connectionTimes, bounds.control});
         Announce(cameras, listeners, rtsp.get(), control);
         int signal = 0;
         sigwait(&endSignals, &signal);

@@ -5,6 +5,7 @@
 #include "http/request_log.h"
 #include "model/camera.h"
 #include "model/faults.h"
+#include "model/named_faults.h"
 #include "net/authenticator.h"
 #include "net/event_loop.h"
 #include "net/sockets.h"
@@ -27,6 +28,7 @@ public:
         CAuthenticator& authenticator;
         const CRtspServer* rtsp; // null when the cameras have none
         CFaultList& faults;
+        CNamedFaults& named;
         CRequestLog& log;
     };
 

@@ -175,16 +175,27 @@ Json RestartCamera(const SParts& parts, Number number, const SControlRequest&) {
     return Describe(parts, camera);
 }
 
+std::optional<AuthScheme> SchemeFrom(const Json& body) {
+    for (const auto& [name, scheme] : AuthSchemes)
+        if (body == Json(name))
+            return scheme;
+    return std::nullopt;
+}
+
 Json ChangeAuthentication(const SParts& parts, Number, const SControlRequest& request) {
     const Json body = ParseBody(request.body);
-    for (const auto& [name, scheme] : AuthSchemes) {
-        Json expected{{"scheme", name}};
-        if (body != expected)
-            continue;
-        parts.authenticator.setScheme(scheme);
-        return expected;
-    }
-    Refuse("body: expected {\"scheme\": \"none\"}, \"basic\" or \"digest\"");
+    const Json scheme = body.is_object() ? body.value("scheme", Json()) : Json();
+    const Json password = body.is_object() ? body.value("password", Json()) : Json();
+    const size_t known = (scheme.is_null() ? 0 : 1) + (password.is_null() ? 0 : 1);
+    if (known == 0 || known != body.size() || (!scheme.is_null() && !SchemeFrom(scheme)) ||
+        (!password.is_null() && !password.is_string()))
+        Refuse("body: expected {\"scheme\": \"none\"}, \"basic\" or \"digest\", {\"password\": \"...\"}, or "
+               "both");
+    if (!password.is_null())
+        parts.authenticator.setPassword(password.get<std::string>());
+    if (!scheme.is_null())
+        parts.authenticator.setScheme(*SchemeFrom(scheme));
+    return scheme.is_null() ? Json::object() : Json{{"scheme", scheme}};
 }
 
 std::optional<Number> QueryNumber(const SControlRequest& request, const std::string& name) {
@@ -233,25 +244,53 @@ Json ListFaults(const SParts& parts, Number, const SControlRequest&) {
     Json list = Json::array();
     for (const SFault& fault : parts.faults.list())
         list.push_back(DescribeFault(fault));
-    return {{"faults", std::move(list)}};
+    return {{"faults", std::move(list)}, {"named", parts.named.list()}};
+}
+
+// {"name": "settings-html"}, with the number of a camera or without.
+Json AddNamedFault(const SParts& parts, const Json& body) {
+    for (const auto& [key, value] : body.items())
+        if (key != "name" && key != "camera")
+            Refuse(key + ": a fault of the catalogue takes nothing but name and camera");
+    if (!body["name"].is_string())
+        Refuse("name: expected a text");
+    const Json camera = body.value("camera", Json());
+    if (!camera.is_null() && !camera.is_number_unsigned())
+        Refuse("camera: expected the number of a camera, counted from 0");
+    const std::string name = body["name"].get<std::string>();
+    const std::optional<size_t> number =
+        camera.is_null() ? std::nullopt : std::optional(camera.get<size_t>());
+    return {{"name", name}, {"ids", parts.named.set(name, number)}};
 }
 
 Json AddFault(const SParts& parts, Number, const SControlRequest& request) {
     try {
-        return {{"id", parts.faults.add(ParseFault(ParseBody(request.body), parts.cameras.size()))}};
+        const Json body = ParseBody(request.body);
+        if (body.is_object() && body.contains("name"))
+            return AddNamedFault(parts, body);
+        return {{"id", parts.faults.add(ParseFault(body, parts.cameras.size()))}};
     } catch (const CFaultError& error) {
         Refuse(error.what());
     }
 }
 
+// A part of a fault of the catalogue goes with all others.
 Json RemoveFault(const SParts& parts, Number number, const SControlRequest&) {
-    if (!parts.faults.remove(number))
+    const std::string name = parts.faults.nameOf(number);
+    const bool removed = name.empty() ? parts.faults.remove(number) : parts.named.unset(name);
+    if (!removed)
         throw CControlError(MHD_HTTP_NOT_FOUND, "there is no fault " + std::to_string(number));
     return Json::object();
 }
 
-Json ClearFaults(const SParts& parts, Number, const SControlRequest&) {
-    parts.faults.clear();
+Json ClearFaults(const SParts& parts, Number, const SControlRequest& request) {
+    const std::string name = ParameterValue(request.query, "name");
+    if (name.empty()) {
+        parts.named.clear();
+        parts.faults.clear();
+    } else if (!parts.named.unset(name)) {
+        throw CControlError(MHD_HTTP_NOT_FOUND, "the fault '" + name + "' is not set");
+    }
     return Json::object();
 }
 

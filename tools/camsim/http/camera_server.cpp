@@ -1,13 +1,17 @@
 #include "http/camera_server.h"
 
+#include "model/arbitrary_bytes.h"
 #include "model/cgi.h"
 #include "model/form.h"
 
 #include <iostream>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace camsim {
 namespace {
+
+using SystemClock = std::chrono::system_clock;
 
 constexpr size_t LongestBody = 64 * 1024;
 constexpr size_t LongestHeader = 16 * 1024;
@@ -55,6 +59,8 @@ struct CCameraServer::SExchange {
     SFaultOutcome faults;
     CParkedConnections::Outcome waited = CParkedConnections::Outcome::Stopped;
     uint64_t logId = 0;
+    WrittenSettings written;
+    bool held = false; // what goes out instead of an answer has gone out
 
     CCamera& camera() const { return *owner->camera; }
 };
@@ -66,7 +72,10 @@ CCameraServer::CCameraServer(SParts parts, const SLimits& limits)
               {this, &CCameraServer::onRequest, &CCameraServer::onCompleted, &CCameraServer::onConnection,
                &CCameraServer::onTarget}),
       parked_(parts.loop, [this] { daemon_.run(); }),
-      monitors_(parts.loop, parked_, limits.monitorPeriod) {
+      monitors_(parts.loop, parked_, limits.monitorPeriod),
+      standIns_(parts.cameras.size()),
+      portFaults_(WebPort, parts.faults, parts.loop, limits.connections),
+      refusals_({parts.faults, parts.listeners, parts.rtsp, parts.cameras, connections_}) {
     for (const auto& camera : parts_.cameras)
         monitors_.follow(*camera);
 }
@@ -82,27 +91,30 @@ void CCameraServer::start() {
     });
 }
 
+void CCameraServer::followPortFaults() {
+    parts_.faults.onChange([this] { refusals_.apply(); });
+    refusals_.apply();
+}
+
 void CCameraServer::stop() {
     parts_.loop.stop();
     parked_.release();
     daemon_.stop();
 }
 
-void CCameraServer::restart(CCamera& camera, int kept) {
+void CCameraServer::restart(CCamera& camera, int kept, std::optional<std::chrono::milliseconds> time) {
     if (!camera.away.exchange(true)) {
         parts_.listeners.refuse(camera);
         if (parts_.rtsp != nullptr)
             parts_.rtsp->refuse(camera);
-        parts_.loop.after(limits_.restartTime, [this, &camera] { bringBack(camera); });
+        parts_.loop.after(time.value_or(limits_.restartTime), [this, &camera] { bringBack(camera); });
     }
     connections_.breakConnections(camera, kept);
 }
 
 void CCameraServer::bringBack(CCamera& camera) {
     try {
-        parts_.listeners.resume(camera);
-        if (parts_.rtsp != nullptr)
-            parts_.rtsp->resume(camera);
+        refusals_.resume(camera);
         camera.away = false; // in time: connections are accepted on this same thread, so none has come in yet
     } catch (const std::exception& error) {
         std::cerr << "camsim: camera " << camera.index() << " stays away: " << error.what() << "\n";
@@ -110,6 +122,8 @@ void CCameraServer::bringBack(CCamera& camera) {
 }
 
 void CCameraServer::accepted(CCamera& camera, int fd, const sockaddr_in& peer) {
+    if (portFaults_.take(camera, fd))
+        return;
     if (!daemon_.hasRoom()) {
         close(fd);
         return;
@@ -211,27 +225,92 @@ MHD_Result CCameraServer::reply(SExchange& exchange) {
     if (exchange.faults.fault)
         return answerWithFault(exchange, *exchange.faults.fault);
     if (!exchange.verdict.accepted)
-        return send(exchange, challenge(exchange, exchange.verdict.credentials == "stale"));
+        return send(exchange, challenge(exchange, {}, exchange.verdict.credentials == "stale"));
     if (exchange.monitor)
         return openMonitor(exchange, std::nullopt);
     return send(exchange, ordinaryReply(exchange));
 }
 
 MHD_Result CCameraServer::answerWithFault(SExchange& exchange, const SFault& fault) {
-    if (fault.kind == FaultKind::Stale) {
-        parts_.authenticator.retireNonce(HeaderOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION));
-        return send(exchange, challenge(exchange, true));
-    }
     if (exchange.monitor && exchange.verdict.accepted && BreaksMonitor(fault))
         return openMonitor(exchange, fault);
+    if (const std::optional<MHD_Result> result = misbehave(exchange, fault))
+        return *result;
     SHttpReply reply = TextReply(MHD_HTTP_OK, "");
     if (LetsTheRequestThrough(fault.kind))
-        reply = exchange.verdict.accepted ? ordinaryReply(exchange) : challenge(exchange, false);
+        reply = exchange.verdict.accepted ? ordinaryReply(exchange) : challenge(exchange, {}, false);
+    if (exchange.faults.clock)
+        reply.headers.emplace_back(MHD_HTTP_HEADER_DATE, DateOf(*exchange.faults.clock, SystemClock::now()));
     std::optional<unsigned> status;
-    const MHD_Result result = SendFault(fault, reply, {exchange.connection, exchange.fd, parked_}, status);
+    const MHD_Result result =
+        SendFault(fault, reply, {exchange.connection, exchange.fd, parked_, exchange.target}, status);
     if (status)
         parts_.log.answered(exchange.logId, *status);
     return result;
+}
+
+// Faults of the camera itself, rather than of the bytes of its answer.
+std::optional<MHD_Result> CCameraServer::misbehave(SExchange& exchange, const SFault& fault) {
+    switch (fault.kind) {
+    case FaultKind::Stale:
+        parts_.authenticator.retireNonce(HeaderOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION));
+        return send(exchange, challenge(exchange, {}, true));
+    case FaultKind::Deny:
+        return send(exchange, challenge(exchange, {}, false));
+    case FaultKind::Basic:
+        return answerBehindBasic(exchange);
+    case FaultKind::Restart:
+        restart(exchange.camera(), exchange.fd,
+                fault.milliseconds ? std::optional(std::chrono::milliseconds(*fault.milliseconds))
+                                   : std::nullopt);
+        return MHD_NO;
+    case FaultKind::Alter:
+    case FaultKind::Revert:
+        if (exchange.verdict.accepted)
+            return answerAndSpoil(exchange, fault);
+        return std::nullopt;
+    case FaultKind::Swap: {
+        if (!exchange.verdict.accepted)
+            return send(exchange, challenge(exchange, {}, false));
+        SCgiReply answered = AnswerCgi(standIns_.of(exchange.camera(), *fault.model), exchange.request);
+        return send(exchange, TextReply(answered.status, std::move(answered.body)));
+    }
+    case FaultKind::Garbage:
+        return fault.milliseconds ? std::optional(sendAndHold(exchange, fault)) : std::nullopt;
+    default:
+        return std::nullopt;
+    }
+}
+
+MHD_Result CCameraServer::answerBehindBasic(SExchange& exchange) {
+    exchange.verdict = parts_.authenticator.checkAs(
+        AuthScheme::Basic, exchange.method, exchange.target,
+        HeaderOf(exchange.connection, MHD_HTTP_HEADER_AUTHORIZATION), exchange.camera().index());
+    if (!exchange.verdict.accepted)
+        return send(exchange, challenge(exchange, AuthScheme::Basic, false));
+    return exchange.monitor ? openMonitor(exchange, std::nullopt) : send(exchange, ordinaryReply(exchange));
+}
+
+MHD_Result CCameraServer::answerAndSpoil(SExchange& exchange, const SFault& fault) {
+    const SHttpReply reply = ordinaryReply(exchange);
+    const auto spoil = [&camera = exchange.camera(), written = std::move(exchange.written),
+                        kind = fault.kind] { Spoil(camera, written, kind); };
+    if (fault.milliseconds)
+        parts_.loop.after(std::chrono::milliseconds(*fault.milliseconds), spoil);
+    else
+        spoil();
+    return send(exchange, reply);
+}
+
+// Called again when the time that the connection is held for is over.
+MHD_Result CCameraServer::sendAndHold(SExchange& exchange, const SFault& fault) {
+    if (exchange.held)
+        return MHD_NO;
+    exchange.held = true;
+    const std::string bytes = GarbageOf(fault);
+    ::send(exchange.fd, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    const std::chrono::milliseconds time(*fault.milliseconds);
+    return parked_.park(exchange.connection, exchange.fd, time, &exchange.waited) ? MHD_YES : MHD_NO;
 }
 
 MHD_Result CCameraServer::openMonitor(SExchange& exchange, const std::optional<SFault>& fault) {
@@ -242,15 +321,20 @@ MHD_Result CCameraServer::openMonitor(SExchange& exchange, const std::optional<S
 MHD_Result CCameraServer::send(SExchange& exchange, SHttpReply reply) {
     if (daemon_.answersPileUp(reply.body.size()))
         reply = TextReply(MHD_HTTP_SERVICE_UNAVAILABLE, "Clients leave too many answers unread\r\n");
+    if (exchange.faults.clock)
+        reply.headers.emplace_back(MHD_HTTP_HEADER_DATE, DateOf(*exchange.faults.clock, SystemClock::now()));
     parts_.log.answered(exchange.logId, reply.status);
     return daemon_.answer(exchange.connection, reply);
 }
 
-SHttpReply CCameraServer::challenge(SExchange& exchange, bool stale) {
-    ++exchange.camera().counters.challenges;
+// `scheme`: as if it were the camera's.
+SHttpReply CCameraServer::challenge(SExchange& exchange, std::optional<AuthScheme> scheme, bool stale) {
+    CCamera& camera = exchange.camera();
+    ++camera.counters.challenges;
     SHttpReply reply = TextReply(MHD_HTTP_UNAUTHORIZED, "Unauthorized\r\n");
     reply.headers.emplace_back(MHD_HTTP_HEADER_WWW_AUTHENTICATE,
-                               parts_.authenticator.challenge(exchange.camera().index(), stale));
+                               scheme ? parts_.authenticator.challengeAs(*scheme, camera.index(), stale)
+                                      : parts_.authenticator.challenge(camera.index(), stale));
     return reply;
 }
 
@@ -263,6 +347,7 @@ SHttpReply CCameraServer::ordinaryReply(SExchange& exchange) {
         return reply;
     }
     SCgiReply answered = AnswerCgi(exchange.camera(), exchange.request);
+    exchange.written = std::move(answered.written);
     SHttpReply reply = TextReply(answered.status, std::move(answered.body));
     if (answered.restart) {
         // Before the answer goes out: a client that has read it must find the camera away.

@@ -28,11 +28,12 @@ struct SFaultScene {
     MHD_Connection* connection;
     int fd;
     CParkedConnections& parked;
+    const std::string& target; // of the request
 };
 
 // What the fault makes of `reply`, the answer that was due (or, where the fault does not let the request
 // through, a 200 without a body). `status` is the HTTP status that goes out, none when what goes out is no
-// HTTP answer. Delay and Stale change nothing here: they are dealt with before an answer is made.
+// HTTP answer. Kinds that the server deals with itself, before an answer is made, change nothing here.
 MHD_Result SendFault(const SFault& fault, const SHttpReply& reply, SFaultScene scene,
                      std::optional<unsigned>& status);
 

@@ -15,6 +15,7 @@ using std::chrono::milliseconds;
 
 constexpr size_t ReaderBlock = 1024;
 constexpr milliseconds OrdinarySplit{100};
+constexpr milliseconds OrdinaryAlternation{100};
 // How many changes may wait for a client that does not read. Nobody makes as many by hand before the
 // connection of such a client runs out of time.
 constexpr size_t MostPieces = 500;
@@ -33,13 +34,40 @@ std::string WithLevelsSmall(std::string text) {
     return text;
 }
 
+CAlarmInputs::Levels Inverted(CAlarmInputs::Levels levels) {
+    for (auto& [terminal, level] : levels)
+        level = level == CAlarmInputs::Level::High ? CAlarmInputs::Level::Low : CAlarmInputs::Level::High;
+    return levels;
+}
+
+milliseconds PeriodOf(const SFault& fault, milliseconds ordinary) {
+    if (fault.kind == FaultKind::Flood)
+        return milliseconds(0);
+    if (fault.kind == FaultKind::Alternate)
+        return milliseconds(fault.milliseconds.value_or(OrdinaryAlternation.count()));
+    if (fault.kind == FaultKind::Chatter)
+        return milliseconds(fault.milliseconds.value_or(ordinary.count()));
+    return ordinary;
+}
+
 } // namespace
 
 bool BreaksMonitor(const SFault& fault) {
-    const bool afterATime = fault.kind == FaultKind::Cut || fault.kind == FaultKind::Reset;
-    return afterATime ? fault.milliseconds.has_value()
-                      : EndsTheReply(fault.kind) || fault.kind == FaultKind::Split ||
-                            fault.kind == FaultKind::WrongCase;
+    switch (fault.kind) {
+    case FaultKind::Cut:
+    case FaultKind::Reset:
+        return fault.milliseconds.has_value();
+    case FaultKind::Silence:
+    case FaultKind::Close:
+    case FaultKind::Split:
+    case FaultKind::WrongCase:
+    case FaultKind::Chatter:
+    case FaultKind::Alternate:
+    case FaultKind::Flood:
+        return true;
+    default:
+        return false;
+    }
 }
 
 // One reply: what it still has to write, and when it writes again by itself.
@@ -48,6 +76,8 @@ public:
     CReply(CInputMonitors& monitors, CCamera& camera, MHD_Connection* connection, int fd,
            const std::optional<SFault>& fault)
         : monitors_(monitors), camera_(camera), connection_(connection), fd_(fd), fault_(fault) {
+        if (fault_)
+            period_ = PeriodOf(*fault_, period_);
         if (fault_ && EndsTheReply(fault_->kind))
             endsAt_ = Clock::now() + milliseconds(fault_->milliseconds.value_or(0));
         monitors_.replies_[&camera_].insert(this);
@@ -71,8 +101,9 @@ public:
             shutdown(fd_, SHUT_RDWR);
             return;
         }
-        const bool split = fault_ && fault_->kind == FaultKind::Split;
-        if (!split) {
+        if (has(FaultKind::Chatter) || has(FaultKind::Alternate))
+            return;
+        if (!has(FaultKind::Split)) {
             pieces_.push_back({Clock::now(), spelled(text)});
             return;
         }
@@ -92,8 +123,22 @@ private:
         std::string text;
     };
 
+    bool has(FaultKind kind) const { return fault_ && fault_->kind == kind; }
+
     std::string spelled(const std::string& text) const {
-        return fault_ && fault_->kind == FaultKind::WrongCase ? WithLevelsSmall(text) : text;
+        return has(FaultKind::WrongCase) ? WithLevelsSmall(text) : text;
+    }
+
+    // What is told though nothing has changed.
+    std::string report() {
+        if (has(FaultKind::Chatter))
+            return *fault_->body;
+        CAlarmInputs::Levels levels = camera_.alarmInputs().levels();
+        if (has(FaultKind::Alternate)) {
+            inverted_ = !inverted_;
+            levels = inverted_ ? levels : Inverted(levels);
+        }
+        return spelled(CAlarmInputs::monitorReport(levels));
     }
 
     ssize_t read(char* buffer, size_t room) {
@@ -110,8 +155,8 @@ private:
         if (!pieces_.empty() && pieces_.front().due <= now)
             return writeNext(buffer, room, now);
         if (pieces_.empty() && reportDue_ <= now) {
-            reportDue_ = now + monitors_.period_;
-            return write(spelled(CAlarmInputs::monitorReport(camera_.alarmInputs().levels())), buffer, room);
+            reportDue_ = now + period_;
+            return write(report(), buffer, room);
         }
         return wait(std::min({pieces_.empty() ? reportDue_ : pieces_.front().due,
                               endsAt_.value_or(Clock::time_point::max())}) -
@@ -121,7 +166,7 @@ private:
     ssize_t writeNext(char* buffer, size_t room, Clock::time_point now) {
         const std::string text = std::move(pieces_.front().text);
         pieces_.pop_front();
-        reportDue_ = now + monitors_.period_;
+        reportDue_ = now + period_;
         return write(text, buffer, room);
     }
 
@@ -157,6 +202,8 @@ private:
     MHD_Connection* const connection_;
     const int fd_;
     const std::optional<SFault> fault_;
+    milliseconds period_{monitors_.period_}; // how often the levels are written though nothing has changed
+    bool inverted_ = false;
     std::deque<SPiece> pieces_;
     Clock::time_point
         reportDue_{}; // when the levels are written though nothing has changed; at first at once

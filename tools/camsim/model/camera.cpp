@@ -1,16 +1,13 @@
 #include "model/camera.h"
 
+#include "model/texts.h"
+
 #include <cstdio>
 
 namespace camsim {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-void ReplaceAll(std::string& text, std::string_view placeholder, const std::string& value) {
-    for (size_t at = 0; (at = text.find(placeholder, at)) != text.npos; at += value.size())
-        text.replace(at, placeholder.size(), value);
-}
 
 } // namespace
 

@@ -1,6 +1,5 @@
 #include "model/cgi.h"
 
-#include "model/cgi_parameters.h"
 #include "model/head_cgis.h"
 
 namespace camsim {
@@ -16,8 +15,10 @@ SCgiReply GetInfo(CCamera& camera, const SCgiRequest&) {
 }
 
 SCgiReply SetData(CCamera& camera, const SCgiRequest& request) {
-    ApplySettings(camera, request.parameters);
-    return {200, camera.settingsDump()};
+    SCgiReply reply;
+    ApplySettings(camera, request.parameters, reply.written);
+    reply.body = camera.settingsDump();
+    return reply;
 }
 
 SCgiReply GetCapability(CCamera& camera, const SCgiRequest&) {
@@ -59,9 +60,12 @@ SCgiReply AnswerCgi(CCamera& camera, const SCgiRequest& request) {
             return answer(camera, request);
     if (const CgiAnswer answer = FindHeadCgi(request.path))
         return answer(camera, request);
-    if (const SSettingsCgi* cgi = FindSettingsCgi(request.path))
-        return {200, ApplyParameters(camera, *cgi, request.parameters)};
-    return NoSuchCgi();
+    const SSettingsCgi* cgi = FindSettingsCgi(request.path);
+    if (cgi == nullptr)
+        return NoSuchCgi();
+    SCgiReply reply;
+    reply.body = ApplyParameters(camera, *cgi, request.parameters, reply.written);
+    return reply;
 }
 
 SCgiReply NoSuchCgi() {

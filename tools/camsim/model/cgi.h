@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/camera.h"
+#include "model/cgi_parameters.h"
 #include "model/form.h"
 
 #include <string>
@@ -16,6 +17,7 @@ struct SCgiReply {
     unsigned status = 200;
     std::string body;
     bool restart = false; // the camera restarts once it has answered
+    WrittenSettings written{};
 };
 
 using CgiAnswer = SCgiReply (*)(CCamera&, const SCgiRequest&);

@@ -235,6 +235,12 @@ std::optional<std::string> AdjustSetting(const CCamera& camera, const std::strin
     return value.find_first_of("\"\r\n") == value.npos ? std::optional(value) : std::nullopt;
 }
 
+void Write(CCamera& camera, const std::string& key, const std::optional<std::string>& value,
+           WrittenSettings& written) {
+    written.emplace_back(key, camera.setting(key));
+    camera.putSetting(key, value);
+}
+
 } // namespace
 
 const SSettingsCgi* FindSettingsCgi(std::string_view path) {
@@ -244,7 +250,8 @@ const SSettingsCgi* FindSettingsCgi(std::string_view path) {
     return nullptr;
 }
 
-std::string ApplyParameters(CCamera& camera, const SSettingsCgi& cgi, const Parameters& parameters) {
+std::string ApplyParameters(CCamera& camera, const SSettingsCgi& cgi, const Parameters& parameters,
+                            WrittenSettings& written) {
     std::string accepted;
     for (const auto& [name, value] : parameters) {
         const SChannelParameter channel = CutChannel(name);
@@ -257,18 +264,18 @@ std::string ApplyParameters(CCamera& camera, const SSettingsCgi& cgi, const Para
             key ? AdjustParameter(camera, cgi, *rule, value) : std::nullopt;
         if (!taken)
             continue;
-        camera.putSetting(*key, taken);
+        Write(camera, *key, taken, written);
         accepted.append(name).append("=").append(*taken).append("\r\n");
     }
     return accepted;
 }
 
-void ApplySettings(CCamera& camera, const Parameters& parameters) {
+void ApplySettings(CCamera& camera, const Parameters& parameters, WrittenSettings& written) {
     for (const auto& [key, value] : parameters) {
         const std::optional<std::string> taken =
             camera.setting(key) ? AdjustSetting(camera, key, value) : std::nullopt;
         if (taken)
-            camera.putSetting(key, taken);
+            Write(camera, key, taken, written);
     }
 }
 

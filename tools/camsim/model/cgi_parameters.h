@@ -3,8 +3,11 @@
 #include "model/camera.h"
 #include "model/form.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace camsim {
 
@@ -23,11 +26,16 @@ struct SSettingsCgi {
 // The CGI of this path, or null when no CGI of that path writes settings.
 const SSettingsCgi* FindSettingsCgi(std::string_view path);
 
+// The settings that a request has written, each with what it was before, in order.
+using WrittenSettings = std::vector<std::pair<std::string, std::optional<std::string>>>;
+
 // Writes each parameter that the camera knows; a number that is none of those on offer becomes the nearest.
-// A value that the camera can make nothing of changes nothing. Answers what was written as name=value lines.
-std::string ApplyParameters(CCamera& camera, const SSettingsCgi& cgi, const Parameters& parameters);
+// A value that the camera can make nothing of changes nothing. Answers what was written as name=value lines,
+// and adds it to `written`.
+std::string ApplyParameters(CCamera& camera, const SSettingsCgi& cgi, const Parameters& parameters,
+                            WrittenSettings& written);
 
 // Writes, by the same rules, each parameter that is the name of a setting which this camera's model has.
-void ApplySettings(CCamera& camera, const Parameters& parameters);
+void ApplySettings(CCamera& camera, const Parameters& parameters, WrittenSettings& written);
 
 } // namespace camsim

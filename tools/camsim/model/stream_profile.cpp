@@ -166,6 +166,13 @@ auto Members(const SStreamProfile& p) {
 
 } // namespace
 
+std::optional<VideoCodec> CodecNamed(std::string_view name) {
+    for (const SCodecNames& names : Codecs)
+        if (names.path == name && names.codec != VideoCodec::None)
+            return names.codec;
+    return std::nullopt;
+}
+
 bool SStreamProfile::operator==(const SStreamProfile& other) const {
     return Members(*this) == Members(other);
 }

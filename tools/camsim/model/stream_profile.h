@@ -2,13 +2,18 @@
 
 #include "model/camera.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace camsim {
 
 // None: sound alone.
 enum class VideoCodec { None, Mjpeg, Mpeg4, H264 };
+
+// The codec of this name in the paths of streams: "h264", "mpeg4" or "jpeg".
+std::optional<VideoCodec> CodecNamed(std::string_view name);
 
 // A stream that a camera model has, and the path at which it is served.
 struct SVideoStream {

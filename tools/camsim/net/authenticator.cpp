@@ -101,25 +101,37 @@ std::string ExpectedResponse(Fields& fields, const std::string& userHash, std::s
 
 CAuthenticator::CAuthenticator(AuthScheme scheme, const std::string& user, const std::string& password,
                                int64_t nonceLifetimeSeconds)
-    : scheme_(scheme),
-      user_(user),
-      basicCredentials_(std::string(BasicPrefix) + Base64(user + ":" + password)),
-      userHash_(Md5(user + ":" + std::string(Realm) + ":" + password)),
-      nonceLifetimeSeconds_(nonceLifetimeSeconds),
-      secret_(RandomSecret()) {}
+    : scheme_(scheme), user_(user), nonceLifetimeSeconds_(nonceLifetimeSeconds), secret_(RandomSecret()) {
+    setPassword(password);
+}
 
-SAuthVerdict CAuthenticator::check(std::string_view method, std::string_view target,
-                                   const char* authorization, size_t camera) const {
-    const AuthScheme scheme = scheme_;
+void CAuthenticator::setPassword(const std::string& password) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    basicCredentials_ = std::string(BasicPrefix) + Base64(user_ + ":" + password);
+    userHash_ = Md5(user_ + ":" + std::string(Realm) + ":" + password);
+}
+
+SAuthVerdict CAuthenticator::checkAs(AuthScheme scheme, std::string_view method, std::string_view target,
+                                     const char* authorization, size_t camera) const {
     if (authorization == nullptr)
         return {scheme == AuthScheme::None, "none"};
     const std::string_view text(authorization);
     if (scheme == AuthScheme::None)
         return {true, StartsWith(text, DigestPrefix) ? "digest" : "basic"};
     if (scheme == AuthScheme::Basic)
-        return text == basicCredentials_ ? SAuthVerdict{true, "basic"} : SAuthVerdict{false, "wrong"};
+        return isRightBasic(text) ? SAuthVerdict{true, "basic"} : SAuthVerdict{false, "wrong"};
     return StartsWith(text, DigestPrefix) ? checkDigest(method, target, text, camera)
                                           : SAuthVerdict{false, "wrong"};
+}
+
+bool CAuthenticator::isRightBasic(std::string_view authorization) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return authorization == basicCredentials_;
+}
+
+std::string CAuthenticator::userHash() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return userHash_;
 }
 
 SAuthVerdict CAuthenticator::checkDigest(std::string_view method, std::string_view target,
@@ -128,15 +140,15 @@ SAuthVerdict CAuthenticator::checkDigest(std::string_view method, std::string_vi
     const bool qopKnown = fields["qop"].empty() || fields["qop"] == "auth";
     const bool right = qopKnown && fields["username"] == user_ && fields["realm"] == Realm &&
                        fields["uri"] == target &&
-                       fields["response"] == ExpectedResponse(fields, userHash_, method);
+                       fields["response"] == ExpectedResponse(fields, userHash(), method);
     if (!right)
         return {false, "wrong"};
     return fresh(fields["nonce"], camera) ? SAuthVerdict{true, "digest"} : SAuthVerdict{false, "stale"};
 }
 
-std::string CAuthenticator::challenge(size_t camera, bool stale) const {
+std::string CAuthenticator::challengeAs(AuthScheme scheme, size_t camera, bool stale) const {
     const std::string quotedRealm = "realm=\"" + std::string(Realm) + "\"";
-    switch (scheme_) {
+    switch (scheme) {
     case AuthScheme::None:
         return "";
     case AuthScheme::Basic:

@@ -37,13 +37,20 @@ public:
     // `authorization` is the header's value, or null without one; `target` the request target as it was
     // sent.
     SAuthVerdict check(std::string_view method, std::string_view target, const char* authorization,
-                       size_t camera) const;
+                       size_t camera) const {
+        return checkAs(scheme_, method, target, authorization, camera);
+    }
+    // The same, as if this were the scheme.
+    SAuthVerdict checkAs(AuthScheme scheme, std::string_view method, std::string_view target,
+                         const char* authorization, size_t camera) const;
 
     // The WWW-Authenticate value of a 401; empty when no credentials are asked for.
-    std::string challenge(size_t camera, bool stale) const;
+    std::string challenge(size_t camera, bool stale) const { return challengeAs(scheme_, camera, stale); }
+    std::string challengeAs(AuthScheme scheme, size_t camera, bool stale) const;
 
     // Of every request from now on.
     void setScheme(AuthScheme scheme) { scheme_ = scheme; }
+    void setPassword(const std::string& password);
 
     // From now on the nonce of these digest credentials counts as stale. False when they are no digest
     // credentials. At most MostRetired such nonces are kept; when the oldest is dropped, it and all nonces
@@ -56,18 +63,20 @@ public:
 private:
     SAuthVerdict checkDigest(std::string_view method, std::string_view target, std::string_view authorization,
                              size_t camera) const;
+    bool isRightBasic(std::string_view authorization) const;
+    std::string userHash() const;
     bool fresh(const std::string& nonce, size_t camera) const;
     std::string signedNonce(const std::string& stamp, size_t camera) const;
 
     std::atomic<AuthScheme> scheme_;
     const std::string user_;
-    const std::string basicCredentials_; // the Authorization value that is right
-    const std::string userHash_;         // MD5 of user:realm:password
     const int64_t nonceLifetimeSeconds_;
     const std::string secret_;
     mutable std::atomic<uint32_t> noncesGiven_{0};
 
     mutable std::mutex mutex_;
+    std::string basicCredentials_;  // guarded by mutex_; the Authorization value that is right
+    std::string userHash_;          // guarded by mutex_; MD5 of user:realm:password
     std::set<std::string> retired_; // guarded by mutex_; the oldest first, since a nonce begins with its time
     std::string newestDropped_;     // guarded by mutex_
 };

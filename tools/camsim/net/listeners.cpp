@@ -26,14 +26,15 @@ std::vector<CListeningSocket> ListenFrom(const sockaddr_in& first, AddressPlan p
 
 CListeners::CListeners(const std::vector<std::unique_ptr<CCamera>>& cameras,
                        std::vector<CListeningSocket> sockets)
-    : cameras_(cameras), sockets_(std::move(sockets)) {}
+    : cameras_(cameras), sockets_(std::move(sockets)), refusing_(sockets_.size()) {}
 
 void CListeners::start(CEventLoop& loop, Accepted accepted) {
     loop_ = &loop;
     accepted_ = std::move(accepted);
     const std::lock_guard<std::mutex> lock(mutex_);
     for (size_t i = 0; i < sockets_.size(); ++i)
-        watch(i);
+        if (!refusing_[i])
+            watch(i);
 }
 
 sockaddr_in CListeners::socketAddress(size_t camera) const {
@@ -43,7 +44,10 @@ sockaddr_in CListeners::socketAddress(size_t camera) const {
 
 void CListeners::refuse(const CCamera& camera) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (refusing_[camera.index()])
+        return; // shut down twice, it would hand that on to the connections that it accepts later
     CListeningSocket& socket = sockets_[camera.index()];
+    refusing_[camera.index()] = true;
     loop_->unwatch(socket.fd());
     socket.refuse();
 }
@@ -51,7 +55,13 @@ void CListeners::refuse(const CCamera& camera) {
 void CListeners::resume(const CCamera& camera) {
     const std::lock_guard<std::mutex> lock(mutex_);
     sockets_[camera.index()].listen();
+    refusing_[camera.index()] = false;
     watch(camera.index());
+}
+
+bool CListeners::isRefusing(const CCamera& camera) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return refusing_[camera.index()];
 }
 
 void CListeners::replace(const CCamera& camera, CListeningSocket socket) {
@@ -59,7 +69,7 @@ void CListeners::replace(const CCamera& camera, CListeningSocket socket) {
     CListeningSocket& current = sockets_[camera.index()];
     loop_->unwatch(current.fd());
     current = std::move(socket);
-    if (camera.away)
+    if (refusing_[camera.index()])
         current.refuse();
     else
         watch(camera.index());
@@ -88,7 +98,7 @@ void CListeners::pause(size_t camera) {
     loop_->unwatch(sockets_[camera].fd());
     loop_->after(DescriptorPause, [this, camera] {
         const std::lock_guard<std::mutex> again(mutex_);
-        if (!cameras_[camera]->away)
+        if (!refusing_[camera])
             watch(camera);
     });
 }

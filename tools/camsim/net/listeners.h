@@ -44,7 +44,9 @@ public:
     // Throws CSocketError. Any thread.
     void resume(const CCamera& camera);
 
-    // The camera listens on another socket, or refuses there while it is away. The loop's thread alone.
+    bool isRefusing(const CCamera& camera) const;
+
+    // The camera listens on another socket, or refuses there while it refuses. The loop's thread alone.
     void replace(const CCamera& camera, CListeningSocket socket);
 
 private:
@@ -59,6 +61,7 @@ private:
 
     mutable std::mutex mutex_;              // held while a socket's watching changes, too
     std::vector<CListeningSocket> sockets_; // guarded by mutex_
+    std::vector<bool> refusing_;            // guarded by mutex_
 };
 
 } // namespace camsim

@@ -50,7 +50,8 @@ public:
     // With the port that the system chose.
     const sockaddr_in& address() const { return address_; }
 
-    // Connections are refused until listen() is called; those that wait to be accepted are reset.
+    // Connections are refused until listen() is called; those that wait to be accepted are reset. Not to be
+    // called while they are refused.
     void refuse();
     // Throws CSocketError.
     void listen();

@@ -3,6 +3,7 @@
 #include "net/connection_bounds.h"
 #include "net/listeners.h"
 #include "picture/development.h"
+#include "rtsp/media_faults.h"
 
 #include <cstdio>
 
@@ -39,8 +40,8 @@ void refused_media_init(SRefusedMedia*) {}
 
 // What a media was made for. Lives as long as the media's pipeline, and counts it.
 struct SMediaOrigin {
-    SMediaOrigin(const SStreamSource& source, const SStreamProfile& made)
-        : camera(source.camera), stream(source.stream), profile(made) {
+    SMediaOrigin(const SStreamSource& source, const SStreamProfile& set)
+        : camera(source.camera), stream(source.stream), profile(set) {
         ++camera.counters.streams;
     }
     ~SMediaOrigin() { --camera.counters.streams; }
@@ -49,11 +50,10 @@ struct SMediaOrigin {
 
     CCamera& camera;
     const SVideoStream stream;
-    const SStreamProfile profile;
+    const SStreamProfile profile; // what the settings said, whatever a fault made of it
 };
 
 constexpr const char* OriginKey = "camsim-origin";
-constexpr const char* SilenceKey = "camsim-silence";
 
 struct SVideoFactory {
     GstRTSPMediaFactory parent;
@@ -68,12 +68,6 @@ G_DEFINE_TYPE(SVideoFactory, video_factory, GST_TYPE_RTSP_MEDIA_FACTORY)
 
 const SStreamSource& SourceOf(GstRTSPMediaFactory* factory) {
     return *reinterpret_cast<SVideoFactory*>(factory)->source;
-}
-
-bool SilenceIsAsked() {
-    const GstRTSPContext* context = gst_rtsp_context_get_current();
-    return context != nullptr && context->client != nullptr &&
-           g_object_get_data(G_OBJECT(context->client), SilenceKey) != nullptr;
 }
 
 // JPEG has a payload type of its own.
@@ -204,7 +198,10 @@ bool HasRoomForAStream(const CCamera& camera) {
 
 GstElement* CreateElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
     const SStreamSource& source = SourceOf(factory);
-    const SStreamProfile profile = StreamProfile(source.camera, source.stream);
+    const SStreamProfile set = StreamProfile(source.camera, source.stream);
+    const SFault* fault = MediaFault();
+    const SStreamProfile profile =
+        fault != nullptr && fault->kind == FaultKind::Encode ? Misencoded(set, *fault) : set;
     GError* error = nullptr;
     GstElement* bin = gst_parse_launch_full(Pipeline(profile).c_str(), nullptr,
                                             static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
@@ -218,42 +215,9 @@ GstElement* CreateElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
         DevelopPicturesOf(bin, source);
     }
     RestoreTimes(bin);
-    g_object_set_data_full(G_OBJECT(bin), OriginKey, new SMediaOrigin(source, profile),
+    g_object_set_data_full(G_OBJECT(bin), OriginKey, new SMediaOrigin(source, set),
                            [](gpointer origin) { delete static_cast<SMediaOrigin*>(origin); });
     return bin;
-}
-
-GstPadProbeReturn DropData(GstPad*, GstPadProbeInfo*, gpointer) {
-    return GST_PAD_PROBE_DROP;
-}
-
-void DropDataOf(GstElement* element, const char* padName) {
-    GstPad* pad = gst_element_get_static_pad(element, padName);
-    if (pad == nullptr)
-        return;
-    gst_pad_add_probe(
-        pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
-        DropData, nullptr, nullptr);
-    gst_object_unref(pad);
-}
-
-// The pipeline must have data to be prepared; what is dropped is what leaves the RTP session after that. The
-// pads are still blocked, and the first data meets this probe when they no longer are.
-void Silence(GstRTSPMedia* media, gpointer) {
-    GstElement* bin = gst_rtsp_media_get_element(media);
-    GstObject* pipeline = gst_object_get_parent(GST_OBJECT(bin));
-    GValue item = G_VALUE_INIT;
-    GstIterator* elements = gst_bin_iterate_elements(GST_BIN(pipeline));
-    while (gst_iterator_next(elements, &item) == GST_ITERATOR_OK) {
-        auto* element = GST_ELEMENT(g_value_get_object(&item));
-        for (const char* name : {"send_rtp_src_0", "send_rtp_src_1"})
-            DropDataOf(element, name);
-        g_value_reset(&item);
-    }
-    g_value_unset(&item);
-    gst_iterator_free(elements);
-    gst_object_unref(pipeline);
-    gst_object_unref(bin);
 }
 
 // What is made is sent when it is due. With the latency of its source the first frame, which prepares the
@@ -267,8 +231,9 @@ GstElement* CreatePipeline(GstRTSPMediaFactory*, GstRTSPMedia* media) {
 
 void Configure(GstRTSPMediaFactory* factory, GstRTSPMedia* media) {
     GST_RTSP_MEDIA_FACTORY_CLASS(video_factory_parent_class)->configure(factory, media);
-    if (SilenceIsAsked())
-        g_signal_connect(media, "prepared", G_CALLBACK(Silence), nullptr);
+    const SFault* fault = MediaFault();
+    if (fault != nullptr && fault->kind == FaultKind::Silence)
+        Silence(media, *fault);
 }
 
 GstRTSPMedia* Construct(GstRTSPMediaFactory* factory, const GstRTSPUrl* url) {
@@ -316,10 +281,6 @@ bool IsCurrent(const CCamera& camera, GstRTSPMedia* media) {
         IsServed(camera, origin->stream) && StreamProfile(camera, origin->stream) == origin->profile;
     gst_object_unref(bin);
     return current;
-}
-
-void ServeSilently(GstRTSPClient* client, bool silent) {
-    g_object_set_data(G_OBJECT(client), SilenceKey, GINT_TO_POINTER(silent));
 }
 
 } // namespace camsim

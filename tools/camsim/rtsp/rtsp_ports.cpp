@@ -46,6 +46,7 @@ CRtspPorts::CRtspPorts(const std::vector<std::unique_ptr<CCamera>>& cameras, con
     : followSettings_(!plan.first), cameras_(cameras), listeners_(cameras, ListenFor(cameras, http, plan)) {
     for (const auto& camera : cameras_)
         wanted_.push_back(WantedPort(*camera));
+    madeFor_ = wanted_;
 }
 
 void CRtspPorts::start(CEventLoop& loop, Accepted accepted) {
@@ -62,13 +63,23 @@ void CRtspPorts::settingsChanged(const CCamera& camera) {
         loop_->after(std::chrono::milliseconds(0), [this, &camera] { move(camera); });
 }
 
+void CRtspPorts::resume(const CCamera& camera) {
+    listeners_.resume(camera);
+    if (followSettings_)
+        loop_->after(std::chrono::milliseconds(0), [this, &camera] { move(camera); });
+}
+
 void CRtspPorts::move(const CCamera& camera) {
     const sockaddr_in current = listeners_.socketAddress(camera.index());
     const uint16_t wanted = WantedPort(camera);
-    if (wanted == ntohs(current.sin_port))
+    // One that could not be had is not asked for again: the system would choose yet another instead.
+    if (wanted == ntohs(current.sin_port) || wanted == madeFor_[camera.index()])
+        return;
+    if (listeners_.isRefusing(camera) && !camera.away)
         return;
     try {
         listeners_.replace(camera, ListenIfPossible(current, wanted));
+        madeFor_[camera.index()] = wanted;
     } catch (const CSocketError& error) {
         std::cerr << "camsim: camera " << camera.index() << " keeps its RTSP port: " << error.what() << "\n";
     }

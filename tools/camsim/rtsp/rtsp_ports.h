@@ -36,9 +36,10 @@ public:
     std::string address(size_t camera) const { return listeners_.address(camera); }
     void refuse(const CCamera& camera) { listeners_.refuse(camera); }
     // Throws CSocketError.
-    void resume(const CCamera& camera) { listeners_.resume(camera); }
+    void resume(const CCamera& camera);
 
-    // Moves the camera's port when the setting that decides it has changed. Any thread.
+    // Moves the camera's port when the setting that decides it has changed; one that refuses though the
+    // camera is there is moved when it no longer does. Any thread.
     void settingsChanged(const CCamera& camera);
 
 private:
@@ -48,6 +49,7 @@ private:
     const std::vector<std::unique_ptr<CCamera>>& cameras_;
     CListeners listeners_;
     CEventLoop* loop_ = nullptr;
+    std::vector<uint16_t> madeFor_; // what the setting was when each socket was made; the loop's thread alone
 
     std::mutex mutex_;
     std::vector<uint16_t> wanted_; // guarded by mutex_; the port that each camera's setting names

@@ -39,6 +39,7 @@ CRtspServer::CRtspServer(SParts parts, SRtspCredentials credentials, const SRtsp
             "): those without a session are ended for others, or others turned away"),
       connections_(limits.connections + std::min(limits.connections, MostLeaving)),
       ports_(parts.cameras, parts.http, ports),
+      portFaults_(RtspPort, parts.faults, parts.loop, limits.connections),
       services_(parts.cameras.size()) {
     for (const auto& camera : parts_.cameras)
         camera->onChange([this, &camera = *camera] { settingsChanged(camera); });
@@ -85,6 +86,8 @@ void CRtspServer::settingsChanged(CCamera& camera) {
 }
 
 void CRtspServer::accepted(CCamera& camera, int fd, const sockaddr_in& peer) {
+    if (portFaults_.take(camera, fd))
+        return;
     const CRtspConnections::Place place = connections_.add(fd);
     if (!place) {
         full_.say();

@@ -6,6 +6,7 @@
 #include "net/connection_bounds.h"
 #include "net/glib_thread.h"
 #include "net/notice.h"
+#include "net/port_faults.h"
 #include "rtsp/rtsp_connections.h"
 #include "rtsp/rtsp_ports.h"
 #include "rtsp/rtsp_service.h"
@@ -73,6 +74,7 @@ private:
     CNotice full_;
     CRtspConnections connections_;
     CRtspPorts ports_;
+    CPortFaults portFaults_; // the loop's thread alone
     CGlibThread thread_;
 
     // thread_ alone:

@@ -2,9 +2,11 @@
 
 #include "net/sockets.h"
 #include "rtsp/media_factory.h"
+#include "rtsp/media_faults.h"
 
 #include <arpa/inet.h>
 #include <unistd.h>
+#include <utility>
 
 namespace camsim {
 namespace {
@@ -51,6 +53,18 @@ bool IsAuthorized(GstRTSPContext& request) {
     return GST_RTSP_AUTH_GET_CLASS(auth)->authenticate(auth, &request) && request.token != nullptr;
 }
 
+GstRTSPStatusCode StatusOf(const SFault& refusal) {
+    return static_cast<GstRTSPStatusCode>(refusal.status != 0 ? refusal.status : OrdinaryRefusal);
+}
+
+void TurnIntoRefusal(GstRTSPMessage& message, GstRTSPStatusCode status) {
+    auto& response = message.type_data.response;
+    g_free(response.reason);
+    response.code = status;
+    response.reason = g_strdup(gst_rtsp_status_as_text(status));
+    gst_rtsp_message_remove_header(&message, GST_RTSP_HDR_PUBLIC, -1);
+}
+
 GstRTSPServer* MakeServer(CCamera& camera, GstRTSPAuth* auth) {
     GstRTSPServer* server = gst_rtsp_server_new();
     GstRTSPMountPoints* mounts = gst_rtsp_server_get_mount_points(server);
@@ -72,14 +86,26 @@ GstRTSPServer* MakeServer(CCamera& camera, GstRTSPAuth* auth) {
 
 // What is known of one connection.
 struct CRtspService::SClientState {
+    SClientState(GstRTSPClient* of, GMainContext* servedIn)
+        : client(of), context(g_main_context_ref(servedIn)) {}
+    SClientState(const SClientState&) = delete;
+    SClientState& operator=(const SClientState&) = delete;
+
+    GstRTSPClient* const client; // which ends with this
+    GMainContext* const context;
     std::string path; // of the stream it asked for last
     std::optional<SFault> fault;
+    std::optional<SFault> refusal;              // of the request that is being answered
     GSource* cut = nullptr;                     // closes the connection
     Clock::time_point idleSince = Clock::now(); // when it last had a session, as far as was seen
     bool ended = false; // for its idleness; it is gone when the main context has got to it
     CRtspConnections::Place place;
 
-    ~SClientState() { stopCutting(); }
+    ~SClientState() {
+        stopCutting();
+        endTimersOfTheLibrary();
+        g_main_context_unref(context);
+    }
 
     void stopCutting() {
         if (cut == nullptr)
@@ -87,6 +113,14 @@ struct CRtspService::SClientState {
         g_source_destroy(cut);
         g_source_unref(cut);
         cut = nullptr;
+    }
+
+    // Version 1.22 of the library starts a timer when a client loses its last session, and forgets it when
+    // that happens because the client has gone: it would close whatever comes to stand in the client's
+    // memory.
+    void endTimersOfTheLibrary() {
+        while (GSource* timer = g_main_context_find_source_by_user_data(context, client))
+            g_source_destroy(timer);
     }
 
     static SClientState& of(GstRTSPClient* client) {
@@ -204,15 +238,18 @@ bool CRtspService::isOutdated(GstRTSPClient* client) const {
 
 void CRtspService::onConnected(GstRTSPServer*, GstRTSPClient* client, gpointer self) {
     ++static_cast<CRtspService*>(self)->camera_.counters.rtspClients;
-    auto* state = new SClientState;
+    auto* state = new SClientState(client, static_cast<CRtspService*>(self)->context_);
     state->place = std::move(static_cast<CRtspService*>(self)->arriving_);
     g_object_set_data_full(G_OBJECT(client), StateKey, state,
                            [](gpointer old) { delete static_cast<SClientState*>(old); });
     // The signal may come when this service no longer exists, so it is given the camera, which outlives it.
     g_signal_connect(client, "closed", G_CALLBACK(&CRtspService::onClosed),
                      &static_cast<CRtspService*>(self)->camera_);
+    g_signal_connect(client, "pre-options-request", G_CALLBACK(&CRtspService::beforeOptions), self);
     g_signal_connect(client, "pre-describe-request", G_CALLBACK(&CRtspService::beforeStream), self);
     g_signal_connect(client, "pre-setup-request", G_CALLBACK(&CRtspService::beforeStream), self);
+    g_signal_connect(client, "pre-play-request", G_CALLBACK(&CRtspService::beforePlay), self);
+    g_signal_connect(client, "send-message", G_CALLBACK(&CRtspService::beforeSending), nullptr);
     g_signal_connect(client, "play-request", G_CALLBACK(&CRtspService::onPlaying), self);
 }
 
@@ -238,22 +275,67 @@ GstRTSPStatusCode CRtspService::admit(GstRTSPClient* client, const GstRTSPContex
     const SVideoStream stream = StreamOf(factory);
     g_object_unref(factory);
     SClientState& state = SClientState::of(client);
-    const bool described = request.method == GST_RTSP_SETUP && state.path == stream.path;
-    if (!described) {
+    const bool begins = request.method != GST_RTSP_SETUP || state.path != stream.path;
+    const std::optional<SFault> fault = takeFault(request, stream.path, begins);
+    if (begins) {
         state.path = stream.path;
-        state.fault =
-            faults_
-                .take({FaultProtocol::Rtsp, camera_.index(), gst_rtsp_method_as_text(request.method),
-                       stream.path, stream.path, true, false})
-                .fault;
-        if (state.fault)
-            ++camera_.counters.faults;
-        ServeSilently(client, state.fault && state.fault->kind == FaultKind::Silence);
+        state.fault = fault;
+        SetMediaFault(client, fault);
     }
-    if (state.fault && state.fault->kind == FaultKind::Refuse)
-        return static_cast<GstRTSPStatusCode>(state.fault->status != 0 ? state.fault->status
-                                                                       : OrdinaryRefusal);
+    const GstRTSPStatusCode refusal = refuseIfAsked(client, fault);
+    if (refusal != GST_RTSP_STS_OK)
+        return refusal;
     return IsServed(camera_, stream) ? GST_RTSP_STS_OK : GST_RTSP_STS_SERVICE_UNAVAILABLE;
+}
+
+std::optional<SFault> CRtspService::takeFault(const GstRTSPContext& request, const std::string& path,
+                                              bool begins) {
+    const std::string target = request.uri == nullptr ? path : request.uri->abspath; // with "/stream=1"
+    std::optional<SFault> fault =
+        faults_
+            .take({FaultProtocol::Rtsp, camera_.index(), gst_rtsp_method_as_text(request.method), path,
+                   target, true, false, begins})
+            .fault;
+    if (fault)
+        ++camera_.counters.faults;
+    return fault;
+}
+
+GstRTSPStatusCode CRtspService::refuseIfAsked(GstRTSPClient* client, const std::optional<SFault>& fault) {
+    SClientState& state = SClientState::of(client);
+    state.refusal.reset();
+    if (!fault || fault->kind != FaultKind::Refuse)
+        return GST_RTSP_STS_OK;
+    state.refusal = fault;
+    return StatusOf(*fault);
+}
+
+// Who asks for OPTIONS is asked for no credentials. A refusal that is answered from here makes version 1.22
+// of the library free a message on its stack, so the answer is turned into one when it is sent.
+GstRTSPStatusCode CRtspService::beforeOptions(GstRTSPClient* client, GstRTSPContext* request, gpointer self) {
+    auto& service = *static_cast<CRtspService*>(self);
+    const std::string path = request->uri == nullptr ? "*" : request->uri->abspath;
+    service.refuseIfAsked(client, service.takeFault(*request, path, false));
+    return GST_RTSP_STS_OK;
+}
+
+GstRTSPStatusCode CRtspService::beforePlay(GstRTSPClient* client, GstRTSPContext* request, gpointer self) {
+    auto& service = *static_cast<CRtspService*>(self);
+    return service.refuseIfAsked(client, service.takeFault(*request, SClientState::of(client).path, false));
+}
+
+void CRtspService::beforeSending(GstRTSPClient* client, GstRTSPContext* request, GstRTSPMessage* message,
+                                 gpointer) {
+    SClientState& state = SClientState::of(client);
+    if (!state.refusal || gst_rtsp_message_get_type(message) != GST_RTSP_MESSAGE_RESPONSE)
+        return;
+    const SFault refusal = *std::exchange(state.refusal, std::nullopt);
+    if (request->method == GST_RTSP_OPTIONS)
+        TurnIntoRefusal(*message, StatusOf(refusal));
+    if (refusal.location)
+        gst_rtsp_message_add_header(message, GST_RTSP_HDR_LOCATION, refusal.location->c_str());
+    if (refusal.challenge)
+        gst_rtsp_message_add_header(message, GST_RTSP_HDR_WWW_AUTHENTICATE, refusal.challenge->c_str());
 }
 
 void CRtspService::onPlaying(GstRTSPClient* client, GstRTSPContext*, gpointer self) {

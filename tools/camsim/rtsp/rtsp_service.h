@@ -9,6 +9,7 @@
 #include <gst/rtsp-server/rtsp-server.h>
 #include <memory>
 #include <netinet/in.h>
+#include <optional>
 
 namespace camsim {
 
@@ -52,6 +53,13 @@ private:
     static void onPlaying(GstRTSPClient* client, GstRTSPContext* request, gpointer self);
     static gboolean clean(gpointer self);
 
+    static GstRTSPStatusCode beforeOptions(GstRTSPClient* client, GstRTSPContext* request, gpointer self);
+    static GstRTSPStatusCode beforePlay(GstRTSPClient* client, GstRTSPContext* request, gpointer self);
+    static void beforeSending(GstRTSPClient* client, GstRTSPContext* request, GstRTSPMessage* message,
+                              gpointer);
+
+    std::optional<SFault> takeFault(const GstRTSPContext& request, const std::string& path, bool begins);
+    GstRTSPStatusCode refuseIfAsked(GstRTSPClient* client, const std::optional<SFault>& fault);
     GstRTSPStatusCode admit(GstRTSPClient* client, const GstRTSPContext& request);
     bool isOutdated(GstRTSPClient* client) const;
     GstRTSPClient* idlest() const;
