@@ -12,6 +12,7 @@ enum class HttpFailure {
     NoAnswer,     // connected, and no reply began in its time
     Dropped,      // closed or reset before any byte of a reply
     Cut,          // a reply began and did not come to its end, or not in its time
+    Slow,         // a reply was still coming when its time was over
     NotHttp,      // what came is no HTTP
     TooLarge,     // header or body
     Packed,       // in a transfer coding that was not asked for

@@ -31,12 +31,15 @@ spdlog::logger MakeLogger(const char* pattern) {
 struct SState {
     std::atomic<int> lowestLevel{LogFailure};
     std::atomic<bool> trace{false};
+    std::atomic<bool> keepsDetails{false};
+    std::atomic<bool> isLogObserved{false};
     spdlog::logger log = MakeLogger(LogPattern);
     spdlog::logger traceLog = MakeLogger(TracePattern);
 
-    // Held shared while the observer runs, so that a change waits for it.
+    // Held shared while an observer runs, so that a change waits for it.
     std::shared_mutex observerMutex;
-    std::function<void(const SHttpExchange&)> observer; // guarded by observerMutex
+    std::function<void(const SHttpExchange&)> observer;       // guarded by observerMutex
+    std::function<void(int, const std::string&)> logObserver; // likewise
 };
 
 // Never destroyed: threads that nobody joins may still log while the process ends.
@@ -85,12 +88,32 @@ void SetLogLevel(int level) {
 }
 
 bool IsLogShown(int level) {
-    return level >= State().lowestLevel;
+    return level >= State().lowestLevel || State().isLogObserved;
 }
 
 void WriteLog(int level, const std::string& line) {
-    if (IsLogShown(level))
-        State().log.info("{} {}", NameOf(level), OnOneLine(MaskSecrets(line)));
+    if (!IsLogShown(level))
+        return;
+    const std::string masked = OnOneLine(MaskSecrets(line));
+    if (level >= State().lowestLevel)
+        State().log.info("{} {}", NameOf(level), masked);
+    const std::shared_lock<std::shared_mutex> lock(State().observerMutex);
+    if (State().logObserver)
+        State().logObserver(level, masked);
+}
+
+void SetLogObserver(std::function<void(int, const std::string&)> observer) {
+    const std::unique_lock<std::shared_mutex> lock(State().observerMutex);
+    State().isLogObserved = observer != nullptr;
+    State().logObserver = std::move(observer);
+}
+
+void KeepExchangeDetails(bool on) {
+    State().keepsDetails = on;
+}
+
+bool AreExchangeDetailsKept() {
+    return State().keepsDetails;
 }
 
 void SetTrace(bool on) {

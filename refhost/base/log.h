@@ -4,6 +4,7 @@
 #include "refhost/base/auth_scheme.h"
 #include "refhost/base/http_failure.h"
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,6 +20,10 @@ VORN_HOST_API void SetLogLevel(int level);
 // Whether lines of the level are shown, so that what nobody reads need not be written.
 VORN_HOST_API bool IsLogShown(int level);
 VORN_HOST_API void WriteLog(int level, const std::string& line);
+
+// Is told every line of the log, whatever its level, masked, on the thread that wrote it; an empty function
+// ends that. Returns when no earlier observer is running any more.
+VORN_HOST_API void SetLogObserver(std::function<void(int level, const std::string& line)> observer);
 
 // From here on the text is masked wherever a line holds it, also where it is percent-encoded. A text that
 // turns up by chance (up to 3 characters, or up to 7 digits) would hide what is no secret, such as
@@ -43,18 +48,31 @@ struct SHttpExchange {
     std::string body;    // of a POST
     int status = 0;      // 0 when there was no HTTP status
     HttpFailure kind = HttpFailure::None;
-    std::string failure; // what happened; empty for status 200
+    std::string failure;  // what happened; empty for status 200
+    std::string location; // of a redirect, which is not followed: where it points to
+    std::string excerpt;  // the first bytes of the reply's body; all of them where details are kept
+    std::string date;     // the last reply's Date header, and when it came
+    std::chrono::system_clock::time_point dateCame;
+    std::string user;            // who the request could be made as; empty: nobody
+    bool isAskedForEver = false; // for credentials, once more than a device that means it
     double milliseconds = 0;
+    std::chrono::system_clock::time_point ended = std::chrono::system_clock::now();
     AuthScheme authentication = AuthScheme::None; // of the credentials that went over the wire last
     bool offersBasicAlone = false;                // of the schemes that were to be had, and with credentials
     // What went over the wire for it: one round, or more where the device asked for credentials first; none
     // where the device was never reached.
     std::vector<SHttpRound> rounds;
+    // Where details are kept: the headers as they went over the wire, of every round, secrets masked.
+    std::string headers;
 };
 
 // Shows each round of an exchange, and an exchange without any, as a JSON line on standard error:
 // {"method","path","body","status","ms"}.
 VORN_HOST_API void SetTrace(bool on);
+
+// Whether exchanges are told with their headers and with the whole of the reply's body.
+VORN_HOST_API void KeepExchangeDetails(bool on);
+VORN_HOST_API bool AreExchangeDetailsKept();
 
 // Is told each exchange, on the thread that made it, after it is over; an empty function ends that. Returns
 // when no earlier observer is running any more.

@@ -16,15 +16,12 @@ constexpr const char* DefaultVolume = "1";
 constexpr const char* LowestVolume = "0";
 constexpr const char* HighestVolume = "2";
 constexpr const char* VolumeStep = "1";
+constexpr int FirstVariant = 0;
 
 // Where the list says that a stream is, whatever the video's codec; null when it does not.
 const SStreamUrl* FindUrl(const SModelInfo& model, const SAudioStreamId& id) {
-    const auto stream = model.audioUrls.find(model.audioUrlBase + id.stream);
-    if (stream == model.audioUrls.end())
-        return nullptr;
-    const auto variants = stream->second.find(UrlOfNoCodec);
-    return variants == stream->second.end() || variants->second.empty() ? nullptr
-                                                                        : &variants->second.begin()->second;
+    return refhost::FindStreamUrl(model.audioUrls, model.audioUrlBase + id.stream,
+                                  device_handler::v1_0::UrlOfNoCodec, FirstVariant);
 }
 
 } // namespace

@@ -45,17 +45,8 @@ CError DefaultOf(const SModelInfo& model, CString SVornVidValsInDb::*setting, Vi
 
 // Where the list says that a stream is, or null.
 const SStreamUrl* FindUrl(const SModelInfo& model, const SVideoStreamId& id) {
-    const auto stream = model.videoUrls.find(id.stream);
     const SVideoCodecName* name = FindCodecName(id.codec);
-    if (stream == model.videoUrls.end() || !name)
-        return nullptr;
-    auto variants = stream->second.find(name->urlName);
-    if (variants == stream->second.end())
-        variants = stream->second.find(UrlOfNoCodec);
-    if (variants == stream->second.end() || variants->second.empty())
-        return nullptr;
-    const auto ofInput = variants->second.find(id.channel);
-    return ofInput == variants->second.end() ? &variants->second.begin()->second : &ofInput->second;
+    return name ? refhost::FindStreamUrl(model.videoUrls, id.stream, name->urlName, id.channel) : nullptr;
 }
 
 std::string RecordKey(const SVideoStreamId& id, CString SVornVidValsInDb::*setting) {

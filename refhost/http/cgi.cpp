@@ -1,6 +1,5 @@
 #include "host/cgi.h"
 
-#include "refhost/base/percent_encoding.h"
 #include "refhost/http/device_requests.h"
 #include "refhost/http/http_client.h"
 
@@ -18,30 +17,13 @@ using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SVornUrl;
 using refhost::ExchangeHttp;
+using refhost::PathWithQuery;
 using refhost::SHttpReply;
 using refhost::SHttpRequest;
 
 constexpr std::string_view Protocol = "http";
 constexpr int PostTimeout = 4;
 constexpr int NoStatus = 0;
-
-std::string PathWithQuery(const SVornUrl& url) {
-    std::string path = url.path;
-    if (path.empty() || path.front() != '/')
-        path.insert(0, 1, '/');
-    std::vector<std::string> parts;
-    for (const auto& [name, value] : url.parameters)
-        parts.push_back(refhost::PercentEncoded(name) + "=" + refhost::PercentEncoded(value));
-    parts.insert(parts.end(), url.queryKeys.begin(), url.queryKeys.end());
-    for (const std::string& part : parts) {
-        if (path.find('?') == std::string::npos)
-            path += '?';
-        else if (path.back() != '?' && path.back() != '&')
-            path += '&';
-        path += part;
-    }
-    return path;
-}
 
 RtnCode CodeOf(int status) {
     switch (status) {

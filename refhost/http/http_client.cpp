@@ -11,9 +11,13 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
+#include <iterator>
 #include <new>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -31,6 +35,9 @@ constexpr std::size_t LargestHeaderKibibytes = 256;
 constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
+
+// Of a body, for who has to find out what answers there.
+constexpr std::size_t ExcerptBytes = 512;
 
 // "ANY" is any that a camera speaks. Of the others a stranger that is taken for a camera could learn what to
 // find the password out with, and this machine's name.
@@ -54,9 +61,12 @@ COptional<unsigned long> CurlAuthentication(const std::string& scheme) {
 // What arrives of a reply: every byte of it counts, those of headers and trailers too.
 struct SReceived {
     CHttpRounds& rounds;
-    std::string body;
+    const std::function<bool(const std::string&)>& isEnough;
+    std::string body = {};
+    bool wasEnough = false;
     std::size_t headerSize = 0;
     bool headersEnded = false;
+    Clock::time_point lastCame = {}; // a byte of it
     bool isHeaderTooLarge = false;
     bool isBodyTooLarge = false;
     bool isPacked = false;
@@ -92,8 +102,11 @@ std::size_t OnHeaderLine(char* data, std::size_t, std::size_t size, void* receiv
 }
 
 std::size_t OnBody(char* data, std::size_t, std::size_t size, void* received) {
-    static_cast<SReceived*>(received)->body.append(data, size);
-    return size;
+    auto& reply = *static_cast<SReceived*>(received);
+    reply.body.append(data, size);
+    reply.lastCame = Clock::now();
+    reply.wasEnough = reply.isEnough && reply.isEnough(reply.body);
+    return reply.wasEnough ? 0 : size;
 }
 
 // Called after each read.
@@ -149,6 +162,9 @@ void SetMethod(CURL* curl, const COptional<std::string>& form) {
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, form->data());
 }
 
+// Between two pieces of a reply that comes slowly and has not stopped.
+constexpr std::chrono::seconds StillComing{1};
+
 constexpr long LowestStatus = 100;
 constexpr long HighestStatus = 999;
 
@@ -173,20 +189,33 @@ constexpr struct {
     {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
 };
 
-std::string TimedOutText(int seconds) {
-    return "timed out after " + std::to_string(seconds) + " s";
+std::string TimedOutText(milliseconds time) {
+    std::ostringstream text; // without the zeros behind the point
+    text << "timed out after " << static_cast<double>(time.count()) / 1000 << " s";
+    return text.str();
 }
 
-SFailure TimeOut(CURL* curl, const SReceived& received, int seconds) {
-    curl_off_t connected = 0;
-    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connected);
-    return {received.headerSize > 0 ? HttpFailure::Cut
-            : connected > 0         ? HttpFailure::NoAnswer
+std::atomic<milliseconds> longestTimeOut{milliseconds::max()};
+
+milliseconds TimeOutOf(const SHttpRequest& request) {
+    return std::min<milliseconds>(std::chrono::seconds(request.timeout), longestTimeOut.load());
+}
+
+SFailure TimeOut(CURL* curl, const SReceived& received, milliseconds time) {
+    curl_off_t connectTime = 0;
+    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connectTime);
+    long connections = 0; // none for a request on a kept one
+    curl_easy_getinfo(curl, CURLINFO_NUM_CONNECTS, &connections);
+    const bool isConnected = connectTime > 0 || connections == 0;
+    const bool isStillComing = Clock::now() - received.lastCame < StillComing;
+    return {received.headerSize > 0 ? (isStillComing ? HttpFailure::Slow : HttpFailure::Cut)
+            : isConnected           ? HttpFailure::NoAnswer
                                     : HttpFailure::Unreachable,
-            TimedOutText(seconds)};
+            TimedOutText(time)};
 }
 
-SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail, int timeout) {
+SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail,
+                   milliseconds timeOut) {
     const HttpFailure broken = received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
     if (received.rounds.refusedRepetition())
         return {HttpFailure::Dropped, CutText};
@@ -201,12 +230,13 @@ SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const c
     if (received.isPacked)
         return {HttpFailure::Packed, "the reply is packed, which was not asked for"};
     if (code == CURLE_OPERATION_TIMEDOUT)
-        return TimeOut(curl, received, timeout);
+        return TimeOut(curl, received, timeOut);
     long systemError = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
         return {HttpFailure::Refused, "connection refused"};
-    if (code == CURLE_RECV_ERROR && systemError == ECONNRESET)
+    const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
+    if ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset)
         return {broken, CutText};
     const std::string own = *detail ? detail : curl_easy_strerror(code);
     for (const auto& row : Failures)
@@ -257,7 +287,8 @@ public:
         : request_(request),
           peer_(std::move(peer)),
           isBasicRefused_(isBasicRefused && !request.user.empty()),
-          deadline_(Clock::now() + std::chrono::seconds(request.timeout)) {}
+          timeOut_(TimeOutOf(request)),
+          deadline_(Clock::now() + timeOut_) {}
 
     SHttpReply run(CHttpRounds& rounds) {
         CHttpHandlePool& pool = CHttpHandlePool::instance();
@@ -293,9 +324,9 @@ private:
     SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
-            return NoStatus({HttpFailure::NoAnswer, TimedOutText(request_.timeout)});
+            return NoStatus({HttpFailure::NoAnswer, TimedOutText(timeOut_)});
 
-        SReceived received{rounds, {}};
+        SReceived received{rounds, request_.isEnough};
         char detail[CURL_ERROR_SIZE] = "";
         SetFixedOptions(curl);
         SetCredentials(curl, peer_);
@@ -321,8 +352,12 @@ private:
     SHttpReply judge(CURL* curl, CURLcode code, SReceived received, const char* detail) const {
         if (received.rounds.refusedChallenge())
             return WithStatus(Unauthorized);
-        if (code != CURLE_OK)
-            return NoStatus(FailureOf(curl, code, received, detail, request_.timeout));
+        if (code != CURLE_OK && !received.wasEnough) {
+            SHttpReply reply = NoStatus(FailureOf(curl, code, received, detail, timeOut_));
+            reply.body = std::move(received.body);
+            reply.isTimedOut = code == CURLE_OPERATION_TIMEDOUT;
+            return reply;
+        }
         if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
             return NoStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
         long status = 0;
@@ -331,6 +366,9 @@ private:
             return NoStatus({HttpFailure::NotHttp, NotHttpText});
         SHttpReply reply = WithStatus(static_cast<int>(status));
         reply.body = std::move(received.body);
+        const char* location = nullptr;
+        curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
+        reply.location = location ? location : "";
         if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
             reply.kind = HttpFailure::BasicRefused;
             reply.failure += CutsTheName(request_.user) ? BasicUnfitText : BasicRefusedText;
@@ -348,8 +386,27 @@ private:
     const SHttpRequest& request_;
     const SHttpPeer peer_;
     const bool isBasicRefused_; // and there are credentials that could be shown
+    const milliseconds timeOut_;
     const Clock::time_point deadline_;
 };
+
+// What lets its reader in, as lines of a header.
+constexpr const char* SecretLines[] = {"authorization:", "proxy-authorization:", "cookie:", "set-cookie:"};
+
+std::string WithoutCredentials(const std::string& headers) {
+    std::string kept;
+    std::istringstream lines(headers);
+    for (std::string line; std::getline(lines, line);) {
+        const auto isOf = [&line](const char* name) {
+            return strncasecmp(line.c_str(), name, std::strlen(name)) == 0;
+        };
+        const auto* const secret = std::find_if(std::begin(SecretLines), std::end(SecretLines), isOf);
+        kept += secret == std::end(SecretLines) ? MaskSecrets(line)
+                                                : line.substr(0, std::strlen(*secret)) + " (left out)\r";
+        kept += '\n';
+    }
+    return kept;
+}
 
 COptional<SHttpPeer> PeerOf(const SHttpRequest& request) {
     const COptional<SAddress> own = ParseAddress(request.address);
@@ -377,6 +434,10 @@ SHttpReply Exchange(const SHttpRequest& request, const COptional<SHttpPeer>& pee
 
 } // namespace
 
+void LimitTimeOuts(milliseconds longest) {
+    longestTimeOut = longest;
+}
+
 SHttpReply ExchangeHttp(const SHttpRequest& request) {
     const Clock::time_point start = Clock::now();
     const COptional<SHttpPeer> peer = PeerOf(request);
@@ -391,6 +452,13 @@ SHttpReply ExchangeHttp(const SHttpRequest& request) {
     told.status = reply.status;
     told.kind = reply.kind;
     told.failure = reply.failure;
+    told.location = reply.location;
+    told.excerpt = AreExchangeDetailsKept() ? reply.body : reply.body.substr(0, ExcerptBytes);
+    told.date = rounds.date();
+    told.dateCame = rounds.dateCame();
+    told.headers = WithoutCredentials(rounds.headers());
+    told.user = request.user;
+    told.isAskedForEver = rounds.refusedChallenge();
     told.authentication = rounds.authentication();
     // Of two Digest is taken.
     const bool tookBasic = request.authScheme == AnyScheme && told.authentication == AuthScheme::Basic;

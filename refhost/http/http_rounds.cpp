@@ -1,5 +1,7 @@
 #include "refhost/http/http_rounds.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <charconv>
 #include <utility>
@@ -61,6 +63,11 @@ void CHttpRounds::stopWatching(CURL* curl) {
 void CHttpRounds::headerLine(std::string_view line) {
     if (const int status = StatusOf(line); isUnderWay_ && status >= FirstFinalStatus)
         rounds_.back().status = status;
+    constexpr std::string_view Date = "date: ";
+    if (line.size() <= Date.size() || strncasecmp(line.data(), Date.data(), Date.size()) != 0)
+        return;
+    date_ = line.substr(Date.size(), line.find_last_not_of("\r\n") + 1 - Date.size());
+    dateCame_ = std::chrono::system_clock::now();
 }
 
 std::vector<SHttpRound> CHttpRounds::end() {
@@ -97,6 +104,8 @@ int CHttpRounds::takeBytes(CURL* /*curl*/, curl_infotype kind, char* data, std::
     auto& itself = *static_cast<CHttpRounds*>(rounds);
     if (kind == CURLINFO_HEADER_OUT)
         itself.authentication_ = SchemeOf({data, size});
+    if (itself.keepsHeaders_ && (kind == CURLINFO_HEADER_OUT || kind == CURLINFO_HEADER_IN))
+        itself.headers_.append(data, size);
     if (kind == CURLINFO_HEADER_IN)
         itself.strayFold_.takeHeaderLine(data, size);
     if (kind == CURLINFO_DATA_IN)

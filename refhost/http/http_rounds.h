@@ -41,6 +41,11 @@ public:
     // What has come behind the headers, in this exchange: also what libcurl keeps to itself, as the page that
     // stands behind a challenge.
     std::size_t bodyBytes() const { return bodyBytes_; }
+    // The headers of all rounds as they went over the wire; empty unless exchanges' details are kept.
+    const std::string& headers() const { return headers_; }
+    // The Date header of the last reply, and when it came.
+    const std::string& date() const { return date_; }
+    std::chrono::system_clock::time_point dateCame() const { return dateCame_; }
     // The rounds so far, the last one ended now.
     std::vector<SHttpRound> end();
 
@@ -66,6 +71,10 @@ private:
     Refused refused_ = Refused::Nothing;
     AuthScheme authentication_ = AuthScheme::None;
     std::size_t bodyBytes_ = 0;
+    const bool keepsHeaders_ = AreExchangeDetailsKept();
+    std::string headers_;
+    std::string date_;
+    std::chrono::system_clock::time_point dateCame_;
     vorn_utility::v1_0::CStrayFold strayFold_;
 };
 

@@ -24,6 +24,8 @@ CError Unusable(const std::string& text) {
 // The caller's is taken.
 CError ConnectionFailure(GError* error) {
     std::string text = std::string(rtsp_failure::NotConnected) + ": " + error->message;
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_CLOSED)) // reset as soon as it was taken
+        text = rtsp_failure::Closed;
     if (error->domain == G_RESOLVER_ERROR)
         text = rtsp_failure::HostNotFound;
     else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_REFUSED))

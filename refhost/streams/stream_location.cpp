@@ -31,6 +31,20 @@ std::string LocationOf(const SStreamUrl& url, const std::string& address, const 
 
 } // namespace
 
+const SStreamUrl* FindStreamUrl(const device_handler::v1_0::StreamUrlTable& table, int stream,
+                                const std::string& codec, int input) {
+    const auto codecs = table.find(stream);
+    if (codecs == table.end())
+        return nullptr;
+    auto inputs = codecs->second.find(codec);
+    if (inputs == codecs->second.end())
+        inputs = codecs->second.find(device_handler::v1_0::UrlOfNoCodec);
+    if (inputs == codecs->second.end() || inputs->second.empty())
+        return nullptr;
+    const auto ofInput = inputs->second.find(input);
+    return ofInput == inputs->second.end() ? &inputs->second.begin()->second : &ofInput->second;
+}
+
 std::string StreamLocation(const SStreamUrl& url, const std::string& address) {
     return LocationOf(url, address, std::string());
 }

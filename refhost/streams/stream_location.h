@@ -8,6 +8,12 @@
 
 namespace corvane::refhost {
 
+// Where a model list's table has a stream: of the codec (its `urlName`), else of UrlOfNoCodec; for the input
+// (from 0), else the lowest. Null where it has none; belongs to the table.
+VORN_HOST_API const device_handler::v1_0::SStreamUrl*
+FindStreamUrl(const device_handler::v1_0::StreamUrlTable& table, int stream, const std::string& codec,
+              int input);
+
 // Where a stream of the device at `address` is; the port of the device's web server has no part in it.
 VORN_HOST_API std::string StreamLocation(const device_handler::v1_0::SStreamUrl& url,
                                          const std::string& address);

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "host/api.h"
+
+#include <string>
+
+namespace corvane::refhost {
+
+// The libraries that the framework runs on, a line each, as they are on this machine.
+VORN_HOST_API std::string LibraryVersions();
+
+} // namespace corvane::refhost
