@@ -26,9 +26,10 @@ using testing::UnorderedElementsAreArray;
 const std::set<std::string> Phases{"address", "identify",  "initialize", "capability", "settings",
                                    "write",   "read-back", "position",   "move",       "monitor",
                                    "stream",  "audio",     "clock",      "site"};
-const std::set<std::string> Checks{"address",     "connect",  "http",       "identity", "model",
-                                   "credentials", "settings", "capability", "clock",    "answer-times",
-                                   "stream",      "audio",    "input",      "position", "drift"};
+const std::set<std::string> Checks{"address",     "connect",   "http",       "identity", "model",
+                                   "credentials", "settings",  "capability", "clock",    "answer-times",
+                                   "stream",      "audio",     "input",      "position", "drift",
+                                   "write-test",  "move-test", "none"};
 const std::set<std::string> Causes{"name-not-found",
                                    "unreachable",
                                    "refused",

@@ -99,12 +99,15 @@ std::string Encoding(const CCamsim& camsim) {
 
 TEST(FaultsOfStreams, RefuseWhatTheRowsSay) {
     const CCamsim camsim({"--model", "D850", "--auth", "none"});
-    const std::map<std::string, std::string> expected{
-        {"stream-transmission-off", "503"}, {"stream-delivery-off", "503"},
-        {"stream-other-family", "503"},     {"describe-refused", "503"},
-        {"describe-not-found", "404"},      {"describe-forbidden", "403"},
-        {"describe-wrong-password", "401"}, {"describe-redirect", "302"},
-        {"setup-refused", "461"},           {"play-refused", "454"}};
+    const std::map<std::string, std::string> expected{{"stream-transmission-off", "503"},
+                                                      {"stream-delivery-off", "503"},
+                                                      {"describe-refused", "503"},
+                                                      {"describe-not-found", "404"},
+                                                      {"describe-forbidden", "403"},
+                                                      {"describe-wrong-password", "401"},
+                                                      {"describe-redirect", "302"},
+                                                      {"setup-refused", "461"},
+                                                      {"play-refused", "454"}};
     for (const auto& [name, status] : expected) {
         SCOPED_TRACE(name);
         camsim.post("/faults", {{"name", name}});

@@ -90,9 +90,9 @@ const SAttack Attacks[] = {
      {"--model", "F320", "events", "ADDRESS", "--input", "0", "--seconds", "3"},
      Monitor,
      Endless(Ok + "\r\n", std::string(1'000, 'x')),
+     3,
      1,
-     0,
-     "state"},
+     "does not tell its alarm inputs"},
     {"EndlessMonitorTrailer", Events, Monitor, Endless(Chunked + "1\r\nx\r\n0\r\n", Filler), 6, 1,
      "header is larger than 256 KiB"},
 

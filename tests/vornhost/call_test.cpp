@@ -38,8 +38,10 @@ TEST(Call, AFailedCallEndsWith1AndIsDiagnosed) {
     const SRun run =
         Vornhost({"call", "--json", camsim.address(), "setting.CameraHttpGet", "/cgi-bin/nothing", "4"});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(JsonLines(run.out).at(0).at("code"), 2);
-    EXPECT_THAT(run.err, HasSubstr("fault of its own"));
+    const json answer = JsonLines(run.out).at(0);
+    EXPECT_EQ(answer.at("code"), 2);
+    EXPECT_EQ(answer.at("problem").at("cause"), "busy");
+    EXPECT_THAT(run.err, HasSubstr("says that it is busy"));
     EXPECT_THAT(run.err, HasSubstr("GET http://" + camsim.address() + "/cgi-bin/nothing"));
 }
 
@@ -105,6 +107,47 @@ TEST(Call, TraceIsOneJsonLineAnExchange) {
                   line.at("body") == "h264_transmit=1" && line.at("status") == 200 && line.at("ms") > 0.0);
     }
     EXPECT_TRUE(posted) << run.err;
+}
+
+// A value that the camera cannot have is told before anything is sent; one that it did not take afterwards.
+TEST(Sync, HoldsTheCameraToWhatWasAsked) {
+    const CCamsim camsim({"--no-rtsp"});
+    const auto sync = [&camsim](const std::string& record, const std::vector<std::string>& more = {}) {
+        std::vector<std::string> arguments{"--json",   "sync",     camsim.address(),
+                                           "--stream", "0,h264,0", record};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Vornhost(arguments);
+    };
+    for (const char* record : {"frameRate=abc", "frameRate=1000", "resolution=640", "resolution=9999x9999",
+                               "keyFrameInterval=x"}) {
+        const SRun run = sync(record);
+        EXPECT_EQ(run.status, 1) << record;
+        EXPECT_EQ(json::parse(run.out).at("problem").at("cause"), "wrong-value") << record;
+    }
+    for (const std::string& path : camsim.requestedPaths())
+        EXPECT_TRUE(path.find("set_") == std::string::npos) << path;
+    EXPECT_EQ(sync("frameRate=12").status, 0);
+    camsim.post("/faults", {{"name", "write-ignored"}});
+    const SRun ignored = sync("frameRate=5");
+    EXPECT_EQ(ignored.status, 1);
+    EXPECT_EQ(json::parse(ignored.out).at("problem").at("cause"), "not-accepted");
+    camsim.erase("/faults");
+    camsim.post("/faults", {{"name", "write-dropped"}});
+    EXPECT_EQ(json::parse(sync("frameRate=5").out).at("problem").at("cause"), "unconfirmed");
+    EXPECT_NE(sync("frameRate=1000", {"--force", "--dry-run"}).out.find("wouldBe"), std::string::npos);
+}
+
+TEST(Record, GoesToStandardOutputAndIntoNoOtherContainer) {
+    const CCamsim camsim({"--rtsp-port", "0"});
+    const SRun piped = Vornhost({"--rtsp-port", camsim.rtspPort(), "record", camsim.address(), "--stream",
+                                 "0,h264,0", "--seconds", "0.5", "--output", "-"});
+    EXPECT_EQ(piped.status, 0) << piped.err;
+    EXPECT_EQ(piped.out.substr(0, 4), "\x1A\x45\xDF\xA3"); // how every Matroska file begins
+    EXPECT_THAT(piped.err, HasSubstr("frames"));
+    const SRun other =
+        Vornhost({"record", camsim.address(), "--stream", "0,h264,0", "--output", "/tmp/picture.MP4"});
+    EXPECT_EQ(other.status, 2);
+    EXPECT_THAT(other.err, HasSubstr(".mkv"));
 }
 
 } // namespace

@@ -25,7 +25,7 @@ TEST(CommandLine, WrongUsageEndsWith2AndTellsWhatWasExpected) {
         {{}, {"expected a verb", "identify"}},
         {{"frobnicate"}, {"expected a verb", "frobnicate"}},
         {{"--frobnicate", "models"}, {"--frobnicate"}},
-        {{"--log-level", "x", "models"}, {"--log-level", "x", "0 to 99"}},
+        {{"--log-level", "x", "models"}, {"--log-level", "x", "0 to 4"}},
         {{"show"}, {"ADDRESS"}},
         {{"show", Nobody, "more"}, {"more"}},
         {{"call", Nobody}, {"OPERATION"}},
@@ -86,7 +86,7 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
     EXPECT_EQ(operations.status, 0);
     EXPECT_THAT(JsonLines(operations.out),
                 testing::Contains(json::parse(R"({"operation":"capability.getVideoCodecFrameRate",
-                    "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}]})")));
+                    "arguments":[{"name":"codec","form":"codec"},{"name":"stream","form":"number"}],"outputs":[]})")));
     std::set<std::string> told;
     for (const json& operation : JsonLines(operations.out)) {
         std::string names;

@@ -63,7 +63,9 @@ TEST(Events, ALostCameraEndsItUnlessItIsWaitedFor) {
     EXPECT_EQ(ended.status, 1);
     const std::vector<json> lines = JsonLines(ended.out);
     ASSERT_GE(lines.size(), 2U);
-    EXPECT_EQ(lines.back().at("event"), "eos");
+    EXPECT_EQ(lines[lines.size() - 2].at("event"), "eos");
+    EXPECT_EQ(lines.back().at("event"), "problem");
+    EXPECT_EQ(lines.back().at("problem").at("cause"), "stream-lost");
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const json& l) { return l.at("event") == "eos"; }),
               1);
     EXPECT_THAT(ended.err, AllOf(HasSubstr("input 0: the camera was lost"), HasSubstr("--reconnect")));
@@ -96,6 +98,12 @@ TEST(Events, WhoeverSeesNothingIsToldWhy) {
     const SRun forbidden = run({{"path", "/cgi-bin/get_io*"}, {"kind", "status"}, {"status", 403}}, "60");
     EXPECT_EQ(forbidden.status, 1);
     EXPECT_THAT(forbidden.err, AllOf(HasSubstr("the camera was lost"), HasSubstr("403")));
+
+    // What answers there tells no levels, and no state of its is told.
+    const SRun alien = run({{"path", Monitor}, {"kind", "body"}, {"body", "<html>Router</html>"}}, "60");
+    EXPECT_EQ(alien.status, 1);
+    EXPECT_THAT(alien.out, Not(HasSubstr("dryContactState")));
+    EXPECT_EQ(JsonLines(alien.out).back().at("problem").at("cause"), "monitor-refused");
 
     const CCamsim without({"--model", "S202"});
     const SRun none = Vornhost({"events", without.address(), "--input", "0"});

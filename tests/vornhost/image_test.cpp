@@ -36,21 +36,25 @@ TEST(Image, ShowsEveryAdjustment) {
 
 TEST(Image, SetsAndTellsWhatTheCameraReports) {
     const CCamsim camsim({"--model", "D850"});
-    const SRun run = Image(camsim, {"brightness=50", "whiteBalance=atw2", "focus=20", "autoFocus=on",
-                                    "wideDynamicRange=on", "backLight=on"});
+    const SRun run = Image(
+        camsim, {"brightness=50", "whiteBalance=atw2", "focus=20", "autoFocus=on", "wideDynamicRange=on"});
     EXPECT_EQ(run.status, 0) << run.err;
     const std::vector<json> lines = JsonLines(run.out);
-    ASSERT_EQ(lines.size(), 6U);
+    ASSERT_EQ(lines.size(), 5U);
     EXPECT_EQ(lines[0].at("reported"), 49); // 127 of 255
     EXPECT_EQ(lines[1].at("reported"), "atw2");
     EXPECT_EQ(lines[2].at("reported"), 20); // once the lens stands still
     EXPECT_EQ(lines[3].at("reported"), 50);
     EXPECT_EQ(lines[4].at("reported"), "on");
-    EXPECT_EQ(lines[5].at("reported"), "off"); // while super dynamic is on
     EXPECT_EQ(camsim.get("/cameras/0/settings").at("WHITEBAL"), "atw2");
     EXPECT_THAT(Image(camsim, {"brightness=100"}, false).out,
                 HasSubstr("brightness 100: the camera reports brightness 100\n"));
     EXPECT_THAT(Image(camsim, {"backLight=on"}, false).out, HasSubstr("fixed by super dynamic"));
+    const SRun fixed = Image(camsim, {"backLight=on"});
+    EXPECT_EQ(fixed.status, 1);
+    const json told = json::parse(fixed.out);
+    EXPECT_EQ(told.at("reported"), "off");
+    EXPECT_EQ(told.at("problem").at("cause"), "not-accepted");
 }
 
 TEST(Image, RefusesWhatCannotBe) {

@@ -1,4 +1,4 @@
-#include "tools/vornhost/calls/near_names.h"
+#include "tools/vornhost/console/near_names.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

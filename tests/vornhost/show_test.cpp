@@ -46,7 +46,8 @@ TEST(Show, TellsEveryModel) {
         EXPECT_EQ(report.at("settings").at("rtsp").at("port"), "554");
         EXPECT_THAT(report.at("problems"), IsEmpty());
         EXPECT_EQ(report.count("audio"), models[i] == "S202" ? 0U : 1U);
-        EXPECT_EQ(report.at("image").at(0).at("current"), "50");
+        EXPECT_EQ(report.at("image").at(0).at("current"), 50);
+        EXPECT_FALSE(report.at("answerTimes").empty());
         EXPECT_EQ(report.count("lens"), models[i] == "GXE500" ? 0U : 1U);
     }
 }
@@ -91,16 +92,16 @@ TEST(Show, OneCauseIsToldOnce) {
     const json report = JsonLines(run.out).at(0);
     const json& problems = report.at("problems");
     ASSERT_EQ(problems.size(), 2U) << problems;
-    const bool dumpIsFirst = problems[0].at("reply") == "HTTP status 503 Service Unavailable";
+    const bool dumpIsFirst = problems[0].at("answered") == "HTTP status 503 Service Unavailable";
     const json& dump = problems[dumpIsFirst ? 0 : 1];
     const json& info = problems[dumpIsFirst ? 1 : 0];
-    EXPECT_EQ(dump.at("reply"), "HTTP status 503 Service Unavailable");
-    EXPECT_THAT(dump.at("request"), HasSubstr("/cgi-bin/setdata"));
-    EXPECT_EQ(info.at("reply"), "HTTP status 500 Internal Server Error");
+    EXPECT_EQ(dump.at("answered"), "HTTP status 503 Service Unavailable");
+    EXPECT_THAT(dump.at("asked"), HasSubstr("/cgi-bin/setdata"));
+    EXPECT_EQ(info.at("answered"), "HTTP status 500 Internal Server Error");
     EXPECT_EQ(info.at("operation"), "getUnitFirmwareVersion");
     EXPECT_FALSE(report.at("streams").empty());
     EXPECT_THAT(Vornhost({"show", camsim.address()}).out,
-                HasSubstr("What is wrong\n  the camera reports a fault"));
+                HasSubstr("What is wrong\n  the camera says that it is busy"));
 }
 
 TEST(Show, ADeadCameraIsOneDiagnosis) {

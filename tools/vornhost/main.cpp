@@ -1,5 +1,7 @@
 #include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
+#include "refhost/http/http_client.h"
+#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
@@ -7,6 +9,7 @@
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
+#include <boost/thread/exceptions.hpp>
 
 #include <exception>
 #include <memory>
@@ -49,7 +52,7 @@ std::string VerbExpected(const CLI::App& program) {
         names.emplace_back(verb.name);
     const std::vector<std::string> given = program.remaining();
     return "expected a verb (" + Join(names, ", ") + ")" +
-           (given.empty() ? "" : ", not \"" + given[0] + "\"");
+           (given.empty() ? "" : ", not \"" + given[0] + "\"" + DidYouMean(given[0], names));
 }
 
 ExitStatus Run(int argc, char** argv) {
@@ -78,6 +81,8 @@ ExitStatus Run(int argc, char** argv) {
     }
     refhost::SetLogLevel(options.logLevel);
     refhost::SetTrace(options.trace);
+    if (options.timeout)
+        refhost::LimitTimeOuts(options.patience(std::chrono::milliseconds::max()));
     if (options.digestOnly)
         refhost::CAuthenticationBook::instance().refuseEverywhere();
     for (const auto& [command, verb] : verbs)
@@ -101,6 +106,8 @@ ExitStatus Main(int argc, char** argv) {
         return failure.status();
     } catch (const std::bad_alloc&) {
         return TellLimit("no memory");
+    } catch (const boost::thread_resource_error& failure) {
+        return TellLimit(failure.what());
     } catch (const std::system_error& failure) {
         return TellLimit(failure.code().message());
     } catch (const std::exception& failure) {

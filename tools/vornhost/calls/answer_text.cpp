@@ -2,6 +2,7 @@
 
 #include "tools/vornhost/console/terminal_text.h"
 
+#include <algorithm>
 #include <variant>
 
 namespace corvane::vornhost {
@@ -30,6 +31,22 @@ std::string LabelledLines(const char* label, const Texts& texts) {
     return lines;
 }
 
+// Several values with their names; a list, and a value alone, need none.
+std::string ValueLines(const Texts& values, const Texts& names) {
+    static const Texts ofProperty{"current", "default", "lowest", "highest", "step"};
+    if (names == Texts{"out"} && values.size() == ofProperty.size())
+        return ValueLines(values, ofProperty);
+    if (values.size() < 2 || names.size() != values.size())
+        return LabelledLines("values", values);
+    std::size_t width = 0;
+    for (const std::string& name : names)
+        width = std::max(width, name.size());
+    Texts named;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        named.push_back(PadTo(names[i], width) + "  " + values[i]);
+    return LabelledLines("values", named);
+}
+
 Texts RecordTexts(const SAnswer& answer) {
     Texts texts;
     for (const auto& [field, value] : answer.recordOrEmpty())
@@ -39,7 +56,7 @@ Texts RecordTexts(const SAnswer& answer) {
 
 } // namespace
 
-ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed) {
+ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed, const ordered_json& problem) {
     const SAnswer& answer = timed.answer;
     ordered_json json{{"operation", call.operation}, {"arguments", call.arguments}};
     if (answer.error)
@@ -52,6 +69,8 @@ ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed) {
     if (answer.record)
         json["record"] = RecordJson(answer);
     json["ms"] = ThreeDecimals(timed.milliseconds);
+    if (!problem.empty())
+        json["problem"] = problem;
     return json;
 }
 
@@ -70,11 +89,11 @@ ordered_json ErrorJson(const std::string& operation, const std::string& error) {
     return {{"operation", operation}, {"error", error}};
 }
 
-std::string AnswerText(const STimedAnswer& timed) {
+std::string AnswerText(const STimedAnswer& timed, const Texts& names) {
     const SAnswer& answer = timed.answer;
     std::string text = LabelledLines("result", std::visit(SResultText(), answer.result));
     if (timed.succeeded())
-        text += LabelledLines("values", answer.values);
+        text += ValueLines(answer.values, names);
     text += LabelledLines("record", RecordTexts(answer));
     if (answer.error) {
         text += LabelledLines("code", {std::to_string(answer.error->getCode())});

@@ -10,7 +10,9 @@ namespace corvane::vornhost {
 
 // A call's answer as scripts read it. `values` is always there, empty for an operation without output
 // arguments; `result`, `type` and `record` where the operation has them.
-ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed);
+// `problem` is told where it is one.
+ordered_json AnswerJson(const SCall& call, const STimedAnswer& timed,
+                        const ordered_json& problem = ordered_json::object());
 
 // The answer to a call that could not be made.
 ordered_json ErrorJson(const std::string& operation, const std::string& error);
@@ -22,6 +24,7 @@ ordered_json RecordJson(const SAnswer& answer);
 ordered_json ErrorMembers(const CError& error);
 
 // A call's answer for a person's eyes, a line or more.
-std::string AnswerText(const STimedAnswer& timed);
+// `names`: of its output arguments, where they are known.
+std::string AnswerText(const STimedAnswer& timed, const Texts& names = {});
 
 } // namespace corvane::vornhost

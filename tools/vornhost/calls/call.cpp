@@ -1,6 +1,6 @@
 #include "tools/vornhost/calls/call.h"
 
-#include "tools/vornhost/calls/near_names.h"
+#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>

@@ -1,6 +1,8 @@
 #include "tools/vornhost/diagnosis/diagnosis.h"
 
+#include "tools/vornhost/console/json_line.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/diagnosis/evidence.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,95 +13,136 @@ namespace {
 constexpr const char* CapabilityRequest = "get_capability";
 constexpr const char* IdentityRequest = "getinfo";
 constexpr const char* SettingsRequest = "setdata";
-constexpr double SlowReply = 2000; // ms; an identification has 5 s for two of them
-
-struct SEvidence {
-    Occasion occasion;
-    CError error;
-    std::optional<SHttpExchange> exchange; // the one to blame
-
-    bool failedBy(HttpFailure kind, HttpFailure other = HttpFailure::Other) const {
-        return exchange &&
-               (exchange->kind == kind || (other != HttpFailure::Other && exchange->kind == other));
-    }
-    bool hasStatus(int from, int to) const {
-        return exchange && !exchange->failure.empty() && from <= exchange->status && exchange->status <= to;
-    }
-    bool isCode(RtnCode code) const { return error.getCode() == static_cast<int>(code); }
-    // NotSet alone does not tell what is missing.
-    bool wantsCredentials() const {
-        return isCode(RtnCode::AuthenticationFailed) ||
-               (isCode(RtnCode::NotSet) && error.getText().find("Authentication") != std::string::npos);
-    }
-    bool isSlow() const {
-        return exchange && exchange->failure.empty() && exchange->milliseconds > SlowReply;
-    }
-};
-
-struct SProblem {
-    bool (*applies)(const SEvidence& evidence);
-    const char* problem; // null: the plug-in's own words
-    const char* advice;  // null: none
-    const char* cause = nullptr;
-};
 
 constexpr const char* WeakerAuthentication = "authentication-weaker";
 constexpr const char* OfferedBasicAlone = "401 Unauthorized, and Basic authentication alone is offered";
 
-// The first row that applies is taken.
-const SProblem Problems[] = {
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NameNotFound); }, "no host has this name",
-     "look for a slip of the pen in ADDRESS, or give the dotted address"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Refused); },
+struct SRule {
+    bool (*applies)(const SEvidence& evidence);
+    const char* cause;
+    const char* problem; // null: the plug-in's own words
+    const char* advice;
+    bool isCertain = true;
+};
+
+bool IsInitialisation(const SEvidence& e) {
+    return e.occasion == Occasion::Initialisation;
+}
+bool IsIdentification(const SEvidence& e) {
+    return e.occasion == Occasion::Identification;
+}
+
+// The first row that applies is taken. First what happened on the wire, then what the camera answered, last
+// what the plug-in made of it.
+const SRule Rules[] = {
+    {[](const SEvidence& e) { return e.speaksTls(); }, "tls",
+     "the port speaks TLS (https), which the plug-in does not",
+     "give the camera's HTTP port as ADDRESS:PORT, and switch HTTP on at the camera"},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NameNotFound); }, "name-not-found",
+     "no host has this name", "look for a slip of the pen in ADDRESS, or give the dotted address"},
+    {[](const SEvidence& e) {
+         return e.hasAnsweredBefore &&
+                (e.failedBy(HttpFailure::Refused) || e.failedBy(HttpFailure::Unreachable));
+     },
+     "restarting", "the camera was there a moment ago and is away: it probably restarts",
+     "wait a minute and try again; if it happens again and again, look at its power supply", false},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Refused); }, "refused",
      "nobody listens at this address and port",
      "add :PORT if the camera's web port is not 80; a camera that restarts refuses for a minute"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NoAnswer, HttpFailure::Unreachable); },
-     "the camera did not answer in time",
-     "see whether the camera has power and can be reached (ping), then try again"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Cut, HttpFailure::Dropped); },
-     "the reply was cut short",
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Unreachable); }, "unreachable",
+     "nobody takes the connection",
+     "see whether the camera has power and its network can be reached (ping), and what filters stand "
+     "between"},
+    {[](const SEvidence& e) { return e.isUnconfirmedWrite(); }, "unconfirmed",
+     "the camera did not confirm what it was told: it may have done it",
+     "look at the camera, or read the setting again, before it is told once more"},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NoAnswer); }, "no-answer",
+     "the camera took the connection and did not answer in time",
+     "try again; if it stays so, restart the camera: its network is all right, its web server is not"},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Dropped); }, "dropped",
+     "the connection was closed before the camera answered",
      "try again; if it stays so, restart the camera and look at what stands between it and here"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NotHttp); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Cut); }, "cut", "the reply was cut short",
+     "try again; if it stays so, restart the camera and look at what stands between it and here"},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Slow); }, "slow",
+     "the reply came so slowly that its time was over",
+     "see who else asks the camera all the time, and how good the way to it is"},
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::NotHttp); }, "not-http",
      "what answers there does not speak HTTP", "give the camera's web port as ADDRESS:PORT"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::TooLarge); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::TooLarge); }, "too-large",
      "the reply is far larger than any camera's", "see what it is that answers at this address"},
-    {[](const SEvidence& e) { return e.failedBy(HttpFailure::BasicRefused); },
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::Packed); }, "damaged",
+     "the reply is packed, which was not asked for", "see what stands between the camera and here"},
+
+    {[](const SEvidence& e) { return e.failedBy(HttpFailure::BasicRefused); }, WeakerAuthentication,
      "the camera offers Basic authentication alone, which is refused",
      "set the camera to Digest; if it was, see whether it was reset, or who answers in its place. Where the "
-     "model list has digestOnly for another family, --model tells this one's",
-     WeakerAuthentication},
-    {[](const SEvidence& e) { return e.hasStatus(401, 401); },
+     "model list has digestOnly for another family, --model tells this one's"},
+    {[](const SEvidence& e) { return e.hasStatus(401) && e.exchange->user.empty(); }, "no-credentials",
+     "the camera wants a user name and a password",
+     "leave --no-credentials out, or give --user and --password-file"},
+    {[](const SEvidence& e) { return e.isAskedForEver(); }, "authentication-endless",
+     "the camera goes on asking for a password, whatever it is shown",
+     "set the camera to Digest authentication; restart it if it is set so"},
+    {[](const SEvidence& e) { return e.hasStatus(401); }, "wrong-password",
      "the camera refuses the user name or the password",
-     "give --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
-    {[](const SEvidence& e) { return e.hasStatus(403, 403); }, "the camera forbids this to the user",
+     "give the camera's own with --user and --password-file, or VORNHOST_USER and VORNHOST_PASSWORD"},
+    {[](const SEvidence& e) { return e.hasStatus(403); }, "forbidden", "the camera forbids this to the user",
      "give the credentials of an administrator of the camera"},
-    {[](const SEvidence& e) { return e.hasStatus(404, 404); }, "the device does not know the request",
+    {[](const SEvidence& e) { return e.hasStatus(404) || e.hasStatus(501); }, "not-known",
+     "the device does not know the request",
      "see whether it is a camera of the plug-in's families at all; older firmware lacks some requests"},
-    {[](const SEvidence& e) { return e.hasStatus(500, 599); }, "the camera reports a fault of its own",
-     "try again in a minute; if it stays so, restart the camera"},
-    {[](const SEvidence& e) { return e.hasStatus(100, 499); },
+    {[](const SEvidence& e) { return e.hasStatus(503); }, "busy", "the camera says that it is busy",
+     "try again in a minute; see who else asks it all the time"},
+    {[](const SEvidence& e) { return e.hasStatus(500, 599); }, "camera-fault",
+     "the camera reports a fault of its own", "try again in a minute; if it stays so, restart the camera"},
+    {[](const SEvidence& e) { return e.hasStatus(300, 399); }, "redirect",
+     "the camera sends whoever asks elsewhere, where nobody is asked for it",
+     "give the address that it points to, if that is the camera; else see what it is that answers here"},
+    {[](const SEvidence& e) { return e.hasStatus(100, 499); }, "odd-status",
      "the camera answered with a status that it should not",
      "see whether it is the camera itself that answers at this address"},
-    {[](const SEvidence& e) { return e.exchange && !e.exchange->failure.empty(); },
-     "the exchange with the camera failed", "try again, with --trace to see every exchange"},
-    {[](const SEvidence& e) {
-         return e.occasion == Occasion::Initialisation && e.isCode(RtnCode::NotSupported);
-     },
-     "the model list does not know this model",
+    {[](const SEvidence& e) { return e.exchange && !e.exchange->failure.empty(); }, "unreachable",
+     "the exchange with the camera failed", "try again, with --trace to see every exchange", false},
+
+    {[](const SEvidence& e) { return e.isNameless(); }, "not-reported",
+     "a camera answers there that does not say its name",
+     "restart the camera; --model NUMBER takes a model without asking"},
+    {[](const SEvidence& e) { return e.isDamagedIdentity(); }, "damaged",
+     "a camera answers there, and what it says of itself is damaged",
+     "restart the camera, and see what stands between it and here; --model NUMBER takes a model without "
+     "asking"},
+    {[](const SEvidence& e) { return e.isAlien(); }, "not-a-camera",
+     "what answers there is none of the plug-in's cameras",
+     "see what it is that answers at this address; --model NUMBER takes a model without asking"},
+    {[](const SEvidence& e) { return IsInitialisation(e) && e.isCode(RtnCode::NotSupported); },
+     "unknown-model", "the model list does not know this model",
      "add the model to the list (--models FILE), or take a similar one with --model NUMBER; `vornhost "
-     "models` "
-     "tells which there are"},
-    {[](const SEvidence& e) { return e.occasion == Occasion::Initialisation && e.exchange.has_value(); },
+     "models` tells "
+     "which there are"},
+    {[](const SEvidence& e) { return IsInitialisation(e) && e.isEmpty(); }, "empty",
      "the camera's capability reply is empty",
      "restart the camera; if it stays so, its firmware does not tell its capability and it cannot be used"},
-    {[](const SEvidence& e) { return e.occasion == Occasion::Identification && e.isSlow(); },
+    {[](const SEvidence& e) { return IsIdentification(e) && e.isEmpty(); }, "empty",
+     "what answers there has nothing to say of itself", "restart the camera; see whether it is one"},
+    {[](const SEvidence& e) { return IsIdentification(e) && e.isSlow(); }, "slow",
      "the camera answers too slowly to be identified",
      "see with --trace how long each request takes; an identification has 5 s for two of them"},
-    {[](const SEvidence& e) { return e.occasion == Occasion::Identification; },
-     "what answers there is none of the plug-in's cameras",
+    {[](const SEvidence& e) { return IsIdentification(e) && e.tellsAName(); }, "unknown-model",
+     "a camera answers there, and no family of the list takes its model",
      "see with --log-level 2 why each family refused it; --model NUMBER takes a model without asking"},
-    {[](const SEvidence& e) { return !e.exchange && e.wantsCredentials(); }, "the device has no credentials",
-     "leave --no-credentials out, or give --user and --password-file"},
+    {IsIdentification, "no-answer", "no device has answered in time",
+     "try again, with --trace to see every exchange", false},
+    {[](const SEvidence& e) { return e.isEmpty(); }, "empty", "the camera's reply is empty",
+     "restart the camera; if it stays so, its firmware does not know the request"},
+    {[](const SEvidence& e) { return !e.exchange && e.wantsCredentials(); }, "no-credentials",
+     "the device has no credentials", "leave --no-credentials out, or give --user and --password-file"},
+    {[](const SEvidence& e) { return e.isCode(RtnCode::OutOfRange); }, "wrong-value", nullptr, ""},
+    {[](const SEvidence& e) { return e.isCode(RtnCode::NotSupported); }, "not-supported", nullptr, ""},
+    {[](const SEvidence& e) { return e.isCode(RtnCode::DeviceDbUnavailable); }, "wrong-file", nullptr, ""},
+    {[](const SEvidence& e) { return e.isCode(RtnCode::NotAccessible) || e.isCode(RtnCode::NotSet); },
+     "not-reported", nullptr, "", false},
+    {[](const SEvidence&) { return true; }, "damaged", nullptr, "", false},
 };
 
 std::string RequestText(const SHttpExchange& exchange) {
@@ -108,56 +151,61 @@ std::string RequestText(const SHttpExchange& exchange) {
            (exchange.body.empty() ? "" : " with " + exchange.body);
 }
 
-// What the exchange was for: by its request and, where that does not tell, by the occasion.
-std::string PhaseOf(Occasion occasion, const SHttpExchange& exchange) {
-    if (!exchange.url.empty())
+// By what was asked; what was asked first of all goes by the occasion.
+std::string PhaseOf(Occasion occasion, const std::optional<SHttpExchange>& exchange) {
+    const auto asked = [&](const char* path) {
+        return exchange && exchange->path.find(path) != std::string::npos;
+    };
+    if (exchange && !exchange->url.empty())
         return "stream";
-    if (exchange.path.find(CapabilityRequest) != std::string::npos)
-        return "capability";
-    if (exchange.path.find(SettingsRequest) != std::string::npos)
-        return "settings";
+    if (exchange && (exchange->kind == HttpFailure::NameNotFound || exchange->kind == HttpFailure::NotAsked))
+        return "address";
+    constexpr std::pair<const char*, const char*> Paths[] = {{CapabilityRequest, "capability"},
+                                                             {SettingsRequest, "settings"},
+                                                             {"absget", "position"},
+                                                             {"get_io", "monitor"},
+                                                             {"set_audio", "audio"}};
+    const bool isWrite = exchange && exchange->method == "POST";
+    for (const auto& [path, phase] : Paths)
+        if (asked(path) && !isWrite)
+            return phase;
+    if (exchange && IsMove(*exchange))
+        return "move";
     if (occasion == Occasion::Initialisation)
         return "initialize";
-    if (occasion == Occasion::Identification || exchange.path.find(IdentityRequest) != std::string::npos)
+    if (occasion == Occasion::Identification || asked(IdentityRequest))
         return "identify";
-    return exchange.method == "POST" ? "write" : "settings";
+    return isWrite ? "write" : "settings";
 }
 
 SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
+    const auto* const rule = std::find_if(std::begin(Rules), std::end(Rules), [&](const SRule& candidate) {
+        return candidate.applies(evidence);
+    });
     SDiagnosis diagnosis;
-    const auto problem =
-        std::find_if(std::begin(Problems), std::end(Problems),
-                     [&evidence](const SProblem& candidate) { return candidate.applies(evidence); });
-    if (problem == std::end(Problems)) {
-        diagnosis.problem = evidence.error.getText().empty() ? "the call failed" : evidence.error.getText();
-    } else {
-        diagnosis.problem = problem->problem;
-        diagnosis.pluginText = evidence.error.getText();
-        diagnosis.advice = problem->advice;
-        diagnosis.cause = problem->cause ? problem->cause : "";
-    }
-    if (evidence.exchange) {
-        const SHttpExchange& exchange = *evidence.exchange;
-        diagnosis.request = RequestText(exchange);
-        diagnosis.phase = PhaseOf(evidence.occasion, exchange);
-        diagnosis.reply = !exchange.failure.empty() ? exchange.failure
-                          : evidence.isSlow()       ? "after " + MillisecondsText(exchange.milliseconds)
-                                                    : "nothing behind the HTTP header";
-    }
+    diagnosis.cause = rule->cause;
+    diagnosis.isCertain = rule->isCertain;
+    diagnosis.advice = rule->advice;
+    diagnosis.phase = PhaseOf(evidence.occasion, evidence.exchange);
+    const std::string& text = evidence.error.getText();
+    diagnosis.problem = rule->problem ? rule->problem : text.empty() ? "the call failed" : text;
+    diagnosis.pluginText = rule->problem ? text : "";
+    if (evidence.exchange)
+        diagnosis.request = RequestText(*evidence.exchange);
+    diagnosis.reply = evidence.answered();
     return diagnosis;
 }
 
-// An initialisation that asked for the capability failed there; other requests run at the same time. An
-// identification fails without a failing request when the camera is slow.
+// An initialisation that came to the capability failed there: other requests run beside it. An identification
+// may fail without a failing request.
 std::optional<SHttpExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
     if (occasion == Occasion::Initialisation)
         if (auto capability = exchanges.lastOf(CapabilityRequest))
             return capability;
-    auto failing = exchanges.lastFailing();
-    if (failing || occasion != Occasion::Identification)
+    if (auto failing = exchanges.lastFailingOwn())
         return failing;
-    auto identity = exchanges.lastOf(IdentityRequest);
-    return identity && identity->milliseconds > SlowReply ? identity : std::nullopt;
+    return occasion == Occasion::Identification ? exchanges.lastOf(IdentityRequest)
+                                                : exchanges.failedSettings();
 }
 
 std::string DetailLine(const char* label, const std::string& text) {
@@ -167,12 +215,17 @@ std::string DetailLine(const char* label, const std::string& text) {
 } // namespace
 
 std::string SDiagnosis::lines(const std::string& subject) const {
-    return "vornhost: " + PrintableText(subject + ": " + problem) + "\n" + DetailLine("plug-in", pluginText) +
-           DetailLine("asked", request) + DetailLine("answered", reply) + DetailLine("try", advice);
+    return "vornhost: " + PrintableText(subject + ": " + problem) + "\n" + details();
+}
+
+std::string SDiagnosis::details() const {
+    return DetailLine("plug-in", pluginText) + DetailLine("asked", request) + DetailLine("answered", reply) +
+           DetailLine("try", advice);
 }
 
 SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges) {
-    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges)});
+    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges), exchanges.hasAnswered(),
+                             exchanges.credentialSource()});
 }
 
 std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthentication& seen) {
@@ -200,14 +253,34 @@ std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthenticat
 }
 
 ordered_json ProblemObject(const SDiagnosis& diagnosis) {
-    if (diagnosis.cause.empty())
-        return ordered_json::object();
     return {{"cause", diagnosis.cause},   {"certain", diagnosis.isCertain}, {"phase", diagnosis.phase},
             {"asked", diagnosis.request}, {"answered", diagnosis.reply},    {"try", diagnosis.advice}};
 }
 
-SDiagnosis DiagnoseExchange(const SHttpExchange& exchange) {
-    return DiagnoseEvidence({Occasion::Call, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange});
+std::string ProblemLine(const SDiagnosis& diagnosis) {
+    return JsonLine({{"problem", ProblemObject(diagnosis)}});
+}
+
+SDiagnosis DiagnoseExchange(Occasion occasion, const SHttpExchange& exchange) {
+    return DiagnoseEvidence(
+        {occasion, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange, false, ""});
+}
+
+SDiagnosis DiagnoseExchange(const SHttpExchange& exchange, const CExchangeWatch& exchanges,
+                            Occasion occasion) {
+    return DiagnoseEvidence({occasion, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange,
+                             exchanges.hasAnswered(), exchanges.credentialSource()});
+}
+
+SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported) {
+    SDiagnosis diagnosis;
+    diagnosis.problem = "the camera has taken the write, and reports another value of " + what;
+    diagnosis.request = what + " " + asked;
+    diagnosis.reply = reported.empty() ? "no value" : "it reports " + reported;
+    diagnosis.advice = "see what else the camera is set to: some of its settings exclude others";
+    diagnosis.cause = "not-accepted";
+    diagnosis.phase = "read-back";
+    return diagnosis;
 }
 
 } // namespace corvane::vornhost

@@ -12,33 +12,44 @@ namespace corvane::vornhost {
 // What the program was about when something failed.
 enum class Occasion { Identification, Initialisation, Call };
 
-// A failure in words for a person.
+// A failure, for people and for programs.
 struct SDiagnosis {
-    std::string problem = {};    // what is wrong
+    std::string problem;         // what is wrong
     std::string pluginText = {}; // what the plug-in said; may be empty
     std::string request = {};    // what was asked of the camera; empty when it was not asked
     std::string reply = {};      // what came back
     std::string advice = {};     // what to try; empty when there is none
-    // For programs.
-    std::string cause = {}; // its name; empty where it has none
-    bool isCertain = true;  // no other cause would look the same
-    std::string phase = {}; // what the program was about: "identify", "settings", ...
-    bool isWarning = false; // nothing has failed
+    std::string cause = {};      // its name, for programs
+    bool isCertain = true;       // no other cause would look the same
+    std::string phase = {};      // in what it showed
+    bool isWarning = false;      // nothing has failed
 
     // "vornhost: SUBJECT: PROBLEM" and the rest as indented lines.
     std::string lines(const std::string& subject) const;
+    // The indented lines alone.
+    std::string details() const;
 };
 
+// Why an operation has failed: from what went over the wire, and from the plug-in's error where that says
+// nothing.
 SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges);
 
-// A warning when the camera offers Basic authentication alone.
+// Of a camera that offers Basic authentication alone: a warning. Nothing of any other.
 std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthentication& seen);
 
-// What a program is told of a diagnosis that has a cause: {"cause", "certain", "phase", "asked", "answered",
-// "try"}; an empty object for any other.
+// What a program is told: {"cause", "certain", "phase", "asked", "answered", "try"}.
 ordered_json ProblemObject(const SDiagnosis& diagnosis);
 
-// Of one failed exchange, without an error of the plug-in.
-SDiagnosis DiagnoseExchange(const SHttpExchange& exchange);
+// The line of a verb that has nothing else to tell.
+std::string ProblemLine(const SDiagnosis& diagnosis);
+
+// Of one failed exchange before the device has answered anything.
+SDiagnosis DiagnoseExchange(Occasion occasion, const SHttpExchange& exchange);
+// Of one failed exchange, whatever the plug-in made of it.
+SDiagnosis DiagnoseExchange(const SHttpExchange& exchange, const CExchangeWatch& exchanges,
+                            Occasion occasion = Occasion::Call);
+
+// The camera has taken a write, and reports another value of `what` than was asked for.
+SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported);
 
 } // namespace corvane::vornhost

@@ -2,13 +2,24 @@
 
 #include "tools/vornhost/names.h"
 
+#include <cstddef>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace corvane::vornhost {
+
+// How long a device took for one kind of request, in ms.
+struct SAnswerTimes {
+    std::string request; // method and path, without the query
+    std::size_t count = 0;
+    std::size_t lost = 0; // failed
+    double median = 0;
+    double longest = 0;
+};
 
 // Remembers the latest HTTP exchanges with one device, so that the program can tell what was asked when
 // something fails. One at a time in the process. Callable from any thread.
@@ -22,18 +33,41 @@ public:
     // The latest that failed; the latest whose path holds the text.
     std::optional<SHttpExchange> lastFailing() const;
     std::optional<SHttpExchange> lastOf(const std::string& path) const;
+    // The latest that failed but was no look at the settings; the latest such look when that failed.
+    std::optional<SHttpExchange> lastFailingOwn() const;
+    std::optional<SHttpExchange> failedSettings() const;
 
+    // Whether the device has answered anything since the watch began.
+    bool hasAnswered() const;
+
+    // Where the user of the requests comes from, for people ("the family's default").
+    void setCredentialSource(std::string source);
+    std::string credentialSource() const;
+
+    // All since the watch began, where exchanges' details are kept; oldest first.
+    std::vector<SHttpExchange> transcript() const;
+    // Of all since the watch began, by request.
+    std::vector<SAnswerTimes> answerTimes() const;
     // Oldest first.
     std::vector<SHttpExchange> all() const;
-    // Forgets all; hands those out that failed.
+    // Forgets all but the last look at the settings, which the answers of calls rest on; hands those out that
+    // failed.
     std::vector<SHttpExchange> takeFailing();
 
 private:
     void note(const SHttpExchange& exchange);
 
     const std::string address_;
-    mutable std::mutex mutex_; // guards latest_
+    mutable std::mutex mutex_; // guards what follows
     std::deque<SHttpExchange> latest_;
+    std::vector<SHttpExchange> transcript_;
+    bool hasAnswered_ = false;
+    struct STimes {
+        std::vector<double> milliseconds; // the first of them, of a watch that goes on for long
+        std::size_t lost = 0;
+    };
+    std::map<std::string, STimes> times_; // by request
+    std::string credentialSource_;
 };
 
 } // namespace corvane::vornhost

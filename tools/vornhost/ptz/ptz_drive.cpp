@@ -20,10 +20,13 @@ constexpr const char* KeyHelp =
     "arrows: pan, tilt   + -: zoom   0-9: call a preset   p 0-9: save it   [ ]: speed   space: stop   q: "
     "leave\n";
 
-ordered_json CommandJson(const SPtzCommand& command, const STimedAnswer& timed) {
+ordered_json CommandJson(const SPtzCommand& command, const STimedAnswer& timed,
+                         const std::optional<SDiagnosis>& failure) {
     ordered_json json{{"key", command.key}, {"operation", command.call.operation}};
     json.update(ErrorMembers(*timed.answer.error));
     json["ms"] = ThreeDecimals(timed.milliseconds);
+    if (failure)
+        json["problem"] = ProblemObject(*failure);
     return json;
 }
 
@@ -66,8 +69,8 @@ bool CPtzDrive::run() {
     if (pilot_.mayMove())
         WriteMessage("vornhost: " + session_.address() +
                      ": the camera was not stopped and may go on moving\n");
-    if (lastFailed_ && !json_)
-        tellFailure(*lastFailed_);
+    for (const SOutcome& outcome : failed_)
+        tellFailure(outcome);
     answers_.finish();
     endRequest_.reset();
     return allSucceeded_;
@@ -153,14 +156,26 @@ void CPtzDrive::answered(const SOutcome& outcome) {
     pilot_.answered(outcome.timed.succeeded());
     outcome_ = outcome;
     if (json_)
-        answers_.add(JsonLine(CommandJson(outcome.command, outcome.timed)));
+        answers_.add(JsonLine(CommandJson(outcome.command, outcome.timed, outcome.failure)));
+    if (!outcome.failure && !outcome.command.isStop)
+        refused_.reset();
     if (!outcome.failure)
         return;
     allSucceeded_ = false;
+    refused_ = outcome;
     if (status_.isShown())
-        lastFailed_ = outcome;
+        keepFailure(outcome);
     else if (!json_)
         tellFailure(outcome);
+}
+
+void CPtzDrive::keepFailure(const SOutcome& outcome) {
+    const bool isKnown = std::any_of(failed_.begin(), failed_.end(), [&outcome](const SOutcome& known) {
+        return known.command.call.operation == outcome.command.call.operation &&
+               known.failure->cause == outcome.failure->cause;
+    });
+    if (!isKnown)
+        failed_.push_back(outcome);
 }
 
 void CPtzDrive::tellFailure(const SOutcome& outcome) {
@@ -201,10 +216,11 @@ std::string CPtzDrive::commandText() const {
         return "save a preset: which digit?";
     if (!latest_)
         return "";
+    const std::string refused =
+        refused_ ? "   " + refused_->command.key + ": " + PrintableText(refused_->failure->problem) : "";
     if (!outcome_)
-        return latest_->key + " ...";
-    return latest_->key + "   " + MillisecondsText(outcome_->timed.milliseconds) +
-           (outcome_->failure ? "   " + PrintableText(outcome_->failure->problem) : "");
+        return latest_->key + " ..." + refused;
+    return latest_->key + "   " + MillisecondsText(outcome_->timed.milliseconds) + refused;
 }
 
 } // namespace corvane::vornhost

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace corvane::vornhost {
 
@@ -43,6 +44,7 @@ private:
     void sendNext();
     void answered(const SOutcome& outcome);
     void askPosition();
+    void keepFailure(const SOutcome& outcome);
     void tellFailure(const SOutcome& outcome);
     void writeAnswers();
     std::optional<CPtzPilot::Time> wakeTime() const;
@@ -60,9 +62,10 @@ private:
     std::optional<CEndRequest> endRequest_;
     bool isInputOpen_ = true;
     bool allSucceeded_ = true;
-    std::optional<SPtzCommand> latest_;  // the command that was sent
-    std::optional<SOutcome> outcome_;    // of latest_, once it is there
-    std::optional<SOutcome> lastFailed_; // to be told when the status line is gone
+    std::optional<SPtzCommand> latest_; // the command that was sent
+    std::optional<SOutcome> outcome_;   // of latest_, once it is there
+    std::vector<SOutcome> failed_;      // to be told when the status line is gone; one of a kind
+    std::optional<SOutcome> refused_;   // stays on the status line until a command other than a stop succeeds
 };
 
 } // namespace corvane::vornhost

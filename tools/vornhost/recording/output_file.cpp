@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -19,6 +20,10 @@ namespace {
 } // namespace
 
 COutputFile::COutputFile(std::string path) : path_(std::move(path)) {
+    if (path_ == StandardOutput) {
+        takeStandardOutput();
+        return;
+    }
     // Opening a pipe without a reader must not wait for one.
     constexpr int Flags = O_WRONLY | O_CREAT | O_NONBLOCK;
     refhost::SOpenedFile opened = refhost::OpenPrivateFile(path_, Flags | O_EXCL);
@@ -35,6 +40,15 @@ COutputFile::COutputFile(std::string path) : path_(std::move(path)) {
     }
 }
 
+void COutputFile::takeStandardOutput() {
+    if (::isatty(STDOUT_FILENO) != 0)
+        Refuse(path_, "standard output is a terminal; let it be a file or a pipe");
+    descriptor_ = ::dup(STDOUT_FILENO);
+    if (descriptor_ < 0)
+        Refuse(path_, std::generic_category().message(errno));
+    isSeekable_ = false; // of a file too: what stands before in it is somebody else's
+}
+
 COutputFile::~COutputFile() {
     if (made_ && !begun_)
         ::unlink(path_.c_str());
@@ -43,12 +57,14 @@ COutputFile::~COutputFile() {
 
 int COutputFile::begin() {
     begun_ = true;
+    if (!isSeekable_)
+        return 0;
     return ::ftruncate(descriptor_, 0) == 0 ? 0 : errno;
 }
 
 long long COutputFile::size() const {
     struct stat status {};
-    return ::fstat(descriptor_, &status) == 0 ? static_cast<long long>(status.st_size) : 0;
+    return isSeekable_ && ::fstat(descriptor_, &status) == 0 ? static_cast<long long>(status.st_size) : 0;
 }
 
 } // namespace corvane::vornhost

@@ -8,6 +8,9 @@ namespace corvane::vornhost {
 // else happens, and what it held before is kept until begin(). Belongs to one thread at a time.
 class COutputFile {
 public:
+    // The name of standard output, which must be no terminal.
+    static constexpr const char* StandardOutput = "-";
+
     // Throws CFailure with WrongUsage for anything that is not a file or cannot be written.
     explicit COutputFile(std::string path);
     // Removes a file that it has made and that nothing was written to.
@@ -21,14 +24,19 @@ public:
     const std::string& path() const { return path_; }
     // For writing; belongs to this object.
     int descriptor() const { return descriptor_; }
-    // In bytes.
+    // Whether one can go back in it.
+    bool isSeekable() const { return isSeekable_; }
+    // In bytes; 0 where one cannot go back.
     long long size() const;
 
 private:
+    void takeStandardOutput();
+
     const std::string path_;
     int descriptor_ = -1;
     bool made_ = false;
     bool begun_ = false;
+    bool isSeekable_ = true;
 };
 
 } // namespace corvane::vornhost

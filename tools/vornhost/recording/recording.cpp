@@ -70,7 +70,8 @@ CError CRecording::link() {
     if (!muxer || !sink)
         return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks matroskamux or fdsink"};
     // The time until the first picture must not become an empty beginning of the file.
-    g_object_set(muxer, "offset-to-zero", TRUE, "min-index-interval", LeastIndexInterval, nullptr);
+    g_object_set(muxer, "offset-to-zero", TRUE, "min-index-interval", LeastIndexInterval, "streamable",
+                 file_.isSeekable() ? FALSE : TRUE, nullptr);
     muxer_.reset(GST_ELEMENT(gst_object_ref_sink(muxer)));
     g_object_set(sink, "fd", file_.descriptor(), "sync", FALSE, nullptr);
     gst_bin_add_many(GST_BIN(controller_.getPipeline()), muxer, sink, nullptr);

@@ -18,8 +18,8 @@ std::string BytesText(long long bytes) {
 }
 
 std::string AmountText(const SRecorded& recorded) {
-    return std::to_string(recorded.frames) + (recorded.frames == 1 ? " frame, " : " frames, ") +
-           BytesText(recorded.bytes);
+    return std::to_string(recorded.frames) + (recorded.frames == 1 ? " frame" : " frames") +
+           (recorded.bytes > 0 ? ", " + BytesText(recorded.bytes) : "");
 }
 
 std::string CodecText(VideoCodec codec) {
@@ -34,8 +34,9 @@ ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SReco
                       {"codec", CodecText(codec)},
                       {"resolution", recorded.resolution},
                       {"frames", recorded.frames},
-                      {"bytes", recorded.bytes},
                       {"seconds", ThreeDecimals(recorded.seconds)}};
+    if (recorded.bytes > 0) // unknown of a pipe
+        json["bytes"] = recorded.bytes;
     if (recorded.sounds > 0)
         json["audio"] = {{"codec", device_handler::v1_0::G726Name}, {"packets", recorded.sounds}};
     return json;

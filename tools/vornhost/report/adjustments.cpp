@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <utility>
 
@@ -181,6 +182,15 @@ std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const
     if (info.form == AdjustmentForm::Word)
         return std::to_string(found - values.begin() + 1);
     return value == On ? "1" : "0";
+}
+
+bool IsSameAdjustment(const SAdjustmentInfo& info, const std::string& asked, const std::string& reported) {
+    // Of the coarsest range, 0 to 15, a unit is nearly 7.
+    constexpr int MostRounding = 7;
+    const auto wanted = operations::ReadWholeNumber<int>(asked);
+    const auto is = operations::ReadWholeNumber<int>(reported);
+    return info.form == AdjustmentForm::Percent && wanted && is ? std::abs(*wanted - *is) <= MostRounding
+                                                                : asked == reported;
 }
 
 } // namespace corvane::vornhost

@@ -74,4 +74,7 @@ Texts AdjustmentValues(const SAdjustmentInfo& info, const SModelInfo& model);
 std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const SModelInfo& model,
                                               const std::string& value);
 
+// Whether what is reported may be what was asked for: percentages are rounded to the camera's own units.
+bool IsSameAdjustment(const SAdjustmentInfo& info, const std::string& asked, const std::string& reported);
+
 } // namespace corvane::vornhost

@@ -1,10 +1,12 @@
 #include "tools/vornhost/report/camera_report.h"
 
 #include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/console/json_line.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/report/setting_sections.h"
+#include "tools/vornhost/report/value_range.h"
 
 #include <algorithm>
 #include <optional>
@@ -31,14 +33,13 @@ constexpr const char* FirstAudio = "0,g726"; // stream
 constexpr struct {
     const char* operation; // behind "getVideoCodec"
     const char* field;     // of the stream's record
-    const char* label;
-    int codecBits; // of the codecs that have it
+    int codecBits;         // of the codecs that have it
 } StreamSettings[] = {
-    {"Resolution", "resolution", "resolution", MjpegBit | Mpeg4Bit | H264Bit},
-    {"FrameRate", "frameRate", "frames a second", MjpegBit | Mpeg4Bit | H264Bit},
-    {"KeyFrameInterval", "keyFrameInterval", "frames to a key frame", Mpeg4Bit | H264Bit},
-    {"Quality", "quality", "quality", MjpegBit | Mpeg4Bit | H264Bit},
-    {"BitRate", "bitRate", "bit rate", MjpegBit | Mpeg4Bit | H264Bit},
+    {"Resolution", "resolution", MjpegBit | Mpeg4Bit | H264Bit},
+    {"FrameRate", "frameRate", MjpegBit | Mpeg4Bit | H264Bit},
+    {"KeyFrameInterval", "keyFrameInterval", Mpeg4Bit | H264Bit},
+    {"Quality", "quality", MjpegBit | Mpeg4Bit | H264Bit},
+    {"BitRate", "bitRate", MjpegBit | Mpeg4Bit | H264Bit},
 };
 
 std::string FieldOf(const SAnswer& answer, const std::string& field) {
@@ -48,19 +49,6 @@ std::string FieldOf(const SAnswer& answer, const std::string& field) {
     return found == record.end() ? "" : found->second;
 }
 
-std::string StepsText(const std::string& minimum, const std::string& maximum, const std::string& step) {
-    return minimum + " to " + maximum + " in steps of " + step;
-}
-
-// A list, or "MINIMUM to MAXIMUM in steps of STEP".
-ordered_json RangeValue(const SAnswer& answer) {
-    const bool isList =
-        answer.type && *answer.type == static_cast<int>(vorn_camera_base::v1_0::CVAPI_VALUE_TYPE::List);
-    if (isList || answer.values.size() != 3)
-        return answer.values.empty() ? ordered_json() : ordered_json(answer.values);
-    return StepsText(answer.values[0], answer.values[1], answer.values[2]);
-}
-
 // A text or a list of texts as a fact's value; null for an empty one.
 ordered_json OrNull(const ordered_json& value) {
     static const ordered_json anEmptyText = "";
@@ -68,16 +56,29 @@ ordered_json OrNull(const ordered_json& value) {
     return value.empty() || value == anEmptyText || value == onlyAnEmptyText ? ordered_json() : value;
 }
 
+// Texts that are numbers as numbers, in lists too.
+ordered_json Measured(ordered_json value) {
+    if (value.is_array())
+        for (ordered_json& entry : value)
+            entry = Measured(entry);
+    if (!value.is_string())
+        return value;
+    const std::string text = value;
+    const bool isDecimal = !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
+    const ordered_json number = isDecimal ? ordered_json::parse(text, nullptr, false) : ordered_json();
+    return number.is_number() ? number : value;
+}
+
 // "?" where it could not be read; why stands among the problems.
 ordered_json CurrentValue(const SAdjustmentReading& reading) {
-    return reading.failure ? ordered_json("?") : OrNull(reading.current);
+    return reading.failure ? ordered_json("?") : Measured(OrNull(reading.current));
 }
 ordered_json RangeValue(const SAdjustmentReading& reading) {
     if (reading.failure)
         return nullptr;
     if (reading.isFixed())
         return std::string("fixed by ") + reading.info->fixedBy;
-    return reading.info->form == AdjustmentForm::Percent ? ordered_json(StepsText("0", "100", "1"))
+    return reading.info->form == AdjustmentForm::Percent ? CValueRange::between("0", "100", "1").toJson()
                                                          : OrNull(reading.values);
 }
 
@@ -98,6 +99,7 @@ public:
         for (SReportSection& section : SettingSections(inputs_, codecBits_, settingReader()))
             add(std::move(section));
         addAlarmInputs();
+        addAnswerTimes();
         collectFailedExchanges("");
         if (const auto warning = session_.weakerAuthentication())
             report_.problems.push_back({"", *warning});
@@ -185,9 +187,11 @@ private:
             const auto byDefault = askIfSupported(operation + "Default", arguments);
             const auto range = askIfSupported(operation + "Range", arguments);
             std::vector<ordered_json> row{
-                name, setting.label, current ? OrNull(FieldOf(*current, setting.field)) : ordered_json(),
-                byDefault && !byDefault->values.empty() ? OrNull(byDefault->values.front()) : ordered_json(),
-                range ? RangeValue(*range) : ordered_json()};
+                name, setting.field,
+                current ? Measured(OrNull(FieldOf(*current, setting.field))) : ordered_json(),
+                byDefault && !byDefault->values.empty() ? Measured(OrNull(byDefault->values.front()))
+                                                        : ordered_json(),
+                Measured(CValueRange::of(range).toJson())};
             if (std::any_of(row.begin() + 2, row.end(), [](const auto& value) { return !value.is_null(); }))
                 table.rows.push_back(std::move(row));
         }
@@ -204,12 +208,12 @@ private:
         const auto rate = askIfSupported("getAudioCodecBitRateDefault", {"0", FirstAudio});
         if (volume && volume->values.size() == 5)
             section.table.rows.push_back(
-                {"volume", volume->values[0], volume->values[1],
-                 StepsText(volume->values[2], volume->values[3], volume->values[4])});
+                {"volume", Measured(volume->values[0]), Measured(volume->values[1]),
+                 CValueRange::between(volume->values[2], volume->values[3], volume->values[4]).toJson()});
         if (rates && rate && !rate->values.empty())
-            section.table.rows.push_back({"bit rate",
-                                          OrNull(resultText("setting.GetCameraSetting", {"AUDIOBITRATE"})),
-                                          rate->values.front(), rates->values});
+            section.table.rows.push_back(
+                {"bitRate", Measured(OrNull(resultText("setting.GetCameraSetting", {"AUDIOBITRATE"}))),
+                 Measured(rate->values.front()), Measured(rates->values)});
         add(std::move(section));
     }
 
@@ -225,8 +229,8 @@ private:
         SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, settingsTable()};
         for (const SAdjustmentReading& reading : adjustments.readAll())
             (reading.info->isOfModel ? lens : image)
-                .table.rows.push_back({reading.info->label, CurrentValue(reading), OrNull(reading.byDefault),
-                                       RangeValue(reading)});
+                .table.rows.push_back({reading.info->name, CurrentValue(reading),
+                                       Measured(OrNull(reading.byDefault)), RangeValue(reading)});
         add(std::move(image));
         add(std::move(lens));
     }
@@ -247,6 +251,20 @@ private:
         (void)session_.exchanges().takeFailing(); // noted
         add(AlarmInputSection(alarmInputs_, levels ? *levels : std::map<int, std::string>(),
                               settingReader()));
+    }
+
+    // Of everything that was asked for this report.
+    void addAnswerTimes() {
+        SReportSection section{"/answerTimes", "Answer times", {}, {}};
+        section.table.columns = {{"request", "REQUEST"},
+                                 {"requests", "TIMES"},
+                                 {"lost", "LOST"},
+                                 {"medianMs", "MEDIAN MS"},
+                                 {"longestMs", "LONGEST MS"}};
+        for (const SAnswerTimes& times : session_.exchanges().answerTimes())
+            section.table.rows.push_back({times.request, times.count, times.lost, ThreeDecimals(times.median),
+                                          ThreeDecimals(times.longest)});
+        add(std::move(section));
     }
 
     ReadSetting settingReader() {
@@ -303,7 +321,7 @@ private:
     // An operation whose request failed may still succeed, with an empty answer.
     void collectFailedExchanges(const std::string& operation) {
         for (const SHttpExchange& exchange : session_.exchanges().takeFailing())
-            note(operation, DiagnoseExchange(exchange));
+            note(operation, DiagnoseExchange(exchange, session_.exchanges()));
     }
 
     // One cause is told once, however many calls fail because of it. A failure without a request follows from

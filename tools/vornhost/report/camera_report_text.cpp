@@ -2,6 +2,7 @@
 
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/report/camera_report.h"
 
 namespace corvane::vornhost {
@@ -12,8 +13,15 @@ std::string ValueText(const ordered_json& value) {
         return "";
     if (value.is_boolean())
         return value.get<bool>() ? "yes" : "no";
-    if (value.is_array())
-        return Join(value.get<Texts>(), ", ");
+    if (value.is_array()) {
+        Texts texts;
+        for (const ordered_json& entry : value)
+            texts.push_back(ValueText(entry));
+        return Join(texts, ", ");
+    }
+    if (value.is_object()) // a range
+        return ValueText(value.at("from")) + " to " + ValueText(value.at("to")) + " in steps of " +
+               ValueText(value.at("step"));
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
@@ -29,18 +37,23 @@ ordered_json TableJson(const SFactTable& table) {
     return rows;
 }
 
+// For eyes, what programs call by one word everywhere.
+constexpr std::pair<const char*, const char*> Labels[] = {
+    {"frameRate", "frames a second"}, {"keyFrameInterval", "frames to a key frame"}, {"bitRate", "bit rate"}};
+
+std::string LabelOf(const std::string& setting) {
+    for (const auto& [name, label] : Labels)
+        if (setting == name)
+            return label;
+    const SAdjustmentInfo* const adjustment = FindAdjustment(setting);
+    return adjustment ? adjustment->label : setting;
+}
+
 ordered_json ProblemJson(const SReportProblem& problem) {
-    const SDiagnosis& diagnosis = problem.diagnosis;
-    ordered_json json{{"problem", diagnosis.problem}};
-    const std::pair<const char*, const std::string&> details[] = {{"operation", problem.operation},
-                                                                  {"text", diagnosis.pluginText},
-                                                                  {"request", diagnosis.request},
-                                                                  {"reply", diagnosis.reply},
-                                                                  {"advice", diagnosis.advice}};
-    for (const auto& [key, text] : details)
-        if (!text.empty())
-            json[key] = text;
-    json.update(ProblemObject(diagnosis));
+    ordered_json json{{"problem", problem.diagnosis.problem}}; // in words
+    json.update(ProblemObject(problem.diagnosis));
+    if (!problem.operation.empty())
+        json["operation"] = problem.operation;
     return json;
 }
 
@@ -51,8 +64,9 @@ CTable TextTable(const SFactTable& facts) {
     CTable table(titles, 2);
     for (const std::vector<ordered_json>& row : facts.rows) {
         Texts cells;
-        for (const ordered_json& value : row)
-            cells.push_back(ValueText(value));
+        for (std::size_t i = 0; i < row.size(); ++i)
+            cells.push_back(facts.columns[i].first == "setting" ? LabelOf(ValueText(row[i]))
+                                                                : ValueText(row[i]));
         table.addRow(std::move(cells));
     }
     return table;

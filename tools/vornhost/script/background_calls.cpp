@@ -9,14 +9,16 @@ CBackgroundCalls::~CBackgroundCalls() {
     wait();
 }
 
-void CBackgroundCalls::start(const COperationRegistry& operations, const SCall& call) {
+void CBackgroundCalls::start(const CDeviceSession& session, const SCall& call) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         ++pending_;
     }
     try {
-        handles_.push_back(StartCall(operations, call,
-                                     [this, call](const STimedAnswer& answer) { answered(call, answer); }));
+        handles_.push_back(
+            StartCall(session.operations(), call, [this, &session, call](const STimedAnswer& answer) {
+                answered(session, call, answer);
+            }));
     } catch (...) {
         ended();
         throw;
@@ -35,8 +37,13 @@ void CBackgroundCalls::finish() {
     handles_.clear();
 }
 
-void CBackgroundCalls::answered(const SCall& call, const STimedAnswer& answer) {
-    WriteOutput(JsonLine(AnswerJson(call, answer)));
+void CBackgroundCalls::answered(const CDeviceSession& session, const SCall& call,
+                                const STimedAnswer& answer) {
+    // What was taken back is no fault of the camera's.
+    const bool isFault =
+        !answer.succeeded() && answer.answer.error->getText() != device_handler::v1_0::Cancelled().getText();
+    const auto problem = isFault ? ProblemOf(session, answer.answer) : std::nullopt;
+    WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
     if (!answer.succeeded()) {
         const std::lock_guard<std::mutex> lock(mutex_);
         allSucceeded_ = false;

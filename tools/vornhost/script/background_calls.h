@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/session/device_session.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -16,7 +17,7 @@ public:
 
     // Throws COperationError when the call cannot be made. A synchronous operation is answered before the
     // return.
-    void start(const COperationRegistry& operations, const SCall& call);
+    void start(const CDeviceSession& session, const SCall& call);
 
     // Takes back the newest call for 1, the one before it for 2, and so on, as far as it has not begun; false
     // when there have not been so many.
@@ -29,7 +30,7 @@ public:
     bool allSucceeded() const;
 
 private:
-    void answered(const SCall& call, const STimedAnswer& answer);
+    void answered(const CDeviceSession& session, const SCall& call, const STimedAnswer& answer);
     void ended();
     void wait();
 

@@ -56,6 +56,7 @@ CCredentials CCredentials::fromOptions(const SOptions& options) {
     if (options.noCredentials)
         return credentials;
     credentials.user_ = GivenUser(options.user);
+    credentials.isOfEnvironment_ = !options.user;
     credentials.password_ = options.passwordFile ? std::optional(ReadPassword(*options.passwordFile))
                                                  : EnvironmentVariable(PasswordVariable);
     if (credentials.password_)
@@ -75,6 +76,12 @@ CCredentials CCredentials::given(const std::string& user, const std::string& pas
     credentials.password_ = ReadPassword(passwordFile);
     refhost::AddSecret(*credentials.password_);
     return credentials;
+}
+
+std::string CCredentials::source() const {
+    if (!user_)
+        return password_ ? "the family's default user" : "the family's default";
+    return isOfEnvironment_ ? std::string("from ") + UserVariable : "given";
 }
 
 CAuthentication CCredentials::forFamily(const SFamily* family) const {

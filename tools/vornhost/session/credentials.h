@@ -18,11 +18,14 @@ public:
     // Reads the password file. Throws CFailure.
     static CCredentials given(const std::string& user, const std::string& passwordFile);
 
+    // Where the user comes from, for people.
+    std::string source() const;
     // For a device of this family; null when the family is not known.
     CAuthentication forFamily(const SFamily* family) const;
 
 private:
     bool none_ = false;
+    bool isOfEnvironment_ = false; // the user
     std::optional<std::string> user_;
     std::optional<std::string> password_;
 };

@@ -1,6 +1,9 @@
 #include "tools/vornhost/session/device_session.h"
 
+#include "refhost/http/device_requests.h"
+#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/session/identification.h"
 
 #include <utility>
 
@@ -22,6 +25,13 @@ std::shared_ptr<refhost::CDeviceDb> OpenDatabase(const SOptions& options) {
     }
 }
 
+Texts NumbersOf(const CVornModelList& models) {
+    Texts numbers;
+    for (const auto& [number, model] : models.getModels())
+        numbers.push_back(number);
+    return numbers;
+}
+
 // The family of --model; empty without --model.
 std::string FamilyOfModel(const SOptions& options, const CVornModelList& models) {
     if (options.modelNumber.empty())
@@ -31,7 +41,8 @@ std::string FamilyOfModel(const SOptions& options, const CVornModelList& models)
         throw CFailure(ExitStatus::WrongUsage,
                        "wrong --model \"" + options.modelNumber +
                            "\": expected a model number of the model list; `vornhost models` tells which "
-                           "there are");
+                           "there are" +
+                           DidYouMean(options.modelNumber, NumbersOf(models)));
     return model->family;
 }
 
@@ -41,11 +52,11 @@ CDeviceSession::CDeviceSession(const SOptions& options, const std::string& addre
     : options_(options),
       address_(CheckedAddress(address)),
       credentials_(CCredentials::fromOptions(options)),
-      plugin_(options),
+      plugin_(std::make_shared<CLoadedPlugin>(options)),
       database_(OpenDatabase(options)),
       context_(new refhost::CDeviceContext(address, CAuthentication(), database_)),
       exchanges_(address),
-      familyName_(FamilyOfModel(options, *plugin_.models())) {
+      familyName_(FamilyOfModel(options, *plugin_->models())) {
     applyCredentials();
     makeCamera();
 }
@@ -53,6 +64,12 @@ CDeviceSession::CDeviceSession(const SOptions& options, const std::string& addre
 CDeviceSession::~CDeviceSession() = default;
 
 std::optional<SDiagnosis> CDeviceSession::start() {
+    if (auto failure = learnFamily())
+        return failure;
+    return initialize();
+}
+
+std::optional<SDiagnosis> CDeviceSession::learnFamily() {
     try {
         const std::string known = database_->familyAt(address_).value_or("");
         applyRuleOf(known);
@@ -62,29 +79,51 @@ std::optional<SDiagnosis> CDeviceSession::start() {
             takeFamily(known, "");
         else if (options_.noInitialize)
             takeFamily(known.empty() ? anyFamily() : known, "");
-        else if (auto failure = identify())
-            return failure;
+        else
+            return identify();
     } catch (const refhost::CDeviceDbError& error) {
         throw CFailure(ExitStatus::NotStarted, std::string("--db: ") + error.what());
     }
-    return initialize();
+    return std::nullopt;
 }
 
 // The camera object is not initialised, so that any family will do.
 std::string CDeviceSession::anyFamily() const {
-    if (const auto* family = plugin_.firstFamily())
+    if (const auto* family = plugin_->firstFamily())
         return family->name;
     throw CFailure(ExitStatus::NotStarted, "the model list has no family");
 }
 
 std::optional<SDiagnosis> CDeviceSession::identify() {
-    COptional<CDeviceId> device;
-    const CError error =
-        plugin_.handler().queryDevice(address_, device, credentials_.forFamily(plugin_.firstFamily()));
-    if (error || !device)
-        return Diagnose(Occasion::Identification, error, exchanges_);
-    takeFamily(device->getFamilyName(), device->getSerialNumber().str());
+    const SIdentification found =
+        IdentifyDevice(plugin_, address_, credentials_, exchanges_, options_.patience(std::chrono::hours(1)));
+    if (!found.isFound())
+        return found.failure;
+    takeFamily(found.device->getFamilyName(), found.device->getSerialNumber().str());
     return std::nullopt;
+}
+
+CAuthentication CDeviceSession::firstAuthentication() const {
+    return familyName_.empty() ? credentials_.forFamily(plugin_->firstFamily()) : authentication();
+}
+
+refhost::SHttpReply CDeviceSession::ask(const std::string& path, int timeOut,
+                                        std::function<bool(const std::string&)> isEnough) const {
+    const CAuthentication authentication = firstAuthentication();
+    refhost::SHttpRequest request;
+    request.address = address_;
+    request.path = path;
+    request.user = authentication.isSet() ? authentication.getUsername() : "";
+    request.password = authentication.isSet() ? authentication.getPassword() : "";
+    request.authScheme = refhost::AnyAuthScheme;
+    request.timeout = timeOut;
+    request.isEnough = std::move(isEnough);
+    return refhost::ExchangeHttp(request);
+}
+
+SDiagnosis CDeviceSession::diagnose(const std::string& path, Occasion occasion) const {
+    const auto exchange = exchanges_.lastOf(path);
+    return exchange ? DiagnoseExchange(*exchange, exchanges_, occasion) : SDiagnosis();
 }
 
 void CDeviceSession::takeFamily(const std::string& familyName, const std::string& serialNumber) {
@@ -108,12 +147,13 @@ CError CDeviceSession::databaseFailure() const {
 }
 
 void CDeviceSession::applyCredentials() {
-    context_->setAuthentication(credentials_.forFamily(plugin_.models()->findFamily(familyName_)));
+    exchanges_.setCredentialSource(credentials_.source());
+    context_->setAuthentication(credentials_.forFamily(plugin_->models()->findFamily(familyName_)));
 }
 
 // Nothing for a family that the list does not know.
 void CDeviceSession::applyRuleOf(const std::string& familyName) {
-    if (const auto* const family = plugin_.models()->findFamily(familyName))
+    if (const auto* const family = plugin_->models()->findFamily(familyName))
         context_->setBasicRefused(family->digestOnly);
 }
 
@@ -132,20 +172,20 @@ void CDeviceSession::makeCamera() {
     operations_ = std::make_unique<COperationRegistry>(); // none, should the making fail
     ptzController_.reset();
     camera_.reset();
-    camera_ = plugin_.library().createCamera(context_, address_, plugin_.models(), options_.modelNumber);
+    camera_ = plugin_->library().createCamera(context_, address_, plugin_->models(), options_.modelNumber);
     renewController();
 }
 
 const SModelInfo* CDeviceSession::model() const {
     CString number; // the base's, since a camera's own may have a prefix
     return camera_->CVornCamera::getUnitModelName(number) ? nullptr
-                                                          : plugin_.models()->findModel(number.str());
+                                                          : plugin_->models()->findModel(number.str());
 }
 
 void CDeviceSession::renewController() {
     operations_ = std::make_unique<COperationRegistry>();
     ptzController_.reset();
-    ptzController_ = plugin_.library().createPtzController(context_, FirstInput, address_, camera_);
+    ptzController_ = plugin_->library().createPtzController(context_, FirstInput, address_, camera_);
     registerOperations();
 }
 
@@ -153,7 +193,7 @@ void CDeviceSession::registerOperations() {
     operations_ = std::make_unique<COperationRegistry>();
     camera_->registerOperations(*operations_);
     ptzController_->registerOperations(*operations_);
-    plugin_.handler().registerOperations(*operations_, context_->getAuthentication());
+    plugin_->handler().registerOperations(*operations_, context_->getAuthentication());
 }
 
 std::optional<SDiagnosis> CDeviceSession::renewCamera() {
@@ -173,6 +213,15 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     if (!context_->getAuthentication().isSet())
         error = camera_->testAuthentication();
     return Diagnose(Occasion::Initialisation, error, exchanges_);
+}
+
+std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const SAnswer& answer) {
+    if (answer.error && *answer.error)
+        return Diagnose(Occasion::Call, *answer.error, session.exchanges());
+    auto failed = session.exchanges().lastFailingOwn();
+    if (!failed)
+        failed = session.exchanges().failedSettings();
+    return failed ? std::optional(DiagnoseExchange(*failed, session.exchanges())) : std::nullopt;
 }
 
 ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error) {

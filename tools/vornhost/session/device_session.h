@@ -2,6 +2,7 @@
 
 #include "refhost/base/device_db.h"
 #include "refhost/devices/contexts.h"
+#include "refhost/http/http_client.h"
 #include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/diagnosis/exchange_watch.h"
@@ -11,6 +12,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +32,9 @@ public:
     // Learns the device's family and initialises the camera, as far as the options want it; what failed
     // otherwise. Throws CFailure.
     std::optional<SDiagnosis> start();
+    // The two steps of start().
+    std::optional<SDiagnosis> learnFamily();
+    std::optional<SDiagnosis> initialize();
 
     // Asks the device for its identity even when the database has its family already.
     void alwaysIdentify() { alwaysIdentify_ = true; }
@@ -45,7 +50,7 @@ public:
 
     const SOptions& options() const { return options_; }
     const std::string& address() const { return address_; }
-    const CLoadedPlugin& plugin() const { return plugin_; }
+    const CLoadedPlugin& plugin() const { return *plugin_; }
     const COperationRegistry& operations() const { return *operations_; }
     // The camera object; another one after renewCamera().
     CVornCamera& camera() const { return *camera_; }
@@ -58,6 +63,14 @@ public:
     const CExchangeWatch& exchanges() const { return exchanges_; }
 
     CAuthentication authentication() const { return context_->getAuthentication(); }
+    // As whom a device is asked whose family may not be known yet.
+    CAuthentication firstAuthentication() const;
+
+    // One request of the program's own, past the plug-in; `isEnough` as in refhost/http/http_client.h. And
+    // what its last reply to a path is, where that is not what was asked for. Callable from any thread.
+    refhost::SHttpReply ask(const std::string& path, int timeOut,
+                            std::function<bool(const std::string& body)> isEnough = {}) const;
+    SDiagnosis diagnose(const std::string& path, Occasion occasion = Occasion::Call) const;
 
     // A warning when the camera offers Basic authentication alone and that is accepted.
     std::optional<SDiagnosis> weakerAuthentication() const;
@@ -69,7 +82,6 @@ public:
 private:
     std::string anyFamily() const;
     std::optional<SDiagnosis> identify();
-    std::optional<SDiagnosis> initialize();
     void takeFamily(const std::string& familyName, const std::string& serialNumber);
     void applyCredentials();
     void applyRuleOf(const std::string& familyName);
@@ -80,7 +92,7 @@ private:
     const std::string address_;
     CCredentials credentials_;
     bool alwaysIdentify_ = false;
-    CLoadedPlugin plugin_;
+    const std::shared_ptr<CLoadedPlugin> plugin_;
     std::shared_ptr<refhost::CDeviceDb> database_;
     boost::shared_ptr<refhost::CDeviceContext> context_;
     CExchangeWatch exchanges_;
@@ -90,6 +102,10 @@ private:
     std::unique_ptr<CPtzController> ptzController_;  // of camera_'s first input
     std::unique_ptr<COperationRegistry> operations_; // of all three and the handler
 };
+
+// What is wrong with an answer: why the call failed, or what failed that it rests on; nothing where all is
+// well. The exchanges of earlier calls have been taken.
+std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const SAnswer& answer);
 
 // Tells on standard error why an operation has failed; always ExitStatus::CallFailed.
 ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error);

@@ -2,16 +2,59 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <utility>
+
 namespace corvane::vornhost {
 namespace {
 
-constexpr int HighestLogLevel = 99; // above every level that is used: no lines at all
+constexpr int HighestLogLevel = 4; // above every level that is used: no lines at all
 constexpr int HighestPort = 65535;
 constexpr int HighestInput = 9999; // beyond every encoder's
 constexpr double LeastSeconds = 0.1;
 constexpr double MostSeconds = 366.0 * 24 * 60 * 60;
+constexpr double LongestTimeout = 60 * 60;
 
 } // namespace
+
+std::chrono::milliseconds SOptions::patience(std::chrono::milliseconds usual) const {
+    constexpr double Milliseconds = 1000;
+    return timeout
+               ? std::min(usual, std::chrono::milliseconds(static_cast<long long>(*timeout * Milliseconds)))
+               : usual;
+}
+
+std::vector<std::string> SOptions::arguments() const {
+    std::vector<std::string> words;
+    const auto add = [&words](const char* name, const std::string& value) {
+        words.insert(words.end(), {name, value});
+    };
+    const std::pair<const char*, const std::string&> texts[] = {{"--plugin", pluginFile},
+                                                                {"--models", modelListFile},
+                                                                {"--model", modelNumber},
+                                                                {"--db", databaseFile}};
+    for (const auto& [name, value] : texts)
+        if (!value.empty())
+            add(name, value);
+    const std::pair<const char*, bool> flags[] = {{"--no-credentials", noCredentials},
+                                                  {"--digest-only", digestOnly},
+                                                  {"--json", json},
+                                                  {"--trace", trace},
+                                                  {"--no-initialize", noInitialize}};
+    for (const auto& [name, isSet] : flags)
+        if (isSet)
+            words.emplace_back(name);
+    if (user)
+        add("--user", *user);
+    if (passwordFile)
+        add("--password-file", *passwordFile);
+    if (rtspPort)
+        add("--rtsp-port", std::to_string(*rtspPort));
+    if (timeout)
+        add("--timeout", std::to_string(*timeout));
+    add("--log-level", std::to_string(logLevel));
+    return words;
+}
 
 CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& description) {
     return command.add_option("--input", input, description)
@@ -51,9 +94,13 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
     command.add_flag("--trace", options.trace, "Each HTTP exchange as one JSON line on standard error");
     command
         .add_option("--log-level", options.logLevel,
-                    "The lowest level of log lines shown: 1 details, 2 notices, 3 failures (default 3)")
+                    "The lowest level of log lines shown: 1 details, 2 notices, 3 failures (default), 4 none")
         ->type_name("N")
         ->check(CLI::Range(0, HighestLogLevel).description(""));
+    command
+        .add_option("--timeout", options.timeout, "Wait no longer than S seconds for an answer of the camera")
+        ->type_name("S")
+        ->check(CLI::Range(LeastSeconds, LongestTimeout).description(""));
     command.add_flag("--no-initialize", options.noInitialize,
                      "Make the camera object, and skip its initialisation");
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -25,6 +27,13 @@ struct SOptions {
     bool trace = false;
     bool noInitialize = false;
     int logLevel = 3; // LogFailure; see host/log.h
+    std::optional<double>
+        timeout; // seconds that an answer is waited for; absent: as long as the plug-in does
+
+    // The shorter of the two: of the time-out and of what is usual.
+    std::chrono::milliseconds patience(std::chrono::milliseconds usual) const;
+    // As words of a command line.
+    std::vector<std::string> arguments() const;
 };
 
 // --input N.

@@ -41,9 +41,22 @@ private:
         session.exchanges().takeFailing();
         STimedAnswer answer;
         orWrongUsage([&] { answer = MakeCall(session.operations(), call_); });
-        WriteOutput(session.options().json ? JsonLine(AnswerJson(call_, answer)) : AnswerText(answer));
-        return answer.succeeded() ? ExitStatus::Success
-                                  : TellFailedCall(session, call_.operation, *answer.answer.error);
+        const auto problem = ProblemOf(session, answer.answer);
+        const auto told = problem ? ProblemObject(*problem) : ordered_json::object();
+        WriteOutput(session.options().json ? JsonLine(AnswerJson(call_, answer, told))
+                                           : AnswerText(answer, outputNames(session)));
+        if (!problem)
+            return ExitStatus::Success;
+        WriteMessage(problem->lines(session.address() + ": " + call_.operation));
+        return ExitStatus::CallFailed;
+    }
+
+    Texts outputNames(const CDeviceSession& session) const {
+        for (const SOperation& operation : session.operations().operations())
+            if (operation.name == call_.operation &&
+                operation.parameterNames.size() == call_.arguments.size())
+                return operation.outputNames;
+        return {};
     }
 
     template <class Action>

@@ -2,6 +2,8 @@
 
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,15 +22,29 @@ ExitStatus CDeviceVerb::run(const SOptions& options) {
         end.emplace([] { EndProcess(ExitStatus::Success); });
     CDeviceSession session(options, address_);
     prepare(session);
-    if (const auto failure = session.start()) {
+    if (const auto failure = start(session)) {
         tellNotStarted(session, *failure);
         return ExitStatus::NotStarted;
     }
     return runOn(session);
 }
 
+std::optional<SDiagnosis> CDeviceVerb::start(CDeviceSession& session) {
+    CWaitingLine waiting;
+    waiting.show("waiting for " + PrintableText(session.address()) + " to say what it is and can do");
+    auto failure = session.start();
+    waiting.end();
+    return failure;
+}
+
 void CDeviceVerb::tellNotStarted(const CDeviceSession& session, const SDiagnosis& failure) {
-    WriteMessage(failure.lines(session.address()));
+    tell(session, session.address(), failure);
+}
+
+void CDeviceVerb::tell(const CDeviceSession& session, const std::string& subject, const SDiagnosis& failure) {
+    if (session.options().json)
+        WriteOutput(ProblemLine(failure));
+    WriteMessage(failure.lines(subject));
 }
 
 } // namespace corvane::vornhost

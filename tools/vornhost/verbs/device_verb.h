@@ -3,6 +3,7 @@
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
+#include <optional>
 #include <string>
 
 namespace corvane::vornhost {
@@ -24,9 +25,15 @@ protected:
     virtual void prepare(CDeviceSession& /*session*/) {}
     // The camera could not be started; tells why.
     virtual void tellNotStarted(const CDeviceSession& session, const SDiagnosis& failure);
+    // Tells a failure of which nothing else is told: on standard error, and to a program as a line of its
+    // own.
+    static void tell(const CDeviceSession& session, const std::string& subject, const SDiagnosis& failure);
     virtual ExitStatus runOn(CDeviceSession& session) = 0;
 
     std::string address_;
+
+private:
+    static std::optional<SDiagnosis> start(CDeviceSession& session);
 };
 
 } // namespace corvane::vornhost

@@ -7,18 +7,31 @@
 #include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/events/event_text.h"
 #include "tools/vornhost/events/event_watch.h"
+#include "tools/vornhost/events/monitor_look.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
+#include <functional>
 #include <future>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 namespace corvane::vornhost {
 namespace {
 
 constexpr std::chrono::milliseconds ReaderPatience{500}; // at the end
 constexpr std::chrono::seconds CameraPatience{2};        // for the answer to another request
+constexpr const char* MonitorSilent = "monitor-silent";
+constexpr const char* NoAnswer = "no-answer";
+constexpr const char* ActiveLevel = "High"; // as the plug-in has it, whatever the contact
+
+// The last line of events that end with a failure.
+std::string ProblemEvent(const SDiagnosis& problem) {
+    return JsonLine({{"event", "problem"}, {"problem", ProblemObject(problem)}});
+}
 
 // Watches one input and tells what happens, on standard output and standard error.
 class CEventsRun {
@@ -27,6 +40,7 @@ public:
                std::optional<CReadableEvents> readable)
         : session_(session),
           input_(input),
+          isForEyes_(readable.has_value()),
           readable_(std::move(readable)),
           watch_([this](const SEventStreamObserver& observer) { return makeStream(observer); }, plan,
                  reports()) {}
@@ -34,6 +48,8 @@ public:
     ExitStatus run() {
         const CEndRequest interruption([this] { watch_.interrupt(); });
         const CEventWatch::Ending ending = watch_.run();
+        if (verification_.valid())
+            verification_.wait();
         lines_.finish(ReaderPatience);
         if (ending == CEventWatch::Ending::StreamEnded) {
             tellEnd(watch_.streamError());
@@ -47,7 +63,7 @@ public:
 private:
     CEventWatch::SReports reports() {
         CEventWatch::SReports reports;
-        reports.event = [this](const SStreamEvent& event) { write(event); };
+        reports.event = [this](const SStreamEvent& event) { take(event); };
         // On a thread of its own: the watch goes on and takes signals while the camera is asked.
         reports.nothingComes = [this] {
             silence_ = std::async(std::launch::async, [this] { tellSilence("no event comes"); });
@@ -63,7 +79,66 @@ private:
     }
 
     std::shared_ptr<void> makeStream(const SEventStreamObserver& observer) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            endStream_ = observer.ended;
+            if (trust_ == Trust::Refused) // the camera has had its time
+                trust_ = Trust::None;
+        }
         return std::make_shared<CEventStream>(session_.camera(), input_, observer);
+    }
+
+    // On the stream's thread. The first state of all is held back until the camera has been heard to tell it:
+    // of one whose monitor is no monitor the plug-in's element shows a state too.
+    void take(const SStreamEvent& event) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (trust_ == Trust::None && event.kind == SStreamEvent::Kind::DryContactState) {
+            trust_ = Trust::Sought;
+            verification_ = std::async(std::launch::async, [this, event] { verify(event); });
+        }
+        if (trust_ == Trust::Sought)
+            held_.push_back(event);
+        else if (trust_ != Trust::Refused)
+            write(event);
+    }
+
+    void verify(const SStreamEvent& first) {
+        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
+        const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
+        const auto level = levels ? levels->find(input_) : std::map<int, std::string>::const_iterator();
+        const bool isConfirmed =
+            levels && level != levels->end() &&
+            (level->second == ActiveLevel) == (first.state == device_handler::v1_0::DryContactActive);
+        std::optional<SDiagnosis> refusal;
+        if (!isConfirmed)
+            refusal = lookAtMonitor();
+        std::function<void(const CError&)> end;
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            trust_ = refusal ? Trust::Refused : Trust::Given;
+            for (const SStreamEvent& event : std::exchange(held_, {}))
+                if (!refusal)
+                    write(event);
+            refusal_ = refusal;
+            end = endStream_;
+        }
+        if (refusal && end)
+            end({RtnCode::NotAccessible, Origin::Device, refusal->problem});
+    }
+
+    // Why the camera is no monitor of its inputs; silence is no such reason.
+    std::optional<SDiagnosis> lookAtMonitor() const {
+        constexpr int Patience = 2; // seconds
+        SMonitorLook look = LookAtMonitor(
+            Patience,
+            [this](const std::string& path, int timeOut, std::function<bool(const std::string&)> isEnough) {
+                return session_.ask(path, timeOut, std::move(isEnough));
+            },
+            [this](const std::string& path) { return session_.diagnose(path); },
+            [this](const auto& levels) { return levels.count(input_) > 0; });
+        const bool isSilent =
+            look.problem && (look.problem->cause == MonitorSilent || look.problem->cause == NoAnswer);
+        return isSilent ? std::nullopt : look.problem;
     }
 
     // On the stream's thread.
@@ -87,32 +162,68 @@ private:
         if (!diagnosis) {
             std::string url;
             (void)session_.camera().getEventStreamUrl(input_, url);
-            diagnosis = {"the camera answers, but writes nothing of its alarm inputs", "", "GET " + url,
-                         "nothing so far; it is waited for without limit",
-                         "restart the camera if it stays so, and see what stands between it and here"};
+            diagnosis = SDiagnosis();
+            diagnosis->problem = "the camera answers, but writes nothing of its alarm inputs";
+            diagnosis->request = "GET " + url;
+            diagnosis->reply = "nothing so far; it is waited for without limit";
+            diagnosis->advice = "restart the camera if it stays so, and see what stands between it and here";
+            diagnosis->cause = MonitorSilent;
+            diagnosis->phase = MonitorPhase;
         }
         WriteMessage(diagnosis->lines(subject() + ": " + what));
     }
 
-    void tellEnd(const CError& error) const {
-        SDiagnosis diagnosis = askOtherwise().value_or(SDiagnosis{"it answers other requests"});
+    void tellEnd(const CError& error) {
+        if (trust_ == Trust::None)
+            refusal_ = lookAtMonitor();
+        if (refusal_)
+            return tellProblem(*refusal_, subject() + ": the camera was lost");
+        SDiagnosis diagnosis = askOtherwise().value_or(WithoutFault());
         diagnosis.advice = "with --reconnect the program goes on when the camera is back";
-        WriteMessage(diagnosis.lines(subject() + ": " + (error ? error.getText() : "the camera was lost")));
+        tellProblem(diagnosis, subject() + ": " + (error ? error.getText() : "the camera was lost"));
+    }
+
+    // Of a camera that ended the request for its alarm inputs and answers others.
+    static SDiagnosis WithoutFault() {
+        SDiagnosis diagnosis;
+        diagnosis.problem = "it answers other requests";
+        diagnosis.request = std::string("GET ") + MonitorPath;
+        diagnosis.reply = "the reply ended";
+        diagnosis.cause = "stream-lost";
+        diagnosis.phase = MonitorPhase;
+        return diagnosis;
+    }
+
+    void tellProblem(const SDiagnosis& problem, const std::string& subject) const {
+        if (!isForEyes_)
+            WriteOutput(ProblemEvent(problem));
+        WriteMessage(problem.lines(subject));
     }
 
     CDeviceSession& session_;
     const int input_;
+    const bool isForEyes_;
     std::optional<CReadableEvents> readable_; // used by the thread of the present stream
     COutputThread lines_;
     CEventWatch watch_;
     std::future<void> silence_;
+
+    enum class Trust { None, Sought, Given, Refused };
+
+    std::mutex mutex_; // guards what follows
+    Trust trust_ = Trust::None;
+    std::vector<SStreamEvent> held_;
+    std::function<void(const CError&)> endStream_; // the present one
+    std::optional<SDiagnosis> refusal_;            // why its states are not the camera's
+    std::future<void> verification_;
 };
 
 constexpr const char* Help =
     R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS},
 {"event":"dryContactState","state":0,"time":NS} (0 active, 1 inactive),
-{"event":"eos","time":NS}. Ctrl-C ends it.
-Exit status 1 when the camera is lost, unless --reconnect waits for it: it is tried again after
+{"event":"eos","time":NS}; of a failure the last is {"event":"problem","problem":{...}}.
+Ctrl-C ends it.
+Exit status 1 when the camera is lost, or tells no levels, unless --reconnect waits for it: it is tried again after
 1 s, 2 s, 4 s and so on up to 30 s.
 Example: vornhost events 192.168.0.10 --input 0 --readable --reconnect)";
 
@@ -147,9 +258,14 @@ private:
             if (error.error().getCode() == static_cast<int>(RtnCode::OutOfRange))
                 throw CFailure(ExitStatus::WrongUsage, "wrong --input: " + std::string(error.what()));
             const bool hasNone = error.error().getCode() == static_cast<int>(RtnCode::NotAccessible);
-            WriteMessage(SDiagnosis{hasNone ? "the camera has no alarm inputs" : "the events cannot be had",
-                                    error.what()}
-                             .lines(address_ + ": input " + std::to_string(input_)));
+            SDiagnosis problem;
+            problem.problem = hasNone ? "the camera has no alarm inputs" : "the events cannot be had";
+            problem.pluginText = error.what();
+            problem.cause = hasNone ? "not-supported" : "not-reported";
+            problem.phase = MonitorPhase;
+            if (!readable_)
+                WriteOutput(ProblemEvent(problem));
+            WriteMessage(problem.lines(address_ + ": input " + std::to_string(input_)));
             return ExitStatus::CallFailed;
         }
     }

@@ -1,106 +1,183 @@
-#include "tools/vornhost/calls/answer_text.h"
+#include "refhost/http/connection_probe.h"
+#include "tools/vornhost/console/json_line.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/diagnosis/diagnosis.h"
-#include "tools/vornhost/session/credentials.h"
-#include "tools/vornhost/session/loaded_plugin.h"
+#include "tools/vornhost/session/address_ranges.h"
+#include "tools/vornhost/session/identification.h"
+#include "tools/vornhost/session/identification_workers.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <chrono>
+#include <iostream>
+#include <mutex>
 
 namespace corvane::vornhost {
 namespace {
 
-struct SFound {
-    CError error = CError::Success();
-    COptional<CDeviceId> device;
-    double milliseconds = 0;
+constexpr const char* FromStandardInput = "-";
+// So many are asked in this process, one after another.
+constexpr std::size_t FewAddresses = 3;
 
-    bool any() const { return !error && device; }
-};
-
-ordered_json FoundJson(const std::string& address, const SFound& found, const ordered_json& problem) {
+ordered_json JsonOf(const std::string& address, const SIdentification& found) {
     ordered_json json{{"address", address}, {"code", found.error.getCode()}};
-    if (found.any()) {
+    if (found.isFound()) {
         json["family"] = found.device->getFamilyName();
         json["serialNumber"] = found.device->getSerialNumber().str();
-        json["ms"] = ThreeDecimals(found.milliseconds);
     }
-    if (!problem.empty())
-        json["problem"] = problem;
+    json["ms"] = ThreeDecimals(found.milliseconds);
+    if (found.failure)
+        json["problem"] = ProblemObject(*found.failure);
     return json;
 }
 
-constexpr const char* Help =
-    R"(Exit status 1 when there is no device at some address.
-Example: vornhost identify 192.168.0.10 192.168.0.11:8080)";
-
-class CIdentify : public IVerb {
+// Writes what is known of each address in the order in which they were given, as soon as all before it are
+// known. Callable from any thread.
+class CResults {
 public:
-    void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", addresses_, "The addresses to ask, one after another")->required();
-        command.footer(Help);
+    // `addresses` must outlive it.
+    CResults(const Texts& addresses, const CVornModelList& models, bool json, bool withHeading = true)
+        : addresses_(addresses), isJson_(json), lines_(addresses.size()) {
+        prepare(models);
+        if (!isJson_ && withHeading)
+            WriteOutput(table_.headingLines(ColourWanted()));
     }
 
-    ExitStatus run(const SOptions& options) override {
-        std::for_each(addresses_.begin(), addresses_.end(), RequireAddress);
-        const CCredentials credentials = CCredentials::fromOptions(options);
-        const CLoadedPlugin plugin(options);
-        const CAuthentication authentication = credentials.forFamily(plugin.firstFamily());
-        CTable table({"ADDRESS", "FAMILY", "SERIAL NUMBER", "TIME"});
-        prepare(table, *plugin.models());
-        if (!options.json)
-            WriteOutput(table.headingLines(ColourWanted()));
-        bool allFound = true;
-        for (const std::string& address : addresses_)
-            allFound = identify(plugin, address, authentication, options.json, table) && allFound;
-        return allFound ? ExitStatus::Success : ExitStatus::CallFailed;
+    void take(std::size_t place, const SIdentification& found) {
+        if (found.failure)
+            WriteMessage(found.failure->lines(addresses_[place]));
+        take(place, JsonOf(addresses_[place], found));
+    }
+
+    void take(std::size_t place, const ordered_json& found) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_[place] = isJson_ ? JsonLine(found) : rowOf(place, found);
+        found_ += found.contains("family") ? 1 : 0;
+        ++known_;
+        progress_.show(std::to_string(known_) + " of " + std::to_string(lines_.size()) +
+                       " addresses asked, " + std::to_string(found_) + " devices found");
+        if (lines_[next_].empty())
+            return;
+        progress_.clear();
+        std::string text;
+        for (; next_ < lines_.size() && !lines_[next_].empty(); ++next_)
+            text += lines_[next_];
+        WriteOutput(text);
+    }
+
+    ExitStatus status() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        progress_.clear();
+        return found_ == lines_.size() ? ExitStatus::Success : ExitStatus::CallFailed;
     }
 
 private:
     // Rows are printed as they become known, so the widths are settled before.
-    void prepare(CTable& table, const CVornModelList& models) const {
+    void prepare(const CVornModelList& models) {
         static constexpr std::size_t UsualSerialNumber = 16;
-        const std::size_t longestTime = MillisecondsText(9999.9).size();
         std::size_t address = 0;
         for (const std::string& text : addresses_)
             address = std::max(address, DisplayWidth(text));
         std::size_t family = 0;
         for (const auto& known : models.getFamilies())
             family = std::max(family, DisplayWidth(known.name));
-        table.setLeastWidth(0, address);
-        table.setLeastWidth(1, family);
-        table.setLeastWidth(2, UsualSerialNumber);
-        table.setLeastWidth(3, longestTime);
+        table_.setLeastWidth(0, address);
+        table_.setLeastWidth(1, family);
+        table_.setLeastWidth(2, UsualSerialNumber);
+        table_.setLeastWidth(3, MillisecondsText(9999.9).size());
+        table_.setLeastWidth(4, std::string("authentication-endless").size());
     }
 
-    static bool identify(const CLoadedPlugin& plugin, const std::string& address,
-                         const CAuthentication& authentication, bool json, const CTable& table) {
-        const CExchangeWatch exchanges(address);
-        SFound found;
-        const auto start = std::chrono::steady_clock::now();
-        found.error = plugin.handler().queryDevice(address, found.device, authentication);
-        found.milliseconds =
-            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-        std::optional<SDiagnosis> failure;
-        if (!found.any())
-            failure = Diagnose(Occasion::Identification, found.error, exchanges);
-        if (json)
-            WriteOutput(JsonLine(
-                FoundJson(address, found, failure ? ProblemObject(*failure) : ordered_json::object())));
+    std::string rowOf(std::size_t place, const ordered_json& found) const {
+        return table_.lineOf({addresses_[place], found.value("family", "no device"),
+                              found.value("serialNumber", ""), MillisecondsText(found.value("ms", 0.0)),
+                              found.contains("problem") ? found["problem"].value("cause", "") : ""});
+    }
+
+    const Texts& addresses_;
+    const bool isJson_;
+    CTable table_{{"ADDRESS", "FAMILY", "SERIAL NUMBER", "TIME", "CAUSE"}};
+
+    std::mutex mutex_;               // guards what follows
+    std::vector<std::string> lines_; // empty: not known yet
+    std::size_t next_ = 0;           // to be written
+    std::size_t known_ = 0;
+    std::size_t found_ = 0;
+    CStatusLine progress_{true};
+};
+
+constexpr const char* Help =
+    R"(An ADDRESS may be a range: 192.168.0.10-192.168.0.40, 192.168.0.10-40 or 192.168.0.0/24, with :PORT
+behind it where the web port is not 80; "-" takes addresses from standard input, one a line. Many are
+asked side by side and told in their order.
+Exit status 1 when there is no device at some address.
+Example: vornhost identify 192.168.0.10 192.168.0.11:8080 192.168.1.0/24)";
+
+class CIdentify : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("ADDRESS", words_, "The addresses and ranges to ask")->required();
+        command.footer(Help);
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        const CCredentials credentials = CCredentials::fromOptions(options);
+        if (words_ == Texts{FromStandardInput})
+            return answerLines(options, credentials);
+        for (const std::string& word : words_)
+            for (std::string& address : AddressesOf(word))
+                addresses_.push_back(std::move(address));
+        const auto plugin = std::make_shared<CLoadedPlugin>(options);
+        CResults results(addresses_, *plugin->models(), options.json);
+        if (addresses_.size() <= FewAddresses)
+            for (std::size_t place = 0; place < addresses_.size(); ++place)
+                results.take(place, identify(plugin, addresses_[place], credentials, options));
         else
-            WriteOutput(table.lineOf({address, found.any() ? found.device->getFamilyName() : "no device",
-                                      found.any() ? found.device->getSerialNumber().str() : "",
-                                      MillisecondsText(found.milliseconds)}));
-        if (failure)
-            WriteMessage(failure->lines(address));
-        return found.any();
+            askSideBySide(options, *plugin->models(), results);
+        return results.status();
     }
 
+private:
+    static SIdentification identify(const std::shared_ptr<CLoadedPlugin>& plugin, const std::string& address,
+                                    const CCredentials& credentials, const SOptions& options) {
+        CExchangeWatch exchanges(address);
+        return IdentifyDevice(plugin, address, credentials, exchanges,
+                              options.patience(std::chrono::hours(1)));
+    }
+
+    static ExitStatus answerLines(const SOptions& options, const CCredentials& credentials) {
+        const auto plugin = std::make_shared<CLoadedPlugin>(options);
+        ExitStatus status = ExitStatus::Success;
+        bool isFirst = true;
+        for (Texts line{""}; std::getline(std::cin, line[0]); isFirst = false) {
+            RequireAddress(line[0]);
+            CResults result(line, *plugin->models(), options.json, isFirst);
+            result.take(0, identify(plugin, line[0], credentials, options));
+            if (result.status() != ExitStatus::Success)
+                status = ExitStatus::CallFailed;
+        }
+        return status;
+    }
+
+    void askSideBySide(const SOptions& options, const CVornModelList& models, CResults& results) const {
+        CIdentificationWorkers workers(options, [&](std::size_t place, const std::string& line) {
+            const auto answer = ordered_json::parse(line, nullptr, false);
+            results.take(place, answer.is_object() ? answer : ordered_json{{"address", addresses_[place]}});
+        });
+        refhost::ProbeConnections(addresses_, options.patience(LongestIdentification),
+                                  [&](std::size_t place, const refhost::SProbedConnection& probed) {
+                                      if (probed.kind == refhost::HttpFailure::None)
+                                          workers.add(place, addresses_[place]);
+                                      else
+                                          results.take(place, NobodyThere(addresses_[place], models, probed));
+                                  });
+        workers.finish();
+    }
+
+    Texts words_;
     Texts addresses_;
 };
 

@@ -1,5 +1,5 @@
 #include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/calls/near_names.h"
+#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
@@ -80,10 +80,8 @@ struct SWish {
 
 [[noreturn]] void Refuse(const std::string& what, const std::string& name, const Texts& known,
                          const std::string& choice) {
-    const Texts near = NearNames(name, known);
     throw CFailure(ExitStatus::WrongUsage,
-                   "image: " + what + (near.empty() ? "" : "; did you mean " + Join(near, " or ") + "?") +
-                       "\nIt may be: " + choice);
+                   "image: " + what + DidYouMean(name, known) + "\nIt may be: " + choice);
 }
 
 // What is shown and set of one camera.
@@ -131,10 +129,19 @@ private:
 
     ExitStatus set(const SWish& wish) {
         if (!adjustments_.has(*wish.info)) {
-            const std::string problem = std::string("the camera has no ") + wish.info->label;
+            SDiagnosis problem;
+            problem.problem = std::string("the camera has no ") + wish.info->label;
+            problem.request = std::string(wish.info->name) + "=" + wish.value + "; nothing was sent";
+            problem.reply = "the camera's own list of adjustments has none of the name";
+            problem.advice = "see with `vornhost image` which the camera has";
+            problem.cause = "not-supported";
+            problem.phase = "write";
             if (json_)
-                WriteOutput(JsonLine({{"name", wish.info->name}, {"asked", wish.value}, {"text", problem}}));
-            WriteMessage("vornhost: " + session_.address() + ": " + problem + "\n");
+                WriteOutput(JsonLine({{"name", wish.info->name},
+                                      {"asked", wish.value},
+                                      {"text", problem.problem},
+                                      {"problem", ProblemObject(problem)}}));
+            WriteMessage(problem.lines(session_.address()));
             return ExitStatus::CallFailed;
         }
         (void)session_.exchanges().takeFailing(); // an earlier wish's
@@ -146,21 +153,40 @@ private:
         SAdjustmentReading reported{&telling, "", "", {}, std::nullopt};
         if (!error)
             reported = settled(telling);
-        tell(wish, error, reported);
-        if (error)
-            return failToSet(error, operation, telling);
-        return reported.failure
-                   ? TellFailedCall(session_, std::string("get") + telling.operation, *reported.failure)
-                   : ExitStatus::Success;
+        const auto problem = problemOf(wish, error, reported);
+        tell(wish, error, reported, problem);
+        if (!problem)
+            return ExitStatus::Success;
+        WriteMessage(problem->lines(session_.address() + ": " +
+                                    (reported.failure ? std::string("get") + telling.operation : operation)));
+        if (error && adjustments_.read(telling).isFixed())
+            WriteMessage(std::string("  ") + telling.label + " is fixed by " + telling.fixedBy +
+                         " at the moment\n");
+        return ExitStatus::CallFailed;
     }
 
-    void tell(const SWish& wish, const CError& error, const SAdjustmentReading& reported) const {
+    std::optional<SDiagnosis> problemOf(const SWish& wish, const CError& error,
+                                        const SAdjustmentReading& reported) const {
+        if (error)
+            return Diagnose(Occasion::Call, error, session_.exchanges());
+        if (reported.failure)
+            return Diagnose(Occasion::Call, *reported.failure, session_.exchanges());
+        const bool isTold = reported.info == wish.info && wish.info->form != AdjustmentForm::Action;
+        if (!isTold || IsSameAdjustment(*wish.info, wish.value, reported.current))
+            return std::nullopt;
+        return NotAccepted(wish.info->label, wish.value, reported.current);
+    }
+
+    void tell(const SWish& wish, const CError& error, const SAdjustmentReading& reported,
+              const std::optional<SDiagnosis>& problem) const {
         const SAdjustmentInfo& telling = *reported.info;
         if (json_) {
             ordered_json line{{"name", wish.info->name}, {"asked", ValueJson(*wish.info, wish.value)}};
             line.update(ErrorMembers(error));
             if (!reported.current.empty())
                 line["reported"] = ValueJson(telling, reported.current);
+            if (problem)
+                line["problem"] = ProblemObject(*problem);
             WriteOutput(JsonLine(line));
         } else if (!reported.current.empty()) {
             const std::string why = reported.isFixed() ? std::string(", fixed by ") + telling.fixedBy : "";
@@ -185,14 +211,6 @@ private:
             last = std::move(now);
         }
         return last;
-    }
-
-    ExitStatus failToSet(const CError& error, const std::string& operation, const SAdjustmentInfo& telling) {
-        (void)TellFailedCall(session_, operation, error);
-        if (adjustments_.read(telling).isFixed())
-            WriteMessage(std::string("  ") + telling.label + " is fixed by " + telling.fixedBy +
-                         " at the moment\n");
-        return ExitStatus::CallFailed;
     }
 
     std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const {

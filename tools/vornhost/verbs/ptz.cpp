@@ -36,7 +36,12 @@ private:
     ExitStatus runOn(CDeviceSession& session) override {
         std::vector<CString> properties;
         if (const CError error = session.camera().getPtzProperties(FirstInput, properties)) {
-            WriteMessage(SDiagnosis{"the camera cannot be moved", error.getText()}.lines(address_));
+            SDiagnosis problem;
+            problem.problem = "the camera cannot be moved";
+            problem.pluginText = error.getText();
+            problem.cause = "not-supported";
+            problem.phase = "move";
+            tell(session, address_, problem);
             return ExitStatus::CallFailed;
         }
         CPtzDrive drive(session, speed_, session.options().json);

@@ -11,6 +11,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <iterator>
+
 namespace corvane::vornhost {
 namespace {
 
@@ -29,14 +34,11 @@ public:
         command.add_option("--stream", stream_, "CHANNEL,CODEC,STREAM, as in 0,h264,0")
             ->type_name("STREAM")
             ->required();
-        command.add_option("--output", output_, "The Matroska file")->type_name("FILE")->required();
+        command.add_option("--output", output_, "The Matroska file; - is standard output")
+            ->type_name("FILE")
+            ->required();
         command.add_flag("--audio", withAudio_, "Take the sound of the video input along");
         DeclareSeconds(command, seconds_, "How much to record (default: until Ctrl-C)");
-        command
-            .add_option("--timeout", timeout_,
-                        "Give up after S seconds without a picture, or without sound (default 10)")
-            ->type_name("S")
-            ->check(CLI::Range(ShortestTimeout, LongestTimeout).description(""));
         command.footer(Help);
     }
 
@@ -44,6 +46,7 @@ private:
     bool isEndedBySignals() const override { return true; }
 
     void checkArguments(const SOptions& /*options*/) override {
+        requireMatroska();
         try {
             id_ = SArgumentReader::readVideoStreamId(stream_);
         } catch (const COperationError& error) {
@@ -58,30 +61,52 @@ private:
             (void)TellFailedCall(session, "getAudioStreamUrl; the video is recorded alone", error);
         IStreamController* made = nullptr;
         if (const CError error = session.camera().createVideoStreamPipeline(made, id_))
-            return fail(error);
+            return fail(session, error);
         const std::unique_ptr<IStreamController> controller(made);
         GstPad* audio = nullptr;
         if (!audioUrl_.empty())
             if (const CError error = refhost::AddRtspAudio(
                     *controller, {audioUrl_, address_, session.authentication()}, audio))
-                return fail(error);
+                return fail(session, error);
         COutputFile file(output_);
-        CRecording recording(*controller, file, limits(), audio);
+        CRecording recording(*controller, file, limits(session.options()), audio);
         const CEndRequest interruption([&recording] { recording.interrupt(); });
-        CProgressLine progress(limits().seconds);
+        CProgressLine progress(seconds_);
         const CError error = recording.run(progress.writer());
         progress.clear();
         const SRecorded recorded = recording.recorded();
         if (recorded.frames > 0 || !error)
-            WriteOutput(session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
-                                               : RecordedText(output_, id_.codec, recorded));
+            report(session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
+                                          : RecordedText(output_, id_.codec, recorded));
         if (error)
-            return fail(error, controller.get());
+            return fail(session, error, controller.get());
         return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
-    static constexpr double ShortestTimeout = 0.1;
-    static constexpr double LongestTimeout = 60 * 60;
+    // Where standard output is the recording, it is told on standard error.
+    void report(const std::string& text) const {
+        if (output_ == COutputFile::StandardOutput)
+            WriteMessage(text);
+        else
+            WriteOutput(text);
+    }
+
+    // Others are told apart by their names too, and would not play.
+    void requireMatroska() const {
+        constexpr const char* Others[] = {".mp4", ".m4v",  ".mov", ".avi", ".ts",
+                                          ".mpg", ".mpeg", ".wmv", ".flv"};
+        std::string ending = std::filesystem::path(output_).extension();
+        std::transform(ending.begin(), ending.end(), ending.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        if (std::find(std::begin(Others), std::end(Others), ending) != std::end(Others))
+            throw CFailure(
+                ExitStatus::WrongUsage,
+                "wrong --output \"" + output_ +
+                    "\": what is written is a Matroska file, as the camera's streams fit into no " + ending +
+                    " at every moment; name it .mkv");
+    }
+
+    static constexpr std::chrono::milliseconds UsualSilence{10'000};
 
     // Where the sound beside the video input is, at the bit rate of its record.
     CError findAudio(const CDeviceSession& session) {
@@ -100,25 +125,25 @@ private:
         return CError::Success();
     }
 
-    SRecordingLimits limits() const {
-        return {seconds_, std::chrono::milliseconds(static_cast<long long>(timeout_ * 1000))};
+    SRecordingLimits limits(const SOptions& options) const {
+        return {seconds_,
+                options.timeout ? options.patience(std::chrono::milliseconds::max()) : UsualSilence};
     }
 
     // `stream` is null where none was made.
-    ExitStatus fail(const CError& error, const IStreamController* stream = nullptr) const {
+    ExitStatus fail(const CDeviceSession& session, const CError& error,
+                    const IStreamController* stream = nullptr) const {
         RequireThreads(error);
         const auto requestFor = [stream](refhost::RtspPart part) {
             return stream ? refhost::RtspRequest(*stream, part) : "";
         };
         const std::string& ofAudio = refhost::rtsp_failure::OfAudio;
         if (error.getText().compare(0, ofAudio.size(), ofAudio) == 0) {
-            const CError itself(static_cast<RtnCode>(error.getCode()), static_cast<Origin>(error.getOrigin()),
-                                error.getText().substr(ofAudio.size()));
-            WriteMessage(
-                DiagnoseStream(itself, requestFor(refhost::RtspPart::Sound)).lines(address_ + ": the sound"));
+            tell(session, address_ + ": the sound",
+                 DiagnoseStream(error, requestFor(refhost::RtspPart::Sound)));
         } else {
-            WriteMessage(DiagnoseStream(error, requestFor(refhost::RtspPart::Pictures))
-                             .lines(address_ + ": " + stream_));
+            tell(session, address_ + ": " + stream_,
+                 DiagnoseStream(error, requestFor(refhost::RtspPart::Pictures)));
         }
         return ExitStatus::CallFailed;
     }
@@ -129,7 +154,6 @@ private:
     bool withAudio_ = false;
     std::string audioUrl_; // empty without sound
     std::optional<double> seconds_;
-    double timeout_ = 10;
 };
 
 } // namespace

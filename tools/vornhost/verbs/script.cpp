@@ -99,12 +99,14 @@ private:
             session_.renewController();
         }
         if (background) {
-            calls_.start(session_.operations(), call);
+            calls_.start(session_, call);
             return;
         }
+        session_.exchanges().takeFailing();
         const STimedAnswer answer = MakeCall(session_.operations(), call);
-        WriteOutput(JsonLine(AnswerJson(call, answer)));
-        allSucceeded_ = allSucceeded_ && answer.succeeded();
+        const auto problem = ProblemOf(session_, answer.answer);
+        WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
+        allSucceeded_ = allSucceeded_ && !problem;
     }
 
     void sleep(const Texts& arguments) {

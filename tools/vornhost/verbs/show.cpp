@@ -32,7 +32,7 @@ private:
         if (!session.options().json)
             known.problems.erase(known.problems.begin()); // told once, on standard error
         write(known, session.options().json);
-        CDeviceVerb::tellNotStarted(session, failure);
+        WriteMessage(failure.lines(session.address()));
     }
 
     ExitStatus runOn(CDeviceSession& session) override {

@@ -3,6 +3,7 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/value_range.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
@@ -18,22 +19,26 @@ namespace {
 struct SField {
     const SVideoField& field;
     const char* label;
+    const char* range; // the operation that tells what it may be
     CError (CVornCamera::*get)(int, int, VideoCodec, CString&);
 };
 
 const SField Fields[] = {
-    {VideoFields[0], "frames a second", &CVornCamera::getVideoCodecFrameRate},
-    {VideoFields[1], "resolution", &CVornCamera::getVideoCodecResolution},
-    {VideoFields[2], "quality", &CVornCamera::getVideoCodecQuality},
-    {VideoFields[3], "frames to a key frame", &CVornCamera::getVideoCodecKeyFrameInterval},
-    {VideoFields[4], "bit rate", &CVornCamera::getVideoCodecBitRate},
-    {VideoFields[5], "bit-rate control", &CVornCamera::getVideoCodecBitRateControl},
+    {VideoFields[0], "frames a second", "getVideoCodecFrameRateRange", &CVornCamera::getVideoCodecFrameRate},
+    {VideoFields[1], "resolution", "getVideoCodecResolutionRange", &CVornCamera::getVideoCodecResolution},
+    {VideoFields[2], "quality", "getVideoCodecQualityRange", &CVornCamera::getVideoCodecQuality},
+    {VideoFields[3], "frames to a key frame", "getVideoCodecKeyFrameIntervalRange",
+     &CVornCamera::getVideoCodecKeyFrameInterval},
+    {VideoFields[4], "bit rate", "getVideoCodecBitRateRange", &CVornCamera::getVideoCodecBitRate},
+    {VideoFields[5], "bit-rate control", "getVideoCodecBitRateControlRange",
+     &CVornCamera::getVideoCodecBitRateControl},
 };
 
 // What a synchronisation found and did. All values are in the recorder's form.
 struct SOutcome {
     SVornVidValsInDb record; // as it was asked for
     SVornVidValsInDb before; // what the camera had
+    SVornVidValsInDb asked;  // what the camera is asked for, rounded to what it has
     SVornVidValsInDb after;  // the record as it is now; in a dry run what the camera would be asked for
     std::vector<SHttpExchange> sent;
     bool isDryRun = false;
@@ -100,6 +105,8 @@ constexpr const char* Help =
 camera accepted. Fields that RECORD leaves out are the record's (see --db), else the
 defaults.
 Fields: frameRate, resolution, quality, keyFrameInterval, bitRate, bitRateControl.
+A value outside the camera's own range is refused, and nothing is sent, unless --force is given.
+Exit status 1 when the camera then reports another value than it was asked for.
 Example: vornhost sync 192.168.0.10 --stream 0,h264,0 'resolution=640x480;frameRate=15')";
 
 class CSync : public CDeviceVerb {
@@ -111,6 +118,7 @@ public:
             ->type_name("STREAM")
             ->required();
         command.add_flag("--dry-run", isDryRun_, "Send nothing and show what would be");
+        command.add_flag("--force", isForced_, "Ask the camera for values outside its range too");
         command.footer(Help);
     }
 
@@ -125,18 +133,77 @@ private:
     }
 
     ExitStatus runOn(CDeviceSession& session) override {
+        if (const auto wrong = isForced_ ? std::nullopt : wrongValue(session)) {
+            tell(session, session.address() + ": " + stream_, *wrong);
+            return ExitStatus::CallFailed;
+        }
         SOutcome outcome;
         try {
             outcome = synchronise(session);
         } catch (const COperationError& error) { // a camera's value that no record can carry
             throw CFailure(ExitStatus::CallFailed, "sync: " + PrintableText(error.what()));
         }
-        WriteOutput(session.options().json ? JsonLine(OutcomeJson(stream_, outcome))
-                                           : OutcomeText(outcome, ColourWanted()));
-        if (outcome.succeeded())
-            return ExitStatus::Success;
-        return outcome.result ? TellFailedCall(session, "syncVideoCodecProperties", outcome.result)
-                              : ExitStatus::CallFailed;
+        std::optional<SDiagnosis> problem;
+        if (outcome.result && !outcome.succeeded())
+            problem = Diagnose(Occasion::Call, outcome.result, session.exchanges());
+        else if (!isDryRun_ && outcome.changed())
+            problem = notAccepted(session, outcome);
+        if (session.options().json) {
+            ordered_json json = OutcomeJson(stream_, outcome);
+            if (problem)
+                json["problem"] = ProblemObject(*problem);
+            WriteOutput(JsonLine(json));
+        } else {
+            WriteOutput(OutcomeText(outcome, ColourWanted()));
+        }
+        if (problem)
+            WriteMessage(problem->lines(session.address() + ": syncVideoCodecProperties"));
+        return outcome.succeeded() && !problem ? ExitStatus::Success : ExitStatus::CallFailed;
+    }
+
+    // The first of the given values that the camera's own range does not have.
+    std::optional<SDiagnosis> wrongValue(CDeviceSession& session) const {
+        for (const SField& row : Fields) {
+            const std::string value = (given_.*row.field.value).str();
+            if (value.empty())
+                continue;
+            Texts arguments{std::to_string(id_.channel), std::to_string(id_.stream),
+                            device_handler::v1_0::FindCodecName(id_.codec)->name};
+            // A distance between key frames is seconds to the camera: so many frames at that rate, rounded.
+            const bool isInterval = row.field.value == &SVornVidValsInDb::keyFrameInterval;
+            if (isInterval && !given_.frameRate.empty())
+                arguments.push_back(given_.frameRate.str());
+            const CValueRange range = CValueRange::of(answer(session, row.range, arguments));
+            if (range.allows(value, isInterval))
+                continue;
+            SDiagnosis wrong;
+            wrong.problem = "the camera has no " + std::string(row.label) + " " + value;
+            wrong.request = std::string(row.field.name) + "=" + value + "; nothing was sent";
+            wrong.reply = "it may be " + range.text();
+            wrong.advice = "give one of these; --force asks the camera for it all the same";
+            wrong.cause = "wrong-value";
+            wrong.phase = "write";
+            return wrong;
+        }
+        return std::nullopt;
+    }
+
+    // The camera is read once more: what it took may not be what it does.
+    std::optional<SDiagnosis> notAccepted(CDeviceSession& session, const SOutcome& outcome) const {
+        CError error = CError::Success();
+        const SVornVidValsInDb now = cameraRecord(session, error);
+        if (error)
+            return Diagnose(Occasion::Call, error, session.exchanges());
+        for (const SField& row : Fields) {
+            const std::string asked = (outcome.asked.*row.field.value).str();
+            const std::string is = (now.*row.field.value).str();
+            const bool isGiven = !(given_.*row.field.value).empty();
+            // Of a distance in frames the camera makes one of its own few in seconds.
+            const bool isRounded = row.field.value == &SVornVidValsInDb::keyFrameInterval && !is.empty();
+            if (isGiven && !isRounded && !is.empty() && asked != is)
+                return NotAccepted(row.label, asked, is);
+        }
+        return std::nullopt;
     }
 
     // The record as it is to be: what is given, then what is stored, then the defaults.
@@ -157,8 +224,9 @@ private:
         outcome.after = outcome.record;
         if (outcome.result)
             return outcome;
+        outcome.asked = wouldBe(session, outcome);
         if (isDryRun_) {
-            outcome.after = wouldBe(session, outcome);
+            outcome.after = outcome.asked;
             return outcome;
         }
         // A camera must not be set when its record cannot be kept.
@@ -208,6 +276,7 @@ private:
     std::string record_;
     std::string stream_;
     bool isDryRun_ = false;
+    bool isForced_ = false;
     SVideoStreamId id_{};    // of stream_
     SVornVidValsInDb given_; // of record_
 };

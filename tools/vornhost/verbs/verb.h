@@ -39,6 +39,7 @@ std::unique_ptr<IVerb> MakeScriptVerb();
 std::unique_ptr<IVerb> MakeSyncVerb();
 std::unique_ptr<IVerb> MakeRecordVerb();
 std::unique_ptr<IVerb> MakeEventsVerb();
+std::unique_ptr<IVerb> MakeDoctorVerb();
 std::unique_ptr<IVerb> MakePtzVerb();
 std::unique_ptr<IVerb> MakeImageVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();

@@ -11,6 +11,7 @@ const std::vector<SVerb>& Verbs() {
         {"sync", "The camera set to the recorder's record of a stream", MakeSyncVerb},
         {"record", "A video stream into a file", MakeRecordVerb},
         {"events", "The events of an alarm input, as they come", MakeEventsVerb},
+        {"doctor", "What is wrong with a camera, and from where it comes", MakeDoctorVerb},
         {"ptz", "A camera driven from the keyboard", MakePtzVerb},
         {"image", "A camera's picture and lens adjustments, as bars or set", MakeImageVerb},
         {"models", "What the model list holds", MakeModelsVerb},

@@ -1,4 +1,6 @@
-#include "tools/vornhost/calls/near_names.h"
+#include "tools/vornhost/console/near_names.h"
+
+#include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -57,6 +59,11 @@ std::vector<std::string> NearNames(const std::string& name, const std::vector<st
             std::find(near.begin(), near.end(), candidate) == near.end())
             near.push_back(candidate);
     return near;
+}
+
+std::string DidYouMean(const std::string& name, const std::vector<std::string>& names) {
+    const std::vector<std::string> near = NearNames(name, names);
+    return near.empty() ? "" : "; did you mean " + Join(near, " or ") + "?";
 }
 
 } // namespace corvane::vornhost

@@ -1,0 +1,51 @@
+#include "tools/vornhost/console/waiting_line.h"
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr std::chrono::seconds Second{1};
+
+} // namespace
+
+CWaitingLine::CWaitingLine() {
+    if (line_.isShown())
+        thread_ = std::thread([this] { run(); });
+}
+
+CWaitingLine::~CWaitingLine() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isEnding_ = true;
+        changed_.notify_all();
+    }
+    if (thread_.joinable())
+        thread_.join();
+}
+
+void CWaitingLine::show(const std::string& what) {
+    const auto quiet = pause();
+    what_ = what;
+    since_ = std::chrono::steady_clock::now();
+}
+
+void CWaitingLine::end() {
+    show("");
+}
+
+std::unique_lock<std::mutex> CWaitingLine::pause() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    line_.clear();
+    return lock;
+}
+
+void CWaitingLine::run() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!changed_.wait_for(lock, Second, [this] { return isEnding_; })) {
+        const auto waited =
+            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - since_);
+        if (!what_.empty() && waited >= Second)
+            line_.show(what_ + ", " + std::to_string(waited.count()) + " s");
+    }
+}
+
+} // namespace corvane::vornhost

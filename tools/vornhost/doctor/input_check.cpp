@@ -1,0 +1,146 @@
+#include "tools/vornhost/doctor/input_check.h"
+
+#include "tools/vornhost/events/alarm_input_levels.h"
+#include "tools/vornhost/events/monitor_look.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace corvane::vornhost {
+namespace {
+
+// A monitor tells every level at its beginning and then again every few seconds.
+constexpr int MonitorSeconds = 5;
+constexpr int LevelsSeconds = 4;
+constexpr int Attempts = 3; // a level may change between the two requests
+
+std::string LevelOf(const std::map<int, std::string>& levels, int input) {
+    const auto found = levels.find(input);
+    return found == levels.end() ? "" : found->second;
+}
+
+struct SLevels {
+    std::map<int, std::string> monitored;
+    std::map<int, std::string> asked;
+    std::optional<SDiagnosis> failure; // of either request
+
+    bool agree(int count) const {
+        for (int input = 0; input < count; ++input)
+            if (LevelOf(monitored, input) != LevelOf(asked, input))
+                return false;
+        return true;
+    }
+};
+
+// How often the levels of any one input have changed in what the monitor has told.
+int MostChanges(const std::string& told) {
+    std::map<int, std::pair<std::string, int>> inputs;
+    int most = 0;
+    for (std::size_t begin = 0; begin < told.size();) {
+        const std::size_t end = std::min(told.find('\n', begin), told.size() - 1) + 1;
+        for (const auto& [input, level] : MonitoredLevels(told.substr(begin, end - begin))) {
+            auto& [last, changes] = inputs[input];
+            changes += last.empty() || last == level ? 0 : 1;
+            last = level;
+            most = std::max(most, changes);
+        }
+        begin = end;
+    }
+    return most;
+}
+
+// What a monitor does wrong that tells levels: listened to for some seconds.
+std::optional<SDiagnosis> FaultOfMonitor(const AskPath& ask, const DiagnosePath& diagnose) {
+    constexpr int Seconds = 3;
+    constexpr std::size_t Flood = 256U << 10;
+    constexpr int UnusualChanges = 6;
+    const auto reply = ask(MonitorPath, Seconds, [](const std::string& body) { return body.size() > Flood; });
+    SDiagnosis known = diagnose(MonitorPath);
+    known.phase = MonitorPhase;
+    known.isCertain = true;
+    const auto isWrong = [&known](const char* cause, const char* problem, const std::string& answered) {
+        known.cause = cause;
+        known.problem = problem;
+        known.reply = answered;
+        known.advice = "restart the camera; until then do not rely on its alarms";
+        return known;
+    };
+    if (reply.body.size() > Flood)
+        return isWrong("too-large", "the camera floods whoever listens to its alarm inputs",
+                       std::to_string(reply.body.size()) + " bytes at once");
+    if (MonitoredLevels(reply.body).empty())
+        return std::nullopt; // it is looked at for longer
+    if (!reply.isTimedOut)
+        return isWrong("cut", "the request for alarm inputs does not stay open",
+                       reply.failure.empty() ? "levels, and then the end of the reply" : reply.failure);
+    if (MostChanges(reply.body) >= UnusualChanges)
+        return isWrong("level-differs", "the camera tells both levels of an input in turn",
+                       std::to_string(MostChanges(reply.body)) + " changes in " + std::to_string(Seconds) +
+                           " s");
+    return std::nullopt;
+}
+
+SLevels AskBothWays(int count, const AskPath& ask, const DiagnosePath& diagnose) {
+    SLevels levels;
+    SMonitorLook look = LookAtMonitor(MonitorSeconds, ask, diagnose, [count](const auto& told) {
+        return static_cast<int>(told.size()) >= count;
+    });
+    levels.monitored = std::move(look.levels);
+    levels.failure = std::move(look.problem);
+    if (levels.failure)
+        return levels;
+    const auto other = ask(LevelsRequest, LevelsSeconds, {});
+    levels.asked = ReadLevels(other.body);
+    if (levels.asked.empty() || other.status != 200) {
+        levels.failure = diagnose(LevelsRequest);
+        levels.failure->phase = MonitorPhase;
+        if (levels.failure->cause == "damaged")
+            levels.failure->problem = "the camera's levels cannot be read";
+    }
+    return levels;
+}
+
+SFinding FindingOf(int input, const SLevels& levels) {
+    if (levels.failure)
+        return Faulty(*levels.failure);
+    const std::string monitored = LevelOf(levels.monitored, input);
+    const std::string asked = LevelOf(levels.asked, input);
+    if (monitored == asked && !asked.empty())
+        return Sound(asked);
+    SDiagnosis problem;
+    problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
+    problem.phase = MonitorPhase;
+    if (monitored.empty() || asked.empty()) {
+        problem.cause = "not-reported";
+        problem.problem = "the camera does not tell this input's level";
+        problem.reply = "no level of terminal " + std::to_string(input + 1) + " to the " +
+                        (monitored.empty() ? "first" : "second");
+        problem.advice = "see at the camera whether the terminal is an input";
+    } else {
+        problem.cause = "level-differs";
+        problem.problem = "the camera tells two levels of this input";
+        problem.reply = monitored + " to the first, and " + asked + " to the second";
+        problem.advice = "restart the camera; until then do not rely on its alarms";
+    }
+    return Faulty(problem);
+}
+
+} // namespace
+
+std::vector<SFinding> CheckInputs(int count, const AskPath& ask, const DiagnosePath& diagnose) {
+    SLevels levels;
+    levels.failure = FaultOfMonitor(ask, diagnose);
+    if (!levels.failure)
+        levels = AskBothWays(count, ask, diagnose);
+    for (int attempt = 1; attempt < Attempts && !levels.failure && !levels.agree(count); ++attempt)
+        levels = AskBothWays(count, ask, diagnose);
+    std::vector<SFinding> findings;
+    for (int input = 0; input < count; ++input) {
+        findings.push_back(FindingOf(input, levels));
+        findings.back().check = "input:" + std::to_string(input);
+    }
+    return findings;
+}
+
+} // namespace corvane::vornhost

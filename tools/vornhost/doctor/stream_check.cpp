@@ -1,0 +1,282 @@
+#include "tools/vornhost/doctor/stream_check.h"
+
+#include "host/gst_object.h"
+#include "host/stream_controller.h"
+#include "refhost/streams/rtsp_pipeline.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/diagnosis/stream_diagnosis.h"
+
+#include <cmath>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace corvane::vornhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using vorn_gst::v1_0::CGstRef;
+
+// A camera that is busy sends fewer pictures than it is set to, and some send a few more.
+constexpr double LeastOfRate = 0.6;
+constexpr double MostOfRate = 1.5;
+constexpr double MostOfInterval = 1.5;
+
+// What has come out of a pad.
+struct SSeen {
+    long long buffers = 0;
+    std::vector<long long> keyFrames; // their places
+    GstClockTime first = GST_CLOCK_TIME_NONE;
+    GstClockTime last = GST_CLOCK_TIME_NONE;
+    Clock::time_point firstCame;
+    Clock::time_point lastCame;
+    std::string resolution;
+
+    double seconds() const {
+        return buffers < 2 || !GST_CLOCK_TIME_IS_VALID(first) || last <= first
+                   ? 0
+                   : static_cast<double>(last - first) / GST_SECOND;
+    }
+    double rate() const {
+        const double length = seconds();
+        return length > 0 ? static_cast<double>(buffers - 1) / length : 0;
+    }
+};
+
+// Counts what a pad gives into nothing.
+class CPadCount {
+public:
+    // Links a sink behind the pad; false when that cannot be.
+    bool link(GstElement* pipeline, GstPad* pad) {
+        GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
+        if (!sink)
+            return false;
+        g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
+        gst_bin_add(GST_BIN(pipeline), sink);
+        const CGstRef<GstPad> in(gst_element_get_static_pad(sink, "sink"));
+        gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, comes, this, nullptr);
+        return !GST_PAD_LINK_FAILED(gst_pad_link(pad, in.get()));
+    }
+
+    void end() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isEnded_ = true;
+        changed_.notify_all();
+    }
+
+    // Until the condition holds for what has been seen, or the stream has ended, or the time is over; all
+    // that has been seen.
+    template <class Condition>
+    SSeen wait(Clock::time_point limit, Condition condition) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_until(lock, limit, [&] { return isEnded_ || condition(seen_); });
+        return seen_;
+    }
+    bool isEnded() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return isEnded_;
+    }
+
+private:
+    static GstPadProbeReturn comes(GstPad* pad, GstPadProbeInfo* info, gpointer count) {
+        static_cast<CPadCount*>(count)->take(pad, GST_PAD_PROBE_INFO_BUFFER(info));
+        return GST_PAD_PROBE_OK;
+    }
+
+    void take(GstPad* pad, GstBuffer* buffer) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const Clock::time_point now = Clock::now();
+        if (seen_.buffers == 0) {
+            seen_.first = GST_BUFFER_PTS(buffer);
+            seen_.firstCame = now;
+        }
+        seen_.last = GST_BUFFER_PTS(buffer);
+        seen_.lastCame = now;
+        if (!GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT))
+            seen_.keyFrames.push_back(seen_.buffers);
+        ++seen_.buffers;
+        if (seen_.resolution.empty())
+            seen_.resolution = resolutionOf(pad);
+        changed_.notify_all();
+    }
+
+    static std::string resolutionOf(GstPad* pad) {
+        const std::unique_ptr<GstCaps, decltype(&gst_caps_unref)> caps(gst_pad_get_current_caps(pad),
+                                                                       gst_caps_unref);
+        int width = 0;
+        int height = 0;
+        const bool isKnown = caps &&
+                             gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "width", &width) &&
+                             gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "height", &height);
+        return isKnown ? std::to_string(width) + "x" + std::to_string(height) : "";
+    }
+
+    mutable std::mutex mutex_; // guards what follows
+    std::condition_variable changed_;
+    SSeen seen_;
+    bool isEnded_ = false;
+};
+
+// A stream of the camera that plays.
+class CPlay {
+public:
+    // Neither plays before start().
+    CError open(const refhost::SRtspSource& source, VideoCodec codec) {
+        IStreamController* made = nullptr;
+        if (CError error = refhost::CreateRtspPipeline(source, codec, nullptr, made))
+            return error;
+        controller_.reset(made);
+        return linked(pictures_.link(made->getPipeline(), made->getSourcePad()));
+    }
+    CError addSound(const refhost::SRtspSource& source) {
+        GstPad* pad = nullptr;
+        if (CError error = refhost::AddRtspAudio(*controller_, source, pad))
+            return error;
+        return linked(sound_.link(controller_->getPipeline(), pad));
+    }
+    CError start() {
+        controller_->setEndObserver([this] {
+            pictures_.end();
+            sound_.end();
+        });
+        return controller_->start();
+    }
+    void stop() { controller_->stop(); }
+
+    CPadCount& pictures() { return pictures_; }
+    CPadCount& sound() { return sound_; }
+
+    // Why it has ended by itself; nothing while it plays.
+    std::optional<CError> end() {
+        const auto end = controller_->waitForEnd(std::chrono::milliseconds::zero());
+        if (!end)
+            return std::nullopt;
+        return end->error ? end->error
+                          : CError(RtnCode::NotAccessible, Origin::Device, "the camera ended the stream");
+    }
+    std::string asked(refhost::RtspPart part) const { return refhost::RtspRequest(*controller_, part); }
+
+private:
+    static CError linked(bool isLinked) {
+        return isLinked ? CError::Success()
+                        : CError(RtnCode::OperationFailed, Origin::General, "GStreamer lacks fakesink");
+    }
+
+    CPadCount pictures_; // both outlive the controller, whose threads tell them
+    CPadCount sound_;
+    std::unique_ptr<IStreamController> controller_;
+};
+
+CError NothingWithin(const char* what, std::chrono::milliseconds time) {
+    return {RtnCode::NotAccessible, Origin::General,
+            std::string(what) + " within " + SecondsText(static_cast<double>(time.count()) / 1000)};
+}
+
+SDiagnosis OtherStream(const std::string& problem, const std::string& asked, const std::string& answered) {
+    SDiagnosis diagnosis;
+    diagnosis.problem = problem;
+    diagnosis.request = asked;
+    diagnosis.reply = answered;
+    diagnosis.advice = "restart the camera, or set the stream anew: its settings are not what it sends";
+    diagnosis.cause = "wrong-stream";
+    diagnosis.phase = "stream";
+    return diagnosis;
+}
+
+// Of a stream that is taken long enough.
+SFinding Compare(const SSeen& seen, const SStreamWish& wish, const std::string& asked) {
+    const std::string rate = Decimals(seen.rate(), 1);
+    const std::string what = seen.resolution + ", " + rate + " frames a second";
+    if (!wish.resolution.empty() && !seen.resolution.empty() && wish.resolution != seen.resolution)
+        return Faulty(
+            OtherStream("the pictures have another resolution than is set", asked,
+                        "pictures of " + seen.resolution + ", and the settings say " + wish.resolution));
+    const bool isRateKnown = wish.frameRate && *wish.frameRate > 0 && seen.rate() > 0;
+    if (isRateKnown &&
+        (seen.rate() < LeastOfRate * *wish.frameRate || seen.rate() > MostOfRate * *wish.frameRate))
+        return Faulty(
+            OtherStream("the frame rate is not what is set", asked,
+                        rate + " frames a second, and the settings say " + Decimals(*wish.frameRate, 1)));
+    if (wish.keyFrameInterval && *wish.keyFrameInterval > 0 && seen.keyFrames.size() > 1) {
+        const auto interval = static_cast<double>(seen.keyFrames[1] - seen.keyFrames[0]);
+        if (interval > MostOfInterval * *wish.keyFrameInterval ||
+            interval * MostOfInterval < *wish.keyFrameInterval)
+            return Warned(OtherStream("the key frames have another distance than is set", asked,
+                                      "every " + Decimals(interval, 0) + " frames, and the settings say " +
+                                          Decimals(*wish.keyFrameInterval, 0)));
+    }
+    return Sound(what);
+}
+
+// The pictures that came first were not followed by others.
+SDiagnosis Standing(const SSeen& seen, const std::string& asked) {
+    SDiagnosis diagnosis;
+    diagnosis.problem = "the stream stands: it began, and no more pictures come";
+    diagnosis.request = asked;
+    diagnosis.reply =
+        std::to_string(seen.buffers) + (seen.buffers == 1 ? " picture" : " pictures") + ", and none behind";
+    diagnosis.advice = "restart the camera; see what stands between it and here";
+    diagnosis.cause = "no-picture";
+    diagnosis.phase = "stream";
+    return diagnosis;
+}
+
+} // namespace
+
+SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamWish& wish,
+                     const SStreamTimes& times) {
+    CPlay play;
+    CError error = play.open(source, codec);
+    if (!error)
+        error = play.start();
+    if (error)
+        return Faulty(DiagnoseStream(error, ""));
+    const Clock::time_point start = Clock::now();
+    play.pictures().wait(start + times.firstData, [](const SSeen& seen) { return seen.buffers > 0; });
+    const double least = static_cast<double>(times.least.count()) / 1000;
+    const SSeen seen = play.pictures().wait(Clock::now() + times.longest, [&](const SSeen& now) {
+        return now.buffers == 0 || (now.seconds() >= least && now.buffers > 2);
+    });
+    const std::string asked = play.asked(refhost::RtspPart::Pictures);
+    const auto end = play.end();
+    play.stop();
+    if (end)
+        return Faulty(DiagnoseStream(*end, asked));
+    if (seen.buffers == 0 && asked.rfind("PLAY", 0) != 0) // it is still on its way to the pictures
+        return Faulty(
+            DiagnoseStream({RtnCode::NotAccessible, Origin::Device, refhost::rtsp_failure::TimedOut}, asked));
+    if (seen.buffers == 0)
+        return Faulty(DiagnoseStream(NothingWithin("no data", times.firstData), asked));
+    const bool stands = seen.seconds() < least && Clock::now() - seen.lastCame > times.least;
+    return stands ? Faulty(Standing(seen, asked)) : Compare(seen, wish, asked);
+}
+
+SFinding CheckAudio(const refhost::SRtspSource& pictures, VideoCodec codec, const refhost::SRtspSource& sound,
+                    const SStreamTimes& times) {
+    CPlay play;
+    CError error = play.open(pictures, codec);
+    if (!error)
+        error = play.addSound(sound);
+    if (!error)
+        error = play.start();
+    if (error)
+        return Faulty(DiagnoseStream(error, ""));
+    const SSeen first =
+        play.sound().wait(Clock::now() + times.firstData, [](const SSeen& now) { return now.buffers > 0; });
+    SSeen seen = first;
+    if (first.buffers > 0)
+        seen = play.sound().wait(Clock::now() + times.least, [](const SSeen&) { return false; });
+    const std::string asked = play.asked(refhost::RtspPart::Sound);
+    const auto end = play.end();
+    play.stop();
+    constexpr std::chrono::seconds LongestPause{1};
+    const bool goesOn = seen.buffers > first.buffers && Clock::now() - seen.lastCame < LongestPause;
+    if (goesOn && !end)
+        return Sound("sound comes");
+    SDiagnosis problem = DiagnoseStream(end.value_or(NothingWithin("no sound", times.firstData)), asked);
+    problem.phase = "audio";
+    return Faulty(problem);
+}
+
+} // namespace corvane::vornhost

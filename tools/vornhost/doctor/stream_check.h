@@ -1,0 +1,35 @@
+#pragma once
+
+#include "refhost/streams/rtsp_source.h"
+#include "tools/vornhost/doctor/finding.h"
+#include "tools/vornhost/names.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace corvane::vornhost {
+
+// What a stream of the camera is set to; empty where the camera does not say.
+struct SStreamWish {
+    std::string resolution; // "WIDTHxHEIGHT"
+    std::optional<double> frameRate;
+    std::optional<double> keyFrameInterval; // in frames
+};
+
+struct SStreamTimes {
+    std::chrono::milliseconds firstData{5'000}; // is waited for so long
+    std::chrono::milliseconds least{2'000};     // of data
+    std::chrono::milliseconds longest{4'000};   // behind the first, until that is there
+};
+
+// Plays a stream for some seconds and holds what comes against what is set. Only takes what the camera sends:
+// nothing is set there.
+SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamWish& wish,
+                     const SStreamTimes& times = {});
+
+// Plays a stream's pictures and the sound beside them until sound comes.
+SFinding CheckAudio(const refhost::SRtspSource& pictures, VideoCodec codec, const refhost::SRtspSource& sound,
+                    const SStreamTimes& times = {});
+
+} // namespace corvane::vornhost

@@ -1,0 +1,162 @@
+#include "refhost/base/library_versions.h"
+#include "refhost/base/log.h"
+#include "tools/vornhost/console/json_line.h"
+#include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/table.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
+#include "tools/vornhost/doctor/bundle.h"
+#include "tools/vornhost/doctor/drift.h"
+#include "tools/vornhost/doctor/examination.h"
+#include "tools/vornhost/verbs/verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+#include <vector>
+
+namespace corvane::vornhost {
+namespace {
+
+constexpr const char* Help =
+    R"(Looks at a camera from its address to its pictures, and names the fault that the others follow from.
+Changes nothing there, save with --write-test and --move.
+Exit status 1 when there is a fault; a warning changes nothing of it.
+Example: vornhost doctor 192.168.0.10)";
+
+std::string VersionsText(const CDeviceSession& session) {
+    return "vornhost   " VORNHOST_VERSION "\nplug-in    " + session.plugin().library().buildId() + " from " +
+           session.plugin().library().file() + "\nmodels     " +
+           std::to_string(session.plugin().models()->getModels().size()) + " in " +
+           (session.options().modelListFile.empty() ? "the shipped list" : session.options().modelListFile) +
+           "\n" + refhost::LibraryVersions();
+}
+
+class CDoctor : public IVerb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("ADDRESS", address_, "The camera")->required();
+        command.add_flag("--write-test", plan_.withWrite, "Write one setting with the value that it has");
+        command.add_flag("--move", plan_.withMove, "Move the head by a step and back");
+        command
+            .add_option("--record", recordFile_, "What the recorder wants: streams and adjustments (JSON)")
+            ->type_name("FILE");
+        command.add_option("--bundle", bundleFile_, "Write what a support desk needs (.tar.gz)")
+            ->type_name("FILE");
+        command.footer(Help);
+    }
+
+    ExitStatus run(const SOptions& options) override {
+        if (!recordFile_.empty())
+            plan_.record = CDrift::read(recordFile_);
+        const auto start = std::chrono::steady_clock::now();
+        refhost::KeepExchangeDetails(true);
+        const CLogKept log(!bundleFile_.empty());
+        CDeviceSession session(options, address_);
+        session.alwaysIdentify();
+        CWaitingLine waiting;
+        CExamination examination(session, plan_,
+                                 {[&](const SFinding& finding) {
+                                      const auto quiet = waiting.pause();
+                                      WriteOutput(options.json ? JsonLine(FindingJson(finding))
+                                                               : FindingText(finding, ColourWanted()));
+                                  },
+                                  [&](const std::string& what) { waiting.show("waiting for " + what); }});
+        const std::vector<SFinding> findings = examination.run();
+        waiting.end();
+        const double milliseconds =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        const ExitStatus status = tellVerdict(findings, milliseconds, options.json);
+        if (!bundleFile_.empty())
+            writeBundle(session, findings, log.text());
+        return status;
+    }
+
+private:
+    // Every line of the log, from here on, whatever is shown of it.
+    class CLogKept {
+    public:
+        explicit CLogKept(bool isWanted) {
+            if (isWanted)
+                refhost::SetLogObserver([this](int level, const std::string& line) {
+                    const std::lock_guard<std::mutex> lock(mutex_);
+                    text_ += std::to_string(level) + " " + line + "\n";
+                });
+        }
+        ~CLogKept() { refhost::SetLogObserver({}); }
+        CLogKept(const CLogKept&) = delete;
+        CLogKept& operator=(const CLogKept&) = delete;
+
+        std::string text() const {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            return text_;
+        }
+
+    private:
+        mutable std::mutex mutex_;
+        std::string text_; // guarded by mutex_
+    };
+
+    void writeBundle(const CDeviceSession& session, const std::vector<SFinding>& findings,
+                     const std::string& log) const {
+        SBundleContent content;
+        for (const SFinding& finding : findings) {
+            content.report += FindingText(finding, false);
+            content.findings += JsonLine(FindingJson(finding));
+        }
+        content.exchanges = session.exchanges().transcript();
+        content.log = log;
+        content.versions = VersionsText(session);
+        const std::string told = WriteBundle(bundleFile_, content);
+        if (session.options().json)
+            WriteMessage(told);
+        else
+            WriteOutput(told);
+    }
+
+    ExitStatus tellVerdict(const std::vector<SFinding>& findings, double milliseconds, bool json) const {
+        const auto count = [&findings](CheckResult result) {
+            return std::count_if(findings.begin(), findings.end(),
+                                 [result](const SFinding& finding) { return finding.result == result; });
+        };
+        const auto faults = count(CheckResult::Fault);
+        const auto warnings = count(CheckResult::Warning);
+        const SFinding* const root = CExamination::rootOf(findings);
+        const char* const verdict = faults > 0 ? "fault" : warnings > 0 ? "warning" : "ok";
+        if (json) {
+            ordered_json line{{"verdict", verdict}, {"address", address_}};
+            if (root)
+                line["cause"] = root->problem->cause;
+            line.update({{"checks", findings.size()},
+                         {"faults", faults},
+                         {"warnings", warnings},
+                         {"ms", ThreeDecimals(milliseconds)}});
+            WriteOutput(JsonLine(line));
+        } else {
+            WriteOutput("\n" + verdictText(root, faults > 0) + " (" + MillisecondsText(milliseconds) + ")\n");
+        }
+        return faults > 0 ? ExitStatus::CallFailed : ExitStatus::Success;
+    }
+
+    std::string verdictText(const SFinding* root, bool isFault) const {
+        if (!root)
+            return PrintableText(address_) + ": nothing is wrong";
+        return PrintableText(address_ + ": " + root->problem->problem) + " [" + root->problem->cause +
+               (isFault ? "" : ", a warning") + "]";
+    }
+
+    std::string address_;
+    std::string recordFile_;
+    std::string bundleFile_;
+    SExaminationPlan plan_;
+};
+
+} // namespace
+
+std::unique_ptr<IVerb> MakeDoctorVerb() {
+    return std::make_unique<CDoctor>();
+}
+
+} // namespace corvane::vornhost
