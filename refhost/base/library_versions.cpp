@@ -7,7 +7,7 @@ namespace corvane::refhost {
 
 std::string LibraryVersions() {
     gchar* const gstreamer = gst_version_string();
-    const std::string versions = std::string(curl_version()) + "\n" + gstreamer + "\n";
+    std::string versions = std::string(curl_version()) + "\n" + gstreamer + "\n";
     g_free(gstreamer);
     return versions;
 }

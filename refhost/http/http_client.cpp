@@ -6,6 +6,7 @@
 #include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
 #include "refhost/http/http_handle_pool.h"
+#include "refhost/http/http_reception.h"
 #include "refhost/http/http_rounds.h"
 
 #include <strings.h>
@@ -27,12 +28,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t LargestReplyMebibytes = 16;
-constexpr std::size_t LargestReply = LargestReplyMebibytes << 20;
-// libcurl keeps every line of the header, and of a trailer behind the body; a camera's header has some
-// twenty.
-constexpr std::size_t LargestHeaderKibibytes = 256;
-constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
 
@@ -58,64 +53,6 @@ COptional<unsigned long> CurlAuthentication(const std::string& scheme) {
     return {};
 }
 
-// What arrives of a reply: every byte of it counts, those of headers and trailers too.
-struct SReceived {
-    CHttpRounds& rounds;
-    const std::function<bool(const std::string&)>& isEnough;
-    std::string body = {};
-    bool wasEnough = false;
-    std::size_t headerSize = 0;
-    bool headersEnded = false;
-    Clock::time_point lastCame = {}; // a byte of it
-    bool isHeaderTooLarge = false;
-    bool isBodyTooLarge = false;
-    bool isPacked = false;
-};
-
-// libcurl would unpack it, asked for or not, and a few bytes can be made gigabytes of.
-bool NamesAPacking(std::string_view line) {
-    constexpr std::string_view Name = "transfer-encoding:";
-    if (line.size() < Name.size() || strncasecmp(line.data(), Name.data(), Name.size()) != 0)
-        return false;
-    std::string coding(line.substr(Name.size()));
-    coding.erase(std::remove_if(coding.begin(), coding.end(), [](unsigned char c) { return c <= ' '; }),
-                 coding.end());
-    return strcasecmp(coding.c_str(), "chunked") != 0 && strcasecmp(coding.c_str(), "identity") != 0;
-}
-
-std::size_t OnHeaderLine(char* data, std::size_t, std::size_t size, void* received) {
-    auto& reply = *static_cast<SReceived*>(received);
-    reply.headerSize += size;
-    reply.isHeaderTooLarge = reply.headerSize > LargestHeader;
-    if (reply.isHeaderTooLarge)
-        return 0;
-    const std::string_view line(data, size);
-    reply.isPacked = NamesAPacking(line);
-    if (reply.isPacked || reply.rounds.foundStrayFold())
-        return 0;
-    reply.rounds.headerLine(line);
-    if (line.substr(0, 5) == "HTTP/")
-        reply.headersEnded = false;
-    if (line == "\r\n" || line == "\n")
-        reply.headersEnded = true;
-    return size;
-}
-
-std::size_t OnBody(char* data, std::size_t, std::size_t size, void* received) {
-    auto& reply = *static_cast<SReceived*>(received);
-    reply.body.append(data, size);
-    reply.lastCame = Clock::now();
-    reply.wasEnough = reply.isEnough && reply.isEnough(reply.body);
-    return reply.wasEnough ? 0 : size;
-}
-
-// Called after each read.
-int OnProgress(void* received, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
-    auto& reply = *static_cast<SReceived*>(received);
-    reply.isBodyTooLarge = reply.rounds.bodyBytes() > LargestReply;
-    return reply.isBodyTooLarge ? 1 : 0;
-}
-
 void SetFixedOptions(CURL* curl) {
     constexpr struct {
         CURLoption option;
@@ -136,9 +73,6 @@ void SetFixedOptions(CURL* curl) {
         curl_easy_setopt(curl, row.option, row.value);
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http");
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
-    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, OnHeaderLine);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, OnBody);
-    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, OnProgress);
 }
 
 void SetCredentials(CURL* curl, const SHttpPeer& peer) {
@@ -162,38 +96,8 @@ void SetMethod(CURL* curl, const COptional<std::string>& form) {
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, form->data());
 }
 
-// Between two pieces of a reply that comes slowly and has not stopped.
-constexpr std::chrono::seconds StillComing{1};
-
 constexpr long LowestStatus = 100;
 constexpr long HighestStatus = 999;
-
-constexpr const char* CutText = "connection closed in the middle of the reply";
-constexpr const char* NotHttpText = "the reply is not HTTP";
-
-struct SFailure {
-    HttpFailure kind;
-    std::string text;
-};
-
-constexpr struct {
-    CURLcode code;
-    HttpFailure kind;
-    const char* text; // null: libcurl's own
-} Failures[] = {
-    {CURLE_COULDNT_RESOLVE_HOST, HttpFailure::NameNotFound, "host not found"},
-    {CURLE_COULDNT_CONNECT, HttpFailure::Unreachable, nullptr},
-    {CURLE_GOT_NOTHING, HttpFailure::Dropped, CutText},
-    {CURLE_PARTIAL_FILE, HttpFailure::Cut, CutText},
-    {CURLE_WEIRD_SERVER_REPLY, HttpFailure::NotHttp, NotHttpText},
-    {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
-};
-
-std::string TimedOutText(milliseconds time) {
-    std::ostringstream text; // without the zeros behind the point
-    text << "timed out after " << static_cast<double>(time.count()) / 1000 << " s";
-    return text.str();
-}
 
 std::atomic<milliseconds> longestTimeOut{milliseconds::max()};
 
@@ -201,56 +105,12 @@ milliseconds TimeOutOf(const SHttpRequest& request) {
     return std::min<milliseconds>(std::chrono::seconds(request.timeout), longestTimeOut.load());
 }
 
-SFailure TimeOut(CURL* curl, const SReceived& received, milliseconds time) {
-    curl_off_t connectTime = 0;
-    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connectTime);
-    long connections = 0; // none for a request on a kept one
-    curl_easy_getinfo(curl, CURLINFO_NUM_CONNECTS, &connections);
-    const bool isConnected = connectTime > 0 || connections == 0;
-    const bool isStillComing = Clock::now() - received.lastCame < StillComing;
-    return {received.headerSize > 0 ? (isStillComing ? HttpFailure::Slow : HttpFailure::Cut)
-            : isConnected           ? HttpFailure::NoAnswer
-                                    : HttpFailure::Unreachable,
-            TimedOutText(time)};
-}
-
-SFailure FailureOf(CURL* curl, CURLcode code, const SReceived& received, const char* detail,
-                   milliseconds timeOut) {
-    const HttpFailure broken = received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
-    if (received.rounds.refusedRepetition())
-        return {HttpFailure::Dropped, CutText};
-    if (received.rounds.foundStrayFold())
-        return {HttpFailure::NotHttp, NotHttpText};
-    if (received.isBodyTooLarge)
-        return {HttpFailure::TooLarge,
-                "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB"};
-    if (received.isHeaderTooLarge)
-        return {HttpFailure::TooLarge,
-                "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB"};
-    if (received.isPacked)
-        return {HttpFailure::Packed, "the reply is packed, which was not asked for"};
-    if (code == CURLE_OPERATION_TIMEDOUT)
-        return TimeOut(curl, received, timeOut);
-    long systemError = 0;
-    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
-    if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
-        return {HttpFailure::Refused, "connection refused"};
-    const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
-    if ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset)
-        return {broken, CutText};
-    const std::string own = *detail ? detail : curl_easy_strerror(code);
-    for (const auto& row : Failures)
-        if (row.code == code)
-            return {row.kind, row.text ? row.text : own};
-    return {HttpFailure::Other, own};
-}
-
 std::string StatusText(int status) {
     const std::string reason = device_handler::v1_0::HttpStatusReason(status);
     return "HTTP status " + std::to_string(status) + (reason.empty() ? "" : " ") + reason;
 }
 
-SHttpReply NoStatus(SFailure failure) {
+SHttpReply NoStatus(SHttpNoStatus failure) {
     SHttpReply reply;
     reply.kind = failure.kind;
     reply.failure = std::move(failure.text);
@@ -326,7 +186,7 @@ private:
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
             return NoStatus({HttpFailure::NoAnswer, TimedOutText(timeOut_)});
 
-        SReceived received{rounds, request_.isEnough};
+        CHttpReception received(rounds, request_.isEnough);
         char detail[CURL_ERROR_SIZE] = "";
         SetFixedOptions(curl);
         SetCredentials(curl, peer_);
@@ -338,34 +198,33 @@ private:
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
-        curl_easy_setopt(curl, CURLOPT_HEADERDATA, &received);
-        curl_easy_setopt(curl, CURLOPT_WRITEDATA, &received);
-        curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &received);
+        received.watch(curl);
         rounds.watch(curl);
         const CURLcode code = curl_easy_perform(curl);
-        SHttpReply reply = judge(curl, code, std::move(received), detail);
+        SHttpReply reply = judge(curl, code, received, rounds, detail);
         rounds.stopWatching(curl); // the handle outlives both
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
         return reply;
     }
 
-    SHttpReply judge(CURL* curl, CURLcode code, SReceived received, const char* detail) const {
-        if (received.rounds.refusedChallenge())
+    SHttpReply judge(CURL* curl, CURLcode code, CHttpReception& received, const CHttpRounds& rounds,
+                     const char* detail) const {
+        if (rounds.refusedChallenge())
             return WithStatus(Unauthorized);
-        if (code != CURLE_OK && !received.wasEnough) {
-            SHttpReply reply = NoStatus(FailureOf(curl, code, received, detail, timeOut_));
-            reply.body = std::move(received.body);
+        if (code != CURLE_OK && !received.wasEnough()) {
+            SHttpReply reply = NoStatus(received.failureOf(curl, code, detail, timeOut_));
+            reply.body = received.takeBody();
             reply.isTimedOut = code == CURLE_OPERATION_TIMEDOUT;
             return reply;
         }
-        if (!received.headersEnded) // libcurl takes a connection that ends there for the end of the reply
-            return NoStatus({received.headerSize > 0 ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
+        if (!received.hasWholeHeader()) // libcurl takes a connection that ends there for the end of the reply
+            return NoStatus({received.hasBegun() ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         if (status < LowestStatus || status > HighestStatus) // libcurl takes any number there
             return NoStatus({HttpFailure::NotHttp, NotHttpText});
         SHttpReply reply = WithStatus(static_cast<int>(status));
-        reply.body = std::move(received.body);
+        reply.body = received.takeBody();
         const char* location = nullptr;
         curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
         reply.location = location ? location : "";

@@ -76,6 +76,7 @@ private:
     SFinding moveTest();
     SFinding drift();
     std::vector<SStream> streams();
+    static SFinding playedStream(const SStream& stream);
     static SFinding offStream(const std::string& codec);
     SStreamWish wishOf(const std::string& id);
     Check audioCheck(const std::vector<SStream>& streams);
@@ -84,7 +85,7 @@ private:
 
     void tellRestart(SDiagnosis& problem) const;
     std::optional<SDiagnosis> twoDevices() const;
-    std::optional<SDiagnosis> dumpProblem(const std::string& path) const;
+    std::optional<SDiagnosis> dumpProblem() const;
     std::string place() const;
     std::string placeOtherThan(const std::string& before) const;
     SDiagnosis unconnected() const;

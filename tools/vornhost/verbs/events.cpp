@@ -178,13 +178,13 @@ private:
             refusal_ = lookAtMonitor();
         if (refusal_)
             return tellProblem(*refusal_, subject() + ": the camera was lost");
-        SDiagnosis diagnosis = askOtherwise().value_or(WithoutFault());
+        SDiagnosis diagnosis = askOtherwise().value_or(withoutFault());
         diagnosis.advice = "with --reconnect the program goes on when the camera is back";
         tellProblem(diagnosis, subject() + ": " + (error ? error.getText() : "the camera was lost"));
     }
 
     // Of a camera that ended the request for its alarm inputs and answers others.
-    static SDiagnosis WithoutFault() {
+    static SDiagnosis withoutFault() {
         SDiagnosis diagnosis;
         diagnosis.problem = "it answers other requests";
         diagnosis.request = std::string("GET ") + MonitorPath;

@@ -1,0 +1,147 @@
+#include "refhost/http/http_reception.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+#include <string_view>
+
+namespace corvane::refhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr std::size_t LargestReplyMebibytes = 16;
+constexpr std::size_t LargestReply = LargestReplyMebibytes << 20;
+// libcurl keeps every line of the header, and of a trailer behind the body; a camera's header has some
+// twenty.
+constexpr std::size_t LargestHeaderKibibytes = 256;
+constexpr std::size_t LargestHeader = LargestHeaderKibibytes << 10;
+
+// Between two pieces of a reply that comes slowly and has not stopped.
+constexpr std::chrono::seconds StillComing{1};
+
+constexpr struct {
+    CURLcode code;
+    HttpFailure kind;
+    const char* text; // null: libcurl's own
+} Failures[] = {
+    {CURLE_COULDNT_RESOLVE_HOST, HttpFailure::NameNotFound, "host not found"},
+    {CURLE_COULDNT_CONNECT, HttpFailure::Unreachable, nullptr},
+    {CURLE_GOT_NOTHING, HttpFailure::Dropped, CutText},
+    {CURLE_PARTIAL_FILE, HttpFailure::Cut, CutText},
+    {CURLE_WEIRD_SERVER_REPLY, HttpFailure::NotHttp, NotHttpText},
+    {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
+};
+
+// libcurl would unpack it, asked for or not, and a few bytes can be made gigabytes of.
+bool NamesAPacking(std::string_view line) {
+    constexpr std::string_view Name = "transfer-encoding:";
+    if (line.size() < Name.size() || strncasecmp(line.data(), Name.data(), Name.size()) != 0)
+        return false;
+    std::string coding(line.substr(Name.size()));
+    coding.erase(std::remove_if(coding.begin(), coding.end(), [](unsigned char c) { return c <= ' '; }),
+                 coding.end());
+    return strcasecmp(coding.c_str(), "chunked") != 0 && strcasecmp(coding.c_str(), "identity") != 0;
+}
+
+} // namespace
+
+std::string TimedOutText(milliseconds time) {
+    std::ostringstream text; // without the zeros behind the point
+    text << "timed out after " << static_cast<double>(time.count()) / 1000 << " s";
+    return text.str();
+}
+
+void CHttpReception::watch(CURL* curl) {
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, takeHeaderLine);
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, takeBodyPart);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, takeProgress);
+    curl_easy_setopt(curl, CURLOPT_XFERINFODATA, this);
+}
+
+std::size_t CHttpReception::takeHeaderLine(char* data, std::size_t /*size*/, std::size_t count,
+                                           void* reception) {
+    auto& itself = *static_cast<CHttpReception*>(reception);
+    itself.headerSize_ += count;
+    itself.isHeaderTooLarge_ = itself.headerSize_ > LargestHeader;
+    if (itself.isHeaderTooLarge_)
+        return 0;
+    const std::string_view line(data, count);
+    itself.isPacked_ = NamesAPacking(line);
+    if (itself.isPacked_ || itself.rounds_.foundStrayFold())
+        return 0;
+    itself.rounds_.headerLine(line);
+    if (line.substr(0, 5) == "HTTP/")
+        itself.headersEnded_ = false;
+    if (line == "\r\n" || line == "\n")
+        itself.headersEnded_ = true;
+    return count;
+}
+
+std::size_t CHttpReception::takeBodyPart(char* data, std::size_t /*size*/, std::size_t count,
+                                         void* reception) {
+    auto& itself = *static_cast<CHttpReception*>(reception);
+    itself.body_.append(data, count);
+    itself.lastCame_ = Clock::now();
+    itself.wasEnough_ = itself.isEnough_ && itself.isEnough_(itself.body_);
+    return itself.wasEnough_ ? 0 : count;
+}
+
+// Called after each read.
+int CHttpReception::takeProgress(void* reception, curl_off_t /*toCome*/, curl_off_t /*came*/,
+                                 curl_off_t /*toGo*/, curl_off_t /*gone*/) {
+    auto& itself = *static_cast<CHttpReception*>(reception);
+    itself.isBodyTooLarge_ = itself.rounds_.bodyBytes() > LargestReply;
+    return itself.isBodyTooLarge_ ? 1 : 0;
+}
+
+SHttpNoStatus CHttpReception::timeOut(CURL* curl, milliseconds time) const {
+    curl_off_t connectTime = 0;
+    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &connectTime);
+    long connections = 0; // none for a request on a kept one
+    curl_easy_getinfo(curl, CURLINFO_NUM_CONNECTS, &connections);
+    const bool isConnected = connectTime > 0 || connections == 0;
+    const bool isStillComing = Clock::now() - lastCame_ < StillComing;
+    return {headerSize_ > 0 ? (isStillComing ? HttpFailure::Slow : HttpFailure::Cut)
+            : isConnected   ? HttpFailure::NoAnswer
+                            : HttpFailure::Unreachable,
+            TimedOutText(time)};
+}
+
+SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* detail,
+                                        milliseconds timeOut) const {
+    const HttpFailure broken = headerSize_ > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
+    if (rounds_.refusedRepetition())
+        return {HttpFailure::Dropped, CutText};
+    if (rounds_.foundStrayFold())
+        return {HttpFailure::NotHttp, NotHttpText};
+    if (isBodyTooLarge_)
+        return {HttpFailure::TooLarge,
+                "the reply is larger than " + std::to_string(LargestReplyMebibytes) + " MiB"};
+    if (isHeaderTooLarge_)
+        return {HttpFailure::TooLarge,
+                "the reply's header is larger than " + std::to_string(LargestHeaderKibibytes) + " KiB"};
+    if (isPacked_)
+        return {HttpFailure::Packed, "the reply is packed, which was not asked for"};
+    if (code == CURLE_OPERATION_TIMEDOUT)
+        return this->timeOut(curl, timeOut);
+    long systemError = 0;
+    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
+    if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
+        return {HttpFailure::Refused, "connection refused"};
+    const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
+    if ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset)
+        return {broken, CutText};
+    const std::string own = *detail ? detail : curl_easy_strerror(code);
+    for (const auto& row : Failures)
+        if (row.code == code)
+            return {row.kind, row.text ? row.text : own};
+    return {HttpFailure::Other, own};
+}
+
+} // namespace corvane::refhost
