@@ -208,7 +208,8 @@ TEST(FaultCatalogue, IsSetAndRemovedByNameThroughTheControlInterface) {
     const CCamsim camsim({"--count", "2", "--no-rtsp"});
     const json set = camsim.post("/faults", {{"name", "password-changed"}, {"camera", 1}});
     ASSERT_EQ(set.at("ids").size(), 2U);
-    for (const json& part : camsim.get("/faults").at("faults")) {
+    const json listed = camsim.get("/faults");
+    for (const json& part : listed.at("faults")) {
         EXPECT_EQ(part.at("name"), "password-changed");
         EXPECT_EQ(part.at("camera"), 1);
     }

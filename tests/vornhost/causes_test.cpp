@@ -30,7 +30,6 @@ const SCase Cases[] = {
     {"/cgi-bin/get_capability delay ms=5000", Name, "no-answer", "capability", "timed out after 4 s", 3},
     {"/cgi-bin/get_capability garbage", Name, "not-http", "capability", "not HTTP", 3},
     {"/cgi-bin/get_capability empty", Name, "empty", "capability", "nothing behind", 3},
-    {"/cgi-bin/get_capability body size=17000000", Name, "too-large", "capability", "larger than 16 MiB", 3},
     {"/cgi-bin/get_capability status status=401", Name, "wrong-password", "capability",
      "to user \"admin\" (the family's default)", 3},
     {"/cgi-bin/get_capability status status=403", Name, "forbidden", "capability", "403 Forbidden", 3},

@@ -83,9 +83,11 @@ INSTANTIATE_TEST_SUITE_P(Each, DoctorOnAHealthyCamera,
 // time, since most of each visit is waiting.
 TEST(Doctor, DiagnosesTheCatalogue) {
 #if defined(VORN_UNDER_ASAN) || defined(VORN_UNDER_TSAN)
-    constexpr std::size_t Step = 9; // a sample: a busy camera's pictures come late
+    constexpr std::size_t Step = 9; // a sample, under which everything takes longer
+    constexpr double Longer = 6;
 #else
     constexpr std::size_t Step = 1;
+    constexpr double Longer = 1;
 #endif
     std::vector<json> rows;
     const std::vector<json> all = JsonLines(RunProgram("camsim", {"faults", "--json"}).out);
@@ -115,7 +117,8 @@ TEST(Doctor, DiagnosesTheCatalogue) {
             const std::lock_guard<std::mutex> lock(mutex);
             EXPECT_EQ(visit.verdict.value("cause", ""), row.at("cause")) << row << json(visit.checks);
             EXPECT_TRUE(isFound) << row << json(visit.checks);
-            EXPECT_LE(visit.verdict.at("ms").get<double>(), row.at("seconds").get<double>() * 1000) << row;
+            EXPECT_LE(visit.verdict.at("ms").get<double>(), row.at("seconds").get<double>() * 1000 * Longer)
+                << row;
         }
     };
     std::vector<std::future<void>> workers;
