@@ -1,13 +1,13 @@
 #include "refhost/http/connection_probe.h"
 
 #include "refhost/base/address.h"
+#include "refhost/base/time_text.h"
 
 #include <curl/curl.h>
 
 #include <cerrno>
 #include <memory>
 #include <new>
-#include <sstream>
 #include <utility>
 
 namespace corvane::refhost {
@@ -48,13 +48,10 @@ SProbedConnection ResultOf(CURL* curl, CURLcode code, std::chrono::milliseconds 
         return {HttpFailure::NameNotFound, "host not found", result.milliseconds};
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
         return {HttpFailure::Refused, "connection refused", result.milliseconds};
-    std::ostringstream text; // without the zeros behind the point
-    if (code == CURLE_OPERATION_TIMEDOUT)
-        text << "nobody has taken the connection within " << static_cast<double>(limit.count()) / 1000
-             << " s";
-    else
-        text << curl_easy_strerror(code);
-    return {HttpFailure::Unreachable, text.str(), result.milliseconds};
+    return {HttpFailure::Unreachable,
+            code == CURLE_OPERATION_TIMEDOUT ? "nobody has taken the connection within " + TimeText(limit)
+                                             : curl_easy_strerror(code),
+            result.milliseconds};
 }
 
 // Some of the addresses, side by side.

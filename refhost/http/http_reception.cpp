@@ -1,10 +1,11 @@
 #include "refhost/http/http_reception.h"
 
+#include "refhost/base/time_text.h"
+
 #include <strings.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <sstream>
 #include <string_view>
 
 namespace corvane::refhost {
@@ -50,9 +51,7 @@ bool NamesAPacking(std::string_view line) {
 } // namespace
 
 std::string TimedOutText(milliseconds time) {
-    std::ostringstream text; // without the zeros behind the point
-    text << "timed out after " << static_cast<double>(time.count()) / 1000 << " s";
-    return text.str();
+    return "timed out after " + TimeText(time);
 }
 
 void CHttpReception::watch(CURL* curl) {

@@ -53,11 +53,6 @@ void CExchangeWatch::note(const SHttpExchange& exchange) {
         latest_.pop_front();
 }
 
-std::optional<SHttpExchange> CExchangeWatch::lastFailing() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return LastThat(latest_, Failed);
-}
-
 std::optional<SHttpExchange> CExchangeWatch::lastOf(const std::string& path) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return LastThat(latest_, [&path](const SHttpExchange& exchange) {

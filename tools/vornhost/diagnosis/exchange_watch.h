@@ -30,8 +30,7 @@ public:
     CExchangeWatch(const CExchangeWatch&) = delete;
     CExchangeWatch& operator=(const CExchangeWatch&) = delete;
 
-    // The latest that failed; the latest whose path holds the text.
-    std::optional<SHttpExchange> lastFailing() const;
+    // The latest whose path holds the text.
     std::optional<SHttpExchange> lastOf(const std::string& path) const;
     // The latest that failed but was no look at the settings; the latest such look when that failed.
     std::optional<SHttpExchange> lastFailingOwn() const;

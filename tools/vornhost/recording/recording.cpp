@@ -1,9 +1,9 @@
 #include "tools/vornhost/recording/recording.h"
 
+#include "refhost/base/time_text.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <algorithm>
-#include <sstream>
 #include <system_error>
 
 namespace corvane::vornhost {
@@ -46,12 +46,6 @@ guint WaitingBytes(GstPad* out) {
         g_object_get(element.get(), "current-level-bytes", &bytes, "current-level-buffers", &buffers,
                      nullptr);
     return bytes + buffers * BufferCost;
-}
-
-std::string PatienceText(std::chrono::milliseconds time) {
-    std::ostringstream text; // without the zeros behind the point
-    text << static_cast<double>(time.count()) / 1000 << " s";
-    return text.str();
 }
 
 } // namespace
@@ -172,7 +166,7 @@ std::optional<CError> CRecording::silence() const {
     };
     if (!isSilentSince(lastCame_) && !(audio_ && isSilentSince(lastSoundCame_)))
         return std::nullopt;
-    const std::string time = PatienceText(limits_.silence);
+    const std::string time = refhost::TimeText(limits_.silence);
     return isSilentSince(lastCame_)
                ? CError(RtnCode::NotAccessible, Origin::General, "no data within " + time)
                : ofAudio("no sound within " + time);
