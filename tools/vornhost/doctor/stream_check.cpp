@@ -209,17 +209,48 @@ SFinding Compare(const SSeen& seen, const SStreamWish& wish, const std::string& 
     return Sound(what);
 }
 
-// The pictures that came first were not followed by others.
-SDiagnosis Standing(const SSeen& seen, const std::string& asked) {
+bool IsEnough(const SSeen& seen, const SStreamTimes& times) {
+    return seen.seconds() * 1000 >= static_cast<double>(times.least.count());
+}
+
+SDiagnosis Standing(const char* problem, const std::string& answered, const std::string& asked) {
     SDiagnosis diagnosis;
-    diagnosis.problem = "the stream stands: it began, and no more pictures come";
+    diagnosis.problem = problem;
     diagnosis.request = asked;
-    diagnosis.reply =
-        std::to_string(seen.buffers) + (seen.buffers == 1 ? " picture" : " pictures") + ", and none behind";
+    diagnosis.reply = answered;
     diagnosis.advice = "restart the camera; see what stands between it and here";
-    diagnosis.cause = "no-picture";
     diagnosis.phase = "stream";
     return diagnosis;
+}
+
+// The pictures that came first were not followed by others.
+SDiagnosis PicturesStand(const SSeen& seen, const std::string& asked) {
+    SDiagnosis diagnosis = Standing("the stream stands: it began, and no more pictures come",
+                                    std::to_string(seen.buffers) +
+                                        (seen.buffers == 1 ? " picture" : " pictures") + ", and none behind",
+                                    asked);
+    diagnosis.cause = "no-picture";
+    return diagnosis;
+}
+
+SDiagnosis SoundStands(const SSeen& seen, const std::string& asked) {
+    SDiagnosis diagnosis = Standing("the sound stands: it began, and no more comes",
+                                    SecondsText(seen.seconds()) + " of sound, and none behind", asked);
+    diagnosis.cause = "no-sound";
+    return diagnosis;
+}
+
+// Takes what a pad gives, until there is enough of it, or it has stood for too long.
+SSeen Take(CPadCount& count, const SStreamTimes& times) {
+    count.wait(Clock::now() + times.firstData, [](const SSeen& seen) { return seen.buffers > 0; });
+    return count.wait(Clock::now() + times.longest, [&times](const SSeen& seen) {
+        return seen.buffers == 0 || (IsEnough(seen, times) && seen.buffers > 2);
+    });
+}
+
+// A busy camera's data may be late, but not for as long as is watched.
+bool Stands(const SSeen& seen, const SStreamTimes& times) {
+    return !IsEnough(seen, times) && Clock::now() - seen.lastCame > times.least;
 }
 
 } // namespace
@@ -232,12 +263,7 @@ SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const
         error = play.start();
     if (error)
         return Faulty(DiagnoseStream(error, ""));
-    const Clock::time_point start = Clock::now();
-    play.pictures().wait(start + times.firstData, [](const SSeen& seen) { return seen.buffers > 0; });
-    const double least = static_cast<double>(times.least.count()) / 1000;
-    const SSeen seen = play.pictures().wait(Clock::now() + times.longest, [&](const SSeen& now) {
-        return now.buffers == 0 || (now.seconds() >= least && now.buffers > 2);
-    });
+    const SSeen seen = Take(play.pictures(), times);
     const std::string asked = play.asked(refhost::RtspPart::Pictures);
     const auto end = play.end();
     play.stop();
@@ -248,8 +274,7 @@ SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const
             DiagnoseStream({RtnCode::NotAccessible, Origin::Device, refhost::rtsp_failure::TimedOut}, asked));
     if (seen.buffers == 0)
         return Faulty(DiagnoseStream(NothingWithin("no data", times.firstData), asked));
-    const bool stands = seen.seconds() < least && Clock::now() - seen.lastCame > times.least;
-    return stands ? Faulty(Standing(seen, asked)) : Compare(seen, wish, asked);
+    return Stands(seen, times) ? Faulty(PicturesStand(seen, asked)) : Compare(seen, wish, asked);
 }
 
 SFinding CheckAudio(const refhost::SRtspSource& pictures, VideoCodec codec, const refhost::SRtspSource& sound,
@@ -262,19 +287,17 @@ SFinding CheckAudio(const refhost::SRtspSource& pictures, VideoCodec codec, cons
         error = play.start();
     if (error)
         return Faulty(DiagnoseStream(error, ""));
-    const SSeen first =
-        play.sound().wait(Clock::now() + times.firstData, [](const SSeen& now) { return now.buffers > 0; });
-    SSeen seen = first;
-    if (first.buffers > 0)
-        seen = play.sound().wait(Clock::now() + times.least, [](const SSeen&) { return false; });
+    const SSeen seen = Take(play.sound(), times);
     const std::string asked = play.asked(refhost::RtspPart::Sound);
     const auto end = play.end();
     play.stop();
-    constexpr std::chrono::seconds LongestPause{1};
-    const bool goesOn = seen.buffers > first.buffers && Clock::now() - seen.lastCame < LongestPause;
-    if (goesOn && !end)
+    SDiagnosis problem;
+    if (end || seen.buffers == 0)
+        problem = DiagnoseStream(end.value_or(NothingWithin("no sound", times.firstData)), asked);
+    else if (Stands(seen, times))
+        problem = SoundStands(seen, asked);
+    else
         return Sound("sound comes");
-    SDiagnosis problem = DiagnoseStream(end.value_or(NothingWithin("no sound", times.firstData)), asked);
     problem.phase = "audio";
     return Faulty(problem);
 }

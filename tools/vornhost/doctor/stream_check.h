@@ -28,7 +28,7 @@ struct SStreamTimes {
 SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamWish& wish,
                      const SStreamTimes& times = {});
 
-// Plays a stream's pictures and the sound beside them until sound comes.
+// Plays a stream's pictures and the sound beside them for some seconds.
 SFinding CheckAudio(const refhost::SRtspSource& pictures, VideoCodec codec, const refhost::SRtspSource& sound,
                     const SStreamTimes& times = {});
 
