@@ -5,20 +5,13 @@
 
 #include <algorithm>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace corvane::vornhost {
 namespace {
 
+constexpr std::size_t UsualWidth = 80;
 constexpr const char* BackToLineStart = "\r\x1b[K"; // and empties the line
-
-std::size_t TerminalWidth() {
-    constexpr std::size_t UsualWidth = 80;
-    winsize size{};
-    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isKnown ? size.ws_col : UsualWidth;
-}
 
 bool TakesOutput() {
     pollfd terminal{STDERR_FILENO, POLLOUT, 0};
@@ -37,7 +30,7 @@ void CStatusLine::show(const std::string& text) {
     if (!isShown_ || text == text_ || !TakesOutput())
         return;
     // A line that is wrapped could not be written over.
-    const std::size_t width = std::max<std::size_t>(TerminalWidth(), 2) - 1;
+    const std::size_t width = std::max<std::size_t>(TerminalWidth(STDERR_FILENO, UsualWidth), 2) - 1;
     WriteMessage(BackToLineStart + Wrap(text, width).front());
     text_ = text;
 }

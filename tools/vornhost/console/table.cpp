@@ -34,6 +34,13 @@ std::string Styled(const char* style, const std::string& text, bool colour) {
 
 } // namespace
 
+std::size_t PageWidth() {
+    constexpr std::size_t OfFile = 100;
+    constexpr std::size_t Narrowest = 40; // below, columns would hold a word a line
+    constexpr std::size_t Widest = 160;   // beyond, no eye finds its line
+    return std::clamp(TerminalWidth(STDOUT_FILENO, OfFile), Narrowest, Widest);
+}
+
 CTable::CTable(std::vector<std::string> titles, std::size_t indent)
     : titles_(std::move(titles)), indent_(indent), leastWidths_(titles_.size(), 0) {}
 
@@ -58,7 +65,7 @@ std::vector<std::size_t> CTable::columnWidths() const {
     widen(titles_);
     std::for_each(rows_.begin(), rows_.end(), widen);
     const std::size_t gaps = widths.empty() ? 0 : Gap * (widths.size() - 1);
-    Squeeze(widths, PageWidth - indent_ - gaps);
+    Squeeze(widths, PageWidth() - indent_ - gaps);
     return widths;
 }
 

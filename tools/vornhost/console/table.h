@@ -5,8 +5,8 @@
 
 namespace corvane::vornhost {
 
-// No line of a table is wider.
-inline constexpr std::size_t PageWidth = 100;
+// No line of a table is wider: as wide as the terminal of standard output is, within reason; 100 for a file.
+std::size_t PageWidth();
 
 // An aligned table. The texts are made printable; a cell too wide for the page is wrapped inside its column.
 class CTable {

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <string_view>
+#include <sys/ioctl.h>
 
 namespace corvane::vornhost {
 
@@ -41,6 +42,12 @@ std::string PrintableText(const std::string& text) {
         end += refhost::CharacterAt(text, end).length;
     return refhost::PrintableText(text.substr(0, end)) + "... and " + std::to_string(text.size() - end) +
            " bytes more";
+}
+
+std::size_t TerminalWidth(int descriptor, std::size_t otherwise) {
+    winsize size{};
+    const bool isKnown = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : otherwise;
 }
 
 std::size_t DisplayWidth(const std::string& text) {

@@ -10,6 +10,9 @@ namespace corvane::vornhost {
 std::string PrintableText(const std::string& text);
 inline constexpr std::size_t MostForEyes = 4'000; // bytes
 
+// How many columns the terminal behind a descriptor has; `otherwise` where it is none, or does not say.
+std::size_t TerminalWidth(int descriptor, std::size_t otherwise);
+
 // How many columns a printable text takes: two for a wide East Asian character, none for a combining one.
 std::size_t DisplayWidth(const std::string& text);
 

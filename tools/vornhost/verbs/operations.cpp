@@ -1,4 +1,5 @@
 #include "tools/vornhost/calls/answer_text.h"
+#include "tools/vornhost/calls/operation_guide.h"
 #include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
@@ -14,14 +15,30 @@ namespace {
 ordered_json OperationJson(const SOperation& operation) {
     ordered_json arguments = ordered_json::array();
     for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)
-        arguments.push_back({{"name", operation.parameterNames[i]}, {"form", operation.parameterForms[i]}});
+        arguments.push_back({{"name", operation.parameterNames[i]},
+                             {"form", operation.parameterForms[i]},
+                             {"range", GuideToArgument(operation.name, operation.parameterNames[i])}});
     return {{"operation", operation.name},
+            {"does", GuideToOperation(operation.name)},
             {"arguments", std::move(arguments)},
             {"outputs", operation.outputNames}};
 }
 
+// One of several that are looked at closely.
+std::string OperationText(const SOperation& operation) {
+    constexpr std::size_t Indent = 2;
+    CTable arguments({}, Indent);
+    for (const std::string& name : operation.parameterNames)
+        arguments.addRow({name, GuideToArgument(operation.name, name)});
+    if (!operation.outputNames.empty())
+        arguments.addRow({"answers", Join(operation.outputNames, ", ")});
+    CTable does({}, Indent);
+    does.addRow({GuideToOperation(operation.name)});
+    return Bold(SignatureOf(operation), ColourWanted()) + "\n" + does.rowLines() + arguments.rowLines();
+}
+
 constexpr const char* Help =
-    R"(What each is called with, and what it answers. No camera is asked.
+    R"(What each does; with a NAME also what it is called with, and what it answers. No camera is asked.
 Examples:
   vornhost operations Resolution
   vornhost operations --json getPtzPosition)";
@@ -36,24 +53,25 @@ public:
     ExitStatus run(const SOptions& options) override {
         // Nothing is ever sent to the address: the camera object is not initialised.
         const CDeviceSession session(options, "localhost");
-        CTable table({"OPERATION", "ANSWERS"});
+        CTable table({"OPERATION", "DOES"});
         Texts names;
-        bool isFound = false;
+        std::string text;
         for (const SOperation& operation : session.operations().operations()) {
             names.push_back(operation.name);
             if (operation.name.find(name_) == std::string::npos)
                 continue;
-            isFound = true;
             if (options.json)
-                WriteOutput(JsonLine(OperationJson(operation)));
+                text += JsonLine(OperationJson(operation));
+            else if (name_.empty())
+                table.addRow({operation.name, GuideToOperation(operation.name)});
             else
-                table.addRow({SignatureOf(operation), Join(operation.outputNames, ", ")});
+                text += OperationText(operation);
         }
-        if (!isFound)
+        text += table.rowLines();
+        if (text.empty())
             throw CFailure(ExitStatus::WrongUsage,
                            "there is no operation \"" + name_ + "\"" + DidYouMean(name_, names));
-        if (!options.json)
-            WriteOutput((name_.empty() ? "" : table.headingLines(ColourWanted())) + table.rowLines());
+        WriteOutput(text);
         return ExitStatus::Success;
     }
 
