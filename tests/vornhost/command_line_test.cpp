@@ -2,7 +2,6 @@
 
 #include "tests/vornhost/vornhost_support.h"
 
-
 #include <cstdlib>
 
 namespace corvane::vornhost_test {
@@ -60,6 +59,33 @@ TEST(CommandLine, APluginThatCannotBeLoadedEndsWith3) {
     EXPECT_EQ(Vornhost({"--plugin", built, "operations"}).status, 0);
 }
 
+// Where no camera is to blame, a program is told so in the same way.
+TEST(CommandLine, WhatIsWrongOnThisSideHasItsCause) {
+    const CTemporaryFolder folder;
+    const std::string torn = folder.file("torn.json", "{");
+    const struct {
+        std::vector<std::string> words;
+        const char* cause;
+        int status;
+    } rows[] = {
+        {{"sho", "localhost"}, "wrong-usage", 2},
+        {{"show", "localhost:0"}, "wrong-usage", 2},
+        {{"record", "localhost", "--stream", "0,h264,0"}, "wrong-usage", 2},
+        {{"--models", torn, "models"}, "wrong-file", 2},
+        {{"--password-file", "/nowhere", "--user", "admin", "show", "localhost"}, "wrong-file", 2},
+        {{"--db", "/nowhere/devices.db", "show", "localhost"}, "wrong-file", 2},
+        {{"--plugin", torn, "operations"}, "no-plugin", 3},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = row.words;
+        words.emplace_back("--json");
+        const SRun run = Vornhost(words);
+        EXPECT_EQ(run.status, row.status) << run.out;
+        EXPECT_EQ(json::parse(run.out).at("problem").at("cause"), row.cause) << run.out;
+        EXPECT_THAT(run.err, HasSubstr("vornhost: "));
+    }
+}
+
 TEST(CommandLine, HelpNamesEveryVerbAndEveryVerbHasHelp) {
     const SRun help = Vornhost({"--help"});
     EXPECT_EQ(help.status, 0);
@@ -89,8 +115,7 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
         "outputs":[]})")));
     // An operation is worth as much as a person can learn of it.
     for (const json& operation : told) {
-        EXPECT_THAT(operation.at("does").get<std::string>(), testing::EndsWith("."))
-            << operation;
+        EXPECT_THAT(operation.at("does").get<std::string>(), testing::EndsWith(".")) << operation;
         for (const json& argument : operation.at("arguments"))
             EXPECT_NE(argument.at("range"), "") << operation;
     }

@@ -49,6 +49,30 @@ TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
     EXPECT_EQ(PlayedFrames(folder.file("video.mkv")), told.at("frames"));
 }
 
+// With a whole decoder behind it: MJPEG comes as pictures, H.264 must be decoded.
+TEST(Record, ASnapshotIsOneWholePicture) {
+    const CTemporaryFolder folder;
+    const CCamsim camsim({"--rtsp-port", "0"});
+    const std::string file = folder.file("picture.jpg");
+    for (const auto& [stream, size] : {std::pair("0,h264,0", "1280x960"), {"0,mjpeg,0", "640x480"}}) {
+        const SRun run = Vornhost({"--json", "--rtsp-port", camsim.rtspPort(), "record", camsim.address(),
+                                   "--stream", stream, "--snapshot", file});
+        ASSERT_EQ(run.status, 0) << run.err;
+        const json told = json::parse(run.out);
+        EXPECT_EQ(told.at("resolution"), size);
+        EXPECT_EQ(told.at("bytes"), std::filesystem::file_size(file));
+        const std::string decoded = "gst-launch-1.0 -q filesrc location=" + file +
+                                    " ! jpegparse ! jpegdec ! video/x-raw,width=" +
+                                    std::string(size).substr(0, std::string(size).find('x')) + " ! fakesink";
+        EXPECT_EQ(std::system(decoded.c_str()), 0) << stream;
+    }
+    camsim.post("/faults", {{"path", "/MediaInput/*"}, {"kind", "silence"}});
+    const SRun none = Vornhost({"--json", "--timeout", Patience, "--rtsp-port", camsim.rtspPort(), "record",
+                                camsim.address(), "--stream", "0,h264,0", "--snapshot", file});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(json::parse(none.out).at("problem").at("cause"), "no-picture") << none.out;
+}
+
 // What the file holds, as "video/x-h264" and "audio/x-adpcm".
 std::string DiscoveredStreams(const std::string& file) {
     const std::string command = "gst-launch-1.0 -v filesrc location=" + file +

@@ -5,12 +5,15 @@
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/session/options.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/thread/exceptions.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <utility>
@@ -91,10 +94,21 @@ ExitStatus Run(int argc, char** argv) {
     return ExitStatus::WrongUsage;
 }
 
-ExitStatus TellLimit(const std::string& what) {
-    WriteMessage("vornhost: this machine cannot go on: " + what +
-                 "; see what limits the program's memory and threads (ulimit -a)\n");
-    return ExitStatus::NotStarted;
+// For people, and for a program that reads JSON lines; arguments that cannot be read may have asked for
+// those, too.
+ExitStatus Tell(const CFailure& failure, int argc, char** argv) {
+    const bool isForPrograms =
+        std::any_of(argv, argv + argc, [](const char* word) { return std::strcmp(word, "--json") == 0; });
+    const SDiagnosis problem = DiagnoseOwn(failure);
+    WriteMessage("vornhost: " + problem.problem +
+                 (failure.cause() == OwnCause::Limit ? "; " + problem.advice : "") + "\n");
+    if (isForPrograms)
+        WriteOutput(ProblemLine(problem));
+    return failure.status();
+}
+
+CFailure Limit(const std::string& what) {
+    return {ExitStatus::NotStarted, "this machine cannot go on: " + what, OwnCause::Limit};
 }
 
 ExitStatus Main(int argc, char** argv) {
@@ -102,14 +116,13 @@ ExitStatus Main(int argc, char** argv) {
         const CSignalThread signals;
         return Run(argc, argv);
     } catch (const CFailure& failure) {
-        WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
-        return failure.status();
+        return Tell(failure, argc, argv);
     } catch (const std::bad_alloc&) {
-        return TellLimit("no memory");
+        return Tell(Limit("no memory"), argc, argv);
     } catch (const boost::thread_resource_error& failure) {
-        return TellLimit(failure.what());
+        return Tell(Limit(failure.what()), argc, argv);
     } catch (const std::system_error& failure) {
-        return TellLimit(failure.code().message());
+        return Tell(Limit(failure.code().message()), argc, argv);
     } catch (const std::exception& failure) {
         WriteMessage(std::string("vornhost: unexpected failure: ") + PrintableText(failure.what()) + "\n");
         return ExitStatus::CallFailed;

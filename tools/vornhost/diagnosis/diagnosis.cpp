@@ -252,9 +252,35 @@ std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthenticat
     return diagnosis;
 }
 
+SDiagnosis DiagnoseOwn(const CFailure& failure) {
+    static constexpr struct {
+        OwnCause cause;
+        const char* name;
+        const char* advice;
+    } Causes[] = {
+        {OwnCause::WrongUsage, "wrong-usage", "see `vornhost VERB --help`"},
+        {OwnCause::WrongFile, "wrong-file", "put the file right, or give another"},
+        {OwnCause::CannotWrite, "cannot-write", "see whether there is room, and who may write there"},
+        {OwnCause::NoPlugin, "no-plugin", "give the plug-in's library with --plugin FILE"},
+        {OwnCause::Limit, "limit", "see what limits the program's memory and threads (ulimit -a)"},
+    };
+    const auto* const row = std::find_if(std::begin(Causes), std::end(Causes), [&failure](const auto& one) {
+        return one.cause == failure.cause();
+    });
+    SDiagnosis diagnosis;
+    diagnosis.problem = failure.what();
+    diagnosis.reply = failure.what();
+    diagnosis.advice = row->advice;
+    diagnosis.cause = row->name;
+    return diagnosis;
+}
+
 ordered_json ProblemObject(const SDiagnosis& diagnosis) {
-    return {{"cause", diagnosis.cause},   {"certain", diagnosis.isCertain}, {"phase", diagnosis.phase},
-            {"asked", diagnosis.request}, {"answered", diagnosis.reply},    {"try", diagnosis.advice}};
+    ordered_json problem{{"cause", diagnosis.cause}, {"certain", diagnosis.isCertain}};
+    if (!diagnosis.phase.empty())
+        problem["phase"] = diagnosis.phase;
+    problem.update({{"asked", diagnosis.request}, {"answered", diagnosis.reply}, {"try", diagnosis.advice}});
+    return problem;
 }
 
 std::string ProblemLine(const SDiagnosis& diagnosis) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "refhost/base/authentication_book.h"
+#include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/diagnosis/exchange_watch.h"
 #include "tools/vornhost/names.h"
 
@@ -37,7 +38,11 @@ SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch
 // Of a camera that offers Basic authentication alone: a warning. Nothing of any other.
 std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthentication& seen);
 
-// What a program is told: {"cause", "certain", "phase", "asked", "answered", "try"}.
+// Of a failure on this side.
+SDiagnosis DiagnoseOwn(const CFailure& failure);
+
+// What a program is told: {"cause", "certain", "phase", "asked", "answered", "try"},
+// without the phase where there is none.
 ordered_json ProblemObject(const SDiagnosis& diagnosis);
 
 // The line of a verb that has nothing else to tell.

@@ -68,6 +68,10 @@ const SStreamProblem Problems[] = {
      "record without --audio, or wait longer with --timeout S"},
     {"no data within", "no-picture", "the camera sends no picture",
      "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
+    {"no whole picture within", "no-picture", "the camera sends no picture that can be shown",
+     "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
+    {UnwritableFile, "cannot-write", "the recording cannot be kept",
+     "see whether there is room, and who may write there"},
     {"the camera ended the stream", "stream-lost", "the camera was lost",
      "see whether the camera has restarted, then try again"},
 };
@@ -81,8 +85,7 @@ bool IsNoStream(const CError& error) {
 
 void RequireThreads(const CError& error) {
     if (error.getText().find(device_handler::v1_0::NoThreadText) != std::string::npos)
-        throw CFailure(ExitStatus::NotStarted,
-                       error.getText() + "; see what limits the program's memory and threads (ulimit -a)");
+        throw CFailure(ExitStatus::NotStarted, error.getText(), OwnCause::Limit);
 }
 
 SDiagnosis DiagnoseStream(const CError& error, const std::string& request) {

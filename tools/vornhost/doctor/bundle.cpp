@@ -62,7 +62,8 @@ public:
         void* const symbol = handle_ ? dlsym(handle_, name) : nullptr;
         if (!symbol)
             throw CFailure(ExitStatus::NotStarted,
-                           std::string("no bundle can be written: ") + File + " is not there");
+                           std::string("no bundle can be written: ") + File + " is not there",
+                           OwnCause::CannotWrite);
         return reinterpret_cast<Function*>(symbol);
     }
 
@@ -105,8 +106,9 @@ private:
         if (result == ARCHIVE_OK)
             return;
         const char* const reason = VORN_ARCHIVE(archive_error_string)(archive_.get());
-        throw CFailure(ExitStatus::CallFailed, "the file \"" + path_ + "\" cannot be written: " +
-                                                   (reason ? reason : "the archive is not complete"));
+        throw CFailure(ExitStatus::CallFailed,
+                       UnwritableText(path_, reason ? reason : "the archive is not complete"),
+                       OwnCause::CannotWrite);
     }
 
     const std::string path_;
@@ -133,8 +135,9 @@ std::string WriteBundle(const std::string& file, const SBundleContent& content) 
         {"versions.txt", "of program, plug-in, model list and libraries", content.versions},
     };
     COutputFile output(file);
-    if (output.begin() != 0)
-        throw CFailure(ExitStatus::WrongUsage, "the file \"" + file + "\" cannot be written");
+    if (const int failure = output.begin())
+        throw CFailure(ExitStatus::CallFailed, UnwritableText(file, std::generic_category().message(failure)),
+                       OwnCause::CannotWrite);
     CArchive archive(file, output.descriptor());
     std::string told = file + " holds, passwords and digest responses left out:\n";
     for (const auto& part : parts) {

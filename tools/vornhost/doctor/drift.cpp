@@ -16,7 +16,7 @@ constexpr const char* Streams = "streams";
 constexpr const char* AdjustmentsMember = "adjustments";
 
 [[noreturn]] void Refuse(const std::string& reason) {
-    throw CFailure(ExitStatus::WrongUsage, "the record cannot be used: " + reason);
+    throw CFailure(ExitStatus::WrongUsage, "the record cannot be used: " + reason, OwnCause::WrongFile);
 }
 
 Record RecordOf(const std::optional<SAnswer>& answer) {

@@ -5,6 +5,7 @@
 #include "refhost/streams/rtsp_pipeline.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "tools/vornhost/recording/frame_size.h"
 
 #include <cmath>
 #include <condition_variable>
@@ -97,19 +98,8 @@ private:
             seen_.keyFrames.push_back(seen_.buffers);
         ++seen_.buffers;
         if (seen_.resolution.empty())
-            seen_.resolution = resolutionOf(pad);
+            seen_.resolution = FrameSizeOf(pad);
         changed_.notify_all();
-    }
-
-    static std::string resolutionOf(GstPad* pad) {
-        const std::unique_ptr<GstCaps, decltype(&gst_caps_unref)> caps(gst_pad_get_current_caps(pad),
-                                                                       gst_caps_unref);
-        int width = 0;
-        int height = 0;
-        const bool isKnown = caps &&
-                             gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "width", &width) &&
-                             gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "height", &height);
-        return isKnown ? std::to_string(width) + "x" + std::to_string(height) : "";
     }
 
     mutable std::mutex mutex_; // guards what follows

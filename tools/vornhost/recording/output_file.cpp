@@ -14,7 +14,7 @@ namespace corvane::vornhost {
 namespace {
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& reason) {
-    throw CFailure(ExitStatus::WrongUsage, "the file \"" + path + "\" cannot be written: " + reason);
+    throw CFailure(ExitStatus::WrongUsage, UnwritableText(path, reason), OwnCause::CannotWrite);
 }
 
 } // namespace
@@ -60,6 +60,18 @@ int COutputFile::begin() {
     if (!isSeekable_)
         return 0;
     return ::ftruncate(descriptor_, 0) == 0 ? 0 : errno;
+}
+
+int COutputFile::write(const std::string& content) {
+    if (const int error = begin())
+        return error;
+    for (std::size_t done = 0; done < content.size();) {
+        const ssize_t written = ::write(descriptor_, content.data() + done, content.size() - done);
+        if (written < 0 && errno != EINTR)
+            return errno;
+        done += written < 0 ? 0 : static_cast<std::size_t>(written);
+    }
+    return 0;
 }
 
 long long COutputFile::size() const {

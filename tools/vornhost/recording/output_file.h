@@ -21,6 +21,9 @@ public:
     // Drops what the file held before; from here on it is kept. The error number, or 0.
     int begin();
 
+    // Begins, and writes all of it. The error number, or 0.
+    int write(const std::string& content);
+
     const std::string& path() const { return path_; }
     // For writing; belongs to this object.
     int descriptor() const { return descriptor_; }

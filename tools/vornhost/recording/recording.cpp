@@ -2,6 +2,8 @@
 
 #include "refhost/base/time_text.h"
 #include "refhost/streams/rtsp_pipeline.h"
+#include "tools/vornhost/console/exit_status.h"
+#include "tools/vornhost/recording/frame_size.h"
 
 #include <algorithm>
 #include <system_error>
@@ -22,19 +24,6 @@ constexpr GstClockTime IndexIntervals = 10'000; // in the time of the recording
 constexpr guint MostWaiting = 32U << 20;
 // Of frames with the same time: either they are parts of one frame, or the camera's clock stands.
 constexpr gsize MostOfOneTime = gsize{32} << 20;
-
-std::string ResolutionOf(GstPad* pad) {
-    GstCaps* const caps = gst_pad_get_current_caps(pad);
-    if (!caps)
-        return {};
-    const GstStructure* const format = gst_caps_get_structure(caps, 0);
-    int width = 0;
-    int height = 0;
-    const bool known =
-        gst_structure_get_int(format, "width", &width) && gst_structure_get_int(format, "height", &height);
-    gst_caps_unref(caps);
-    return known ? std::to_string(width) + "x" + std::to_string(height) : "";
-}
 
 // What waits in the queue before the pad; nothing where there is none.
 guint WaitingBytes(GstPad* out) {
@@ -177,8 +166,7 @@ CError CRecording::ofAudio(const std::string& failure) {
 }
 
 CError CRecording::cannotBeWritten(const std::string& reason) const {
-    return {RtnCode::OperationFailed, Origin::General,
-            "the file \"" + file_.path() + "\" cannot be written: " + reason};
+    return {RtnCode::OperationFailed, Origin::General, UnwritableText(file_.path(), reason)};
 }
 
 void CRecording::completeFile() {
@@ -248,7 +236,7 @@ GstPadProbeReturn CRecording::takeFrame(GstPad* pad, GstPadProbeInfo* info) {
         first_ = last_ = time;
         if (limits_.seconds)
             limit_ = first_ + static_cast<GstClockTime>(*limits_.seconds * GST_SECOND);
-        resolution_ = ResolutionOf(pad);
+        resolution_ = FrameSizeOf(pad);
         fileError_ = file_.begin();
     }
     if (fileError_ != 0 || time >= limit_) {

@@ -51,6 +51,18 @@ std::string RecordedText(const std::string& file, VideoCodec codec, const SRecor
            ", " + AmountText(recorded) + "\n";
 }
 
+ordered_json PictureJson(const std::string& file, VideoCodec codec, const SPicture& picture) {
+    return {{"output", file},
+            {"codec", CodecText(codec)},
+            {"resolution", picture.resolution},
+            {"bytes", picture.jpeg.size()}};
+}
+
+std::string PictureText(const std::string& file, VideoCodec codec, const SPicture& picture) {
+    return file + ": a picture of " + CodecText(codec) + " in " + picture.resolution + ", " +
+           BytesText(static_cast<long long>(picture.jpeg.size())) + "\n";
+}
+
 CProgressLine::CProgressLine(std::optional<double> seconds) : seconds_(seconds) {}
 
 CRecording::Progress CProgressLine::writer() {

@@ -2,6 +2,7 @@
 
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/recording/recording.h"
+#include "tools/vornhost/recording/snapshot.h"
 
 #include <optional>
 #include <string>
@@ -11,6 +12,10 @@ namespace corvane::vornhost {
 // What has been recorded, for programs and for eyes (a line with its end).
 ordered_json RecordedJson(const std::string& file, VideoCodec codec, const SRecorded& recorded);
 std::string RecordedText(const std::string& file, VideoCodec codec, const SRecorded& recorded);
+
+// Likewise a picture.
+ordered_json PictureJson(const std::string& file, VideoCodec codec, const SPicture& picture);
+std::string PictureText(const std::string& file, VideoCodec codec, const SPicture& picture);
 
 // How far a recording is, on the status line. Belongs to one thread.
 class CProgressLine {

@@ -27,13 +27,16 @@ std::string ReadPassword(const std::string& file) {
         password += byte;
     }
     if (!any)
-        throw CFailure(ExitStatus::WrongUsage, "the password file \"" + file + "\" cannot be used: " +
-                                                   (errno != 0 ? std::generic_category().message(errno)
-                                                               : "expected the password on its first line"));
+        throw CFailure(ExitStatus::WrongUsage,
+                       "the password file \"" + file + "\" cannot be used: " +
+                           (errno != 0 ? std::generic_category().message(errno)
+                                       : "expected the password on its first line"),
+                       OwnCause::WrongFile);
     if (password.size() > LongestPassword)
-        throw CFailure(ExitStatus::WrongUsage, "the password file \"" + file +
-                                                   "\" cannot be used: its first line is longer than " +
-                                                   std::to_string(LongestPassword) + " bytes");
+        throw CFailure(ExitStatus::WrongUsage,
+                       "the password file \"" + file + "\" cannot be used: its first line is longer than " +
+                           std::to_string(LongestPassword) + " bytes",
+                       OwnCause::WrongFile);
     if (!password.empty() && password.back() == '\r')
         password.pop_back();
     return password;

@@ -21,7 +21,7 @@ std::shared_ptr<refhost::CDeviceDb> OpenDatabase(const SOptions& options) {
     try {
         return refhost::CDeviceDb::open(options.databaseFile);
     } catch (const refhost::CDeviceDbError& error) {
-        throw CFailure(ExitStatus::WrongUsage, std::string("--db: ") + error.what());
+        throw CFailure(ExitStatus::WrongUsage, std::string("--db: ") + error.what(), OwnCause::WrongFile);
     }
 }
 
@@ -82,7 +82,7 @@ std::optional<SDiagnosis> CDeviceSession::learnFamily() {
         else
             return identify();
     } catch (const refhost::CDeviceDbError& error) {
-        throw CFailure(ExitStatus::NotStarted, std::string("--db: ") + error.what());
+        throw CFailure(ExitStatus::NotStarted, std::string("--db: ") + error.what(), OwnCause::WrongFile);
     }
     return std::nullopt;
 }
@@ -91,7 +91,7 @@ std::optional<SDiagnosis> CDeviceSession::learnFamily() {
 std::string CDeviceSession::anyFamily() const {
     if (const auto* family = plugin_->firstFamily())
         return family->name;
-    throw CFailure(ExitStatus::NotStarted, "the model list has no family");
+    throw CFailure(ExitStatus::NotStarted, "the model list has no family", OwnCause::WrongFile);
 }
 
 std::optional<SDiagnosis> CDeviceSession::identify() {

@@ -33,7 +33,8 @@ public:
         if (!process_) {
             const std::string reason = error->message;
             g_error_free(error);
-            throw CFailure(ExitStatus::NotStarted, "a worker could not be started: " + reason);
+            throw CFailure(ExitStatus::NotStarted, "a worker could not be started: " + reason,
+                           OwnCause::Limit);
         }
         answers_.reset(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
     }
@@ -99,7 +100,7 @@ void CIdentificationWorkers::add(std::size_t place, const std::string& address) 
 void CIdentificationWorkers::finish() {
     end();
     if (!failure_.empty())
-        throw CFailure(ExitStatus::NotStarted, failure_);
+        throw CFailure(ExitStatus::NotStarted, failure_, OwnCause::Limit);
 }
 
 void CIdentificationWorkers::end() {

@@ -73,7 +73,8 @@ boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {
                                                                          : options.modelListFile);
         return options.rtspPort ? WithRtspPort(*list, *options.rtspPort) : list;
     } catch (const refhost::CModelListError& error) {
-        throw CFailure(ExitStatus::WrongUsage, std::string("the model list was refused: ") + error.what());
+        throw CFailure(ExitStatus::WrongUsage, std::string("the model list was refused: ") + error.what(),
+                       OwnCause::WrongFile);
     }
 }
 
@@ -93,7 +94,7 @@ CLoadedPlugin::CLoadedPlugin(const SOptions& options) : models_(OpenModelList(op
         handler_ = library_->createHandler(*context_);
     } catch (const refhost::CPluginError& error) {
         throw CFailure(ExitStatus::NotStarted,
-                       std::string("the plug-in could not be loaded: ") + error.what());
+                       std::string("the plug-in could not be loaded: ") + error.what(), OwnCause::NoPlugin);
     }
 }
 

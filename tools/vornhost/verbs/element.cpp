@@ -26,7 +26,8 @@ public:
         const ordered_json description = DescribeElement(ElementName);
         if (description.is_null())
             throw CFailure(ExitStatus::CallFailed,
-                           std::string("the plug-in registers no element \"") + ElementName + "\"");
+                           std::string("the plug-in registers no element \"") + ElementName + "\"",
+                           OwnCause::NoPlugin);
         WriteOutput(options.json ? JsonLine(description) : ElementText(description));
         return ExitStatus::Success;
     }

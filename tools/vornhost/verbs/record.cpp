@@ -22,10 +22,11 @@ namespace {
 constexpr const char* Help =
     R"(Records a video stream as the camera sends it. Ctrl-C ends the recording; the file plays to its
 last frame then, and also when the camera is lost. A FILE that exists is replaced when the first
-picture comes, and left alone when none does.
+picture comes, and left alone when none does. --snapshot takes one picture instead, as a JPEG.
 Exit status 1 when the stream cannot be had or ends by itself. Where the plug-in refuses the sound
 the video is recorded alone, and the exit status is 1 all the same.
-Example: vornhost record 192.168.0.10 --stream 0,h264,0 --audio --seconds 60 --output entrance.mkv)";
+Example: vornhost record 192.168.0.10 --stream 0,h264,0 --audio --seconds 60 --output entrance.mkv
+         vornhost record 192.168.0.10 --stream 0,h264,0 --snapshot entrance.jpg)";
 
 class CRecord : public CDeviceVerb {
 public:
@@ -34,11 +35,16 @@ public:
         command.add_option("--stream", stream_, "CHANNEL,CODEC,STREAM, as in 0,h264,0")
             ->type_name("STREAM")
             ->required();
-        command.add_option("--output", output_, "The Matroska file; - is standard output")
-            ->type_name("FILE")
-            ->required();
-        command.add_flag("--audio", withAudio_, "Take the sound of the video input along");
+        auto* const output =
+            command.add_option("--output", output_, "The Matroska file; - is standard output")
+                ->type_name("FILE");
+        auto* const audio =
+            command.add_flag("--audio", withAudio_, "Take the sound of the video input along");
         DeclareSeconds(command, seconds_, "How much to record (default: until Ctrl-C)");
+        command.add_option("--snapshot", snapshot_, "One picture into a JPEG file; - is standard output")
+            ->type_name("FILE")
+            ->excludes(output)
+            ->excludes(audio);
         command.footer(Help);
     }
 
@@ -46,6 +52,10 @@ private:
     bool isEndedBySignals() const override { return true; }
 
     void checkArguments(const SOptions& /*options*/) override {
+        if (output_.empty() && snapshot_.empty())
+            throw CFailure(ExitStatus::WrongUsage, "where to? --output FILE.mkv, or --snapshot FILE.jpg");
+        if (!snapshot_.empty() && seconds_)
+            throw CFailure(ExitStatus::WrongUsage, "--snapshot takes one picture: there are no --seconds");
         requireMatroska();
         try {
             id_ = SArgumentReader::readVideoStreamId(stream_);
@@ -63,6 +73,8 @@ private:
         if (const CError error = session.camera().createVideoStreamPipeline(made, id_))
             return fail(session, error);
         const std::unique_ptr<IStreamController> controller(made);
+        if (!snapshot_.empty())
+            return takeSnapshot(session, *controller);
         GstPad* audio = nullptr;
         if (!audioUrl_.empty())
             if (const CError error = refhost::AddRtspAudio(
@@ -76,16 +88,36 @@ private:
         progress.clear();
         const SRecorded recorded = recording.recorded();
         if (recorded.frames > 0 || !error)
-            report(session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
-                                          : RecordedText(output_, id_.codec, recorded));
+            report(file, session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
+                                                : RecordedText(output_, id_.codec, recorded));
         if (error)
             return fail(session, error, controller.get());
         return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
+    ExitStatus takeSnapshot(const CDeviceSession& session, IStreamController& controller) const {
+        COutputFile file(snapshot_);
+        std::optional<SPicture> picture;
+        CSnapshot snapshot(controller, id_.codec);
+        const CEndRequest interruption([&snapshot] { snapshot.interrupt(); });
+        CError error = snapshot.take(limits(session.options()).silence, picture);
+        if (error)
+            return fail(session, error, &controller);
+        if (!picture)
+            return ExitStatus::Success;
+        if (const int failure = file.write(picture->jpeg))
+            return fail(session,
+                        {RtnCode::OperationFailed, Origin::General,
+                         UnwritableText(snapshot_, std::generic_category().message(failure))},
+                        &controller);
+        report(file, session.options().json ? JsonLine(PictureJson(snapshot_, id_.codec, *picture))
+                                            : PictureText(snapshot_, id_.codec, *picture));
+        return ExitStatus::Success;
+    }
+
     // Where standard output is the recording, it is told on standard error.
-    void report(const std::string& text) const {
-        if (output_ == COutputFile::StandardOutput)
+    static void report(const COutputFile& file, const std::string& text) {
+        if (file.path() == COutputFile::StandardOutput)
             WriteMessage(text);
         else
             WriteOutput(text);
@@ -151,6 +183,7 @@ private:
     std::string stream_;
     SVideoStreamId id_{}; // of stream_
     std::string output_;
+    std::string snapshot_; // the file of one picture; empty for a recording
     bool withAudio_ = false;
     std::string audioUrl_; // empty without sound
     std::optional<double> seconds_;
