@@ -65,7 +65,7 @@ TEST(Table, FitsThePageWhateverItHolds) {
     table.addRow({"short", "\x1b", "a b"});
     std::istringstream lines(table.headingLines(false) + table.rowLines());
     for (std::string line; std::getline(lines, line);) {
-        EXPECT_LE(DisplayWidth(line), PageWidth) << line;
+        EXPECT_LE(DisplayWidth(line), PageWidth()) << line;
         EXPECT_EQ(line.find('\x1b'), std::string::npos);
     }
 }
