@@ -21,6 +21,9 @@ using device_handler::v1_0::VideoCodecNames;
 namespace {
 
 constexpr std::string_view LineEnd = "\r\n";
+constexpr std::string_view KeyStart = "video_server.";
+constexpr std::size_t LongestIndexed = 128; // of a key, its "=" included
+constexpr int MostIndexed = 10'000;
 constexpr const char* TerminalKey = "video_server.peripheral.io.trm";
 constexpr const char* TerminalCountKey = "video_server.peripheral.io.number=";
 constexpr std::string_view AlarmInput = "alm_in";
@@ -38,15 +41,9 @@ std::string_view ValueAt(std::string_view text, std::size_t begin) {
     return text.substr(begin, end == std::string::npos ? end : end - begin);
 }
 
-COptional<std::string_view> ValueOf(std::string_view text, const std::string& key) {
-    const std::size_t at = Find(text, key);
-    if (at == std::string::npos)
-        return {};
-    return ValueAt(text, at + key.size());
-}
-
 std::vector<std::string> SplitList(std::string_view value) {
     std::vector<std::string> list;
+    list.reserve(static_cast<std::size_t>(std::count(value.begin(), value.end(), ',')) + 1);
     for (std::size_t begin = 0;;) {
         const std::size_t comma = value.find(',', begin);
         list.emplace_back(value.substr(begin, comma - begin));
@@ -56,24 +53,19 @@ std::vector<std::string> SplitList(std::string_view value) {
     }
 }
 
-std::vector<std::string> ListOf(std::string_view text, const std::string& key) {
-    const COptional<std::string_view> value = ValueOf(text, key);
-    return value ? SplitList(*value) : std::vector<std::string>();
-}
-
-int NumberOf(std::string_view text, const std::string& key) {
-    const COptional<std::string_view> value = ValueOf(text, key);
-    return value ? ReadNumber<int>(*value) : 0;
-}
-
 bool HasSecondStream(VideoCodec codec) {
     return FindCodedFamily(codec) != nullptr;
 }
 
 // "video_server.image.h264-2." followed by the property.
-std::string ImageKey(const SVideoCodecName& codec, int stream, const std::string& property) {
-    const char* second = HasSecondStream(codec.codec) && stream != FirstStream ? "-2" : "";
-    return std::string("video_server.image.") + codec.name + second + "." + property;
+std::string ImageKey(const SVideoCodecName& codec, int stream, std::string_view property,
+                     std::string_view mode = {}) {
+    constexpr std::size_t LongestUsual = 96;
+    std::string key;
+    key.reserve(LongestUsual);
+    key.append("video_server.image.").append(codec.name);
+    key.append(HasSecondStream(codec.codec) && stream != FirstStream ? "-2." : ".");
+    return key.append(property).append(mode).append("=");
 }
 
 unsigned WidthOf(const std::string& resolution) {
@@ -106,25 +98,68 @@ std::map<std::string_view, bool> Terminals(std::string_view text) {
 
 } // namespace
 
-CPanasonicCapability::CPanasonicCapability(std::string text) : text_(std::move(text)) {}
+CPanasonicCapability::CPanasonicCapability(std::string text) : text_(std::move(text)) {
+    index();
+}
+
+// Every key that is asked for begins like these and ends with its only "=". One pass that never looks back,
+// and bounded: what a text of many megabytes has beyond is searched for.
+void CPanasonicCapability::index() {
+    const std::string_view text = text_;
+    std::size_t equals = 0;
+    int keys = 0;
+    for (std::size_t at = Find(text, KeyStart); at != std::string::npos; at = Find(text, KeyStart, at + 1)) {
+        if (equals <= at)
+            equals = std::min(text.find('=', at), text.size());
+        if (equals == text.size())
+            return;
+        if (++keys > MostIndexed) {
+            isIndexed_ = false;
+            return;
+        }
+        if (equals - at < LongestIndexed)
+            values_.emplace(text.substr(at, equals + 1 - at), equals + 1);
+    }
+}
+
+COptional<std::string_view> CPanasonicCapability::valueOf(const std::string& key) const {
+    if (const auto known = values_.find(key); known != values_.end())
+        return ValueAt(text_, known->second);
+    if (isIndexed_ && key.size() <= LongestIndexed && key.find('=') + 1 == key.size())
+        return {};
+    const std::size_t at = Find(text_, key);
+    if (at == std::string::npos)
+        return {};
+    return ValueAt(text_, at + key.size());
+}
+
+std::vector<std::string> CPanasonicCapability::listOf(const std::string& key) const {
+    const COptional<std::string_view> value = valueOf(key);
+    return value ? SplitList(*value) : std::vector<std::string>();
+}
+
+int CPanasonicCapability::numberOf(const std::string& key) const {
+    const COptional<std::string_view> value = valueOf(key);
+    return value ? ReadNumber<int>(*value) : 0;
+}
 
 bool CPanasonicCapability::IsAnalogInputSupported() const {
-    const COptional<std::string_view> value = ValueOf(text_, "video_server.basic.analogue_input=");
+    const COptional<std::string_view> value = valueOf("video_server.basic.analogue_input=");
     return value && !value->empty();
 }
 
 bool CPanasonicCapability::IsImageModeSupported() const {
-    const COptional<std::string_view> value = ValueOf(text_, "video_server.image.mode=");
+    const COptional<std::string_view> value = valueOf("video_server.image.mode=");
     return value && !value->empty();
 }
 
 std::vector<std::string> CPanasonicCapability::getImageMode() const {
-    return ListOf(text_, "video_server.image.mode=");
+    return listOf("video_server.image.mode=");
 }
 
 int CPanasonicCapability::getVideoCodecsSupported() const {
     int supported = 0;
-    for (const std::string& format : ListOf(text_, "video_server.image.format="))
+    for (const std::string& format : listOf("video_server.image.format="))
         for (const SVideoCodecName& codec : VideoCodecNames)
             if (format == codec.name)
                 supported |= 1 << static_cast<int>(codec.codec);
@@ -138,9 +173,9 @@ std::vector<std::string> CPanasonicCapability::getResolutionForCodec(const std::
         return {};
     COptional<std::string_view> value;
     if (!mode.empty())
-        value = ValueOf(text_, ImageKey(*name, stream, "resolution_each_mode." + mode + "="));
+        value = valueOf(ImageKey(*name, stream, "resolution_each_mode.", mode));
     if (!value)
-        value = ValueOf(text_, ImageKey(*name, stream, "resolution="));
+        value = valueOf(ImageKey(*name, stream, "resolution"));
     if (!value)
         return {};
     std::vector<std::string> resolutions = SplitList(*value);
@@ -150,19 +185,19 @@ std::vector<std::string> CPanasonicCapability::getResolutionForCodec(const std::
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecFrameRate(VideoCodec codec, int stream) const {
     const SVideoCodecName* name = FindCodecName(codec);
-    return name ? ListOf(text_, ImageKey(*name, stream, "framerate=")) : std::vector<std::string>();
+    return name ? listOf(ImageKey(*name, stream, "framerate")) : std::vector<std::string>();
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecIInterval(VideoCodec codec, int stream) const {
     const SVideoCodecName* name = FindCodecName(codec);
     if (!name || !HasSecondStream(codec))
         return {};
-    return ListOf(text_, ImageKey(*name, stream, "i_interval="));
+    return listOf(ImageKey(*name, stream, "i_interval"));
 }
 
 std::vector<std::string> CPanasonicCapability::getVideoCodecQuality(VideoCodec codec) const {
     const SVideoCodecName* name = FindCodecName(codec);
-    return name ? ListOf(text_, ImageKey(*name, FirstStream, "quality=")) : std::vector<std::string>();
+    return name ? listOf(ImageKey(*name, FirstStream, "quality")) : std::vector<std::string>();
 }
 
 std::string CPanasonicCapability::getMaxFrameRate(VideoCodec codec, int stream,
@@ -170,8 +205,7 @@ std::string CPanasonicCapability::getMaxFrameRate(VideoCodec codec, int stream,
     const SVideoCodecName* name = FindCodecName(codec);
     if (mode.empty() || !name)
         return DefaultMaxFrameRate;
-    const COptional<std::string_view> value =
-        ValueOf(text_, ImageKey(*name, stream, "max_framerate." + mode + "="));
+    const COptional<std::string_view> value = valueOf(ImageKey(*name, stream, "max_framerate.", mode));
     return value ? std::string(*value) : DefaultMaxFrameRate;
 }
 
@@ -179,11 +213,11 @@ std::vector<std::string> CPanasonicCapability::getVideoCodecBandwidth(VideoCodec
     const SVideoCodecName* name = FindCodecName(codec);
     if (!name || !HasSecondStream(codec))
         return {};
-    return ListOf(text_, ImageKey(*name, FirstStream, "bandwidth="));
+    return listOf(ImageKey(*name, FirstStream, "bandwidth"));
 }
 
 bool CPanasonicCapability::IsDryContactSupported(int& count) const {
-    const COptional<std::string_view> number = ValueOf(text_, TerminalCountKey);
+    const COptional<std::string_view> number = valueOf(TerminalCountKey);
     if (!number)
         return false;
     const int terminalCount = ReadNumber<int>(*number);
@@ -201,11 +235,11 @@ bool CPanasonicCapability::IsDryContactSupported(int& count) const {
 }
 
 int CPanasonicCapability::getDryContactInputCount() const {
-    return NumberOf(text_, TerminalCountKey);
+    return numberOf(TerminalCountKey);
 }
 
 bool CPanasonicCapability::IsAudioSupported(int input) const {
-    const int inputs = NumberOf(text_, "video_server.audio.audio_input.number=");
+    const int inputs = numberOf("video_server.audio.audio_input.number=");
     return inputs > 0 && inputs > input;
 }
 

@@ -1,8 +1,12 @@
 #pragma once
 
 #include "host/stream_id.h"
+#include "host/text.h"
 
+#include <cstddef>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace corvane::panasonic_camera {
@@ -26,6 +30,8 @@ using device_handler::v1_0::VideoCodec;
 class CPanasonicCapability {
 public:
     explicit CPanasonicCapability(std::string text);
+    CPanasonicCapability(const CPanasonicCapability&) = delete;
+    CPanasonicCapability& operator=(const CPanasonicCapability&) = delete;
 
     // Whether the key has a value, whatever it says: "video_server.basic.analogue_input=",
     // "video_server.image.mode=".
@@ -73,7 +79,14 @@ public:
     bool IsAudioSupported(int input) const;
 
 private:
+    void index();
+    device_handler::v1_0::COptional<std::string_view> valueOf(const std::string& key) const;
+    std::vector<std::string> listOf(const std::string& key) const;
+    int numberOf(const std::string& key) const;
+
     const std::string text_;
+    std::unordered_map<std::string_view, std::size_t> values_; // where the first value of a key begins
+    bool isIndexed_ = true;                                    // as a whole
 };
 
 // Whether resolution `a` is narrower than `b`. Only the widths count; one without an "x", or whose width

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <utility>
 
 namespace corvane::panasonic_camera {
 
@@ -44,8 +46,9 @@ bool IsWhole(double value) {
     return std::floor(value) == value;
 }
 
-void Append(std::vector<CString>& range, const std::vector<std::string>& entries) {
-    range.insert(range.end(), entries.begin(), entries.end());
+void Append(std::vector<CString>& range, std::vector<std::string>&& entries) {
+    range.insert(range.end(), std::make_move_iterator(entries.begin()),
+                 std::make_move_iterator(entries.end()));
 }
 
 // The configured default of a codec, or an empty text.
@@ -77,11 +80,10 @@ CError CPanasonicCamera::getVideoCodecResolutionRange(int /*channel*/, int strea
     std::string mode;
     if (CError error = rangeMode(mode))
         return error;
-    const std::vector<std::string> resolutions =
-        capabilityOrNone().getResolutionForCodec(mode, codec, stream);
+    std::vector<std::string> resolutions = capabilityOrNone().getResolutionForCodec(mode, codec, stream);
     if (resolutions.empty())
         return errors::DeviceNotAccessible();
-    Append(range, resolutions);
+    Append(range, std::move(resolutions));
     type = CVAPI_VALUE_TYPE::List;
     return CError::Success();
 }
@@ -93,9 +95,10 @@ CError CPanasonicCamera::getVideoCodecBitRateRange(int /*channel*/, int /*stream
     if (codec != VideoCodec::Mpeg4)
         return CError::Success();
     type = CVAPI_VALUE_TYPE::List;
-    const std::vector<std::string> bandwidths = capabilityOrNone().getVideoCodecBandwidth(codec);
-    for (std::size_t i = SkippedBandwidths; i < bandwidths.size(); ++i)
-        range.emplace_back(bandwidths[i]);
+    std::vector<std::string> bandwidths = capabilityOrNone().getVideoCodecBandwidth(codec);
+    bandwidths.erase(bandwidths.begin(), bandwidths.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                                  bandwidths.size(), SkippedBandwidths)));
+    Append(range, std::move(bandwidths));
     return CError::Success();
 }
 
@@ -146,10 +149,10 @@ CError CPanasonicCamera::getVideoCodecFrameRateRange(int /*channel*/, int stream
     if (CError error = frameRateLimits(stream, codec, mode, rates, max))
         return error;
     const int maxFps = ReadNumber<int>(max);
-    for (const std::string& entry : rates) {
+    for (std::string& entry : rates) {
         const auto rate = ReadListNumber(entry);
         if (rate && IsWhole(*rate) && *rate <= maxFps)
-            range.emplace_back(entry);
+            range.emplace_back(std::move(entry));
     }
     type = CVAPI_VALUE_TYPE::List;
     return CError::Success();

@@ -96,6 +96,25 @@ TEST(Capability, ListsComeFromTheKeyOfTheCodecAndTheStream) {
     EXPECT_THAT(capability.getImageMode(), ElementsAre("mode", "4_3"));
 }
 
+// The first occurrence counts, wherever it stands, and however much else the text holds.
+TEST(Capability, AKeyIsFoundWhateverStandsAroundIt) {
+    const std::string key = "video_server.image.mode=";
+    const std::string longName(200, 'm');
+    std::string many;
+    for (int i = 0; i < 20'000; ++i)
+        many += "video_server.k" + std::to_string(i) + "=\r\n";
+    for (const std::string& before :
+         {std::string(), std::string("noise video_server."), std::string("video_server.no sign\r\n"),
+          "video_server." + longName + "=1\r\n", many})
+        EXPECT_THAT(C(before + key + "a,b\r\n" + key + "c\r\n").getImageMode(), ElementsAre("a", "b"))
+            << before.substr(0, 40);
+    for (const std::string& mode : {longName, std::string("odd=name")})
+        EXPECT_EQ(C("video_server.image.h264.max_framerate." + mode + "=12\r\n")
+                      .getMaxFrameRate(VideoCodec::H264, 0, mode),
+                  "12");
+    EXPECT_TRUE(C(many).getImageMode().empty());
+}
+
 TEST(Capability, ResolutionsAreSortedByWidthAlone) {
     struct {
         const char* value;
