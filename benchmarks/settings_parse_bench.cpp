@@ -19,7 +19,7 @@ namespace corvane::bench {
 namespace {
 
 using benchmark::State;
-using Settings = std::map<std::string, std::string>;
+using Settings = panasonic_camera::SettingMap;
 using Parser = void (*)(const std::string& dump, Settings& settings);
 
 constexpr char AbsentByte = '\1';

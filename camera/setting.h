@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/setdata_parser.h"
 #include "camera/time.h"
 #include "host/authentication.h"
 #include "host/device_context.h"
@@ -108,8 +109,8 @@ private:
     CAuthentication currentAuthentication() const;
 
     // NOLINTBEGIN(readability-identifier-naming): as the interface names them
-    std::map<std::string, std::string> settingCache; // guarded by lock; key with its comma to value
-    std::map<std::string, std::string> infoCache;    // its values are guarded by lock; its keys never change
+    SettingMap settingCache;                      // guarded by lock
+    std::map<std::string, std::string> infoCache; // its values are guarded by lock; its keys never change
     boost::shared_ptr<boost::thread> reloadThread;
     boost::condition_variable wakeup; // the reload thread has something to do; with lock
     boost::mutex lock;

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <map>
+#include "camera/setdata_parser.h"
+
 #include <string>
 
 namespace corvane::fuzz {
 
 // The rule of the settings dump as it is told (see camera/setdata_parser.h), a search of the whole dump for
 // each key: what the plug-in's parser is held against.
-inline void ParseSetdataPlainly(const std::string& dump, std::map<std::string, std::string>& settings) {
+inline void ParseSetdataPlainly(const std::string& dump, panasonic_camera::SettingMap& settings) {
     for (auto& [key, value] : settings) {
         value.clear();
         const std::size_t at = dump.find(key);

@@ -11,12 +11,12 @@ using namespace corvane;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string dump = fuzz::InputText(data, size);
-    std::map<std::string, std::string> settings;
+    panasonic_camera::SettingMap settings;
     for (const std::string& key : fuzz::Split(fuzz::TakeLine(dump), ' '))
         settings[key] = "an older value";
     for (const char* key : panasonic_camera::SettingKeys)
         settings[panasonic_camera::DumpKey(key)] = "an older value";
-    std::map<std::string, std::string> expected = settings;
+    panasonic_camera::SettingMap expected = settings;
 
     panasonic_camera::ParseSetdata(dump, settings);
     fuzz::ParseSetdataPlainly(dump, expected);

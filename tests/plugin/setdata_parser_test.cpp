@@ -9,7 +9,7 @@
 namespace corvane::panasonic_camera {
 namespace {
 
-using Settings = std::map<std::string, std::string>;
+using Settings = SettingMap;
 
 Settings Parsed(const std::string& dump, Settings settings) {
     ParseSetdata(dump, settings);
