@@ -86,12 +86,12 @@ struct SArgument;
 template <>
 struct SArgument<int> {
     static constexpr const char* Form = "number";
-    static int read(const std::string& text) { return SArgumentReader::readInt(text); }
+    static constexpr auto read = &SArgumentReader::readInt;
 };
 template <>
 struct SArgument<unsigned> {
     static constexpr const char* Form = "number";
-    static unsigned read(const std::string& text) { return SArgumentReader::readUnsigned(text); }
+    static constexpr auto read = &SArgumentReader::readUnsigned;
 };
 template <>
 struct SArgument<std::string> {
@@ -106,7 +106,7 @@ struct SArgument<CString> {
 template <>
 struct SArgument<std::vector<std::string>> {
     static constexpr const char* Form = "text,text,...";
-    static std::vector<std::string> read(const std::string& text) { return SArgumentReader::readTexts(text); }
+    static constexpr auto read = &SArgumentReader::readTexts;
 };
 template <>
 struct SArgument<STextList> {
@@ -120,40 +120,32 @@ struct SArgument<STextList> {
 template <>
 struct SArgument<VideoCodec> {
     static constexpr const char* Form = "codec";
-    static VideoCodec read(const std::string& text) { return SArgumentReader::readVideoCodec(text); }
+    static constexpr auto read = &SArgumentReader::readVideoCodec;
 };
 template <>
 struct SArgument<handler_impl::SVideoStreamId> {
     static constexpr const char* Form = "channel,codec,stream";
-    static handler_impl::SVideoStreamId read(const std::string& text) {
-        return SArgumentReader::readVideoStreamId(text);
-    }
+    static constexpr auto read = &SArgumentReader::readVideoStreamId;
 };
 template <>
 struct SArgument<vorn_camera_base::v1_0::SVornVidValsInDb> {
     static constexpr const char* Form = "field=value;...";
-    static vorn_camera_base::v1_0::SVornVidValsInDb read(const std::string& text) {
-        return SArgumentReader::readVideoRecord(text);
-    }
+    static constexpr auto read = &SArgumentReader::readVideoRecord;
 };
 template <>
 struct SArgument<AudioCodec> {
     static constexpr const char* Form = "codec";
-    static AudioCodec read(const std::string& text) { return SArgumentReader::readAudioCodec(text); }
+    static constexpr auto read = &SArgumentReader::readAudioCodec;
 };
 template <>
 struct SArgument<handler_impl::SAudioStreamId> {
     static constexpr const char* Form = "stream,codec";
-    static handler_impl::SAudioStreamId read(const std::string& text) {
-        return SArgumentReader::readAudioStreamId(text);
-    }
+    static constexpr auto read = &SArgumentReader::readAudioStreamId;
 };
 template <>
 struct SArgument<vorn_camera_base::v1_0::SVornAudValsInDb> {
     static constexpr const char* Form = "bitRate=value";
-    static vorn_camera_base::v1_0::SVornAudValsInDb read(const std::string& text) {
-        return SArgumentReader::readAudioRecord(text);
-    }
+    static constexpr auto read = &SArgumentReader::readAudioRecord;
 };
 template <class T>
 struct SArgument<SInOut<T>> {

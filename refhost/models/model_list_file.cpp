@@ -1,10 +1,9 @@
 #include "refhost/models/model_list_file.h"
 
 #include "host/stream_id.h"
-#include "operations/whole_number.h"
 #include "refhost/base/address.h"
 #include "refhost/http/device_requests.h"
-#include "refhost/models/json_node.h"
+#include "refhost/models/json_values.h"
 
 #include <boost/make_shared.hpp>
 
@@ -12,7 +11,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <utility>
 
@@ -24,122 +22,14 @@ using SMember = CJsonNode::SMember;
 
 constexpr std::size_t LargestFileMebibytes = 8;
 constexpr std::size_t LargestFile = LargestFileMebibytes << 20;
-constexpr int LowestInt = std::numeric_limits<int>::min();
-constexpr int HighestInt = std::numeric_limits<int>::max();
 constexpr int MostInputs = 1024;
 
-using Words = std::initializer_list<const char*>;
 constexpr Words CodecNames = {VideoCodecNames[0].name, VideoCodecNames[1].name, VideoCodecNames[2].name};
 constexpr Words UrlCodecNames = {VideoCodecNames[0].urlName, VideoCodecNames[1].urlName,
                                  VideoCodecNames[2].urlName, UrlOfNoCodec};
 static_assert(std::size(VideoCodecNames) == 3);
 constexpr Words DynamicRanges = {"Generic", "Conditional", "AdaptiveBlackStretchOnly"};
 constexpr const char* CameraStreams = "camera";
-
-bool Holds(Words words, const std::string& word) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-std::string Listed(Words words) {
-    std::string text;
-    for (const char* word : words)
-        text += (text.empty() ? "" : ", ") + std::string(word);
-    return text;
-}
-
-// Readers of one value each, for the tables below: they return what reads a member into its destination.
-
-auto ToText(std::string& value) {
-    return [&value](const CJsonNode& node) { value = node.text(); };
-}
-
-auto ToFilledText(std::string& value) {
-    return [&value](const CJsonNode& node) {
-        value = node.text();
-        if (value.empty())
-            node.refuse("expected a text that is not empty");
-    };
-}
-
-auto ToDecimalText(std::string& value) {
-    return [&value](const CJsonNode& node) {
-        value = node.text();
-        if (!operations::ReadWholeNumber<int>(value))
-            node.refuse("expected a decimal number as a text");
-    };
-}
-
-auto ToOptionalDecimalText(std::string& value) {
-    return [&value](const CJsonNode& node) {
-        value = node.text();
-        if (!value.empty() && !operations::ReadWholeNumber<int>(value))
-            node.refuse("expected a decimal number as a text, or an empty text");
-    };
-}
-
-auto ToInteger(int& value, int minimum = LowestInt, int maximum = HighestInt) {
-    return [&value, minimum, maximum](const CJsonNode& node) { value = node.integer(minimum, maximum); };
-}
-
-auto ToTexts(std::vector<std::string>& values) {
-    return [&values](const CJsonNode& node) {
-        node.eachEntry([&](const CJsonNode& entry) { values.push_back(entry.text()); });
-    };
-}
-
-auto ToRange(SRange& range) {
-    return [&range](const CJsonNode& node) {
-        node.requireLength(2, "[minimum, maximum]");
-        std::vector<int> ends;
-        node.eachEntry([&](const CJsonNode& entry) { ends.push_back(entry.integer(LowestInt, HighestInt)); });
-        range = {ends[0], ends[1]};
-        if (range.minimum > range.maximum)
-            node.refuse("expected a minimum that is not above the maximum");
-    };
-}
-
-auto ToWord(std::string& value, Words words) {
-    return [&value, words](const CJsonNode& node) {
-        value = node.text();
-        if (!Holds(words, value))
-            node.refuse("expected one of " + Listed(words));
-    };
-}
-
-using Parameters = std::vector<std::pair<std::string, std::string>>;
-
-auto ToParameters(Parameters& parameters) {
-    return [&parameters](const CJsonNode& node) {
-        node.eachEntry([&](const CJsonNode& entry) {
-            entry.requireLength(2, "[name, value]");
-            std::vector<std::string> pair;
-            entry.eachEntry([&](const CJsonNode& text) { pair.push_back(text.text()); });
-            parameters.emplace_back(pair[0], pair[1]);
-        });
-    };
-}
-
-// An object whose names are decimal numbers.
-template <class Read>
-void EachNumber(const CJsonNode& node, int minimum, const Read& read) {
-    node.eachMember([&](const std::string& name, const CJsonNode& member) {
-        const auto number = operations::ReadWholeNumber<int>(name);
-        if (!number || *number < minimum || std::to_string(*number) != name)
-            member.refuse("expected a decimal number of at least " + std::to_string(minimum) +
-                          " as the name");
-        read(*number, member);
-    });
-}
-
-// An object whose names are among the words.
-template <class Read>
-void EachWord(const CJsonNode& node, Words words, const Read& read) {
-    node.eachMember([&](const std::string& name, const CJsonNode& member) {
-        if (!Holds(words, name))
-            member.refuse("unknown member; expected one of " + Listed(words));
-        read(name, member);
-    });
-}
 
 auto ToTextsByCodec(std::map<std::string, std::string>& texts) {
     return [&texts](const CJsonNode& node) {
