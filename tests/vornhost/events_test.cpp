@@ -39,9 +39,9 @@ TEST(Events, AChangeBecomesALineAndASignalEndsIt) {
         camsim.patch("/cameras/0/inputs", {{"1", "High"}, {"2", "Low"}});
         CProgram program("vornhost", {"events", camsim.address(), "--input", "1"});
         const json before = NextEvent(program, {{"event", "dryContactState"}, {"state", 1}});
-        EXPECT_EQ(before.size(), 3U) << before;
+        EXPECT_EQ(before.size(), 4U) << before;
         EXPECT_NEAR(before.at("time").get<double>() / 1e9, static_cast<double>(std::time(nullptr)), 60);
-        EXPECT_EQ(NextEvent(program, {{"event", "ping"}}).size(), 2U);
+        EXPECT_EQ(NextEvent(program, {{"event", "ping"}}).size(), 3U);
         camsim.patch("/cameras/0/inputs", {{"2", "High"}});
         const json after = NextEvent(program, {{"event", "dryContactState"}, {"state", 0}});
         EXPECT_GT(after.at("time"), before.at("time"));

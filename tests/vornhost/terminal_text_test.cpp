@@ -1,5 +1,6 @@
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/utc_time.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,6 +77,15 @@ TEST(Table, ColumnsAreAligned) {
     table.addRow({"abcdef", "2"});
     EXPECT_EQ(table.headingLines(false), "NAME    N\n");
     EXPECT_EQ(table.rowLines(), "\xE6\x9D\xB1\xE4\xBA\xAC    1\nabcdef  2\n");
+}
+
+TEST(UtcTime, IsTheSameWhereverTheMachineStands) {
+    setenv("TZ", "JST-9", 1); // each test has a process of its own
+    const auto at = [](long long milliseconds) {
+        return UtcTimeText(std::chrono::system_clock::time_point(std::chrono::milliseconds(milliseconds)));
+    };
+    EXPECT_EQ(at(1'700'000'000'050), "2023-11-14T22:13:20.050Z");
+    EXPECT_EQ(at(-1), "1969-12-31T23:59:59.999Z"); // of a clock that was never set
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "refhost/base/log.h"
 #include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/utc_time.h"
 #include "tools/vornhost/recording/output_file.h"
 
 #include <archive.h>
@@ -10,7 +11,6 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <chrono>
 #include <ctime>
 #include <memory>
 #include <utility>
@@ -22,17 +22,8 @@ constexpr const char* Folder = "vornhost-doctor/";
 constexpr const char* SettingsPath = "/cgi-bin/setdata";
 constexpr const char* CapabilityPath = "/cgi-bin/get_capability";
 
-std::string TimeText(std::chrono::system_clock::time_point time) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    char text[sizeof "2026-11-26T06:37:35Z"] = "";
-    (void)std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text;
-}
-
 std::string ExchangeText(const SHttpExchange& exchange) {
-    std::string text = "==== " + TimeText(exchange.ended) + "  " + exchange.method + " http://" +
+    std::string text = "==== " + UtcTimeText(exchange.ended) + "  " + exchange.method + " http://" +
                        exchange.address + exchange.path + "  " +
                        (exchange.failure.empty() ? "HTTP status 200" : exchange.failure) + "  " +
                        MillisecondsText(exchange.milliseconds) + "\n";

@@ -1,6 +1,7 @@
 #include "tools/vornhost/events/event_text.h"
 
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/utc_time.h"
 
 #include <cstdio>
 #include <ctime>
@@ -20,13 +21,14 @@ const char* EventName(Kind kind) {
 
 } // namespace
 
-ordered_json EventJson(const SStreamEvent& event, std::optional<int> input) {
+ordered_json EventJson(const SStreamEvent& event, SeenAt at, std::optional<int> input) {
     ordered_json json{{"event", EventName(event.kind)}};
     if (event.kind == Kind::DryContactState)
         json["state"] = static_cast<int>(event.state);
     if (input)
         json["input"] = *input;
     json["time"] = event.time;
+    json["at"] = UtcTimeText(at);
     return json;
 }
 

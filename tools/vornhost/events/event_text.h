@@ -2,13 +2,16 @@
 
 #include "tools/vornhost/names.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 
 namespace corvane::vornhost {
 
-// An event as scripts read it; `input` where the reader may not know it.
-ordered_json EventJson(const SStreamEvent& event, std::optional<int> input);
+using SeenAt = std::chrono::system_clock::time_point;
+
+// An event as scripts read it, seen at `at`; `input` where the reader may not know it.
+ordered_json EventJson(const SStreamEvent& event, SeenAt at, std::optional<int> input);
 
 // Events for a person's eyes: when, which input, and what. Belongs to one thread at a time.
 class CReadableEvents {

@@ -54,7 +54,7 @@ void CPlayedStreams::startEvents(CVornCamera& camera, int input) {
         lines_ = std::make_unique<COutputThread>();
     SEventStreamObserver observer;
     observer.event = [lines = lines_.get(), input](const SStreamEvent& event) {
-        lines->add(JsonLine(EventJson(event, input)));
+        lines->add(JsonLine(EventJson(event, std::chrono::system_clock::now(), input)));
     };
     observer.ended = [lines = lines_.get(), input](const CError& error) {
         if (error) // an end-of-stream has its own line

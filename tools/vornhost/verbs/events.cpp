@@ -3,6 +3,7 @@
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/utc_time.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/events/event_text.h"
@@ -30,8 +31,15 @@ constexpr const char* ActiveLevel = "High"; // as the plug-in has it, whatever t
 
 // The last line of events that end with a failure.
 std::string ProblemEvent(const SDiagnosis& problem) {
-    return JsonLine({{"event", "problem"}, {"problem", ProblemObject(problem)}});
+    return JsonLine({{"event", "problem"},
+                     {"problem", ProblemObject(problem)},
+                     {"at", UtcTimeText(std::chrono::system_clock::now())}});
 }
+
+struct SSeenEvent {
+    SStreamEvent event;
+    SeenAt at;
+};
 
 // Watches one input and tells what happens, on standard output and standard error.
 class CEventsRun {
@@ -91,15 +99,16 @@ private:
     // On the stream's thread. The first state of all is held back until the camera has been heard to tell it:
     // of one whose monitor is no monitor the plug-in's element shows a state too.
     void take(const SStreamEvent& event) {
+        const SSeenEvent seen{event, std::chrono::system_clock::now()};
         const std::lock_guard<std::mutex> lock(mutex_);
         if (trust_ == Trust::None && event.kind == SStreamEvent::Kind::DryContactState) {
             trust_ = Trust::Sought;
             verification_ = std::async(std::launch::async, [this, event] { verify(event); });
         }
         if (trust_ == Trust::Sought)
-            held_.push_back(event);
+            held_.push_back(seen);
         else if (trust_ != Trust::Refused)
-            write(event);
+            write(seen);
     }
 
     void verify(const SStreamEvent& first) {
@@ -116,9 +125,9 @@ private:
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             trust_ = refusal ? Trust::Refused : Trust::Given;
-            for (const SStreamEvent& event : std::exchange(held_, {}))
+            for (const SSeenEvent& seen : std::exchange(held_, {}))
                 if (!refusal)
-                    write(event);
+                    write(seen);
             refusal_ = refusal;
             end = endStream_;
         }
@@ -142,8 +151,9 @@ private:
     }
 
     // On the stream's thread.
-    void write(const SStreamEvent& event) {
-        lines_.add(readable_ ? readable_->linesOf(event) : JsonLine(EventJson(event, std::nullopt)));
+    void write(const SSeenEvent& seen) {
+        lines_.add(readable_ ? readable_->linesOf(seen.event)
+                             : JsonLine(EventJson(seen.event, seen.at, std::nullopt)));
     }
 
     std::string subject() const { return session_.address() + ": input " + std::to_string(input_); }
@@ -212,16 +222,17 @@ private:
 
     std::mutex mutex_; // guards what follows
     Trust trust_ = Trust::None;
-    std::vector<SStreamEvent> held_;
+    std::vector<SSeenEvent> held_;
     std::function<void(const CError&)> endStream_; // the present one
     std::optional<SDiagnosis> refusal_;            // why its states are not the camera's
     std::future<void> verification_;
 };
 
 constexpr const char* Help =
-    R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS},
-{"event":"dryContactState","state":0,"time":NS} (0 active, 1 inactive),
-{"event":"eos","time":NS}; of a failure the last is {"event":"problem","problem":{...}}.
+    R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS,"at":TIME},
+{"event":"dryContactState","state":0,"time":NS,"at":TIME} (0 active, 1 inactive),
+{"event":"eos","time":NS,"at":TIME}; of a failure the last is
+{"event":"problem","problem":{...},"at":TIME}. NS is when the event was made, TIME when it was seen.
 Ctrl-C ends it.
 Exit status 1 when the camera is lost, or tells no levels, unless --reconnect waits for it: it is tried again after
 1 s, 2 s, 4 s and so on up to 30 s.
