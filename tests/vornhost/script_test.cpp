@@ -145,7 +145,9 @@ TEST(Script, ABackgroundCallIsAnsweredWhenItEnds) {
 TEST(Script, WithoutAUsableCameraNoLineRuns) {
     const SRun run = Vornhost({"--model", "F320", "script", "127.0.0.1:9"}, "getCameraName 0\n");
     EXPECT_EQ(run.status, 3);
-    EXPECT_EQ(run.out, "");
+    const std::vector<json> lines = JsonLines(run.out);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].at("problem").at("cause"), "refused");
     EXPECT_THAT(run.err, HasSubstr("nobody listens"));
 }
 

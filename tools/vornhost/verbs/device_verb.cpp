@@ -41,9 +41,10 @@ void CDeviceVerb::tellNotStarted(const CDeviceSession& session, const SDiagnosis
     tell(session, session.address(), failure);
 }
 
-void CDeviceVerb::tell(const CDeviceSession& session, const std::string& subject, const SDiagnosis& failure) {
-    if (session.options().json)
-        WriteOutput(ProblemLine(failure));
+void CDeviceVerb::tell(const CDeviceSession& session, const std::string& subject,
+                       const SDiagnosis& failure) const {
+    if (isForPrograms(session.options()))
+        WriteOutput(problemLine(failure));
     WriteMessage(failure.lines(subject));
 }
 

@@ -23,11 +23,15 @@ protected:
     virtual void checkArguments(const SOptions& /*options*/) {}
     // Before the camera is asked anything.
     virtual void prepare(CDeviceSession& /*session*/) {}
+    // Whether standard output is for programs.
+    virtual bool isForPrograms(const SOptions& options) const { return options.json; }
+    // What a program is told of a failure of which nothing else is told.
+    virtual std::string problemLine(const SDiagnosis& failure) const { return ProblemLine(failure); }
     // The camera could not be started; tells why.
     virtual void tellNotStarted(const CDeviceSession& session, const SDiagnosis& failure);
     // Tells a failure of which nothing else is told: on standard error, and to a program as a line of its
     // own.
-    static void tell(const CDeviceSession& session, const std::string& subject, const SDiagnosis& failure);
+    void tell(const CDeviceSession& session, const std::string& subject, const SDiagnosis& failure) const;
     virtual ExitStatus runOn(CDeviceSession& session) = 0;
 
     std::string address_;

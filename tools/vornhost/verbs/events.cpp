@@ -253,6 +253,8 @@ public:
 
 private:
     bool isEndedBySignals() const override { return true; }
+    bool isForPrograms(const SOptions& /*options*/) const override { return !readable_; }
+    std::string problemLine(const SDiagnosis& failure) const override { return ProblemEvent(failure); }
 
     void checkArguments(const SOptions& options) override {
         if (readable_ && options.json)
@@ -274,9 +276,7 @@ private:
             problem.pluginText = error.what();
             problem.cause = hasNone ? "not-supported" : "not-reported";
             problem.phase = MonitorPhase;
-            if (!readable_)
-                WriteOutput(ProblemEvent(problem));
-            WriteMessage(problem.lines(address_ + ": input " + std::to_string(input_)));
+            tell(session, address_ + ": input " + std::to_string(input_), problem);
             return ExitStatus::CallFailed;
         }
     }

@@ -211,6 +211,7 @@ public:
     }
 
 private:
+    bool isForPrograms(const SOptions& /*options*/) const override { return true; }
     ExitStatus runOn(CDeviceSession& session) override { return CScriptRun(session).run(); }
 };
 
