@@ -82,11 +82,11 @@ TEST(Authentication, AFallFromDigestIsRememberedInTheDatabaseAlone) {
         const json problems = ProblemsOf(fallen);
         ASSERT_EQ(problems.size(), 1U);
         EXPECT_EQ(problems[0].at("cause"), Cause);
-        EXPECT_THAT(problems[0].at("problem").get<std::string>(),
+        EXPECT_THAT(problems[0].at("text").get<std::string>(),
                     AllOf(HasSubstr("had Digest before"), HasSubstr("in between"), HasSubstr("reset")));
         EXPECT_THAT(problems[0].at("answered").get<std::string>(), HasSubstr("before, Digest was"));
     }
-    EXPECT_THAT(ProblemsOf(show({})).at(0).at("problem").get<std::string>(), Not(HasSubstr("before")));
+    EXPECT_THAT(ProblemsOf(show({})).at(0).at("text").get<std::string>(), Not(HasSubstr("before")));
     camsim.patch("/authentication", {{"scheme", "digest"}});
     EXPECT_THAT(ProblemsOf(show({"--db", file})), IsEmpty());
 }

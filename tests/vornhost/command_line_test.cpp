@@ -111,13 +111,13 @@ TEST(CommandLine, ModelsAndOperationsAreJsonLines) {
     const std::vector<json> told = JsonLines(operations.out);
     EXPECT_THAT(told, testing::Contains(json::parse(R"({"operation":"controller.moveFocusAt",
         "does":"Queues a move of the focus that goes on until told otherwise.",
-        "arguments":[{"name":"speed","form":"number","range":"direction and speed, -100 to 100; 0 stops"}],
+        "arguments":[{"name":"speed","form":"number","takes":"direction and speed, -100 to 100; 0 stops"}],
         "outputs":[]})")));
     // An operation is worth as much as a person can learn of it.
     for (const json& operation : told) {
         EXPECT_THAT(operation.at("does").get<std::string>(), testing::EndsWith(".")) << operation;
         for (const json& argument : operation.at("arguments"))
-            EXPECT_NE(argument.at("range"), "") << operation;
+            EXPECT_NE(argument.at("takes"), "") << operation;
     }
     EXPECT_THAT(Vornhost({"operations", "getPtzPanPos"}).out,
                 AllOf(HasSubstr("getPtzPanPos <stream: number>"), HasSubstr("Where the axis Pan is"),

@@ -54,7 +54,9 @@ TEST(Element, TheListingHoldsEveryProperty) {
         EXPECT_EQ(own[i].at("type"), expected.type);
         EXPECT_EQ(own[i].at("default"), expected.defaultValue);
         EXPECT_EQ(own[i].at("flags"), json({"readable", "writable"}));
-        const json range = expected.type == std::string("Integer") ? json({0, 2147483647}) : json();
+        const json range = expected.type == std::string("Integer")
+                               ? json({{"from", 0}, {"to", 2147483647}, {"step", 1}})
+                               : json();
         EXPECT_EQ(own[i].value("range", json()), range);
         EXPECT_THAT(eyes.out, testing::AllOf(testing::HasSubstr(std::string("  ") + expected.name),
                                              testing::HasSubstr(expected.blurb)));

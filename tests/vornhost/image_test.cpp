@@ -24,12 +24,13 @@ TEST(Image, ShowsEveryAdjustment) {
     const json told = json::parse(run.out);
     const json& adjustments = told.at("adjustments");
     EXPECT_EQ(adjustments.at("brightness"),
-              json({{"current", 100}, {"default", 50}, {"minimum", 0}, {"maximum", 100}}));
+              json({{"current", 100}, {"default", 50}, {"range", {{"from", 0}, {"to", 100}, {"step", 1}}}}));
     EXPECT_EQ(adjustments.at("whiteBalance"),
-              json({{"current", "awc"}, {"default", "atw1"}, {"values", {"atw1", "atw2", "awc", "hold"}}}));
-    EXPECT_EQ(adjustments.at("backLight"), json({{"current", "off"}, {"values", json::array()}}));
+              json({{"current", "awc"}, {"default", "atw1"}, {"range", {"atw1", "atw2", "awc", "hold"}}}));
+    EXPECT_EQ(adjustments.at("backLight"),
+              json({{"current", "off"}, {"range", {{"fixedBy", "super dynamic"}}}}));
     EXPECT_EQ(adjustments.at("wideDynamicRange").at("current"), "on");
-    EXPECT_EQ(adjustments.at("autoFocus").at("values"), json({"on"}));
+    EXPECT_EQ(adjustments.at("autoFocus").at("range"), json({"on"}));
     EXPECT_THAT(Image(camsim, {}, false).out,
                 AllOf(HasSubstr("####################  100"), HasSubstr("fixed by super dynamic")));
 }
@@ -72,7 +73,7 @@ TEST(Image, RefusesWhatCannotBe) {
         {"backLight=1", 2, "off, on"},
         {"autoFocus=off", 2, "It may be: on\n"},
         {"focus=5", 1, "the camera has no focus"},
-        {"autoFocus=on", 1, "the camera has no auto focus"},
+        {"autoFocus=on", 1, "the camera has no autoFocus"},
     };
     for (const auto& c : cases) {
         const SRun run = Image(camsim, {c.wish});

@@ -37,7 +37,7 @@ TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
     const std::string record = "resolution=700x500;frameRate=9;keyFrameInterval=9"; // the camera rounds
     const json sync =
         json::parse(Vornhost({"--json", "sync", camsim.address(), "--stream", "0,h264,0", record}).out);
-    EXPECT_EQ(sync.at("recordNow").at("frameRate"), "10");
+    EXPECT_EQ(sync.at("recordNow").at("frameRate"), 10);
 
     const SRun run = Vornhost(Record(camsim, folder.file("video.mkv"), {"--seconds", "2"}));
     ASSERT_EQ(run.status, 0) << run.err;

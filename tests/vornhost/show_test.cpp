@@ -43,7 +43,7 @@ TEST(Show, TellsEveryModel) {
         EXPECT_FALSE(report.at("device").at("firmware").get<std::string>().empty());
         EXPECT_FALSE(report.at("streams").empty());
         EXPECT_FALSE(report.at("settings").at("streams").empty());
-        EXPECT_EQ(report.at("settings").at("rtsp").at("port"), "554");
+        EXPECT_EQ(report.at("settings").at("rtsp").at("port"), 554);
         EXPECT_THAT(report.at("problems"), IsEmpty());
         EXPECT_EQ(report.count("audio"), models[i] == "S202" ? 0U : 1U);
         EXPECT_EQ(report.at("image").at(0).at("current"), 50);
@@ -59,11 +59,15 @@ TEST(Show, AlarmInputsAreReadAndNotChanged) {
     const json settings = camsim.get("/cameras/0/settings");
     const json inputs = JsonLines(Vornhost({"show", "--json", camsim.address()}).out).at(0).at("alarmInputs");
     ASSERT_EQ(inputs.size(), 3U);
-    const json first = {{"input", 0},         {"terminal", 1},         {"contact", "normally open"},
-                        {"mode", "LOW"},      {"alarmEnabled", false}, {"level", "Low"},
+    const json first = {{"input", 0},           {"terminal", 1},         {"contact", "normally open"},
+                        {"activeLevel", "Low"}, {"alarmEnabled", false}, {"level", "Low"},
                         {"state", "inactive"}};
-    const json second = {{"input", 1},       {"terminal", 2},        {"contact", "normally closed"},
-                         {"mode", "HIGH"},   {"alarmEnabled", true}, {"level", "High"},
+    const json second = {{"input", 1},
+                         {"terminal", 2},
+                         {"contact", "normally closed"},
+                         {"activeLevel", "High"},
+                         {"alarmEnabled", true},
+                         {"level", "High"},
                          {"state", "active"}};
     EXPECT_EQ(inputs[0], first);
     EXPECT_EQ(inputs[1], second);
@@ -102,6 +106,16 @@ TEST(Show, OneCauseIsToldOnce) {
     EXPECT_FALSE(report.at("streams").empty());
     EXPECT_THAT(Vornhost({"show", camsim.address()}).out,
                 HasSubstr("What is wrong\n  the camera says that it is busy"));
+}
+
+TEST(Show, WhatCannotBeReadHasItsErrorWhereItsValueWouldBe) {
+    const CCamsim camsim({"--model", "D850", "--fault", "/cgi-bin/absget* status status=503"});
+    const json report = JsonLines(Vornhost({"show", "--json", camsim.address()}).out).at(0);
+    const json& focus = report.at("lens").at(0);
+    EXPECT_EQ(focus.at("setting"), "focus");
+    EXPECT_EQ(focus.at("text"), "Property is not found");
+    EXPECT_FALSE(focus.contains("current"));
+    EXPECT_THAT(Vornhost({"show", camsim.address()}).out, testing::ContainsRegex("focus +\\?\n"));
 }
 
 TEST(Show, ADeadCameraIsOneDiagnosis) {

@@ -1,6 +1,7 @@
 #include "tools/vornhost/events/alarm_input_levels.h"
 
 #include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/events/monitor_look.h"
 
 #include <charconv>
 #include <sstream>
@@ -53,7 +54,11 @@ std::variant<std::map<int, std::string>, SDiagnosis> AskAlarmInputLevels(CDevice
             return ReadLevels(timed.answer.values.front());
         return Diagnose(Occasion::Call, *timed.answer.error, session.exchanges());
     } catch (const COperationError& error) { // the camera is not initialised
-        return SDiagnosis{error.what()};
+        SDiagnosis diagnosis;
+        diagnosis.problem = error.what();
+        diagnosis.cause = "not-reported";
+        diagnosis.phase = MonitorPhase;
+        return diagnosis;
     }
 }
 

@@ -1,7 +1,10 @@
 #include "tools/vornhost/report/adjustments.h"
 
 #include "operations/whole_number.h"
+#include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/measured.h"
+#include "tools/vornhost/report/value_range.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,6 +18,7 @@ constexpr int HighestPercent = 100;
 constexpr const char* On = "on";
 constexpr const char* Off = "off";
 constexpr const char* FocusName = "focus";
+constexpr const char* FixedByCamera = "the camera";
 
 // The plug-in's value as a person writes it.
 std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& value) {
@@ -42,23 +46,21 @@ AdjustmentForm FormOf(const SwitchKind&) {
     return AdjustmentForm::Switch;
 }
 
-// Where the name and the label are not the name of the model list's member, and what takes the choice away.
+// Where the name is not that of the model list's member, and what takes the choice away.
 constexpr struct {
     const char* operation;
     const char* name;
-    const char* label;
     const char* fixedBy;
 } Names[] = {
-    {"VpaWhiteBalance", "whiteBalance", "white balance", nullptr},
-    {"VpaBackLightComp", "backLight", "back-light compensation", "super dynamic"},
-    {"LensWdr", "wideDynamicRange", "wide dynamic range", "size or exposure"},
+    {"VpaBackLightComp", "backLight", "super dynamic"},
+    {"LensWdr", "wideDynamicRange", "size or exposure"},
 };
 
 SAdjustmentInfo Info(const char* member, const char* operation, AdjustmentForm form) {
     for (const auto& row : Names)
         if (std::string(operation) == row.operation)
-            return {row.name, row.label, operation, form, nullptr, row.fixedBy};
-    return {member, member, operation, form, nullptr, nullptr};
+            return {row.name, operation, form, nullptr, row.fixedBy};
+    return {member, operation, form, nullptr, FixedByCamera};
 }
 
 std::vector<SAdjustmentInfo> MakeAdjustments() {
@@ -70,12 +72,34 @@ std::vector<SAdjustmentInfo> MakeAdjustments() {
 #include "host/adjustments.def"
     const auto focus = std::find_if(all.begin(), all.end(),
                                     [](const auto& info) { return info.name == std::string(FocusName); });
-    all.insert(std::next(focus), {"autoFocus", "auto focus", "LensAutoFocus", AdjustmentForm::Action,
-                                  focus->isOfModel, nullptr});
+    all.insert(std::next(focus),
+               {"autoFocus", "LensAutoFocus", AdjustmentForm::Action, focus->isOfModel, FixedByCamera});
     return all;
 }
 
+ordered_json ValueOrNull(const std::string& text) {
+    return text.empty() ? ordered_json() : Measured(text);
+}
+
 } // namespace
+
+ordered_json CurrentValue(const SAdjustmentReading& reading) {
+    return reading.failure ? ErrorMembers(*reading.failure) : ValueOrNull(reading.current);
+}
+
+ordered_json DefaultValue(const SAdjustmentReading& reading) {
+    return ValueOrNull(reading.byDefault);
+}
+
+ordered_json RangeValue(const SAdjustmentReading& reading) {
+    if (reading.failure)
+        return nullptr;
+    if (reading.isFixed())
+        return {{"fixedBy", reading.info->fixedBy}};
+    if (reading.info->form == AdjustmentForm::Percent)
+        return CValueRange::between("0", std::to_string(HighestPercent), "1").toJson();
+    return reading.values;
+}
 
 const std::vector<SAdjustmentInfo>& Adjustments() {
     static const std::vector<SAdjustmentInfo> adjustments = MakeAdjustments();

@@ -14,14 +14,13 @@ namespace corvane::vornhost {
 enum class AdjustmentForm { Percent, Word, Switch, Action };
 
 struct SAdjustmentInfo {
-    const char* name; // for the user to type
-    const char* label;
+    const char* name;      // for the user to type
     const char* operation; // behind "get" and "set"
     AdjustmentForm form;
     // Of an adjustment of the lens, which the camera does not list itself: whether the model has it. Null for
     // the picture's.
     bool (*isOfModel)(const SModelInfo& model);
-    const char* fixedBy; // what takes the choice away from who would set it; null: nothing
+    const char* fixedBy; // what takes the choice away from who would set it
 };
 
 // All adjustments of picture and lens, in the order in which they are shown.
@@ -42,6 +41,13 @@ struct SAdjustmentReading {
 
     bool isFixed() const { return !failure && values.empty() && info->form != AdjustmentForm::Percent; }
 };
+
+// What programs are told of it, in every output: a number for a percentage, null for what the camera cannot
+// tell. The current value of one that could not be read is the error.
+ordered_json CurrentValue(const SAdjustmentReading& reading);
+ordered_json DefaultValue(const SAdjustmentReading& reading);
+// {"from","to","step"}, a list, or {"fixedBy"}.
+ordered_json RangeValue(const SAdjustmentReading& reading);
 
 // Calls an operation of the camera; nothing when the call cannot be made.
 using AskCamera = std::function<std::optional<SAnswer>(const std::string& operation, const Texts& arguments)>;

@@ -5,6 +5,7 @@
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/report/adjustments.h"
+#include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/report/setting_sections.h"
 #include "tools/vornhost/report/value_range.h"
 
@@ -17,14 +18,12 @@ namespace corvane::vornhost {
 namespace {
 
 struct SCodec {
-    const char* argument;
     const char* name;
     int bit;     // in getVideoCodecsSupported
     int streams; // with capabilities of their own
 };
 
-constexpr SCodec Codecs[] = {
-    {"mjpeg", "MJPEG", MjpegBit, 1}, {"mpeg4", "MPEG-4", Mpeg4Bit, 2}, {"h264", "H.264", H264Bit, 2}};
+constexpr SCodec Codecs[] = {{"mjpeg", MjpegBit, 1}, {"mpeg4", Mpeg4Bit, 2}, {"h264", H264Bit, 2}};
 
 constexpr int NotSupported = static_cast<int>(RtnCode::NotSupported);
 constexpr const char* FirstAudio = "0,g726"; // stream
@@ -56,34 +55,14 @@ ordered_json OrNull(const ordered_json& value) {
     return value.empty() || value == anEmptyText || value == onlyAnEmptyText ? ordered_json() : value;
 }
 
-// Texts that are numbers as numbers, in lists too.
-ordered_json Measured(ordered_json value) {
-    if (value.is_array())
-        for (ordered_json& entry : value)
-            entry = Measured(entry);
-    if (!value.is_string())
-        return value;
-    const std::string text = value;
-    const bool isDecimal = !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
-    const ordered_json number = isDecimal ? ordered_json::parse(text, nullptr, false) : ordered_json();
-    return number.is_number() ? number : value;
-}
-
-// "?" where it could not be read; why stands among the problems.
-ordered_json CurrentValue(const SAdjustmentReading& reading) {
-    return reading.failure ? ordered_json("?") : Measured(OrNull(reading.current));
-}
-ordered_json RangeValue(const SAdjustmentReading& reading) {
-    if (reading.failure)
-        return nullptr;
-    if (reading.isFixed())
-        return std::string("fixed by ") + reading.info->fixedBy;
-    return reading.info->form == AdjustmentForm::Percent ? CValueRange::between("0", "100", "1").toJson()
-                                                         : OrNull(reading.values);
-}
-
-std::string StreamName(const char* codec, int streams, int stream) {
-    return codec + (streams == 1 ? "" : " " + std::to_string(stream + 1));
+SDiagnosis NoCodec() {
+    SDiagnosis diagnosis;
+    diagnosis.problem = "the camera's capability names no video codec";
+    diagnosis.advice = "look at its reply: vornhost call ADDRESS setting.CameraHttpGet "
+                       "/cgi-bin/get_capability 4";
+    diagnosis.cause = "not-reported";
+    diagnosis.phase = "capability";
+    return diagnosis;
 }
 
 class CReporter {
@@ -138,10 +117,7 @@ private:
         codecBits_ = codecs->result.index() == 0 ? 0 : std::get<long long>(codecs->result);
         imageMode_ = resultText("GetImageMode", {});
         if (codecBits_ == 0)
-            report_.problems.push_back({"capability.getVideoCodecsSupported",
-                                        {"the camera's capability names no video codec", "", "", "",
-                                         "look at its reply: vornhost call ADDRESS setting.CameraHttpGet "
-                                         "/cgi-bin/get_capability 4"}});
+            report_.problems.push_back({"capability.getVideoCodecsSupported", NoCodec()});
         ordered_json names = ordered_json::array();
         for (const auto& codec : Codecs)
             if (codecBits_ & codec.bit)
@@ -170,24 +146,24 @@ private:
                                  {"range", "MAY BE"}};
         for (const auto& codec : Codecs)
             for (int stream = 0; stream < codec.streams && (codecBits_ & codec.bit); ++stream)
-                addStream(section.table, StreamName(codec.name, codec.streams, stream), codec, stream);
+                addStream(section.table, codec, stream);
         add(std::move(section));
     }
 
-    void addStream(SFactTable& table, const std::string& name, const SCodec& codec, int stream) {
-        const std::string id = "0," + std::string(codec.argument) + "," + std::to_string(stream);
+    void addStream(SFactTable& table, const SCodec& codec, int stream) {
+        const std::string id = "0," + std::string(codec.name) + "," + std::to_string(stream);
         const auto camera = ask("getVideoCodecParameters", {id});
         const auto current =
             camera ? ask("convertVideoCodecToNvr", {id, RecordArgument(*camera)}) : std::nullopt;
         for (const auto& setting : StreamSettings) {
             if (!(setting.codecBits & codec.bit))
                 continue;
-            const Texts arguments{"0", std::to_string(stream), codec.argument};
+            const Texts arguments{"0", std::to_string(stream), codec.name};
             const std::string operation = std::string("getVideoCodec") + setting.operation;
             const auto byDefault = askIfSupported(operation + "Default", arguments);
             const auto range = askIfSupported(operation + "Range", arguments);
             std::vector<ordered_json> row{
-                name, setting.field,
+                id, setting.field,
                 current ? Measured(OrNull(FieldOf(*current, setting.field))) : ordered_json(),
                 byDefault && !byDefault->values.empty() ? Measured(OrNull(byDefault->values.front()))
                                                         : ordered_json(),
@@ -229,8 +205,8 @@ private:
         SReportSection lens{"/lens", "Lens, as the recorder sets it", {}, settingsTable()};
         for (const SAdjustmentReading& reading : adjustments.readAll())
             (reading.info->isOfModel ? lens : image)
-                .table.rows.push_back({reading.info->name, CurrentValue(reading),
-                                       Measured(OrNull(reading.byDefault)), RangeValue(reading)});
+                .table.rows.push_back(
+                    {reading.info->name, CurrentValue(reading), DefaultValue(reading), RangeValue(reading)});
         add(std::move(image));
         add(std::move(lens));
     }

@@ -21,6 +21,7 @@ struct SFact {
 struct SFactTable {
     std::vector<std::pair<std::string, std::string>> columns; // key in JSON, title
     std::vector<std::vector<ordered_json>> rows;              // null: the stream does not have it
+    // A cell of {"code","origin","text"} is a value that could not be read.
 };
 
 struct SReportSection {

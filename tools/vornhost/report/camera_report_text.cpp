@@ -2,11 +2,14 @@
 
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/report/camera_report.h"
 
 namespace corvane::vornhost {
 namespace {
+
+bool IsError(const ordered_json& value) {
+    return value.is_object() && value.contains("code");
+}
 
 std::string ValueText(const ordered_json& value) {
     if (value.is_null())
@@ -19,6 +22,10 @@ std::string ValueText(const ordered_json& value) {
             texts.push_back(ValueText(entry));
         return Join(texts, ", ");
     }
+    if (IsError(value))
+        return "?"; // why stands among the problems
+    if (value.is_object() && value.contains("fixedBy"))
+        return "fixed by " + ValueText(value.at("fixedBy"));
     if (value.is_object()) // a range
         return ValueText(value.at("from")) + " to " + ValueText(value.at("to")) + " in steps of " +
                ValueText(value.at("step"));
@@ -30,27 +37,17 @@ ordered_json TableJson(const SFactTable& table) {
     for (const std::vector<ordered_json>& row : table.rows) {
         ordered_json object = ordered_json::object();
         for (std::size_t i = 0; i < row.size(); ++i)
-            if (!row[i].is_null())
+            if (IsError(row[i]))
+                object.update(row[i]);
+            else if (!row[i].is_null())
                 object[table.columns[i].first] = row[i];
         rows.push_back(std::move(object));
     }
     return rows;
 }
 
-// For eyes, what programs call by one word everywhere.
-constexpr std::pair<const char*, const char*> Labels[] = {
-    {"frameRate", "frames a second"}, {"keyFrameInterval", "frames to a key frame"}, {"bitRate", "bit rate"}};
-
-std::string LabelOf(const std::string& setting) {
-    for (const auto& [name, label] : Labels)
-        if (setting == name)
-            return label;
-    const SAdjustmentInfo* const adjustment = FindAdjustment(setting);
-    return adjustment ? adjustment->label : setting;
-}
-
 ordered_json ProblemJson(const SReportProblem& problem) {
-    ordered_json json{{"problem", problem.diagnosis.problem}}; // in words
+    ordered_json json{{"text", problem.diagnosis.problem}};
     json.update(ProblemObject(problem.diagnosis));
     if (!problem.operation.empty())
         json["operation"] = problem.operation;
@@ -64,9 +61,8 @@ CTable TextTable(const SFactTable& facts) {
     CTable table(titles, 2);
     for (const std::vector<ordered_json>& row : facts.rows) {
         Texts cells;
-        for (std::size_t i = 0; i < row.size(); ++i)
-            cells.push_back(facts.columns[i].first == "setting" ? LabelOf(ValueText(row[i]))
-                                                                : ValueText(row[i]));
+        for (const ordered_json& value : row)
+            cells.push_back(ValueText(value));
         table.addRow(std::move(cells));
     }
     return table;

@@ -78,7 +78,7 @@ template <class NumberParam>
 void DescribeNumber(ordered_json& json, const char* type, const GParamSpec* property) {
     const auto* const number = reinterpret_cast<const NumberParam*>(property);
     json["type"] = type;
-    json["range"] = {number->minimum, number->maximum};
+    json["range"] = {{"from", number->minimum}, {"to", number->maximum}, {"step", 1}};
     json["default"] = number->default_value;
 }
 

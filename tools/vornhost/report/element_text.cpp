@@ -83,7 +83,7 @@ std::string PropertyText(const ordered_json& property, std::size_t nameWidth) {
     text += Margin + "flags: " + Join(flags.get<Texts>(), ", ") + "\n";
     text += Margin + property.at("type").get<std::string>();
     if (const auto range = property.find("range"); range != property.end())
-        text += ". Range: " + (*range)[0].dump() + " - " + (*range)[1].dump();
+        text += ". Range: " + range->at("from").dump() + " - " + range->at("to").dump();
     else if (!property.contains("values"))
         text += ".";
     text += DefaultText(property) + "\n";

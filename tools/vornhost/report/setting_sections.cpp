@@ -1,31 +1,32 @@
 #include "tools/vornhost/report/setting_sections.h"
 
+#include "tools/vornhost/report/measured.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace corvane::vornhost {
 namespace {
 
-ordered_json TextValue(const std::string& text) {
-    return text;
+ordered_json PlainValue(const std::string& text) {
+    return Measured(text);
 }
 
 // "1" and "0" stand for yes and no.
 ordered_json FlagValue(const std::string& text) {
-    return text == "1" || text == "0" ? ordered_json(text == "1") : ordered_json(text);
+    return text == "1" || text == "0" ? ordered_json(text == "1") : Measured(text);
 }
 
 // Of a camera with MPEG-4 and H.264: which of the two it sends.
 ordered_json FamilyValue(const std::string& text) {
-    return text == "0" ? "MPEG-4" : text == "1" ? "H.264" : text;
+    return text == "0" ? "mpeg4" : text == "1" ? "h264" : text;
 }
 
 struct SSetting {
     const char* key; // in JSON
     const char* label;
     std::vector<const char*> names; // the first that the camera has
-    ordered_json (*value)(const std::string& text) = TextValue;
-    int codecBit = 0; // the codec that it belongs to; 0: none
+    ordered_json (*value)(const std::string& text) = PlainValue;
 };
 
 struct SSettingGroup {
@@ -37,12 +38,7 @@ struct SSettingGroup {
 const SSettingGroup Groups[] = {
     {"/settings/rtsp",
      "RTSP",
-     {{"codecFamily", "codec family", {"STREAMMODE"}, FamilyValue},
-      {"port", "port", {"RTSPPORT"}},
-      {"h264Stream1", "H.264 stream 1", {"H264RTSPMODE"}, FlagValue, H264Bit},
-      {"h264Stream2", "H.264 stream 2", {"H264RTSPMODE_2"}, FlagValue, H264Bit},
-      {"mpeg4Stream1", "MPEG-4 stream 1", {"RTSPMODE"}, FlagValue, Mpeg4Bit},
-      {"mpeg4Stream2", "MPEG-4 stream 2", {"RTSPMODE_2"}, FlagValue, Mpeg4Bit}}},
+     {{"codecFamily", "codec family", {"STREAMMODE"}, FamilyValue}, {"port", "port", {"RTSPPORT"}}}},
     {"/settings/audio",
      "Sound, in the camera's own words",
      {{"mode", "mode", {"AUDIO"}},
@@ -57,15 +53,22 @@ const SSettingGroup Groups[] = {
       {"sharpness", "sharpness", {"SHARPNESS", "APERTURE"}},
       {"saturation", "saturation", {"CHROMA"}},
       {"whiteBalance", "white balance", {"WHITEBALANCE", "WHITEBAL"}},
-      {"backLightCompensation", "back-light compensation", {"BLC"}, FlagValue},
+      {"backLight", "back light", {"BLC"}, FlagValue},
       {"superDynamic", "super dynamic", {"MEGASD", "SDTHREE", "WDR"}, FlagValue},
       {"darkCompensation", "dark compensation", {"DARKCOMP"}, FlagValue},
       {"exposure", "exposure", {"ALCELC"}}}},
 };
 
+// What a recorder knows as resolution and keyFrameInterval has other names, since it is a width alone, and
+// seconds instead of frames.
 const std::vector<std::pair<std::string, std::string>> StreamColumns = {
-    {"stream", "STREAM"},   {"transmission", "ON"}, {"resolution", "RESOLUTION"},
-    {"frameRate", "FPS"},   {"quality", "QUALITY"}, {"keyFrameInterval", "KEY FRAMES EVERY S"},
+    {"stream", "STREAM"},
+    {"transmission", "ON"},
+    {"rtsp", "RTSP"},
+    {"width", "WIDTH"},
+    {"frameRate", "FPS"},
+    {"quality", "QUALITY"},
+    {"keyFrameSeconds", "KEY FRAMES EVERY S"},
     {"bitRate", "BIT RATE"}};
 
 // The names of the settings of one codec's streams, in the order of the columns from the second on; null
@@ -73,15 +76,17 @@ const std::vector<std::pair<std::string, std::string>> StreamColumns = {
 struct SStreamSettings {
     const char* codec;
     int codecBit;
-    const char* names[6];
+    const char* names[7];
 };
 
 constexpr SStreamSettings SecondStreamCodecs[] = {
-    {"H.264", H264Bit, {"H264", "H264SIZE", "H264NRFRAMERATE", "H264QUAL", "H264RINT", "H264BWC"}},
-    {"MPEG-4", Mpeg4Bit, {"MPEG", "MPEGSIZE", "NRFRAMERATE", "MPEGQUAL", "RINT", "MPEGBWC"}},
+    {"h264",
+     H264Bit,
+     {"H264", "H264RTSPMODE", "H264SIZE", "H264NRFRAMERATE", "H264QUAL", "H264RINT", "H264BWC"}},
+    {"mpeg4", Mpeg4Bit, {"MPEG", "RTSPMODE", "MPEGSIZE", "NRFRAMERATE", "MPEGQUAL", "RINT", "MPEGBWC"}},
 };
 constexpr SStreamSettings Mjpeg = {
-    "MJPEG", MjpegBit, {nullptr, "LIVESIZE", "LIVEINT", "LIVEQUAL", nullptr, nullptr}};
+    "mjpeg", MjpegBit, {nullptr, nullptr, "LIVESIZE", "LIVEINT", "LIVEQUAL", nullptr, nullptr}};
 
 ordered_json Value(const SSetting& setting, const ReadSetting& read) {
     for (const char* name : setting.names)
@@ -90,16 +95,19 @@ ordered_json Value(const SSetting& setting, const ReadSetting& read) {
     return nullptr;
 }
 
+// As the command line names it.
+std::string StreamId(int input, const char* codec, int stream) {
+    return std::to_string(input) + "," + codec + "," + std::to_string(stream);
+}
+
 void AddStream(SFactTable& table, const std::string& stream, const SStreamSettings& settings,
                const std::string& suffix, const ReadSetting& read) {
     std::vector<ordered_json> row{stream};
     bool any = false;
     for (const char* name : settings.names) {
         const std::string value = name ? read(name + suffix) : "";
-        const bool isTransmission = row.size() == 1;
-        row.push_back(value.empty()    ? ordered_json()
-                      : isTransmission ? FlagValue(value)
-                                       : ordered_json(value));
+        const bool isSwitch = row.size() <= 2;
+        row.push_back(value.empty() ? ordered_json() : isSwitch ? FlagValue(value) : PlainValue(value));
         any = any || !value.empty();
     }
     if (any)
@@ -111,13 +119,12 @@ SReportSection StreamSection(int videoInputs, long long codecBits, const ReadSet
     for (const SStreamSettings& codec : SecondStreamCodecs) {
         if (!(codecBits & codec.codecBit))
             continue;
-        AddStream(section.table, std::string(codec.codec) + " 1", codec, "", read);
-        AddStream(section.table, std::string(codec.codec) + " 2", codec, "_2", read);
+        AddStream(section.table, StreamId(0, codec.codec, 0), codec, "", read);
+        AddStream(section.table, StreamId(0, codec.codec, 1), codec, "_2", read);
     }
-    AddStream(section.table, Mjpeg.codec, Mjpeg, "", read);
-    for (int input = 2; input <= videoInputs; ++input)
-        AddStream(section.table, std::string(Mjpeg.codec) + ", input " + std::to_string(input), Mjpeg,
-                  "CH" + std::to_string(input - 1), read);
+    AddStream(section.table, StreamId(0, Mjpeg.codec, 0), Mjpeg, "", read);
+    for (int input = 1; input < videoInputs; ++input)
+        AddStream(section.table, StreamId(input, Mjpeg.codec, 0), Mjpeg, "CH" + std::to_string(input), read);
     return section;
 }
 
@@ -135,10 +142,9 @@ ordered_json ContactValue(const std::string& mode) {
     return mode == NormallyOpen ? "normally open" : mode == NormallyClosed ? "normally closed" : mode;
 }
 
-// As getDryContactInputActiveState of the plug-in answers: "LOW" too where the camera does not say.
+// The level that getDryContactInputActiveState of the plug-in answers: low too where the camera does not say.
 const char* ActiveLevel(const std::string& mode) {
-    return mode.empty() || mode == NormallyOpen ? vorn_camera_base::v1_0::ActiveLow
-                                                : vorn_camera_base::v1_0::ActiveHigh;
+    return mode.empty() || mode == NormallyOpen ? "Low" : "High";
 }
 
 ordered_json AlarmValue(const std::string& setting) {
@@ -165,8 +171,7 @@ std::vector<SReportSection> SettingSections(int videoInputs, long long codecBits
     for (const SSettingGroup& group : Groups) {
         SReportSection section{group.place, group.title, {}, {}};
         for (const SSetting& setting : group.settings)
-            if (setting.codecBit == 0 || (codecBits & setting.codecBit))
-                section.facts.push_back({setting.key, setting.label, Value(setting, read)});
+            section.facts.push_back({setting.key, setting.label, Value(setting, read)});
         sections.push_back(std::move(section));
     }
     return sections;
@@ -175,8 +180,8 @@ std::vector<SReportSection> SettingSections(int videoInputs, long long codecBits
 SReportSection AlarmInputSection(int count, const std::map<int, std::string>& levels,
                                  const ReadSetting& read) {
     SReportSection section{"/alarmInputs", "Alarm inputs", {}, {}};
-    section.table.columns = {{"input", "INPUT"}, {"terminal", "TERMINAL"},     {"contact", "CONTACT"},
-                             {"mode", "MODE"},   {"alarmEnabled", "ALARM ON"}, {"level", "LEVEL NOW"},
+    section.table.columns = {{"input", "INPUT"},        {"terminal", "TERMINAL"},     {"contact", "CONTACT"},
+                             {"activeLevel", "ACTIVE"}, {"alarmEnabled", "ALARM ON"}, {"level", "LEVEL NOW"},
                              {"state", "STATE"}};
     for (int input = 0; input < count; ++input) {
         const std::string mode = read(KeyOf("AINMODE", input));

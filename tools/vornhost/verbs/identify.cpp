@@ -34,6 +34,20 @@ ordered_json JsonOf(const std::string& address, const SIdentification& found) {
     return json;
 }
 
+// Of an address whose worker has ended before it knew anything.
+SIdentification Unanswered() {
+    SDiagnosis lost;
+    lost.problem = "the process that asks has ended before there was an answer";
+    lost.advice = "see what limits the program's memory and processes (ulimit -a), then try again";
+    lost.cause = "limit";
+    lost.isCertain = false;
+    lost.phase = "identify";
+    SIdentification result;
+    result.error = {RtnCode::OperationFailed, Origin::General, lost.problem};
+    result.failure = lost;
+    return result;
+}
+
 // Writes what is known of each address in the order in which they were given, as soon as all before it are
 // known. Callable from any thread.
 class CResults {
@@ -165,7 +179,7 @@ private:
     void askSideBySide(const SOptions& options, const CVornModelList& models, CResults& results) const {
         CIdentificationWorkers workers(options, [&](std::size_t place, const std::string& line) {
             const auto answer = ordered_json::parse(line, nullptr, false);
-            results.take(place, answer.is_object() ? answer : ordered_json{{"address", addresses_[place]}});
+            results.take(place, answer.is_object() ? answer : JsonOf(addresses_[place], Unanswered()));
         });
         refhost::ProbeConnections(addresses_, options.patience(LongestIdentification),
                                   [&](std::size_t place, const refhost::SProbedConnection& probed) {

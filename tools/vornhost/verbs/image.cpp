@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/report/adjustments.h"
+#include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/session/options.h"
 #include "tools/vornhost/verbs/device_verb.h"
@@ -53,23 +54,15 @@ std::string ReadingsText(const std::vector<SAdjustmentReading>& readings, const 
     return table.headingLines(colour) + table.rowLines();
 }
 
-// A percentage is a number.
-ordered_json ValueJson(const SAdjustmentInfo& info, const std::string& text) {
-    return info.form == AdjustmentForm::Percent ? ordered_json(NumberIn(text)) : ordered_json(text);
-}
-
 ordered_json ReadingJson(const SAdjustmentReading& reading) {
     if (reading.failure)
         return ErrorMembers(*reading.failure);
-    ordered_json json = ordered_json::object();
-    if (!reading.current.empty())
-        json["current"] = ValueJson(*reading.info, reading.current);
-    if (!reading.byDefault.empty())
-        json["default"] = ValueJson(*reading.info, reading.byDefault);
-    if (reading.info->form == AdjustmentForm::Percent)
-        json.update({{"minimum", 0}, {"maximum", 100}});
-    else
-        json["values"] = reading.values;
+    ordered_json json{{"current", CurrentValue(reading)},
+                      {"default", DefaultValue(reading)},
+                      {"range", RangeValue(reading)}};
+    for (const char* name : {"current", "default"})
+        if (json.at(name).is_null())
+            json.erase(name);
     return json;
 }
 
@@ -130,17 +123,15 @@ private:
     ExitStatus set(const SWish& wish) {
         if (!adjustments_.has(*wish.info)) {
             SDiagnosis problem;
-            problem.problem = std::string("the camera has no ") + wish.info->label;
+            problem.problem = std::string("the camera has no ") + wish.info->name;
             problem.request = std::string(wish.info->name) + "=" + wish.value + "; nothing was sent";
             problem.reply = "the camera's own list of adjustments has none of the name";
             problem.advice = "see with `vornhost image` which the camera has";
             problem.cause = "not-supported";
             problem.phase = "write";
+            const SAdjustmentReading none{wish.info, "", "", {}, std::nullopt};
             if (json_)
-                WriteOutput(JsonLine({{"name", wish.info->name},
-                                      {"asked", wish.value},
-                                      {"text", problem.problem},
-                                      {"problem", ProblemObject(problem)}}));
+                tell(wish, {RtnCode::NotSupported, Origin::General, problem.problem}, none, problem);
             WriteMessage(problem.lines(session_.address()));
             return ExitStatus::CallFailed;
         }
@@ -160,7 +151,7 @@ private:
         WriteMessage(problem->lines(session_.address() + ": " +
                                     (reported.failure ? std::string("get") + telling.operation : operation)));
         if (error && adjustments_.read(telling).isFixed())
-            WriteMessage(std::string("  ") + telling.label + " is fixed by " + telling.fixedBy +
+            WriteMessage(std::string("  ") + telling.name + " is fixed by " + telling.fixedBy +
                          " at the moment\n");
         return ExitStatus::CallFailed;
     }
@@ -174,25 +165,24 @@ private:
         const bool isTold = reported.info == wish.info && wish.info->form != AdjustmentForm::Action;
         if (!isTold || IsSameAdjustment(*wish.info, wish.value, reported.current))
             return std::nullopt;
-        return NotAccepted(wish.info->label, wish.value, reported.current);
+        return NotAccepted(wish.info->name, wish.value, reported.current);
     }
 
     void tell(const SWish& wish, const CError& error, const SAdjustmentReading& reported,
               const std::optional<SDiagnosis>& problem) const {
         const SAdjustmentInfo& telling = *reported.info;
         if (json_) {
-            ordered_json line{{"name", wish.info->name}, {"asked", ValueJson(*wish.info, wish.value)}};
+            ordered_json line{{"setting", wish.info->name}, {"asked", Measured(wish.value)}};
             line.update(ErrorMembers(error));
             if (!reported.current.empty())
-                line["reported"] = ValueJson(telling, reported.current);
+                line["reported"] = CurrentValue(reported);
             if (problem)
                 line["problem"] = ProblemObject(*problem);
             WriteOutput(JsonLine(line));
         } else if (!reported.current.empty()) {
             const std::string why = reported.isFixed() ? std::string(", fixed by ") + telling.fixedBy : "";
-            WriteOutput(PrintableText(std::string(wish.info->label) + " " + wish.value +
-                                      ": the camera reports " + telling.label + " " + reported.current +
-                                      why) +
+            WriteOutput(PrintableText(std::string(wish.info->name) + " " + wish.value +
+                                      ": the camera reports " + telling.name + " " + reported.current + why) +
                         "\n");
         }
     }
@@ -281,7 +271,7 @@ private:
         const Texts values = AdjustmentValues(*wish.info, model);
         const bool hasNone = wish.info->form != AdjustmentForm::Percent && values.empty();
         if (!hasNone && !AdjustmentArgument(*wish.info, model, wish.value))
-            Refuse("\"" + wish.value + "\" is no " + wish.info->label, wish.value, values,
+            Refuse("\"" + wish.value + "\" is no " + wish.info->name, wish.value, values,
                    AdjustmentChoice(*wish.info, model));
     }
 

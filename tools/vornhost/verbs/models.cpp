@@ -29,7 +29,7 @@ std::string FeaturesText(const SModelInfo& model, bool isDigestOnly) {
     if (IsOffered(model.focus))
         texts.emplace_back("focus");
     if (IsOffered(model.dynamicRange))
-        texts.emplace_back("dynamic range");
+        texts.emplace_back("wideDynamicRange");
     if (isDigestOnly)
         texts.emplace_back("Digest only");
     return Join(texts, ", ");
@@ -44,7 +44,7 @@ ordered_json ModelJson(const SModelInfo& model, bool isDigestOnly) {
             {"streams", model.codecStreams},
             {"ptz", model.ptz.has_value()},
             {"focus", IsOffered(model.focus)},
-            {"dynamicRange", model.dynamicRange},
+            {"wideDynamicRange", IsOffered(model.dynamicRange)},
             {"digestOnly", isDigestOnly}};
 }
 

@@ -17,7 +17,7 @@ ordered_json OperationJson(const SOperation& operation) {
     for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)
         arguments.push_back({{"name", operation.parameterNames[i]},
                              {"form", operation.parameterForms[i]},
-                             {"range", GuideToArgument(operation.name, operation.parameterNames[i])}});
+                             {"takes", GuideToArgument(operation.name, operation.parameterNames[i])}});
     return {{"operation", operation.name},
             {"does", GuideToOperation(operation.name)},
             {"arguments", std::move(arguments)},

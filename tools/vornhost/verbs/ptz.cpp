@@ -18,7 +18,7 @@ constexpr const char* Help =
   space           stop
   q, Ctrl-C       leave; the camera is stopped
 The status line tells the position (0 to 10000), the speed, and the latest command with its
-delay. With --json each command is answered with a line {"key","operation","code","text","ms"} instead.
+delay. With --json each command is answered with a line {"key","operation","code","origin","text","ms"} instead.
 Exit status 1 when a command failed or the camera does not move.
 Example: vornhost ptz 192.168.0.10 --speed 20)";
 

@@ -3,6 +3,7 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/report/value_range.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
@@ -15,23 +16,20 @@
 namespace corvane::vornhost {
 namespace {
 
-// One field of a stream's record: its label, and the operation that reads the recorder's value.
+// One field of a stream's record, and the operation that reads the recorder's value.
 struct SField {
     const SVideoField& field;
-    const char* label;
     const char* range; // the operation that tells what it may be
     CError (CVornCamera::*get)(int, int, VideoCodec, CString&);
 };
 
 const SField Fields[] = {
-    {VideoFields[0], "frames a second", "getVideoCodecFrameRateRange", &CVornCamera::getVideoCodecFrameRate},
-    {VideoFields[1], "resolution", "getVideoCodecResolutionRange", &CVornCamera::getVideoCodecResolution},
-    {VideoFields[2], "quality", "getVideoCodecQualityRange", &CVornCamera::getVideoCodecQuality},
-    {VideoFields[3], "frames to a key frame", "getVideoCodecKeyFrameIntervalRange",
-     &CVornCamera::getVideoCodecKeyFrameInterval},
-    {VideoFields[4], "bit rate", "getVideoCodecBitRateRange", &CVornCamera::getVideoCodecBitRate},
-    {VideoFields[5], "bit-rate control", "getVideoCodecBitRateControlRange",
-     &CVornCamera::getVideoCodecBitRateControl},
+    {VideoFields[0], "getVideoCodecFrameRateRange", &CVornCamera::getVideoCodecFrameRate},
+    {VideoFields[1], "getVideoCodecResolutionRange", &CVornCamera::getVideoCodecResolution},
+    {VideoFields[2], "getVideoCodecQualityRange", &CVornCamera::getVideoCodecQuality},
+    {VideoFields[3], "getVideoCodecKeyFrameIntervalRange", &CVornCamera::getVideoCodecKeyFrameInterval},
+    {VideoFields[4], "getVideoCodecBitRateRange", &CVornCamera::getVideoCodecBitRate},
+    {VideoFields[5], "getVideoCodecBitRateControlRange", &CVornCamera::getVideoCodecBitRateControl},
 };
 
 // What a synchronisation found and did. All values are in the recorder's form.
@@ -56,7 +54,7 @@ SAnswer AsAnswer(const SVornVidValsInDb& record) {
 }
 
 ordered_json RecordJson(const SVornVidValsInDb& record) {
-    return vornhost::RecordJson(AsAnswer(record));
+    return Measured(vornhost::RecordJson(AsAnswer(record)));
 }
 
 ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
@@ -65,7 +63,8 @@ ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
         sent.push_back({{"method", exchange.method},
                         {"path", exchange.path},
                         {"body", exchange.body},
-                        {"status", exchange.status}});
+                        {"status", exchange.status},
+                        {"ms", ThreeDecimals(exchange.milliseconds)}});
     ordered_json json{{"stream", stream},
                       {"record", RecordJson(outcome.record)},
                       {"camera", RecordJson(outcome.before)},
@@ -83,7 +82,7 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
                                       (outcome.after.*row.field.value).str()};
         if (std::any_of(std::begin(values), std::end(values),
                         [](const auto& value) { return !value.empty(); }))
-            table.addRow({row.label, values[0], values[1], values[2]});
+            table.addRow({row.field.name, values[0], values[1], values[2]});
     }
     std::string text = table.headingLines(colour) + table.rowLines();
     for (const SHttpExchange& exchange : outcome.sent)
@@ -177,7 +176,7 @@ private:
             if (range.allows(value, isInterval))
                 continue;
             SDiagnosis wrong;
-            wrong.problem = "the camera has no " + std::string(row.label) + " " + value;
+            wrong.problem = "the camera has no " + std::string(row.field.name) + " " + value;
             wrong.request = std::string(row.field.name) + "=" + value + "; nothing was sent";
             wrong.reply = "it may be " + range.text();
             wrong.advice = "give one of these; --force asks the camera for it all the same";
@@ -201,7 +200,7 @@ private:
             // Of a distance in frames the camera makes one of its own few in seconds.
             const bool isRounded = row.field.value == &SVornVidValsInDb::keyFrameInterval && !is.empty();
             if (isGiven && !isRounded && !is.empty() && asked != is)
-                return NotAccepted(row.label, asked, is);
+                return NotAccepted(row.field.name, asked, is);
         }
         return std::nullopt;
     }
