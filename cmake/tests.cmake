@@ -1,4 +1,5 @@
 include(GoogleTest)
+set(VORN_PRINTED_FOLDER ${CMAKE_BINARY_DIR}/tests/printed)
 find_package(GTest REQUIRED)
 
 # Made here, since a machine has only the locales of its own country.
@@ -10,11 +11,12 @@ add_custom_command(OUTPUT ${foreign_locale_file}
   VERBATIM)
 add_custom_target(foreign_locale DEPENDS ${foreign_locale_file})
 
-# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE]): one test program; each
+# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE] [RUNS_VORNHOST]): one test program; each
 # of its tests runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN. With
-# FOREIGN_LOCALE every test runs once more under a locale with a decimal comma.
+# FOREIGN_LOCALE every test runs once more under a locale with a decimal comma. With RUNS_VORNHOST every test must start
+# vornhost: what it prints is kept, and held against docs/schemas once they have run.
 function(vorn_test NAME)
-  cmake_parse_arguments(TEST "FOREIGN_LOCALE" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
+  cmake_parse_arguments(TEST "FOREIGN_LOCALE;RUNS_VORNHOST" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
@@ -23,9 +25,14 @@ function(vorn_test NAME)
   if(source_count GREATER 2)
     target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h> ${TEST_PRECOMPILE})
   endif()
+  set(kept)
+  if(TEST_RUNS_VORNHOST)
+    # A second list of variables, since the discovery cuts each at its first value.
+    set(kept ENVIRONMENT_MODIFICATION "VORN_PRINTED=set:${VORN_PRINTED_FOLDER}" FIXTURES_REQUIRED printed_lines)
+  endif()
   gtest_discover_tests(${NAME}
     DISCOVERY_MODE PRE_TEST
-    PROPERTIES ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin")
+    PROPERTIES ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin" ${kept})
   if(TEST_FOREIGN_LOCALE)
     target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/foreign_locale.cpp)
     add_dependencies(${NAME} foreign_locale)
@@ -34,7 +41,6 @@ function(vorn_test NAME)
       TEST_PREFIX ForeignLocale.
       PROPERTIES
         ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin"
-        # A second list, since the discovery cuts each at its first value.
         ENVIRONMENT_MODIFICATION "VORN_FOREIGN_LOCALE=set:${CMAKE_BINARY_DIR}/locale/${FOREIGN_LOCALE}")
   endif()
   foreach(source ${TEST_SOURCES})

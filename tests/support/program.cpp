@@ -1,5 +1,7 @@
 #include "tests/support/program.h"
 
+#include "tests/support/printed_lines.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -88,7 +90,7 @@ pid_t Spawn(const std::string& file, std::vector<std::string> arguments, std::ve
 
 CProgram::CProgram(const std::string& name, const std::vector<std::string>& arguments,
                    const Environment& environment)
-    : name_(name) {
+    : name_(name), arguments_(arguments) {
     std::signal(SIGPIPE, SIG_IGN); // a program may end before it has read its input
     SPipe in, out, err;
     process_ = Spawn(ProgramFile(name), arguments, EnvironmentTexts(environment),
@@ -106,6 +108,7 @@ CProgram::~CProgram() {
     if (process_ > 0) {
         kill(process_, SIGKILL);
         waitpid(process_, nullptr, 0);
+        keepPrinted(true);
     }
 }
 
@@ -125,6 +128,7 @@ void CProgram::closeInput() {
 
 void CProgram::closeOutput() {
     CloseFile(output_[Out]);
+    isOutputClosed_ = true;
 }
 
 void CProgram::narrowOutput() const {
@@ -178,6 +182,7 @@ SRun CProgram::wait() {
     rusage usage{};
     wait4(process_, &status, 0, &usage);
     process_ = -1;
+    keepPrinted(WIFSIGNALED(status) || isOutputClosed_);
     return {WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), text_[Out], text_[Err],
             usage.ru_maxrss * 1024LL};
 }
@@ -203,11 +208,17 @@ void CProgram::readSome(Clock::time_point deadline) {
             continue;
         char buffer[65536];
         const ssize_t count = read(output_[stream], buffer, sizeof buffer);
-        if (count > 0)
+        if (count > 0) {
             text_[stream].append(buffer, static_cast<std::size_t>(count));
-        else if (count == 0 || errno != EINTR)
+            whole_[stream].append(buffer, static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR)
             CloseFile(output_[stream]);
     }
+}
+
+void CProgram::keepPrinted(bool isCut) const {
+    if (name_ == "vornhost")
+        KeepPrinted(arguments_, whole_[Out], whole_[Err], isCut);
 }
 
 void CProgram::fail(const std::string& what) const {

@@ -59,11 +59,16 @@ private:
     void readSome(std::chrono::steady_clock::time_point deadline);
     [[noreturn]] void fail(const std::string& what) const;
 
+    void keepPrinted(bool isCut) const;
+
     const std::string name_;
+    const std::vector<std::string> arguments_;
     pid_t process_ = -1;
     int input_ = -1;
     int output_[2] = {-1, -1};
-    std::string text_[2];
+    std::string text_[2];  // that has not been taken yet
+    std::string whole_[2]; // ever
+    bool isOutputClosed_ = false;
 };
 
 // Runs a program of the build to its end.

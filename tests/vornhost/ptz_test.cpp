@@ -1,8 +1,6 @@
 #include "tests/vornhost/vornhost_support.h"
 #include "tools/vornhost/ptz/ptz_pilot.h"
 
-#include <csignal>
-
 namespace corvane::vornhost_test {
 namespace {
 
@@ -44,18 +42,6 @@ TEST(Ptz, OfWhatWaitsTheStopsTheSavesAndTheNewestMovementGoOut) {
     EXPECT_EQ(pilot.nextAt(3), R"(7{ "0", "0", "0" })");
     EXPECT_EQ(pilot.nextAt(3, false), R"(leave{ "0", "0", "0" })"); // the stop before it failed
     EXPECT_TRUE(pilot.nextAt(4).empty() && pilot.isDone());
-}
-
-TEST(Ptz, ASignalStopsTheCameraFirst) {
-    const CCamsim camsim({"--model", "D850"});
-    CProgram program("vornhost", {"--json", "ptz", camsim.address()});
-    program.write("\x1b[C");
-    EXPECT_THAT(program.readLine(), testing::HasSubstr("\"right\""));
-    program.signal(SIGTERM);
-    // The end of the input, which wait() brings, ends the program too, and would hide a signal not taken.
-    EXPECT_THAT(program.readLine(), testing::HasSubstr("\"leave\""));
-    EXPECT_EQ(program.wait().status, 0);
-    EXPECT_THAT(camsim.requestedPaths(), testing::Contains("/cgi-bin/directctrl?pan=0&tilt=0&zoom=0&ch=1"));
 }
 
 } // namespace
