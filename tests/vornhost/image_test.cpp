@@ -79,7 +79,9 @@ TEST(Image, RefusesWhatCannotBe) {
         const SRun run = Image(camsim, {c.wish});
         EXPECT_EQ(run.status, c.status) << c.wish;
         EXPECT_THAT(run.err, HasSubstr(c.text));
-        EXPECT_EQ(run.out.empty(), c.status == 2);
+        EXPECT_EQ(json::parse(run.out).at("problem").at("cause"),
+                  c.status == 2 ? "wrong-usage" : "not-supported")
+            << c.wish;
     }
     for (const Words& more : {Words{"--input", "1"}, Words{"--input", "1", "brightness=60"}}) {
         const SRun other = Image(camsim, more);
