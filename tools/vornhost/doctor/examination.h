@@ -41,9 +41,9 @@ public:
     // The fault that the others follow from, else the warning; null where all is well.
     static const SFinding* rootOf(const std::vector<SFinding>& findings);
 
-private:
     using Check = std::function<SFinding()>;
 
+private:
     struct SStream {
         SVideoStreamId id;
         std::string text; // "0,h264,0"
