@@ -30,17 +30,20 @@ double MillisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// One lost request is not what all the others fail of: where the second try is well, the first is a warning.
-SFinding Twice(const CExamination::Check& check) {
-    SFinding first = check();
-    if (first.result != CheckResult::Fault || first.problem->cause != "dropped")
+// A check on which others rest: one lost request is not what all of them fail of. Where the second try is
+// well, the first is a warning.
+CExamination::Check Twice(const CExamination::Check& check) {
+    return [check] {
+        SFinding first = check();
+        if (first.result != CheckResult::Fault || first.problem->cause != "dropped")
+            return first;
+        SFinding second = check();
+        if (second.problem)
+            return second;
+        first.result = CheckResult::Warning;
+        first.problem->reply += "; the second try was answered";
         return first;
-    SFinding second = check();
-    if (second.problem)
-        return second;
-    first.result = CheckResult::Warning;
-    first.problem->reply += "; the second try was answered";
-    return first;
+    };
 }
 
 } // namespace
@@ -96,7 +99,7 @@ bool CExamination::check(const std::string& name, const std::vector<std::string>
         finding.because = because;
     } else {
         const Clock::time_point start = Clock::now();
-        finding = Twice(check);
+        finding = check();
         if (finding.result == CheckResult::Fault)
             tellRestart(*finding.problem);
         finding.milliseconds = MillisecondsSince(start);
@@ -131,15 +134,15 @@ void CExamination::examineConnection() {
     check("address", {}, [this] { return address(); });
     isReached_ = check("connect", {"address"}, [this] { return connection(); });
     reports_.begins("the camera to say what it is");
-    check("http", {"connect"}, [this] { return http(); });
+    check("http", {"connect"}, Twice([this] { return http(); }));
     reports_.begins("the camera's settings");
-    check("credentials", {"http"}, [this] { return credentials(); });
-    check("settings", {"credentials"}, [this] { return settings(); });
+    check("credentials", {"http"}, Twice([this] { return credentials(); }));
+    check("settings", {"credentials"}, Twice([this] { return settings(); }));
 }
 
 void CExamination::examineIdentity() {
     reports_.begins("the plug-in to identify the camera");
-    const bool isIdentified = check("identity", {"credentials"}, [this] { return identity(); });
+    const bool isIdentified = check("identity", {"credentials"}, Twice([this] { return identity(); }));
     // The camera object would wait for the same dump of the settings.
     const bool isDumpLost = settingsReply_ && settingsReply_->status == 0;
     if (isIdentified && !unknownModel_ && !isDumpLost) {
@@ -156,10 +159,10 @@ void CExamination::examineIdentity() {
 }
 
 void CExamination::examineSettings() {
-    check("capability", {"credentials", "model"}, [this] { return capability(); });
+    check("capability", {"credentials", "model"}, Twice([this] { return capability(); }));
     const std::vector<std::string> usable{"settings", "capability"};
     if (missing(usable).empty() ? hasHead() : true)
-        check("position", usable, [this] { return position(); });
+        check("position", usable, Twice([this] { return position(); }));
 }
 
 // Side by side, since each takes its time.
