@@ -26,6 +26,7 @@ void CWaitingLine::show(const std::string& what) {
     const auto quiet = pause();
     what_ = what;
     since_ = std::chrono::steady_clock::now();
+    changed_.notify_all();
 }
 
 void CWaitingLine::end() {
@@ -40,11 +41,16 @@ std::unique_lock<std::mutex> CWaitingLine::pause() {
 
 void CWaitingLine::run() {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!changed_.wait_for(lock, Second, [this] { return isEnding_; })) {
+    while (!isEnding_) {
+        if (what_.empty()) {
+            changed_.wait(lock);
+            continue;
+        }
         const auto waited =
             std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - since_);
-        if (!what_.empty() && waited >= Second)
+        if (waited >= Second)
             line_.show(what_ + ", " + std::to_string(waited.count()) + " s");
+        changed_.wait_until(lock, since_ + waited + Second);
     }
 }
 

@@ -38,4 +38,12 @@ private:
     std::thread thread_; // none where there is no terminal
 };
 
+// Does what takes its time, and tells meanwhile what is waited for.
+template <class Action>
+auto WhileWaiting(const std::string& what, Action action) {
+    CWaitingLine waiting;
+    waiting.show(what);
+    return action();
+}
+
 } // namespace corvane::vornhost
