@@ -50,7 +50,7 @@ struct SHttpExchange {
     HttpFailure kind = HttpFailure::None;
     std::string failure;  // what happened; empty for status 200
     std::string location; // of a redirect, which is not followed: where it points to
-    std::string excerpt;  // the first bytes of the reply's body; all of them where details are kept
+    std::string reply;    // its body, as far as it has come
     std::string date;     // the last reply's Date header, and when it came
     std::chrono::system_clock::time_point dateCame;
     std::string user;            // who the request could be made as; empty: nobody
@@ -70,7 +70,7 @@ struct SHttpExchange {
 // {"method","path","body","status","ms"}.
 VORN_HOST_API void SetTrace(bool on);
 
-// Whether exchanges are told with their headers and with the whole of the reply's body.
+// Whether exchanges are told with their headers.
 VORN_HOST_API void KeepExchangeDetails(bool on);
 VORN_HOST_API bool AreExchangeDetailsKept();
 

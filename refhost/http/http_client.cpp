@@ -31,9 +31,6 @@ using std::chrono::milliseconds;
 // A handle keeps this much for each open connection; a dump of settings still takes a few reads only.
 constexpr long ReceiveBufferBytes = 4096;
 
-// Of a body, for who has to find out what answers there.
-constexpr std::size_t ExcerptBytes = 512;
-
 // "ANY" is any that a camera speaks. Of the others a stranger that is taken for a camera could learn what to
 // find the password out with, and this machine's name.
 constexpr const char* AnyScheme = "ANY";
@@ -312,7 +309,7 @@ SHttpReply ExchangeHttp(const SHttpRequest& request) {
     told.kind = reply.kind;
     told.failure = reply.failure;
     told.location = reply.location;
-    told.excerpt = AreExchangeDetailsKept() ? reply.body : reply.body.substr(0, ExcerptBytes);
+    told.reply = reply.body;
     told.date = rounds.date();
     told.dateCame = rounds.dateCame();
     told.headers = WithoutCredentials(rounds.headers());

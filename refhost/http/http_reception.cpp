@@ -75,8 +75,10 @@ std::size_t CHttpReception::takeHeaderLine(char* data, std::size_t /*size*/, std
     if (itself.isPacked_ || itself.rounds_.foundStrayFold())
         return 0;
     itself.rounds_.headerLine(line);
-    if (line.substr(0, 5) == "HTTP/")
+    if (line.substr(0, 5) == "HTTP/") {
         itself.headersEnded_ = false;
+        itself.isChallenge_ = line.find(" 401") != std::string_view::npos;
+    }
     if (line == "\r\n" || line == "\n")
         itself.headersEnded_ = true;
     return count;
@@ -106,15 +108,15 @@ SHttpNoStatus CHttpReception::timeOut(CURL* curl, milliseconds time) const {
     curl_easy_getinfo(curl, CURLINFO_NUM_CONNECTS, &connections);
     const bool isConnected = connectTime > 0 || connections == 0;
     const bool isStillComing = Clock::now() - lastCame_ < StillComing;
-    return {headerSize_ > 0 ? (isStillComing ? HttpFailure::Slow : HttpFailure::Cut)
-            : isConnected   ? HttpFailure::NoAnswer
-                            : HttpFailure::Unreachable,
+    return {isReplyBegun() ? (isStillComing ? HttpFailure::Slow : HttpFailure::Cut)
+            : isConnected  ? HttpFailure::NoAnswer
+                           : HttpFailure::Unreachable,
             TimedOutText(time)};
 }
 
 SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* detail,
                                         milliseconds timeOut) const {
-    const HttpFailure broken = headerSize_ > 0 ? HttpFailure::Cut : HttpFailure::Dropped;
+    const HttpFailure broken = isReplyBegun() ? HttpFailure::Cut : HttpFailure::Dropped;
     if (rounds_.refusedRepetition())
         return {HttpFailure::Dropped, CutText};
     if (rounds_.foundStrayFold())

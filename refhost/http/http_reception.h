@@ -48,6 +48,8 @@ public:
                             std::chrono::milliseconds timeOut) const;
 
 private:
+    // A challenge is no reply: the request is made again.
+    bool isReplyBegun() const { return headerSize_ > 0 && !(isChallenge_ && headersEnded_); }
     static std::size_t takeHeaderLine(char* data, std::size_t size, std::size_t count, void* reception);
     static std::size_t takeBodyPart(char* data, std::size_t size, std::size_t count, void* reception);
     static int takeProgress(void* reception, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
@@ -59,6 +61,7 @@ private:
     std::size_t headerSize_ = 0;
     bool wasEnough_ = false;
     bool headersEnded_ = false;
+    bool isChallenge_ = false; // the latest header
     bool isHeaderTooLarge_ = false;
     bool isBodyTooLarge_ = false;
     bool isPacked_ = false;

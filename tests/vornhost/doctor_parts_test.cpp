@@ -2,7 +2,7 @@
 
 #include "tools/vornhost/doctor/camera_clock.h"
 #include "tools/vornhost/doctor/examination.h"
-#include "tools/vornhost/doctor/reply_checks.h"
+#include "tools/vornhost/diagnosis/reply_checks.h"
 
 #include <gtest/gtest.h>
 
@@ -28,12 +28,12 @@ TEST(DoctorParts, AWholeDumpIsToldFromOneThatIsNot) {
 
 TEST(DoctorParts, TheClockIsJudgedByEveryReply) {
     const auto at = [](const char* date, int second) {
-        SHttpExchange exchange;
+        SWatchedExchange exchange;
         exchange.date = date;
         exchange.dateCame = system_clock::from_time_t(1'795'675'055 + second); // 2026-11-26 06:37:35
         return exchange;
     };
-    const SHttpExchange right = at("Thu, 26 Nov 2026 06:37:35 GMT", 0);
+    const SWatchedExchange right = at("Thu, 26 Nov 2026 06:37:35 GMT", 0);
     EXPECT_EQ(ClockOf({at("", 0), at("yesterday", 0)}), std::nullopt);
     EXPECT_FALSE(ClockOf({right, at("Thu, 26 Nov 2026 06:38:35 GMT", 60)})->isWrong());
     EXPECT_FALSE(ClockOf({at("Thu, 26 Nov 2026 06:37:35 GMT", 60)})->isWrong());

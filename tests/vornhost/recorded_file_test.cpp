@@ -56,7 +56,7 @@ TEST(RecordedFile, ItHoldsTheStreamFromTheFirstKeyFrameOnHoweverThatComes) {
          "config=000001b001000001b58913000001000000012000c48d8ffffd0a041e1463\r\n",
          packets}));
     const CCamsim camsim({"--model", "F320", "--rtsp-port", "0"});
-    camsim.patch("/cameras/0/settings", {{"STREAMMODE", "0"}});
+    camsim.patch("/cameras/0/settings", {{"STREAMMODE", "0"}, {"MPEGSIZE", "320"}});
     const CTemporaryFolder folder;
     const std::string file = folder.file("video.mkv");
     const json told =

@@ -10,10 +10,12 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* CapabilityRequest = "get_capability";
 constexpr const char* IdentityRequest = "getinfo";
-constexpr const char* SettingsRequest = "setdata";
 
+constexpr const char* Restarting = "restarting";
+constexpr const char* AwayProblem = "the camera was there a moment ago and is away: it probably restarts";
+constexpr const char* AwayAdvice =
+    "wait a minute and try again; if it happens again and again, look at its power supply";
 constexpr const char* WeakerAuthentication = "authentication-weaker";
 constexpr const char* OfferedBasicAlone = "401 Unauthorized, and Basic authentication alone is offered";
 
@@ -40,12 +42,7 @@ const SRule Rules[] = {
      "give the camera's HTTP port as ADDRESS:PORT, and switch HTTP on at the camera"},
     {[](const SEvidence& e) { return e.failedBy(HttpFailure::NameNotFound); }, "name-not-found",
      "no host has this name", "look for a slip of the pen in ADDRESS, or give the dotted address"},
-    {[](const SEvidence& e) {
-         return e.hasAnsweredBefore &&
-                (e.failedBy(HttpFailure::Refused) || e.failedBy(HttpFailure::Unreachable));
-     },
-     "restarting", "the camera was there a moment ago and is away: it probably restarts",
-     "wait a minute and try again; if it happens again and again, look at its power supply", false},
+    {[](const SEvidence& e) { return e.isAway(); }, Restarting, AwayProblem, AwayAdvice, false},
     {[](const SEvidence& e) { return e.failedBy(HttpFailure::Refused); }, "refused",
      "nobody listens at this address and port",
      "add :PORT if the camera's web port is not 80; a camera that restarts refuses for a minute"},
@@ -178,6 +175,16 @@ std::string PhaseOf(Occasion occasion, const std::optional<SHttpExchange>& excha
     return isWrite ? "write" : "settings";
 }
 
+// In the words of what was found in the reply.
+SDiagnosis WithFaultOf(const SWatchedExchange& exchange, SDiagnosis diagnosis) {
+    diagnosis.cause = exchange.fault->cause;
+    diagnosis.problem = exchange.fault->problem;
+    diagnosis.advice = "restart the camera, and see what stands between it and here; if it stays so, its "
+                       "firmware does not tell more";
+    diagnosis.isCertain = true;
+    return diagnosis;
+}
+
 SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
     const auto* const rule = std::find_if(std::begin(Rules), std::end(Rules), [&](const SRule& candidate) {
         return candidate.applies(evidence);
@@ -193,19 +200,21 @@ SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
     if (evidence.exchange)
         diagnosis.request = RequestText(*evidence.exchange);
     diagnosis.reply = evidence.answered();
-    return diagnosis;
+    return evidence.hasFaultyReply() ? WithFaultOf(*evidence.exchange, diagnosis) : diagnosis;
 }
 
 // An initialisation that came to the capability failed there: other requests run beside it. An identification
 // may fail without a failing request.
-std::optional<SHttpExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
+std::optional<SWatchedExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
     if (occasion == Occasion::Initialisation)
         if (auto capability = exchanges.lastOf(CapabilityRequest))
             return capability;
     if (auto failing = exchanges.lastFailingOwn())
         return failing;
-    return occasion == Occasion::Identification ? exchanges.lastOf(IdentityRequest)
-                                                : exchanges.failedSettings();
+    if (occasion == Occasion::Identification)
+        return exchanges.lastOf(IdentityRequest);
+    auto settings = exchanges.failedSettings();
+    return settings ? settings : exchanges.failedCapability();
 }
 
 std::string DetailLine(const char* label, const std::string& text) {
@@ -224,7 +233,7 @@ std::string SDiagnosis::details() const {
 }
 
 SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges) {
-    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges), exchanges.hasAnswered(),
+    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges), exchanges.wasReached(),
                              exchanges.credentialSource()});
 }
 
@@ -287,15 +296,43 @@ std::string ProblemLine(const SDiagnosis& diagnosis) {
     return JsonLine({{"problem", ProblemObject(diagnosis)}});
 }
 
-SDiagnosis DiagnoseExchange(Occasion occasion, const SHttpExchange& exchange) {
+SDiagnosis DiagnoseExchange(Occasion occasion, const SWatchedExchange& exchange) {
     return DiagnoseEvidence(
         {occasion, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange, false, ""});
 }
 
-SDiagnosis DiagnoseExchange(const SHttpExchange& exchange, const CExchangeWatch& exchanges,
+SDiagnosis DiagnoseExchange(const SWatchedExchange& exchange, const CExchangeWatch& exchanges,
                             Occasion occasion) {
     return DiagnoseEvidence({occasion, CError(RtnCode::OperationFailed, Origin::Device, ""), exchange,
-                             exchanges.hasAnswered(), exchanges.credentialSource()});
+                             exchanges.wasReached(), exchanges.credentialSource()});
+}
+
+void TellRestart(SDiagnosis& problem, const std::string& address) {
+    constexpr const char* BrokenOff[] = {"dropped",     "cut",         "unconfirmed",        "refused",
+                                         "unreachable", "stream-lost", "stream-unreachable", "no-answer"};
+    const bool isBrokenOff = std::any_of(std::begin(BrokenOff), std::end(BrokenOff),
+                                         [&problem](const char* cause) { return problem.cause == cause; });
+    if (!isBrokenOff || !TakesNoConnection(address))
+        return;
+    problem.problem = AwayProblem;
+    problem.reply += "; now nobody takes a connection";
+    problem.advice = AwayAdvice;
+    problem.cause = Restarting;
+    problem.isCertain = false;
+}
+
+std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges,
+                                                 const std::string& beginning) {
+    const auto settings = exchanges.lastOf(SettingsRequest);
+    if (!settings || settings->missingSetting.empty() || settings->missingSetting.rfind(beginning, 0) != 0)
+        return std::nullopt;
+    SDiagnosis diagnosis = DiagnoseExchange(*settings, exchanges);
+    diagnosis.problem = "the camera does not tell a setting that a recorder needs";
+    diagnosis.reply = "settings, and no " + settings->missingSetting;
+    diagnosis.advice = "restart the camera; if it stays so, its firmware does not have the setting";
+    diagnosis.cause = "not-reported";
+    diagnosis.isCertain = true;
+    return diagnosis;
 }
 
 SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported) {

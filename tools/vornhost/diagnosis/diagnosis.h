@@ -49,10 +49,19 @@ ordered_json ProblemObject(const SDiagnosis& diagnosis);
 std::string ProblemLine(const SDiagnosis& diagnosis);
 
 // Of one failed exchange before the device has answered anything.
-SDiagnosis DiagnoseExchange(Occasion occasion, const SHttpExchange& exchange);
+SDiagnosis DiagnoseExchange(Occasion occasion, const SWatchedExchange& exchange);
 // Of one failed exchange, whatever the plug-in made of it.
-SDiagnosis DiagnoseExchange(const SHttpExchange& exchange, const CExchangeWatch& exchanges,
+SDiagnosis DiagnoseExchange(const SWatchedExchange& exchange, const CExchangeWatch& exchanges,
                             Occasion occasion = Occasion::Call);
+
+// Of a camera that has taken a connection before: when it has broken off, and takes none any more, it
+// restarts.
+void TellRestart(SDiagnosis& problem, const std::string& address);
+
+// Of settings that were told and lack one that a recorder needs, whose name begins with `beginning`; nothing
+// where they do not.
+std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges,
+                                                 const std::string& beginning = "");
 
 // The camera has taken a write, and reports another value of `what` than was asked for.
 SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported);

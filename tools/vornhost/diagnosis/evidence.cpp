@@ -1,6 +1,7 @@
 #include "tools/vornhost/diagnosis/evidence.h"
 
 #include "refhost/base/printable_text.h"
+#include "refhost/http/connection_probe.h"
 #include "refhost/http/tls_probe.h"
 #include "tools/vornhost/console/terminal_text.h"
 
@@ -15,6 +16,7 @@ constexpr double SlowReply = 2000; // ms; an identification has 5 s for two of t
 constexpr int Ok = 200;
 constexpr int BadRequest = 400; // what some say to who does not speak TLS
 constexpr int Unauthorized = 401;
+constexpr int Busy = 503;
 constexpr std::size_t ExcerptCharacters = 80;
 constexpr const char* NameKey = "NAME=";
 
@@ -38,6 +40,11 @@ bool IsMove(const SHttpExchange& exchange) {
     });
 }
 
+bool TakesNoConnection(const std::string& address) {
+    constexpr std::chrono::seconds Patience{1};
+    return refhost::ProbeConnection(address, Patience).kind != HttpFailure::None;
+}
+
 bool SEvidence::isUnconfirmedWrite() const {
     return exchange && (exchange->method == "POST" || IsMove(*exchange)) &&
            (failedBy(HttpFailure::NoAnswer) || failedBy(HttpFailure::Dropped) || failedBy(HttpFailure::Cut) ||
@@ -58,15 +65,14 @@ bool SEvidence::isSlow() const {
 }
 
 bool SEvidence::isEmpty() const {
-    return exchange && exchange->status == Ok && exchange->excerpt.empty();
+    return exchange && exchange->status == Ok && exchange->reply.empty();
 }
 
 bool SEvidence::isAlien() const {
     if (!exchange || exchange->status != Ok || isEmpty())
         return false;
-    const std::size_t first =
-        std::min(exchange->excerpt.find_first_not_of(" \t\r\n"), exchange->excerpt.size());
-    return exchange->excerpt[first] == '<' || (occasion == Occasion::Identification && !tellsAName());
+    const std::size_t first = std::min(exchange->reply.find_first_not_of(" \t\r\n"), exchange->reply.size());
+    return exchange->reply[first] == '<' || (occasion == Occasion::Identification && !tellsAName());
 }
 
 namespace {
@@ -88,17 +94,17 @@ bool IsText(const std::string& text) {
 
 bool SEvidence::isNameless() const {
     return occasion == Occasion::Identification && exchange && exchange->status == Ok && !tellsAName() &&
-           IsText(exchange->excerpt) && exchange->excerpt.find("MAC=") != std::string::npos &&
-           exchange->excerpt.find("SERIAL=") != std::string::npos;
+           IsText(exchange->reply) && exchange->reply.find("MAC=") != std::string::npos &&
+           exchange->reply.find("SERIAL=") != std::string::npos;
 }
 
 bool SEvidence::isDamagedIdentity() const {
     return occasion == Occasion::Identification && exchange && exchange->status == Ok && !tellsAName() &&
-           LooksLikeACamera(exchange->excerpt);
+           LooksLikeACamera(exchange->reply);
 }
 
 bool SEvidence::tellsAName() const {
-    return exchange && exchange->excerpt.find(NameKey) != std::string::npos;
+    return exchange && exchange->reply.find(NameKey) != std::string::npos;
 }
 
 bool SEvidence::isAskedForEver() const {
@@ -112,21 +118,35 @@ bool SEvidence::speaksTls() const {
     return isLikeIt && refhost::SpeaksTls(exchange->address);
 }
 
+bool SEvidence::isAway() const {
+    if (!wasReachedBefore || !exchange)
+        return false;
+    if (failedBy(HttpFailure::Refused) || failedBy(HttpFailure::Unreachable))
+        return true;
+    const bool isBrokenOff = failedBy(HttpFailure::Dropped) || failedBy(HttpFailure::Cut) ||
+                             failedBy(HttpFailure::NoAnswer) || hasStatus(Busy);
+    return isBrokenOff && TakesNoConnection(exchange->address);
+}
+
+bool SEvidence::hasFaultyReply() const {
+    return exchange && exchange->fault && !isEmpty() && !isAlien();
+}
+
 std::string SEvidence::answered() const {
     if (!exchange)
         return {};
     if (exchange->status == Ok)
-        return isSlow()    ? "after " + MillisecondsText(exchange->milliseconds)
-               : isEmpty() ? "nothing behind the HTTP header"
-                           : Excerpt(exchange->excerpt);
+        return isSlow() && !exchange->fault ? "after " + MillisecondsText(exchange->milliseconds)
+               : isEmpty()                  ? "nothing behind the HTTP header"
+                                            : Excerpt(exchange->reply);
     std::string text = exchange->failure;
     if (exchange->status == Unauthorized && !exchange->user.empty())
         text += ", to user \"" + exchange->user + "\"" +
                 (credentialSource.empty() ? "" : " (" + credentialSource + ")");
     if (!exchange->location.empty())
         text += ", to " + refhost::MaskSecrets(exchange->location);
-    else if (exchange->status != 0 && exchange->status != Unauthorized && !exchange->excerpt.empty())
-        text += ": " + Excerpt(exchange->excerpt);
+    else if (exchange->status != 0 && exchange->status != Unauthorized && !exchange->reply.empty())
+        text += ": " + Excerpt(exchange->reply);
     return text;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/vornhost/diagnosis/diagnosis.h"
+#include "tools/vornhost/diagnosis/exchange_watch.h"
 #include "tools/vornhost/names.h"
 
 #include <optional>
@@ -11,12 +12,15 @@ namespace corvane::vornhost {
 // Whether the exchange moves the head.
 bool IsMove(const SHttpExchange& exchange);
 
+// Whether nobody takes a connection there at this moment.
+bool TakesNoConnection(const std::string& address);
+
 // What is known of a failure.
 struct SEvidence {
     Occasion occasion;
     CError error;
-    std::optional<SHttpExchange> exchange; // the one to blame
-    bool hasAnsweredBefore = false;        // the device, in the same run
+    std::optional<SWatchedExchange> exchange; // the one to blame
+    bool wasReachedBefore = false;            // the device, in the same run
     std::string credentialSource;
 
     bool failedBy(HttpFailure kind) const { return exchange && exchange->kind == kind; }
@@ -38,6 +42,10 @@ struct SEvidence {
     // The device asks again and again, or in no way that is spoken.
     bool isAskedForEver() const;
     bool speaksTls() const;
+    // It has broken off, or said that it is busy, and takes no connection now.
+    bool isAway() const;
+    // A reply that looks like success, and is neither empty nor another product's.
+    bool hasFaultyReply() const;
 
     // It changes something at the camera, and no reply has come that can be read.
     bool isUnconfirmedWrite() const;

@@ -11,19 +11,30 @@ namespace {
 
 constexpr std::size_t Remembered = 64;
 constexpr std::size_t MostTimes = 1000;
+constexpr std::size_t RememberedBytes = 512; // of a reply
 
-bool Failed(const SHttpExchange& exchange) {
-    return !exchange.failure.empty();
+bool IsFailed(const SWatchedExchange& exchange) {
+    return exchange.isFailed();
 }
 
-bool IsOfSettings(const SHttpExchange& exchange) {
-    return exchange.path == "/cgi-bin/setdata" && exchange.method == "GET";
+bool IsOfSettings(const SWatchedExchange& exchange) {
+    return exchange.path == SettingsRequest && exchange.method == "GET";
 }
 
-template <class Predicate>
-std::optional<SHttpExchange> LastThat(const std::deque<SHttpExchange>& exchanges, Predicate predicate) {
+bool IsOfCapability(const SWatchedExchange& exchange) {
+    return exchange.path == CapabilityRequest;
+}
+
+bool TookTheConnection(const SHttpExchange& exchange) {
+    constexpr HttpFailure Without[] = {HttpFailure::NotAsked, HttpFailure::NameNotFound,
+                                       HttpFailure::Unreachable, HttpFailure::Refused, HttpFailure::Other};
+    return std::find(std::begin(Without), std::end(Without), exchange.kind) == std::end(Without);
+}
+
+template <class Exchanges, class Predicate>
+std::optional<SWatchedExchange> LastThat(const Exchanges& exchanges, Predicate predicate) {
     const auto found = std::find_if(exchanges.rbegin(), exchanges.rend(), predicate);
-    return found == exchanges.rend() ? std::nullopt : std::optional(*found);
+    return found == exchanges.rend() ? std::nullopt : std::optional<SWatchedExchange>(*found);
 }
 
 } // namespace
@@ -40,29 +51,34 @@ void CExchangeWatch::note(const SHttpExchange& exchange) {
     // Queries of an earlier device may still be ending.
     if (exchange.address != address_)
         return;
+    SWatchedExchange watched{exchange, FaultOfReply(exchange), ""};
+    if (IsOfSettings(watched) && !watched.isFailed())
+        watched.missingSetting = MissingSetting(exchange.reply);
     const std::lock_guard<std::mutex> lock(mutex_);
-    hasAnswered_ = hasAnswered_ || exchange.status != 0;
+    wasReached_ = wasReached_ || TookTheConnection(exchange);
     STimes& times = times_[exchange.method + " " + exchange.path.substr(0, exchange.path.find('?'))];
     if (times.milliseconds.size() < MostTimes)
         times.milliseconds.push_back(exchange.milliseconds);
-    times.lost += Failed(exchange) ? 1 : 0;
+    times.lost += exchange.failure.empty() ? 0 : 1;
     if (refhost::AreExchangeDetailsKept())
-        transcript_.push_back(exchange);
-    latest_.push_back(exchange);
+        transcript_.push_back(watched);
+    else
+        watched.reply.resize(std::min(watched.reply.size(), RememberedBytes));
+    latest_.push_back(std::move(watched));
     if (latest_.size() > Remembered)
         latest_.pop_front();
 }
 
-std::optional<SHttpExchange> CExchangeWatch::lastOf(const std::string& path) const {
+std::optional<SWatchedExchange> CExchangeWatch::lastOf(const std::string& path) const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return LastThat(latest_, [&path](const SHttpExchange& exchange) {
+    return LastThat(latest_, [&path](const SWatchedExchange& exchange) {
         return exchange.path.find(path) != std::string::npos;
     });
 }
 
-bool CExchangeWatch::hasAnswered() const {
+bool CExchangeWatch::wasReached() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return hasAnswered_;
+    return wasReached_;
 }
 
 void CExchangeWatch::setCredentialSource(std::string source) {
@@ -75,18 +91,29 @@ std::string CExchangeWatch::credentialSource() const {
     return credentialSource_;
 }
 
-std::optional<SHttpExchange> CExchangeWatch::lastFailingOwn() const {
+std::optional<SWatchedExchange> CExchangeWatch::lastFailingOwn() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return LastThat(latest_, [](const SHttpExchange& e) { return Failed(e) && !IsOfSettings(e); });
+    return LastThat(latest_, [](const SWatchedExchange& e) {
+        return e.isFailed() && !IsOfSettings(e) && !IsOfCapability(e);
+    });
 }
 
-std::optional<SHttpExchange> CExchangeWatch::failedSettings() const {
+std::optional<SWatchedExchange>
+CExchangeWatch::failed(bool (*isWanted)(const SWatchedExchange& exchange)) const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    auto settings = LastThat(latest_, IsOfSettings);
-    return settings && Failed(*settings) ? settings : std::nullopt;
+    auto last = LastThat(latest_, isWanted);
+    return last && last->isFailed() ? last : std::nullopt;
 }
 
-std::vector<SHttpExchange> CExchangeWatch::transcript() const {
+std::optional<SWatchedExchange> CExchangeWatch::failedSettings() const {
+    return failed(IsOfSettings);
+}
+
+std::optional<SWatchedExchange> CExchangeWatch::failedCapability() const {
+    return failed(IsOfCapability);
+}
+
+std::vector<SWatchedExchange> CExchangeWatch::transcript() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return transcript_;
 }
@@ -102,19 +129,21 @@ std::vector<SAnswerTimes> CExchangeWatch::answerTimes() const {
     return all;
 }
 
-std::vector<SHttpExchange> CExchangeWatch::all() const {
+std::vector<SWatchedExchange> CExchangeWatch::all() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return {latest_.begin(), latest_.end()};
 }
 
-std::vector<SHttpExchange> CExchangeWatch::takeFailing() {
+std::vector<SWatchedExchange> CExchangeWatch::takeFailing() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<SHttpExchange> failing;
-    std::copy_if(latest_.begin(), latest_.end(), std::back_inserter(failing), Failed);
+    std::vector<SWatchedExchange> failing;
+    std::copy_if(latest_.begin(), latest_.end(), std::back_inserter(failing), IsFailed);
+    const auto capability = LastThat(latest_, IsOfCapability);
     const auto settings = LastThat(latest_, IsOfSettings);
     latest_.clear();
-    if (settings)
-        latest_.push_back(*settings);
+    for (const auto& kept : {capability, settings})
+        if (kept)
+            latest_.push_back(*kept);
     return failing;
 }
 

@@ -1,4 +1,4 @@
-#include "tools/vornhost/doctor/reply_checks.h"
+#include "tools/vornhost/diagnosis/reply_checks.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,8 +10,10 @@ namespace corvane::vornhost {
 namespace {
 
 bool HasOtherBytesThanText(const std::string& body) {
-    return std::any_of(body.begin(), body.end(),
-                       [](unsigned char c) { return c < ' ' && c != '\r' && c != '\n' && c != '\t'; });
+    return std::any_of(body.begin(), body.end(), [](unsigned char c) {
+        constexpr unsigned char Escape = 0x1B; // of Japanese titles
+        return c < ' ' && c != '\r' && c != '\n' && c != '\t' && c != Escape;
+    });
 }
 
 // Calls `take` with each line that is not empty, without its end.
@@ -41,7 +43,72 @@ std::string_view LastLine(const std::string& body) {
     return last;
 }
 
+constexpr const char* PositionRequest = "/cgi-bin/absget";
+constexpr const char* LevelsRequest = "/cgi-bin/get_io?command=all";
+constexpr int Ok = 200;
+
+using Fault = std::optional<SReplyFault>;
+
+Fault Damaged(const std::optional<std::string>& problem) {
+    return problem ? Fault({"damaged", *problem}) : std::nullopt;
+}
+
+Fault OfDump(const std::string& body) {
+    return Damaged(FaultOfDump(body, MissingSetting(body).empty()));
+}
+
+Fault OfCapability(const std::string& body) {
+    if (auto damaged = Damaged(FaultOfCapability(body)))
+        return damaged;
+    const bool namesCodecs = body.find("video_server.image.format=") != std::string::npos;
+    return namesCodecs ? std::nullopt
+                       : Fault({"not-reported", "the camera's capability names no video codec"});
+}
+
+// A camera without a head tells the place of its lens alone.
+Fault OfPosition(const std::string& body) {
+    const bool isTilted = TellsAxis(body, "TILT=") || TellsAxis(body, "tilt=");
+    if (TellsAxis(body, "PAN=") || (TellsAxis(body, "FOCUS=") && !isTilted))
+        return std::nullopt;
+    if (isTilted)
+        return Fault({"not-reported", "the camera does not tell where its head stands on the pan axis"});
+    return Fault({"damaged", "the camera's position cannot be read"});
+}
+
+Fault OfLevels(const std::string& body) {
+    const auto tells = [&body](const std::string& text) { return body.find(text) != std::string::npos; };
+    if (tells("terminal 1: High") || tells("terminal 1: Low"))
+        return std::nullopt;
+    return tells(": High") || tells(": Low")
+               ? Fault({"not-reported", "the camera does not tell its first input's level"})
+               : Fault({"damaged", "the camera's levels cannot be read"});
+}
+
 } // namespace
+
+Fault FaultOfReply(const SHttpExchange& exchange) {
+    constexpr struct {
+        const char* path;
+        Fault (*fault)(const std::string& body);
+    } Known[] = {{SettingsRequest, OfDump},
+                 {CapabilityRequest, OfCapability},
+                 {PositionRequest, OfPosition},
+                 {LevelsRequest, OfLevels}};
+    if (exchange.status != Ok || exchange.method != "GET")
+        return std::nullopt;
+    const auto* const known = std::find_if(std::begin(Known), std::end(Known), [&exchange](const auto& row) {
+        return exchange.path.rfind(row.path, 0) == 0;
+    });
+    if (known == std::end(Known))
+        return std::nullopt;
+    const std::string& body = exchange.reply;
+    const std::size_t first = body.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos)
+        return Fault({"empty", "the camera's reply is empty"});
+    if (body[first] == '<')
+        return Fault({"not-a-camera", "what answers there is no camera"});
+    return known->fault(body);
+}
 
 std::size_t SettingsIn(const std::string& body) {
     std::size_t count = 0;

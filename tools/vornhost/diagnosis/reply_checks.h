@@ -1,10 +1,24 @@
 #pragma once
 
+#include "tools/vornhost/names.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
 
 namespace corvane::vornhost {
+
+inline constexpr const char* SettingsRequest = "/cgi-bin/setdata";
+inline constexpr const char* CapabilityRequest = "/cgi-bin/get_capability";
+
+// A reply that was delivered whole, with status 200, and is not what the camera's are.
+struct SReplyFault {
+    std::string cause;
+    std::string problem;
+};
+
+// Nothing of a reply that is right, and of one to a request whose replies are not known here.
+std::optional<SReplyFault> FaultOfReply(const SHttpExchange& exchange);
 
 // What is wrong with a dump of settings (lines of NAME,"value") that was delivered; nothing where it is
 // whole.

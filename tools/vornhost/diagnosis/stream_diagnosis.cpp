@@ -12,6 +12,9 @@ namespace {
 
 namespace failure = refhost::rtsp_failure;
 
+constexpr const char* NoData = "no data within";
+constexpr const char* EndedByCamera = "the camera ended the stream";
+
 struct SStreamProblem {
     std::string beginning; // of the failure's text
     const char* cause;
@@ -66,13 +69,13 @@ const SStreamProblem Problems[] = {
      "is on"},
     {"no sound within", "no-sound", "the camera sends no sound",
      "record without --audio, or wait longer with --timeout S"},
-    {"no data within", "no-picture", "the camera sends no picture",
+    {NoData, "no-picture", "the camera sends no picture",
      "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
     {"no whole picture within", "no-picture", "the camera sends no picture that can be shown",
      "see with `vornhost show` whether the stream's transmission is on; --timeout S waits longer"},
     {UnwritableFile, "cannot-write", "the recording cannot be kept",
      "see whether there is room, and who may write there"},
-    {"the camera ended the stream", "stream-lost", "the camera was lost",
+    {EndedByCamera, "stream-lost", "the camera was lost",
      "see whether the camera has restarted, then try again"},
 };
 
@@ -104,13 +107,19 @@ SDiagnosis DiagnoseStream(const CError& error, const std::string& request) {
                 "not-supported",
                 true,
                 "stream"};
+    const bool isPlaying = request.rfind("PLAY", 0) == 0;
+    const bool isUnanswered = text.rfind(NoData, 0) == 0 && !request.empty() && !isPlaying;
+    if (isUnanswered)
+        return DiagnoseStream({RtnCode::NotAccessible, Origin::Device, failure::TimedOut}, request);
     if (text.find(refhost::BasicRefusedText) != std::string::npos)
         return diagnosis("authentication-weaker",
                          "the camera offers Basic authentication alone for its stream, which is refused",
                          "set the camera to Digest, or do without --digest-only");
+    const bool isLost = isPlaying && text.rfind(failure::Closed, 0) == 0;
+    const std::string looked = isLost ? EndedByCamera : text;
     const auto* const known =
-        std::find_if(std::begin(Problems), std::end(Problems), [&text](const SStreamProblem& problem) {
-            return text.compare(0, problem.beginning.size(), problem.beginning) == 0;
+        std::find_if(std::begin(Problems), std::end(Problems), [&looked](const SStreamProblem& problem) {
+            return looked.compare(0, problem.beginning.size(), problem.beginning) == 0;
         });
     if (known != std::end(Problems))
         return diagnosis(known->cause, known->problem, known->advice);

@@ -19,25 +19,24 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr const char* Folder = "vornhost-doctor/";
-constexpr const char* SettingsPath = "/cgi-bin/setdata";
-constexpr const char* CapabilityPath = "/cgi-bin/get_capability";
 
-std::string ExchangeText(const SHttpExchange& exchange) {
+std::string ExchangeText(const SWatchedExchange& exchange) {
     std::string text = "==== " + UtcTimeText(exchange.ended) + "  " + exchange.method + " http://" +
                        exchange.address + exchange.path + "  " +
                        (exchange.failure.empty() ? "HTTP status 200" : exchange.failure) + "  " +
                        MillisecondsText(exchange.milliseconds) + "\n";
     if (!exchange.body.empty())
         text += "---- sent\n" + exchange.body + "\n";
-    return text + "---- headers\n" + exchange.headers + "---- body\n" + exchange.excerpt + "\n";
+    return text + "---- headers\n" + exchange.headers + "---- body\n" + exchange.reply + "\n";
 }
 
 // The body of the latest reply to the path; empty where there was none.
-std::string BodyOf(const std::vector<SHttpExchange>& exchanges, const std::string& path) {
-    const auto found = std::find_if(exchanges.rbegin(), exchanges.rend(), [&path](const SHttpExchange& one) {
-        return one.path == path && one.method == "GET" && !one.excerpt.empty();
-    });
-    return found == exchanges.rend() ? "" : found->excerpt;
+std::string BodyOf(const std::vector<SWatchedExchange>& exchanges, const std::string& path) {
+    const auto found =
+        std::find_if(exchanges.rbegin(), exchanges.rend(), [&path](const SWatchedExchange& one) {
+            return one.path == path && one.method == "GET" && !one.reply.empty();
+        });
+    return found == exchanges.rend() ? "" : found->reply;
 }
 
 // The library, loaded when a bundle is written: with it come others of 30 MB that no verb else needs.
@@ -110,7 +109,7 @@ private:
 
 std::string WriteBundle(const std::string& file, const SBundleContent& content) {
     std::string exchanges;
-    for (const SHttpExchange& exchange : content.exchanges)
+    for (const SWatchedExchange& exchange : content.exchanges)
         exchanges += ExchangeText(exchange);
     const struct {
         const char* name;
@@ -121,8 +120,8 @@ std::string WriteBundle(const std::string& file, const SBundleContent& content) 
         {"findings.jsonl", "the same for programs", content.findings},
         {"exchanges.txt", "every exchange with the camera, with headers and body", exchanges},
         {"log.txt", "the plug-in's and the framework's log", content.log},
-        {"settings.txt", "the camera's settings", BodyOf(content.exchanges, SettingsPath)},
-        {"capability.txt", "what the camera says it can do", BodyOf(content.exchanges, CapabilityPath)},
+        {"settings.txt", "the camera's settings", BodyOf(content.exchanges, SettingsRequest)},
+        {"capability.txt", "what the camera says it can do", BodyOf(content.exchanges, CapabilityRequest)},
         {"versions.txt", "of program, plug-in, model list and libraries", content.versions},
     };
     COutputFile output(file);

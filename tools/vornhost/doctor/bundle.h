@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/vornhost/names.h"
+#include "tools/vornhost/diagnosis/exchange_watch.h"
 
 #include <string>
 #include <vector>
@@ -9,9 +9,9 @@ namespace corvane::vornhost {
 
 // What a support desk needs of one visit.
 struct SBundleContent {
-    std::string report;                   // as it was shown
-    std::string findings;                 // JSON lines
-    std::vector<SHttpExchange> exchanges; // with their details
+    std::string report;                      // as it was shown
+    std::string findings;                    // JSON lines
+    std::vector<SWatchedExchange> exchanges; // with their details
     std::string log;
     std::string versions;
 };

@@ -43,16 +43,16 @@ std::string SCameraClock::text() const {
     return leaps() ? AwayText(least) + " to " + AwayText(most) : AwayText(most);
 }
 
-std::optional<std::string> UnreadableDate(const std::vector<SHttpExchange>& exchanges) {
-    for (const SHttpExchange& exchange : exchanges)
+std::optional<std::string> UnreadableDate(const std::vector<SWatchedExchange>& exchanges) {
+    for (const SWatchedExchange& exchange : exchanges)
         if (!exchange.date.empty() && !TimeOf(exchange.date))
             return exchange.date;
     return std::nullopt;
 }
 
-std::optional<SCameraClock> ClockOf(const std::vector<SHttpExchange>& exchanges) {
+std::optional<SCameraClock> ClockOf(const std::vector<SWatchedExchange>& exchanges) {
     std::optional<SCameraClock> clock;
-    for (const SHttpExchange& exchange : exchanges) {
+    for (const SWatchedExchange& exchange : exchanges) {
         const auto told = TimeOf(exchange.date);
         if (!told)
             continue;

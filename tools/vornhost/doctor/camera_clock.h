@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/vornhost/names.h"
+#include "tools/vornhost/diagnosis/exchange_watch.h"
 
 #include <optional>
 #include <string>
@@ -20,9 +20,9 @@ struct SCameraClock {
 };
 
 // A Date header that is none; nothing where all can be read.
-std::optional<std::string> UnreadableDate(const std::vector<SHttpExchange>& exchanges);
+std::optional<std::string> UnreadableDate(const std::vector<SWatchedExchange>& exchanges);
 
 // From the Date headers; nothing where there are none that can be read.
-std::optional<SCameraClock> ClockOf(const std::vector<SHttpExchange>& exchanges);
+std::optional<SCameraClock> ClockOf(const std::vector<SWatchedExchange>& exchanges);
 
 } // namespace corvane::vornhost

@@ -1,7 +1,5 @@
 #include "tools/vornhost/doctor/examination.h"
 
-#include "refhost/http/connection_probe.h"
-
 #include <algorithm>
 #include <chrono>
 #include <future>
@@ -100,33 +98,14 @@ bool CExamination::check(const std::string& name, const std::vector<std::string>
     } else {
         const Clock::time_point start = Clock::now();
         finding = check();
-        if (finding.result == CheckResult::Fault)
-            tellRestart(*finding.problem);
+        if (finding.result == CheckResult::Fault && isReached_)
+            TellRestart(*finding.problem, session_.address());
         finding.milliseconds = MillisecondsSince(start);
     }
     finding.check = name;
     const bool isUsable = finding.result == CheckResult::Ok || finding.result == CheckResult::Warning;
     note(std::move(finding));
     return isUsable;
-}
-
-// A camera that has broken off, and now takes no connection any more, restarts.
-void CExamination::tellRestart(SDiagnosis& problem) const {
-    constexpr const char* BrokenOff[] = {"dropped",     "cut",         "unconfirmed",        "refused",
-                                         "unreachable", "stream-lost", "stream-unreachable", "no-answer"};
-    const bool isBrokenOff = std::any_of(std::begin(BrokenOff), std::end(BrokenOff),
-                                         [&problem](const char* cause) { return problem.cause == cause; });
-    if (!isBrokenOff || !isReached_)
-        return;
-    constexpr std::chrono::seconds Patience{1};
-    const auto now = refhost::ProbeConnection(session_.address(), session_.options().patience(Patience));
-    if (now.kind == refhost::HttpFailure::None)
-        return;
-    problem.problem = "the camera was there a moment ago and is away: it probably restarts";
-    problem.reply += "; now: " + now.failure;
-    problem.advice = "wait a minute and try again; if it happens again and again, look at its power supply";
-    problem.cause = "restarting";
-    problem.isCertain = false;
 }
 
 void CExamination::examineConnection() {

@@ -78,12 +78,10 @@ private:
     std::vector<SStream> streams();
     static SFinding playedStream(const SStream& stream);
     static SFinding offStream(const std::string& codec);
-    SStreamWish wishOf(const std::string& id);
     Check audioCheck(const std::vector<SStream>& streams);
     bool hasHead() const;
     int inputCount();
 
-    void tellRestart(SDiagnosis& problem) const;
     std::optional<SDiagnosis> twoDevices() const;
     std::optional<SDiagnosis> dumpProblem() const;
     std::string place() const;

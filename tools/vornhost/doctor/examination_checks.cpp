@@ -4,9 +4,9 @@
 
 #include "tools/vornhost/calls/call.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/diagnosis/reply_checks.h"
 #include "tools/vornhost/doctor/camera_clock.h"
 #include "tools/vornhost/doctor/drift.h"
-#include "tools/vornhost/doctor/reply_checks.h"
 #include "tools/vornhost/session/identification.h"
 
 #include <algorithm>
@@ -18,8 +18,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const char* SettingsPath = "/cgi-bin/setdata";
-constexpr const char* CapabilityPath = "/cgi-bin/get_capability";
 constexpr const char* PositionPath = "/cgi-bin/absget";
 constexpr int AnswerSeconds = 4; // as long as the plug-in waits
 constexpr int SettingsSeconds = 20;
@@ -62,10 +60,10 @@ SFinding CExamination::credentials() {
     const auto isRefused = [](const refhost::SHttpReply& reply) { return reply.status == Unauthorized; };
     if (isRefused(*identityReply_))
         return Faulty(session_.diagnose(identityPath(), Occasion::Identification));
-    settingsReply_ = session_.ask(SettingsPath, SettingsSeconds);
+    settingsReply_ = session_.ask(SettingsRequest, SettingsSeconds);
     const bool isForbidden = identityReply_->status == Forbidden && settingsReply_->status == Forbidden;
     if (isRefused(*settingsReply_) || isForbidden)
-        return Faulty(session_.diagnose(SettingsPath));
+        return Faulty(session_.diagnose(SettingsRequest));
     if (auto weaker = session_.weakerAuthentication())
         return Warned(*weaker);
     return Sound("");
@@ -93,8 +91,8 @@ SFinding CExamination::identity() {
 std::optional<SDiagnosis> CExamination::twoDevices() const {
     (void)session_.ask(identityPath(), AnswerSeconds);
     std::string first;
-    for (const SHttpExchange& exchange : session_.exchanges().transcript()) {
-        const std::string serial = SerialNumberIn(exchange.excerpt);
+    for (const SWatchedExchange& exchange : session_.exchanges().transcript()) {
+        const std::string serial = SerialNumberIn(exchange.reply);
         if (exchange.path != identityPath() || serial.empty())
             continue;
         if (first.empty())
@@ -119,41 +117,33 @@ SFinding CExamination::settings() {
 
 // Of the latest dump of the settings.
 std::optional<SDiagnosis> CExamination::dumpProblem() const {
-    const auto exchange = session_.exchanges().lastOf(SettingsPath);
+    const auto exchange = session_.exchanges().lastOf(SettingsRequest);
     if (!exchange)
         return std::nullopt;
     SDiagnosis problem = DiagnoseExchange(*exchange, session_.exchanges());
     if (exchange->status != 200)
         return problem;
     problem.isCertain = true;
-    const std::string missing = MissingSetting(exchange->excerpt);
-    const auto fault = FaultOfDump(exchange->excerpt, missing.empty());
+    const std::string missing = MissingSetting(exchange->reply);
+    const auto fault = FaultOfDump(exchange->reply, missing.empty());
     if (fault && problem.cause == "damaged") // no better is known from what it looks like
         problem.problem = *fault;
-    if (fault)
-        return problem;
-    if (missing.empty())
-        return std::nullopt;
-    problem.problem = "the camera does not tell a setting that a recorder needs";
-    problem.reply = std::to_string(SettingsIn(exchange->excerpt)) + " settings, and no " + missing;
-    problem.advice = "restart the camera; if it stays so, its firmware does not have the setting";
-    problem.cause = "not-reported";
-    return problem;
+    return fault ? problem : DiagnoseMissingSetting(session_.exchanges());
 }
 
 SFinding CExamination::capability() {
     if (unusable_)
         return Faulty(*unusable_);
     if (settingsReply_->status == 0) { // there is no camera object to ask
-        const auto reply = session_.ask(CapabilityPath, AnswerSeconds);
+        const auto reply = session_.ask(CapabilityRequest, AnswerSeconds);
         return reply.status == 200 && !FaultOfCapability(reply.body)
                    ? Sound("")
-                   : Faulty(session_.diagnose(CapabilityPath));
+                   : Faulty(session_.diagnose(CapabilityRequest));
     }
-    const auto reply = session_.exchanges().lastOf(CapabilityPath);
+    const auto reply = session_.exchanges().lastOf(CapabilityRequest);
     const auto codecs = call("capability.getVideoCodecsSupported", {});
     const auto* const bits = codecs ? std::get_if<long long>(&codecs->result) : nullptr;
-    const auto fault = reply ? FaultOfCapability(reply->excerpt) : std::nullopt;
+    const auto fault = reply ? FaultOfCapability(reply->reply) : std::nullopt;
     if (bits && *bits != 0 && !fault)
         return Sound("");
     SDiagnosis problem = reply ? DiagnoseExchange(*reply, session_.exchanges()) : SDiagnosis();
@@ -178,18 +168,18 @@ SFinding CExamination::position() {
     const auto answer = call("getPtzPosition", {"0"});
     if (!answer)
         return Sound("");
-    if (auto problem = ProblemOf(session_, *answer)) {
+    if (auto problem = ProblemOf(session_, "getPtzPosition", *answer)) {
         problem->phase = "position";
         return Faulty(*problem);
     }
     const auto reply = session_.exchanges().lastOf(PositionPath);
-    if (reply && !TellsAxis(reply->excerpt, "PAN=")) {
+    if (reply && !TellsAxis(reply->reply, "PAN=")) {
         SDiagnosis problem = DiagnoseExchange(*reply, session_.exchanges());
         problem.phase = "position";
         problem.isCertain = true;
         if (problem.cause == "damaged")
             problem.problem = "the camera's position cannot be read";
-        if (TellsAxis(reply->excerpt, "TILT=") || TellsAxis(reply->excerpt, "tilt=")) {
+        if (TellsAxis(reply->reply, "TILT=") || TellsAxis(reply->reply, "tilt=")) {
             problem.cause = "not-reported";
             problem.problem = "the camera does not tell where its head stands on the pan axis";
         }

@@ -4,6 +4,7 @@
 
 #include "refhost/streams/stream_location.h"
 #include "tools/vornhost/calls/call.h"
+#include "tools/vornhost/recording/stream_wish.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,36 +14,15 @@
 namespace corvane::vornhost {
 namespace {
 
-// The settings that switch a stream of a codec on, and its delivery over RTSP; behind them "_2" for the
-// second.
-constexpr struct {
-    VideoCodec codec;
-    const char* name;
-    const char* transmission;
-    const char* rtsp;
-} CodedStreams[] = {{VideoCodec::H264, "h264", "H264", "H264RTSPMODE"},
-                    {VideoCodec::Mpeg4, "mpeg4", "MPEG", "RTSPMODE"}};
 constexpr const char* FamilyKey = "STREAMMODE"; // which of the two a camera runs that has both
 constexpr const char* Mpeg4Family = "0";
 constexpr const char* RtspPortKey = "RTSPPORT";
 constexpr const char* AudioKey = "AUDIO";
-constexpr const char* Off = "0";
 
 std::optional<double> NumberOf(const std::string& text) {
     char* end = nullptr;
     const double number = std::strtod(text.c_str(), &end);
     return text.empty() || *end != '\0' ? std::nullopt : std::optional(number);
-}
-
-SDiagnosis SwitchedOff(const std::string& problem, const std::string& setting) {
-    SDiagnosis diagnosis;
-    diagnosis.problem = problem;
-    diagnosis.request = std::string("the setting ") + setting;
-    diagnosis.reply = "0";
-    diagnosis.advice = "the recorder switches it on when it takes the stream; else do so at the camera";
-    diagnosis.cause = "stream-off";
-    diagnosis.phase = "stream";
-    return diagnosis;
 }
 
 } // namespace
@@ -58,7 +38,7 @@ std::vector<CExamination::SStream> CExamination::streams() {
         const auto* const url = refhost::FindStreamUrl(model->videoUrls, stream, codecName->urlName, 0);
         const std::string text = std::string("0,") + name + "," + std::to_string(stream);
         if (url)
-            all.push_back({id, text, sourceOf(*url), wishOf(text), isDelivered});
+            all.push_back({id, text, sourceOf(*url), StreamWishOf(session_, text), isDelivered});
     };
     const std::string family = setting(FamilyKey);
     const char* firstOff = nullptr;
@@ -67,10 +47,10 @@ std::vector<CExamination::SStream> CExamination::streams() {
         for (int stream = 0; stream < 2 && isOfFamily; ++stream) {
             const std::string suffix = stream == 0 ? "" : "_2";
             const std::string transmission = setting(row.transmission + suffix);
-            if (transmission == Off && stream == 0)
+            if (transmission == SwitchedOffValue && stream == 0)
                 firstOff = row.name;
-            if (!transmission.empty() && transmission != Off)
-                add(row.codec, row.name, stream, setting(row.rtsp + suffix) != Off);
+            if (!transmission.empty() && transmission != SwitchedOffValue)
+                add(row.codec, row.name, stream, setting(row.rtsp + suffix) != SwitchedOffValue);
         }
     }
     if (all.empty() && firstOff)
@@ -91,24 +71,6 @@ SFinding CExamination::offStream(const std::string& codec) {
     SFinding finding = Faulty(SwitchedOff("the camera transmits no stream", "of the stream's transmission"));
     finding.check = "stream:0," + codec + ",0";
     return finding;
-}
-
-SStreamWish CExamination::wishOf(const std::string& id) {
-    SStreamWish wish;
-    const auto camera = call("getVideoCodecParameters", {id});
-    const auto recorder =
-        camera ? call("convertVideoCodecToNvr", {id, RecordArgument(*camera)}) : std::nullopt;
-    if (!recorder)
-        return wish;
-    for (const auto& [field, value] : recorder->recordOrEmpty()) {
-        if (field == "resolution")
-            wish.resolution = value;
-        if (field == "frameRate")
-            wish.frameRate = NumberOf(value);
-        if (field == "keyFrameInterval")
-            wish.keyFrameInterval = NumberOf(value);
-    }
-    return wish;
 }
 
 // Empty where the camera has no sound, or has it switched off.

@@ -29,7 +29,7 @@ SFinding CExamination::writeTest() {
         (void)session_.exchanges().takeFailing();
         const auto answer =
             call("setting.SetCameraSetting", {row.path, std::string(row.parameter) + "=" + before});
-        auto problem = answer ? ProblemOf(session_, *answer) : std::nullopt;
+        auto problem = answer ? ProblemOf(session_, "setting.SetCameraSetting", *answer) : std::nullopt;
         const auto written = session_.exchanges().lastOf(row.path);
         if (written && !written->failure.empty())
             problem = DiagnoseExchange(*written, session_.exchanges());
@@ -49,7 +49,7 @@ SFinding CExamination::moveTest() {
     std::string after;
     for (const char* step : {"1", "-1"}) {
         const auto answer = call("setRelativePtz", {"0", step, "0", "0", "0", "0"});
-        if (auto problem = answer ? ProblemOf(session_, *answer) : std::nullopt)
+        if (auto problem = answer ? ProblemOf(session_, "setRelativePtz", *answer) : std::nullopt)
             return Faulty(*problem);
         if (after.empty())
             after = placeOtherThan(before);

@@ -12,6 +12,7 @@ namespace {
 
 // A monitor tells every level at its beginning and then again every few seconds.
 constexpr int MonitorSeconds = 5;
+constexpr int ListenSeconds = 3;
 constexpr int LevelsSeconds = 4;
 constexpr int Attempts = 3; // a level may change between the two requests
 
@@ -32,54 +33,6 @@ struct SLevels {
         return true;
     }
 };
-
-// How often the levels of any one input have changed in what the monitor has told.
-int MostChanges(const std::string& told) {
-    std::map<int, std::pair<std::string, int>> inputs;
-    int most = 0;
-    for (std::size_t begin = 0; begin < told.size();) {
-        const std::size_t end = std::min(told.find('\n', begin), told.size() - 1) + 1;
-        for (const auto& [input, level] : MonitoredLevels(told.substr(begin, end - begin))) {
-            auto& [last, changes] = inputs[input];
-            changes += last.empty() || last == level ? 0 : 1;
-            last = level;
-            most = std::max(most, changes);
-        }
-        begin = end;
-    }
-    return most;
-}
-
-// What a monitor does wrong that tells levels: listened to for some seconds.
-std::optional<SDiagnosis> FaultOfMonitor(const AskPath& ask, const DiagnosePath& diagnose) {
-    constexpr int Seconds = 3;
-    constexpr std::size_t Flood = 256U << 10;
-    constexpr int UnusualChanges = 6;
-    const auto reply = ask(MonitorPath, Seconds, [](const std::string& body) { return body.size() > Flood; });
-    SDiagnosis known = diagnose(MonitorPath);
-    known.phase = MonitorPhase;
-    known.isCertain = true;
-    const auto isWrong = [&known](const char* cause, const char* problem, const std::string& answered) {
-        known.cause = cause;
-        known.problem = problem;
-        known.reply = answered;
-        known.advice = "restart the camera; until then do not rely on its alarms";
-        return known;
-    };
-    if (reply.body.size() > Flood)
-        return isWrong("too-large", "the camera floods whoever listens to its alarm inputs",
-                       std::to_string(reply.body.size()) + " bytes at once");
-    if (MonitoredLevels(reply.body).empty())
-        return std::nullopt; // it is looked at for longer
-    if (!reply.isTimedOut)
-        return isWrong("cut", "the request for alarm inputs does not stay open",
-                       reply.failure.empty() ? "levels, and then the end of the reply" : reply.failure);
-    if (MostChanges(reply.body) >= UnusualChanges)
-        return isWrong("level-differs", "the camera tells both levels of an input in turn",
-                       std::to_string(MostChanges(reply.body)) + " changes in " + std::to_string(Seconds) +
-                           " s");
-    return std::nullopt;
-}
 
 SLevels AskBothWays(int count, const AskPath& ask, const DiagnosePath& diagnose) {
     SLevels levels;
@@ -130,7 +83,7 @@ SFinding FindingOf(int input, const SLevels& levels) {
 
 std::vector<SFinding> CheckInputs(int count, const AskPath& ask, const DiagnosePath& diagnose) {
     SLevels levels;
-    levels.failure = FaultOfMonitor(ask, diagnose);
+    levels.failure = FaultOfMonitor(ListenSeconds, ask, diagnose);
     if (!levels.failure)
         levels = AskBothWays(count, ask, diagnose);
     for (int attempt = 1; attempt < Attempts && !levels.failure && !levels.agree(count); ++attempt)

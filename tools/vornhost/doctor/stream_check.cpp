@@ -19,9 +19,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using vorn_gst::v1_0::CGstRef;
 
-// A camera that is busy sends fewer pictures than it is set to, and some send a few more.
-constexpr double LeastOfRate = 0.6;
-constexpr double MostOfRate = 1.5;
+constexpr double LeastOfRate = 0.6; // a camera that is busy sends fewer pictures than it is set to
 constexpr double MostOfInterval = 1.5;
 
 // What has come out of a pad.
@@ -163,36 +161,17 @@ CError NothingWithin(const char* what, std::chrono::milliseconds time) {
             std::string(what) + " within " + SecondsText(static_cast<double>(time.count()) / 1000)};
 }
 
-SDiagnosis OtherStream(const std::string& problem, const std::string& asked, const std::string& answered) {
-    SDiagnosis diagnosis;
-    diagnosis.problem = problem;
-    diagnosis.request = asked;
-    diagnosis.reply = answered;
-    diagnosis.advice = "restart the camera, or set the stream anew: its settings are not what it sends";
-    diagnosis.cause = "wrong-stream";
-    diagnosis.phase = "stream";
-    return diagnosis;
-}
-
 // Of a stream that is taken long enough.
 SFinding Compare(const SSeen& seen, const SStreamWish& wish, const std::string& asked) {
     const std::string rate = Decimals(seen.rate(), 1);
     const std::string what = seen.resolution + ", " + rate + " frames a second";
-    if (!wish.resolution.empty() && !seen.resolution.empty() && wish.resolution != seen.resolution)
-        return Faulty(
-            OtherStream("the pictures have another resolution than is set", asked,
-                        "pictures of " + seen.resolution + ", and the settings say " + wish.resolution));
-    const bool isRateKnown = wish.frameRate && *wish.frameRate > 0 && seen.rate() > 0;
-    if (isRateKnown &&
-        (seen.rate() < LeastOfRate * *wish.frameRate || seen.rate() > MostOfRate * *wish.frameRate))
-        return Faulty(
-            OtherStream("the frame rate is not what is set", asked,
-                        rate + " frames a second, and the settings say " + Decimals(*wish.frameRate, 1)));
+    if (auto wrong = DiagnoseWrongStream({seen.resolution, seen.rate()}, wish, LeastOfRate, asked))
+        return Faulty(*wrong);
     if (wish.keyFrameInterval && *wish.keyFrameInterval > 0 && seen.keyFrames.size() > 1) {
         const auto interval = static_cast<double>(seen.keyFrames[1] - seen.keyFrames[0]);
         if (interval > MostOfInterval * *wish.keyFrameInterval ||
             interval * MostOfInterval < *wish.keyFrameInterval)
-            return Warned(OtherStream("the key frames have another distance than is set", asked,
+            return Warned(WrongStream("the key frames have another distance than is set", asked,
                                       "every " + Decimals(interval, 0) + " frames, and the settings say " +
                                           Decimals(*wish.keyFrameInterval, 0)));
     }
@@ -259,9 +238,6 @@ SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const
     play.stop();
     if (end)
         return Faulty(DiagnoseStream(*end, asked));
-    if (seen.buffers == 0 && asked.rfind("PLAY", 0) != 0) // it is still on its way to the pictures
-        return Faulty(
-            DiagnoseStream({RtnCode::NotAccessible, Origin::Device, refhost::rtsp_failure::TimedOut}, asked));
     if (seen.buffers == 0)
         return Faulty(DiagnoseStream(NothingWithin("no data", times.firstData), asked));
     return Stands(seen, times) ? Faulty(PicturesStand(seen, asked)) : Compare(seen, wish, asked);

@@ -3,19 +3,13 @@
 #include "refhost/streams/rtsp_source.h"
 #include "tools/vornhost/doctor/finding.h"
 #include "tools/vornhost/names.h"
+#include "tools/vornhost/recording/stream_wish.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
 
 namespace corvane::vornhost {
-
-// What a stream of the camera is set to; empty where the camera does not say.
-struct SStreamWish {
-    std::string resolution; // "WIDTHxHEIGHT"
-    std::optional<double> frameRate;
-    std::optional<double> keyFrameInterval; // in frames
-};
 
 struct SStreamTimes {
     std::chrono::milliseconds firstData{5'000}; // is waited for so long

@@ -2,6 +2,7 @@
 
 #include "tools/vornhost/events/alarm_input_levels.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -28,6 +29,23 @@ SDiagnosis WithoutLevels(const refhost::SHttpReply& reply, const DiagnosePath& d
     return isOther ? OfMonitor("monitor-refused", "the camera does not tell its alarm inputs", known) : known;
 }
 
+// How often the levels of any one input have changed in what the monitor has told.
+int MostChanges(const std::string& told) {
+    std::map<int, std::pair<std::string, int>> inputs;
+    int most = 0;
+    for (std::size_t begin = 0; begin < told.size();) {
+        const std::size_t end = std::min(told.find('\n', begin), told.size() - 1) + 1;
+        for (const auto& [input, level] : MonitoredLevels(told.substr(begin, end - begin))) {
+            auto& [last, changes] = inputs[input];
+            changes += last.empty() || last == level ? 0 : 1;
+            last = level;
+            most = std::max(most, changes);
+        }
+        begin = end;
+    }
+    return most;
+}
+
 } // namespace
 
 SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
@@ -40,6 +58,40 @@ SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& 
     if (look.levels.empty() || isBroken)
         look.problem = WithoutLevels(reply, diagnose);
     return look;
+}
+
+std::optional<SDiagnosis> FaultOfMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
+                                         const std::function<void(const std::string& told)>& comes) {
+    constexpr std::size_t Flood = 256U << 10;
+    constexpr int UnusualChanges = 6;
+    const auto reply = ask(MonitorPath, seconds, [&comes](const std::string& body) {
+        if (comes)
+            comes(body);
+        return body.size() > Flood;
+    });
+    SDiagnosis known = diagnose(MonitorPath);
+    known.phase = MonitorPhase;
+    known.isCertain = true;
+    const auto isWrong = [&known](const char* cause, const char* problem, const std::string& answered) {
+        known.cause = cause;
+        known.problem = problem;
+        known.reply = answered;
+        known.advice = "restart the camera; until then do not rely on its alarms";
+        return known;
+    };
+    if (reply.body.size() > Flood)
+        return isWrong("too-large", "the camera floods whoever listens to its alarm inputs",
+                       std::to_string(reply.body.size()) + " bytes at once");
+    if (MonitoredLevels(reply.body).empty())
+        return std::nullopt; // it is looked at for longer
+    if (!reply.isTimedOut)
+        return isWrong("cut", "the request for alarm inputs does not stay open",
+                       reply.failure.empty() ? "levels, and then the end of the reply" : reply.failure);
+    if (MostChanges(reply.body) >= UnusualChanges)
+        return isWrong("level-differs", "the camera tells both levels of an input in turn",
+                       std::to_string(MostChanges(reply.body)) + " changes in " + std::to_string(seconds) +
+                           " s");
+    return std::nullopt;
 }
 
 } // namespace corvane::vornhost

@@ -54,6 +54,8 @@ bool CPtzDrive::run() {
     {
         const CKeyboard keyboard;
         takeSignals();
+        if (json_)
+            waiting_.emplace();
         const CHangupAsTermination hangup;
         if (status_.isShown())
             WriteMessage(KeyHelp);
@@ -65,6 +67,7 @@ bool CPtzDrive::run() {
             throw;
         }
         status_.clear();
+        waiting_.reset();
     }
     if (pilot_.mayMove())
         WriteMessage("vornhost: " + session_.address() +
@@ -133,6 +136,8 @@ void CPtzDrive::sendNext() {
     const std::optional<SPtzCommand> command = pilot_.next();
     if (!command)
         return;
+    if (waiting_)
+        waiting_->show("waiting for " + command->key);
     latest_ = command;
     outcome_.reset();
     position_.disturb();
@@ -154,6 +159,8 @@ void CPtzDrive::sendNext() {
 
 void CPtzDrive::answered(const SOutcome& outcome) {
     pilot_.answered(outcome.timed.succeeded());
+    if (waiting_)
+        waiting_->end();
     outcome_ = outcome;
     if (json_)
         answers_.add(JsonLine(CommandJson(outcome.command, outcome.timed, outcome.failure)));

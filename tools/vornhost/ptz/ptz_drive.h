@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/task_inbox.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/ptz/ptz_keys.h"
 #include "tools/vornhost/ptz/ptz_pilot.h"
@@ -58,6 +59,7 @@ private:
     CPtzPilot pilot_;
     CPtzPositionWatch position_;
     CStatusLine status_;
+    std::optional<CWaitingLine> waiting_; // in place of the status line, for programs
     CPolledOutput answers_;
     std::optional<CEndRequest> endRequest_;
     bool isInputOpen_ = true;

@@ -80,6 +80,8 @@ public:
         addAlarmInputs();
         addAnswerTimes();
         collectFailedExchanges("");
+        if (const auto missing = DiagnoseMissingSetting(session_.exchanges()))
+            note("setting.GetCameraSetting", *missing);
         if (const auto warning = session_.weakerAuthentication())
             report_.problems.push_back({"", *warning});
         return std::move(report_);
@@ -116,8 +118,6 @@ private:
             return;
         codecBits_ = codecs->result.index() == 0 ? 0 : std::get<long long>(codecs->result);
         imageMode_ = resultText("GetImageMode", {});
-        if (codecBits_ == 0)
-            report_.problems.push_back({"capability.getVideoCodecsSupported", NoCodec()});
         ordered_json names = ordered_json::array();
         for (const auto& codec : Codecs)
             if (codecBits_ & codec.bit)
@@ -224,6 +224,8 @@ private:
         const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
         if (!levels)
             note("setting.CameraHttpGet", std::get<SDiagnosis>(answer));
+        else
+            collectFailedExchanges("setting.CameraHttpGet");
         (void)session_.exchanges().takeFailing(); // noted
         add(AlarmInputSection(alarmInputs_, levels ? *levels : std::map<int, std::string>(),
                               settingReader()));
@@ -296,7 +298,7 @@ private:
 
     // An operation whose request failed may still succeed, with an empty answer.
     void collectFailedExchanges(const std::string& operation) {
-        for (const SHttpExchange& exchange : session_.exchanges().takeFailing())
+        for (const SWatchedExchange& exchange : session_.exchanges().takeFailing())
             note(operation, DiagnoseExchange(exchange, session_.exchanges()));
     }
 

@@ -42,7 +42,7 @@ void CBackgroundCalls::answered(const CDeviceSession& session, const SCall& call
     // What was taken back is no fault of the camera's.
     const bool isFault =
         !answer.succeeded() && answer.answer.error->getText() != device_handler::v1_0::Cancelled().getText();
-    const auto problem = isFault ? ProblemOf(session, answer.answer) : std::nullopt;
+    const auto problem = isFault ? ProblemOf(session, call.operation, answer.answer) : std::nullopt;
     WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
     if (!answer.succeeded()) {
         const std::lock_guard<std::mutex> lock(mutex_);

@@ -5,6 +5,8 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/session/identification.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -44,6 +46,44 @@ std::string FamilyOfModel(const SOptions& options, const CVornModelList& models)
                            "there are" +
                            DidYouMean(options.modelNumber, NumbersOf(models)));
     return model->family;
+}
+
+bool BeginsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+constexpr const char* CapabilityPrefix = "capability.";
+
+// The settings are fetched beside everything else, so that their failure says nothing of an answer that has
+// come without them.
+bool RestsOnSettings(const std::string& operation) {
+    const std::string without[] = {CapabilityPrefix,
+                                   "controller.",
+                                   "handler.",
+                                   "setting.CameraHttp",
+                                   "setting.GetCameraInfo",
+                                   "setting.ReloadSetting",
+                                   "setting.SetCameraSetting",
+                                   "To",
+                                   "addPtz",
+                                   "callPtz",
+                                   "getPtzPan",
+                                   "getPtzPos",
+                                   "getPtzTilt",
+                                   "getPtzZoom",
+                                   "getUnit",
+                                   "isUnit",
+                                   "rebootDevice",
+                                   "setAbsolutePtz",
+                                   "setContinuousPtz",
+                                   "setLens",
+                                   "setPtz",
+                                   "setRelativePtz",
+                                   "setVpa",
+                                   "testAuthentication"};
+    return std::none_of(std::begin(without), std::end(without), [&operation](const std::string& beginning) {
+        return BeginsWith(operation, beginning);
+    });
 }
 
 } // namespace
@@ -215,19 +255,16 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     return Diagnose(Occasion::Initialisation, error, exchanges_);
 }
 
-std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const SAnswer& answer) {
+std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const std::string& operation,
+                                    const SAnswer& answer) {
     if (answer.error && *answer.error)
         return Diagnose(Occasion::Call, *answer.error, session.exchanges());
     auto failed = session.exchanges().lastFailingOwn();
-    if (!failed)
+    if (!failed && RestsOnSettings(operation))
         failed = session.exchanges().failedSettings();
+    if (!failed && BeginsWith(operation, CapabilityPrefix))
+        failed = session.exchanges().failedCapability();
     return failed ? std::optional(DiagnoseExchange(*failed, session.exchanges())) : std::nullopt;
-}
-
-ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error) {
-    WriteMessage(
-        Diagnose(Occasion::Call, error, session.exchanges()).lines(session.address() + ": " + operation));
-    return ExitStatus::CallFailed;
 }
 
 } // namespace corvane::vornhost

@@ -103,11 +103,9 @@ private:
     std::unique_ptr<COperationRegistry> operations_; // of all three and the handler
 };
 
-// What is wrong with an answer: why the call failed, or what failed that it rests on; nothing where all is
-// well. The exchanges of earlier calls have been taken.
-std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const SAnswer& answer);
-
-// Tells on standard error why an operation has failed; always ExitStatus::CallFailed.
-ExitStatus TellFailedCall(const CDeviceSession& session, const std::string& operation, const CError& error);
+// What is wrong with an operation's answer: why the call failed, or what failed that it rests on; nothing
+// where all is well. The exchanges of earlier calls have been taken.
+std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const std::string& operation,
+                                    const SAnswer& answer);
 
 } // namespace corvane::vornhost

@@ -11,6 +11,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::chrono::milliseconds Look{10};
+
 struct SAnswerOfPlugin {
     CError error = CError::Success();
     COptional<CDeviceId> device;
@@ -22,7 +24,8 @@ CError NoDevice(const std::string& address) {
 
 // On a thread of its own, which ends when the plug-in has given up; it is not waited for any longer.
 SAnswerOfPlugin AskPlugin(const std::shared_ptr<CLoadedPlugin>& plugin, const std::string& address,
-                          const CAuthentication& authentication, std::chrono::milliseconds limit) {
+                          const CAuthentication& authentication, const CExchangeWatch& exchanges,
+                          std::chrono::milliseconds limit) {
     std::promise<SAnswerOfPlugin> promise;
     std::future<SAnswerOfPlugin> answer = promise.get_future();
     std::thread([plugin, address, authentication, promise = std::move(promise)]() mutable {
@@ -30,8 +33,17 @@ SAnswerOfPlugin AskPlugin(const std::shared_ptr<CLoadedPlugin>& plugin, const st
         result.error = plugin->handler().queryDevice(address, result.device, authentication);
         promise.set_value(result);
     }).detach();
-    if (answer.wait_for(limit) == std::future_status::ready)
+    // The request that ends with the limit says why, a moment later.
+    constexpr std::chrono::milliseconds Moment{500};
+    const auto isThere = [&answer](std::chrono::milliseconds time) {
+        return answer.wait_for(time) == std::future_status::ready;
+    };
+    if (isThere(limit))
         return answer.get();
+    const Clock::time_point end = Clock::now() + Moment;
+    while (!exchanges.lastFailingOwn() && Clock::now() < end)
+        if (isThere(Look))
+            return answer.get();
     return {NoDevice(address), {}};
 }
 
@@ -46,7 +58,7 @@ std::string FirstRequest(const CVornModelList& models) {
 
 SIdentification NobodyThere(const std::string& address, const CVornModelList& models,
                             const refhost::SProbedConnection& probed) {
-    SHttpExchange exchange;
+    SWatchedExchange exchange;
     exchange.address = address;
     exchange.method = "GET";
     exchange.path = FirstRequest(models);
@@ -68,7 +80,7 @@ SIdentification IdentifyDevice(const std::shared_ptr<CLoadedPlugin>& plugin, con
     if (probed.kind != refhost::HttpFailure::None)
         return NobodyThere(address, *plugin->models(), probed);
     const SAnswerOfPlugin answer =
-        AskPlugin(plugin, address, credentials.forFamily(plugin->firstFamily()), limit);
+        AskPlugin(plugin, address, credentials.forFamily(plugin->firstFamily()), exchanges, limit);
     SIdentification result;
     result.error = answer.error;
     result.device = answer.device;

@@ -1,5 +1,7 @@
 #include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
@@ -40,8 +42,11 @@ private:
     ExitStatus runOn(CDeviceSession& session) override {
         session.exchanges().takeFailing();
         STimedAnswer answer;
-        orWrongUsage([&] { answer = MakeCall(session.operations(), call_); });
-        const auto problem = ProblemOf(session, answer.answer);
+        orWrongUsage([&] {
+            answer = WhileWaiting("waiting for " + PrintableText(call_.operation),
+                                  [&] { return MakeCall(session.operations(), call_); });
+        });
+        const auto problem = ProblemOf(session, call_.operation, answer.answer);
         const auto told = problem ? ProblemObject(*problem) : ordered_json::object();
         WriteOutput(session.options().json ? JsonLine(AnswerJson(call_, answer, told))
                                            : AnswerText(answer, outputNames(session)));

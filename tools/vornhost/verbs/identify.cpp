@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/session/address_ranges.h"
 #include "tools/vornhost/session/identification.h"
 #include "tools/vornhost/session/identification_workers.h"
@@ -158,8 +159,10 @@ private:
     static SIdentification identify(const std::shared_ptr<CLoadedPlugin>& plugin, const std::string& address,
                                     const CCredentials& credentials, const SOptions& options) {
         CExchangeWatch exchanges(address);
-        return IdentifyDevice(plugin, address, credentials, exchanges,
-                              options.patience(std::chrono::hours(1)));
+        return WhileWaiting("waiting for " + PrintableText(address) + " to say what it is", [&] {
+            return IdentifyDevice(plugin, address, credentials, exchanges,
+                                  options.patience(std::chrono::hours(1)));
+        });
     }
 
     static ExitStatus answerLines(const SOptions& options, const CCredentials& credentials) {

@@ -3,6 +3,7 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/session/device_session.h"
@@ -90,8 +91,15 @@ public:
                        model, input) {}
 
     ExitStatus run(const std::vector<SWish>& wishes) {
-        if (const CError error = adjustments_.learn())
-            return TellFailedCall(session_, "getVpaProperties", error);
+        const CError error =
+            WhileWaiting("waiting for the camera's settings", [this] { return adjustments_.learn(); });
+        if (error) {
+            const SDiagnosis problem = Diagnose(Occasion::Call, error, session_.exchanges());
+            if (json_)
+                WriteOutput(ProblemLine(problem));
+            WriteMessage(problem.lines(session_.address() + ": getVpaProperties"));
+            return ExitStatus::CallFailed;
+        }
         if (wishes.empty())
             return show();
         ExitStatus status = ExitStatus::Success;
@@ -103,21 +111,37 @@ public:
 
 private:
     ExitStatus show() {
-        const std::vector<SAdjustmentReading> readings = adjustments_.readAll();
+        const std::vector<SAdjustmentReading> readings =
+            WhileWaiting("waiting for the camera's settings", [this] { return adjustments_.readAll(); });
+        const auto failed = std::find_if(readings.begin(), readings.end(),
+                                         [](const auto& reading) { return reading.failure.has_value(); });
+        const auto problem = failed == readings.end()
+                                 ? unreadSettings()
+                                 : Diagnose(Occasion::Call, *failed->failure, session_.exchanges());
         if (json_) {
             ordered_json adjustments = ordered_json::object();
             for (const SAdjustmentReading& reading : readings)
                 adjustments[reading.info->name] = ReadingJson(reading);
-            WriteOutput(JsonLine({{"input", input_}, {"adjustments", adjustments}}));
+            ordered_json line{{"input", input_}, {"adjustments", adjustments}};
+            if (problem)
+                line["problem"] = ProblemObject(*problem);
+            WriteOutput(JsonLine(line));
         } else {
             WriteOutput(ReadingsText(readings, model_, ColourWanted()));
         }
-        const auto failed = std::find_if(readings.begin(), readings.end(),
-                                         [](const auto& reading) { return reading.failure.has_value(); });
-        if (failed == readings.end())
+        if (!problem)
             return ExitStatus::Success;
         // One failure stands for all: they have the same cause.
-        return TellFailedCall(session_, std::string("get") + failed->info->operation, *failed->failure);
+        const std::string asked =
+            failed == readings.end() ? "" : std::string(": get") + failed->info->operation;
+        WriteMessage(problem->lines(session_.address() + asked));
+        return ExitStatus::CallFailed;
+    }
+
+    // Of settings that could be read from and are not what a camera's are.
+    std::optional<SDiagnosis> unreadSettings() const {
+        const auto settings = session_.exchanges().failedSettings();
+        return settings ? std::optional(DiagnoseExchange(*settings, session_.exchanges())) : std::nullopt;
     }
 
     ExitStatus set(const SWish& wish) {
@@ -138,12 +162,15 @@ private:
         (void)session_.exchanges().takeFailing(); // an earlier wish's
         const std::string operation = std::string("set") + wish.info->operation;
         const std::string argument = AdjustmentArgument(*wish.info, model_, wish.value).value_or("");
-        const auto answer = ask(operation, {std::to_string(input_), argument});
-        const CError error = answer && answer->error ? *answer->error : CError::Success();
         const SAdjustmentInfo& telling = TellingAdjustment(*wish.info);
         SAdjustmentReading reported{&telling, "", "", {}, std::nullopt};
-        if (!error)
-            reported = settled(telling);
+        CError error = CError::Success();
+        WhileWaiting(std::string("waiting for the camera to take the ") + wish.info->label, [&] {
+            const auto answer = ask(operation, {std::to_string(input_), argument});
+            error = answer && answer->error ? *answer->error : CError::Success();
+            if (!error)
+                reported = settled(telling);
+        });
         const auto problem = problemOf(wish, error, reported);
         tell(wish, error, reported, problem);
         if (!problem)
@@ -160,8 +187,14 @@ private:
                                         const SAdjustmentReading& reported) const {
         if (error)
             return Diagnose(Occasion::Call, error, session_.exchanges());
-        if (reported.failure)
-            return Diagnose(Occasion::Call, *reported.failure, session_.exchanges());
+        const auto unread = unreadSettings();
+        if (reported.failure || unread) {
+            SDiagnosis problem = reported.failure
+                                     ? Diagnose(Occasion::Call, *reported.failure, session_.exchanges())
+                                     : *unread;
+            problem.phase = problem.phase == "settings" ? "read-back" : problem.phase;
+            return problem;
+        }
         const bool isTold = reported.info == wish.info && wish.info->form != AdjustmentForm::Action;
         if (!isTold || IsSameAdjustment(*wish.info, wish.value, reported.current))
             return std::nullopt;

@@ -3,15 +3,19 @@
 #include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/recording/recording.h"
 #include "tools/vornhost/recording/recording_text.h"
+#include "tools/vornhost/recording/stream_wish.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <filesystem>
 #include <iterator>
@@ -67,8 +71,7 @@ private:
 
     ExitStatus runOn(CDeviceSession& session) override {
         // Before the video's pipeline exists: the sound is taken from beside the same stream.
-        if (const CError error = withAudio_ ? findAudio(session) : CError::Success())
-            (void)TellFailedCall(session, "getAudioStreamUrl; the video is recorded alone", error);
+        std::optional<SDiagnosis> problem = withAudio_ ? withoutSound(session) : std::nullopt;
         IStreamController* made = nullptr;
         if (const CError error = session.camera().createVideoStreamPipeline(made, id_))
             return fail(session, error);
@@ -82,17 +85,28 @@ private:
                 return fail(session, error);
         COutputFile file(output_);
         CRecording recording(*controller, file, limits(session.options()), audio);
-        const CEndRequest interruption([&recording] { recording.interrupt(); });
+        std::atomic<bool> isInterrupted{false};
+        const CEndRequest interruption([&] {
+            isInterrupted = true;
+            recording.interrupt();
+        });
         CProgressLine progress(seconds_);
         const CError error = recording.run(progress.writer());
         progress.clear();
         const SRecorded recorded = recording.recorded();
-        if (recorded.frames > 0 || !error)
-            report(file, session.options().json ? JsonLine(RecordedJson(output_, id_.codec, recorded))
-                                                : RecordedText(output_, id_.codec, recorded));
+        if (!error && !problem && !isInterrupted && (problem = wrongStream(session, recorded, *controller)))
+            WriteMessage(problem->lines(address_ + ": " + stream_));
+        if (recorded.frames > 0 || !error || problem) {
+            ordered_json json = RecordedJson(output_, id_.codec, recorded);
+            if (problem)
+                json["problem"] = ProblemObject(*problem);
+            report(file, session.options().json ? JsonLine(json) : RecordedText(output_, id_.codec, recorded));
+        }
         if (error)
             return fail(session, error, controller.get());
-        return withAudio_ && !audio ? ExitStatus::CallFailed : ExitStatus::Success;
+        if (audio && recorded.sounds == 0 && !isInterrupted)
+            return fail(session, NoSoundWithin(recorded.seconds), controller.get());
+        return problem ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
     ExitStatus takeSnapshot(const CDeviceSession& session, IStreamController& controller) const {
@@ -157,6 +171,38 @@ private:
         return CError::Success();
     }
 
+    // Why the video is recorded alone.
+    std::optional<SDiagnosis> withoutSound(const CDeviceSession& session) {
+        const CError error =
+            WhileWaiting("waiting for the camera to switch its sound on", [&] { return findAudio(session); });
+        if (!error)
+            return std::nullopt;
+        SDiagnosis problem = Diagnose(Occasion::Call, error, session.exchanges());
+        if (problem.request.empty()) // no request has failed
+            problem = DiagnoseStreamOff(session, id_).value_or(problem);
+        WriteMessage(problem.lines(session.address() + ": getAudioStreamUrl; the video is recorded alone"));
+        return problem;
+    }
+
+    static CError NoSoundWithin(double seconds) {
+        return {RtnCode::NotAccessible, Origin::Device,
+                refhost::rtsp_failure::OfAudio + "no sound within " + SecondsText(seconds)};
+    }
+
+    // The settings are not waited for: a recording does without them.
+    std::optional<SDiagnosis> wrongStream(const CDeviceSession& session, const SRecorded& recorded,
+                                          const IStreamController& stream) const {
+        constexpr double Enough = 1; // seconds
+        constexpr double LeastOfRate = 0.25;
+        const auto settings = session.exchanges().lastOf(SettingsRequest);
+        if (!settings || settings->isFailed())
+            return std::nullopt;
+        const double rate =
+            recorded.seconds >= Enough ? static_cast<double>(recorded.frames) / recorded.seconds : 0;
+        return DiagnoseWrongStream({recorded.resolution, rate}, StreamWishOf(session, stream_), LeastOfRate,
+                                   refhost::RtspRequest(stream, refhost::RtspPart::Pictures));
+    }
+
     SRecordingLimits limits(const SOptions& options) const {
         return {seconds_,
                 options.timeout ? options.patience(std::chrono::milliseconds::max()) : UsualSilence};
@@ -175,7 +221,8 @@ private:
                  DiagnoseStream(error, requestFor(refhost::RtspPart::Sound)));
         } else {
             tell(session, address_ + ": " + stream_,
-                 DiagnoseStream(error, requestFor(refhost::RtspPart::Pictures)));
+                 DiagnoseLostStream(session, id_,
+                                    DiagnoseStream(error, requestFor(refhost::RtspPart::Pictures))));
         }
         return ExitStatus::CallFailed;
     }

@@ -2,6 +2,8 @@
 #include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/calls/script_line.h"
 #include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/script/background_calls.h"
 #include "tools/vornhost/script/played_streams.h"
 #include "tools/vornhost/session/device_session.h"
@@ -103,8 +105,9 @@ private:
             return;
         }
         session_.exchanges().takeFailing();
-        const STimedAnswer answer = MakeCall(session_.operations(), call);
-        const auto problem = ProblemOf(session_, answer.answer);
+        const STimedAnswer answer = WhileWaiting("waiting for " + PrintableText(call.operation),
+                                                 [&] { return MakeCall(session_.operations(), call); });
+        const auto problem = ProblemOf(session_, call.operation, answer.answer);
         WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
         allSucceeded_ = allSucceeded_ && !problem;
     }

@@ -1,6 +1,7 @@
 #include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/report/camera_report.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
@@ -36,7 +37,8 @@ private:
     }
 
     ExitStatus runOn(CDeviceSession& session) override {
-        const SCameraReport report = ReportCamera(session);
+        const SCameraReport report = WhileWaiting("waiting for all that the camera can tell",
+                                                  [&session] { return ReportCamera(session); });
         write(report, session.options().json);
         const bool allWell = std::all_of(report.problems.begin(), report.problems.end(),
                                          [](const SReportProblem& told) { return told.diagnosis.isWarning; });

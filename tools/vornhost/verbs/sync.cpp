@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/report/measured.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/report/value_range.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
@@ -15,6 +16,10 @@
 
 namespace corvane::vornhost {
 namespace {
+
+// How the names of the settings begin that a stream needs.
+constexpr const char* H264Settings = "H264";
+constexpr const char* Mpeg4Settings = "MPEG";
 
 // One field of a stream's record, and the operation that reads the recorder's value.
 struct SField {
@@ -38,7 +43,7 @@ struct SOutcome {
     SVornVidValsInDb before; // what the camera had
     SVornVidValsInDb asked;  // what the camera is asked for, rounded to what it has
     SVornVidValsInDb after;  // the record as it is now; in a dry run what the camera would be asked for
-    std::vector<SHttpExchange> sent;
+    std::vector<SWatchedExchange> sent;
     bool isDryRun = false;
     CError result = CError::Success();
 
@@ -59,7 +64,7 @@ ordered_json RecordJson(const SVornVidValsInDb& record) {
 
 ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
     ordered_json sent = ordered_json::array();
-    for (const SHttpExchange& exchange : outcome.sent)
+    for (const SWatchedExchange& exchange : outcome.sent)
         sent.push_back({{"method", exchange.method},
                         {"path", exchange.path},
                         {"body", exchange.body},
@@ -85,7 +90,7 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
             table.addRow({row.field.name, values[0], values[1], values[2]});
     }
     std::string text = table.headingLines(colour) + table.rowLines();
-    for (const SHttpExchange& exchange : outcome.sent)
+    for (const SWatchedExchange& exchange : outcome.sent)
         text += PrintableText("sent  " + exchange.method + " " + exchange.path +
                               (exchange.body.empty() ? "" : " " + exchange.body)) +
                 "\n";
@@ -132,21 +137,22 @@ private:
     }
 
     ExitStatus runOn(CDeviceSession& session) override {
-        if (const auto wrong = isForced_ ? std::nullopt : wrongValue(session)) {
-            tell(session, session.address() + ": " + stream_, *wrong);
+        const auto refusal = WhileWaiting("waiting for the camera's settings",
+                                          [&] { return isForced_ ? std::nullopt : refused(session); });
+        if (refusal) {
+            tell(session, session.address() + ": " + stream_, *refusal);
             return ExitStatus::CallFailed;
         }
         SOutcome outcome;
+        std::optional<SDiagnosis> problem;
         try {
-            outcome = synchronise(session);
+            WhileWaiting("waiting for the camera to be set", [&] {
+                outcome = synchronise(session);
+                problem = problemOf(session, outcome);
+            });
         } catch (const COperationError& error) { // a camera's value that no record can carry
             throw CFailure(ExitStatus::CallFailed, "sync: " + PrintableText(error.what()));
         }
-        std::optional<SDiagnosis> problem;
-        if (outcome.result && !outcome.succeeded())
-            problem = Diagnose(Occasion::Call, outcome.result, session.exchanges());
-        else if (!isDryRun_ && outcome.changed())
-            problem = notAccepted(session, outcome);
         if (session.options().json) {
             ordered_json json = OutcomeJson(stream_, outcome);
             if (problem)
@@ -158,6 +164,37 @@ private:
         if (problem)
             WriteMessage(problem->lines(session.address() + ": syncVideoCodecProperties"));
         return outcome.succeeded() && !problem ? ExitStatus::Success : ExitStatus::CallFailed;
+    }
+
+    // Why nothing is to be sent. What the camera is set to and can do decides what it would be sent.
+    std::optional<SDiagnosis> refused(CDeviceSession& session) const {
+        CError error = CError::Success();
+        (void)cameraRecord(session, error); // waits for the settings
+        CExchangeWatch& exchanges = session.exchanges();
+        for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
+            if (failed)
+                return DiagnoseExchange(*failed, exchanges);
+        if (id_.codec != VideoCodec::Mjpeg)
+            if (auto missing = DiagnoseMissingSetting(
+                    exchanges, id_.codec == VideoCodec::H264 ? H264Settings : Mpeg4Settings))
+                return missing;
+        return wrongValue(session);
+    }
+
+    std::optional<SDiagnosis> problemOf(CDeviceSession& session, const SOutcome& outcome) const {
+        if (outcome.isUnreported()) {
+            SDiagnosis unreported;
+            unreported.problem = "the camera does not report this stream";
+            unreported.request = "the settings of stream " + stream_;
+            unreported.reply = "neither a resolution nor a frame rate";
+            unreported.advice = "see with `vornhost show` which streams the camera has";
+            unreported.cause = "not-reported";
+            unreported.phase = "settings";
+            return unreported;
+        }
+        if (outcome.result && !outcome.succeeded())
+            return Diagnose(Occasion::Call, outcome.result, session.exchanges());
+        return !isDryRun_ && outcome.changed() ? notAccepted(session, outcome) : std::nullopt;
     }
 
     // The first of the given values that the camera's own range does not have.
@@ -191,8 +228,13 @@ private:
     std::optional<SDiagnosis> notAccepted(CDeviceSession& session, const SOutcome& outcome) const {
         CError error = CError::Success();
         const SVornVidValsInDb now = cameraRecord(session, error);
-        if (error)
-            return Diagnose(Occasion::Call, error, session.exchanges());
+        const auto unread = session.exchanges().failedSettings();
+        if (error || unread) {
+            SDiagnosis problem = unread ? DiagnoseExchange(*unread, session.exchanges())
+                                        : Diagnose(Occasion::Call, error, session.exchanges());
+            problem.phase = "read-back";
+            return problem;
+        }
         for (const SField& row : Fields) {
             const std::string asked = (outcome.asked.*row.field.value).str();
             const std::string is = (now.*row.field.value).str();
@@ -236,7 +278,7 @@ private:
         outcome.sent = session.exchanges().all();
         outcome.sent.erase(
             std::remove_if(outcome.sent.begin(), outcome.sent.end(),
-                           [](const SHttpExchange& exchange) { return exchange.method != "POST"; }),
+                           [](const SWatchedExchange& exchange) { return exchange.method != "POST"; }),
             outcome.sent.end());
         if (outcome.changed())
             if (CError error = session.camera().writeVideoStreamRecord(id_, outcome.after))
