@@ -92,8 +92,8 @@ TEST(Events, WhoeverSeesNothingIsToldWhy) {
         return Vornhost({"events", camsim.address(), "--input", "0", "--seconds", seconds});
     };
     const SRun silent = run({{"path", Monitor}, {"kind", "stall"}}, "0.5");
-    EXPECT_EQ(silent.status, 0);
-    EXPECT_EQ(silent.out, "");
+    EXPECT_EQ(silent.status, 1);
+    EXPECT_EQ(JsonLines(silent.out).at(0).at("problem").at("cause"), "monitor-silent");
     EXPECT_THAT(silent.err, AllOf(HasSubstr("no event has come"), HasSubstr("mode=monitor")));
     const SRun forbidden = run({{"path", "/cgi-bin/get_io*"}, {"kind", "status"}, {"status", 403}}, "60");
     EXPECT_EQ(forbidden.status, 1);

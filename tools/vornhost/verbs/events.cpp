@@ -4,6 +4,7 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/utc_time.h"
+#include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
 #include "tools/vornhost/events/event_text.h"
@@ -27,9 +28,11 @@ constexpr std::chrono::milliseconds ReaderPatience{500}; // at the end
 constexpr std::chrono::seconds CameraPatience{2};        // for the answer to another request
 constexpr const char* MonitorSilent = "monitor-silent";
 constexpr const char* NoAnswer = "no-answer";
+constexpr const char* Cut = "cut";
 constexpr const char* ActiveLevel = "High"; // as the plug-in has it, whatever the contact
+constexpr const char* InactiveLevel = "Low";
 
-// The last line of events that end with a failure.
+// The line of what is wrong.
 std::string ProblemEvent(const SDiagnosis& problem) {
     return JsonLine({{"event", "problem"},
                      {"problem", ProblemObject(problem)},
@@ -55,7 +58,9 @@ public:
 
     ExitStatus run() {
         const CEndRequest interruption([this] { watch_.interrupt(); });
+        waiting_.show("waiting for the first event");
         const CEventWatch::Ending ending = watch_.run();
+        waiting_.end();
         if (verification_.valid())
             verification_.wait();
         lines_.finish(ReaderPatience);
@@ -63,9 +68,15 @@ public:
             tellEnd(watch_.streamError());
             return ExitStatus::CallFailed;
         }
-        if (ending == CEventWatch::Ending::Time && !watch_.anythingCame() && !silence_.valid())
-            tellSilence("no event has come");
-        return ExitStatus::Success;
+        if (ending == CEventWatch::Ending::Interrupted)
+            return ExitStatus::Success;
+        if (refusal_) // found out when the time was over
+            tellProblem(*refusal_, subject());
+        else if (ending == CEventWatch::Ending::Time && !watch_.anythingCame())
+            tellNothing();
+        else if (!fault_)
+            return ExitStatus::Success;
+        return ExitStatus::CallFailed;
     }
 
 private:
@@ -74,7 +85,11 @@ private:
         reports.event = [this](const SStreamEvent& event) { take(event); };
         // On a thread of its own: the watch goes on and takes signals while the camera is asked.
         reports.nothingComes = [this] {
-            silence_ = std::async(std::launch::async, [this] { tellSilence("no event comes"); });
+            silence_ = std::async(std::launch::async, [this] {
+                const SDiagnosis silence = whySilent();
+                tellPerson(silence, "no event comes");
+                return silence;
+            });
         };
         reports.lost = [this](const CError& error) {
             tell((error ? error.getText() : std::string("the camera was lost")) +
@@ -112,15 +127,33 @@ private:
     }
 
     void verify(const SStreamEvent& first) {
-        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
-        const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
-        const auto level = levels ? levels->find(input_) : std::map<int, std::string>::const_iterator();
-        const bool isConfirmed =
-            levels && level != levels->end() &&
-            (level->second == ActiveLevel) == (first.state == device_handler::v1_0::DryContactActive);
-        std::optional<SDiagnosis> refusal;
-        if (!isConfirmed)
-            refusal = lookAtMonitor();
+        std::string level; // the latest that the camera has told by itself
+        auto fault = listen([&](const std::string& told) {
+            const auto levels = MonitoredLevels(told);
+            const auto found = levels.find(input_);
+            if (found == levels.end())
+                return;
+            if (level.empty())
+                trust(std::nullopt);
+            level = found->second;
+        });
+        if (level.empty() && !fault)
+            return trust(refusalOf(first));
+        if (fault && fault->cause == Cut) // a camera that has just restarted does so once
+            fault = listen();
+        if (!fault && !isToldOtherwiseToo(level))
+            fault = twoLevels(level);
+        if (!fault)
+            return;
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            fault_ = fault;
+        }
+        tellProblem(*fault, subject());
+    }
+
+    // From here on the states are the camera's, or they are not, and the stream is ended.
+    void trust(const std::optional<SDiagnosis>& refusal) {
         std::function<void(const CError&)> end;
         {
             const std::lock_guard<std::mutex> lock(mutex_);
@@ -135,23 +168,82 @@ private:
             end({RtnCode::NotAccessible, Origin::Device, refusal->problem});
     }
 
-    // Why the camera is no monitor of its inputs; silence is no such reason.
-    std::optional<SDiagnosis> lookAtMonitor() const {
-        constexpr int Patience = 2; // seconds
-        SMonitorLook look = LookAtMonitor(
-            Patience,
+    // Of a camera that has told no level by itself. It may have room for one listener and no more.
+    std::optional<SDiagnosis> refusalOf(const SStreamEvent& first) const {
+        const auto exchange = session_.exchanges().lastOf(MonitorPath);
+        const bool isRefusedByStatus = exchange && exchange->status != 0 && exchange->failure != "";
+        if (isRefusedByStatus && levelOtherwise() == levelOf(first))
+            return std::nullopt;
+        auto refusal = lookAtMonitor();
+        const bool isSilent = refusal && (refusal->cause == MonitorSilent || refusal->cause == NoAnswer);
+        return isSilent ? std::nullopt : refusal;
+    }
+
+    // In the camera's words.
+    static std::string levelOf(const SStreamEvent& event) {
+        return event.state == device_handler::v1_0::DryContactActive ? ActiveLevel : InactiveLevel;
+    }
+
+    // The level that the camera tells when it is asked; empty where it does not.
+    std::string levelOtherwise() const {
+        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
+        const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
+        const auto level = levels ? levels->find(input_) : std::map<int, std::string>::const_iterator();
+        return levels && level != levels->end() ? level->second : "";
+    }
+
+    // A camera that does not tell the level to who asks contradicts nothing; a level may change in between.
+    bool isToldOtherwiseToo(std::string& level) const {
+        constexpr int Attempts = 3;
+        for (int attempt = 0; attempt < Attempts; ++attempt) {
+            const std::string other = levelOtherwise();
+            if (other.empty() || other == level)
+                return true;
+            const SMonitorLook look = monitorLook();
+            if (const auto found = look.levels.find(input_); found != look.levels.end())
+                level = found->second;
+        }
+        return false;
+    }
+
+    static SDiagnosis twoLevels(const std::string& level) {
+        SDiagnosis problem;
+        problem.problem = "the camera tells two levels of this input";
+        problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
+        problem.reply = level + " to the first, and another to the second";
+        problem.advice = "restart the camera; until then do not rely on its alarms";
+        problem.cause = "level-differs";
+        problem.phase = MonitorPhase;
+        return problem;
+    }
+
+    AskPath askPath() const {
+        return
             [this](const std::string& path, int timeOut, std::function<bool(const std::string&)> isEnough) {
                 return session_.ask(path, timeOut, std::move(isEnough));
-            },
-            [this](const std::string& path) { return session_.diagnose(path); },
-            [this](const auto& levels) { return levels.count(input_) > 0; });
-        const bool isSilent =
-            look.problem && (look.problem->cause == MonitorSilent || look.problem->cause == NoAnswer);
-        return isSilent ? std::nullopt : look.problem;
+            };
     }
+    DiagnosePath diagnosePath() const {
+        return [this](const std::string& path) { return session_.diagnose(path); };
+    }
+
+    std::optional<SDiagnosis> listen(const std::function<void(const std::string& told)>& comes = {}) const {
+        constexpr int Seconds = 1;
+        return FaultOfMonitor(Seconds, askPath(), diagnosePath(), comes);
+    }
+
+    SMonitorLook monitorLook() const {
+        constexpr int Patience = 2; // seconds
+        return LookAtMonitor(Patience, askPath(), diagnosePath(),
+                             [this](const auto& levels) { return levels.count(input_) > 0; });
+    }
+
+    // Why the camera is no monitor of its inputs.
+    std::optional<SDiagnosis> lookAtMonitor() const { return monitorLook().problem; }
 
     // On the stream's thread.
     void write(const SSeenEvent& seen) {
+        waiting_.end();
         lines_.add(readable_ ? readable_->linesOf(seen.event)
                              : JsonLine(EventJson(seen.event, seen.at, std::nullopt)));
     }
@@ -167,20 +259,36 @@ private:
         return failure ? std::optional(*failure) : std::nullopt;
     }
 
-    void tellSilence(const std::string& what) const {
-        std::optional<SDiagnosis> diagnosis = askOtherwise();
-        if (!diagnosis) {
-            std::string url;
-            (void)session_.camera().getEventStreamUrl(input_, url);
-            diagnosis = SDiagnosis();
-            diagnosis->problem = "the camera answers, but writes nothing of its alarm inputs";
-            diagnosis->request = "GET " + url;
-            diagnosis->reply = "nothing so far; it is waited for without limit";
-            diagnosis->advice = "restart the camera if it stays so, and see what stands between it and here";
-            diagnosis->cause = MonitorSilent;
-            diagnosis->phase = MonitorPhase;
-        }
-        WriteMessage(diagnosis->lines(subject() + ": " + what));
+    // Why no event comes. The monitor says it itself, unless it tells levels to who asks it now.
+    SDiagnosis whySilent() const {
+        if (auto problem = askOtherwise())
+            return *problem;
+        if (auto problem = lookAtMonitor())
+            return *problem;
+        std::string url;
+        (void)session_.camera().getEventStreamUrl(input_, url);
+        SDiagnosis diagnosis;
+        diagnosis.problem = "the camera answers, but writes nothing of its alarm inputs";
+        diagnosis.request = "GET " + url;
+        diagnosis.reply = "nothing so far; it is waited for without limit";
+        diagnosis.advice = "restart the camera if it stays so, and see what stands between it and here";
+        diagnosis.cause = MonitorSilent;
+        diagnosis.phase = MonitorPhase;
+        return diagnosis;
+    }
+
+    // At the end of a watch that saw nothing; a person may know already.
+    void tellNothing() {
+        const bool isTold = silence_.valid();
+        const SDiagnosis silence = isTold ? silence_.get() : whySilent();
+        if (!isForEyes_)
+            WriteOutput(ProblemEvent(silence));
+        if (!isTold)
+            tellPerson(silence, "no event has come");
+    }
+
+    void tellPerson(const SDiagnosis& problem, const std::string& what) const {
+        WriteMessage(problem.lines(subject() + ": " + what));
     }
 
     void tellEnd(const CError& error) {
@@ -188,7 +296,10 @@ private:
             refusal_ = lookAtMonitor();
         if (refusal_)
             return tellProblem(*refusal_, subject() + ": the camera was lost");
-        SDiagnosis diagnosis = askOtherwise().value_or(withoutFault());
+        std::optional<SDiagnosis> why = askOtherwise();
+        if (!why)
+            why = listen();
+        SDiagnosis diagnosis = why.value_or(withoutFault());
         diagnosis.advice = "with --reconnect the program goes on when the camera is back";
         tellProblem(diagnosis, subject() + ": " + (error ? error.getText() : "the camera was lost"));
     }
@@ -215,8 +326,9 @@ private:
     const bool isForEyes_;
     std::optional<CReadableEvents> readable_; // used by the thread of the present stream
     COutputThread lines_;
+    CWaitingLine waiting_;
     CEventWatch watch_;
-    std::future<void> silence_;
+    std::future<SDiagnosis> silence_;
 
     enum class Trust { None, Sought, Given, Refused };
 
@@ -225,17 +337,18 @@ private:
     std::vector<SSeenEvent> held_;
     std::function<void(const CError&)> endStream_; // the present one
     std::optional<SDiagnosis> refusal_;            // why its states are not the camera's
+    std::optional<SDiagnosis> fault_;              // what is wrong with a monitor that tells levels
     std::future<void> verification_;
 };
 
 constexpr const char* Help =
     R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS,"at":TIME},
 {"event":"dryContactState","state":0,"time":NS,"at":TIME} (0 active, 1 inactive),
-{"event":"eos","time":NS,"at":TIME}; of a failure the last is
+{"event":"eos","time":NS,"at":TIME}; of what is wrong there is
 {"event":"problem","problem":{...},"at":TIME}. NS is when the event was made, TIME when it was seen.
 Ctrl-C ends it.
-Exit status 1 when the camera is lost, or tells no levels, unless --reconnect waits for it: it is tried again after
-1 s, 2 s, 4 s and so on up to 30 s.
+Exit status 1 when the camera is lost, unless --reconnect waits for it (it is tried again after 1 s,
+2 s, 4 s and so on up to 30 s), and when it tells no levels, or tells them wrongly.
 Example: vornhost events 192.168.0.10 --input 0 --readable --reconnect)";
 
 class CEvents : public CDeviceVerb {
@@ -276,6 +389,9 @@ private:
             problem.pluginText = error.what();
             problem.cause = hasNone ? "not-supported" : "not-reported";
             problem.phase = MonitorPhase;
+            // The capability says how many there are.
+            if (const auto failed = session.exchanges().failedCapability())
+                problem = DiagnoseExchange(*failed, session.exchanges());
             tell(session, address_ + ": input " + std::to_string(input_), problem);
             return ExitStatus::CallFailed;
         }
