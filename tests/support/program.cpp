@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <poll.h>
+#include <pty.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
@@ -41,6 +42,18 @@ void CloseFile(int& file) {
     if (file >= 0)
         close(file);
     file = -1;
+}
+
+// Its master's end is read, its slave's written.
+SPipe Terminal() {
+    SPipe terminal;
+    close(terminal.reading);
+    close(terminal.writing);
+    if (openpty(&terminal.reading, &terminal.writing, nullptr, nullptr, nullptr) != 0)
+        throw std::runtime_error(std::string("no terminal: ") + std::strerror(errno));
+    fcntl(terminal.reading, F_SETFD, FD_CLOEXEC);
+    fcntl(terminal.writing, F_SETFD, FD_CLOEXEC);
+    return terminal;
 }
 
 std::string ProgramFile(const std::string& name) {
@@ -89,10 +102,11 @@ pid_t Spawn(const std::string& file, std::vector<std::string> arguments, std::ve
 } // namespace
 
 CProgram::CProgram(const std::string& name, const std::vector<std::string>& arguments,
-                   const Environment& environment)
+                   const Environment& environment, Errors errors)
     : name_(name), arguments_(arguments) {
     std::signal(SIGPIPE, SIG_IGN); // a program may end before it has read its input
-    SPipe in, out, err;
+    SPipe in, out;
+    SPipe err = errors == Errors::Terminal ? Terminal() : SPipe();
     process_ = Spawn(ProgramFile(name), arguments, EnvironmentTexts(environment),
                      {in.reading, out.writing, err.writing});
     for (int* end : {&in.reading, &out.writing, &err.writing})
@@ -182,9 +196,10 @@ SRun CProgram::wait() {
     rusage usage{};
     wait4(process_, &status, 0, &usage);
     process_ = -1;
+    noteWord();
     keepPrinted(WIFSIGNALED(status) || isOutputClosed_);
     return {WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), text_[Out], text_[Err],
-            usage.ru_maxrss * 1024LL};
+            usage.ru_maxrss * 1024LL, firstWord_};
 }
 
 template <class Condition>
@@ -209,6 +224,7 @@ void CProgram::readSome(Clock::time_point deadline) {
         char buffer[65536];
         const ssize_t count = read(output_[stream], buffer, sizeof buffer);
         if (count > 0) {
+            noteWord();
             text_[stream].append(buffer, static_cast<std::size_t>(count));
             whole_[stream].append(buffer, static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR)
@@ -221,14 +237,19 @@ void CProgram::keepPrinted(bool isCut) const {
         KeepPrinted(arguments_, whole_[Out], whole_[Err], isCut);
 }
 
+void CProgram::noteWord() {
+    if (firstWord_ == 0)
+        firstWord_ = std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
 void CProgram::fail(const std::string& what) const {
     throw std::runtime_error(name_ + " " + what + "\nstandard output: " + text_[Out] +
                              "\nstandard error: " + text_[Err]);
 }
 
 SRun RunProgram(const std::string& name, const std::vector<std::string>& arguments, const std::string& input,
-                const CProgram::Environment& environment) {
-    CProgram program(name, arguments, environment);
+                const CProgram::Environment& environment, CProgram::Errors errors) {
+    CProgram program(name, arguments, environment, errors);
     program.write(input);
     return program.wait();
 }

@@ -14,6 +14,7 @@ struct SRun {
     std::string out;
     std::string err;
     long long peakBytes = 0; // of its memory
+    double firstWord = 0;    // seconds until it wrote anything, or ended
 };
 
 // A program of the build (from the folder VORN_BIN) running beside the test, with pipes for its standard
@@ -23,8 +24,10 @@ class CProgram {
 public:
     using Environment = std::map<std::string, std::string>; // on top of the test's own
 
+    enum class Errors { Pipe, Terminal }; // what standard error is to the program
+
     CProgram(const std::string& name, const std::vector<std::string>& arguments,
-             const Environment& environment = {});
+             const Environment& environment = {}, Errors errors = Errors::Pipe);
     // Kills the program when it still runs.
     ~CProgram();
     CProgram(const CProgram&) = delete;
@@ -56,6 +59,7 @@ private:
     // Reads what comes until the condition holds; false when both streams have ended before.
     template <class Condition>
     bool readUntil(Condition condition);
+    void noteWord();
     void readSome(std::chrono::steady_clock::time_point deadline);
     [[noreturn]] void fail(const std::string& what) const;
 
@@ -69,10 +73,13 @@ private:
     std::string text_[2];  // that has not been taken yet
     std::string whole_[2]; // ever
     bool isOutputClosed_ = false;
+    const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    double firstWord_ = 0;
 };
 
 // Runs a program of the build to its end.
 SRun RunProgram(const std::string& name, const std::vector<std::string>& arguments,
-                const std::string& input = "", const CProgram::Environment& environment = {});
+                const std::string& input = "", const CProgram::Environment& environment = {},
+                CProgram::Errors errors = CProgram::Errors::Pipe);
 
 } // namespace corvane::test_support

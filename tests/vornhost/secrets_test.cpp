@@ -1,4 +1,5 @@
 #include "tests/support/scripted_server.h"
+#include "tests/vornhost/base64.h"
 #include "tests/vornhost/vornhost_support.h"
 
 namespace corvane::vornhost_test {
@@ -47,20 +48,6 @@ TEST(Secrets, ThePasswordGetsOutNowhere) {
               1);
     EXPECT_EQ(run({"call", camsim.address(), "setting.CameraHttpGet", "/cgi-bin/echo?p=canary", "4"}, right),
               0);
-}
-
-std::string Base64(const std::string& text) {
-    static constexpr char Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string encoded;
-    for (std::size_t i = 0; i + 2 < text.size(); i += 3) { // the end is no concern of who looks for a part
-        const auto byte = [&](std::size_t at) -> unsigned {
-            return static_cast<unsigned char>(text[i + at]);
-        };
-        const unsigned bits = byte(0) << 16U | byte(1) << 8U | byte(2);
-        for (const unsigned shift : {18U, 12U, 6U, 0U})
-            encoded += Digits[bits >> shift & 63U];
-    }
-    return encoded;
 }
 
 // Every verb that asks a camera, through every fault that a camera has, with every log at its finest.
