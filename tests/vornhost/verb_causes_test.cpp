@@ -30,12 +30,15 @@ constexpr const char* Canary = "b1rd&of@many colours";
 #if defined(VORN_UNDER_ASAN) || defined(VORN_UNDER_TSAN)
 constexpr std::size_t RowStep = 9;
 constexpr const char* Patience = "6";
-constexpr const char* LongPatience = "20";
+constexpr const char* PicturePatience = "20";
+constexpr const char* LongPatience = "60";
 #else
 constexpr std::size_t RowStep = 1;
 constexpr const char* Patience = "1.5";
-constexpr const char* LongPatience = "5"; // of what keeps the machine busy: pictures, and very large replies
+constexpr const char* PicturePatience = "5";
+constexpr const char* LongPatience = "30";
 #endif
+constexpr const char* SoundSeconds = "3"; // of a recording
 constexpr std::size_t UntouchedStep = 17; // of cases that a fault does not touch
 constexpr int Workers = 14;
 
@@ -73,7 +76,7 @@ const std::vector<SVerbCase> Verbs = {
      {"record", "ADDRESS", "--stream", "0,h264,0", "--seconds", "1.5", "--output", "FILE"},
      {"stream"}},
     {"record:sound",
-     {"record", "ADDRESS", "--audio", "--stream", "0,h264,0", "--seconds", "3", "--output", "FILE"},
+     {"record", "ADDRESS", "--audio", "--stream", "0,h264,0", "--seconds", SoundSeconds, "--output", "FILE"},
      {"capability", "settings", "write", "stream", "audio"}},
     {"events", {"events", "ADDRESS", "--input", "0", "--seconds", "1.2"}, {"capability", "monitor"}},
     {"image", {"image", "ADDRESS"}, {"settings", "position"}},
@@ -95,6 +98,10 @@ struct SException {
 const SException Exceptions[] = {
     {"duplicate-address", "sync image:set", {"", "not-accepted"}, "the other camera tells its own value"},
     {"duplicate-address", "", {""}, "each answer is a camera's; only who asks twice sees two"},
+    {"identify-body-large",
+     "",
+     {"too-large", "slow"},
+     "on a busy machine the time of an identification is over first"},
     {"basic-alone", "show", {"authentication-weaker"}, "which warns, and succeeds"},
     {"basic-alone", "", {""}, "Basic is not refused without --digest-only"},
     {"answers-lost", "identify", {""}, "what is lost is asked again for the next family"},
@@ -329,14 +336,24 @@ std::set<int> ExpectedStatuses(const json& row, const SVerbCase& verb, const std
         return {0};
     if (row.at("name") == "settings-restart") // beside the start
         return {1, 3};
-    const bool isNotStarted = IsStartLost(row) || row.at("name") == "answers-lost";
-    return {isNotStarted && std::string(verb.name) != "identify" && cause == row.at("cause") ? 3 : 1};
+    const bool isNotStarted =
+        (IsStartLost(row) && row.at("name") != "duplicate-address") || row.at("name") == "answers-lost";
+    return {isNotStarted && std::string(verb.name) != "identify" ? 3 : 1};
 }
 
-bool IsBusy(const json& row, const SVerbCase& verb) {
-    if (row.at("cause") == "no-sound") // which is to be noticed before the recording's end
-        return false;
-    return row.at("cause") == "too-large" || std::string(verb.name).rfind("record", 0) == 0;
+// Pictures, and very large replies, keep the machine busy.
+const char* PatienceFor(const json& row, const SVerbCase& verb) {
+    if (row.at("cause") == "too-large")
+        return LongPatience;
+    return std::string(verb.name).rfind("record", 0) == 0 ? PicturePatience : Patience;
+}
+
+// Sound that is missing is to be noticed before the recording's end.
+SVerbCase Lengthened(SVerbCase verb, const json& row) {
+    if (row.at("cause") == "no-sound")
+        std::replace(verb.arguments.begin(), verb.arguments.end(), std::string(SoundSeconds),
+                     std::string("30"));
+    return verb;
 }
 
 TEST_F(VerbCauses, OfTheCatalogue) {
@@ -360,7 +377,7 @@ TEST_F(VerbCauses, OfTheCatalogue) {
     std::shuffle(cases.begin(), cases.end(), std::mt19937(1)); // so that not all of them encode at once
     forEach(cases.size(), [&](std::size_t i) {
         const json& row = *cases[i].row;
-        const SVerbCase& verb = *cases[i].verb;
+        const SVerbCase verb = Lengthened(*cases[i].verb, row);
         const std::string name = row.at("name");
         const CCamsim camsim(
             {"--model", "D870", "--rtsp-port", "0", "--password-file", password_, "--fault", name});
@@ -370,7 +387,7 @@ TEST_F(VerbCauses, OfTheCatalogue) {
         if (name != "rtsp-other-port")
             options.insert(options.end(), {"--rtsp-port", camsim.rtspPort()});
         if (name.rfind("answers-", 0) != 0) // which come in the plug-in's own time
-            options.insert(options.end(), {"--timeout", IsBusy(row, verb) ? LongPatience : Patience});
+            options.insert(options.end(), {"--timeout", PatienceFor(row, verb)});
         const SSeenCase seen = RunVerb(verb, camsim.address(), options, folder_, std::to_string(i));
         const Causes expected = ExpectedCauses(row, verb);
         judge(KindOf(row), row.at("phase"), name + " with " + verb.name, expected, seen,
@@ -439,9 +456,9 @@ TEST_F(VerbCauses, OfFaultsThatComeWhileAScriptRuns) {
         if (name.rfind("answers-", 0) == 0) // at each so many requests
             return;
         const CCamsim camsim({"--model", "D870", "--password-file", password_});
-        CProgram program("vornhost", {"--trace", "--log-level", "0", "--timeout",
-                                      IsBusy(rows[i], script) ? LongPatience : Patience, "--password-file",
-                                      password_, "script", camsim.address()});
+        CProgram program("vornhost",
+                         {"--trace", "--log-level", "0", "--timeout", PatienceFor(rows[i], script),
+                          "--password-file", password_, "script", camsim.address()});
         program.write("getCameraName 0\n");
         const json first = json::parse(program.readLine());
         camsim.post("/faults", {{"name", name}});
