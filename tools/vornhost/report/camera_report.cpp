@@ -55,16 +55,6 @@ ordered_json OrNull(const ordered_json& value) {
     return value.empty() || value == anEmptyText || value == onlyAnEmptyText ? ordered_json() : value;
 }
 
-SDiagnosis NoCodec() {
-    SDiagnosis diagnosis;
-    diagnosis.problem = "the camera's capability names no video codec";
-    diagnosis.advice = "look at its reply: vornhost call ADDRESS setting.CameraHttpGet "
-                       "/cgi-bin/get_capability 4";
-    diagnosis.cause = "not-reported";
-    diagnosis.phase = "capability";
-    return diagnosis;
-}
-
 class CReporter {
 public:
     explicit CReporter(CDeviceSession& session) : session_(session) {}

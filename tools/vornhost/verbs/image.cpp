@@ -165,7 +165,7 @@ private:
         const SAdjustmentInfo& telling = TellingAdjustment(*wish.info);
         SAdjustmentReading reported{&telling, "", "", {}, std::nullopt};
         CError error = CError::Success();
-        WhileWaiting(std::string("waiting for the camera to take the ") + wish.info->label, [&] {
+        WhileWaiting(std::string("waiting for the camera to take the ") + wish.info->name, [&] {
             const auto answer = ask(operation, {std::to_string(input_), argument});
             error = answer && answer->error ? *answer->error : CError::Success();
             if (!error)
