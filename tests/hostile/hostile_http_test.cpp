@@ -92,7 +92,7 @@ const SAttack Attacks[] = {
      Endless(Ok + "\r\n", std::string(1'000, 'x')),
      3,
      1,
-     "does not tell its alarm inputs"},
+     "the camera floods whoever listens to it"},
     {"EndlessMonitorTrailer", Events, Monitor, Endless(Chunked + "1\r\nx\r\n0\r\n", Filler), 6, 1,
      "header is larger than 256 KiB"},
 

@@ -7,6 +7,9 @@
 namespace corvane::hostile_test {
 namespace {
 
+// The attacker's pictures are smaller than the settings say of the camera that it stands before.
+constexpr const char* OtherSize = "another resolution than is set";
+
 using namespace std::chrono_literals;
 using tests::BigEndian;
 
@@ -138,9 +141,11 @@ const SAttack Attacks[] = {
     {"EndlessTinyJpegFragments", RecordJpeg, "PLAY", TinyPackets(Jpeg, 0, false, TinyJpegFragment), 1, 1,
      "larger"},
     {"EndlessFramesOfOneTime", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0, true, KeyFrame), 1, 1, "larger"},
-    {"EndlessFramesBackwards", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0U - 3000, true, KeyFrame), 1, 0, ""},
-    {"EndlessFramesFarApart", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0x7FFFFFFF, true, KeyFrame), 1, 0, ""},
-    {"FasterThanLife", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 0, ""},
+    {"EndlessFramesBackwards", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0U - 3000, true, KeyFrame), 1, 1,
+     OtherSize},
+    {"EndlessFramesFarApart", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 0x7FFFFFFF, true, KeyFrame), 1, 1,
+     OtherSize},
+    {"FasterThanLife", RecordMpeg4, "PLAY", Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 1, OtherSize},
     {"PicturesWithoutSound", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/mpeg4",
      Packets(Mpeg4, 1, 90, true, KeyFrame), 1, 1, "no sound within 32 MiB"},
     {"SoundWithoutPictures", RecordBoth, "PLAY rtsp://STREAMS/MediaInput/audio",

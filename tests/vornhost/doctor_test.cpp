@@ -87,7 +87,7 @@ TEST(Doctor, DiagnosesTheCatalogue) {
     constexpr double Longer = 6;
 #else
     constexpr std::size_t Step = 1;
-    constexpr double Longer = 1;
+    constexpr double Longer = 2; // beside four others, on any machine
 #endif
     std::vector<json> rows;
     const std::vector<json> all = JsonLines(RunProgram("camsim", {"faults", "--json"}).out);

@@ -97,6 +97,10 @@ struct SException {
 
 const SException Exceptions[] = {
     {"duplicate-address", "sync image:set", {"", "not-accepted"}, "the other camera tells its own value"},
+    {"duplicate-address",
+     "record record:sound",
+     {"", "wrong-stream"},
+     "the settings may be the other camera's"},
     {"duplicate-address", "", {""}, "each answer is a camera's; only who asks twice sees two"},
     {"identify-body-large",
      "",

@@ -2,6 +2,7 @@
 
 #include "refhost/base/log.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -24,8 +25,11 @@ std::timed_mutex& OutputMutex() {                    // guards standard output w
     return *mutex;
 }
 
+std::atomic<bool> hasSpoken{false};
+
 // The error number of the write that failed, or 0.
 int WriteAll(int file, const std::string& text) {
+    hasSpoken = true;
     std::size_t written = 0;
     while (written < text.size()) {
         const ssize_t count = ::write(file, text.data() + written, text.size() - written);
@@ -63,6 +67,10 @@ void WriteOutput(const std::string& lines) {
 
 void WriteMessage(const std::string& lines) {
     WriteAll(STDERR_FILENO, refhost::MaskSecrets(lines));
+}
+
+bool HasSpoken() {
+    return hasSpoken;
 }
 
 void EndProcess(ExitStatus status) {

@@ -14,6 +14,9 @@ void WriteOutput(const std::string& lines);
 // Writes whole lines to standard error, secrets masked.
 void WriteMessage(const std::string& lines);
 
+// Whether either has written anything yet.
+bool HasSpoken();
+
 // Ends the process once all that it made is destroyed. Queries that the handler has given up may still be
 // ending on threads that nobody joins, so nothing that they use, such as libraries' own data, is taken down.
 [[noreturn]] void EndProcess(ExitStatus status);

@@ -1,9 +1,13 @@
 #include "tools/vornhost/console/waiting_line.h"
 
+#include "tools/vornhost/console/standard_streams.h"
+
 namespace corvane::vornhost {
 namespace {
 
 constexpr std::chrono::seconds Second{1};
+
+const std::chrono::steady_clock::time_point ProgramStart = std::chrono::steady_clock::now();
 
 } // namespace
 
@@ -46,11 +50,13 @@ void CWaitingLine::run() {
             changed_.wait(lock);
             continue;
         }
+        // Several short waits one after another are a long one to who has not seen a word yet.
+        const auto since = HasSpoken() ? since_ : ProgramStart;
         const auto waited =
-            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - since_);
+            std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - since);
         if (waited >= Second)
             line_.show(what_ + ", " + std::to_string(waited.count()) + " s");
-        changed_.wait_until(lock, since_ + waited + Second);
+        changed_.wait_until(lock, since + waited + Second);
     }
 }
 
