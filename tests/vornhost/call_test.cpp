@@ -127,6 +127,13 @@ TEST(Sync, HoldsTheCameraToWhatWasAsked) {
     for (const std::string& path : camsim.requestedPaths())
         EXPECT_TRUE(path.find("set_") == std::string::npos) << path;
     EXPECT_EQ(sync("frameRate=12").status, 0);
+    // H.264 has no quality at a camera, which a record may hold all the same.
+    EXPECT_EQ(json::parse(sync("frameRate=10;quality=60").out).at("notSent"), json({"quality"}));
+    // A call that has set the camera has not failed, whatever its code is.
+    const SRun call = Vornhost({"--json", "call", camsim.address(), "syncVideoCodecProperties",
+                                "frameRate=15;resolution=640x480;keyFrameInterval=15", "0,h264,0"});
+    EXPECT_EQ(json::parse(call.out).at("code"), 2) << call.out;
+    EXPECT_FALSE(json::parse(call.out).contains("problem")) << call.out;
     camsim.post("/faults", {{"name", "write-ignored"}});
     const SRun ignored = sync("frameRate=5");
     EXPECT_EQ(ignored.status, 1);

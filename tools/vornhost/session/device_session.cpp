@@ -257,7 +257,9 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
 
 std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const std::string& operation,
                                     const SAnswer& answer) {
-    if (answer.error && *answer.error)
+    // A camera that has been set, and a record that is to follow it, are no failure, whatever their code is.
+    const bool isSet = answer.error && answer.error->getText() == vorn_camera_base::v1_0::NeedWriteBack;
+    if (answer.error && *answer.error && !isSet)
         return Diagnose(Occasion::Call, *answer.error, session.exchanges());
     auto failed = session.exchanges().lastFailingOwn();
     if (!failed && RestsOnSettings(operation))

@@ -3,8 +3,8 @@
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/console/waiting_line.h"
+#include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/report/value_range.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
@@ -44,6 +44,7 @@ struct SOutcome {
     SVornVidValsInDb asked;  // what the camera is asked for, rounded to what it has
     SVornVidValsInDb after;  // the record as it is now; in a dry run what the camera would be asked for
     std::vector<SWatchedExchange> sent;
+    Texts notSent; // what is given, and is no setting of this stream at a camera
     bool isDryRun = false;
     CError result = CError::Success();
 
@@ -75,6 +76,8 @@ ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
                       {"camera", RecordJson(outcome.before)},
                       {outcome.isDryRun ? "wouldBe" : "recordNow", RecordJson(outcome.after)},
                       {"sent", sent}};
+    if (!outcome.notSent.empty())
+        json["notSent"] = outcome.notSent;
     json.update(ErrorMembers(outcome.result));
     return json;
 }
@@ -94,6 +97,9 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
         text += PrintableText("sent  " + exchange.method + " " + exchange.path +
                               (exchange.body.empty() ? "" : " " + exchange.body)) +
                 "\n";
+    if (!outcome.notSent.empty())
+        text +=
+            "not sent  " + Join(outcome.notSent, ", ") + ": the camera has no such setting for this codec\n";
     if (outcome.isUnreported())
         return text + "The camera does not report this stream, so that nothing could be compared.\n";
     if (outcome.isDryRun)
@@ -148,6 +154,7 @@ private:
         try {
             WhileWaiting("waiting for the camera to be set", [&] {
                 outcome = synchronise(session);
+                outcome.notSent = notSettable(session);
                 problem = problemOf(session, outcome);
             });
         } catch (const COperationError& error) { // a camera's value that no record can carry
@@ -197,14 +204,31 @@ private:
         return !isDryRun_ && outcome.changed() ? notAccepted(session, outcome) : std::nullopt;
     }
 
+    Texts rangeArguments() const {
+        return {std::to_string(id_.channel), std::to_string(id_.stream),
+                device_handler::v1_0::FindCodecName(id_.codec)->name};
+    }
+
+    // Of what is given. It is kept in the record all the same.
+    Texts notSettable(CDeviceSession& session) const {
+        Texts names;
+        for (const SField& row : Fields) {
+            if ((given_.*row.field.value).empty())
+                continue;
+            const auto error = answer(session, row.range, rangeArguments()).error;
+            if (error && error->getCode() == static_cast<int>(RtnCode::NotSupported))
+                names.emplace_back(row.field.name);
+        }
+        return names;
+    }
+
     // The first of the given values that the camera's own range does not have.
     std::optional<SDiagnosis> wrongValue(CDeviceSession& session) const {
         for (const SField& row : Fields) {
             const std::string value = (given_.*row.field.value).str();
             if (value.empty())
                 continue;
-            Texts arguments{std::to_string(id_.channel), std::to_string(id_.stream),
-                            device_handler::v1_0::FindCodecName(id_.codec)->name};
+            Texts arguments = rangeArguments();
             // A distance between key frames is seconds to the camera: so many frames at that rate, rounded.
             const bool isInterval = row.field.value == &SVornVidValsInDb::keyFrameInterval;
             if (isInterval && !given_.frameRate.empty())
