@@ -3,10 +3,31 @@
 #include "tools/vornhost/events/alarm_input_levels.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace corvane::vornhost {
 namespace {
+
+// More than any camera tells in the time that it is listened to.
+constexpr std::size_t Flood = 256U << 10;
+
+// The whole lines of a reply that grows, each once: one that floods would be read over and over.
+class CNewLines {
+public:
+    std::string take(const std::string& reply) {
+        const std::size_t end = std::string_view(reply).substr(seen_).rfind('\n');
+        const std::size_t linesEnd = end == std::string_view::npos ? taken_ : seen_ + end + 1;
+        std::string lines = reply.substr(taken_, linesEnd - taken_);
+        seen_ = reply.size();
+        taken_ = linesEnd;
+        return lines;
+    }
+
+private:
+    std::size_t seen_ = 0;
+    std::size_t taken_ = 0;
+};
 
 SDiagnosis OfMonitor(const char* cause, const std::string& problem, SDiagnosis known) {
     known.cause = cause;
@@ -50,10 +71,13 @@ int MostChanges(const std::string& told) {
 
 SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
                            const std::function<bool(const std::map<int, std::string>& levels)>& isEnough) {
-    const auto reply = ask(MonitorPath, seconds,
-                           [&isEnough](const std::string& body) { return isEnough(MonitoredLevels(body)); });
     SMonitorLook look;
-    look.levels = MonitoredLevels(reply.body);
+    CNewLines lines;
+    const auto reply = ask(MonitorPath, seconds, [&](const std::string& body) {
+        for (const auto& [input, level] : MonitoredLevels(lines.take(body)))
+            look.levels[input] = level;
+        return body.size() > Flood || isEnough(look.levels);
+    });
     const bool isBroken = reply.status == 0 && !reply.isTimedOut;
     if (look.levels.empty() || isBroken)
         look.problem = WithoutLevels(reply, diagnose);
@@ -62,11 +86,12 @@ SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& 
 
 std::optional<SDiagnosis> FaultOfMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
                                          const std::function<void(const std::string& told)>& comes) {
-    constexpr std::size_t Flood = 256U << 10;
     constexpr int UnusualChanges = 6;
-    const auto reply = ask(MonitorPath, seconds, [&comes](const std::string& body) {
-        if (comes)
-            comes(body);
+    CNewLines lines;
+    const auto reply = ask(MonitorPath, seconds, [&](const std::string& body) {
+        const std::string told = lines.take(body);
+        if (comes && !told.empty())
+            comes(told);
         return body.size() > Flood;
     });
     SDiagnosis known = diagnose(MonitorPath);

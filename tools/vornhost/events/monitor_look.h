@@ -30,8 +30,7 @@ SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& 
                            const std::function<bool(const std::map<int, std::string>& levels)>& isEnough);
 
 // What a monitor does wrong that tells levels: listened to for so long, or until it floods. Nothing of one
-// that tells none. `comes` is called, on the calling thread, with all that has been told each time that more
-// comes.
+// that tells none. `comes` is called, on the calling thread, with the whole lines that have come since.
 std::optional<SDiagnosis> FaultOfMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
                                          const std::function<void(const std::string& told)>& comes = {});
 

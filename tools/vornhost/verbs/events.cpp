@@ -171,7 +171,7 @@ private:
     // Of a camera that has told no level by itself. It may have room for one listener and no more.
     std::optional<SDiagnosis> refusalOf(const SStreamEvent& first) const {
         const auto exchange = session_.exchanges().lastOf(MonitorPath);
-        const bool isRefusedByStatus = exchange && exchange->status != 0 && exchange->failure != "";
+        const bool isRefusedByStatus = exchange && exchange->status != 0 && !exchange->failure.empty();
         if (isRefusedByStatus && levelOtherwise() == levelOf(first))
             return std::nullopt;
         auto refusal = lookAtMonitor();

@@ -105,7 +105,7 @@ private:
         if (error)
             return fail(session, error, controller.get());
         if (audio && recorded.sounds == 0 && !isInterrupted)
-            return fail(session, NoSoundWithin(recorded.seconds), controller.get());
+            return fail(session, noSoundWithin(recorded.seconds), controller.get());
         return problem ? ExitStatus::CallFailed : ExitStatus::Success;
     }
 
@@ -184,7 +184,7 @@ private:
         return problem;
     }
 
-    static CError NoSoundWithin(double seconds) {
+    static CError noSoundWithin(double seconds) {
         return {RtnCode::NotAccessible, Origin::Device,
                 refhost::rtsp_failure::OfAudio + "no sound within " + SecondsText(seconds)};
     }
