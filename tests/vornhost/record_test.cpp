@@ -168,7 +168,7 @@ TEST(Record, WithoutAPictureItTellsWhyAndKeepsTheFileThatWasThere) {
     const std::string file = folder.file("video.mkv", "something old");
     for (const auto& [kind, limit, asked, reason] :
          {std::tuple("refuse", "30", "asked     DESCRIBE rtsp://", "503"),
-          std::tuple("silence", "0.5", "asked     PLAY rtsp://", "no data within 0.5 s")}) {
+          std::tuple("silence", Patience, "asked     PLAY rtsp://", "no data within ")}) {
         camsim.post("/faults", {{"path", "/MediaInput/*"}, {"kind", kind}});
         const SRun run = Vornhost(Record(camsim, file, {"--timeout", limit}));
         EXPECT_EQ(run.status, 1);
