@@ -1,5 +1,5 @@
 #include "tests/support/scripted_server.h"
-#include "tests/vornhost/base64.h"
+#include "tests/vornhost/canary.h"
 #include "tests/vornhost/vornhost_support.h"
 
 namespace corvane::vornhost_test {
@@ -53,17 +53,10 @@ TEST(Secrets, ThePasswordGetsOutNowhere) {
 // Every verb that asks a camera, through every fault that a camera has, with every log at its finest.
 class SecretsUnder : public testing::TestWithParam<const char*> {};
 TEST_P(SecretsUnder, NoFaultLetsThePasswordOut) {
-    const std::string canary = "b1rd&of@many colours";
     const CTemporaryFolder words;
     const CTemporaryFolder kept;
-    const std::string file = words.file("word", canary + "\n");
-    const std::string forms[] = {canary,
-                                 "b1rd%26of%40many",
-                                 "b1rd&amp;of",
-                                 Base64("admin:" + canary).substr(0, 24),
-                                 Base64(canary),
-                                 Base64(canary.substr(1)),
-                                 Base64(canary.substr(2))};
+    const std::string file = words.file("word", Canary + "\n");
+    const std::vector<std::string> forms = CanaryForms();
     const std::vector<std::string> verbs[] = {
         {"show"},
         {"call", "getPtzPosition", "0"},

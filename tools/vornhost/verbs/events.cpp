@@ -7,9 +7,9 @@
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
 #include "tools/vornhost/events/alarm_input_levels.h"
+#include "tools/vornhost/events/alarm_input_questions.h"
 #include "tools/vornhost/events/event_text.h"
 #include "tools/vornhost/events/event_watch.h"
-#include "tools/vornhost/events/monitor_look.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
@@ -25,12 +25,6 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr std::chrono::milliseconds ReaderPatience{500}; // at the end
-constexpr std::chrono::seconds CameraPatience{2};        // for the answer to another request
-constexpr const char* MonitorSilent = "monitor-silent";
-constexpr const char* NoAnswer = "no-answer";
-constexpr const char* Cut = "cut";
-constexpr const char* ActiveLevel = "High"; // as the plug-in has it, whatever the contact
-constexpr const char* InactiveLevel = "Low";
 
 // The line of what is wrong.
 std::string ProblemEvent(const SDiagnosis& problem) {
@@ -51,6 +45,7 @@ public:
                std::optional<CReadableEvents> readable)
         : session_(session),
           input_(input),
+          questions_(session, input),
           isForEyes_(readable.has_value()),
           readable_(std::move(readable)),
           watch_([this](const SEventStreamObserver& observer) { return makeStream(observer); }, plan,
@@ -86,7 +81,7 @@ private:
         // On a thread of its own: the watch goes on and takes signals while the camera is asked.
         reports.nothingComes = [this] {
             silence_ = std::async(std::launch::async, [this] {
-                const SDiagnosis silence = whySilent();
+                const SDiagnosis silence = questions_.whySilent();
                 tellPerson(silence, "no event comes");
                 return silence;
             });
@@ -128,7 +123,7 @@ private:
 
     void verify(const SStreamEvent& first) {
         std::string level; // the latest that the camera has told by itself
-        auto fault = listen([&](const std::string& told) {
+        auto fault = questions_.listen([&](const std::string& told) {
             const auto levels = MonitoredLevels(told);
             const auto found = levels.find(input_);
             if (found == levels.end())
@@ -138,11 +133,11 @@ private:
             level = found->second;
         });
         if (level.empty() && !fault)
-            return trust(refusalOf(first));
-        if (fault && fault->cause == Cut) // a camera that has just restarted does so once
-            fault = listen();
-        if (!fault && !isToldOtherwiseToo(level))
-            fault = twoLevels(level);
+            return trust(questions_.refusalOf(first));
+        if (fault && fault->cause == MonitorCut) // a camera that has just restarted does so once
+            fault = questions_.listen();
+        if (!fault)
+            fault = questions_.contradiction(level);
         if (!fault)
             return;
         {
@@ -168,79 +163,6 @@ private:
             end({RtnCode::NotAccessible, Origin::Device, refusal->problem});
     }
 
-    // Of a camera that has told no level by itself. It may have room for one listener and no more.
-    std::optional<SDiagnosis> refusalOf(const SStreamEvent& first) const {
-        const auto exchange = session_.exchanges().lastOf(MonitorPath);
-        const bool isRefusedByStatus = exchange && exchange->status != 0 && !exchange->failure.empty();
-        if (isRefusedByStatus && levelOtherwise() == levelOf(first))
-            return std::nullopt;
-        auto refusal = lookAtMonitor();
-        const bool isSilent = refusal && (refusal->cause == MonitorSilent || refusal->cause == NoAnswer);
-        return isSilent ? std::nullopt : refusal;
-    }
-
-    // In the camera's words.
-    static std::string levelOf(const SStreamEvent& event) {
-        return event.state == device_handler::v1_0::DryContactActive ? ActiveLevel : InactiveLevel;
-    }
-
-    // The level that the camera tells when it is asked; empty where it does not.
-    std::string levelOtherwise() const {
-        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
-        const auto* const levels = std::get_if<std::map<int, std::string>>(&answer);
-        const auto level = levels ? levels->find(input_) : std::map<int, std::string>::const_iterator();
-        return levels && level != levels->end() ? level->second : "";
-    }
-
-    // A camera that does not tell the level to who asks contradicts nothing; a level may change in between.
-    bool isToldOtherwiseToo(std::string& level) const {
-        constexpr int Attempts = 3;
-        for (int attempt = 0; attempt < Attempts; ++attempt) {
-            const std::string other = levelOtherwise();
-            if (other.empty() || other == level)
-                return true;
-            const SMonitorLook look = monitorLook();
-            if (const auto found = look.levels.find(input_); found != look.levels.end())
-                level = found->second;
-        }
-        return false;
-    }
-
-    static SDiagnosis twoLevels(const std::string& level) {
-        SDiagnosis problem;
-        problem.problem = "the camera tells two levels of this input";
-        problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
-        problem.reply = level + " to the first, and another to the second";
-        problem.advice = "restart the camera; until then do not rely on its alarms";
-        problem.cause = "level-differs";
-        problem.phase = MonitorPhase;
-        return problem;
-    }
-
-    AskPath askPath() const {
-        return
-            [this](const std::string& path, int timeOut, std::function<bool(const std::string&)> isEnough) {
-                return session_.ask(path, timeOut, std::move(isEnough));
-            };
-    }
-    DiagnosePath diagnosePath() const {
-        return [this](const std::string& path) { return session_.diagnose(path); };
-    }
-
-    std::optional<SDiagnosis> listen(const std::function<void(const std::string& told)>& comes = {}) const {
-        constexpr int Seconds = 1;
-        return FaultOfMonitor(Seconds, askPath(), diagnosePath(), comes);
-    }
-
-    SMonitorLook monitorLook() const {
-        constexpr int Patience = 2; // seconds
-        return LookAtMonitor(Patience, askPath(), diagnosePath(),
-                             [this](const auto& levels) { return levels.count(input_) > 0; });
-    }
-
-    // Why the camera is no monitor of its inputs.
-    std::optional<SDiagnosis> lookAtMonitor() const { return monitorLook().problem; }
-
     // On the stream's thread.
     void write(const SSeenEvent& seen) {
         waiting_.end();
@@ -252,35 +174,10 @@ private:
 
     void tell(const std::string& text) const { WriteMessage("vornhost: " + subject() + ": " + text + "\n"); }
 
-    // Why the camera does not answer another request either; nothing when it does.
-    std::optional<SDiagnosis> askOtherwise() const {
-        const auto answer = AskAlarmInputLevels(session_, CameraPatience);
-        const auto* const failure = std::get_if<SDiagnosis>(&answer);
-        return failure ? std::optional(*failure) : std::nullopt;
-    }
-
-    // Why no event comes. The monitor says it itself, unless it tells levels to who asks it now.
-    SDiagnosis whySilent() const {
-        if (auto problem = askOtherwise())
-            return *problem;
-        if (auto problem = lookAtMonitor())
-            return *problem;
-        std::string url;
-        (void)session_.camera().getEventStreamUrl(input_, url);
-        SDiagnosis diagnosis;
-        diagnosis.problem = "the camera answers, but writes nothing of its alarm inputs";
-        diagnosis.request = "GET " + url;
-        diagnosis.reply = "nothing so far; it is waited for without limit";
-        diagnosis.advice = "restart the camera if it stays so, and see what stands between it and here";
-        diagnosis.cause = MonitorSilent;
-        diagnosis.phase = MonitorPhase;
-        return diagnosis;
-    }
-
     // At the end of a watch that saw nothing; a person may know already.
     void tellNothing() {
         const bool isTold = silence_.valid();
-        const SDiagnosis silence = isTold ? silence_.get() : whySilent();
+        const SDiagnosis silence = isTold ? silence_.get() : questions_.whySilent();
         if (!isForEyes_)
             WriteOutput(ProblemEvent(silence));
         if (!isTold)
@@ -293,12 +190,12 @@ private:
 
     void tellEnd(const CError& error) {
         if (trust_ == Trust::None)
-            refusal_ = lookAtMonitor();
+            refusal_ = questions_.lookAtMonitor();
         if (refusal_)
             return tellProblem(*refusal_, subject() + ": the camera was lost");
-        std::optional<SDiagnosis> why = askOtherwise();
+        std::optional<SDiagnosis> why = questions_.askOtherwise();
         if (!why)
-            why = listen();
+            why = questions_.listen();
         SDiagnosis diagnosis = why.value_or(withoutFault());
         diagnosis.advice = "with --reconnect the program goes on when the camera is back";
         tellProblem(diagnosis, subject() + ": " + (error ? error.getText() : "the camera was lost"));
@@ -323,6 +220,7 @@ private:
 
     CDeviceSession& session_;
     const int input_;
+    const CAlarmInputQuestions questions_;
     const bool isForEyes_;
     std::optional<CReadableEvents> readable_; // used by the thread of the present stream
     COutputThread lines_;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace corvane::vornhost_test {
 
@@ -17,6 +18,18 @@ inline std::string Base64(const std::string& text) {
             encoded += Digits[bits >> shift & 63U];
     }
     return encoded;
+}
+
+// A password that is looked for, and the forms in which it could get out.
+inline const std::string Canary = "b1rd&of@many colours";
+inline std::vector<std::string> CanaryForms() {
+    return {Canary,
+            "b1rd%26of%40many",
+            "b1rd&amp;of",
+            Base64("admin:" + Canary).substr(0, 24),
+            Base64(Canary),
+            Base64(Canary.substr(1)),
+            Base64(Canary.substr(2))};
 }
 
 } // namespace corvane::vornhost_test
