@@ -81,7 +81,7 @@ private:
         // On a thread of its own: the watch goes on and takes signals while the camera is asked.
         reports.nothingComes = [this] {
             silence_ = std::async(std::launch::async, [this] {
-                const SDiagnosis silence = questions_.whySilent();
+                SDiagnosis silence = questions_.whySilent();
                 tellPerson(silence, "no event comes");
                 return silence;
             });

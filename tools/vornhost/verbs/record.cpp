@@ -100,7 +100,8 @@ private:
             ordered_json json = RecordedJson(output_, id_.codec, recorded);
             if (problem)
                 json["problem"] = ProblemObject(*problem);
-            report(file, session.options().json ? JsonLine(json) : RecordedText(output_, id_.codec, recorded));
+            report(file,
+                   session.options().json ? JsonLine(json) : RecordedText(output_, id_.codec, recorded));
         }
         if (error)
             return fail(session, error, controller.get());
