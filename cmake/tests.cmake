@@ -11,12 +11,13 @@ add_custom_command(OUTPUT ${foreign_locale_file}
   VERBATIM)
 add_custom_target(foreign_locale DEPENDS ${foreign_locale_file})
 
-# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE] [RUNS_VORNHOST]): one test program; each
+# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE] [RUNS_VORNHOST] [SERIAL tests]): one test program; each
 # of its tests runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN. With
 # FOREIGN_LOCALE every test runs once more under a locale with a decimal comma. With RUNS_VORNHOST every test must start
-# vornhost: what it prints is kept, and held against docs/schemas once they have run.
+# vornhost: what it prints is kept, and held against docs/schemas once they have run. The SERIAL tests, as a filter of
+# GoogleTest, run beside no other: they keep the machine busy themselves.
 function(vorn_test NAME)
-  cmake_parse_arguments(TEST "FOREIGN_LOCALE;RUNS_VORNHOST" "" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
+  cmake_parse_arguments(TEST "FOREIGN_LOCALE;RUNS_VORNHOST" "SERIAL" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
@@ -30,8 +31,17 @@ function(vorn_test NAME)
     # A second list of variables, since the discovery cuts each at its first value.
     set(kept ENVIRONMENT_MODIFICATION "VORN_PRINTED=set:${VORN_PRINTED_FOLDER}" FIXTURES_REQUIRED printed_lines)
   endif()
+  set(others)
+  if(TEST_SERIAL)
+    gtest_discover_tests(${NAME}
+      DISCOVERY_MODE PRE_TEST
+      TEST_FILTER ${TEST_SERIAL}
+      PROPERTIES RUN_SERIAL TRUE ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin" ${kept})
+    set(others TEST_FILTER -${TEST_SERIAL})
+  endif()
   gtest_discover_tests(${NAME}
     DISCOVERY_MODE PRE_TEST
+    ${others}
     PROPERTIES ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin" ${kept})
   if(TEST_FOREIGN_LOCALE)
     target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/foreign_locale.cpp)
