@@ -61,21 +61,16 @@ SFinding FindingOf(int input, const SLevels& levels) {
     const std::string asked = LevelOf(levels.asked, input);
     if (monitored == asked && !asked.empty())
         return Sound(asked);
+    if (!monitored.empty() && !asked.empty())
+        return Faulty(TwoLevels(monitored, asked));
     SDiagnosis problem;
     problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
     problem.phase = MonitorPhase;
-    if (monitored.empty() || asked.empty()) {
-        problem.cause = "not-reported";
-        problem.problem = "the camera does not tell this input's level";
-        problem.reply = "no level of terminal " + std::to_string(input + 1) + " to the " +
-                        (monitored.empty() ? "first" : "second");
-        problem.advice = "see at the camera whether the terminal is an input";
-    } else {
-        problem.cause = "level-differs";
-        problem.problem = "the camera tells two levels of this input";
-        problem.reply = monitored + " to the first, and " + asked + " to the second";
-        problem.advice = "restart the camera; until then do not rely on its alarms";
-    }
+    problem.cause = "not-reported";
+    problem.problem = "the camera does not tell this input's level";
+    problem.reply = "no level of terminal " + std::to_string(input + 1) + " to the " +
+                    (monitored.empty() ? "first" : "second");
+    problem.advice = "see at the camera whether the terminal is an input";
     return Faulty(problem);
 }
 

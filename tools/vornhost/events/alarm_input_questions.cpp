@@ -20,17 +20,6 @@ std::string LevelOf(const SStreamEvent& event) {
     return event.state == device_handler::v1_0::DryContactActive ? ActiveLevel : InactiveLevel;
 }
 
-SDiagnosis TwoLevels(const std::string& level) {
-    SDiagnosis problem;
-    problem.problem = "the camera tells two levels of this input";
-    problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
-    problem.reply = level + " to the first, and another to the second";
-    problem.advice = "restart the camera; until then do not rely on its alarms";
-    problem.cause = "level-differs";
-    problem.phase = MonitorPhase;
-    return problem;
-}
-
 } // namespace
 
 std::optional<SDiagnosis>
@@ -51,15 +40,16 @@ std::optional<SDiagnosis> CAlarmInputQuestions::refusalOf(const SStreamEvent& fi
 
 std::optional<SDiagnosis> CAlarmInputQuestions::contradiction(std::string level) const {
     constexpr int Attempts = 3;
+    std::string other;
     for (int attempt = 0; attempt < Attempts; ++attempt) {
-        const std::string other = levelOtherwise();
+        other = levelOtherwise();
         if (other.empty() || other == level)
             return std::nullopt;
         const SMonitorLook look = monitorLook();
         if (const auto found = look.levels.find(input_); found != look.levels.end())
             level = found->second;
     }
-    return TwoLevels(level);
+    return TwoLevels(level, other);
 }
 
 std::optional<SDiagnosis> CAlarmInputQuestions::askOtherwise() const {

@@ -119,4 +119,15 @@ std::optional<SDiagnosis> FaultOfMonitor(int seconds, const AskPath& ask, const 
     return std::nullopt;
 }
 
+SDiagnosis TwoLevels(const std::string& monitored, const std::string& asked) {
+    SDiagnosis problem;
+    problem.problem = "the camera tells two levels of this input";
+    problem.request = std::string("GET ") + MonitorPath + " and " + LevelsRequest;
+    problem.reply = monitored + " to the first, and " + asked + " to the second";
+    problem.advice = "restart the camera; until then do not rely on its alarms";
+    problem.cause = "level-differs";
+    problem.phase = MonitorPhase;
+    return problem;
+}
+
 } // namespace corvane::vornhost

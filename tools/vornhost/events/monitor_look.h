@@ -34,4 +34,8 @@ SMonitorLook LookAtMonitor(int seconds, const AskPath& ask, const DiagnosePath& 
 std::optional<SDiagnosis> FaultOfMonitor(int seconds, const AskPath& ask, const DiagnosePath& diagnose,
                                          const std::function<void(const std::string& told)>& comes = {});
 
+// The camera tells another level of an input to who asks than its monitor does; `asked` is what it tells
+// then.
+SDiagnosis TwoLevels(const std::string& monitored, const std::string& asked);
+
 } // namespace corvane::vornhost
