@@ -28,6 +28,10 @@ struct SStreamEnd {
 // left that the pipeline needs: (OperationFailed, General).
 inline constexpr const char* NoThreadText = "no thread is to be had for the stream";
 
+// What the failure begins with when GStreamer has no such element on this machine, or cannot load it: the
+// element's name follows. (OperationFailed, General).
+inline constexpr const char* NoElementText = "GStreamer lacks an element: ";
+
 // A pipeline that receives one stream of a device. It is built when its owner gets it and runs once: start(),
 // then stop(). Before start() the owner adds elements of its own to the pipeline and links them behind the
 // source pad; without any the stream fails when its first data comes.

@@ -41,7 +41,8 @@ CError CEventStreamController::prepare() {
         return CError::Success();
     GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
     if (!sink)
-        return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks fakesink"};
+        return {RtnCode::OperationFailed, Origin::General,
+                device_handler::v1_0::NoElementText + std::string("fakesink")};
     // Events are to be seen when they come, whatever the pipeline's clock and preroll.
     g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
     gst_bin_add(GST_BIN(getPipeline()), sink);

@@ -1,11 +1,13 @@
 #include "host/gst_context.h"
 
 #include "refhost/base/log.h"
+#include "refhost/base/memory_limit.h"
 
 #include <gst/gst.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 namespace corvane::vorn_gst::v1_0 {
 namespace {
@@ -21,6 +23,10 @@ void WriteMasked(GstDebugCategory* category, GstDebugLevel level, const gchar* f
 } // namespace
 
 CGstContext::CGstContext() {
+    // Without memory GStreamer finds its registry unreadable and writes another, in which the plug-ins that
+    // it could not load are refused to every program from then on.
+    if (refhost::IsMemoryShort())
+        throw std::bad_alloc();
     GError* error = nullptr;
     if (!gst_init_check(nullptr, nullptr, &error)) {
         std::fprintf(stderr, "GStreamer cannot be initialised: %s\n",

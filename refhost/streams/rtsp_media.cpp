@@ -137,7 +137,7 @@ CError MakeMediaChain(const SRtspMedia& media, CGstRef<GstElement>& chain) {
     if (!error)
         return CError::Success();
     CError failure(RtnCode::OperationFailed, Origin::General,
-                   std::string("GStreamer lacks an element: ") + error->message);
+                   device_handler::v1_0::NoElementText + std::string(error->message));
     g_error_free(error);
     return failure;
 }

@@ -25,7 +25,7 @@ GstElement* MakeElement(const char* factory, CError& error) {
     GstElement* const element = gst_element_factory_make(factory, nullptr);
     if (!element)
         error = CError(RtnCode::OperationFailed, Origin::General,
-                       std::string("GStreamer lacks an element: ") + factory);
+                       device_handler::v1_0::NoElementText + std::string(factory));
     return element;
 }
 

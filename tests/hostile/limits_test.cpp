@@ -2,10 +2,15 @@
 
 #include "tests/support/camsim_process.h"
 #include "tests/support/temporary_folder.h"
+#include "tools/vornhost/console/exhaustion.h"
 
+#include <glib.h>
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <sys/resource.h>
 
 namespace corvane::hostile_test {
 namespace {
@@ -41,6 +46,21 @@ TEST(Limits, TooLittleMemoryIsToldAndHangsNobody) {
                 said, AnyOf(HasSubstr("exit 0"), testing::AllOf(HasSubstr("exit 3"), HasSubstr("ulimit -a"))))
                 << kilobytes << verb;
         }
+}
+
+TEST(Limits, LibrariesThatGiveUpForWantOfMemoryAreToldAndOtherCrashesStayCrashes) {
+    const auto takeAllMemory = [] {
+        const rlimit nothing{0, 0};
+        setrlimit(RLIMIT_AS, &nothing);
+    };
+    const auto tell = [] { vornhost::TellExhaustion("no memory\n", "{}\n"); };
+    EXPECT_EXIT((tell(), takeAllMemory(), std::abort()), testing::ExitedWithCode(3), "no memory");
+    EXPECT_EXIT((tell(), takeAllMemory(), void(g_malloc(G_MAXSSIZE))), testing::ExitedWithCode(3),
+                "no memory");
+    EXPECT_EXIT((tell(), void(g_malloc(G_MAXSSIZE))), testing::ExitedWithCode(3), "no memory");
+    EXPECT_EXIT((tell(), std::abort()), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT((tell(), g_log("other", G_LOG_LEVEL_ERROR, "wrong")), testing::KilledBySignal(SIGTRAP),
+                "wrong");
 }
 #endif
 

@@ -1,6 +1,7 @@
 #include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
 #include "refhost/http/http_client.h"
+#include "tools/vornhost/console/exhaustion.h"
 #include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
@@ -94,16 +95,27 @@ ExitStatus Run(int argc, char** argv) {
     return ExitStatus::WrongUsage;
 }
 
+struct STold {
+    std::string message;
+    std::string line; // empty: for people
+};
+
 // For people, and for a program that reads JSON lines; arguments that cannot be read may have asked for
 // those, too.
-ExitStatus Tell(const CFailure& failure, int argc, char** argv) {
+STold Told(const CFailure& failure, int argc, char** argv) {
     const bool isForPrograms =
         std::any_of(argv, argv + argc, [](const char* word) { return std::strcmp(word, "--json") == 0; });
     const SDiagnosis problem = DiagnoseOwn(failure);
-    WriteMessage("vornhost: " + problem.problem +
-                 (failure.cause() == OwnCause::Limit ? "; " + problem.advice : "") + "\n");
-    if (isForPrograms)
-        WriteOutput(ProblemLine(problem));
+    return {"vornhost: " + problem.problem +
+                (failure.cause() == OwnCause::Limit ? "; " + problem.advice : "") + "\n",
+            isForPrograms ? ProblemLine(problem) : ""};
+}
+
+ExitStatus Tell(const CFailure& failure, int argc, char** argv) {
+    const STold told = Told(failure, argc, argv);
+    WriteMessage(told.message);
+    if (!told.line.empty())
+        WriteOutput(told.line);
     return failure.status();
 }
 
@@ -113,6 +125,8 @@ CFailure Limit(const std::string& what) {
 
 ExitStatus Main(int argc, char** argv) {
     try {
+        const STold exhaustion = Told(Limit("a library gets no memory, thread or descriptor"), argc, argv);
+        TellExhaustion(exhaustion.message, exhaustion.line);
         const CSignalThread signals;
         return Run(argc, argv);
     } catch (const CFailure& failure) {

@@ -86,9 +86,10 @@ bool IsNoStream(const CError& error) {
 
 } // namespace
 
-void RequireThreads(const CError& error) {
-    if (error.getText().find(device_handler::v1_0::NoThreadText) != std::string::npos)
-        throw CFailure(ExitStatus::NotStarted, error.getText(), OwnCause::Limit);
+void RequireMachine(const CError& error) {
+    for (const char* lacking : {device_handler::v1_0::NoThreadText, device_handler::v1_0::NoElementText})
+        if (error.getText().find(lacking) != std::string::npos)
+            throw CFailure(ExitStatus::NotStarted, error.getText(), OwnCause::Limit);
 }
 
 SDiagnosis DiagnoseStream(const CError& error, const std::string& request) {

@@ -6,8 +6,9 @@
 
 namespace corvane::vornhost {
 
-// Ends the program, with ExitStatus::NotStarted, when it is this machine that has no thread for a stream.
-void RequireThreads(const CError& error);
+// Ends the program, with ExitStatus::NotStarted, when it is this machine that lacks what a stream takes: a
+// thread, or an element of GStreamer.
+void RequireMachine(const CError& error);
 
 // Why a stream could not be had, or not to its end. `request` is what its camera was asked last, without
 // credentials; empty when it was not asked.

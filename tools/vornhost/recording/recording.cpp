@@ -51,7 +51,8 @@ CError CRecording::link() {
     GstElement* const muxer = gst_element_factory_make("matroskamux", nullptr);
     GstElement* const sink = gst_element_factory_make("fdsink", nullptr);
     if (!muxer || !sink)
-        return {RtnCode::OperationFailed, Origin::General, "GStreamer lacks matroskamux or fdsink"};
+        return {RtnCode::OperationFailed, Origin::General,
+                device_handler::v1_0::NoElementText + std::string("matroskamux, fdsink")};
     // The time until the first picture must not become an empty beginning of the file.
     g_object_set(muxer, "offset-to-zero", TRUE, "min-index-interval", LeastIndexInterval, "streamable",
                  file_.isSeekable() ? FALSE : TRUE, nullptr);

@@ -32,7 +32,7 @@ CError CSnapshot::link() {
     if (!bin || failure) {
         const std::string reason = failure ? failure->message : "";
         g_clear_error(&failure);
-        return {RtnCode::OperationFailed, Origin::General, "GStreamer cannot make a picture: " + reason};
+        return {RtnCode::OperationFailed, Origin::General, device_handler::v1_0::NoElementText + reason};
     }
     gst_bin_add(GST_BIN(controller_.getPipeline()), bin);
     const CGstRef<GstElement> end(gst_bin_get_by_name(GST_BIN(bin), "end"));

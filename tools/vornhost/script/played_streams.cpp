@@ -29,7 +29,7 @@ void Stop(Streams& streams, const Id& id) {
 void LinkSink(IStreamController& controller) {
     GstElement* const sink = gst_element_factory_make("fakesink", nullptr);
     if (!sink)
-        throw std::runtime_error("GStreamer lacks fakesink");
+        throw std::runtime_error(device_handler::v1_0::NoElementText + std::string("fakesink"));
     g_object_set(sink, "sync", FALSE, nullptr);
     gst_bin_add(GST_BIN(controller.getPipeline()), sink);
     const CGstRef<GstPad> input(gst_element_get_static_pad(sink, "sink"));

@@ -278,7 +278,7 @@ private:
                               readable_ ? std::optional(CReadableEvents(input_, all_)) : std::nullopt)
                 .run();
         } catch (const CEventStreamError& error) {
-            RequireThreads(error.error());
+            RequireMachine(error.error());
             if (error.error().getCode() == static_cast<int>(RtnCode::OutOfRange))
                 throw CFailure(ExitStatus::WrongUsage, "wrong --input: " + std::string(error.what()));
             const bool hasNone = error.error().getCode() == static_cast<int>(RtnCode::NotAccessible);

@@ -212,7 +212,7 @@ private:
     // `stream` is null where none was made.
     ExitStatus fail(const CDeviceSession& session, const CError& error,
                     const IStreamController* stream = nullptr) const {
-        RequireThreads(error);
+        RequireMachine(error);
         const auto requestFor = [stream](refhost::RtspPart part) {
             return stream ? refhost::RtspRequest(*stream, part) : "";
         };
