@@ -149,34 +149,27 @@ public:
 
     SHttpReply run(CHttpRounds& rounds) {
         CHttpHandlePool& pool = CHttpHandlePool::instance();
-        CCurlHandle handle = pool.take(peer_);
-        const bool kept = handle != nullptr;
-        if (!kept)
-            handle = freshHandle();
+        CHttpHandleLoan loan = pool.take(peer_);
+        const bool isUsed = loan.isUsed();
+        if (!isUsed)
+            loan.renew();
         const bool mayKeep = pool.mayKeepConnection(peer_.address);
-        SHttpReply reply = perform(handle.get(), mayKeep, rounds);
+        SHttpReply reply = perform(loan.handle(), mayKeep, rounds);
         if (rounds.refusedRepetition())
             pool.beCautiousWith(peer_.address);
-        if (kept && reply.status == Unauthorized) {
+        if (isUsed && reply.status == Unauthorized) {
             // The device has forgotten its challenge, or wants another scheme by now, and did not say so.
-            handle = freshHandle();
-            reply = perform(handle.get(), mayKeep, rounds);
+            loan.renew();
+            reply = perform(loan.handle(), mayKeep, rounds);
         }
         // A handle that was turned away, or never reached the device, is of no use to the next request.
-        if (reply.status == 0 ? kept : reply.status != Unauthorized)
-            pool.giveBack(peer_, std::move(handle));
+        if (reply.status == 0 ? isUsed : reply.status != Unauthorized)
+            loan.keep();
         return reply;
     }
 
 private:
     static constexpr int Unauthorized = 401;
-
-    static CCurlHandle freshHandle() {
-        CCurlHandle handle(curl_easy_init());
-        if (!handle)
-            throw std::bad_alloc();
-        return handle;
-    }
 
     SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace corvane::refhost {
@@ -22,6 +23,23 @@ std::size_t IdleBound() {
 
 } // namespace
 
+CHttpHandleLoan::CHttpHandleLoan(CHttpHandlePool& pool, SHttpPeer peer, CCurlHandle handle)
+    : pool_(pool), peer_(std::move(peer)), handle_(std::move(handle)), isUsed_(handle_ != nullptr) {}
+
+CHttpHandleLoan::~CHttpHandleLoan() {
+    try {
+        pool_.takeBack(peer_, isKept_ ? std::move(handle_) : nullptr);
+    } catch (const std::bad_alloc&) { // it is closed instead
+    }
+}
+
+void CHttpHandleLoan::renew() {
+    handle_.reset(curl_easy_init());
+    if (!handle_)
+        throw std::bad_alloc();
+    isUsed_ = false;
+}
+
 CHttpHandlePool& CHttpHandlePool::instance() {
     // Never destroyed: threads that nobody joins may still be talking to a device while the process ends.
     static CHttpHandlePool& pool = *new CHttpHandlePool;
@@ -32,30 +50,51 @@ CHttpHandlePool::CHttpHandlePool() : bound_(IdleBound()) {
     curl_global_init(CURL_GLOBAL_DEFAULT);
 }
 
-CCurlHandle CHttpHandlePool::take(const SHttpPeer& peer) {
-    IdleList removed;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = byAddress_.find(peer.address);
-    if (found == byAddress_.end())
-        return {};
-    const auto& idle = found->second;
-    const auto match =
-        std::find_if(idle.rbegin(), idle.rend(), [&](IdleList::iterator i) { return i->peer == peer; });
-    if (match == idle.rend())
-        return {};
-    remove(*match, removed);
-    return std::move(removed.front().handle);
+CHttpHandleLoan CHttpHandlePool::take(const SHttpPeer& peer, std::chrono::milliseconds wait) {
+    CCurlHandle handle;
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        SDevice& device = devices_[peer.address];
+        handle = takeIdle(device, peer);
+        ++device.waiting;
+        const auto isOver = [&] { return (handle = takeIdle(device, peer)) || device.taken == 0; };
+        if (!handle)
+            device.returned.wait_for(lock, wait, isOver);
+        --device.waiting;
+        ++device.taken;
+    }
+    return {*this, peer, std::move(handle)};
 }
 
-void CHttpHandlePool::giveBack(const SHttpPeer& peer, CCurlHandle handle) {
+// REQUIRES: mutex_ held.
+CCurlHandle CHttpHandlePool::takeIdle(SDevice& device, const SHttpPeer& peer) {
+    const auto match = std::find_if(device.idle.rbegin(), device.idle.rend(),
+                                    [&](IdleList::iterator i) { return i->peer == peer; });
+    if (match == device.idle.rend())
+        return {};
+    CCurlHandle handle = std::move((*match)->handle);
+    idle_.erase(*match);
+    device.idle.erase(std::next(match).base());
+    return handle;
+}
+
+void CHttpHandlePool::takeBack(const SHttpPeer& peer, CCurlHandle kept) {
     // Closed after the lock is let go.
     IdleList removed;
     const std::lock_guard<std::mutex> lock(mutex_);
-    idle_.push_front({peer, std::move(handle)});
-    auto& ofDevice = byAddress_[peer.address];
-    ofDevice.push_back(idle_.begin());
-    if (ofDevice.size() > MostIdlePerDevice)
-        remove(ofDevice.front(), removed);
+    const auto position = devices_.find(peer.address);
+    SDevice& device = position->second;
+    --device.taken;
+    device.returned.notify_all(); // each waits for a peer of its own
+    if (!kept) {
+        dropUnused(position);
+        return;
+    }
+    device.idle.reserve(MostIdlePerDevice + 1);
+    idle_.push_front({peer, std::move(kept)});
+    device.idle.push_back(idle_.begin());
+    if (device.idle.size() > MostIdlePerDevice)
+        remove(device.idle.front(), removed);
     if (idle_.size() > bound_)
         remove(std::prev(idle_.end()), removed);
 }
@@ -77,12 +116,18 @@ bool CHttpHandlePool::mayKeepConnection(const std::string& address) {
 
 // REQUIRES: mutex_ held.
 void CHttpHandlePool::remove(IdleList::iterator position, IdleList& removed) {
-    const auto found = byAddress_.find(position->peer.address);
-    auto& ofDevice = found->second;
-    ofDevice.erase(std::find(ofDevice.begin(), ofDevice.end(), position));
-    if (ofDevice.empty())
-        byAddress_.erase(found);
+    const auto device = devices_.find(position->peer.address);
+    auto& idle = device->second.idle;
+    idle.erase(std::find(idle.begin(), idle.end(), position));
     removed.splice(removed.end(), idle_, position);
+    dropUnused(device);
+}
+
+// REQUIRES: mutex_ held.
+void CHttpHandlePool::dropUnused(Devices::iterator device) {
+    const SDevice& one = device->second;
+    if (one.idle.empty() && one.taken == 0 && one.waiting == 0)
+        devices_.erase(device);
 }
 
 } // namespace corvane::refhost

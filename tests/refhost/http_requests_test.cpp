@@ -211,20 +211,52 @@ TEST(HttpRequests, AnExchangeIsToldOnceWithTheRoundsItTook) {
 TEST(HttpRequests, TwoHandlesAreKeptForEachPeerTheOneUsedLastFirst) {
     refhost::CHttpHandlePool& pool = refhost::CHttpHandlePool::instance();
     const refhost::SHttpPeer peer{"10.0.0.1:80", "user", "word", "ANY"};
-    CURL* given[3];
-    for (CURL*& handle : given) {
-        handle = curl_easy_init();
-        pool.giveBack(peer, refhost::CCurlHandle(handle));
+    constexpr std::chrono::milliseconds AtOnce{0};
+    CURL* usedLast = nullptr;
+    CURL* usedBefore = nullptr;
+    {
+        // The loans end in the opposite order.
+        refhost::CHttpHandleLoan last = pool.take(peer, AtOnce);
+        refhost::CHttpHandleLoan before = pool.take(peer, AtOnce);
+        refhost::CHttpHandleLoan first = pool.take(peer, AtOnce);
+        refhost::CHttpHandleLoan useless = pool.take(peer, AtOnce);
+        for (refhost::CHttpHandleLoan* const loan : {&last, &before, &first, &useless}) {
+            EXPECT_FALSE(loan->isUsed());
+            loan->renew();
+            if (loan != &useless)
+                loan->keep();
+        }
+        usedLast = last.handle();
+        usedBefore = before.handle();
     }
     for (const refhost::SHttpPeer& other : {refhost::SHttpPeer{"10.0.0.1:81", "user", "word", "ANY"},
                                             {"10.0.0.1:80", "u", "word", "ANY"},
                                             {"10.0.0.1:80", "user", "w", "ANY"},
                                             {"10.0.0.1:80", "user", "word", "BASIC"}})
-        EXPECT_EQ(pool.take(other), nullptr);
-    const refhost::CCurlHandle last = pool.take(peer);
-    const refhost::CCurlHandle before = pool.take(peer);
-    EXPECT_THAT((std::vector<CURL*>{last.get(), before.get()}), ElementsAre(given[2], given[1]));
-    EXPECT_EQ(pool.take(peer), nullptr);
+        EXPECT_FALSE(pool.take(other).isUsed());
+    const refhost::CHttpHandleLoan last = pool.take(peer);
+    const refhost::CHttpHandleLoan before = pool.take(peer);
+    EXPECT_EQ(last.handle(), usedLast);
+    EXPECT_EQ(before.handle(), usedBefore);
+    EXPECT_FALSE(pool.take(peer).isUsed());
+}
+
+TEST(HttpRequests, ARequestWaitsForTheConnectionOfAnotherRatherThanOpenOne) {
+    refhost::CHttpHandlePool& pool = refhost::CHttpHandlePool::instance();
+    const refhost::SHttpPeer peer{"10.0.0.2:80", "user", "word", "ANY"};
+    constexpr std::chrono::minutes ForLong{10};
+    CURL* handle = nullptr;
+    std::thread other;
+    {
+        refhost::CHttpHandleLoan first = pool.take(peer, ForLong); // nobody has one
+        first.renew();
+        first.keep();
+        handle = first.handle();
+        EXPECT_FALSE(pool.take(peer, std::chrono::milliseconds(1)).isUsed()); // has waited long enough
+        other = std::thread([&] { EXPECT_EQ(pool.take(peer, ForLong).handle(), handle); });
+    }
+    other.join(); // it did not keep the handle
+    EXPECT_FALSE(pool.take(peer, ForLong).isUsed());
 }
 
 // Whatever becomes of a connection, what may have reached the device is not sent to it again.
