@@ -12,7 +12,10 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <future>
+#include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -55,6 +58,30 @@ struct SPilot {
     boost::shared_ptr<CVornCamera> camera;
     std::unique_ptr<CPtzController> controller;
 };
+
+std::vector<double> WakeUps(int samples) {
+    std::mutex mutex; // guards what follows
+    std::condition_variable wakeup;
+    std::optional<CStopwatch> notified;
+    std::vector<double> delays;
+    std::thread sleeper([&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        while (static_cast<int>(delays.size()) < samples) {
+            wakeup.wait(lock, [&] { return notified.has_value(); });
+            delays.push_back(notified->seconds());
+            notified.reset();
+        }
+    });
+    for (bool isEnough = false; !isEnough;) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200)); // until it sleeps
+        const std::lock_guard<std::mutex> lock(mutex);
+        isEnough = static_cast<int>(delays.size()) == samples;
+        notified.emplace();
+        wakeup.notify_one();
+    }
+    sleeper.join();
+    return delays;
+}
 
 // A sample each time; the median and the 99th of a hundred are told.
 void RegisterDelay(const std::string& name, int samples, const std::shared_ptr<CArrivalRelay>& relay,
@@ -153,6 +180,22 @@ void RegisterCancel(CEnvironment& environment) {
         ->Repetitions(3);
 }
 
+// What the machine takes to run a thread that sleeps on a condition variable, from the notification on.
+void RegisterWakeUp(CEnvironment& environment) {
+    const int samples = environment.choose(2000, 100);
+    benchmark::RegisterBenchmark("ptz_wake_up",
+                                 [=](State& state) {
+                                     for (auto _ : state) {
+                                         std::vector<double> delays = WakeUps(samples);
+                                         std::sort(delays.begin(), delays.end());
+                                         state.SetIterationTime(delays[delays.size() / 2]);
+                                     }
+                                 })
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Repetitions(5);
+}
+
 void RegisterIdle(CEnvironment& environment) {
     const int count = environment.choose(1000, 50);
     const std::chrono::duration<double> span(environment.choose(10, 1));
@@ -183,6 +226,7 @@ void RegisterIdle(CEnvironment& environment) {
 
 void RegisterPtz(CEnvironment& environment) {
     RegisterIdle(environment);
+    RegisterWakeUp(environment);
     RegisterDelays(environment);
     RegisterQueue(environment);
     RegisterCancel(environment);

@@ -1,7 +1,10 @@
 #include "benchmarks/report.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace corvane::bench {
@@ -66,22 +69,24 @@ void Print(const std::vector<Row>& rows) {
     }
 }
 
-struct SVerdict {
-    std::string goal;
-    std::string text;
-    bool holds = true;
-    bool counts = false;
-};
+bool HasGoal(const SResult& result) {
+    return result.figure.goal >= 0;
+}
 
-SVerdict Judge(const SFigure& figure, double value, Unit unit, bool isQuick) {
-    if (figure.goal <= 0)
-        return {};
-    SVerdict verdict;
-    verdict.goal = "<= " + Format(figure.goal, unit);
-    verdict.holds = value <= figure.goal;
-    verdict.counts = figure.isExact || !isQuick;
-    verdict.text = verdict.holds ? "holds" : verdict.counts ? "MISSED" : "missed (quick run)";
-    return verdict;
+bool HasYardstick(const SResult& result) {
+    return *result.figure.yardstick != '\0';
+}
+
+std::string GoalText(const SResult& result) {
+    return HasGoal(result)
+               ? "<= " + Format(result.figure.goal, HasYardstick(result) ? Unit::Count : result.figure.unit)
+               : "";
+}
+
+const char* VerdictText(const SResult& result) {
+    if (!HasGoal(result))
+        return "";
+    return result.holds ? "holds" : result.counts ? "MISSED" : "missed (quick run)";
 }
 
 } // namespace
@@ -112,32 +117,57 @@ double CMeasurements::median(const std::string& measurement) const {
     return sorted.size() % 2 != 0 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
-bool PrintFigures(const std::vector<SFigure>& figures, const CMeasurements& measurements, bool isQuick) {
-    std::vector<Row> rows{{"figure", "median", "yardstick", "median", "ratio", "goal", ""}};
-    bool allHold = true;
+std::vector<SResult> Judge(const std::vector<SFigure>& figures, const CMeasurements& measurements,
+                           bool isQuick) {
+    std::vector<SResult> results;
     for (const SFigure& figure : figures) {
         if (!measurements.has(figure.measurement))
             continue;
-        const double value = measurements.median(figure.measurement);
-        Row row{figure.name, Format(value, figure.unit)};
-        SVerdict verdict;
-        if (*figure.yardstick) {
-            const double yardstick = measurements.median(figure.yardstick);
-            const double ratio = value / yardstick;
-            verdict = Judge(figure, ratio, Unit::Count, isQuick);
-            row[2] = figure.yardstickName;
-            row[3] = Format(yardstick, figure.unit);
-            row[4] = Format(ratio, Unit::Count);
-        } else {
-            verdict = Judge(figure, value, figure.unit, isQuick);
+        SResult result{figure, measurements.median(figure.measurement), std::nan(""), 0, true, false};
+        if (HasYardstick(result))
+            result.yardstick = measurements.median(figure.yardstick);
+        result.judged = HasYardstick(result) ? result.value / result.yardstick : result.value;
+        if (HasGoal(result)) {
+            result.holds = result.judged <= figure.goal;
+            result.counts = figure.isExact || !isQuick;
         }
-        row[5] = verdict.goal;
-        row[6] = verdict.text;
-        allHold = allHold && (verdict.holds || !verdict.counts);
+        results.push_back(result);
+    }
+    return results;
+}
+
+void PrintTable(const std::vector<SResult>& results) {
+    std::vector<Row> rows{{"figure", "median", "yardstick", "median", "ratio", "goal", ""}};
+    for (const SResult& result : results) {
+        const SFigure& figure = result.figure;
+        Row row{figure.name, Format(result.value, figure.unit)};
+        if (HasYardstick(result)) {
+            row[2] = figure.yardstickName;
+            row[3] = Format(result.yardstick, figure.unit);
+            row[4] = Format(result.judged, Unit::Count);
+        }
+        row[5] = GoalText(result);
+        row[6] = VerdictText(result);
         rows.push_back(row);
     }
     Print(rows);
-    return allHold;
+}
+
+void PrintJson(const std::vector<SResult>& results) {
+    for (const SResult& result : results) {
+        const SFigure& figure = result.figure;
+        nlohmann::ordered_json line{{"figure", figure.measurement}, {"value", result.value}};
+        if (HasYardstick(result)) {
+            line["yardstick"] = figure.yardstick;
+            line["yardstickValue"] = result.yardstick;
+            line["ratio"] = result.judged;
+        }
+        if (HasGoal(result)) {
+            line["goal"] = figure.goal;
+            line["holds"] = result.holds;
+        }
+        std::puts(line.dump().c_str());
+    }
 }
 
 } // namespace corvane::bench

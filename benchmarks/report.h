@@ -18,7 +18,7 @@ struct SFigure {
     Unit unit;
     const char* yardstickName; // empty: none
     const char* yardstick;     // measurement of the yardstick
-    double goal;               // of the ratio, or without a yardstick of the figure; 0: none
+    double goal;               // of the ratio, or without a yardstick of the figure; negative: none
     bool isExact;              // the goal does not depend on the machine, and holds in a quick run too
 };
 
@@ -35,7 +35,21 @@ private:
     std::map<std::string, std::vector<double>> samples_;
 };
 
-// Prints a row for each figure that was measured. False when a goal was missed that counts in such a run.
-bool PrintFigures(const std::vector<SFigure>& figures, const CMeasurements& measurements, bool isQuick);
+struct SResult {
+    SFigure figure;
+    double value;
+    double yardstick; // NaN: none
+    double judged;    // what the goal is for: the ratio, or the value
+    bool holds;       // true where there is no goal
+    bool counts;      // whether the goal counts in such a run
+};
+
+// Of each figure that was measured.
+std::vector<SResult> Judge(const std::vector<SFigure>& figures, const CMeasurements& measurements,
+                           bool isQuick);
+
+void PrintTable(const std::vector<SResult>& results);
+// A line for each figure; times are seconds, sizes bytes.
+void PrintJson(const std::vector<SResult>& results);
 
 } // namespace corvane::bench

@@ -1,6 +1,7 @@
 // A full `vornhost show` of a camera of every shipped model, beside the curl program that makes the same
-// requests: each from its start to its end, as a user waits for it. On loopback
-// that is the start of the programs; a paced camera takes 10 ms a reply, so that the show itself is seen.
+// requests and waits as long as the handler's query does: each from its start to its end, as a user waits
+// for it. On loopback that is the start of the programs, which is told by itself too; a paced camera takes
+// 10 ms a reply, so that the show itself is seen.
 
 #include "benchmarks/stopwatch.h"
 #include "benchmarks/workloads.h"
@@ -12,6 +13,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
 namespace corvane::bench {
 
 namespace {
@@ -19,8 +23,8 @@ namespace {
 using benchmark::State;
 using Words = std::vector<std::string>;
 
-// The seconds that a program takes whose output nobody reads.
-double Run(const Words& words) {
+// A program whose output nobody reads.
+void Run(const Words& words) {
     std::vector<char*> arguments;
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
@@ -28,17 +32,14 @@ double Run(const Words& words) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    const CStopwatch watch;
     pid_t child = 0;
     const int error = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
     int status = -1;
     if (error == 0)
         waitpid(child, &status, 0);
-    const double seconds = watch.seconds();
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0 || status != 0)
         throw CFailure(words[0] + " " + words[1] + " failed");
-    return seconds;
 }
 
 Words CurlWords(const CEnvironment& environment, const std::string& address) {
@@ -50,10 +51,17 @@ Words CurlWords(const CEnvironment& environment, const std::string& address) {
     return words;
 }
 
-void Register(const char* name, const Words& words, int repetitions) {
+// What a device query waits before it looks whether its threads have ended.
+constexpr std::chrono::milliseconds QueryWait{20};
+
+void Register(const char* name, const Words& words, int repetitions, std::chrono::milliseconds wait = {}) {
     const auto run = [=](State& state) {
-        for (auto _ : state)
-            state.SetIterationTime(Run(words));
+        for (auto _ : state) {
+            const CStopwatch watch;
+            Run(words);
+            std::this_thread::sleep_for(wait);
+            state.SetIterationTime(watch.seconds());
+        }
     };
     benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(1)->Repetitions(repetitions);
 }
@@ -65,13 +73,15 @@ void RegisterOfEveryModel(const CEnvironment& environment, const std::string& na
         const Words show = {program, "show", address};
         Run(show); // so that the camera can tell what it was asked
         Register((name + "/program").c_str(), show, repetitions);
-        Register((name + "/curl").c_str(), CurlWords(environment, address), repetitions);
+        Register((name + "/curl").c_str(), CurlWords(environment, address), repetitions, QueryWait);
     }
 }
 
 } // namespace
 
 void RegisterShow(CEnvironment& environment) {
+    Register("show_start/program", {environment.program(), "--version"}, environment.choose(50, 5));
+    Register("show_start/curl", {"curl", "--version"}, environment.choose(50, 5));
     RegisterOfEveryModel(environment, "show");
 }
 

@@ -12,11 +12,17 @@ namespace corvane::bench {
 
 CSimulatedCameras::CSimulatedCameras(const std::string& readyFile) {
     std::ifstream file(readyFile);
-    const nlohmann::json ready = nlohmann::json::parse(file, nullptr, false);
-    if (ready.is_discarded())
-        throw CFailure(readyFile + ": not the simulator's ready line");
-    addresses_ = ready.at("cameras").get<std::vector<std::string>>();
-    control_ = ready.at("control").get<std::string>();
+    for (std::string line; std::getline(file, line);) {
+        const nlohmann::json ready = nlohmann::json::parse(line, nullptr, false);
+        if (ready.is_discarded())
+            throw CFailure(readyFile + ": not a simulator's ready line");
+        const auto more = ready.at("cameras").get<std::vector<std::string>>();
+        addresses_.insert(addresses_.end(), more.begin(), more.end());
+        if (control_.empty())
+            control_ = ready.at("control").get<std::string>();
+    }
+    if (addresses_.empty())
+        throw CFailure(readyFile + ": no simulator's ready line");
 }
 
 const std::string& CSimulatedCameras::takeFresh() {

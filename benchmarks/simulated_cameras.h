@@ -6,10 +6,10 @@
 
 namespace corvane::bench {
 
-// The cameras of a running simulator.
+// The cameras of running simulators; only those of the first can be controlled.
 class CSimulatedCameras {
 public:
-    // `readyFile` holds the line that the simulator prints when it serves. Throws CFailure.
+    // `readyFile` holds the line that each simulator prints when it serves. Throws CFailure.
     explicit CSimulatedCameras(const std::string& readyFile);
 
     const std::vector<std::string>& addresses() const { return addresses_; }

@@ -11,9 +11,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include <atomic>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <vector>
 
 namespace corvane::bench {
@@ -97,18 +97,30 @@ class CRequestCount {
 public:
     CRequestCount() {
         refhost::SetExchangeObserver([this](const refhost::SHttpExchange& exchange) {
-            if (exchange.path != panasonic_camera::cgi::Setdata)
-                ++count_;
+            if (exchange.path == panasonic_camera::cgi::Setdata)
+                return;
+            const std::lock_guard<std::mutex> lock(mutex_);
+            ++count_;
+            last_ = exchange.path;
         });
     }
     ~CRequestCount() { refhost::SetExchangeObserver({}); }
     CRequestCount(const CRequestCount&) = delete;
     CRequestCount& operator=(const CRequestCount&) = delete;
 
-    double count() const { return static_cast<double>(count_); }
+    double count() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return count_;
+    }
+    std::string last() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return last_;
+    }
 
 private:
-    std::atomic<int> count_{0};
+    mutable std::mutex mutex_; // guards what follows
+    int count_ = 0;
+    std::string last_; // path and query
 };
 
 void Synchronise(CVornCamera& camera, SVornVidValsInDb record, int expected) {
@@ -145,17 +157,24 @@ void RegisterSynchronisation(CEnvironment& environment) {
             Synchronise(*camera, RecordWith("10"), 2);
         }
     });
+    const auto requestOf = [&](const char* frameRate) {
+        const CRequestCount requests;
+        Synchronise(*camera, RecordWith(frameRate), 2);
+        return requests.last();
+    };
+    const std::string there = requestOf("30");
+    const std::string back = requestOf("10");
     const auto client =
         std::make_shared<CPlainClient>(environment.cameras().takeFresh(), environment.credentials());
-    const std::string set =
-        std::string(panasonic_camera::cgi::SetH264) + "?nr_framerate=30&h264_resolution=640&h264_Ivop=1";
     client->get(panasonic_camera::cgi::Setdata); // the challenge
-    registerTimed("video_sync_differs/plain", [client, set](State& state) {
+    registerTimed("video_sync_differs/plain", [client, there, back](State& state) {
         for (auto _ : state) {
             const CStopwatch watch;
-            client->get(set);
+            client->get(there);
             client->get(panasonic_camera::cgi::Setdata); // what the camera accepted
             state.SetIterationTime(watch.seconds());
+            client->get(back);
+            client->get(panasonic_camera::cgi::Setdata);
         }
     });
 }

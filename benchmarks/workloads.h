@@ -19,5 +19,6 @@ void RegisterPtz(CEnvironment& environment);
 void RegisterEvents(CEnvironment& environment);
 void RegisterShow(CEnvironment& environment);
 void RegisterPacedShow(CEnvironment& environment);
+void RegisterLarge(CEnvironment& environment);
 
 } // namespace corvane::bench
