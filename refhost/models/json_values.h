@@ -1,11 +1,11 @@
 #pragma once
 
 // How the values of a model list are written in JSON. What cannot be read is refused, with its place and what
-// was expected (see refhost/models/json_node.h).
+// was expected (see refhost/text/json_node.h).
 
 #include "host/model_info.h"
 #include "operations/whole_number.h"
-#include "refhost/models/json_node.h"
+#include "refhost/text/json_node.h"
 
 #include <algorithm>
 #include <initializer_list>

@@ -1,8 +1,8 @@
 #include "refhost/base/authentication_book.h"
 #include "refhost/base/log.h"
 #include "refhost/http/http_client.h"
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/console/exhaustion.h"
-#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
@@ -56,7 +56,7 @@ std::string VerbExpected(const CLI::App& program) {
         names.emplace_back(verb.name);
     const std::vector<std::string> given = program.remaining();
     return "expected a verb (" + Join(names, ", ") + ")" +
-           (given.empty() ? "" : ", not \"" + given[0] + "\"" + DidYouMean(given[0], names));
+           (given.empty() ? "" : ", not \"" + given[0] + "\"" + refhost::DidYouMean(given[0], names));
 }
 
 ExitStatus Run(int argc, char** argv) {

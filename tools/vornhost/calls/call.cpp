@@ -1,6 +1,6 @@
 #include "tools/vornhost/calls/call.h"
 
-#include "tools/vornhost/console/near_names.h"
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ void RequireOperation(const COperationRegistry& operations, const SCall& call) {
         operations.call(call.operation, call.arguments, [](const SAnswer&) {});
     } catch (const COperationError& error) {
         const bool known = std::find(names.begin(), names.end(), call.operation) != names.end();
-        const Texts near = NearNames(call.operation, names);
+        const Texts near = refhost::NearNames(call.operation, names);
         if (known || near.empty())
             throw;
         throw COperationError(std::string(error.what()) + "; did you mean " + Join(near, ", ") + "?");

@@ -1,8 +1,8 @@
 #include "tools/vornhost/doctor/drift.h"
 
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/calls/call.h"
 #include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/console/near_names.h"
 
 #include <fstream>
 #include <map>

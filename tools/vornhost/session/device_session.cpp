@@ -1,7 +1,7 @@
 #include "tools/vornhost/session/device_session.h"
 
 #include "refhost/http/device_requests.h"
-#include "tools/vornhost/console/near_names.h"
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/session/identification.h"
 
@@ -44,7 +44,7 @@ std::string FamilyOfModel(const SOptions& options, const CVornModelList& models)
                        "wrong --model \"" + options.modelNumber +
                            "\": expected a model number of the model list; `vornhost models` tells which "
                            "there are" +
-                           DidYouMean(options.modelNumber, NumbersOf(models)));
+                           refhost::DidYouMean(options.modelNumber, NumbersOf(models)));
     return model->family;
 }
 

@@ -1,5 +1,5 @@
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
@@ -75,7 +75,7 @@ struct SWish {
 [[noreturn]] void Refuse(const std::string& what, const std::string& name, const Texts& known,
                          const std::string& choice) {
     throw CFailure(ExitStatus::WrongUsage,
-                   "image: " + what + DidYouMean(name, known) + "\nIt may be: " + choice);
+                   "image: " + what + refhost::DidYouMean(name, known) + "\nIt may be: " + choice);
 }
 
 // What is shown and set of one camera.

@@ -1,6 +1,6 @@
+#include "refhost/text/near_names.h"
 #include "tools/vornhost/calls/answer_text.h"
 #include "tools/vornhost/calls/operation_guide.h"
-#include "tools/vornhost/console/near_names.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/terminal_text.h"
@@ -70,7 +70,7 @@ public:
         text += table.rowLines();
         if (text.empty())
             throw CFailure(ExitStatus::WrongUsage,
-                           "there is no operation \"" + name_ + "\"" + DidYouMean(name_, names));
+                           "there is no operation \"" + name_ + "\"" + refhost::DidYouMean(name_, names));
         WriteOutput(text);
         return ExitStatus::Success;
     }

@@ -1,9 +1,9 @@
-#include "tools/vornhost/console/near_names.h"
+#include "refhost/text/near_names.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace corvane::vornhost {
+namespace corvane::refhost {
 namespace {
 
 using testing::ElementsAre;
@@ -22,4 +22,4 @@ TEST(NearNames, FindSlipsOfThePen) {
 }
 
 } // namespace
-} // namespace corvane::vornhost
+} // namespace corvane::refhost

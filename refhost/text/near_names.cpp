@@ -1,13 +1,11 @@
-#include "tools/vornhost/console/near_names.h"
-
-#include "tools/vornhost/console/terminal_text.h"
+#include "refhost/text/near_names.h"
 
 #include <algorithm>
 #include <cctype>
 #include <numeric>
 #include <utility>
 
-namespace corvane::vornhost {
+namespace corvane::refhost {
 namespace {
 
 constexpr std::size_t MostNames = 3;
@@ -62,8 +60,10 @@ std::vector<std::string> NearNames(const std::string& name, const std::vector<st
 }
 
 std::string DidYouMean(const std::string& name, const std::vector<std::string>& names) {
-    const std::vector<std::string> near = NearNames(name, names);
-    return near.empty() ? "" : "; did you mean " + Join(near, " or ") + "?";
+    std::string text;
+    for (const std::string& near : NearNames(name, names))
+        text += (text.empty() ? "; did you mean " : " or ") + near;
+    return text.empty() ? "" : text + "?";
 }
 
-} // namespace corvane::vornhost
+} // namespace corvane::refhost

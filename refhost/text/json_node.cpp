@@ -1,6 +1,10 @@
-#include "refhost/models/json_node.h"
+#include "refhost/text/json_node.h"
+
+#include "refhost/text/near_names.h"
 
 #include <algorithm>
+#include <cctype>
+#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -12,9 +16,67 @@ using nlohmann::json;
 
 constexpr std::size_t DeepestNesting = 32;
 
-// Follows the parser, since the parsed value no longer shows that a member stood twice.
-class CDuplicateCheck {
+// Reads on through a text, and tells how far it is.
+class CReader {
 public:
+    using difference_type = std::ptrdiff_t;
+    using value_type = char;
+    using pointer = const char*;
+    using reference = const char&;
+    using iterator_category = std::input_iterator_tag;
+
+    CReader(const char* position, const char* begin, std::size_t* read)
+        : position_(position), begin_(begin), read_(read) {}
+
+    reference operator*() const { return *position_; }
+    CReader& operator++() {
+        ++position_;
+        *read_ = static_cast<std::size_t>(position_ - begin_);
+        return *this;
+    }
+    friend bool operator==(const CReader& a, const CReader& b) { return a.position_ == b.position_; }
+    friend bool operator!=(const CReader& a, const CReader& b) { return !(a == b); }
+
+private:
+    const char* position_;
+    const char* begin_;
+    std::size_t* read_;
+};
+
+bool IsEscaped(const std::string& text, std::size_t quote) {
+    std::size_t backslashes = 0;
+    while (backslashes < quote && text[quote - 1 - backslashes] == '\\')
+        ++backslashes;
+    return backslashes % 2 != 0;
+}
+
+// Of the token that ends before `end`, or one character before where the parser has looked ahead.
+std::size_t BeginningOfToken(const std::string& text, std::size_t end) {
+    const auto isOfWord = [&](std::size_t i) {
+        const auto character = static_cast<unsigned char>(text[i]);
+        return std::isalnum(character) != 0 || character == '-' || character == '+' || character == '.';
+    };
+    std::size_t last = end > 0 ? end - 1 : 0;
+    if (last > 0 && text[last] != '"' && text[last] != '{' && text[last] != '[' && !isOfWord(last))
+        --last;
+    if (text[last] == '"') {
+        do
+            --last;
+        while (last > 0 && (text[last] != '"' || IsEscaped(text, last)));
+        return last;
+    }
+    while (last > 0 && isOfWord(last) && isOfWord(last - 1))
+        --last;
+    return last;
+}
+
+// Follows the parser, since the parsed value no longer shows that a member stood twice, nor where it stood.
+class CFollower {
+public:
+    // `read` is how far the parser has read the text.
+    CFollower(const std::string& text, const std::size_t& read, JsonPositions* positions)
+        : text_(text), read_(read), positions_(positions) {}
+
     bool operator()(json::parse_event_t event, const json& parsed) {
         switch (event) {
         case json::parse_event_t::object_start:
@@ -61,26 +123,32 @@ private:
     }
 
     void beginEntry() {
-        if (!open_.empty())
-            ++open_.back().entries;
+        if (open_.empty())
+            return;
+        if (open_.back().isArray)
+            note(next());
+        ++open_.back().entries;
+    }
+
+    // The parser has just read the name or the value of the place.
+    void note(const std::string& place) {
+        if (positions_)
+            (*positions_)[place] = BeginningOfToken(text_, read_); // of a name that stands twice the second
     }
 
     void name(const std::string& name) {
         SOpen& object = open_.back();
         object.current = name;
+        note(MemberPlace(object.place, name));
         if (!object.names.insert(name).second)
             throw CJsonRefusal(MemberPlace(object.place, name), "this member stands twice");
     }
 
+    const std::string& text_;
+    const std::size_t& read_;
+    JsonPositions* const positions_;
     std::vector<SOpen> open_;
 };
-
-std::string LineAndColumn(const std::string& text, std::size_t byte) {
-    const std::string before = text.substr(0, byte > 0 ? byte - 1 : 0);
-    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-    const std::size_t lineStart = before.rfind('\n') + 1; // 0 when there is none
-    return "line " + std::to_string(line) + ", column " + std::to_string(before.size() - lineStart + 1);
-}
 
 // The library's own text, without its number and place.
 std::string ReasonOf(const json::parse_error& error) {
@@ -90,10 +158,17 @@ std::string ReasonOf(const json::parse_error& error) {
     return reason == std::string::npos ? text : text.substr(reason + 2);
 }
 
-std::string NamesOf(const std::vector<CJsonNode::SMember>& members) {
-    std::string names;
+std::string Listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+std::vector<std::string> NamesOf(const std::vector<CJsonNode::SMember>& members) {
+    std::vector<std::string> names;
     for (const CJsonNode::SMember& member : members)
-        names += (names.empty() ? "" : ", ") + std::string(member.name);
+        names.emplace_back(member.name);
     return names;
 }
 
@@ -112,16 +187,32 @@ std::string EntryPlace(const std::string& place, std::size_t index) {
     return place + "[" + std::to_string(index) + "]";
 }
 
-json ParseJson(const std::string& text) {
-    CDuplicateCheck check;
+std::string LineAndColumn(const std::string& text, std::size_t byte) {
+    const std::string before = text.substr(0, byte);
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const std::size_t lineStart = before.rfind('\n') + 1; // 0 when there is none
+    return "line " + std::to_string(line) + ", column " + std::to_string(before.size() - lineStart + 1);
+}
+
+json ParseJson(const std::string& text, JsonPositions* positions) {
+    std::size_t read = 0;
+    CFollower follower(text, read, positions);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
     try {
         return json::parse(
-            text, [&](int, json::parse_event_t event, json& parsed) { return check(event, parsed); });
+            CReader(begin, begin, &read), CReader(end, begin, &read),
+            [&](int, json::parse_event_t event, json& parsed) { return follower(event, parsed); });
     } catch (const json::parse_error& error) {
-        throw CJsonRefusal(LineAndColumn(text, error.byte), ReasonOf(error));
+        throw CJsonRefusal(LineAndColumn(text, error.byte > 0 ? error.byte - 1 : 0), ReasonOf(error));
     } catch (const json::out_of_range&) { // which tells no line
-        throw CJsonRefusal(check.next(), "this number is too large");
+        throw CJsonRefusal(follower.next(), "this number is too large");
     }
+}
+
+void CJsonNode::refuseName(const std::string& reason, const std::string& name,
+                           const std::vector<std::string>& known) const {
+    refuse(reason + "; expected one of " + Listed(known) + DidYouMean(name, known));
 }
 
 std::string CJsonNode::text() const {
@@ -153,7 +244,7 @@ void CJsonNode::object(const std::vector<SMember>& members) const {
         const auto known = std::find_if(members.begin(), members.end(),
                                         [&](const SMember& member) { return name == member.name; });
         if (known == members.end())
-            node.refuse("unknown member; expected one of " + NamesOf(members));
+            node.refuseName("unknown member", name, NamesOf(members));
         known->read(node);
     });
 }
