@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <shared_mutex>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -39,18 +40,50 @@ std::optional<SWatchedExchange> LastThat(const Exchanges& exchanges, Predicate p
 
 } // namespace
 
+// All that there are; each learns of the exchanges with its own device.
+class CExchangeWatch::CRegister {
+public:
+    static CRegister& instance() {
+        static auto* const one = new CRegister; // never destroyed: late threads may still tell
+        return *one;
+    }
+
+    void add(CExchangeWatch& watch) {
+        const std::unique_lock<std::shared_mutex> lock(mutex_);
+        watches_.emplace(watch.address_, &watch);
+    }
+
+    // Returns when nothing is being told to the watch any more.
+    void remove(CExchangeWatch& watch) {
+        const std::unique_lock<std::shared_mutex> lock(mutex_);
+        const auto [begin, end] = watches_.equal_range(watch.address_);
+        watches_.erase(std::find_if(begin, end, [&](const auto& row) { return row.second == &watch; }));
+    }
+
+private:
+    CRegister() {
+        refhost::SetExchangeObserver([this](const SHttpExchange& exchange) { tell(exchange); });
+    }
+
+    void tell(const SHttpExchange& exchange) {
+        const std::shared_lock<std::shared_mutex> lock(mutex_);
+        const auto [begin, end] = watches_.equal_range(exchange.address);
+        std::for_each(begin, end, [&](const auto& row) { row.second->note(exchange); });
+    }
+
+    std::shared_mutex mutex_;                             // guards what follows
+    std::multimap<std::string, CExchangeWatch*> watches_; // by address
+};
+
 CExchangeWatch::CExchangeWatch(const std::string& address) : address_(refhost::ToldAddress(address)) {
-    refhost::SetExchangeObserver([this](const SHttpExchange& exchange) { note(exchange); });
+    CRegister::instance().add(*this);
 }
 
 CExchangeWatch::~CExchangeWatch() {
-    refhost::SetExchangeObserver({});
+    CRegister::instance().remove(*this);
 }
 
 void CExchangeWatch::note(const SHttpExchange& exchange) {
-    // Queries of an earlier device may still be ending.
-    if (exchange.address != address_)
-        return;
     SWatchedExchange watched{exchange, FaultOfReply(exchange), ""};
     if (IsOfSettings(watched) && !watched.isFailed())
         watched.missingSetting = MissingSetting(exchange.reply);

@@ -31,7 +31,7 @@ struct SWatchedExchange : SHttpExchange {
 };
 
 // Remembers the latest HTTP exchanges with one device, so that the program can tell what was asked when
-// something fails. One at a time in the process. Callable from any thread.
+// something fails. Callable from any thread.
 class CExchangeWatch {
 public:
     explicit CExchangeWatch(const std::string& address);
@@ -65,6 +65,8 @@ public:
     std::vector<SWatchedExchange> takeFailing();
 
 private:
+    class CRegister;
+
     void note(const SHttpExchange& exchange);
     std::optional<SWatchedExchange> failed(bool (*isWanted)(const SWatchedExchange& exchange)) const;
 

@@ -63,8 +63,13 @@ ordered_json CDrift::read(const std::string& file) {
     return wish;
 }
 
-Texts CDrift::between(const ordered_json& wish) const {
-    Texts differences;
+std::string SDifference::text() const {
+    return of + "." + field + " is " + (camera.empty() ? "not told" : camera) + ", and is wanted to be " +
+           wanted;
+}
+
+std::vector<SDifference> CDrift::between(const ordered_json& wish) const {
+    std::vector<SDifference> differences;
     for (const ordered_json& stream : wish.value(Streams, ordered_json::array())) {
         if (!stream.is_object() || !stream.contains("stream") || !stream.contains("record"))
             Refuse("a stream: expected {\"stream\": \"CHANNEL,CODEC,STREAM\", \"record\": {...}}");
@@ -76,7 +81,8 @@ Texts CDrift::between(const ordered_json& wish) const {
 
 // The wish goes to the camera's values and back, as it would if it were set: what the camera rounds is the
 // same.
-void CDrift::compareStream(const std::string& id, const ordered_json& record, Texts& differences) const {
+void CDrift::compareStream(const std::string& id, const ordered_json& record,
+                           std::vector<SDifference>& differences) const {
     const auto camera = ask_("getVideoCodecParameters", {id});
     if (!camera)
         Refuse("\"" + id + "\" is no stream of the camera");
@@ -92,13 +98,11 @@ void CDrift::compareStream(const std::string& id, const ordered_json& record, Te
         const auto is = now.find(field);
         const std::string current = is == now.end() ? "" : is->second;
         if (accepted[field] != current && TextOf(value) != current)
-            differences.push_back("streams." + id + "." + field + " is " +
-                                  (current.empty() ? "not told" : current) + ", and is wanted to be " +
-                                  TextOf(value));
+            differences.push_back({"streams." + id, field, TextOf(value), current});
     }
 }
 
-void CDrift::compareAdjustments(const ordered_json& wish, Texts& differences) const {
+void CDrift::compareAdjustments(const ordered_json& wish, std::vector<SDifference>& differences) const {
     if (wish.empty())
         return;
     CAdjustments adjustments(ask_, model_, 0);
@@ -110,9 +114,7 @@ void CDrift::compareAdjustments(const ordered_json& wish, Texts& differences) co
         const SAdjustmentReading reading = adjustments.read(*info);
         const std::string wanted = TextOf(value);
         if (!IsSameAdjustment(*info, wanted, reading.current))
-            differences.push_back("adjustments." + name + " is " +
-                                  (reading.current.empty() ? "not told" : reading.current) +
-                                  ", and is wanted to be " + wanted);
+            differences.push_back({"adjustments", name, wanted, reading.current});
     }
 }
 

@@ -258,7 +258,9 @@ SFinding CExamination::drift() {
     const CDrift drift(*session_.model(), [this](const std::string& operation, const Texts& arguments) {
         return call(operation, arguments);
     });
-    const Texts differences = drift.between(*plan_.record);
+    Texts differences;
+    for (const SDifference& difference : drift.between(*plan_.record))
+        differences.push_back(difference.text());
     if (differences.empty())
         return Sound("as the record wants it");
     SDiagnosis problem;

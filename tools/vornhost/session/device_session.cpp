@@ -48,6 +48,22 @@ std::string FamilyOfModel(const SOptions& options, const CVornModelList& models)
     return model->family;
 }
 
+// Of the listed number that the reported one, which has a prefix, ends with; empty when there is none.
+std::string FamilyOfReported(const CVornModelList& models, const std::string& reported) {
+    const auto endsWith = [&reported](const std::string& number) {
+        return reported.size() >= number.size() &&
+               reported.compare(reported.size() - number.size(), number.size(), number) == 0;
+    };
+    std::string family;
+    std::size_t longest = 0;
+    for (const auto& [number, model] : models.getModels())
+        if (number.size() > longest && endsWith(number)) {
+            longest = number.size();
+            family = model.family;
+        }
+    return family;
+}
+
 bool BeginsWith(const std::string& text, const std::string& beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
 }
@@ -88,14 +104,26 @@ bool RestsOnSettings(const std::string& operation) {
 
 } // namespace
 
+SRecorder::SRecorder(const SOptions& options)
+    : plugin(std::make_shared<CLoadedPlugin>(options)), database(OpenDatabase(options)) {}
+
+// In this order, which is that of what is told when several are wrong.
 CDeviceSession::CDeviceSession(const SOptions& options, const std::string& address)
+    : CDeviceSession(
+          options, SParts{CheckedAddress(address), CCredentials::fromOptions(options), SRecorder(options)}) {}
+
+CDeviceSession::CDeviceSession(const SRecorder& recorder, const SOptions& options, CCredentials credentials,
+                               const std::string& address)
+    : CDeviceSession(options, SParts{CheckedAddress(address), std::move(credentials), recorder}) {}
+
+CDeviceSession::CDeviceSession(const SOptions& options, SParts parts)
     : options_(options),
-      address_(CheckedAddress(address)),
-      credentials_(CCredentials::fromOptions(options)),
-      plugin_(std::make_shared<CLoadedPlugin>(options)),
-      database_(OpenDatabase(options)),
-      context_(new refhost::CDeviceContext(address, CAuthentication(), database_)),
-      exchanges_(address),
+      address_(std::move(parts.address)),
+      credentials_(std::move(parts.credentials)),
+      plugin_(std::move(parts.recorder.plugin)),
+      database_(std::move(parts.recorder.database)),
+      context_(new refhost::CDeviceContext(address_, CAuthentication(), database_)),
+      exchanges_(address_),
       familyName_(FamilyOfModel(options, *plugin_->models())) {
     applyCredentials();
     makeCamera();
@@ -141,6 +169,35 @@ std::optional<SDiagnosis> CDeviceSession::identify() {
         return found.failure;
     takeFamily(found.device->getFamilyName(), found.device->getSerialNumber().str());
     return std::nullopt;
+}
+
+std::optional<SDiagnosis> CDeviceSession::askIdentity() {
+    const auto ask = [this](const device_handler::v1_0::SDeviceQuery& query, const CAuthentication& as,
+                            std::string& value) {
+        return CVornCamera::getCamSingleValue(address_, query.url, as.getUsername(), as.getPassword(), value,
+                                              query.delimiters, query.authScheme);
+    };
+    CError error(RtnCode::NotSet, Origin::General, "the model list has no family");
+    for (const SFamily& family : plugin_->models()->getFamilies()) {
+        const auto query = plugin_->models()->getQueryDevice(family.name);
+        const CAuthentication as = credentials_.forFamily(&family);
+        if (!as.isSet()) {
+            error = {RtnCode::NotSet, Origin::General, "no credentials"};
+            continue;
+        }
+        std::string number;
+        std::string serialNumber;
+        error = ask(query.modelNumber, as, number);
+        if (error || number.empty())
+            continue;
+        error = ask(query.serialNumber, as, serialNumber);
+        if (error)
+            continue;
+        const std::string listed = FamilyOfReported(*plugin_->models(), number);
+        takeFamily(listed.empty() ? family.name : listed, serialNumber);
+        return std::nullopt;
+    }
+    return Diagnose(Occasion::Identification, error, exchanges_);
 }
 
 CAuthentication CDeviceSession::firstAuthentication() const {

@@ -19,12 +19,27 @@
 
 namespace corvane::vornhost {
 
+// What the sessions of one program have in common: the plug-in with its model list, and the recorder's
+// database.
+struct SRecorder {
+    // Throws CFailure.
+    explicit SRecorder(const SOptions& options);
+    SRecorder(std::shared_ptr<CLoadedPlugin> loaded, std::shared_ptr<refhost::CDeviceDb> opened)
+        : plugin(std::move(loaded)), database(std::move(opened)) {}
+
+    std::shared_ptr<CLoadedPlugin> plugin;
+    std::shared_ptr<refhost::CDeviceDb> database;
+};
+
 // One device as the recorder keeps it: its record, its context, its camera object and PTZ controller, and the
 // operations of these and of the handler. Belongs to one thread; the operations may be called as host/ says.
 class CDeviceSession {
 public:
     // Makes the camera object; no traffic. Throws CFailure.
     CDeviceSession(const SOptions& options, const std::string& address);
+    // Of one of the recorder's many devices.
+    CDeviceSession(const SRecorder& recorder, const SOptions& options, CCredentials credentials,
+                   const std::string& address);
     ~CDeviceSession();
     CDeviceSession(const CDeviceSession&) = delete;
     CDeviceSession& operator=(const CDeviceSession&) = delete;
@@ -35,6 +50,10 @@ public:
     // The two steps of start().
     std::optional<SDiagnosis> learnFamily();
     std::optional<SDiagnosis> initialize();
+
+    // In place of learnFamily(), for one of many: asks the device itself what the model list says, past the
+    // plug-in, which asks one device at a time in a process.
+    std::optional<SDiagnosis> askIdentity();
 
     // Asks the device for its identity even when the database has its family already.
     void alwaysIdentify() { alwaysIdentify_ = true; }
@@ -80,6 +99,13 @@ public:
     const std::string& serialNumber() const { return serialNumber_; }
 
 private:
+    struct SParts {
+        std::string address;
+        CCredentials credentials;
+        SRecorder recorder;
+    };
+
+    CDeviceSession(const SOptions& options, SParts parts);
     std::string anyFamily() const;
     std::optional<SDiagnosis> identify();
     void takeFamily(const std::string& familyName, const std::string& serialNumber);

@@ -45,5 +45,6 @@ std::unique_ptr<IVerb> MakeImageVerb();
 std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
 std::unique_ptr<IVerb> MakeElementVerb();
+std::unique_ptr<IVerb> MakeSiteVerb();
 
 } // namespace corvane::vornhost

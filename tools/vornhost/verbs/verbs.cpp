@@ -17,6 +17,7 @@ const std::vector<SVerb>& Verbs() {
         {"models", "What the model list holds", MakeModelsVerb},
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
         {"element", "The plug-in's GStreamer element with its properties", MakeElementVerb},
+        {"site", "All cameras of a place, as one file describes them", MakeSiteVerb},
     };
     return verbs;
 }

@@ -1,0 +1,163 @@
+#include "tests/vornhost/vornhost_support.h"
+
+namespace corvane::vornhost_test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// A site of three of a simulator's cameras, and one that is not there.
+class Site : public testing::Test {
+protected:
+    Site() {
+        folder_.file("password", "12345\n");
+        std::filesystem::permissions(folder_.file("password"), std::filesystem::perms::owner_read);
+        const auto& addresses = camsim_.addresses();
+        site_ = {{"credentials", {{"yard", {{"user", "admin"}, {"passwordFile", "password"}}}}},
+                 {"defaults", {{"credentials", "yard"}}},
+                 {"cameras",
+                  {{{"name", "gate"}, {"address", addresses[0]}, {"model", "D850"}, {"tags", {"outside"}}},
+                   {{"name", "hall"}, {"address", addresses[1]}},
+                   {{"name", "desk"}, {"address", addresses[2]}, {"tags", {"outside"}}},
+                   {{"name", "gone"}, {"address", "127.0.0.1:9"}, {"model", "F320"}}}}};
+    }
+
+    json& camera(std::size_t place) { return site_["cameras"][place]; }
+    static json wish(const std::string& resolution) {
+        return {{{"stream", "0,h264,0"}, {"record", {{"resolution", resolution}}}}};
+    }
+
+    SRun run(const std::string& verb, const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> arguments{"site", verb, folder_.file("site.json", site_.dump())};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Vornhost(arguments);
+    }
+
+    // The lines of the cameras by their names; the summary's is "".
+    std::map<std::string, json> lines(const std::string& verb, int status,
+                                      std::vector<std::string> more = {}) const {
+        more.emplace_back("--json");
+        const SRun ended = run(verb, more);
+        EXPECT_EQ(ended.status, status) << ended.out << ended.err;
+        EXPECT_THAT(ended.err, IsEmpty());
+        std::map<std::string, json> byName;
+        for (const json& line : JsonLines(ended.out))
+            byName[line.value("name", "")] = line;
+        return byName;
+    }
+
+    const CTemporaryFolder folder_;
+    const CCamsim camsim_{
+        {"--count", "3", "--model", "D850", "--model", "GXE500", "--model", "L115", "--no-rtsp"}};
+    json site_;
+};
+
+TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
+    camera(0)["streams"] = wish("640x360");
+    camera(0)["adjustments"] = {{"brightness", "60"}};
+    camera(1)["adjustments"] = {{"brightness", "50"}};
+    const auto told = lines("check", 1);
+    ASSERT_EQ(told.size(), 5U);
+    EXPECT_EQ(told.at("gate").at("state"), "differs");
+    EXPECT_EQ(told.at("gate").at("address"), camsim_.address());
+    EXPECT_EQ(told.at("gate").at("differences"),
+              (json{{{"of", "stream 0,h264,0"},
+                     {"field", "resolution"},
+                     {"wanted", "640x360"},
+                     {"camera", "1280x720"}},
+                    {{"of", "adjustments"}, {"field", "brightness"}, {"wanted", "60"}, {"camera", "50"}}}));
+    EXPECT_EQ(told.at("hall").at("state"), "same");
+    EXPECT_EQ(told.at("desk").at("state"), "same");
+    EXPECT_EQ(told.at("gone").at("problem").at("cause"), "refused");
+    json summary = told.at("");
+    summary.erase("ms");
+    EXPECT_EQ(summary, (json{{"summary", true},
+                             {"cameras", 4},
+                             {"same", 2},
+                             {"differs", 1},
+                             {"changed", 0},
+                             {"notAccepted", 0},
+                             {"fault", 1},
+                             {"ignored", 0}}));
+    for (const json& request : camsim_.get("/requests").at("requests"))
+        EXPECT_TRUE(request.at("method") == "GET" &&
+                    request.at("path").get<std::string>().find("/set_") == std::string::npos)
+            << request;
+
+    const SRun forEyes = run("check");
+    EXPECT_EQ(forEyes.status, 1);
+    EXPECT_LT(forEyes.out.find("gone"), forEyes.out.find("gate")) << forEyes.out; // worst first
+    EXPECT_THAT(forEyes.out,
+                AllOf(Not(HasSubstr("hall")), HasSubstr("4 cameras, 2 same, 1 differs, 1 fault")));
+}
+
+TEST_F(Site, WhatIsIgnoredCountsAgainFromItsDayOn) {
+    camera(0)["adjustments"] = {{"brightness", "60"}};
+    camera(2)["adjustments"] = {{"brightness", "60"}};
+    const json ignore = {{"of", "adjustments.brightness"}, {"reason", "night"}, {"until", "2999-01-01"}};
+    camera(0)["ignore"] = {ignore};
+    camera(2)["ignore"] = {ignore};
+    camera(2)["ignore"][0]["until"] = "2020-01-01";
+    const auto told = lines("check", 1, {"--only", "gate", "--only", "d?sk"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told.at("gate").at("state"), "same");
+    EXPECT_EQ(told.at("desk").at("state"), "differs");
+    EXPECT_EQ(told.at("").at("ignored"), 1);
+    EXPECT_EQ(lines("check", 0, {"--only", "gate"}).at("").at("same"), 1);
+}
+
+TEST_F(Site, ACameraWithAnotherSerialNumberIsAskedNothingMore) {
+    const json cameras = camsim_.get("/cameras").at("cameras");
+    camera(0)["serialNumber"] = cameras[0].at("serial");
+    camera(2)["serialNumber"] = cameras[1].at("serial");
+    camera(2)["streams"] = wish("640x480");
+    const auto told = lines("check", 1, {"--only", "tag:outside"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told.at("gate").at("state"), "same");
+    EXPECT_EQ(told.at("desk").at("problem").at("cause"), "not-a-camera");
+    EXPECT_EQ(told.at("desk").at("problem").at("answered"),
+              "serial number " + cameras[2].at("serial").get<std::string>());
+    for (const json& request : camsim_.get("/requests?camera=2").at("requests"))
+        EXPECT_THAT(request.at("path").get<std::string>(), HasSubstr("/cgi-bin/getinfo"));
+}
+
+TEST_F(Site, ListHasALineForEachCameraInTheFilesOrder) {
+    const SRun ended = run("list");
+    EXPECT_EQ(ended.status, 1);
+    std::size_t from = 0;
+    for (const char* row :
+         {"gate", "PX-D850", "2.10", "hall", "GXE500", "desk", "PX-L115", "gone", "refused"}) {
+        const std::size_t found = ended.out.find(row, from);
+        ASSERT_NE(found, std::string::npos) << row << ended.out;
+        from = found;
+    }
+    EXPECT_EQ(lines("list", 1).at("desk").at("firmware"), "1.33");
+}
+
+TEST_F(Site, AFaultOfOneIsItsOwn) {
+    for (std::size_t place : {0U, 1U, 2U})
+        camera(place)["adjustments"] = {{"brightness", "50"}};
+    camsim_.post("/faults",
+                 {{"path", "/cgi-bin/get_capability"}, {"kind", "status"}, {"status", 503}, {"camera", 1}});
+    const auto told = lines("check", 1);
+    EXPECT_EQ(told.at("hall").at("problem").at("cause"), "busy") << told.at("hall");
+    EXPECT_EQ(told.at("gate").at("state"), "same");
+    EXPECT_EQ(told.at("desk").at("state"), "same");
+}
+
+TEST_F(Site, WrongFilesAndChoicesAreRefusedBeforeAnybodyIsAsked) {
+    EXPECT_THAT(run("check", {"--only", "nobody"}).err, HasSubstr("--only chooses no camera of the site"));
+    site_["cameras"][0]["adress"] = "x";
+    const SRun refused = run("check", {"--json"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(JsonLines(refused.out).at(0).at("problem").at("cause"), "wrong-file");
+    EXPECT_THAT(refused.err,
+                AllOf(HasSubstr("line 1, column "), HasSubstr("cameras[0].adress: unknown member"),
+                      HasSubstr("did you mean address?")));
+    EXPECT_THAT(camsim_.requestedPaths(), IsEmpty());
+}
+
+} // namespace
+} // namespace corvane::vornhost_test
