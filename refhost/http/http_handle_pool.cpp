@@ -51,8 +51,9 @@ void CHttpHandlePool::giveBack(const SHttpPeer& peer, CCurlHandle handle) {
     // Closed after the lock is let go.
     IdleList removed;
     const std::lock_guard<std::mutex> lock(mutex_);
-    idle_.push_front({peer, std::move(handle)});
     auto& ofDevice = byAddress_[peer.address];
+    ofDevice.reserve(ofDevice.size() + 1); // whatever finds no memory, both know the handle or neither
+    idle_.push_front({peer, std::move(handle)});
     ofDevice.push_back(idle_.begin());
     if (ofDevice.size() > MostIdlePerDevice)
         remove(ofDevice.front(), removed);
