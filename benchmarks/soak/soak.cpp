@@ -1,161 +1,131 @@
-// vorn_soak: event streams of many cameras that fail at random, each built anew when it has ended or
-// fallen silent, as a recorder does. What the process uses must not grow: it is measured whenever all cameras
-// have been left in peace and every stream plays, at the start, at each tenth of the time, and at the end.
+// vorn_soak: cameras of all models that are read, written, moved and watched, while faults come and go. It
+// checks that
+//
+// - no reader waits for more than two dumps of a camera's settings,
+// - no command is carried out twice,
+// - every callback comes once, and in order,
+// - while a camera has no faults, everything succeeds, and each level change comes as one event and no other,
+// - what the process uses does not grow from the first tenth of the time on.
 //
 // scripts/soak starts the simulated cameras.
 
-#include "benchmarks/environment.h"
-#include "benchmarks/event_stream.h"
-#include "benchmarks/process_use.h"
+#include "benchmarks/soak/crowd.h"
+#include "benchmarks/soak/growth.h"
+#include "benchmarks/soak/soaked_camera.h"
 #include "benchmarks/stopwatch.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <gst/gst.h>
-#include <malloc.h>
 
 #include <cstdio>
 #include <iostream>
-#include <random>
-#include <thread>
-#include <vector>
 
 namespace {
 
 using namespace corvane::bench;
 using nlohmann::json;
 
-constexpr const char* MonitorRequest = "/cgi-bin/get_io?mode=monitor";
-constexpr std::chrono::milliseconds BetweenFaults{100};
-constexpr std::chrono::seconds LongestSilence{5}; // a camera's first reply is waited for without a limit
 constexpr int Tenths = 10;
-constexpr int WarmUpTenths = 5;        // in which the allocator's and the HTTP client's pools fill
-constexpr double LargestGrowth = 0.05; // of memory and descriptors, from then on; of threads none
+constexpr int Readers = 4;
+constexpr std::chrono::milliseconds BetweenReads{2};
+constexpr double DescriptorsOfAKeptConnection = 3;
+
+std::vector<SSimulatedCamera> ListCameras(const CSimulatedCameras& cameras) {
+    std::vector<SSimulatedCamera> list;
+    const json listed = json::parse(cameras.control("GET", "/cameras", ""));
+    for (const json& camera : listed.at("cameras"))
+        list.push_back({list.size(), cameras.addresses()[list.size()], camera.at("model"),
+                        camera.contains("position") && camera.at("position").contains("pan"),
+                        camera.contains("inputs")});
+    return list;
+}
 
 class CSoak {
 public:
-    CSoak(CEnvironment& environment, int count) : cameras_(environment.cameras()) {
-        for (int i = 0; i < count; ++i) {
-            const std::string address = cameras_.takeFresh();
-            objects_.push_back(environment.bringUp(environment.makeContext(address), address));
-        }
-        streams_.resize(objects_.size());
+    CSoak(CEnvironment& environment, unsigned seed) : simulator_(environment.cameras()) {
+        g_thread_pool_set_max_unused_threads(0); // GLib keeps some for later streams, now more, now less
+        for (const SSimulatedCamera& camera : ListCameras(simulator_))
+            cameras_.push_back(std::make_unique<CSoakedCamera>(
+                environment, camera, seed + static_cast<unsigned>(camera.number), findings_));
     }
 
-    // Whether nothing has grown.
+    // Whether all is as it should be.
     bool run(double seconds) {
+        std::printf("%8s %8s %12s %12s %8s %8s %9s %8s\n", "seconds", "threads", "descriptors",
+                    "resident KiB", "rounds", "commands", "levels", "findings");
         const CStopwatch watch;
-        g_thread_pool_set_max_unused_threads(0); // GLib keeps some for later streams, now more, now less
-        std::printf("%8s %8s %12s %12s %8s %8s %10s\n", "seconds", "threads", "descriptors", "resident KiB",
-                    "faults", "rebuilt", "events");
-        (void)std::fflush(stdout);
-        measure(watch.seconds());
-        SProcessUse warm{};
-        SProcessUse use{};
-        for (int tenth = 1; tenth <= Tenths; ++tenth) {
-            const double end = watch.seconds() + seconds / Tenths;
-            while (watch.seconds() < end) {
-                harm();
-                rebuildEnded();
-                std::this_thread::sleep_for(BetweenFaults); // the pace of the faults
+        CGrowth growth(DescriptorsOfAKeptConnection * static_cast<double>(cameras_.size()));
+        {
+            CCrowd crowd;
+            for (const auto& camera : cameras_)
+                crowd.add([this, &camera] { live(*camera); });
+            for (unsigned reader = 0; reader < Readers; ++reader)
+                crowd.add([this, random = std::mt19937(reader)]() mutable {
+                    cameras_[random() % cameras_.size()]->read();
+                    std::this_thread::sleep_for(BetweenReads); // a reader among others
+                });
+            for (int tenth = 1; tenth <= Tenths; ++tenth) {
+                std::this_thread::sleep_for(std::chrono::duration<double>(seconds / Tenths));
+                crowd.halt();
+                changePassword(tenth);
+                tell(watch.seconds(), growth.measure());
+                crowd.goOn();
             }
-            use = measure(watch.seconds());
-            if (tenth == WarmUpTenths)
-                warm = use;
         }
-        return use.threads <= warm.threads && use.descriptors <= warm.descriptors * (1 + LargestGrowth) &&
-               use.residentBytes <= warm.residentBytes * (1 + LargestGrowth);
+        growth.check("this process", findings_);
+        return findings_.count() == 0;
     }
 
 private:
-    int pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
-
-    void harm() {
-        static const json kinds[] = {
-            {{"kind", "silence"}},
-            {{"kind", "close"}, {"ms", 50}},
-            {{"kind", "cut"}, {"ms", 20}},
-            {{"kind", "reset"}, {"ms", 20}},
-            {{"kind", "split"}},
-            {{"kind", "wrongcase"}},
-            {{"kind", "status"},
-             {"status", 401},
-             {"body", "<html>who are you?</html>"},
-             {"unauthorized", true}},
-            {{"kind", "status"}, {"status", 500}},
-            {{"kind", "drop"}},
-            {{"kind", "stall"}, {"ms", 3000}},
-            {{"kind", "garbage"}},
-            {{"kind", "body"}, {"size", 1000000}},
-        };
-        const int camera = pick(static_cast<int>(objects_.size()));
-        json fault = kinds[pick(static_cast<int>(std::size(kinds)))];
-        fault.update({{"path", MonitorRequest}, {"camera", camera}, {"count", 1 + pick(3)}});
-        cameras_.control("POST", "/faults", fault.dump());
-        ++faults_;
-        const int other = pick(static_cast<int>(objects_.size()));
-        if (pick(20) == 0)
-            cameras_.control("POST", "/cameras/" + std::to_string(other) + "/reboot", "{}");
-        else
-            cameras_.control("PATCH", "/cameras/" + std::to_string(other) + "/inputs",
-                             json{{"1", pick(2) == 0 ? "Low" : "High"}}.dump());
+    void live(CSoakedCamera& camera) {
+        contain([&] { camera.rounds() % 2 == 0 ? camera.liveInPeace() : camera.liveWithFaults(); });
     }
 
-    void rebuildEnded() {
-        for (std::size_t i = 0; i < streams_.size(); ++i) {
-            if (streams_[i] && !streams_[i]->hasEnded() && streams_[i]->silence() < LongestSilence)
-                continue;
-            rebuilt_ += streams_[i] ? 1 : 0;
-            events_ += streams_[i] ? streams_[i]->states() : 0;
-            streams_[i].reset();
-            streams_[i] = std::make_unique<CEventStream>(*objects_[i]);
+    void changePassword(int number) {
+        const std::string password = "password " + std::to_string(number);
+        simulator_.control("PATCH", "/authentication", json{{"password", password}}.dump());
+        for (const auto& camera : cameras_)
+            contain([&] { camera->changePassword(password); });
+    }
+
+    void contain(const std::function<void()>& act) {
+        try {
+            act();
+        } catch (const std::exception& failure) {
+            findings_.add("a round", failure.what());
         }
     }
 
-    // Until every stream has lived through a silence that was set before the faults ended.
-    void settle() {
-        cameras_.control("DELETE", "/faults", "");
-        const CStopwatch watch;
-        while (watch.seconds() < 20) {
-            rebuildEnded();
-            std::this_thread::sleep_for(BetweenFaults); // the silences that were set last 16 s
+    void tell(double seconds, const SProcessUse& use) const {
+        int rounds = 0;
+        std::uint64_t commands = 0, levels = 0;
+        for (const auto& camera : cameras_) {
+            rounds += camera->rounds();
+            commands += camera->commands();
+            levels += camera->levelChanges();
         }
-        for (const auto& stream : streams_)
-            stream->waitForAny();
-    }
-
-    SProcessUse measure(double seconds) {
-        settle();
-        malloc_trim(0);
-        const SProcessUse use = ProcessUse();
-        std::uint64_t events = events_;
-        for (const auto& stream : streams_)
-            events += stream->states();
-        std::printf("%8.0f %8.0f %12.0f %12.0f %8d %8d %10llu\n", seconds, use.threads, use.descriptors,
-                    use.residentBytes / 1024, faults_, rebuilt_, static_cast<unsigned long long>(events));
+        std::printf("%8.0f %8.0f %12.0f %12.0f %8d %8llu %9llu %8d\n", seconds, use.threads, use.descriptors,
+                    use.residentBytes / 1024, rounds, static_cast<unsigned long long>(commands),
+                    static_cast<unsigned long long>(levels), findings_.count());
         (void)std::fflush(stdout);
-        return use;
     }
 
-    CSimulatedCameras& cameras_;
-    std::vector<boost::shared_ptr<corvane::vorn_camera_base::v1_0::CVornCamera>> objects_;
-    std::vector<std::unique_ptr<CEventStream>> streams_;
-    std::mt19937 random_{1};
-    int faults_ = 0;
-    int rebuilt_ = 0;
-    std::uint64_t events_ = 0;
+    CSimulatedCameras& simulator_;
+    CFindings findings_;
+    std::vector<std::unique_ptr<CSoakedCamera>> cameras_;
 };
 
 } // namespace
 
 int main(int argc, char** argv) {
     double seconds = 3600;
-    int count = 100;
+    unsigned seed = 1;
     std::string plugin, models, simulator;
-    CLI::App app("Event streams of many cameras that fail at random, and what the process uses meanwhile");
+    CLI::App app("Cameras that are used while faults come and go, and whether all stays as it should");
     app.add_option("--seconds", seconds, "How long")->capture_default_str();
-    app.add_option("--cameras", count, "How many cameras")->capture_default_str();
+    app.add_option("--seed", seed, "Of what is done, and of the faults")->capture_default_str();
     app.add_option("--plugin", plugin, "The plug-in's shared library")->required();
     app.add_option("--models", models, "The model list")->required();
     app.add_option("--simulator", simulator, "File with the ready line of the camera simulator")->required();
@@ -163,9 +133,7 @@ int main(int argc, char** argv) {
     try {
         constexpr bool IsQuick = false;
         CEnvironment environment(IsQuick, plugin, models, simulator);
-        if (CSoak(environment, count).run(seconds))
-            return 0;
-        std::cerr << "vorn_soak: the process has grown\n";
+        return CSoak(environment, seed).run(seconds) ? 0 : 1;
     } catch (const std::exception& failure) {
         std::cerr << "vorn_soak: " << failure.what() << "\n";
     }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "benchmarks/process_use.h"
+#include "benchmarks/soak/findings.h"
+
+#include <optional>
+#include <string>
+
+namespace corvane::bench {
+
+// What this process uses, from when it has warmed up on. It must not grow.
+class CGrowth {
+public:
+    // `slackDescriptors`: as many may be open or not, as kept connections come and go.
+    explicit CGrowth(double slackDescriptors) : slackDescriptors_(slackDescriptors) {}
+
+    // At rest. The first time is what the others are held against.
+    SProcessUse measure();
+    // Whether the last was more than the first; `where` is for findings.
+    void check(const std::string& where, CFindings& findings) const;
+
+private:
+    const double slackDescriptors_;
+    std::optional<SProcessUse> first_;
+    SProcessUse last_{};
+};
+
+} // namespace corvane::bench
