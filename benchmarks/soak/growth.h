@@ -11,8 +11,12 @@ namespace corvane::bench {
 // What this process uses, from when it has warmed up on. It must not grow.
 class CGrowth {
 public:
-    // `slackDescriptors`: as many may be open or not, as kept connections come and go.
-    explicit CGrowth(double slackDescriptors) : slackDescriptors_(slackDescriptors) {}
+    // As much may be in use or not, as kept connections and the allocator's pools come and go.
+    struct SSlack {
+        double descriptors;
+        double bytes;
+    };
+    explicit CGrowth(const SSlack& slack) : slack_(slack) {}
 
     // At rest. The first time is what the others are held against.
     SProcessUse measure();
@@ -20,7 +24,7 @@ public:
     void check(const std::string& where, CFindings& findings) const;
 
 private:
-    const double slackDescriptors_;
+    const SSlack slack_;
     std::optional<SProcessUse> first_;
     SProcessUse last_{};
 };

@@ -30,7 +30,10 @@ using nlohmann::json;
 constexpr int Tenths = 10;
 constexpr int Readers = 4;
 constexpr std::chrono::milliseconds BetweenReads{2};
-constexpr double DescriptorsOfAKeptConnection = 3;
+// A kept connection, and what is read from it.
+constexpr double SlackDescriptorsOfCamera = 3;
+constexpr double SlackBytesOfCamera = 40'000;
+constexpr double SlackBytes = 4'000'000;
 
 std::vector<SSimulatedCamera> ListCameras(const CSimulatedCameras& cameras) {
     std::vector<SSimulatedCamera> list;
@@ -56,7 +59,8 @@ public:
         std::printf("%8s %8s %12s %12s %8s %8s %9s %8s\n", "seconds", "threads", "descriptors",
                     "resident KiB", "rounds", "commands", "levels", "findings");
         const CStopwatch watch;
-        CGrowth growth(DescriptorsOfAKeptConnection * static_cast<double>(cameras_.size()));
+        const auto count = static_cast<double>(cameras_.size());
+        CGrowth growth({SlackDescriptorsOfCamera * count, SlackBytes + SlackBytesOfCamera * count});
         {
             CCrowd crowd;
             for (const auto& camera : cameras_)
