@@ -56,8 +56,8 @@ public:
 
     // Whether all is as it should be.
     bool run(double seconds) {
-        std::printf("%8s %8s %12s %12s %8s %8s %9s %8s\n", "seconds", "threads", "descriptors",
-                    "resident KiB", "rounds", "commands", "levels", "findings");
+        std::printf("%8s %8s %12s %12s %9s %8s %8s %9s %8s\n", "seconds", "threads", "descriptors",
+                    "resident KiB", "heap KiB", "rounds", "commands", "levels", "findings");
         const CStopwatch watch;
         const auto count = static_cast<double>(cameras_.size());
         CGrowth growth({SlackDescriptorsOfCamera * count, SlackBytes + SlackBytesOfCamera * count});
@@ -110,9 +110,10 @@ private:
             commands += camera->commands();
             levels += camera->levelChanges();
         }
-        std::printf("%8.0f %8.0f %12.0f %12.0f %8d %8llu %9llu %8d\n", seconds, use.threads, use.descriptors,
-                    use.residentBytes / 1024, rounds, static_cast<unsigned long long>(commands),
-                    static_cast<unsigned long long>(levels), findings_.count());
+        std::printf("%8.0f %8.0f %12.0f %12.0f %9.0f %8d %8llu %9llu %8d\n", seconds, use.threads,
+                    use.descriptors, use.residentBytes / 1024, use.heapBytes / 1024, rounds,
+                    static_cast<unsigned long long>(commands), static_cast<unsigned long long>(levels),
+                    findings_.count());
         (void)std::fflush(stdout);
     }
 
