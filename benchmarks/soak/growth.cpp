@@ -39,9 +39,11 @@ void CGrowth::check(const std::string& where, CFindings& findings) const {
     };
     check("threads", first_->threads, last_.threads, first_->threads);
     check("descriptors", first_->descriptors, last_.descriptors, first_->descriptors + slack_.descriptors);
-    if (IsMemoryOurs)
-        check("resident memory", first_->residentBytes, last_.residentBytes,
-              first_->residentBytes + slack_.bytes);
+    if (!IsMemoryOurs)
+        return;
+    check("heap", first_->heapBytes, last_.heapBytes, first_->heapBytes + slack_.heapBytes);
+    check("resident memory", first_->residentBytes, last_.residentBytes,
+          first_->residentBytes + slack_.residentBytes);
 }
 
 } // namespace corvane::bench

@@ -14,7 +14,8 @@ public:
     // As much may be in use or not, as kept connections and the allocator's pools come and go.
     struct SSlack {
         double descriptors;
-        double bytes;
+        double heapBytes;
+        double residentBytes;
     };
     explicit CGrowth(const SSlack& slack) : slack_(slack) {}
 

@@ -30,10 +30,11 @@ using nlohmann::json;
 constexpr int Tenths = 10;
 constexpr int Readers = 4;
 constexpr std::chrono::milliseconds BetweenReads{2};
-// A kept connection, and what is read from it.
-constexpr double SlackDescriptorsOfCamera = 3;
-constexpr double SlackBytesOfCamera = 40'000;
-constexpr double SlackBytes = 4'000'000;
+// A kept connection of each camera, and what is read from it; the allocator's pools.
+CGrowth::SSlack SlackOf(std::size_t cameras) {
+    const auto count = static_cast<double>(cameras);
+    return {3 * count, 200'000 + 20'000 * count, 4'000'000 + 40'000 * count};
+}
 
 std::vector<SSimulatedCamera> ListCameras(const CSimulatedCameras& cameras) {
     std::vector<SSimulatedCamera> list;
@@ -59,8 +60,7 @@ public:
         std::printf("%8s %8s %12s %12s %9s %8s %8s %9s %8s\n", "seconds", "threads", "descriptors",
                     "resident KiB", "heap KiB", "rounds", "commands", "levels", "findings");
         const CStopwatch watch;
-        const auto count = static_cast<double>(cameras_.size());
-        CGrowth growth({SlackDescriptorsOfCamera * count, SlackBytes + SlackBytesOfCamera * count});
+        CGrowth growth(SlackOf(cameras_.size()));
         {
             CCrowd crowd;
             for (const auto& camera : cameras_)
