@@ -19,7 +19,6 @@ using vorn_ptz_controller::v1_0::CPtzController;
 namespace {
 
 constexpr const char* InMemory = "";
-constexpr const char* Model = "D850"; // what ./bench simulates
 
 CAuthentication DefaultCredentials(const CVornModelList& models) {
     if (models.getFamilies().empty())
@@ -49,8 +48,9 @@ boost::shared_ptr<IDeviceContext> CEnvironment::makeContext(const std::string& a
 }
 
 boost::shared_ptr<CVornCamera> CEnvironment::createCamera(boost::shared_ptr<IDeviceContext> context,
-                                                          const std::string& address) const {
-    return plugin_.createCamera(std::move(context), address, modelList_, Model);
+                                                          const std::string& address,
+                                                          const std::string& model) const {
+    return plugin_.createCamera(std::move(context), address, modelList_, model);
 }
 
 boost::shared_ptr<CVornCamera> CEnvironment::bringUp(boost::shared_ptr<IDeviceContext> context,

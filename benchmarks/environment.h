@@ -28,6 +28,8 @@ public:
 // simulated cameras.
 class CEnvironment {
 public:
+    static constexpr const char* UsualModel = "D850"; // what ./bench simulates
+
     // Throws CFailure, or what the framework throws, when a part cannot be had.
     CEnvironment(bool isQuick, const std::string& plugin, const std::string& models,
                  const std::string& simulator);
@@ -50,8 +52,8 @@ public:
 
     // A camera of the plug-in, not yet initialised. The environment must outlive it.
     boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera>
-    createCamera(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context,
-                 const std::string& address) const;
+    createCamera(boost::shared_ptr<device_handler::v1_0::IDeviceContext> context, const std::string& address,
+                 const std::string& model = UsualModel) const;
 
     // Likewise, initialised. Throws CFailure when the camera does not come up.
     boost::shared_ptr<vorn_camera_base::v1_0::CVornCamera>

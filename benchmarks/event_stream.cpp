@@ -21,6 +21,11 @@ CEventStream::CEventStream(vorn_camera_base::v1_0::CVornCamera& camera) {
         throw CFailure("no event stream: " + error.getText());
     controller_.reset(dynamic_cast<CEventStreamController*>(made));
     controller_->setEventObserver([this](const SStreamEvent& event) { take(event); });
+    controller_->setEndObserver([this] {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (++ends_ > 1)
+            disorder_ = "an event stream ended twice";
+    });
     if (const CError error = controller_->start())
         throw CFailure("no event stream: " + error.getText());
 }
@@ -39,6 +44,13 @@ void CEventStream::waitForAny() {
     std::unique_lock<std::mutex> lock(mutex_);
     if (!changed_.wait_for(lock, Patience, [&] { return states_ > 0; }))
         throw CFailure("no event came");
+}
+
+void CEventStream::waitForMore(std::uint64_t states) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::uint64_t enough = states_ + states;
+    if (!changed_.wait_for(lock, Patience, [&] { return states_ >= enough; }))
+        throw CFailure("no more events came");
 }
 
 bool CEventStream::hasEnded() {
@@ -60,6 +72,16 @@ std::uint64_t CEventStream::late() {
     return late_;
 }
 
+std::uint64_t CEventStream::changes() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return changes_;
+}
+
+std::string CEventStream::disorder() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return disorder_;
+}
+
 void CEventStream::take(const SStreamEvent& event) {
     if (event.kind != SStreamEvent::Kind::DryContactState)
         return;
@@ -68,7 +90,12 @@ void CEventStream::take(const SStreamEvent& event) {
         first_ = event.time;
     if (event.time > first_ + (states_ + 1) * EventPeriod)
         ++late_;
+    if (event.time < lastTime_)
+        disorder_ = "an event is older than the one before it";
+    lastTime_ = event.time;
     lastCame_ = std::chrono::steady_clock::now();
+    if (states_ > 0 && event.state != state_)
+        ++changes_;
     ++states_;
     state_ = event.state;
     changed_.notify_all();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@ struct SProcessUse {
     double descriptors;
     double residentBytes;
     double cpuSeconds;
+    double heapBytes; // that are allocated, whatever the allocator keeps beside them
 };
 
 inline double CountEntries(const char* folder) {
@@ -30,9 +32,11 @@ inline SProcessUse ProcessUse() {
     std::ifstream("/proc/self/statm") >> pages >> residentPages;
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
+    const struct mallinfo2 heap = mallinfo2();
     return {CountEntries("/proc/self/task"), CountEntries("/proc/self/fd"),
             residentPages * static_cast<double>(sysconf(_SC_PAGESIZE)),
-            Seconds(usage.ru_utime) + Seconds(usage.ru_stime)};
+            Seconds(usage.ru_utime) + Seconds(usage.ru_stime),
+            static_cast<double>(heap.uordblks) + static_cast<double>(heap.hblkhd)};
 }
 
 } // namespace corvane::bench

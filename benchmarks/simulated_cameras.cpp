@@ -51,9 +51,9 @@ void CSimulatedCameras::setInput(const std::string& address, int input, const st
     control("PATCH", controlPath(address) + "/inputs", levels.dump());
 }
 
-void CSimulatedCameras::control(const std::string& method, const std::string& path,
-                                const std::string& body) const {
-    CPlainClient(control_).send(method, path, body);
+std::string CSimulatedCameras::control(const std::string& method, const std::string& path,
+                                       const std::string& body) const {
+    return CPlainClient(control_).send(method, path, body);
 }
 
 std::string CSimulatedCameras::controlPath(const std::string& address) const {

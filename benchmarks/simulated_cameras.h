@@ -27,8 +27,8 @@ public:
     // Gives an alarm input of the camera, counted from 1, a level ("High" or "Low").
     void setInput(const std::string& address, int input, const std::string& level) const;
 
-    // A request to the simulator's control interface, with a JSON text or an empty one.
-    void control(const std::string& method, const std::string& path, const std::string& body) const;
+    // A request to the simulator's control interface, with a JSON text or an empty one, and its reply.
+    std::string control(const std::string& method, const std::string& path, const std::string& body) const;
 
 private:
     std::string controlPath(const std::string& address) const;

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <memory>
 
 namespace corvane::panasonic_camera {
 
@@ -196,8 +197,9 @@ CError CPanasonicCamera::createEventStreamPipeline(IStreamController*& controlle
         return eventStreamFailure(errors::EventObjectNotCreated("pipeline"));
     gst_bin_add(GST_BIN(pipeline.get()), bin.get());
     const CGstRef<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    controller = new CEventStreamController(pipeline.get(), bus.get(), pad.get(), source.get());
+    auto made = std::make_unique<CEventStreamController>(pipeline.get(), bus.get(), pad.get(), source.get());
     eventSources_.set(input, source.get());
+    controller = made.release();
     return CError::Success();
 }
 

@@ -164,14 +164,23 @@ void CDryContactMonitor::publish(CMonitorRequest* transfer) {
 
 void CDryContactMonitor::ThreadFunc() {
     CMonitorRequest transfer;
-    if (!transfer.isMade())
-        return;
     try {
-        serve(transfer);
+        if (transfer.isMade())
+            serve(transfer);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
-        // Short of memory. The recorder must not end of it; elements miss the heartbeat and tell the end.
+        // Short of memory, of which the recorder must not end.
     }
     publish(nullptr);
+    if (running)
+        tellGivenUp();
+}
+
+// Without memory for the request no level ever comes, for which elements wait without a limit.
+void CDryContactMonitor::tellGivenUp() {
+    try {
+        tellLinkLost();
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): then they wait
+    }
 }
 
 void CDryContactMonitor::serve(CMonitorRequest& transfer) {

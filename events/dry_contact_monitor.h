@@ -120,6 +120,7 @@ private:
     void noteFailure();
     void pause(std::chrono::milliseconds time);
     void tellLinkLost();
+    void tellGivenUp();
     void tellBasicAlone();
     void tell(std::uint32_t input, TDryContactState state);
 

@@ -171,13 +171,13 @@ public:
 private:
     static constexpr int Unauthorized = 401;
 
-    SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) const {
+    SHttpReply perform(CURL* curl, bool mayKeepConnection, CHttpRounds& rounds) {
         const auto remaining = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
         if (remaining <= milliseconds::zero()) // libcurl would wait for ever
             return NoStatus({HttpFailure::NoAnswer, TimedOutText(timeOut_)});
 
         CHttpReception received(rounds, request_.isEnough);
-        char detail[CURL_ERROR_SIZE] = "";
+        *detail_ = '\0';
         SetFixedOptions(curl);
         SetCredentials(curl, peer_);
         SetMethod(curl, request_.form);
@@ -187,22 +187,22 @@ private:
                              "the request's URL is too long"}); // the handle still has the one before
         curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, mayKeepConnection ? 0L : 1L);
         curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(remaining.count()));
-        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
+        curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail_);
         received.watch(curl);
         rounds.watch(curl);
         const CURLcode code = curl_easy_perform(curl);
-        SHttpReply reply = judge(curl, code, received, rounds, detail);
+        rounds.thrown().rethrow();
+        SHttpReply reply = judge(curl, code, received, rounds);
         rounds.stopWatching(curl); // the handle outlives both
         curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
         return reply;
     }
 
-    SHttpReply judge(CURL* curl, CURLcode code, CHttpReception& received, const CHttpRounds& rounds,
-                     const char* detail) const {
+    SHttpReply judge(CURL* curl, CURLcode code, CHttpReception& received, const CHttpRounds& rounds) const {
         if (rounds.refusedChallenge())
             return WithStatus(Unauthorized);
         if (code != CURLE_OK && !received.wasEnough()) {
-            SHttpReply reply = NoStatus(received.failureOf(curl, code, detail, timeOut_));
+            SHttpReply reply = NoStatus(received.failureOf(curl, code, detail_, timeOut_));
             reply.body = received.takeBody();
             reply.isTimedOut = code == CURLE_OPERATION_TIMEDOUT;
             return reply;
@@ -237,6 +237,7 @@ private:
     const bool isBasicRefused_; // and there are credentials that could be shown
     const milliseconds timeOut_;
     const Clock::time_point deadline_;
+    char detail_[CURL_ERROR_SIZE] = ""; // libcurl's own text; it outlives the handles
 };
 
 // What lets its reader in, as lines of a header.

@@ -51,6 +51,7 @@ CHttpHandlePool::CHttpHandlePool() : bound_(IdleBound()) {
 }
 
 CHttpHandleLoan CHttpHandlePool::take(const SHttpPeer& peer, std::chrono::milliseconds wait) {
+    SHttpPeer kept = peer; // before the handle counts as taken: nothing may throw then
     CCurlHandle handle;
     {
         std::unique_lock<std::mutex> lock(mutex_);
@@ -63,7 +64,7 @@ CHttpHandleLoan CHttpHandlePool::take(const SHttpPeer& peer, std::chrono::millis
         --device.waiting;
         ++device.taken;
     }
-    return {*this, peer, std::move(handle)};
+    return {*this, std::move(kept), std::move(handle)};
 }
 
 // REQUIRES: mutex_ held.

@@ -66,31 +66,48 @@ void CHttpReception::watch(CURL* curl) {
 std::size_t CHttpReception::takeHeaderLine(char* data, std::size_t /*size*/, std::size_t count,
                                            void* reception) {
     auto& itself = *static_cast<CHttpReception*>(reception);
-    itself.headerSize_ += count;
-    itself.isHeaderTooLarge_ = itself.headerSize_ > LargestHeader;
-    if (itself.isHeaderTooLarge_)
-        return 0;
-    const std::string_view line(data, count);
-    itself.isPacked_ = NamesAPacking(line);
-    if (itself.isPacked_ || itself.rounds_.foundStrayFold())
-        return 0;
-    itself.rounds_.headerLine(line);
+    return itself.rounds_.thrown().contain(false,
+                                           [&] {
+                                               return itself.acceptHeaderLine({data, count});
+                                           })
+               ? count
+               : 0;
+}
+
+bool CHttpReception::acceptHeaderLine(std::string_view line) {
+    headerSize_ += line.size();
+    isHeaderTooLarge_ = headerSize_ > LargestHeader;
+    if (isHeaderTooLarge_)
+        return false;
+    isPacked_ = NamesAPacking(line);
+    if (isPacked_ || rounds_.foundStrayFold())
+        return false;
+    rounds_.headerLine(line);
     if (line.substr(0, 5) == "HTTP/") {
-        itself.headersEnded_ = false;
-        itself.isChallenge_ = line.find(" 401") != std::string_view::npos;
+        headersEnded_ = false;
+        isChallenge_ = line.find(" 401") != std::string_view::npos;
     }
     if (line == "\r\n" || line == "\n")
-        itself.headersEnded_ = true;
-    return count;
+        headersEnded_ = true;
+    return true;
 }
 
 std::size_t CHttpReception::takeBodyPart(char* data, std::size_t /*size*/, std::size_t count,
                                          void* reception) {
     auto& itself = *static_cast<CHttpReception*>(reception);
-    itself.body_.append(data, count);
-    itself.lastCame_ = Clock::now();
-    itself.wasEnough_ = itself.isEnough_ && itself.isEnough_(itself.body_);
-    return itself.wasEnough_ ? 0 : count;
+    return itself.rounds_.thrown().contain(false,
+                                           [&] {
+                                               return itself.acceptBodyPart({data, count});
+                                           })
+               ? count
+               : 0;
+}
+
+bool CHttpReception::acceptBodyPart(std::string_view part) {
+    body_.append(part);
+    lastCame_ = Clock::now();
+    wasEnough_ = isEnough_ && isEnough_(body_);
+    return !wasEnough_;
 }
 
 // Called after each read.

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace corvane::refhost {
 
@@ -53,6 +54,8 @@ private:
     static std::size_t takeHeaderLine(char* data, std::size_t size, std::size_t count, void* reception);
     static std::size_t takeBodyPart(char* data, std::size_t size, std::size_t count, void* reception);
     static int takeProgress(void* reception, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
+    bool acceptHeaderLine(std::string_view line);
+    bool acceptBodyPart(std::string_view part);
     SHttpNoStatus timeOut(CURL* curl, std::chrono::milliseconds time) const;
 
     CHttpRounds& rounds_;

@@ -105,7 +105,10 @@ int CHttpRounds::takeBytes(CURL* /*curl*/, curl_infotype kind, char* data, std::
     if (kind == CURLINFO_HEADER_OUT)
         itself.authentication_ = SchemeOf({data, size});
     if (itself.keepsHeaders_ && (kind == CURLINFO_HEADER_OUT || kind == CURLINFO_HEADER_IN))
-        itself.headers_.append(data, size);
+        itself.thrown_.contain(false, [&] {
+            itself.headers_.append(data, size);
+            return true;
+        });
     if (kind == CURLINFO_HEADER_IN)
         itself.strayFold_.takeHeaderLine(data, size);
     if (kind == CURLINFO_DATA_IN)
@@ -121,18 +124,23 @@ int CHttpRounds::beforeConnection(void* rounds, curl_socket_t /*socket*/, curlso
 int CHttpRounds::beforeRequest(void* rounds, char* /*peerIp*/, char* /*ownIp*/, int /*peerPort*/,
                                int /*ownPort*/) {
     auto& itself = *static_cast<CHttpRounds*>(rounds);
-    if (!itself.maySend())
+    return itself.thrown_.contain(CURL_PREREQFUNC_ABORT, [&itself] { return itself.beginRound(); });
+}
+
+int CHttpRounds::beginRound() {
+    if (!maySend())
         return CURL_PREREQFUNC_ABORT;
-    if (itself.isUnderWay_ && itself.rounds_.back().status == 0) { // nothing of it went over the wire
-        itself.rounds_.pop_back();
-        --itself.ofTransfer_;
-    } else if (itself.isUnderWay_) {
-        itself.endRound();
+    if (isUnderWay_ && rounds_.back().status == 0) { // nothing of it went over the wire
+        rounds_.pop_back();
+        --ofTransfer_;
+    } else if (isUnderWay_) {
+        endRound();
     }
-    itself.rounds_.emplace_back();
-    ++itself.ofTransfer_;
-    itself.isUnderWay_ = true;
-    itself.bytesSentBefore_ = itself.bytesSent();
+    isUnderWay_ = false; // should there be no memory for the next
+    rounds_.emplace_back();
+    ++ofTransfer_;
+    isUnderWay_ = true;
+    bytesSentBefore_ = bytesSent();
     return CURL_PREREQFUNC_OK;
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/stray_fold.h"
 #include "refhost/base/log.h"
+#include "refhost/http/contained_failure.h"
 
 #include <curl/curl.h>
 
@@ -26,6 +27,8 @@ public:
     // Before each transfer on a handle; the rounds are told about it until stopWatching().
     void watch(CURL* curl);
     void stopWatching(CURL* curl);
+    // What the transfer's callbacks have thrown, these rounds' and others'.
+    CContainedFailure& thrown() { return thrown_; }
     // Each line of a reply's header.
     void headerLine(std::string_view line);
 
@@ -58,6 +61,7 @@ private:
     static constexpr int MostOfTransfer = 3;
     enum class Refused { Nothing, Repetition, Challenge };
 
+    int beginRound();
     bool maySend();
     long bytesSent() const;
     void endRound();
@@ -76,6 +80,7 @@ private:
     std::string date_;
     std::chrono::system_clock::time_point dateCame_;
     vorn_utility::v1_0::CStrayFold strayFold_;
+    CContainedFailure thrown_;
 };
 
 } // namespace corvane::refhost

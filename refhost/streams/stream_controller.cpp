@@ -28,22 +28,39 @@ CError FailureWithText(GstMessage* message, Origin origin) {
 // some at the same time.
 constexpr int MostThreads = 12;
 
-CError ThreadsToBeHad() {
-    std::promise<void> allThere;
-    const std::shared_future<void> mayEnd = allThere.get_future().share();
-    std::vector<std::thread> threads;
-    CError result = CError::Success();
-    try {
-        while (threads.size() < MostThreads)
-            threads.emplace_back([mayEnd] { mayEnd.wait(); });
-    } catch (const std::system_error& error) {
-        result = {RtnCode::OperationFailed, Origin::General,
-                  device_handler::v1_0::NoThreadText + std::string(": ") + error.code().message()};
+// Threads that wait until they are let go, and joined, when this goes.
+class CHeldThreads {
+public:
+    CHeldThreads() = default;
+    ~CHeldThreads() {
+        mayEnd_.set_value();
+        for (std::thread& thread : threads_)
+            thread.join();
     }
-    allThere.set_value();
-    for (std::thread& thread : threads)
-        thread.join();
-    return result;
+    CHeldThreads(const CHeldThreads&) = delete;
+    CHeldThreads& operator=(const CHeldThreads&) = delete;
+
+    void start(int count) {
+        threads_.reserve(static_cast<std::size_t>(count));
+        while (count-- > 0)
+            threads_.emplace_back([end = end_] { end.wait(); });
+    }
+
+private:
+    std::promise<void> mayEnd_;
+    const std::shared_future<void> end_ = mayEnd_.get_future().share();
+    std::vector<std::thread> threads_;
+};
+
+CError ThreadsToBeHad() {
+    CHeldThreads threads;
+    try {
+        threads.start(MostThreads);
+    } catch (const std::system_error& error) {
+        return {RtnCode::OperationFailed, Origin::General,
+                device_handler::v1_0::NoThreadText + std::string(": ") + error.code().message()};
+    }
+    return CError::Success();
 }
 
 // Whether an element that the pad's element holds, or that one itself, has posted the message.
