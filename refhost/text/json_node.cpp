@@ -19,11 +19,13 @@ constexpr std::size_t DeepestNesting = 32;
 // Reads on through a text, and tells how far it is.
 class CReader {
 public:
+    // NOLINTBEGIN(readability-identifier-naming): the standard's names
     using difference_type = std::ptrdiff_t;
     using value_type = char;
     using pointer = const char*;
     using reference = const char&;
     using iterator_category = std::input_iterator_tag;
+    // NOLINTEND(readability-identifier-naming)
 
     CReader(const char* position, const char* begin, std::size_t* read)
         : position_(position), begin_(begin), read_(read) {}
