@@ -36,12 +36,12 @@ std::string FirstExisting(std::initializer_list<const char*> candidates) {
 // file that was expected first. The relative places are those of the build tree and of the installation (see
 // CMakeLists.txt).
 std::string DefaultPluginFile() {
-    return FirstExisting({"../lib/" VORNHOST_PLUGIN_NAME, VORNHOST_LIBRARY_FOLDER "/" VORNHOST_PLUGIN_NAME,
+    return FirstExisting({VORNHOST_PLUGIN_FOLDER "/" VORNHOST_PLUGIN_NAME, "../lib/" VORNHOST_PLUGIN_NAME,
                           VORNHOST_PLUGIN_NAME});
 }
 
 std::string DefaultModelListFile() {
-    return FirstExisting({VORNHOST_DATA_FOLDER "/models.json"});
+    return FirstExisting({VORNHOST_MODELS_FOLDER "/models.json", "../share/vornhost/models.json"});
 }
 
 void SetPorts(device_handler::v1_0::StreamUrlTable& table, const std::string& port) {
