@@ -61,7 +61,7 @@ void CheckLog(const SHostUnderTest& host, CReport& report) {
                      "half of 50%");
     });
     report.check("log.lines-of-threads-stay-whole", [&] {
-        constexpr int Threads = 4, Lines = 50;
+        constexpr int Threads = 4, Lines = 2000;
         const auto device = host.makeDevice("192.0.2.21", {"admin", "12345"});
         const std::string log = LoggedBy(host, [&] {
             std::vector<std::thread> threads;

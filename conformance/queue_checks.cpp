@@ -5,6 +5,8 @@
 #include <host/async_queue.h>
 #include <host/clock.h>
 
+#include <atomic>
+#include <memory>
 #include <thread>
 
 namespace conformance {
@@ -77,24 +79,30 @@ void CheckQueue(CReport& report) {
         op.cancel();
         return std::string();
     });
+    // Again and again, since the worker must be found waiting.
     report.check("queue.a-command-wakes-the-worker", [] {
+        constexpr int Rounds = 200;
         const auto queue = MakeQueue();
-        std::atomic<bool> isAwake{false};
-        std::thread worker([&] {
-            queue->wait();
-            isAwake = true;
+        const auto served = std::make_shared<std::atomic<int>>(0); // the worker may stay behind
+        std::thread worker([queue, served] {
+            while (*served < Rounds) {
+                queue->wait();
+                *served += queue->take() ? 1 : 0;
+            }
         });
         std::string notes;
-        queue->push_back(Noted("a", notes));
-        const auto until = std::chrono::steady_clock::now() + Generous;
-        while (!isAwake && std::chrono::steady_clock::now() < until)
-            std::this_thread::sleep_for(1ms);
-        if (isAwake) {
-            worker.join();
-            return std::string();
+        for (int round = 1; round <= Rounds; ++round) {
+            queue->push_back(Noted("a", notes));
+            const auto until = std::chrono::steady_clock::now() + Generous;
+            while (*served < round && std::chrono::steady_clock::now() < until)
+                std::this_thread::sleep_for(100us);
+            if (*served < round) {
+                worker.detach();
+                return std::string("wait() goes on while a command waits");
+            }
         }
-        worker.detach();
-        return std::string("wait() goes on while a command waits");
+        worker.join();
+        return std::string();
     });
     report.check("queue.a-wait-with-a-limit-ends", [] {
         const auto queue = MakeQueue();

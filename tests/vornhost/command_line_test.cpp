@@ -72,8 +72,9 @@ TEST(CommandLine, VersionsAreToldOfAllThatTakesPart) {
                                                "libcurl/.*\nGStreamer 1.*\n"));
     const SRun broken = Vornhost({"--plugin", "/nowhere.so", "--models", models, "--version"});
     EXPECT_EQ(broken.status, 0);
-    EXPECT_THAT(broken.out, AllOf(StartsWith("vornhost "), HasSubstr("plug-in    none: /nowhere.so: "),
-                                  HasSubstr("models     none: "), HasSubstr(models)));
+    EXPECT_THAT(broken.out,
+                AllOf(testing::StartsWith("vornhost "), HasSubstr("plug-in    none: /nowhere.so: "),
+                      HasSubstr("models     none: "), HasSubstr(models)));
 }
 
 // Where no camera is to blame, a program is told so in the same way.
