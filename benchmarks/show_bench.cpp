@@ -80,8 +80,8 @@ void RegisterOfEveryModel(const CEnvironment& environment, const std::string& na
 } // namespace
 
 void RegisterShow(CEnvironment& environment) {
-    Register("show_start/program", {environment.program(), "--version"}, environment.choose(50, 5));
-    Register("show_start/curl", {"curl", "--version"}, environment.choose(50, 5));
+    Register("show_start/program", {environment.program(), "--help"}, environment.choose(50, 5));
+    Register("show_start/curl", {"curl", "--help"}, environment.choose(50, 5));
     RegisterOfEveryModel(environment, "show");
 }
 

@@ -65,7 +65,7 @@ class Worker:
     def judge(self, name, start, end, replacement):
         """What became of the change, and by what."""
         path, ran = self.tree / name, collections.Counter()
-        library = self.build / 'lib' / ('librefhost.so' if 'refhost/' in name else 'libpanasonic_handler.so')
+        library = self.build / 'lib' / ('libvornhost.so' if 'refhost/' in name else 'libpanasonic_handler.so')
         original = path.read_bytes()
         path.write_bytes(original[:start] + replacement.encode('latin-1') + original[end:])
         try:

@@ -33,9 +33,13 @@ CVornModelList::CVornModelList(SVornUrl test, std::vector<SFamily> families,
     : authenticationTest_(test), families_(families), queries_(queries), models_(models) {}
 CVornModelList::~CVornModelList() = default;
 SVornUrl CVornModelList::getTestAuthentication() const { return authenticationTest_; }
-SQueryDevice CVornModelList::getQueryDevice(const std::string& family) const { return queries_.at(family); }
+SQueryDevice CVornModelList::getQueryDevice(const std::string& family) const {
+    const auto found = queries_.find(family);
+    return found == queries_.end() ? SQueryDevice() : found->second;
+}
 std::string CVornModelList::getModelFamiyName(const std::string& number) const {
-    return models_.at(number).family;
+    const SModelInfo* const model = findModel(number);
+    return model ? model->family : "";
 }
 const SModelInfo* CVornModelList::findModel(const std::string& number) const {
     const auto found = models_.find(number);

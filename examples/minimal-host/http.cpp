@@ -12,19 +12,26 @@ using device_handler::v1_0::Origin;
 using device_handler::v1_0::RtnCode;
 using device_handler::v1_0::SVornUrl;
 
+constexpr std::size_t LargestReply = std::size_t{16} << 20;
+
 std::size_t append(char* data, std::size_t, std::size_t size, void* body) {
-    static_cast<std::string*>(body)->append(data, size);
-    return size;
+    std::string& text = *static_cast<std::string*>(body);
+    text.append(data, size);
+    return text.size() > LargestReply ? 0 : size; // less than all ends the exchange
 }
 
 // The HTTP status, or 0; POST with a form.
 long request(const std::string& url, const std::string& user, const std::string& password, int timeout,
              const std::string* form, std::string& body) {
+    if (timeout <= 0) // libcurl would wait for ever
+        return 0;
     CURL* const curl = curl_easy_init();
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_DIGEST | CURLAUTH_BASIC);
-    curl_easy_setopt(curl, CURLOPT_USERNAME, user.c_str());
-    curl_easy_setopt(curl, CURLOPT_PASSWORD, password.c_str());
+    if (!user.empty()) {
+        curl_easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_DIGEST | CURLAUTH_BASIC);
+        curl_easy_setopt(curl, CURLOPT_USERNAME, user.c_str());
+        curl_easy_setopt(curl, CURLOPT_PASSWORD, password.c_str());
+    }
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, static_cast<long>(timeout));
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, append);

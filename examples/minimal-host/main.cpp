@@ -2,34 +2,19 @@
 //
 //   minimal_host PLUGIN ADDRESS MODEL      user and password are the family's usual ones
 
+#include "context.h"
+
 #include <host/object_factory.h>
 #include <host/plugin_symbols.h>
 
 #include <boost/make_shared.hpp>
 
-#include <cstdarg>
 #include <cstdio>
 #include <dlfcn.h>
 
 namespace {
 
-using namespace corvane::device_handler::v1_0;
 using corvane::vorn_camera_base::v1_0::CVornCamera;
-
-class CContext : public IDeviceContext {
-public:
-    void log(int level, const char* format, ...) override {
-        if (level < LogFailure)
-            return;
-        va_list arguments;
-        va_start(arguments, format);
-        std::vfprintf(stderr, format, arguments);
-        va_end(arguments);
-        std::fputc('\n', stderr);
-    }
-    boost::shared_ptr<IDeviceDbProxy> getDeviceDbProxy() override { return {}; }
-    CAuthentication getAuthentication() override { return {"admin", "12345"}; }
-};
 
 boost::shared_ptr<CVornModelList> modelsOf(const std::string& number) {
     SModelInfo model;
@@ -88,7 +73,8 @@ int main(int count, char** arguments) {
                : nullptr;
     if (!create)
         return std::fprintf(stderr, "%s\n", dlerror()), 3;
-    boost::shared_ptr<IDeviceContext> context = boost::make_shared<CContext>();
+    boost::shared_ptr<IDeviceContext> context =
+        boost::make_shared<CContext>(CAuthentication("admin", "12345"));
     boost::shared_ptr<CVornModelList> models = modelsOf(arguments[3]);
     const boost::shared_ptr<CVornCamera> camera(create(context, arguments[2], models, arguments[3]));
     tell("up", camera->initialize(), {});

@@ -5,6 +5,10 @@
 
 namespace corvane::refhost {
 
+std::string FrameworkVersion() {
+    return VORN_HOST_VERSION;
+}
+
 std::string LibraryVersions() {
     gchar* const gstreamer = gst_version_string();
     std::string versions = std::string(curl_version()) + "\n" + gstreamer + "\n";

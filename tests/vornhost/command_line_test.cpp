@@ -59,6 +59,24 @@ TEST(CommandLine, APluginThatCannotBeLoadedEndsWith3) {
     EXPECT_EQ(Vornhost({"--plugin", built, "operations"}).status, 0);
 }
 
+// Scripts read the first line.
+TEST(CommandLine, VersionsAreToldOfAllThatTakesPart) {
+    const CTemporaryFolder folder;
+    const std::string models = folder.file("models.json", "{");
+    const SRun run = Vornhost({"--version"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out, testing::MatchesRegex("vornhost [0-9.]+\n"
+                                               "plug-in    [0-9.]+ from /.*/libpanasonic_handler.so\n"
+                                               "framework  1[0-9.]+\n"
+                                               "models     6 in /.*/models.json\n"
+                                               "libcurl/.*\nGStreamer 1.*\n"));
+    const SRun broken = Vornhost({"--plugin", "/nowhere.so", "--models", models, "--version"});
+    EXPECT_EQ(broken.status, 0);
+    EXPECT_THAT(broken.out,
+                AllOf(testing::StartsWith("vornhost "), HasSubstr("plug-in    none: /nowhere.so: "),
+                      HasSubstr("models     none: "), HasSubstr(models)));
+}
+
 // Where no camera is to blame, a program is told so in the same way.
 TEST(CommandLine, WhatIsWrongOnThisSideHasItsCause) {
     const CTemporaryFolder folder;

@@ -184,7 +184,7 @@ void Serve(const SOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::variant<SOptions, int> parsed = ParseOptions(argc, argv);
+    const std::variant<SOptions, int> parsed = CCommandLine().parse(argc, argv);
     if (const int* status = std::get_if<int>(&parsed))
         return *status;
     try {

@@ -256,17 +256,21 @@ CLI::App* AddFaultsCommand(CLI::App& app, bool& asJson) {
 
 } // namespace
 
-std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
-    SOptions options;
-    CLI::App app(Description, "camsim");
-    app.footer(Footer);
-    app.get_formatter()->column_width(36);
-    AddCameraOptions(app, options);
-    AddNetworkOptions(app, options);
-    AddCredentialOptions(app, options);
-    AddTestOptions(app, options);
-    bool asJson = false;
-    const CLI::App* listsFaults = AddFaultsCommand(app, asJson);
+CCommandLine::CCommandLine() : app_(std::make_unique<CLI::App>(Description, "camsim")) {
+    app_->footer(Footer);
+    app_->get_formatter()->column_width(36);
+    app_->set_version_flag("--version", "camsim " CAMSIM_VERSION, "The program's version");
+    AddCameraOptions(*app_, options_);
+    AddNetworkOptions(*app_, options_);
+    AddCredentialOptions(*app_, options_);
+    AddTestOptions(*app_, options_);
+    listsFaults_ = AddFaultsCommand(*app_, asJson_);
+}
+
+CCommandLine::~CCommandLine() = default;
+
+std::variant<SOptions, int> CCommandLine::parse(int argc, char** argv) {
+    CLI::App& app = *app_;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -275,13 +279,13 @@ std::variant<SOptions, int> ParseOptions(int argc, char** argv) {
         std::cerr << "camsim: " << error.what() << "\nRun with --help for more information.\n";
         return UsageError;
     }
-    if (listsFaults->parsed()) {
-        std::cout << (asJson ? FaultLines() : FaultTable());
+    if (listsFaults_->parsed()) {
+        std::cout << (asJson_ ? FaultLines() : FaultTable());
         return 0;
     }
-    if (options.models.empty() && options.cameraDirectories.empty())
-        options.models.emplace_back("F320");
-    return options;
+    if (options_.models.empty() && options_.cameraDirectories.empty())
+        options_.models.emplace_back("F320");
+    return options_;
 }
 
 } // namespace camsim

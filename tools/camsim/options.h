@@ -5,10 +5,15 @@
 #include "net/listeners.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace camsim {
 
@@ -40,8 +45,25 @@ struct SOptions {
     size_t descriptors = SIZE_MAX; // how many the program takes at most
 };
 
-// Reads the command line; or has printed help, version or the reason of a refusal and answers the exit
-// status.
-std::variant<SOptions, int> ParseOptions(int argc, char** argv);
+// The program's options, with their help: what is parsed, and what the manual is made of.
+class CCommandLine {
+public:
+    CCommandLine();
+    ~CCommandLine();
+    CCommandLine(const CCommandLine&) = delete;
+    CCommandLine& operator=(const CCommandLine&) = delete;
+
+    const CLI::App& program() const { return *app_; }
+
+    // What the words ask for; or, where help, version or the reason of a refusal has been printed, the exit
+    // status.
+    std::variant<SOptions, int> parse(int argc, char** argv);
+
+private:
+    SOptions options_;
+    bool asJson_ = false;
+    std::unique_ptr<CLI::App> app_;
+    const CLI::App* listsFaults_ = nullptr;
+};
 
 } // namespace camsim

@@ -21,6 +21,7 @@ fs::path ProgramFolder() {
     return error ? fs::path(".") : program.parent_path();
 }
 
+// When there is none, the one that was expected first.
 std::string FirstExisting(std::initializer_list<const char*> candidates) {
     const fs::path folder = ProgramFolder();
     for (const char* candidate : candidates) {
@@ -30,18 +31,6 @@ std::string FirstExisting(std::initializer_list<const char*> candidates) {
             return file;
     }
     return (folder / *candidates.begin()).lexically_normal();
-}
-
-// The plug-in and the model list that were built or installed beside the program. When there is none, the
-// file that was expected first. The relative places are those of the build tree and of the installation (see
-// CMakeLists.txt).
-std::string DefaultPluginFile() {
-    return FirstExisting({"../lib/" VORNHOST_PLUGIN_NAME, VORNHOST_LIBRARY_FOLDER "/" VORNHOST_PLUGIN_NAME,
-                          VORNHOST_PLUGIN_NAME});
-}
-
-std::string DefaultModelListFile() {
-    return FirstExisting({VORNHOST_DATA_FOLDER "/models.json"});
 }
 
 void SetPorts(device_handler::v1_0::StreamUrlTable& table, const std::string& port) {
@@ -67,10 +56,22 @@ boost::shared_ptr<CVornModelList> WithRtspPort(const CVornModelList& list, int p
 
 } // namespace
 
+// The relative places are those of the installation and of the build tree (see CMakeLists.txt).
+std::string PluginFile(const SOptions& options) {
+    return options.pluginFile.empty() ? FirstExisting({VORNHOST_PLUGIN_FOLDER "/" VORNHOST_PLUGIN_NAME,
+                                                       "../lib/" VORNHOST_PLUGIN_NAME, VORNHOST_PLUGIN_NAME})
+                                      : options.pluginFile;
+}
+
+std::string ModelListFile(const SOptions& options) {
+    return options.modelListFile.empty()
+               ? FirstExisting({VORNHOST_MODELS_FOLDER "/models.json", "../share/vornhost/models.json"})
+               : options.modelListFile;
+}
+
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {
     try {
-        auto list = refhost::LoadModelList(options.modelListFile.empty() ? DefaultModelListFile()
-                                                                         : options.modelListFile);
+        auto list = refhost::LoadModelList(ModelListFile(options));
         return options.rtspPort ? WithRtspPort(*list, *options.rtspPort) : list;
     } catch (const refhost::CModelListError& error) {
         throw CFailure(ExitStatus::WrongUsage, std::string("the model list was refused: ") + error.what(),
@@ -88,8 +89,7 @@ void RequireAddress(const std::string& text) {
 
 CLoadedPlugin::CLoadedPlugin(const SOptions& options) : models_(OpenModelList(options)) {
     try {
-        library_ = std::make_unique<refhost::CPluginLibrary>(options.pluginFile.empty() ? DefaultPluginFile()
-                                                                                        : options.pluginFile);
+        library_ = std::make_unique<refhost::CPluginLibrary>(PluginFile(options));
         context_ = std::make_unique<refhost::CHandlerContext>(models_);
         handler_ = library_->createHandler(*context_);
     } catch (const refhost::CPluginError& error) {

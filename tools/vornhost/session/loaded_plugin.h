@@ -10,6 +10,10 @@
 
 namespace corvane::vornhost {
 
+// The files that the options name, or those that were built or installed beside the program.
+std::string PluginFile(const SOptions& options);
+std::string ModelListFile(const SOptions& options);
+
 // Reads the model list that the options name. Throws CFailure.
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options);
 

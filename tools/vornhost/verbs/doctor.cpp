@@ -1,4 +1,3 @@
-#include "refhost/base/library_versions.h"
 #include "refhost/base/log.h"
 #include "tools/vornhost/console/json_line.h"
 #include "tools/vornhost/console/standard_streams.h"
@@ -8,6 +7,7 @@
 #include "tools/vornhost/doctor/bundle.h"
 #include "tools/vornhost/doctor/drift.h"
 #include "tools/vornhost/doctor/examination.h"
+#include "tools/vornhost/session/versions.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -25,14 +25,6 @@ constexpr const char* Help =
 Changes nothing there, save with --write-test and --move.
 Exit status 1 when there is a fault; a warning changes nothing of it.
 Example: vornhost doctor 192.168.0.10)";
-
-std::string VersionsText(const CDeviceSession& session) {
-    return "vornhost   " VORNHOST_VERSION "\nplug-in    " + session.plugin().library().buildId() + " from " +
-           session.plugin().library().file() + "\nmodels     " +
-           std::to_string(session.plugin().models()->getModels().size()) + " in " +
-           (session.options().modelListFile.empty() ? "the shipped list" : session.options().modelListFile) +
-           "\n" + refhost::LibraryVersions();
-}
 
 class CDoctor : public IVerb {
 public:
@@ -108,7 +100,7 @@ private:
         }
         content.exchanges = session.exchanges().transcript();
         content.log = log;
-        content.versions = VersionsText(session);
+        content.versions = VersionsText(session.options());
         const std::string told = WriteBundle(bundleFile_, content);
         if (session.options().json)
             WriteMessage(told);
