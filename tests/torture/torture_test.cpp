@@ -1,6 +1,7 @@
 // Each allocation, each start of a thread and each descriptor fails once, in turn, while a host lives with a
 // camera. What then comes is an error or a success, and the next life is as if nothing had been.
 
+#include "host/cgi.h"
 #include "tests/support/camsim_process.h"
 #include "tests/support/wait_until.h"
 #include "tests/torture/camera_life.h"
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
+#include <thread>
 
 namespace corvane::torture {
 namespace {
@@ -51,6 +53,26 @@ std::string Lines(const std::vector<std::string>& lines) {
     for (const std::string& line : lines)
         text += line + '\n';
     return text;
+}
+
+constexpr const char* SlowRequest = "/cgi-bin/getinfo?FILE=9 delay ms=100";
+
+// The framework keeps two connections to a device, when it has needed as many: from now on it has, whatever
+// came before.
+void NeedTwoConnections(const std::string& address) {
+    const auto ask = [&address] {
+        device_handler::v1_0::SVornUrl url;
+        url.protocol = "http";
+        url.path = "/cgi-bin/getinfo";
+        url.parameters = {{"FILE", "9"}};
+        std::string reply;
+        if (const auto failure = vorn_utility::v1_0::CVornCgiLib::vornCgiGetRawResponse(
+                url, address, "admin", "12345", reply, 10, "ANY"))
+            _exit(2);
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
 }
 
 // How a process of its own ended that `act` was done in, and what that told.
@@ -112,6 +134,7 @@ protected:
             const SLife life = live(0, tell);
             const std::size_t calls = CountedCalls();
             const SLife second = LiveWithCamera(camsim_.address());
+            NeedTwoConnections(camsim_.address());
             const SUse use = UseOfThisProcess();
             Tell(tell, std::to_string(calls) + ' ' + std::to_string(use.threads) + ' ' +
                            std::to_string(use.descriptors) + '\n' + Lines(life.failures) +
@@ -132,6 +155,7 @@ protected:
             CountedCalls();
             Tell(tell, Lines(life.failures));
             const SLife next = LiveWithCamera(camsim_.address());
+            NeedTwoConnections(camsim_.address());
             const bool isClean = WaitUntil([&] {
                 const SUse use = UseOfThisProcess();
                 return use.threads <= most.threads && use.descriptors <= most.descriptors;
@@ -143,7 +167,7 @@ protected:
         });
     }
 
-    test_support::CCamsim camsim_{{"--model", "D850", "--no-rtsp"}};
+    test_support::CCamsim camsim_{{"--model", "D850", "--no-rtsp", "--fault", SlowRequest}};
 };
 
 TEST_P(Torture, WhatFailsOnceIsToldOrMadeGood) {
