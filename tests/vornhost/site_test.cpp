@@ -18,15 +18,18 @@ protected:
         site_ = {{"credentials", {{"yard", {{"user", "admin"}, {"passwordFile", "password"}}}}},
                  {"defaults", {{"credentials", "yard"}}},
                  {"cameras",
-                  {{{"name", "gate"}, {"address", addresses[0]}, {"model", "D850"}, {"tags", {"outside"}}},
+                  {{{"name", "gate"},
+                    {"address", addresses[0]},
+                    {"model", "D850"},
+                    {"tags", json::array({"outside"})}},
                    {{"name", "hall"}, {"address", addresses[1]}},
-                   {{"name", "desk"}, {"address", addresses[2]}, {"tags", {"outside"}}},
+                   {{"name", "desk"}, {"address", addresses[2]}, {"tags", json::array({"outside"})}},
                    {{"name", "gone"}, {"address", "127.0.0.1:9"}, {"model", "F320"}}}}};
     }
 
     json& camera(std::size_t place) { return site_["cameras"][place]; }
     static json wish(const std::string& resolution) {
-        return {{{"stream", "0,h264,0"}, {"record", {{"resolution", resolution}}}}};
+        return json::array({{{"stream", "0,h264,0"}, {"record", {{"resolution", resolution}}}}});
     }
 
     SRun run(const std::string& verb, const std::vector<std::string>& more = {}) const {
@@ -81,7 +84,8 @@ TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
                              {"notAccepted", 0},
                              {"fault", 1},
                              {"ignored", 0}}));
-    for (const json& request : camsim_.get("/requests").at("requests"))
+    const json log = camsim_.get("/requests");
+    for (const json& request : log.at("requests"))
         EXPECT_TRUE(request.at("method") == "GET" &&
                     request.at("path").get<std::string>().find("/set_") == std::string::npos)
             << request;
@@ -97,8 +101,8 @@ TEST_F(Site, WhatIsIgnoredCountsAgainFromItsDayOn) {
     camera(0)["adjustments"] = {{"brightness", "60"}};
     camera(2)["adjustments"] = {{"brightness", "60"}};
     const json ignore = {{"of", "adjustments.brightness"}, {"reason", "night"}, {"until", "2999-01-01"}};
-    camera(0)["ignore"] = {ignore};
-    camera(2)["ignore"] = {ignore};
+    camera(0)["ignore"] = json::array({ignore});
+    camera(2)["ignore"] = json::array({ignore});
     camera(2)["ignore"][0]["until"] = "2020-01-01";
     const auto told = lines("check", 1, {"--only", "gate", "--only", "d?sk"});
     ASSERT_EQ(told.size(), 3U);
@@ -119,7 +123,8 @@ TEST_F(Site, ACameraWithAnotherSerialNumberIsAskedNothingMore) {
     EXPECT_EQ(told.at("desk").at("problem").at("cause"), "not-a-camera");
     EXPECT_EQ(told.at("desk").at("problem").at("answered"),
               "serial number " + cameras[2].at("serial").get<std::string>());
-    for (const json& request : camsim_.get("/requests?camera=2").at("requests"))
+    const json log = camsim_.get("/requests?camera=2");
+    for (const json& request : log.at("requests"))
         EXPECT_THAT(request.at("path").get<std::string>(), HasSubstr("/cgi-bin/getinfo"));
 }
 
