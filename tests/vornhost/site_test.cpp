@@ -152,6 +152,23 @@ TEST_F(Site, AFaultOfOneIsItsOwn) {
     EXPECT_EQ(told.at("desk").at("state"), "same");
 }
 
+TEST_F(Site, TheDoctorHoldsACameraAgainstItsEntry) {
+    camera(0)["adjustments"] = {{"brightness", "60"}};
+    camera(2)["adjustments"] = {{"brightness", "50"}};
+    const std::string file = folder_.file("site.json", site_.dump());
+    const auto drift = [&](const std::string& address) {
+        for (const json& line : JsonLines(Vornhost({"--json", "doctor", "--site", file, address}).out))
+            if (line.value("check", "") == "drift")
+                return line;
+        return json();
+    };
+    EXPECT_EQ(drift(camsim_.addresses()[0]).value("result", ""), "fault");
+    EXPECT_EQ(drift(camsim_.addresses()[2]).value("result", ""), "ok");
+    const SRun absent = Vornhost({"doctor", "--site", file, "127.0.0.1:10"});
+    EXPECT_EQ(absent.status, 2);
+    EXPECT_THAT(absent.err, HasSubstr("the site has no camera at 127.0.0.1:10"));
+}
+
 TEST_F(Site, WrongFilesAndChoicesAreRefusedBeforeAnybodyIsAsked) {
     EXPECT_THAT(run("check", {"--only", "nobody"}).err, HasSubstr("--only chooses no camera of the site"));
     site_["cameras"][0]["adress"] = "x";

@@ -3,6 +3,7 @@
 #include "refhost/http/connection_probe.h"
 #include "tools/vornhost/calls/call.h"
 #include "tools/vornhost/session/identification.h"
+#include "tools/vornhost/site/site_wish.h"
 
 #include <algorithm>
 #include <utility>
@@ -25,13 +26,6 @@ std::string ToldOf(const SDifference& difference) {
     return difference.of.compare(0, prefix.size(), prefix) == 0
                ? "stream " + difference.of.substr(prefix.size())
                : difference.of;
-}
-
-ordered_json WishOf(const site::SSiteCamera& camera) {
-    ordered_json streams = ordered_json::array();
-    for (const site::SStreamWish& wish : camera.streams)
-        streams.push_back({{"stream", wish.name}, {"record", wish.record}});
-    return {{"streams", streams}, {"adjustments", camera.adjustments}};
 }
 
 } // namespace

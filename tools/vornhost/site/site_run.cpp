@@ -6,7 +6,7 @@
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/report/adjustments.h"
+#include "tools/vornhost/site/site_wish.h"
 
 #include <sys/stat.h>
 
@@ -22,38 +22,6 @@ constexpr CameraState States[] = {CameraState::Same, CameraState::Differs, Camer
 // As the summary names them.
 const char* CountName(CameraState state) {
     return state == CameraState::NotAccepted ? "notAccepted" : NameOf(state);
-}
-
-Texts ModelNumbers(const CVornModelList& models) {
-    Texts numbers;
-    for (const auto& [number, model] : models.getModels())
-        numbers.push_back(number);
-    return numbers;
-}
-
-// Without a model any listed one's words are taken; the camera's own are looked at when it is asked.
-std::optional<std::string> RefusedAdjustment(const CVornModelList& models, const std::string& name,
-                                             const std::string& number, const std::string& value) {
-    const SModelInfo* const model = models.findModel(number);
-    const SAdjustmentInfo* const info = FindAdjustment(name);
-    if (!model || !info || AdjustmentArgument(*info, *model, value))
-        return std::nullopt;
-    return "the value \"" + value + "\" is none that the adjustment can have; expected " +
-           AdjustmentChoice(*info, *model);
-}
-
-site::SSite ReadSite(const std::string& file, const CVornModelList& models) {
-    const site::SSiteVocabulary vocabulary{
-        ModelNumbers(models), AdjustmentNames(),
-        [&models](const std::string& name, const std::string& model, const std::string& value) {
-            return RefusedAdjustment(models, name, model, value);
-        }};
-    try {
-        return site::ReadSiteFile(file, vocabulary);
-    } catch (const site::CSiteFileError& error) {
-        throw CFailure(ExitStatus::WrongUsage, std::string("the site file was refused: ") + error.what(),
-                       OwnCause::WrongFile);
-    }
 }
 
 void WarnOfReaders(const std::string& file) {
@@ -81,7 +49,7 @@ std::string WhatIsToSee(const SCameraFinding& finding) {
 CSiteRun::CSiteRun(const SOptions& options, SSiteOptions siteOptions)
     : options_(options), siteOptions_(std::move(siteOptions)), progress_(!options.json) {
     const SRecorder& first = recorders_.try_emplace(std::nullopt, options_).first->second;
-    site::SSite all = ReadSite(siteOptions_.file, *first.plugin->models());
+    site::SSite all = OpenSite(siteOptions_.file, *first.plugin->models());
     for (site::SSiteCamera& camera : all.cameras)
         if (site::IsSelected(camera, siteOptions_.only))
             cameras_.push_back(std::move(camera));

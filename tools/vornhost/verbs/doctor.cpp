@@ -7,7 +7,9 @@
 #include "tools/vornhost/doctor/bundle.h"
 #include "tools/vornhost/doctor/drift.h"
 #include "tools/vornhost/doctor/examination.h"
+#include "tools/vornhost/session/loaded_plugin.h"
 #include "tools/vornhost/session/versions.h"
+#include "tools/vornhost/site/site_wish.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -32,9 +34,13 @@ public:
         command.add_option("ADDRESS", address_, "The camera")->required();
         command.add_flag("--write-test", plan_.withWrite, "Write one setting with the value that it has");
         command.add_flag("--move", plan_.withMove, "Move the head by a step and back");
-        command
-            .add_option("--record", recordFile_, "What the recorder wants: streams and adjustments (JSON)")
-            ->type_name("FILE");
+        CLI::Option* const record = command
+                                        .add_option("--record", recordFile_,
+                                                    "What the recorder wants: streams and adjustments (JSON)")
+                                        ->type_name("FILE");
+        command.add_option("--site", siteFile_, "The same, as the site file has it for ADDRESS")
+            ->type_name("SITE")
+            ->excludes(record);
         command.add_option("--bundle", bundleFile_, "Write what a support desk needs (.tar.gz)")
             ->type_name("FILE");
         command.footer(Help);
@@ -43,6 +49,8 @@ public:
     ExitStatus run(const SOptions& options) override {
         if (!recordFile_.empty())
             plan_.record = CDrift::read(recordFile_);
+        if (!siteFile_.empty())
+            plan_.record = WishAt(OpenSite(siteFile_, *OpenModelList(options)), address_);
         const auto start = std::chrono::steady_clock::now();
         refhost::KeepExchangeDetails(true);
         const CLogKept log(!bundleFile_.empty());
@@ -141,6 +149,7 @@ private:
 
     std::string address_;
     std::string recordFile_;
+    std::string siteFile_;
     std::string bundleFile_;
     SExaminationPlan plan_;
 };
