@@ -27,13 +27,6 @@ std::shared_ptr<refhost::CDeviceDb> OpenDatabase(const SOptions& options) {
     }
 }
 
-Texts NumbersOf(const CVornModelList& models) {
-    Texts numbers;
-    for (const auto& [number, model] : models.getModels())
-        numbers.push_back(number);
-    return numbers;
-}
-
 // The family of --model; empty without --model.
 std::string FamilyOfModel(const SOptions& options, const CVornModelList& models) {
     if (options.modelNumber.empty())

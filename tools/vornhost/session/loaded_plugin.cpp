@@ -79,6 +79,13 @@ boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {
     }
 }
 
+Texts NumbersOf(const CVornModelList& models) {
+    Texts numbers;
+    for (const auto& [number, model] : models.getModels())
+        numbers.push_back(number);
+    return numbers;
+}
+
 void RequireAddress(const std::string& text) {
     if (!refhost::ParseAddress(text))
         throw CFailure(ExitStatus::WrongUsage,

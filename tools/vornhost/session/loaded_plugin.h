@@ -17,6 +17,9 @@ std::string ModelListFile(const SOptions& options);
 // Reads the model list that the options name. Throws CFailure.
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options);
 
+// The numbers of all its models.
+Texts NumbersOf(const CVornModelList& models);
+
 // Throws CFailure when the text is no device's address.
 void RequireAddress(const std::string& text);
 

@@ -106,8 +106,11 @@ SCameraFinding CSiteRun::look(const site::SSiteCamera& camera, const Work& work)
     } catch (const std::exception& failure) { // short of memory or threads: this camera's alone
         finding.problem = DiagnoseOwn({ExitStatus::NotStarted, failure.what(), OwnCause::Limit});
     }
-    if (finding.problem)
+    if (finding.problem) { // what was found before it is not to be relied on
         finding.state = CameraState::Fault;
+        finding.differences.clear();
+        finding.ignored = 0;
+    }
     finding.milliseconds = MillisecondsSince(begin);
     return finding;
 }

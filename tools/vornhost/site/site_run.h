@@ -32,7 +32,8 @@ public:
     // Reads the file. Throws CFailure.
     CSiteRun(const SOptions& options, SSiteOptions siteOptions);
 
-    // `columns` as of SiteColumns().
+    // `tellsAll`: people get a row for every camera in the file's order, and not only for those that need
+    // attention. Called once.
     ExitStatus run(const Work& work, bool tellsAll);
 
 private:

@@ -3,18 +3,12 @@
 #include "refhost/base/address.h"
 #include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/report/adjustments.h"
+#include "tools/vornhost/session/loaded_plugin.h"
 
 #include <algorithm>
 
 namespace corvane::vornhost {
 namespace {
-
-Texts ModelNumbers(const CVornModelList& models) {
-    Texts numbers;
-    for (const auto& [number, model] : models.getModels())
-        numbers.push_back(number);
-    return numbers;
-}
 
 // Without a model any listed one's words are taken; the camera's own are looked at when it is asked.
 std::optional<std::string> RefusedAdjustment(const CVornModelList& models, const std::string& name,
@@ -31,7 +25,7 @@ std::optional<std::string> RefusedAdjustment(const CVornModelList& models, const
 
 site::SSite OpenSite(const std::string& file, const CVornModelList& models) {
     const site::SSiteVocabulary vocabulary{
-        ModelNumbers(models), AdjustmentNames(),
+        NumbersOf(models), AdjustmentNames(),
         [&models](const std::string& name, const std::string& model, const std::string& value) {
             return RefusedAdjustment(models, name, model, value);
         }};
