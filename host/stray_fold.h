@@ -2,8 +2,15 @@
 
 #include <cstddef>
 #include <string_view>
+#include <strings.h>
 
 namespace corvane::vorn_utility::v1_0 {
+
+// Whether libcurl takes a header's line for the first of a reply: in capital letters or small ones.
+inline bool IsStatusLine(std::string_view line) {
+    constexpr std::string_view Start = "HTTP/";
+    return line.size() >= Start.size() && strncasecmp(line.data(), Start.data(), Start.size()) == 0;
+}
 
 // Keeps libcurl off memory that it has given back (versions before 8.1). It appends a header's line that
 // begins with a blank to the field before; on a handle used again, to the first line of a reply, that is a
@@ -19,7 +26,7 @@ public:
             *line = '\r';
             isFound_ = true;
         }
-        isFirstField_ = std::string_view(line, size).substr(0, 5) == "HTTP/";
+        isFirstField_ = IsStatusLine({line, size});
     }
     // Whether a reply has begun with the rest of a line; it is no HTTP, and is not to be read further.
     bool isFound() const { return isFound_; }

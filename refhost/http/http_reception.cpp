@@ -83,7 +83,7 @@ bool CHttpReception::acceptHeaderLine(std::string_view line) {
     if (isPacked_ || rounds_.foundStrayFold())
         return false;
     rounds_.headerLine(line);
-    if (line.substr(0, 5) == "HTTP/") {
+    if (vorn_utility::v1_0::IsStatusLine(line)) {
         headersEnded_ = false;
         isChallenge_ = line.find(" 401") != std::string_view::npos;
     }

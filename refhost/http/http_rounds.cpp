@@ -16,7 +16,7 @@ constexpr int Unauthorized = 401;
 
 // Of "HTTP/1.1 200 OK"; 0 for any other line.
 int StatusOf(std::string_view line) {
-    if (line.substr(0, 5) != "HTTP/")
+    if (!vorn_utility::v1_0::IsStatusLine(line))
         return 0;
     line.remove_prefix(std::min(line.find(' '), line.size()));
     line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
