@@ -4,18 +4,12 @@
 #include "operations/operations.h"
 #include "refhost/base/address.h"
 #include "refhost/text/json_node.h"
-
-#include <sys/stat.h>
+#include "site/text_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
-#include <system_error>
 
 namespace corvane::site {
 namespace {
@@ -31,7 +25,6 @@ using Names = std::vector<std::string>;
 constexpr std::size_t LongestName = 64;
 constexpr int HighestInput = 255;
 constexpr int HighestPort = 65535;
-constexpr std::uintmax_t LargestFile = std::uintmax_t{64} << 20;
 
 const std::string StreamPrefix = "streams.";         // NOLINT(cert-err58-cpp)
 const std::string AdjustmentPrefix = "adjustments."; // NOLINT(cert-err58-cpp)
@@ -322,20 +315,6 @@ private:
     std::vector<std::pair<std::string, std::string>> references_; // place and name of credentials
 };
 
-std::string ReadText(const std::string& file) {
-    std::error_code error;
-    const bool isFolder = std::filesystem::is_directory(file, error);
-    errno = 0;
-    std::ifstream in(file, std::ios::binary);
-    if (!in || isFolder)
-        throw CSiteFileError(
-            file + ": cannot be read: " + std::generic_category().message(isFolder ? EISDIR : errno));
-    std::string text(std::istreambuf_iterator<char>(in), {});
-    if (text.size() > LargestFile)
-        throw CSiteFileError(file + ": is larger than 64 MiB");
-    return text;
-}
-
 // Of the refused place, or of the nearest around it that stands in the file.
 std::string PositionOf(const std::string& text, const refhost::JsonPositions& positions, std::string place) {
     while (!place.empty() && positions.count(place) == 0)
@@ -347,7 +326,7 @@ std::string PositionOf(const std::string& text, const refhost::JsonPositions& po
 } // namespace
 
 SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary) {
-    const std::string text = ReadText(file);
+    const std::string text = ReadTextFile(file);
     refhost::JsonPositions positions;
     bool isParsed = false;
     try {
@@ -357,9 +336,9 @@ SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary) {
             .read(CJsonNode(parsed));
     } catch (const CJsonRefusal& refusal) {
         const bool tellsLine = !isParsed && refusal.place().rfind("line ", 0) == 0;
-        throw CSiteFileError(file + ": " +
-                             (tellsLine ? "" : PositionOf(text, positions, refusal.place()) + ": ") +
-                             refusal.what());
+        throw CFileError(file + ": " +
+                         (tellsLine ? "" : PositionOf(text, positions, refusal.place()) + ": ") +
+                         refusal.what());
     }
 }
 

@@ -5,7 +5,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -63,15 +62,8 @@ struct SSiteVocabulary {
         refusedAdjustment;
 };
 
-// Why a site file was refused: "FILE: line L, column C: PLACE: REASON", the place being the path of the
-// member
-// ("cameras[2].streams[0].record.frameRate").
-class CSiteFileError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// Reads a site file, as strictly as a model list. Throws CSiteFileError.
+// Reads a site file, as strictly as a model list. Throws CFileError: "FILE: line L, column C: PLACE: REASON",
+// the place being the path of the member ("cameras[2].streams[0].record.frameRate").
 SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary);
 
 } // namespace corvane::site

@@ -1,4 +1,5 @@
 #include "site/site_file.h"
+#include "site/text_file.h"
 
 #include "tests/support/temporary_folder.h"
 
@@ -154,7 +155,7 @@ TEST(SiteFile, EachMistakeIsToldWithItsPlaceAndReason) {
         try {
             (void)ReadSiteFile(file, Vocabulary());
             ADD_FAILURE() << "taken: " << mistake.wrong;
-        } catch (const CSiteFileError& error) {
+        } catch (const CFileError& error) {
             EXPECT_EQ(std::string(error.what()), file + ": " + mistake.said);
         }
     }
@@ -165,7 +166,7 @@ TEST(SiteFile, ThatCannotBeReadIsRefused) {
     const auto refusal = [](const std::string& file) -> std::string {
         try {
             (void)ReadSiteFile(file, Vocabulary());
-        } catch (const CSiteFileError& error) {
+        } catch (const CFileError& error) {
             return error.what();
         }
         return "";

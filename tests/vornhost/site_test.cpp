@@ -83,7 +83,8 @@ TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
                              {"changed", 0},
                              {"notAccepted", 0},
                              {"fault", 1},
-                             {"ignored", 0}}));
+                             {"ignored", 0},
+                             {"causes", {{"refused", 1}}}}));
     const json log = camsim_.get("/requests");
     for (const json& request : log.at("requests"))
         EXPECT_TRUE(request.at("method") == "GET" &&

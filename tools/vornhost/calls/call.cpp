@@ -36,6 +36,15 @@ STimedAnswer MakeCall(const COperationRegistry& operations, const SCall& call) {
     return future.get();
 }
 
+std::optional<SAnswer> AnswerIfThere(const COperationRegistry& operations, const std::string& operation,
+                                     const Texts& arguments) {
+    try {
+        return MakeCall(operations, {operation, arguments}).answer;
+    } catch (const COperationError&) {
+        return std::nullopt;
+    }
+}
+
 void RequireOperation(const COperationRegistry& operations, const SCall& call) {
     Texts names;
     for (const SOperation& operation : operations.operations()) {

@@ -3,6 +3,7 @@
 #include "tools/vornhost/names.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,11 @@ CAsyncOp StartCall(const COperationRegistry& operations, const SCall& call,
 
 // Makes a call and waits for its answer. Throws COperationError when the call cannot be made.
 STimedAnswer MakeCall(const COperationRegistry& operations, const SCall& call);
+
+// The same, with nothing for a call that cannot be made: the camera does not have the operation, or what the
+// arguments name.
+std::optional<SAnswer> AnswerIfThere(const COperationRegistry& operations, const std::string& operation,
+                                     const Texts& arguments);
 
 // Throws COperationError when there is no such operation, with the names that are like it, or none that
 // takes as many arguments. Makes no call.

@@ -335,6 +335,17 @@ std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges
     return diagnosis;
 }
 
+SDiagnosis WrongValue(const std::string& what, const std::string& asked, const std::string& choice) {
+    SDiagnosis wrong;
+    wrong.problem = "the camera has no " + what + " " + asked;
+    wrong.request = what + "=" + asked + "; nothing was sent";
+    wrong.reply = "it may be " + choice;
+    wrong.advice = "give one of these";
+    wrong.cause = "wrong-value";
+    wrong.phase = "write";
+    return wrong;
+}
+
 SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported) {
     SDiagnosis diagnosis;
     diagnosis.problem = "the camera has taken the write, and reports another value of " + what;

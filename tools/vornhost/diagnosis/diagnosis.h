@@ -63,6 +63,9 @@ void TellRestart(SDiagnosis& problem, const std::string& address);
 std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges,
                                                  const std::string& beginning = "");
 
+// The camera is not asked for a value of `what` that it cannot have; `choice` is what it may be.
+SDiagnosis WrongValue(const std::string& what, const std::string& asked, const std::string& choice);
+
 // The camera has taken a write, and reports another value of `what` than was asked for.
 SDiagnosis NotAccepted(const std::string& what, const std::string& asked, const std::string& reported);
 

@@ -1,18 +1,32 @@
 #pragma once
 
+#include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/report/adjustments.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace corvane::vornhost {
 
-struct SDifference {
-    std::string of;     // "streams.CHANNEL,CODEC,STREAM" or "adjustments"
+// SComparison::of of an adjustment; that of a stream is this prefix with the stream's name behind it.
+inline constexpr const char* OfAdjustments = "adjustments";
+inline constexpr const char* OfStreamPrefix = "streams.";
+
+// What the camera has of one value that a recorder wants.
+struct SComparison {
+    enum class Match {
+        Same,    // also where the plug-in's own conversion makes one of both
+        Rounded, // what a camera may make of it that does not have the value
+        Different
+    };
+
+    std::string of;
     std::string field;  // the record's, or the adjustment's name
     std::string wanted; // as the wish has it
     std::string camera; // empty where the camera does not tell
+    Match match = Match::Same;
 
     // For people.
     std::string text() const;
@@ -24,17 +38,26 @@ public:
     // The model must outlive it.
     CDrift(const SModelInfo& model, AskCamera ask) : model_(model), ask_(std::move(ask)) {}
 
-    // `wish`: {"streams":[{"stream","record":{field: value}}],"adjustments":{name: value}}. Throws CFailure
-    // for a wish that cannot be read.
-    std::vector<SDifference> between(const ordered_json& wish) const;
+    // `wish`: {"streams":[{"stream","record":{field: value}}],"adjustments":{name: value}}. All of its values
+    // in their order. Throws CFailure for a wish that cannot be read.
+    std::vector<SComparison> compare(const ordered_json& wish) const;
+    // What of them is different.
+    std::vector<SComparison> between(const ordered_json& wish) const;
+    // Why this camera can never have the wish: a value out of its range, an adjustment that it lacks.
+    std::optional<SDiagnosis> impossible(const ordered_json& wish) const;
+
+    // The stream's record, as an argument of operations, with the wished fields in it; empty for no stream of
+    // the camera.
+    std::string recordWith(const std::string& id, const ordered_json& record) const;
 
     // The wish in a file. Throws CFailure.
     static ordered_json read(const std::string& file);
 
 private:
+    std::optional<SAnswer> answer(const std::string& operation, const Texts& arguments) const;
     void compareStream(const std::string& id, const ordered_json& record,
-                       std::vector<SDifference>& differences) const;
-    void compareAdjustments(const ordered_json& wish, std::vector<SDifference>& differences) const;
+                       std::vector<SComparison>& comparisons) const;
+    void compareAdjustments(const ordered_json& wish, std::vector<SComparison>& comparisons) const;
 
     const SModelInfo& model_;
     const AskCamera ask_;

@@ -259,8 +259,12 @@ SFinding CExamination::drift() {
         return call(operation, arguments);
     });
     Texts differences;
-    for (const SDifference& difference : drift.between(*plan_.record))
-        differences.push_back(difference.text());
+    try {
+        for (const SComparison& difference : drift.between(*plan_.record))
+            differences.push_back(difference.text());
+    } catch (const CFailure& failure) { // a wish that this camera cannot have
+        return Faulty(DiagnoseOwn(failure));
+    }
     if (differences.empty())
         return Sound("as the record wants it");
     SDiagnosis problem;
@@ -279,11 +283,7 @@ std::string CExamination::identityPath() const {
 }
 
 std::optional<SAnswer> CExamination::call(const std::string& operation, const Texts& arguments) const {
-    try {
-        return MakeCall(session_.operations(), {operation, arguments}).answer;
-    } catch (const COperationError&) { // the camera does not have it
-        return std::nullopt;
-    }
+    return AnswerIfThere(session_.operations(), operation, arguments);
 }
 
 std::string CExamination::setting(const std::string& key) const {

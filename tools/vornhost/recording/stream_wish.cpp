@@ -18,14 +18,9 @@ std::optional<double> NumberOf(const std::string& text) {
     return text.empty() || *end != '\0' ? std::nullopt : std::optional(number);
 }
 
-// Nothing where the camera does not have the operation.
 std::optional<SAnswer> Call(const CDeviceSession& session, const std::string& operation,
                             const Texts& arguments) {
-    try {
-        return MakeCall(session.operations(), {operation, arguments}).answer;
-    } catch (const COperationError&) {
-        return std::nullopt;
-    }
+    return AnswerIfThere(session.operations(), operation, arguments);
 }
 
 std::string Setting(const CDeviceSession& session, const std::string& key) {

@@ -7,8 +7,10 @@
 #include "tools/vornhost/report/value_range.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iterator>
+#include <thread>
 #include <utility>
 
 namespace corvane::vornhost {
@@ -19,6 +21,9 @@ constexpr const char* On = "on";
 constexpr const char* Off = "off";
 constexpr const char* FocusName = "focus";
 constexpr const char* FixedByCamera = "the camera";
+constexpr std::chrono::milliseconds LookAgain(200);
+constexpr int LooksAtRest = 3; // without a change: it begins slowly
+constexpr std::chrono::seconds LongestMove(15);
 
 // The plug-in's value as a person writes it.
 std::string Shown(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& value) {
@@ -46,6 +51,20 @@ AdjustmentForm FormOf(const SwitchKind&) {
     return AdjustmentForm::Switch;
 }
 
+template <class Form>
+int UnitOf(const Form&) {
+    return 0;
+}
+int UnitOf(const SAdjustment& adjustment) {
+    if (adjustment.range.size() < 2)
+        return 0;
+    const auto lowest = operations::ReadWholeNumber<int>(adjustment.range[0]);
+    const auto highest = operations::ReadWholeNumber<int>(adjustment.range[1]);
+    return lowest && highest && *highest > *lowest
+               ? (HighestPercent + *highest - *lowest - 1) / (*highest - *lowest)
+               : 0;
+}
+
 // Where the name is not that of the model list's member, and what takes the choice away.
 constexpr struct {
     const char* operation;
@@ -59,21 +78,22 @@ constexpr struct {
 SAdjustmentInfo Info(const char* member, const char* operation, AdjustmentForm form) {
     for (const auto& row : Names)
         if (std::string(operation) == row.operation)
-            return {row.name, operation, form, nullptr, row.fixedBy};
-    return {member, operation, form, nullptr, FixedByCamera};
+            return {row.name, operation, form, nullptr, row.fixedBy, nullptr};
+    return {member, operation, form, nullptr, FixedByCamera, nullptr};
 }
 
 std::vector<SAdjustmentInfo> MakeAdjustments() {
     std::vector<SAdjustmentInfo> all;
 #define VORN_ADJUSTMENT(AREA, NAME, FORM, MEMBER, RECORD)                                                    \
     all.push_back(Info(#MEMBER, #AREA #NAME, FormOf(FORM())));                                               \
+    all.back().unitOf = [](const SModelInfo& model) { return UnitOf(model.MEMBER); };                        \
     if (std::string(#AREA) == "Lens") /* which the camera does not list itself */                            \
         all.back().isOfModel = [](const SModelInfo& model) { return IsOffered(model.MEMBER); };
 #include "host/adjustments.def"
     const auto focus = std::find_if(all.begin(), all.end(),
                                     [](const auto& info) { return info.name == std::string(FocusName); });
-    all.insert(std::next(focus),
-               {"autoFocus", "LensAutoFocus", AdjustmentForm::Action, focus->isOfModel, FixedByCamera});
+    all.insert(std::next(focus), {"autoFocus", "LensAutoFocus", AdjustmentForm::Action, focus->isOfModel,
+                                  FixedByCamera, focus->unitOf});
     return all;
 }
 
@@ -173,6 +193,26 @@ SAdjustmentReading CAdjustments::read(const SAdjustmentInfo& info) const {
     return reading;
 }
 
+SAdjustmentReading CAdjustments::readSettled(const SAdjustmentInfo& info) const {
+    SAdjustmentReading last = read(info);
+    if (!info.isOfModel || info.form != AdjustmentForm::Percent)
+        return last;
+    const auto end = std::chrono::steady_clock::now() + LongestMove;
+    for (int unchanged = 0;
+         unchanged < LooksAtRest && !last.failure && std::chrono::steady_clock::now() < end;) {
+        std::this_thread::sleep_for(LookAgain); // the camera does not tell when it has arrived
+        SAdjustmentReading now = read(info);
+        unchanged = now.current == last.current ? unchanged + 1 : 0;
+        last = std::move(now);
+    }
+    return last;
+}
+
+std::optional<SAnswer> CAdjustments::set(const SAdjustmentInfo& info, const std::string& value) const {
+    return ask_(std::string("set") + info.operation,
+                {std::to_string(input_), AdjustmentArgument(info, model_, value).value_or("")});
+}
+
 Texts AdjustmentValues(const SAdjustmentInfo& info, const SModelInfo& model) {
     switch (info.form) {
     case AdjustmentForm::Percent:
@@ -208,13 +248,24 @@ std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const
     return value == On ? "1" : "0";
 }
 
-bool IsSameAdjustment(const SAdjustmentInfo& info, const std::string& asked, const std::string& reported) {
-    // Of the coarsest range, 0 to 15, a unit is nearly 7.
-    constexpr int MostRounding = 7;
+bool IsSameAdjustment(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& asked,
+                      const std::string& reported) {
     const auto wanted = operations::ReadWholeNumber<int>(asked);
     const auto is = operations::ReadWholeNumber<int>(reported);
-    return info.form == AdjustmentForm::Percent && wanted && is ? std::abs(*wanted - *is) <= MostRounding
-                                                                : asked == reported;
+    return info.form == AdjustmentForm::Percent && wanted && is
+               ? std::abs(*wanted - *is) <= info.unitOf(model)
+               : asked == reported;
+}
+
+SDiagnosis AdjustmentMissing(const SAdjustmentInfo& info, const std::string& value) {
+    SDiagnosis problem;
+    problem.problem = std::string("the camera has no ") + info.name;
+    problem.request = std::string(info.name) + "=" + value + "; nothing was sent";
+    problem.reply = "the camera's own list of adjustments has none of the name";
+    problem.advice = "see with `vornhost image` which the camera has";
+    problem.cause = "not-supported";
+    problem.phase = "write";
+    return problem;
 }
 
 } // namespace corvane::vornhost

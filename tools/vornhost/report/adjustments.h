@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/names.h"
 
 #include <functional>
@@ -21,6 +22,8 @@ struct SAdjustmentInfo {
     // the picture's.
     bool (*isOfModel)(const SModelInfo& model);
     const char* fixedBy; // what takes the choice away from who would set it
+    // How many percent a unit of the camera's is, rounded up; 0 where it has none.
+    int (*unitOf)(const SModelInfo& model);
 };
 
 // All adjustments of picture and lens, in the order in which they are shown.
@@ -64,6 +67,11 @@ public:
     // In the order of Adjustments().
     std::vector<SAdjustmentReading> readAll() const;
     SAdjustmentReading read(const SAdjustmentInfo& info) const;
+    // Once it no longer changes: a lens takes its time.
+    SAdjustmentReading readSettled(const SAdjustmentInfo& info) const;
+
+    // Sets it; `value` as a person writes it. The camera's answer says nothing of what it then has.
+    std::optional<SAnswer> set(const SAdjustmentInfo& info, const std::string& value) const;
 
 private:
     AskCamera ask_;
@@ -81,6 +89,10 @@ std::optional<std::string> AdjustmentArgument(const SAdjustmentInfo& info, const
                                               const std::string& value);
 
 // Whether what is reported may be what was asked for: percentages are rounded to the camera's own units.
-bool IsSameAdjustment(const SAdjustmentInfo& info, const std::string& asked, const std::string& reported);
+bool IsSameAdjustment(const SAdjustmentInfo& info, const SModelInfo& model, const std::string& asked,
+                      const std::string& reported);
+
+// Why the camera is not asked for an adjustment that it does not have.
+SDiagnosis AdjustmentMissing(const SAdjustmentInfo& info, const std::string& value);
 
 } // namespace corvane::vornhost

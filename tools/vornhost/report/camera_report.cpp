@@ -7,7 +7,7 @@
 #include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/report/measured.h"
 #include "tools/vornhost/report/setting_sections.h"
-#include "tools/vornhost/report/value_range.h"
+#include "tools/vornhost/report/stream_fields.h"
 
 #include <algorithm>
 #include <optional>
@@ -16,14 +16,6 @@
 
 namespace corvane::vornhost {
 namespace {
-
-struct SCodec {
-    const char* name;
-    int bit;     // in getVideoCodecsSupported
-    int streams; // with capabilities of their own
-};
-
-constexpr SCodec Codecs[] = {{"mjpeg", MjpegBit, 1}, {"mpeg4", Mpeg4Bit, 2}, {"h264", H264Bit, 2}};
 
 constexpr int NotSupported = static_cast<int>(RtnCode::NotSupported);
 constexpr const char* FirstAudio = "0,g726"; // stream
@@ -109,7 +101,7 @@ private:
         codecBits_ = codecs->result.index() == 0 ? 0 : std::get<long long>(codecs->result);
         imageMode_ = resultText("GetImageMode", {});
         ordered_json names = ordered_json::array();
-        for (const auto& codec : Codecs)
+        for (const SStreamCodec& codec : StreamCodecs)
             if (codecBits_ & codec.bit)
                 names.push_back(codec.name);
         const std::string alarmInputs = firstValue("capability.IsDryContactSupported", {});
@@ -134,13 +126,13 @@ private:
                                  {"current", "NOW"},
                                  {"default", "DEFAULT"},
                                  {"range", "MAY BE"}};
-        for (const auto& codec : Codecs)
+        for (const SStreamCodec& codec : StreamCodecs)
             for (int stream = 0; stream < codec.streams && (codecBits_ & codec.bit); ++stream)
                 addStream(section.table, codec, stream);
         add(std::move(section));
     }
 
-    void addStream(SFactTable& table, const SCodec& codec, int stream) {
+    void addStream(SFactTable& table, const SStreamCodec& codec, int stream) {
         const std::string id = "0," + std::string(codec.name) + "," + std::to_string(stream);
         const auto camera = ask("getVideoCodecParameters", {id});
         const auto current =

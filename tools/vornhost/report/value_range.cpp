@@ -3,6 +3,7 @@
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 namespace corvane::vornhost {
@@ -67,6 +68,19 @@ bool CValueRange::allows(const std::string& value, bool fromNothing) const {
     const auto asked = measure(value);
     const bool hasLowest = measure == NumberOf && !fromNothing;
     return asked && *asked <= *highest && (!hasLowest || *asked >= *lowest) && *asked > 0;
+}
+
+bool CValueRange::isRounded(const std::string& asked, const std::string& reported) const {
+    const auto wanted = NumberOf(asked);
+    const auto is = NumberOf(reported);
+    if (!isKnown() || !wanted || !is || std::find(values_.begin(), values_.end(), asked) != values_.end())
+        return false;
+    if (!isList_)
+        return std::abs(*wanted - *is) <= NumberOf(values_.back()).value_or(0);
+    return std::none_of(values_.begin(), values_.end(), [&](const std::string& one) {
+        const auto number = NumberOf(one);
+        return number && *number > std::min(*wanted, *is) && *number < std::max(*wanted, *is);
+    });
 }
 
 std::string CValueRange::text() const {

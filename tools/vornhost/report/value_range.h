@@ -21,6 +21,10 @@ public:
     // `fromNothing`: from any number above 0 on, instead of the lowest.
     bool allows(const std::string& value, bool fromNothing = false) const;
 
+    // Whether a camera that was asked for one number, which it does not have, may report the other: none of
+    // its own lies between.
+    bool isRounded(const std::string& asked, const std::string& reported) const;
+
     // "10 to 100 in steps of 10", "1, 2, 5"; empty where nothing is known.
     std::string text() const;
     // null, {"from","to","step"}, or a list.

@@ -18,6 +18,8 @@ public:
     // Reads the password file. Throws CFailure.
     static CCredentials given(const std::string& user, const std::string& passwordFile);
 
+    // Nothing where it is the family's.
+    const std::optional<std::string>& user() const { return user_; }
     // Where the user comes from, for people.
     std::string source() const;
     // For a device of this family; null when the family is not known.

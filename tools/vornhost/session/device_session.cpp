@@ -41,20 +41,17 @@ std::string FamilyOfModel(const SOptions& options, const CVornModelList& models)
     return model->family;
 }
 
-// Of the listed number that the reported one, which has a prefix, ends with; empty when there is none.
-std::string FamilyOfReported(const CVornModelList& models, const std::string& reported) {
+// The listed number that the reported one, which has a prefix, ends with; empty when there is none.
+std::string ListedNumber(const CVornModelList& models, const std::string& reported) {
     const auto endsWith = [&reported](const std::string& number) {
         return reported.size() >= number.size() &&
                reported.compare(reported.size() - number.size(), number.size(), number) == 0;
     };
-    std::string family;
-    std::size_t longest = 0;
+    std::string listed;
     for (const auto& [number, model] : models.getModels())
-        if (number.size() > longest && endsWith(number)) {
-            longest = number.size();
-            family = model.family;
-        }
-    return family;
+        if (number.size() > listed.size() && endsWith(number))
+            listed = number;
+    return listed;
 }
 
 bool BeginsWith(const std::string& text, const std::string& beginning) {
@@ -186,8 +183,9 @@ std::optional<SDiagnosis> CDeviceSession::askIdentity() {
         error = ask(query.serialNumber, as, serialNumber);
         if (error)
             continue;
-        const std::string listed = FamilyOfReported(*plugin_->models(), number);
-        takeFamily(listed.empty() ? family.name : listed, serialNumber);
+        listedNumber_ = ListedNumber(*plugin_->models(), number);
+        const SModelInfo* const model = plugin_->models()->findModel(listedNumber_);
+        takeFamily(model ? model->family : family.name, serialNumber);
         return std::nullopt;
     }
     return Diagnose(Occasion::Identification, error, exchanges_);

@@ -97,6 +97,8 @@ public:
     // Empty while they are not known.
     const std::string& familyName() const { return familyName_; }
     const std::string& serialNumber() const { return serialNumber_; }
+    // Of askIdentity(): the model list's number; empty for a model that it does not have.
+    const std::string& listedNumber() const { return listedNumber_; }
 
 private:
     struct SParts {
@@ -124,6 +126,7 @@ private:
     CExchangeWatch exchanges_;
     std::string familyName_;
     std::string serialNumber_;
+    std::string listedNumber_;
     boost::shared_ptr<CVornCamera> camera_;
     std::unique_ptr<CPtzController> ptzController_;  // of camera_'s first input
     std::unique_ptr<COperationRegistry> operations_; // of all three and the handler

@@ -12,20 +12,17 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr const char* SitePhase = "site";
-constexpr const char* StreamsPrefix = "streams.";
+constexpr const char* ReadBackPhase = "read-back";
+constexpr int FirstInput = 0;
 
-SOptions OptionsOf(const site::SSiteCamera& camera, SOptions options) {
-    if (!camera.model.empty())
-        options.modelNumber = camera.model;
-    return options;
-}
-
-// "stream 0,h264,0" for programs.
-std::string ToldOf(const SDifference& difference) {
-    const std::string prefix = StreamsPrefix;
-    return difference.of.compare(0, prefix.size(), prefix) == 0
-               ? "stream " + difference.of.substr(prefix.size())
-               : difference.of;
+SDiagnosis NotReported(const SComparison& value) {
+    SDiagnosis silent;
+    silent.problem = "the camera does not report its " + value.field;
+    silent.request = ToldOf(value.of) + ", " + value.field;
+    silent.reply = "nothing";
+    silent.advice = "see with `vornhost show` what the camera has; restart it if it had it before";
+    silent.cause = "not-reported";
+    return silent;
 }
 
 } // namespace
@@ -46,28 +43,40 @@ const char* NameOf(CameraState state) {
     return "same";
 }
 
+std::string ToldOf(const std::string& of) {
+    const std::string prefix = OfStreamPrefix;
+    return of.compare(0, prefix.size(), prefix) == 0 ? "stream " + of.substr(prefix.size()) : of;
+}
+
 ordered_json FindingJson(const SCameraFinding& finding) {
+    const auto valueOf = [](const std::string& text) {
+        return text.empty() ? ordered_json() : ordered_json(text);
+    };
     ordered_json json{{"name", finding.camera->name},
                       {"address", finding.camera->address},
                       {"state", NameOf(finding.state)}};
-    if (!finding.differences.empty()) {
-        ordered_json& all = json["differences"] = ordered_json::array();
-        for (const SDifference& difference : finding.differences)
-            all.push_back(
-                {{"of", ToldOf(difference)},
-                 {"field", difference.field},
-                 {"wanted", difference.wanted},
-                 {"camera", difference.camera.empty() ? ordered_json() : ordered_json(difference.camera)}});
-    }
+    for (const SComparison& one : finding.differences)
+        json["differences"].push_back({{"of", ToldOf(one.of)},
+                                       {"field", one.field},
+                                       {"wanted", one.wanted},
+                                       {"camera", valueOf(one.camera)}});
+    for (const SChange& one : finding.changes)
+        json["changes"].push_back({{"of", ToldOf(one.before.of)},
+                                   {"field", one.before.field},
+                                   {"asked", one.before.wanted},
+                                   {"was", valueOf(one.before.camera)},
+                                   {"is", valueOf(one.after)}});
     if (finding.problem)
         json["problem"] = ProblemObject(*finding.problem);
+    for (const ordered_json& check : finding.checks)
+        json["checks"].push_back(check);
     return json;
 }
 
 CSiteCamera::CSiteCamera(const site::SSiteCamera& camera, const SRecorder& recorder, const SOptions& options,
                          CCredentials credentials)
     : camera_(camera),
-      session_(recorder, OptionsOf(camera, options), std::move(credentials), camera.address) {}
+      session_(recorder, OptionsFor(camera, options), std::move(credentials), camera.address) {}
 
 std::optional<SDiagnosis> CSiteCamera::open() {
     // Connects first, so that one that is gone is told at once.
@@ -94,13 +103,12 @@ std::optional<SDiagnosis> CSiteCamera::otherCamera() const {
     return other;
 }
 
-void CSiteCamera::compare(SCameraFinding& finding, const std::string& today) {
+void CSiteCamera::compare(SCameraFinding& finding, const SAllowances& allowances) {
     if (camera_.streams.empty() && camera_.adjustments.empty())
         return;
     if ((finding.problem = unreadable()))
         return;
-    const SModelInfo* const model = session_.model();
-    if (!model) {
+    if (!session_.model()) {
         SDiagnosis unknown;
         unknown.problem = "the model list does not have the camera's model";
         unknown.advice = "give the camera's \"model\" in the site file, or a model list that has it";
@@ -109,23 +117,122 @@ void CSiteCamera::compare(SCameraFinding& finding, const std::string& today) {
         finding.problem = unknown;
         return;
     }
-    const CDrift drift(*model, [this](const std::string& operation, const Texts& arguments) {
-        return ask(operation, arguments);
-    });
     try {
-        for (SDifference& difference : drift.between(WishOf(camera_)))
-            if (isIgnored(difference, today))
+        const ordered_json wish = WishOf(camera_);
+        for (SComparison& one : drift().compare(wish))
+            if (one.match == SComparison::Match::Same || isAccepted(one, allowances))
+                continue;
+            else if (isIgnored(one.of, one.field, allowances.today))
                 ++finding.ignored;
             else
-                finding.differences.push_back(std::move(difference));
+                finding.differences.push_back(std::move(one));
+        finding.problem = drift().impossible(wish);
+        if (const auto silent = std::find_if(finding.differences.begin(), finding.differences.end(),
+                                             [](const SComparison& one) { return one.camera.empty(); });
+            !finding.problem && silent != finding.differences.end())
+            finding.problem = NotReported(*silent);
     } catch (const CFailure& failure) { // a wish that this camera cannot have
         finding.problem = DiagnoseOwn(failure);
-        finding.problem->phase = SitePhase;
-        return;
     }
-    finding.problem = unreadable(); // while it was compared
+    if (finding.problem)
+        finding.problem->phase = SitePhase;
+    else
+        finding.problem = unreadable(); // while it was compared
     if (!finding.differences.empty())
         finding.state = CameraState::Differs;
+}
+
+void CSiteCamera::set(SCameraFinding& finding, const SAllowances& allowances) {
+    if (finding.problem || finding.differences.empty())
+        return;
+    const std::vector<SComparison> before = std::exchange(finding.differences, {});
+    if ((finding.problem = write(before, allowances.today)))
+        return;
+    const std::vector<SComparison> after = drift().compare(WishOf(camera_));
+    if ((finding.problem = unreadable())) {
+        finding.problem->phase = ReadBackPhase;
+        return;
+    }
+    finding.state = CameraState::Changed;
+    for (const SComparison& one : after) {
+        const auto was = std::find_if(before.begin(), before.end(), [&](const SComparison& other) {
+            return other.of == one.of && other.field == one.field;
+        });
+        if (was != before.end())
+            finding.changes.push_back({*was, one.camera});
+        if (one.match == SComparison::Match::Same || isAccepted(one, allowances) ||
+            isIgnored(one.of, one.field, allowances.today))
+            continue;
+        if (one.match == SComparison::Match::Rounded) {
+            allowances.accepted->take(acceptedOf(one));
+            continue;
+        }
+        finding.differences.push_back(one);
+        finding.state = CameraState::NotAccepted;
+    }
+}
+
+std::optional<SDiagnosis> CSiteCamera::write(const std::vector<SComparison>& differences,
+                                             const std::string& today) {
+    for (const site::SStreamWish& wish : camera_.streams) {
+        const bool differs = std::any_of(differences.begin(), differences.end(), [&](const SComparison& one) {
+            return one.of == OfStreamPrefix + wish.name;
+        });
+        if (differs)
+            if (auto problem = writeStream(wish, today))
+                return problem;
+    }
+    for (const SComparison& one : differences)
+        if (one.of == OfAdjustments)
+            if (auto problem = writeAdjustment(one))
+                return problem;
+    return std::nullopt;
+}
+
+// What the file ignores stays as the camera has it.
+std::optional<SDiagnosis> CSiteCamera::writeStream(const site::SStreamWish& wish, const std::string& today) {
+    ordered_json record = ordered_json::object();
+    for (const auto& [field, value] : wish.record)
+        if (!isIgnored(OfStreamPrefix + wish.name, field, today))
+            record[field] = value;
+    const std::string wanted = drift().recordWith(wish.name, record);
+    const char* const operation = "syncVideoCodecProperties";
+    (void)session_.exchanges().takeFailing();
+    return writeProblem(operation, ask(operation, {wanted, wish.name}));
+}
+
+std::optional<SDiagnosis> CSiteCamera::writeAdjustment(const SComparison& difference) {
+    const SAdjustmentInfo& info = *FindAdjustment(difference.field);
+    const CAdjustments adjustments(
+        [this](const std::string& operation, const Texts& arguments) { return ask(operation, arguments); },
+        *session_.model(), FirstInput);
+    (void)session_.exchanges().takeFailing();
+    auto problem =
+        writeProblem(std::string("set") + info.operation, adjustments.set(info, difference.wanted));
+    if (!problem)
+        (void)adjustments.readSettled(info);
+    return problem;
+}
+
+std::optional<SDiagnosis> CSiteCamera::writeProblem(const std::string& operation,
+                                                    const std::optional<SAnswer>& answer) {
+    if (answer)
+        return ProblemOf(session_, operation, *answer);
+    return DiagnoseOwn({ExitStatus::CallFailed, "the camera has no " + operation});
+}
+
+CDrift CSiteCamera::drift() const {
+    return {*session_.model(), [this](const std::string& operation, const Texts& arguments) {
+                return ask(operation, arguments);
+            }};
+}
+
+site::SAcceptedValue CSiteCamera::acceptedOf(const SComparison& value) const {
+    return {camera_.name, camera_.address, value.of, value.field, value.wanted, value.camera};
+}
+
+bool CSiteCamera::isAccepted(const SComparison& value, const SAllowances& allowances) const {
+    return value.match == SComparison::Match::Rounded && allowances.accepted->has(acceptedOf(value));
 }
 
 // What all comparing rests on.
@@ -139,18 +246,13 @@ std::optional<SDiagnosis> CSiteCamera::unreadable() {
     return std::nullopt;
 }
 
-std::optional<SAnswer> CSiteCamera::ask(const std::string& operation, const Texts& arguments) {
-    try {
-        const STimedAnswer answer = MakeCall(session_.operations(), {operation, arguments});
-        return answer.succeeded() ? std::optional(answer.answer) : std::nullopt;
-    } catch (const COperationError&) { // the camera does not have it
-        return std::nullopt;
-    }
+std::optional<SAnswer> CSiteCamera::ask(const std::string& operation, const Texts& arguments) const {
+    return AnswerIfThere(session_.operations(), operation, arguments);
 }
 
-bool CSiteCamera::isIgnored(const SDifference& difference, const std::string& today) const {
+bool CSiteCamera::isIgnored(const std::string& of, const std::string& field, const std::string& today) const {
     return std::any_of(camera_.ignored.begin(), camera_.ignored.end(), [&](const site::SIgnored& one) {
-        return one.of == difference.of + "." + difference.field && (one.until.empty() || today < one.until);
+        return one.of == of + "." + field && (one.until.empty() || today < one.until);
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "site/accepted_values.h"
 #include "site/site_file.h"
 #include "tools/vornhost/doctor/drift.h"
 #include "tools/vornhost/session/device_session.h"
@@ -14,19 +15,36 @@ namespace corvane::vornhost {
 enum class CameraState { Fault, NotAccepted, Differs, Changed, Same };
 const char* NameOf(CameraState state);
 
+// A value that was set.
+struct SChange {
+    SComparison before;
+    std::string after; // what the camera has since
+};
+
 // What is known of one of a site's cameras.
 struct SCameraFinding {
     const site::SSiteCamera* camera = nullptr;
     CameraState state = CameraState::Same;
-    std::vector<SDifference> differences;
+    std::vector<SComparison> differences;
+    std::vector<SChange> changes;
     std::size_t ignored = 0; // differences that the file ignores
     std::optional<SDiagnosis> problem;
-    std::string model;    // as far as they are known
-    std::string firmware; // likewise
+    std::vector<ordered_json> checks; // of the doctor, that have found something; as programs read them
+    std::string model;                // as far as they are known
+    std::string firmware;             // likewise
     double milliseconds = 0;
 };
 
+// "stream 0,h264,0" for "streams.0,h264,0"; "adjustments" stays as it is.
+std::string ToldOf(const std::string& of);
+
 ordered_json FindingJson(const SCameraFinding& finding);
+
+// What of a difference is none.
+struct SAllowances {
+    std::string today; // as in "2026-11-26"
+    site::CAcceptedValues* accepted = nullptr;
+};
 
 // One of a site's cameras, for as long as something is done with it. Belongs to one thread.
 class CSiteCamera {
@@ -37,16 +55,27 @@ public:
 
     // Reaches the camera and makes sure that it is the file's. Why it cannot be used.
     std::optional<SDiagnosis> open();
-    // Holds the camera against the file; sends no write. `today` as in "2026-11-26".
-    void compare(SCameraFinding& finding, const std::string& today);
+    // Holds the camera against the file; sends no write.
+    void compare(SCameraFinding& finding, const SAllowances& allowances);
+    // Sets what was found to differ, and reads it back.
+    void set(SCameraFinding& finding, const SAllowances& allowances);
+    CDeviceSession& session() { return session_; }
     // Its model and firmware.
     void describe(SCameraFinding& finding);
 
 private:
     std::optional<SDiagnosis> otherCamera() const;
     std::optional<SDiagnosis> unreadable();
-    std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments);
-    bool isIgnored(const SDifference& difference, const std::string& today) const;
+    std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const;
+    CDrift drift() const;
+    std::optional<SDiagnosis> write(const std::vector<SComparison>& differences, const std::string& today);
+    std::optional<SDiagnosis> writeStream(const site::SStreamWish& wish, const std::string& today);
+    std::optional<SDiagnosis> writeAdjustment(const SComparison& difference);
+    std::optional<SDiagnosis> writeProblem(const std::string& operation,
+                                           const std::optional<SAnswer>& answer);
+    bool isAccepted(const SComparison& value, const SAllowances& allowances) const;
+    bool isIgnored(const std::string& of, const std::string& field, const std::string& today) const;
+    site::SAcceptedValue acceptedOf(const SComparison& value) const;
 
     const site::SSiteCamera& camera_;
     CDeviceSession session_;

@@ -3,12 +3,9 @@
 #include "site/bounded_work.h"
 #include "site/selection.h"
 #include "tools/vornhost/console/json_line.h"
-#include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/site/site_wish.h"
-
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <utility>
@@ -24,13 +21,6 @@ const char* CountName(CameraState state) {
     return state == CameraState::NotAccepted ? "notAccepted" : NameOf(state);
 }
 
-void WarnOfReaders(const std::string& file) {
-    struct stat status {};
-    if (::stat(file.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
-        WriteMessage("vornhost: warning: others may read the password file \"" + PrintableText(file) +
-                     "\" (chmod 600)\n");
-}
-
 double MillisecondsSince(std::chrono::steady_clock::time_point begin) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
 }
@@ -39,8 +29,26 @@ std::string WhatIsToSee(const SCameraFinding& finding) {
     if (finding.problem)
         return finding.problem->cause + ": " + finding.problem->problem;
     Texts texts;
-    for (const SDifference& difference : finding.differences)
+    for (const SComparison& difference : finding.differences)
         texts.push_back(difference.text());
+    if (texts.empty())
+        for (const SChange& change : finding.changes)
+            texts.push_back(change.before.of + "." + change.before.field + " was " + change.before.camera +
+                            ", is " + change.after);
+    return Join(texts, "; ");
+}
+
+// "12 cameras: wrong password; 3: no answer", the most frequent first.
+std::string CausesText(const std::map<std::string, std::size_t>& causes) {
+    std::vector<std::pair<std::string, std::size_t>> sorted(causes.begin(), causes.end());
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    Texts texts;
+    for (auto [cause, count] : sorted) {
+        std::replace(cause.begin(), cause.end(), '-', ' ');
+        const char* const unit = !texts.empty() ? "" : count == 1 ? " camera" : " cameras";
+        texts.push_back(std::to_string(count) + unit + ": " + cause);
+    }
     return Join(texts, "; ");
 }
 
@@ -57,31 +65,50 @@ CSiteRun::CSiteRun(const SOptions& options, SSiteOptions siteOptions)
         throw CFailure(ExitStatus::WrongUsage, all.cameras.empty() ? "the site file has no camera"
                                                                    : "--only chooses no camera of the site");
     for (const site::SSiteCamera& camera : cameras_) {
-        SOptions withPort = options_;
-        withPort.rtspPort = camera.rtspPort;
         if (camera.rtspPort && recorders_.count(camera.rtspPort) == 0)
-            recorders_.emplace(camera.rtspPort,
-                               SRecorder(std::make_shared<CLoadedPlugin>(withPort), first.database));
+            recorders_.emplace(
+                camera.rtspPort,
+                SRecorder(std::make_shared<CLoadedPlugin>(OptionsFor(camera, options_)), first.database));
     }
-    for (const auto& [name, one] : all.credentials) {
-        WarnOfReaders(one.passwordFile);
-        credentials_.emplace(name, CCredentials::given(one.user, one.passwordFile));
-    }
-    credentials_.emplace("", CCredentials::fromOptions(options_));
+    credentials_ = CredentialsOf(all, options_);
 }
 
-const SRecorder& CSiteRun::recorderOf(const site::SSiteCamera& camera) const {
-    return recorders_.at(camera.rtspPort);
+std::unique_ptr<CSiteCamera> CSiteRun::session(const site::SSiteCamera& camera) const {
+    return std::make_unique<CSiteCamera>(camera, recorders_.at(camera.rtspPort), options_,
+                                         credentials_.at(camera.credentials));
 }
 
-CCredentials CSiteRun::credentialsOf(const site::SSiteCamera& camera) const {
-    return credentials_.at(camera.credentials);
+CSiteRun::Cameras CSiteRun::cameras() const {
+    Cameras all;
+    for (const site::SSiteCamera& camera : cameras_)
+        all.push_back(&camera);
+    return all;
 }
 
-ExitStatus CSiteRun::run(const Work& work, bool tellsAll) {
-    const CEndRequest end([this] { isEnded_ = true; });
-    site::ForEachPlace(cameras_.size(), siteOptions_.jobs, isEnded_,
-                       [&](std::size_t place) { take(look(cameras_[place], work)); });
+void CSiteRun::restrictTo(const std::function<bool(const site::SSiteCamera&)>& isMeant) {
+    cameras_.erase(std::remove_if(cameras_.begin(), cameras_.end(),
+                                  [&](const site::SSiteCamera& camera) { return !isMeant(camera); }),
+                   cameras_.end());
+}
+
+std::vector<SCameraFinding> CSiteRun::each(const Cameras& cameras, const Work& work, const IsTold& isTold) {
+    std::vector<SCameraFinding> kept;
+    site::ForEachPlace(cameras.size(), {siteOptions_.jobs}, isEnded_, [&](std::size_t place) {
+        SCameraFinding finding =
+            looked(*cameras[place], [&](const site::SSiteCamera& camera) { return worked(camera, work); });
+        if (!isTold || isTold(finding))
+            return tell(std::move(finding));
+        const std::lock_guard<std::mutex> lock(mutex_);
+        ++looked_[finding.state];
+        kept.push_back(std::move(finding));
+        showProgress();
+    });
+    std::sort(kept.begin(), kept.end(),
+              [](const SCameraFinding& a, const SCameraFinding& b) { return a.camera < b.camera; });
+    return kept;
+}
+
+ExitStatus CSiteRun::end(bool tellsAll) {
     const std::lock_guard<std::mutex> lock(mutex_);
     progress_.clear();
     if (options_.json)
@@ -91,31 +118,47 @@ ExitStatus CSiteRun::run(const Work& work, bool tellsAll) {
     return status();
 }
 
-SCameraFinding CSiteRun::look(const site::SSiteCamera& camera, const Work& work) const {
-    const auto begin = std::chrono::steady_clock::now();
+void CSiteRun::each(const Look& look) {
+    site::ForEachPlace(cameras_.size(), {siteOptions_.jobs}, isEnded_, [&](std::size_t place) {
+        SCameraFinding finding = looked(cameras_[place], look);
+        if (!isEnded_) // which ends the processes of others too
+            tell(std::move(finding));
+    });
+}
+
+SCameraFinding CSiteRun::worked(const site::SSiteCamera& camera, const Work& work) const {
     SCameraFinding finding;
     finding.camera = &camera;
+    const auto one = session(camera);
+    if (auto failure = one->open())
+        finding.problem = std::move(failure);
+    else
+        work(*one, finding);
+    return finding;
+}
+
+SCameraFinding CSiteRun::looked(const site::SSiteCamera& camera, const Look& look) {
+    const auto begin = std::chrono::steady_clock::now();
+    SCameraFinding finding;
     try {
-        CSiteCamera one(camera, recorderOf(camera), options_, credentialsOf(camera));
-        if (auto failure = one.open())
-            finding.problem = std::move(failure);
-        else
-            work(one, finding);
+        finding = look(camera);
     } catch (const CFailure& failure) {
         finding.problem = DiagnoseOwn(failure);
     } catch (const std::exception& failure) { // short of memory or threads: this camera's alone
         finding.problem = DiagnoseOwn({ExitStatus::NotStarted, failure.what(), OwnCause::Limit});
     }
+    finding.camera = &camera;
     if (finding.problem) { // what was found before it is not to be relied on
         finding.state = CameraState::Fault;
         finding.differences.clear();
+        finding.changes.clear();
         finding.ignored = 0;
     }
     finding.milliseconds = MillisecondsSince(begin);
     return finding;
 }
 
-void CSiteRun::take(SCameraFinding finding) {
+void CSiteRun::tell(SCameraFinding finding) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (options_.json) {
         ordered_json json = FindingJson(finding);
@@ -126,21 +169,23 @@ void CSiteRun::take(SCameraFinding finding) {
         json["ms"] = ThreeDecimals(finding.milliseconds);
         WriteOutput(JsonLine(json));
     }
+    ++looked_[finding.state];
     findings_.push_back(std::move(finding));
     showProgress();
 }
 
 // REQUIRES: mutex_ held.
 void CSiteRun::showProgress() {
-    const auto count = [this](CameraState state) {
-        return std::to_string(std::count_if(findings_.begin(), findings_.end(),
-                                            [&](const SCameraFinding& one) { return one.state == state; }));
-    };
-    const double left = MillisecondsSince(begin_) / static_cast<double>(findings_.size()) *
-                        static_cast<double>(cameras_.size() - findings_.size()) / 1000;
-    progress_.show(std::to_string(findings_.size()) + " of " + std::to_string(cameras_.size()) +
-                   " cameras, " + count(CameraState::Differs) + " differ, " + count(CameraState::Fault) +
-                   " faults, " + SecondsText(left) + " left");
+    std::size_t looked = 0;
+    for (const auto& [state, count] : looked_)
+        looked += count;
+    // Of a sync that compares all before it sets any, the second look counts too.
+    const std::size_t all = std::max(cameras_.size(), looked);
+    const double left =
+        MillisecondsSince(begin_) / static_cast<double>(looked) * static_cast<double>(all - looked) / 1000;
+    progress_.show(std::to_string(looked) + " of " + std::to_string(all) + " cameras, " +
+                   std::to_string(looked_[CameraState::Differs]) + " differ, " +
+                   std::to_string(looked_[CameraState::Fault]) + " faults, " + SecondsText(left) + " left");
 }
 
 ordered_json CSiteRun::summary() const {
@@ -152,6 +197,8 @@ ordered_json CSiteRun::summary() const {
     for (const SCameraFinding& one : findings_)
         ignored += one.ignored;
     json["ignored"] = ignored;
+    if (const auto causes = this->causes(); !causes.empty())
+        json["causes"] = causes;
     if (findings_.size() < cameras_.size())
         json["notDone"] = cameras_.size() - findings_.size();
     json["ms"] = ThreeDecimals(MillisecondsSince(begin_));
@@ -188,7 +235,18 @@ void CSiteRun::tellTable(bool tellsAll) const {
         text += "; " + std::to_string(ignored) + " differences ignored";
     if (findings_.size() < cameras_.size())
         text += "; " + std::to_string(cameras_.size() - findings_.size()) + " cameras not looked at";
-    WriteOutput(text + "\n");
+    text += "\n";
+    if (const auto causes = this->causes(); !causes.empty())
+        text += CausesText(causes) + "\n";
+    WriteOutput(text);
+}
+
+std::map<std::string, std::size_t> CSiteRun::causes() const {
+    std::map<std::string, std::size_t> causes;
+    for (const SCameraFinding& one : findings_)
+        if (one.problem)
+            ++causes[one.problem->cause];
+    return causes;
 }
 
 ExitStatus CSiteRun::status() const {

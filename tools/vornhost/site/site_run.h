@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/site/site_camera.h"
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -22,26 +24,44 @@ struct SSiteOptions {
     std::size_t jobs = 64; // cameras at once
 };
 
-// Does something with each of a site's cameras, some of them side by side, and tells what was found: a line a
-// camera as it is done and a summary last for programs, a table for people.
+// Does something with a site's cameras, some of them side by side, and tells what was found: a line a camera
+// as it is done and a summary last for programs, a table for people. Ctrl-C ends it after the cameras that
+// are under way.
 class CSiteRun {
 public:
+    using Cameras = std::vector<const site::SSiteCamera*>;
     // On one camera, on a thread of its own; what it throws is told as the camera's fault.
     using Work = std::function<void(CSiteCamera& camera, SCameraFinding& finding)>;
+    using IsTold = std::function<bool(const SCameraFinding& finding)>;
 
     // Reads the file. Throws CFailure.
     CSiteRun(const SOptions& options, SSiteOptions siteOptions);
 
-    // `tellsAll`: people get a row for every camera in the file's order, and not only for those that need
-    // attention. Called once.
-    ExitStatus run(const Work& work, bool tellsAll);
+    // Those that are chosen, in the file's order.
+    Cameras cameras() const;
+    // Without any but these.
+    void restrictTo(const std::function<bool(const site::SSiteCamera& camera)>& isMeant);
+
+    // What is found of a camera without a session here; it throws CFailure.
+    using Look = std::function<SCameraFinding(const site::SSiteCamera& camera)>;
+    void each(const Look& look);
+
+    // Tells each finding, save those that are not to be told yet, which are returned in the file's order.
+    std::vector<SCameraFinding> each(const Cameras& cameras, const Work& work, const IsTold& isTold = {});
+    void tell(SCameraFinding finding);
+    bool isEnded() const { return isEnded_; }
+    // Of one of the site's cameras, for as long as this lives. No traffic. Throws CFailure.
+    std::unique_ptr<CSiteCamera> session(const site::SSiteCamera& camera) const;
+
+    // The summary. `tellsAll`: people get a row for every camera in the file's order, and not only for those
+    // that need attention. Called last.
+    ExitStatus end(bool tellsAll = false);
 
 private:
-    const SRecorder& recorderOf(const site::SSiteCamera& camera) const;
-    CCredentials credentialsOf(const site::SSiteCamera& camera) const;
-    SCameraFinding look(const site::SSiteCamera& camera, const Work& work) const;
-    void take(SCameraFinding finding);
+    SCameraFinding worked(const site::SSiteCamera& camera, const Work& work) const;
+    static SCameraFinding looked(const site::SSiteCamera& camera, const Look& look);
     void showProgress();
+    std::map<std::string, std::size_t> causes() const; // how many cameras have them
     ordered_json summary() const;
     void tellTable(bool tellsAll) const;
     ExitStatus status() const;
@@ -53,9 +73,11 @@ private:
     std::map<std::string, CCredentials> credentials_;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::atomic<bool> isEnded_{false};
+    const CEndRequest end_{[this] { isEnded_ = true; }};
 
-    std::mutex mutex_; // guards what follows
-    std::vector<SCameraFinding> findings_;
+    std::mutex mutex_;                          // guards what follows
+    std::vector<SCameraFinding> findings_;      // that have been told
+    std::map<CameraState, std::size_t> looked_; // at how many, told or not
     CStatusLine progress_;
 };
 

@@ -1,9 +1,14 @@
 #include "tools/vornhost/site/site_wish.h"
 
 #include "refhost/base/address.h"
+#include "site/text_file.h"
 #include "tools/vornhost/console/exit_status.h"
+#include "tools/vornhost/console/standard_streams.h"
+#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/session/loaded_plugin.h"
+
+#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -21,17 +26,33 @@ std::optional<std::string> RefusedAdjustment(const CVornModelList& models, const
            AdjustmentChoice(*info, *model);
 }
 
+// What a camera can be in; to focus once is none of it.
+Texts StateNames() {
+    Texts names;
+    for (const SAdjustmentInfo& info : Adjustments())
+        if (info.form != AdjustmentForm::Action)
+            names.emplace_back(info.name);
+    return names;
+}
+
+void WarnOfReaders(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0)
+        WriteMessage("vornhost: warning: others may read the password file \"" + PrintableText(file) +
+                     "\" (chmod 600)\n");
+}
+
 } // namespace
 
 site::SSite OpenSite(const std::string& file, const CVornModelList& models) {
     const site::SSiteVocabulary vocabulary{
-        NumbersOf(models), AdjustmentNames(),
+        NumbersOf(models), StateNames(),
         [&models](const std::string& name, const std::string& model, const std::string& value) {
             return RefusedAdjustment(models, name, model, value);
         }};
     try {
         return site::ReadSiteFile(file, vocabulary);
-    } catch (const site::CSiteFileError& error) {
+    } catch (const site::CFileError& error) {
         throw CFailure(ExitStatus::WrongUsage, std::string("the site file was refused: ") + error.what(),
                        OwnCause::WrongFile);
     }
@@ -44,14 +65,36 @@ ordered_json WishOf(const site::SSiteCamera& camera) {
     return {{"streams", streams}, {"adjustments", camera.adjustments}};
 }
 
-ordered_json WishAt(const site::SSite& site, const std::string& address) {
-    const auto found =
-        std::find_if(site.cameras.begin(), site.cameras.end(), [&](const site::SSiteCamera& camera) {
-            return refhost::ToldAddress(camera.address) == refhost::ToldAddress(address);
+const site::SSiteCamera& FindCamera(const site::SSite& site, const std::string& nameOrAddress) {
+    const auto find = [&site](const auto& isIt) {
+        return std::find_if(site.cameras.begin(), site.cameras.end(), isIt);
+    };
+    auto found = find([&](const site::SSiteCamera& camera) { return camera.name == nameOrAddress; });
+    if (found == site.cameras.end())
+        found = find([&](const site::SSiteCamera& camera) {
+            return refhost::ToldAddress(camera.address) == refhost::ToldAddress(nameOrAddress);
         });
     if (found == site.cameras.end())
-        throw CFailure(ExitStatus::WrongUsage, "the site has no camera at " + address);
-    return WishOf(*found);
+        throw CFailure(ExitStatus::WrongUsage, "the site has no camera at " + nameOrAddress);
+    return *found;
+}
+
+SOptions OptionsFor(const site::SSiteCamera& camera, SOptions options) {
+    if (!camera.model.empty())
+        options.modelNumber = camera.model;
+    if (camera.rtspPort)
+        options.rtspPort = camera.rtspPort;
+    return options;
+}
+
+std::map<std::string, CCredentials> CredentialsOf(const site::SSite& site, const SOptions& options) {
+    std::map<std::string, CCredentials> all;
+    for (const auto& [name, one] : site.credentials) {
+        WarnOfReaders(one.passwordFile);
+        all.emplace(name, CCredentials::given(one.user, one.passwordFile));
+    }
+    all.emplace("", CCredentials::fromOptions(options));
+    return all;
 }
 
 } // namespace corvane::vornhost

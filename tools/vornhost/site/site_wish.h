@@ -2,7 +2,10 @@
 
 #include "site/site_file.h"
 #include "tools/vornhost/names.h"
+#include "tools/vornhost/session/credentials.h"
+#include "tools/vornhost/session/options.h"
 
+#include <map>
 #include <string>
 
 namespace corvane::vornhost {
@@ -13,7 +16,14 @@ site::SSite OpenSite(const std::string& file, const CVornModelList& models);
 // How the camera is wanted, as CDrift takes it.
 ordered_json WishOf(const site::SSiteCamera& camera);
 
-// The wish for the camera at the address. Throws CFailure where the site has none there.
-ordered_json WishAt(const site::SSite& site, const std::string& address);
+// The site's camera of the name, else the one at the address. Throws CFailure where the site has none.
+const site::SSiteCamera& FindCamera(const site::SSite& site, const std::string& nameOrAddress);
+
+// How it is asked: the entry's model and RTSP port take the place of the command line's.
+SOptions OptionsFor(const site::SSiteCamera& camera, SOptions options);
+
+// The credentials of the site's entries, by their names, with the command line's as "". Warns of password
+// files that others may read. Throws CFailure.
+std::map<std::string, CCredentials> CredentialsOf(const site::SSite& site, const SOptions& options);
 
 } // namespace corvane::vornhost

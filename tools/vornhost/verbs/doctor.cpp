@@ -31,14 +31,14 @@ Example: vornhost doctor 192.168.0.10)";
 class CDoctor : public IVerb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("ADDRESS", address_, "The camera")->required();
+        command.add_option("ADDRESS", address_, "The camera; with --site its name will do")->required();
         command.add_flag("--write-test", plan_.withWrite, "Write one setting with the value that it has");
         command.add_flag("--move", plan_.withMove, "Move the head by a step and back");
         CLI::Option* const record = command
                                         .add_option("--record", recordFile_,
                                                     "What the recorder wants: streams and adjustments (JSON)")
                                         ->type_name("FILE");
-        command.add_option("--site", siteFile_, "The same, as the site file has it for ADDRESS")
+        command.add_option("--site", siteFile_, "The same, and how it is asked, as the site file has it")
             ->type_name("SITE")
             ->excludes(record);
         command.add_option("--bundle", bundleFile_, "Write what a support desk needs (.tar.gz)")
@@ -49,12 +49,21 @@ public:
     ExitStatus run(const SOptions& options) override {
         if (!recordFile_.empty())
             plan_.record = CDrift::read(recordFile_);
-        if (!siteFile_.empty())
-            plan_.record = WishAt(OpenSite(siteFile_, *OpenModelList(options)), address_);
+        if (siteFile_.empty())
+            return examine(options, CCredentials::fromOptions(options));
+        const site::SSite site = OpenSite(siteFile_, *OpenModelList(options));
+        const site::SSiteCamera& camera = FindCamera(site, address_);
+        plan_.record = WishOf(camera);
+        address_ = camera.address;
+        return examine(OptionsFor(camera, options), CredentialsOf(site, options).at(camera.credentials));
+    }
+
+private:
+    ExitStatus examine(const SOptions& options, CCredentials credentials) {
         const auto start = std::chrono::steady_clock::now();
         refhost::KeepExchangeDetails(true);
         const CLogKept log(!bundleFile_.empty());
-        CDeviceSession session(options, address_);
+        CDeviceSession session(SRecorder(options), options, std::move(credentials), address_);
         session.alwaysIdentify();
         CWaitingLine waiting;
         CExamination examination(session, plan_,
@@ -74,7 +83,6 @@ public:
         return status;
     }
 
-private:
     // Every line of the log, from here on, whatever is shown of it.
     class CLogKept {
     public:

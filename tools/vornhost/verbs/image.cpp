@@ -13,17 +13,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 namespace corvane::vornhost {
 namespace {
 
 constexpr std::size_t BarWidth = 20; // the whole table then fits a terminal of 80 columns
-constexpr std::chrono::milliseconds LookAgain(200);
-constexpr int LooksAtRest = 3; // without a change: it begins slowly
-constexpr std::chrono::seconds LongestMove(15);
 
 // 0 for a text that is no number; the plug-in's percentages always are.
 long NumberIn(const std::string& text) {
@@ -146,13 +141,7 @@ private:
 
     ExitStatus set(const SWish& wish) {
         if (!adjustments_.has(*wish.info)) {
-            SDiagnosis problem;
-            problem.problem = std::string("the camera has no ") + wish.info->name;
-            problem.request = std::string(wish.info->name) + "=" + wish.value + "; nothing was sent";
-            problem.reply = "the camera's own list of adjustments has none of the name";
-            problem.advice = "see with `vornhost image` which the camera has";
-            problem.cause = "not-supported";
-            problem.phase = "write";
+            const SDiagnosis problem = AdjustmentMissing(*wish.info, wish.value);
             const SAdjustmentReading none{wish.info, "", "", {}, std::nullopt};
             if (json_)
                 tell(wish, {RtnCode::NotSupported, Origin::General, problem.problem}, none, problem);
@@ -161,15 +150,14 @@ private:
         }
         (void)session_.exchanges().takeFailing(); // an earlier wish's
         const std::string operation = std::string("set") + wish.info->operation;
-        const std::string argument = AdjustmentArgument(*wish.info, model_, wish.value).value_or("");
         const SAdjustmentInfo& telling = TellingAdjustment(*wish.info);
         SAdjustmentReading reported{&telling, "", "", {}, std::nullopt};
         CError error = CError::Success();
         WhileWaiting(std::string("waiting for the camera to take the ") + wish.info->name, [&] {
-            const auto answer = ask(operation, {std::to_string(input_), argument});
+            const auto answer = adjustments_.set(*wish.info, wish.value);
             error = answer && answer->error ? *answer->error : CError::Success();
             if (!error)
-                reported = settled(telling);
+                reported = adjustments_.readSettled(telling);
         });
         const auto problem = problemOf(wish, error, reported);
         tell(wish, error, reported, problem);
@@ -196,7 +184,7 @@ private:
             return problem;
         }
         const bool isTold = reported.info == wish.info && wish.info->form != AdjustmentForm::Action;
-        if (!isTold || IsSameAdjustment(*wish.info, wish.value, reported.current))
+        if (!isTold || IsSameAdjustment(*wish.info, model_, wish.value, reported.current))
             return std::nullopt;
         return NotAccepted(wish.info->name, wish.value, reported.current);
     }
@@ -220,28 +208,8 @@ private:
         }
     }
 
-    // What the camera reports once it no longer changes: a lens takes its time.
-    SAdjustmentReading settled(const SAdjustmentInfo& info) const {
-        SAdjustmentReading last = adjustments_.read(info);
-        if (!info.isOfModel || info.form != AdjustmentForm::Percent)
-            return last;
-        const auto end = std::chrono::steady_clock::now() + LongestMove;
-        for (int unchanged = 0;
-             unchanged < LooksAtRest && !last.failure && std::chrono::steady_clock::now() < end;) {
-            std::this_thread::sleep_for(LookAgain); // the camera does not tell when it has arrived
-            SAdjustmentReading now = adjustments_.read(info);
-            unchanged = now.current == last.current ? unchanged + 1 : 0;
-            last = std::move(now);
-        }
-        return last;
-    }
-
     std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const {
-        try {
-            return MakeCall(session_.operations(), {operation, arguments}).answer;
-        } catch (const COperationError&) {
-            return std::nullopt;
-        }
+        return AnswerIfThere(session_.operations(), operation, arguments);
     }
 
     CDeviceSession& session_;

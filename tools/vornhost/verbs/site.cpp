@@ -1,5 +1,10 @@
+#include "site/text_file.h"
 #include "tools/vornhost/console/utc_time.h"
+#include "tools/vornhost/site/site_doctor.h"
+#include "tools/vornhost/site/site_events.h"
 #include "tools/vornhost/site/site_run.h"
+#include "tools/vornhost/site/site_survey.h"
+#include "tools/vornhost/site/site_sync.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -14,31 +19,81 @@ constexpr const char* Help =
 Exit status 1 when a camera differs or has a fault, 2 for a site file that is refused.
 Examples:
   vornhost site check yard.json
-  vornhost site check yard.json --only 'gate*' --only tag:outside --json)";
+  vornhost site check yard.json --only 'gate*' --only tag:outside --json
+  vornhost site sync yard.json --dry-run --plan tonight.json)";
 
 class CSite : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.require_subcommand(1);
-        declareVerb(command, "check", "Is each camera set as the file wants it? Writes nothing", check_);
+        declareInit(command);
         declareVerb(command, "list", "A line a camera: name, address, model, firmware, state", list_);
+        declareVerb(command, "check", "Is each camera set as the file wants it? Writes nothing", check_);
+        declareVerb(command, "sync", "Sets those that are not", sync_);
+        sync_->add_flag("--dry-run", syncOptions_.isDryRun, "Write nothing to a camera");
+        sync_
+            ->add_option("--plan", syncOptions_.planFile,
+                         "Of a dry run: what is to be written; else it is carried out, and no camera touched "
+                         "that has changed since")
+            ->type_name("FILE");
+        sync_
+            ->add_option("--max-changes", syncOptions_.mostChanges,
+                         "Stop before the first write when more cameras would change")
+            ->type_name("N");
+        sync_->add_flag("--one-first", syncOptions_.oneFirst,
+                        "One camera, then a check of it, then the others");
+        declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_);
+        DeclareSeconds(*events_, seconds_, "How long (default: until Ctrl-C)");
+        declareVerb(command, "doctor", "The doctor on all, with the causes counted", doctor_);
         command.footer(Help);
     }
 
     ExitStatus run(const SOptions& options) override {
-        const std::string today = UtcTimeText(std::chrono::system_clock::now()).substr(0, 10);
+        if (init_->parsed()) {
+            surveyOptions_.jobs = siteOptions_.jobs;
+            return CSiteSurvey(options, surveyOptions_).run();
+        }
         CSiteRun run(options, siteOptions_);
-        const bool isList = list_->parsed();
-        return run.run(
-            [&](CSiteCamera& camera, SCameraFinding& finding) {
-                camera.compare(finding, today);
-                if (isList)
-                    camera.describe(finding);
-            },
-            isList);
+        if (events_->parsed())
+            return WatchEvents(run, siteOptions_.jobs, seconds_);
+        if (doctor_->parsed()) {
+            const CSiteDoctor doctor(options, siteOptions_.file);
+            run.each([&](const site::SSiteCamera& camera) { return doctor.examine(camera); });
+            return run.end();
+        }
+        site::CAcceptedValues accepted = OpenAccepted(siteOptions_.file);
+        const SAllowances allowances{UtcTimeText(std::chrono::system_clock::now()).substr(0, 10), &accepted};
+        if (sync_->parsed())
+            return CSiteSync(run, syncOptions_, allowances).run();
+        run.each(run.cameras(), [&](CSiteCamera& camera, SCameraFinding& finding) {
+            camera.compare(finding, allowances);
+            if (list_->parsed())
+                camera.describe(finding);
+        });
+        return run.end(list_->parsed());
     }
 
 private:
+    static site::CAcceptedValues OpenAccepted(const std::string& file) {
+        try {
+            return site::CAcceptedValues(file);
+        } catch (const site::CFileError& error) {
+            throw CFailure(ExitStatus::WrongUsage, error.what(), OwnCause::WrongFile);
+        }
+    }
+
+    void declareInit(CLI::App& command) {
+        init_ = command.add_subcommand("init", "Asks who is there, and prints a site file of the cameras");
+        init_->fallthrough();
+        init_
+            ->add_option("ADDRESS", surveyOptions_.words,
+                         "Addresses and ranges, as `vornhost identify` has them")
+            ->required();
+        init_->add_flag("--with-settings", surveyOptions_.withSettings,
+                        "With what each camera has as its wish");
+        declareJobs(*init_);
+    }
+
     void declareVerb(CLI::App& command, const char* name, const char* summary, CLI::App*& verb) {
         verb = command.add_subcommand(name, summary);
         verb->fallthrough();
@@ -46,15 +101,26 @@ private:
         verb->add_option("--only", siteOptions_.only,
                          "A shell pattern for names, or tag:WORD; may be repeated")
             ->type_name("PATTERN");
-        verb->add_option("--jobs", siteOptions_.jobs, "Cameras at once")
+        declareJobs(*verb);
+    }
+
+    void declareJobs(CLI::App& verb) {
+        verb.add_option("--jobs", siteOptions_.jobs, "Cameras at once")
             ->capture_default_str()
             ->type_name("N")
             ->check(CLI::Range(1, MostJobs));
     }
 
     SSiteOptions siteOptions_;
-    CLI::App* check_ = nullptr;
+    SSyncOptions syncOptions_;
+    SSurveyOptions surveyOptions_;
+    CLI::App* init_ = nullptr;
     CLI::App* list_ = nullptr;
+    CLI::App* check_ = nullptr;
+    CLI::App* sync_ = nullptr;
+    CLI::App* events_ = nullptr;
+    CLI::App* doctor_ = nullptr;
+    std::optional<double> seconds_;
 };
 
 } // namespace

@@ -5,7 +5,7 @@
 #include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/report/measured.h"
-#include "tools/vornhost/report/value_range.h"
+#include "tools/vornhost/report/stream_fields.h"
 #include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
@@ -17,24 +17,11 @@
 namespace corvane::vornhost {
 namespace {
 
-// How the names of the settings begin that a stream needs.
-constexpr const char* H264Settings = "H264";
-constexpr const char* Mpeg4Settings = "MPEG";
-
-// One field of a stream's record, and the operation that reads the recorder's value.
-struct SField {
-    const SVideoField& field;
-    const char* range; // the operation that tells what it may be
-    CError (CVornCamera::*get)(int, int, VideoCodec, CString&);
-};
-
-const SField Fields[] = {
-    {VideoFields[0], "getVideoCodecFrameRateRange", &CVornCamera::getVideoCodecFrameRate},
-    {VideoFields[1], "getVideoCodecResolutionRange", &CVornCamera::getVideoCodecResolution},
-    {VideoFields[2], "getVideoCodecQualityRange", &CVornCamera::getVideoCodecQuality},
-    {VideoFields[3], "getVideoCodecKeyFrameIntervalRange", &CVornCamera::getVideoCodecKeyFrameInterval},
-    {VideoFields[4], "getVideoCodecBitRateRange", &CVornCamera::getVideoCodecBitRate},
-    {VideoFields[5], "getVideoCodecBitRateControlRange", &CVornCamera::getVideoCodecBitRateControl},
+// Reads the recorder's value of a field, in the order of StreamFields().
+constexpr CError (CVornCamera::*Stored[])(int, int, VideoCodec, CString&) = {
+    &CVornCamera::getVideoCodecFrameRate, &CVornCamera::getVideoCodecResolution,
+    &CVornCamera::getVideoCodecQuality,   &CVornCamera::getVideoCodecKeyFrameInterval,
+    &CVornCamera::getVideoCodecBitRate,   &CVornCamera::getVideoCodecBitRateControl,
 };
 
 // What a synchronisation found and did. All values are in the recorder's form.
@@ -84,7 +71,7 @@ ordered_json OutcomeJson(const std::string& stream, const SOutcome& outcome) {
 
 std::string OutcomeText(const SOutcome& outcome, bool colour) {
     CTable table({"SETTING", "RECORD", "CAMERA HAD", outcome.isDryRun ? "CAMERA WOULD BE" : "RECORD NOW"});
-    for (const SField& row : Fields) {
+    for (const SStreamField& row : StreamFields()) {
         const std::string values[] = {(outcome.record.*row.field.value).str(),
                                       (outcome.before.*row.field.value).str(),
                                       (outcome.after.*row.field.value).str()};
@@ -177,15 +164,12 @@ private:
     std::optional<SDiagnosis> refused(CDeviceSession& session) const {
         CError error = CError::Success();
         (void)cameraRecord(session, error); // waits for the settings
-        CExchangeWatch& exchanges = session.exchanges();
-        for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
-            if (failed)
-                return DiagnoseExchange(*failed, exchanges);
-        if (id_.codec != VideoCodec::Mjpeg)
-            if (auto missing = DiagnoseMissingSetting(
-                    exchanges, id_.codec == VideoCodec::H264 ? H264Settings : Mpeg4Settings))
-                return missing;
-        return wrongValue(session);
+        if (auto unreadable = WhyUnreadable(session.exchanges(), id_.codec))
+            return unreadable;
+        auto wrong = WrongStreamValue(given_, id_, asking(session));
+        if (wrong)
+            wrong->advice += "; --force asks the camera for it all the same";
+        return wrong;
     }
 
     std::optional<SDiagnosis> problemOf(CDeviceSession& session, const SOutcome& outcome) const {
@@ -204,48 +188,19 @@ private:
         return !isDryRun_ && outcome.changed() ? notAccepted(session, outcome) : std::nullopt;
     }
 
-    Texts rangeArguments() const {
-        return {std::to_string(id_.channel), std::to_string(id_.stream),
-                device_handler::v1_0::FindCodecName(id_.codec)->name};
+    static AskCamera asking(CDeviceSession& session) {
+        return [&session](const std::string& operation, const Texts& arguments) {
+            return std::optional(answer(session, operation, arguments));
+        };
     }
 
     // Of what is given. It is kept in the record all the same.
     Texts notSettable(CDeviceSession& session) const {
         Texts names;
-        for (const SField& row : Fields) {
-            if ((given_.*row.field.value).empty())
-                continue;
-            const auto error = answer(session, row.range, rangeArguments()).error;
-            if (error && error->getCode() == static_cast<int>(RtnCode::NotSupported))
+        for (const SStreamField& row : StreamFields())
+            if (!(given_.*row.field.value).empty() && !RangeOf(row, id_, "", asking(session)).isSettable)
                 names.emplace_back(row.field.name);
-        }
         return names;
-    }
-
-    // The first of the given values that the camera's own range does not have.
-    std::optional<SDiagnosis> wrongValue(CDeviceSession& session) const {
-        for (const SField& row : Fields) {
-            const std::string value = (given_.*row.field.value).str();
-            if (value.empty())
-                continue;
-            Texts arguments = rangeArguments();
-            // A distance between key frames is seconds to the camera: so many frames at that rate, rounded.
-            const bool isInterval = row.field.value == &SVornVidValsInDb::keyFrameInterval;
-            if (isInterval && !given_.frameRate.empty())
-                arguments.push_back(given_.frameRate.str());
-            const CValueRange range = CValueRange::of(answer(session, row.range, arguments));
-            if (range.allows(value, isInterval))
-                continue;
-            SDiagnosis wrong;
-            wrong.problem = "the camera has no " + std::string(row.field.name) + " " + value;
-            wrong.request = std::string(row.field.name) + "=" + value + "; nothing was sent";
-            wrong.reply = "it may be " + range.text();
-            wrong.advice = "give one of these; --force asks the camera for it all the same";
-            wrong.cause = "wrong-value";
-            wrong.phase = "write";
-            return wrong;
-        }
-        return std::nullopt;
     }
 
     // The camera is read once more: what it took may not be what it does.
@@ -259,7 +214,7 @@ private:
             problem.phase = "read-back";
             return problem;
         }
-        for (const SField& row : Fields) {
+        for (const SStreamField& row : StreamFields()) {
             const std::string asked = (outcome.asked.*row.field.value).str();
             const std::string is = (now.*row.field.value).str();
             const bool isGiven = !(given_.*row.field.value).empty();
@@ -274,10 +229,10 @@ private:
     // The record as it is to be: what is given, then what is stored, then the defaults.
     SVornVidValsInDb wanted(CVornCamera& camera) const {
         SVornVidValsInDb record = given_;
-        for (const SField& row : Fields)
-            if (CString& value = record.*row.field.value; value.empty())
-                (void)(camera.*row.get)(id_.channel, id_.stream, id_.codec,
-                                        value); // else the field stays unset
+        for (std::size_t i = 0; i < StreamFields().size(); ++i)
+            if (CString& value = record.*StreamFields()[i].field.value; value.empty())
+                (void)(camera.*Stored[i])(id_.channel, id_.stream, id_.codec,
+                                          value); // else the field stays unset
         return record;
     }
 

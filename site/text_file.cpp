@@ -1,0 +1,70 @@
+#include "site/text_file.h"
+
+#include "refhost/base/private_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace corvane::site {
+namespace {
+
+constexpr std::uintmax_t LargestFile = std::uintmax_t{64} << 20;
+
+std::string Reason(int error) {
+    return std::generic_category().message(error);
+}
+
+bool WriteAll(int descriptor, const std::string& text) {
+    for (std::size_t written = 0; written < text.size();) {
+        const ::ssize_t count = ::write(descriptor, text.data() + written, text.size() - written);
+        if (count < 0 && errno != EINTR)
+            return false;
+        written += static_cast<std::size_t>(std::max<::ssize_t>(count, 0));
+    }
+    return ::fsync(descriptor) == 0;
+}
+
+} // namespace
+
+std::string ReadTextFile(const std::string& file) {
+    std::error_code error;
+    const bool isFolder = std::filesystem::is_directory(file, error);
+    errno = 0;
+    std::ifstream in(file, std::ios::binary);
+    if (!in || isFolder)
+        throw CFileError(file + ": cannot be read: " + Reason(isFolder ? EISDIR : errno));
+    std::string text(std::istreambuf_iterator<char>(in), {});
+    if (text.size() > LargestFile)
+        throw CFileError(file + ": is larger than 64 MiB");
+    return text;
+}
+
+void ReplaceFile(const std::string& file, const std::string& text) {
+    const std::string temporary = file + ".new";
+    const refhost::SOpenedFile opened =
+        refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
+    if (opened.descriptor < 0)
+        throw CFileError(file + ": cannot be written: " + opened.failure);
+    bool isWritten = WriteAll(opened.descriptor, text);
+    int reason = errno;
+    ::close(opened.descriptor);
+    if (isWritten && std::rename(temporary.c_str(), file.c_str()) != 0) {
+        isWritten = false;
+        reason = errno;
+    }
+    if (!isWritten) {
+        (void)std::remove(temporary.c_str());
+        throw CFileError(file + ": cannot be written: " + Reason(reason));
+    }
+}
+
+} // namespace corvane::site

@@ -1,0 +1,68 @@
+#include "tools/vornhost/site/site_doctor.h"
+
+#include "tools/vornhost/console/child_process.h"
+
+#include <sstream>
+
+namespace corvane::vornhost {
+namespace {
+
+SDiagnosis DiagnosisOf(const ordered_json& line) {
+    const ordered_json& problem = line.at("problem");
+    SDiagnosis diagnosis;
+    diagnosis.cause = problem.value("cause", "");
+    diagnosis.isCertain = problem.value("certain", true);
+    diagnosis.phase = problem.value("phase", "");
+    diagnosis.request = problem.value("asked", "");
+    diagnosis.reply = problem.value("answered", "");
+    diagnosis.advice = problem.value("try", "");
+    diagnosis.problem =
+        line.contains("check") ? line.value("check", "") + ": " + diagnosis.reply : diagnosis.reply;
+    return diagnosis;
+}
+
+SDiagnosis WithoutVerdict() {
+    SDiagnosis ended;
+    ended.problem = "the examination has ended without a verdict";
+    ended.advice = "see what limits the program's memory and processes (ulimit -a), then try again";
+    ended.cause = "limit";
+    ended.isCertain = false;
+    ended.phase = "site";
+    return ended;
+}
+
+} // namespace
+
+CSiteDoctor::CSiteDoctor(const SOptions& options, const std::string& siteFile) {
+    SOptions json = options;
+    json.json = true;
+    command_ = json.arguments();
+    command_.insert(command_.end(), {"doctor", "--site", siteFile});
+}
+
+SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
+    std::vector<std::string> command = command_;
+    command.push_back(camera.name);
+    SCameraFinding finding;
+    std::string verdict;
+    std::istringstream lines(OutputOfThisProgram(command));
+    for (std::string text; std::getline(lines, text);) {
+        const ordered_json line = ordered_json::parse(text, nullptr, false);
+        if (!line.is_object())
+            continue;
+        verdict = line.value("verdict", verdict);
+        if (line.contains("problem"))
+            finding.checks.push_back(line);
+        // The verdict, which comes last, names the fault that the others follow from.
+        if (line.contains("verdict") && verdict == "fault")
+            for (const ordered_json& check : finding.checks)
+                if (!finding.problem && check.value("result", "") == "fault" &&
+                    check["problem"].value("cause", "") == line.value("cause", ""))
+                    finding.problem = DiagnosisOf(check);
+    }
+    if (verdict.empty())
+        finding.problem = finding.checks.empty() ? WithoutVerdict() : DiagnosisOf(finding.checks.back());
+    return finding;
+}
+
+} // namespace corvane::vornhost

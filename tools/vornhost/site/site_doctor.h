@@ -1,0 +1,25 @@
+#pragma once
+
+#include "tools/vornhost/session/options.h"
+#include "tools/vornhost/site/site_run.h"
+
+#include <string>
+#include <vector>
+
+namespace corvane::vornhost {
+
+// Examines a site's cameras, each in a process of its own: an examination identifies its camera, which the
+// plug-in does for one at a time in a process.
+class CSiteDoctor {
+public:
+    CSiteDoctor(const SOptions& options, const std::string& siteFile);
+
+    // What `vornhost doctor` says of the camera. Callable from any thread. Throws CFailure where there is no
+    // process to be had.
+    SCameraFinding examine(const site::SSiteCamera& camera) const;
+
+private:
+    std::vector<std::string> command_; // without the camera
+};
+
+} // namespace corvane::vornhost
