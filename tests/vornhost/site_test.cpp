@@ -1,4 +1,4 @@
-#include "tests/vornhost/vornhost_support.h"
+#include "tests/vornhost/site_support.h"
 
 namespace corvane::vornhost_test {
 namespace {
@@ -8,53 +8,21 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// A site of three of a simulator's cameras, and one that is not there.
-class Site : public testing::Test {
+// A// A site of three of a simulator's cameras, and one that is not there.
+class Site : public testing::Test, protected CSiteOfCamsim {
 protected:
-    Site() {
-        folder_.file("password", "12345\n");
-        std::filesystem::permissions(folder_.file("password"), std::filesystem::perms::owner_read);
-        const auto& addresses = camsim_.addresses();
-        site_ = {{"credentials", {{"yard", {{"user", "admin"}, {"passwordFile", "password"}}}}},
-                 {"defaults", {{"credentials", "yard"}}},
-                 {"cameras",
-                  {{{"name", "gate"},
-                    {"address", addresses[0]},
-                    {"model", "D850"},
-                    {"tags", json::array({"outside"})}},
-                   {{"name", "hall"}, {"address", addresses[1]}},
-                   {{"name", "desk"}, {"address", addresses[2]}, {"tags", json::array({"outside"})}},
-                   {{"name", "gone"}, {"address", "127.0.0.1:9"}, {"model", "F320"}}}}};
+    Site()
+        : CSiteOfCamsim(
+              {"--count", "3", "--model", "D850", "--model", "GXE500", "--model", "L115", "--no-rtsp"}) {
+        camera(0).update({{"name", "gate"}, {"model", "D850"}, {"tags", json::array({"outside"})}});
+        camera(1)["name"] = "hall";
+        camera(2).update({{"name", "desk"}, {"tags", json::array({"outside"})}});
+        file["cameras"].push_back({{"name", "gone"}, {"address", "127.0.0.1:9"}, {"model", "F320"}});
     }
 
-    json& camera(std::size_t place) { return site_["cameras"][place]; }
     static json wish(const std::string& resolution) {
         return json::array({{{"stream", "0,h264,0"}, {"record", {{"resolution", resolution}}}}});
     }
-
-    SRun run(const std::string& verb, const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> arguments{"site", verb, folder_.file("site.json", site_.dump())};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return Vornhost(arguments);
-    }
-
-    // The lines of the cameras by their names; the summary's is "".
-    std::map<std::string, json> lines(const std::string& verb, int status,
-                                      std::vector<std::string> more = {}) const {
-        more.emplace_back("--json");
-        const SRun ended = run(verb, more);
-        EXPECT_EQ(ended.status, status) << ended.out << ended.err;
-        EXPECT_THAT(ended.err, IsEmpty());
-        std::map<std::string, json> byName;
-        for (const json& line : JsonLines(ended.out))
-            byName[line.value("name", "")] = line;
-        return byName;
-    }
-
-    const CTemporaryFolder folder_;
-    const CCamsim camsim_{
-        {"--count", "3", "--model", "D850", "--model", "GXE500", "--model", "L115", "--no-rtsp"}};
-    json site_;
 };
 
 TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
@@ -64,7 +32,7 @@ TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
     const auto told = lines("check", 1);
     ASSERT_EQ(told.size(), 5U);
     EXPECT_EQ(told.at("gate").at("state"), "differs");
-    EXPECT_EQ(told.at("gate").at("address"), camsim_.address());
+    EXPECT_EQ(told.at("gate").at("address"), camsim.address());
     EXPECT_EQ(told.at("gate").at("differences"),
               (json{{{"of", "stream 0,h264,0"},
                      {"field", "resolution"},
@@ -85,11 +53,7 @@ TEST_F(Site, CheckTellsWhatDiffersAndWritesNothing) {
                              {"fault", 1},
                              {"ignored", 0},
                              {"causes", {{"refused", 1}}}}));
-    const json log = camsim_.get("/requests");
-    for (const json& request : log.at("requests"))
-        EXPECT_TRUE(request.at("method") == "GET" &&
-                    request.at("path").get<std::string>().find("/set_") == std::string::npos)
-            << request;
+    EXPECT_THAT(written(), IsEmpty());
 
     const SRun forEyes = run("check");
     EXPECT_EQ(forEyes.status, 1);
@@ -114,7 +78,7 @@ TEST_F(Site, WhatIsIgnoredCountsAgainFromItsDayOn) {
 }
 
 TEST_F(Site, ACameraWithAnotherSerialNumberIsAskedNothingMore) {
-    const json cameras = camsim_.get("/cameras").at("cameras");
+    const json cameras = camsim.get("/cameras").at("cameras");
     camera(0)["serialNumber"] = cameras[0].at("serial");
     camera(2)["serialNumber"] = cameras[1].at("serial");
     camera(2)["streams"] = wish("640x480");
@@ -124,7 +88,7 @@ TEST_F(Site, ACameraWithAnotherSerialNumberIsAskedNothingMore) {
     EXPECT_EQ(told.at("desk").at("problem").at("cause"), "not-a-camera");
     EXPECT_EQ(told.at("desk").at("problem").at("answered"),
               "serial number " + cameras[2].at("serial").get<std::string>());
-    const json log = camsim_.get("/requests?camera=2");
+    const json log = camsim.get("/requests?camera=2");
     for (const json& request : log.at("requests"))
         EXPECT_THAT(request.at("path").get<std::string>(), HasSubstr("/cgi-bin/getinfo"));
 }
@@ -145,8 +109,8 @@ TEST_F(Site, ListHasALineForEachCameraInTheFilesOrder) {
 TEST_F(Site, AFaultOfOneIsItsOwn) {
     for (std::size_t place : {0U, 1U, 2U})
         camera(place)["adjustments"] = {{"brightness", "50"}};
-    camsim_.post("/faults",
-                 {{"path", "/cgi-bin/get_capability"}, {"kind", "status"}, {"status", 503}, {"camera", 1}});
+    camsim.post("/faults",
+                {{"path", "/cgi-bin/get_capability"}, {"kind", "status"}, {"status", 503}, {"camera", 1}});
     const auto told = lines("check", 1);
     EXPECT_EQ(told.at("hall").at("problem").at("cause"), "busy") << told.at("hall");
     EXPECT_EQ(told.at("gate").at("state"), "same");
@@ -156,30 +120,30 @@ TEST_F(Site, AFaultOfOneIsItsOwn) {
 TEST_F(Site, TheDoctorHoldsACameraAgainstItsEntry) {
     camera(0)["adjustments"] = {{"brightness", "60"}};
     camera(2)["adjustments"] = {{"brightness", "50"}};
-    const std::string file = folder_.file("site.json", site_.dump());
+    const std::string path = folder.file("site.json", file.dump());
     const auto drift = [&](const std::string& address) {
-        for (const json& line : JsonLines(Vornhost({"--json", "doctor", "--site", file, address}).out))
+        for (const json& line : JsonLines(Vornhost({"--json", "doctor", "--site", path, address}).out))
             if (line.value("check", "") == "drift")
                 return line;
         return json();
     };
-    EXPECT_EQ(drift(camsim_.addresses()[0]).value("result", ""), "fault");
-    EXPECT_EQ(drift(camsim_.addresses()[2]).value("result", ""), "ok");
-    const SRun absent = Vornhost({"doctor", "--site", file, "127.0.0.1:10"});
+    EXPECT_EQ(drift(camsim.addresses()[0]).value("result", ""), "fault");
+    EXPECT_EQ(drift(camsim.addresses()[2]).value("result", ""), "ok");
+    const SRun absent = Vornhost({"doctor", "--site", path, "127.0.0.1:10"});
     EXPECT_EQ(absent.status, 2);
     EXPECT_THAT(absent.err, HasSubstr("the site has no camera at 127.0.0.1:10"));
 }
 
 TEST_F(Site, WrongFilesAndChoicesAreRefusedBeforeAnybodyIsAsked) {
     EXPECT_THAT(run("check", {"--only", "nobody"}).err, HasSubstr("--only chooses no camera of the site"));
-    site_["cameras"][0]["adress"] = "x";
+    file["cameras"][0]["adress"] = "x";
     const SRun refused = run("check", {"--json"});
     EXPECT_EQ(refused.status, 2);
     EXPECT_EQ(JsonLines(refused.out).at(0).at("problem").at("cause"), "wrong-file");
     EXPECT_THAT(refused.err,
                 AllOf(HasSubstr("line 1, column "), HasSubstr("cameras[0].adress: unknown member"),
                       HasSubstr("did you mean address?")));
-    EXPECT_THAT(camsim_.requestedPaths(), IsEmpty());
+    EXPECT_THAT(camsim.requestedPaths(), IsEmpty());
 }
 
 } // namespace

@@ -96,9 +96,10 @@ bool CSiteSync::setOneFirst(std::vector<SCameraFinding>& differing) {
     run_.each({differing.front().camera}, [&](CSiteCamera& camera, SCameraFinding& finding) {
         synchronise(camera, finding);
         std::this_thread::sleep_for(LongestToJumpBack);
+        const auto anew = run_.session(*finding.camera); // what the present one knows may be older
         SCameraFinding again;
-        again.camera = finding.camera;
-        camera.compare(again, allowances_);
+        if (!(again.problem = anew->open()))
+            anew->compare(again, allowances_);
         isWell = !finding.problem && finding.state != CameraState::NotAccepted &&
                  again.state == CameraState::Same && !again.problem;
         if (finding.state == CameraState::Changed && Differs(again)) {
