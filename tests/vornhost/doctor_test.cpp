@@ -101,6 +101,8 @@ TEST(Doctor, DiagnosesTheCatalogue) {
         for (std::size_t i = next++; i < rows.size(); i = next++) {
             const json& row = rows[i];
             const CCamsim camsim({"--model", "D870", "--rtsp-port", "0", "--fault", row.at("name")});
+            if (!row.at("settings").contains("H264SIZE")) // encoding is most of the work
+                camsim.patch("/cameras/0/settings", {{"H264SIZE", "320"}});
             const std::string phase = row.at("phase");
             std::vector<std::string> more;
             if (phase == "write" || phase == "read-back")
