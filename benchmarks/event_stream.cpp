@@ -15,9 +15,9 @@ constexpr std::uint64_t EventPeriod = 100'000'000; // nanoseconds
 
 } // namespace
 
-CEventStream::CEventStream(vorn_camera_base::v1_0::CVornCamera& camera) {
+CEventStream::CEventStream(vorn_camera_base::v1_0::CVornCamera& camera, int input) {
     IStreamController* made = nullptr;
-    if (const CError error = camera.createEventStreamPipeline(made, 0))
+    if (const CError error = camera.createEventStreamPipeline(made, input))
         throw CFailure("no event stream: " + error.getText());
     controller_.reset(dynamic_cast<CEventStreamController*>(made));
     controller_->setEventObserver([this](const SStreamEvent& event) { take(event); });

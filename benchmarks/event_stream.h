@@ -11,10 +11,10 @@
 
 namespace corvane::bench {
 
-// The event stream of a camera's first alarm input, which plays as long as this lives.
+// The event stream of an alarm input of a camera, from 0, which plays as long as this lives.
 class CEventStream {
 public:
-    explicit CEventStream(vorn_camera_base::v1_0::CVornCamera& camera);
+    explicit CEventStream(vorn_camera_base::v1_0::CVornCamera& camera, int input = 0);
     ~CEventStream();
     CEventStream(const CEventStream&) = delete;
     CEventStream& operator=(const CEventStream&) = delete;

@@ -15,6 +15,7 @@
 //   and stopping 10,000 times (200)
 // - show, show_paced: the start of the program, a full show of a camera of every model, and of one that takes
 //   10 ms a reply
+// - site: 1,000 cameras (50) checked, synchronised and watched in one command
 // - large, when it is asked for by its name: 10,000 cameras (200) and as many controllers, and what they cost
 //   at rest
 //
@@ -49,7 +50,7 @@ constexpr SWorkload Workloads[] = {
     {"cache_read", RegisterCacheRead}, {"settings_parse", RegisterSettingsParse},
     {"video", RegisterVideo},          {"ptz", RegisterPtz},
     {"events", RegisterEvents},        {"show", RegisterShow},
-    {"show_paced", RegisterPacedShow},
+    {"show_paced", RegisterPacedShow}, {"site", RegisterSite},
 };
 // Takes minutes, and more simulated cameras.
 constexpr SWorkload LargeWorkload = {"large", RegisterLarge};
@@ -124,6 +125,28 @@ const std::vector<SFigure> Figures = {
     {"  threads left over", "events_churn:threads", Unit::Count, "", "", None, Exact},
     {"  descriptors left over", "events_churn:descriptors", Unit::Count, "", "", None, Exact},
     {"  resident memory left over", "events_churn:resident", Unit::Bytes, "", "", None, OfTheMachine},
+    {"cameras of a site checked", "site_check:cameras", Unit::Count, "", "", None, Exact},
+    {"  time", "site_check", Unit::Seconds, "their requests by plain libcurl clients", "site_check:plain",
+     1.3, OfTheMachine},
+    {"  requests of a camera", "site_check:requests", Unit::Count, "with one challenge",
+     "site_check:plain_requests", None, Exact},
+    {"  memory a camera", "site_check:resident", Unit::Bytes, "", "", 100 * 1024, OfTheMachine},
+    {"  synchronised, each in one stream", "site_sync", Unit::Seconds,
+     "their requests by plain libcurl clients", "site_sync:plain", 1.3, OfTheMachine},
+    {"  requests of a camera", "site_sync:requests", Unit::Count, "with one challenge",
+     "site_sync:plain_requests", None, Exact},
+    {"  checked, a tenth of them dead: the others", "site_dead", Unit::Seconds, "none of them dead",
+     "site_dead:alive", None, OfTheMachine},
+    {"alarm inputs of a site watched", "site_events_1:inputs", Unit::Count, "", "", None, Exact},
+    {"  CPU time a minute", "site_events_1", Unit::Seconds, "the plug-in's own event streams",
+     "site_events_1:streams", 1.2, OfTheMachine},
+    {"  a change's delay", "site_events_1:delay", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  the 99th of a hundred", "site_events_1:p99", Unit::Seconds, "", "", None, OfTheMachine},
+    {"three of each camera watched", "site_events_3:inputs", Unit::Count, "", "", None, Exact},
+    {"  CPU time a minute", "site_events_3", Unit::Seconds, "the plug-in's own event streams",
+     "site_events_3:streams", 1.2, OfTheMachine},
+    {"  a change's delay", "site_events_3:delay", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  the 99th of a hundred", "site_events_3:p99", Unit::Seconds, "", "", None, OfTheMachine},
     {"cameras of a large site", "large:cameras", Unit::Count, "", "", None, Exact},
     {"  time to bring one up", "large:large_seconds", Unit::Seconds, "one of the first tenth",
      "large:small_seconds", 1.2, OfTheMachine},

@@ -3,15 +3,11 @@
 // for it. On loopback that is the start of the programs, which is told by itself too; a paced camera takes
 // 10 ms a reply, so that the show itself is seen.
 
+#include "benchmarks/program_run.h"
 #include "benchmarks/stopwatch.h"
 #include "benchmarks/workloads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <thread>
@@ -23,22 +19,11 @@ namespace {
 using benchmark::State;
 using Words = std::vector<std::string>;
 
-// A program whose output nobody reads.
 void Run(const Words& words) {
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    const int error = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-    int status = -1;
-    if (error == 0)
-        waitpid(child, &status, 0);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0 || status != 0)
+    CProgramRun program(words);
+    for (std::string line; program.readLine(line);) {
+    }
+    if (program.wait().status != 0)
         throw CFailure(words[0] + " " + words[1] + " failed");
 }
 

@@ -36,14 +36,28 @@ std::size_t CSimulatedCameras::countRequests(const std::string& address) const {
     return nlohmann::json::parse(state).at("requests").get<std::size_t>();
 }
 
-std::vector<std::string> CSimulatedCameras::answeredPaths(const std::string& address) const {
+nlohmann::json CSimulatedCameras::answeredRequests(const std::string& address) const {
     const nlohmann::json log = nlohmann::json::parse(
         CPlainClient(control_).get("/requests?camera=" + std::to_string(numberOf(address))));
-    std::vector<std::string> paths;
+    nlohmann::json answered = nlohmann::json::array();
     for (const nlohmann::json& request : log.at("requests"))
-        if (request.at("status") == 200 && request.at("method") == "GET")
+        if (request.at("status") == 200)
+            answered.push_back(request);
+    return answered;
+}
+
+std::vector<std::string> CSimulatedCameras::answeredPaths(const std::string& address) const {
+    std::vector<std::string> paths;
+    const nlohmann::json answered = answeredRequests(address);
+    for (const nlohmann::json& request : answered)
+        if (request.at("method") == "GET")
             paths.push_back(request.at("path"));
     return paths;
+}
+
+void CSimulatedCameras::setFault(const std::string& address, const std::string& name) const {
+    const nlohmann::json fault = {{"name", name}, {"camera", numberOf(address)}};
+    control("POST", "/faults", fault.dump());
 }
 
 void CSimulatedCameras::setInput(const std::string& address, int input, const std::string& level) const {

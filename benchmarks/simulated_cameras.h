@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -21,11 +23,16 @@ public:
     // How many requests the camera has had since it was started, those answered 401 among them.
     std::size_t countRequests(const std::string& address) const;
 
-    // The paths, with their queries, of the camera's GET requests so far that were answered 200.
+    // The camera's requests so far that were answered 200: {"method","path","body"}, the path with its query.
+    nlohmann::json answeredRequests(const std::string& address) const;
+    // The paths of those of them that were GET.
     std::vector<std::string> answeredPaths(const std::string& address) const;
 
     // Gives an alarm input of the camera, counted from 1, a level ("High" or "Low").
     void setInput(const std::string& address, int input, const std::string& level) const;
+
+    // The camera alone has the fault of the catalogue.
+    void setFault(const std::string& address, const std::string& name) const;
 
     // A request to the simulator's control interface, with a JSON text or an empty one, and its reply.
     std::string control(const std::string& method, const std::string& path, const std::string& body) const;

@@ -17,6 +17,7 @@ void RegisterSettingsParse(CEnvironment& environment);
 void RegisterVideo(CEnvironment& environment);
 void RegisterPtz(CEnvironment& environment);
 void RegisterEvents(CEnvironment& environment);
+void RegisterSite(CEnvironment& environment);
 void RegisterShow(CEnvironment& environment);
 void RegisterPacedShow(CEnvironment& environment);
 void RegisterLarge(CEnvironment& environment);

@@ -174,6 +174,30 @@ TEST(FaultCatalogue, LeavesASettingThatSomebodyChangedMeanwhile) {
     EXPECT_THROW(named.set("stream-transmission-off", 2), CFaultError);
 }
 
+TEST(FaultCatalogue, ARowMayBeSetAtSeveralCamerasAndGoesFromEachAlone) {
+    std::vector<std::unique_ptr<CCamera>> cameras;
+    for (size_t i = 0; i < 3; ++i)
+        cameras.push_back(std::make_unique<CCamera>(i, LoadEmbeddedModel("F320")));
+    CFaultList faults;
+    CNamedFaults named(cameras, faults);
+    const char* const name = "stream-transmission-off";
+    const std::string on = cameras[2]->setting("H264").value_or("");
+    named.set(name, 0);
+    named.set(name, 1);
+    named.set(name, 1); // anew
+    EXPECT_THAT(named.list(), ElementsAre(name));
+    EXPECT_EQ(cameras[0]->setting("H264"), "0");
+    EXPECT_EQ(cameras[2]->setting("H264"), on);
+    EXPECT_TRUE(named.unsetAt(name, 0));
+    EXPECT_EQ(cameras[0]->setting("H264"), on);
+    EXPECT_EQ(cameras[1]->setting("H264"), "0");
+    named.set(name); // at all, in place of the one
+    EXPECT_FALSE(named.unsetAt(name, 1));
+    EXPECT_TRUE(named.unset(name));
+    for (const auto& camera : cameras)
+        EXPECT_EQ(camera->setting("H264"), on);
+}
+
 TEST(FaultCatalogue, IsListedForEyes) {
     const SRun run = RunProgram("camsim", {"faults"});
     EXPECT_EQ(run.status, 0);

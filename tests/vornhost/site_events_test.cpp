@@ -123,7 +123,7 @@ TEST(SiteDoctor, CountsTheCausesOfAll) {
     CSiteOfCamsim site({"--count", "3", "--model", "L115", "--rtsp-port", "0"});
     site.file["cameras"].push_back({{"name", "gone"}, {"address", "127.0.0.1:9"}});
     site.camsim.post("/faults", {{"name", "settings-html"}, {"camera", 0}});
-    site.camsim.post("/faults", {{"name", "web-html"}, {"camera", 1}});
+    site.camsim.post("/faults", {{"name", "settings-html"}, {"camera", 1}});
     const auto told = site.lines("doctor", 1, {"--only", "c[01]", "--only", "gone"});
     EXPECT_EQ(told.at("").at("causes"), (json{{"not-a-camera", 2}, {"refused", 1}}));
     EXPECT_EQ(told.at("c0").at("problem").at("cause"), "not-a-camera");

@@ -276,8 +276,9 @@ Json AddFault(const SParts& parts, Number, const SControlRequest& request) {
 
 // A part of a fault of the catalogue goes with all others.
 Json RemoveFault(const SParts& parts, Number number, const SControlRequest&) {
-    const std::string name = parts.faults.nameOf(number);
-    const bool removed = name.empty() ? parts.faults.remove(number) : parts.named.unset(name);
+    const std::optional<SFault> fault = parts.faults.find(number);
+    const bool removed = fault && (fault->name.empty() ? parts.faults.remove(number)
+                                                       : parts.named.unsetAt(fault->name, fault->camera));
     if (!removed)
         throw CControlError(MHD_HTTP_NOT_FOUND, "there is no fault " + std::to_string(number));
     return Json::object();

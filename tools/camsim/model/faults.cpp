@@ -9,7 +9,7 @@
 namespace camsim {
 namespace {
 
-constexpr size_t MostFaults = 1000;
+constexpr size_t MostFaults = 4000;
 constexpr size_t MostText = 4 * 1024 * 1024; // in the bodies of all faults
 
 // A monitor is hit by what hits any HTTP request, too.
@@ -112,15 +112,15 @@ bool CFaultList::remove(uint64_t id) {
     return removeIf([&](const SFault& fault) { return fault.id == id; }) > 0;
 }
 
-std::string CFaultList::nameOf(uint64_t id) const {
+std::optional<SFault> CFaultList::find(uint64_t id) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found =
         std::find_if(faults_.begin(), faults_.end(), [&](const SFault& f) { return f.id == id; });
-    return found == faults_.end() ? "" : found->name;
+    return found == faults_.end() ? std::nullopt : std::optional(*found);
 }
 
-void CFaultList::removeNamed(const std::string& name) {
-    removeIf([&](const SFault& fault) { return fault.name == name; });
+void CFaultList::removeNamed(const std::string& name, std::optional<size_t> camera) {
+    removeIf([&](const SFault& fault) { return fault.name == name && fault.camera == camera; });
 }
 
 void CFaultList::clear() {

@@ -143,10 +143,10 @@ public:
     uint64_t add(SFault fault);
     // False when there is no such fault.
     bool remove(uint64_t id);
-    // Of which row of the catalogue the fault is a part; empty when it is of none or is not there.
-    std::string nameOf(uint64_t id) const;
-    // Every part of the catalogue's row of this name.
-    void removeNamed(const std::string& name);
+    // Nothing when there is no such fault.
+    std::optional<SFault> find(uint64_t id) const;
+    // Every part of the catalogue's row of this name that was set at this camera, or at all.
+    void removeNamed(const std::string& name, std::optional<size_t> camera);
     void clear();
     std::vector<SFault> list() const;
     // Those of ports that still hit something.

@@ -18,35 +18,42 @@ std::vector<uint64_t> CNamedFaults::set(const std::string& name, std::optional<s
         throw CFaultError("camera: there are " + std::to_string(cameras_.size()) +
                           " cameras, counted from 0");
     const std::lock_guard<std::mutex> lock(mutex_);
-    unsetLocked(name);
+    unsetLocked([&](const SActive& active) {
+        return active.name == name && (!camera || !active.camera || active.camera == camera);
+    });
     std::vector<uint64_t> ids;
     try {
         for (SFault& part : parts)
             ids.push_back(faults_.add(std::move(part)));
     } catch (const CFaultError&) {
-        faults_.removeNamed(name);
+        faults_.removeNamed(name, camera);
         throw;
     }
-    active_.push_back({name, changeSettings(fault, camera)});
+    active_.push_back({name, camera, changeSettings(fault, camera)});
     return ids;
 }
 
 bool CNamedFaults::unset(const std::string& name) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return unsetLocked(name);
+    return unsetLocked([&](const SActive& active) { return active.name == name; });
+}
+
+bool CNamedFaults::unsetAt(const std::string& name, std::optional<size_t> camera) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return unsetLocked([&](const SActive& active) { return active.name == name && active.camera == camera; });
 }
 
 void CNamedFaults::clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    while (!active_.empty())
-        unsetLocked(std::string(active_.back().name));
+    unsetLocked([](const SActive&) { return true; });
 }
 
 std::vector<std::string> CNamedFaults::list() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<std::string> names;
     for (const SActive& active : active_)
-        names.push_back(active.name);
+        if (std::find(names.begin(), names.end(), active.name) == names.end())
+            names.push_back(active.name);
     return names;
 }
 
@@ -72,16 +79,17 @@ void CNamedFaults::restore(const SActive& active) const {
     });
 }
 
-// The caller holds mutex_.
-bool CNamedFaults::unsetLocked(const std::string& name) {
-    const auto found = std::find_if(active_.begin(), active_.end(),
-                                    [&](const SActive& active) { return active.name == name; });
-    if (found == active_.end())
-        return false;
-    restore(*found); // first: a port that refuses does not follow its setting
-    faults_.removeNamed(name);
-    active_.erase(found);
-    return true;
+// The caller holds mutex_. The last first, as restore() has it.
+bool CNamedFaults::unsetLocked(const std::function<bool(const SActive&)>& goes) {
+    const auto first = std::stable_partition(active_.begin(), active_.end(),
+                                             [&](const SActive& active) { return !goes(active); });
+    const std::vector<SActive> gone(first, active_.end());
+    active_.erase(first, active_.end());
+    std::for_each(gone.rbegin(), gone.rend(), [this](const SActive& active) {
+        restore(active); // first: a port that refuses does not follow its setting
+        faults_.removeNamed(active.name, active.camera);
+    });
+    return !gone.empty();
 }
 
 } // namespace camsim
