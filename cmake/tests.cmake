@@ -13,7 +13,7 @@ add_custom_target(foreign_locale DEPENDS ${foreign_locale_file})
 
 # vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE] [RUNS_VORNHOST] [SERIAL tests]): one test program; each
 # of its tests runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN. With
-# FOREIGN_LOCALE every test runs once more under a locale with a decimal comma. With RUNS_VORNHOST every test must start
+# FOREIGN_LOCALE every test runs once more under a locale with a decimal comma, but not under sanitizers. With RUNS_VORNHOST every test must start
 # vornhost: what it prints is kept, and held against docs/schemas once they have run. The SERIAL tests, as a filter of
 # GoogleTest, run beside no other: they keep the machine busy themselves.
 function(vorn_test NAME)
@@ -43,7 +43,7 @@ function(vorn_test NAME)
     DISCOVERY_MODE PRE_TEST
     ${others}
     PROPERTIES ENVIRONMENT "VORN_BIN=${CMAKE_BINARY_DIR}/bin" ${kept})
-  if(TEST_FOREIGN_LOCALE)
+  if(TEST_FOREIGN_LOCALE AND NOT VORN_SANITIZE) # what a locale changes no sanitizer sees
     target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/foreign_locale.cpp)
     add_dependencies(${NAME} foreign_locale)
     gtest_discover_tests(${NAME}

@@ -33,6 +33,32 @@ nlohmann::ordered_json JsonOf(const SAcceptedValue& value) {
             {"field", value.field},   {"wanted", value.wanted},   {"accepted", value.accepted}};
 }
 
+void Put(std::vector<SAcceptedValue>& values, const SAcceptedValue& value) {
+    values.erase(std::remove_if(values.begin(), values.end(),
+                                [&](const SAcceptedValue& one) { return PlaceOf(one) == PlaceOf(value); }),
+                 values.end());
+    values.push_back(value);
+}
+
+std::vector<SAcceptedValue> Read(const std::string& file) {
+    std::vector<SAcceptedValue> values;
+    std::error_code none;
+    if (!std::filesystem::exists(file, none))
+        return values;
+    const std::string text = ReadTextFile(file);
+    try {
+        const nlohmann::json all = refhost::ParseJson(text);
+        CJsonNode(all).eachEntry([&](const CJsonNode& entry) {
+            SAcceptedValue value;
+            entry.object(MembersOf(value));
+            values.push_back(std::move(value));
+        });
+    } catch (const refhost::CJsonRefusal& refusal) {
+        throw CFileError(file + ": " + refusal.what());
+    }
+    return values;
+}
+
 } // namespace
 
 bool operator==(const SAcceptedValue& a, const SAcceptedValue& b) {
@@ -40,22 +66,8 @@ bool operator==(const SAcceptedValue& a, const SAcceptedValue& b) {
            a.accepted == b.accepted;
 }
 
-CAcceptedValues::CAcceptedValues(const std::string& siteFile) : file_(siteFile + Suffix) {
-    std::error_code none;
-    if (!std::filesystem::exists(file_, none))
-        return;
-    const std::string text = ReadTextFile(file_);
-    try {
-        const nlohmann::json all = refhost::ParseJson(text);
-        CJsonNode(all).eachEntry([this](const CJsonNode& entry) {
-            SAcceptedValue value;
-            entry.object(MembersOf(value));
-            values_.push_back(std::move(value));
-        });
-    } catch (const refhost::CJsonRefusal& refusal) {
-        throw CFileError(file_ + ": " + refusal.what());
-    }
-}
+CAcceptedValues::CAcceptedValues(const std::string& siteFile)
+    : siteFile_(siteFile), file_(siteFile + Suffix), values_(Read(file_)) {}
 
 bool CAcceptedValues::has(const SAcceptedValue& value) const {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -64,20 +76,24 @@ bool CAcceptedValues::has(const SAcceptedValue& value) const {
 
 void CAcceptedValues::take(const SAcceptedValue& value) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<SAcceptedValue> values = values_;
-    values.erase(std::remove_if(values.begin(), values.end(),
-                                [&](const SAcceptedValue& one) { return PlaceOf(one) == PlaceOf(value); }),
-                 values.end());
-    values.push_back(value);
-    write(values);
-    values_ = std::move(values);
+    Put(values_, value);
+    Put(taken_, value);
 }
 
-void CAcceptedValues::write(const std::vector<SAcceptedValue>& values) const {
+void CAcceptedValues::save(const std::set<std::string>& cameras) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (taken_.empty())
+        return;
+    const CFileLock alone(siteFile_);
+    std::vector<SAcceptedValue> values = Read(file_);
+    for (const SAcceptedValue& value : taken_)
+        Put(values, value);
     nlohmann::ordered_json all = nlohmann::ordered_json::array();
     for (const SAcceptedValue& value : values)
-        all.push_back(JsonOf(value));
-    ReplaceFile(file_, all.dump(2) + "\n");
+        if (cameras.count(value.camera) != 0)
+            all.push_back(JsonOf(value));
+    ReplaceJsonFile(file_, all);
+    taken_.clear();
 }
 
 } // namespace corvane::site

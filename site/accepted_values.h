@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,16 +28,18 @@ public:
     explicit CAcceptedValues(const std::string& siteFile);
 
     bool has(const SAcceptedValue& value) const;
-    // In place of what was known of the field; the file has it when this returns, or what it had before.
-    // Throws CFileError.
+    // In place of what was known of the field. The file has it when it is saved.
     void take(const SAcceptedValue& value);
+    // Puts what was taken into the file, among what others have put there meanwhile, and leaves out what is
+    // of none of the cameras. Throws CFileError; the file is then as it was.
+    void save(const std::set<std::string>& cameras);
 
 private:
-    void write(const std::vector<SAcceptedValue>& values) const;
-
+    const std::string siteFile_;
     const std::string file_;
-    mutable std::mutex mutex_;           // guards what follows, and the writing of the file
+    mutable std::mutex mutex_;           // guards what follows
     std::vector<SAcceptedValue> values_; // few: what a camera has as it is wanted is none of them
+    std::vector<SAcceptedValue> taken_;  // that are not in the file yet
 };
 
 } // namespace corvane::site

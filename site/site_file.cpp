@@ -25,6 +25,7 @@ using Names = std::vector<std::string>;
 constexpr std::size_t LongestName = 64;
 constexpr int HighestInput = 255;
 constexpr int HighestPort = 65535;
+constexpr int HighestStream = 1;
 
 const std::string StreamPrefix = "streams.";         // NOLINT(cert-err58-cpp)
 const std::string AdjustmentPrefix = "adjustments."; // NOLINT(cert-err58-cpp)
@@ -64,10 +65,17 @@ std::string CameraName(const CJsonNode& node) {
     return name;
 }
 
+std::string NameOf(const handler_impl::SVideoStreamId& id) {
+    return std::to_string(id.channel) + "," + device_handler::v1_0::FindCodecName(id.codec)->name + "," +
+           std::to_string(id.stream);
+}
+
 std::string Day(const CJsonNode& node) {
     std::string text = node.text();
     std::tm day{};
-    const char* const rest = text.size() == 10 ? ::strptime(text.c_str(), "%Y-%m-%d", &day) : nullptr;
+    const bool isOfDigits = text.find_first_not_of("0123456789-") == std::string::npos;
+    const char* const rest =
+        text.size() == 10 && isOfDigits ? ::strptime(text.c_str(), "%Y-%m-%d", &day) : nullptr;
     std::tm same = day;
     // A day that there is not becomes one of the next month.
     if (!rest || *rest != '\0' || ::timegm(&same) == -1 || same.tm_mday != day.tm_mday)
@@ -96,8 +104,11 @@ public:
             if (site.credentials.count(name) == 0)
                 CJsonNode(nlohmann::json(), place)
                     .refuseName("there are no credentials \"" + name + "\"", name, namesOf(site.credentials));
-        for (SSiteCamera& camera : site.cameras)
-            takeDefaults(camera, defaults);
+        for (std::size_t i = 0; i < site.cameras.size(); ++i) {
+            const auto own = site.cameras[i].adjustments;
+            takeDefaults(site.cameras[i], defaults);
+            requireAdjustments(refhost::EntryPlace("cameras", i), own, site.cameras[i]);
+        }
         return site;
     }
 
@@ -186,7 +197,6 @@ private:
         for (SMember& common : commonMembers(camera))
             members.push_back(std::move(common));
         node.object(members);
-        requireAdjustments(node, camera);
         return camera;
     }
 
@@ -196,8 +206,8 @@ private:
             SStreamWish wish;
             entry.object({{"stream", SMember::Required,
                            [&](const CJsonNode& stream) {
-                               wish.name = stream.text();
-                               wish.id = streamId(stream, wish.name);
+                               wish.id = streamId(stream, stream.text());
+                               wish.name = NameOf(wish.id);
                            }},
                           {"record", SMember::Required,
                            [&](const CJsonNode& record) { wish.record = this->record(record); }}});
@@ -212,7 +222,10 @@ private:
 
     static handler_impl::SVideoStreamId streamId(const CJsonNode& node, const std::string& text) {
         try {
-            return SArgumentReader::readVideoStreamId(text);
+            const auto id = SArgumentReader::readVideoStreamId(text);
+            if (id.channel < 0 || id.stream < 0 || id.stream > HighestStream)
+                node.refuse("expected a channel from 0 on, and the stream 0 or 1");
+            return id;
         } catch (const COperationError& expected) {
             node.refuse(std::string("expected ") + expected.what());
         }
@@ -248,14 +261,17 @@ private:
         return wishes;
     }
 
-    // What a model can be is known when its camera is read.
-    void requireAdjustments(const CJsonNode& node, const SSiteCamera& camera) const {
+    // What they can be is known with the camera's model, which may be the defaults'.
+    void requireAdjustments(const std::string& place, const std::map<std::string, std::string>& own,
+                            const SSiteCamera& camera) const {
         if (!vocabulary_.refusedAdjustment)
             return;
         for (const auto& [name, value] : camera.adjustments)
             if (const auto reason = vocabulary_.refusedAdjustment(name, camera.model, value))
                 throw CJsonRefusal(
-                    refhost::MemberPlace(refhost::MemberPlace(node.place(), "adjustments"), name), *reason);
+                    refhost::MemberPlace(
+                        refhost::MemberPlace(own.count(name) != 0 ? place : "defaults", "adjustments"), name),
+                    *reason);
     }
 
     static std::vector<int> inputs(const CJsonNode& node) {
@@ -280,14 +296,15 @@ private:
         return one;
     }
 
-    void requireIgnorable(const CJsonNode& node, const std::string& of) const {
+    void requireIgnorable(const CJsonNode& node, std::string& of) const {
         if (of.compare(0, AdjustmentPrefix.size(), AdjustmentPrefix) == 0)
             return requireAdjustment(node, of.substr(AdjustmentPrefix.size()));
         const std::size_t field = of.rfind('.');
         if (of.compare(0, StreamPrefix.size(), StreamPrefix) != 0 || field < StreamPrefix.size())
             node.refuse("expected \"adjustments.NAME\" or \"streams.CHANNEL,CODEC,STREAM.FIELD\"");
-        (void)streamId(node, of.substr(StreamPrefix.size(), field - StreamPrefix.size()));
+        const auto id = streamId(node, of.substr(StreamPrefix.size(), field - StreamPrefix.size()));
         requireField(node, of.substr(field + 1));
+        of = StreamPrefix + NameOf(id) + of.substr(field); // as it is told
     }
 
     static void takeDefaults(SSiteCamera& camera, const SDefaults& defaults) {

@@ -1,5 +1,7 @@
 #include "site/site_file_text.h"
 
+#include "refhost/base/printable_text.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -8,20 +10,20 @@ namespace corvane::site {
 namespace {
 
 using nlohmann::ordered_json;
+using refhost::JsonText;
 
 // On one line, with blanks for the eye.
 std::string OneLine(const ordered_json& json) {
     if (!json.is_structured())
-        return json.dump();
+        return JsonText(json);
     std::string text;
     for (const auto& [name, value] : json.items())
-        text += (text.empty() ? "" : ", ") + (json.is_object() ? ordered_json(name).dump() + ": " : "") +
-                OneLine(value);
+        text += (text.empty() ? "" : ", ") + (json.is_object() ? JsonText(name) + ": " : "") + OneLine(value);
     return json.is_object() ? "{" + text + "}" : "[" + text + "]";
 }
 
 std::string MemberText(const char* name, const ordered_json& value) {
-    return ordered_json(name).dump() + ": " + OneLine(value);
+    return JsonText(name) + ": " + OneLine(value);
 }
 
 std::string StreamsText(const std::vector<SStreamWish>& streams) {
@@ -44,7 +46,7 @@ std::string CameraText(const SSiteCamera& camera, bool withCredentials) {
     if (withCredentials)
         add("credentials", camera.credentials);
     add("tags", camera.tags);
-    if (camera.inputs)
+    if (camera.inputs && !camera.inputs->empty())
         text += ", " + MemberText("inputs", *camera.inputs);
     if (camera.rtspPort)
         text += ", " + MemberText("rtspPort", *camera.rtspPort);

@@ -3,6 +3,7 @@
 #include "refhost/text/json_node.h"
 #include "site/text_file.h"
 
+#include <set>
 #include <tuple>
 
 namespace corvane::site {
@@ -30,6 +31,8 @@ SPlannedCamera CameraOf(const CJsonNode& node) {
     SPlannedCamera camera;
     node.object({Text("name", camera.name),
                  Text("address", camera.address),
+                 {"serialNumber", SMember::Optional,
+                  [&](const CJsonNode& serial) { camera.serialNumber = serial.text(); }},
                  {"changes", SMember::Required, [&](const CJsonNode& changes) {
                       changes.eachEntry(
                           [&](const CJsonNode& change) { camera.changes.push_back(ChangeOf(change)); });
@@ -38,7 +41,10 @@ SPlannedCamera CameraOf(const CJsonNode& node) {
 }
 
 ordered_json JsonOf(const SPlannedCamera& camera) {
-    ordered_json json{{"name", camera.name}, {"address", camera.address}, {"changes", ordered_json::array()}};
+    ordered_json json{{"name", camera.name}, {"address", camera.address}};
+    if (!camera.serialNumber.empty())
+        json["serialNumber"] = camera.serialNumber;
+    json["changes"] = ordered_json::array();
     for (const SPlannedChange& change : camera.changes) {
         ordered_json one{{"of", change.of}, {"field", change.field}, {"wanted", change.wanted}};
         if (!change.camera.empty())
@@ -57,6 +63,7 @@ bool operator==(const SPlannedChange& a, const SPlannedChange& b) {
 SitePlan ReadPlan(const std::string& file) {
     const std::string text = ReadTextFile(file);
     SitePlan plan;
+    std::set<std::string> names;
     try {
         const nlohmann::json parsed = refhost::ParseJson(text);
         CJsonNode(parsed).object(
@@ -73,7 +80,7 @@ void WritePlan(const std::string& file, const SitePlan& plan) {
     ordered_json cameras = ordered_json::array();
     for (const SPlannedCamera& camera : plan)
         cameras.push_back(JsonOf(camera));
-    ReplaceFile(file, ordered_json{{"plan", cameras}}.dump(2) + "\n");
+    ReplaceJsonFile(file, {{"plan", cameras}});
 }
 
 } // namespace corvane::site

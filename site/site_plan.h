@@ -19,6 +19,7 @@ bool operator==(const SPlannedChange& a, const SPlannedChange& b);
 struct SPlannedCamera {
     std::string name;
     std::string address;
+    std::string serialNumber; // empty where it was not asked
     std::vector<SPlannedChange> changes;
 };
 

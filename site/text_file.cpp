@@ -2,7 +2,10 @@
 
 #include "refhost/base/private_file.h"
 
+#include <nlohmann/json.hpp>
+
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -49,7 +52,12 @@ std::string ReadTextFile(const std::string& file) {
 }
 
 void ReplaceFile(const std::string& file, const std::string& text) {
-    const std::string temporary = file + ".new";
+    std::error_code none;
+    const auto there = std::filesystem::symlink_status(file, none);
+    if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
+        throw CFileError(file + ": cannot be written: something else than a file has the name");
+    // Of its own, since another program may be about the same.
+    const std::string temporary = file + ".new-" + std::to_string(::getpid());
     const refhost::SOpenedFile opened =
         refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
     if (opened.descriptor < 0)
@@ -65,6 +73,23 @@ void ReplaceFile(const std::string& file, const std::string& text) {
         (void)std::remove(temporary.c_str());
         throw CFileError(file + ": cannot be written: " + Reason(reason));
     }
+}
+
+void ReplaceJsonFile(const std::string& file, const nlohmann::ordered_json& value) {
+    ReplaceFile(file, value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+}
+
+CFileLock::CFileLock(const std::string& file) : descriptor_(::open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (descriptor_ < 0 || ::flock(descriptor_, LOCK_EX) != 0) {
+        const int reason = errno;
+        if (descriptor_ >= 0)
+            ::close(descriptor_);
+        throw CFileError(file + ": cannot be read: " + Reason(reason));
+    }
+}
+
+CFileLock::~CFileLock() {
+    ::close(descriptor_);
 }
 
 } // namespace corvane::site

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <stdexcept>
 #include <string>
 
@@ -15,7 +17,22 @@ public:
 std::string ReadTextFile(const std::string& file);
 
 // The file has the text when this returns, or what it had before, whatever ends the program meanwhile; a new
-// one is its owner's alone. Throws CFileError.
+// one is its owner's alone. Throws CFileError, also where something else than a file has the name.
 void ReplaceFile(const std::string& file, const std::string& text);
+
+// Likewise with a JSON value as its text; bytes that are no UTF-8 are replaced.
+void ReplaceJsonFile(const std::string& file, const nlohmann::ordered_json& value);
+
+// While it lives no other program that asks for it has it. Throws CFileError for a file that cannot be read.
+class CFileLock {
+public:
+    explicit CFileLock(const std::string& file);
+    ~CFileLock();
+    CFileLock(const CFileLock&) = delete;
+    CFileLock& operator=(const CFileLock&) = delete;
+
+private:
+    int descriptor_;
+};
 
 } // namespace corvane::site

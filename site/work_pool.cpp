@@ -50,6 +50,8 @@ void CWorkPool::work() {
         }
         const Task task = std::move(next->second);
         tasks_.erase(next);
+        if (!tasks_.empty())
+            changed_.notify_one(); // who waits for no time may be the one that is needed
         lock.unlock();
         task();
         lock.lock();

@@ -214,7 +214,7 @@ json ParseJson(const std::string& text, JsonPositions* positions) {
 
 void CJsonNode::refuseName(const std::string& reason, const std::string& name,
                            const std::vector<std::string>& known) const {
-    refuse(reason + "; expected one of " + Listed(known) + DidYouMean(name, known));
+    refuse(known.empty() ? reason : reason + "; expected one of " + Listed(known) + DidYouMean(name, known));
 }
 
 std::string CJsonNode::text() const {
@@ -239,16 +239,18 @@ bool CJsonNode::boolean() const {
 }
 
 void CJsonNode::object(const std::vector<SMember>& members) const {
-    for (const SMember& member : members)
-        if (member.presence == SMember::Required && value_.is_object() && !value_.contains(member.name))
-            refuse("missing member \"" + std::string(member.name) + "\"");
+    const auto find = [&members](const std::string& name) {
+        return std::find_if(members.begin(), members.end(),
+                            [&](const SMember& member) { return name == member.name; });
+    };
     eachMember([&](const std::string& name, const CJsonNode& node) {
-        const auto known = std::find_if(members.begin(), members.end(),
-                                        [&](const SMember& member) { return name == member.name; });
-        if (known == members.end())
+        if (find(name) == members.end())
             node.refuseName("unknown member", name, NamesOf(members));
-        known->read(node);
     });
+    for (const SMember& member : members)
+        if (member.presence == SMember::Required && !value_.contains(member.name))
+            refuse("missing member \"" + std::string(member.name) + "\"");
+    eachMember([&](const std::string& name, const CJsonNode& node) { find(name)->read(node); });
 }
 
 void CJsonNode::eachMember(const std::function<void(const std::string&, const CJsonNode&)>& read) const {

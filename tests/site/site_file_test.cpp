@@ -141,7 +141,11 @@ const SMistake Mistakes[] = {
      "resolution, quality, keyFrameInterval, bitRate, bitRateControl"},
     {"\"reason\": \"slow\"", "\"reason\": \"slow\", \"reason\": \"twice\"",
      "line 14, column 72: cameras[0].ignore[1].reason: this member stands twice"},
-    {"\"cameras\"", "\"camera\"", "line 1, column 1: top level: missing member \"cameras\""},
+    {"0,h264,0", "0,h264,2",
+     "line 6, column 29: defaults.streams[0].stream: expected a channel from 0 on, and the stream 0 or 1"},
+    {"\"cameras\"", "\"camera\"",
+     "line 8, column 3: camera: unknown member; expected one of credentials, defaults, cameras; did you mean "
+     "cameras?"},
 };
 
 TEST(SiteFile, EachMistakeIsToldWithItsPlaceAndReason) {

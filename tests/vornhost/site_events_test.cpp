@@ -124,8 +124,10 @@ TEST(SiteDoctor, CountsTheCausesOfAll) {
     site.file["cameras"].push_back({{"name", "gone"}, {"address", "127.0.0.1:9"}});
     site.camsim.post("/faults", {{"name", "settings-html"}, {"camera", 0}});
     site.camsim.post("/faults", {{"name", "settings-html"}, {"camera", 1}});
-    const auto told = site.lines("doctor", 1, {"--only", "c[01]", "--only", "gone"});
-    EXPECT_EQ(told.at("").at("causes"), (json{{"not-a-camera", 2}, {"refused", 1}}));
+    site.camera(2)["serialNumber"] = "another";
+    const auto told = site.lines("doctor", 1);
+    EXPECT_EQ(told.at("").at("causes"), (json{{"not-a-camera", 3}, {"refused", 1}}));
+    EXPECT_THAT(told.at("c2").at("problem").at("answered"), HasSubstr("serial number L11500003"));
     EXPECT_EQ(told.at("c0").at("problem").at("cause"), "not-a-camera");
     EXPECT_EQ(told.at("c0").at("checks")[0].at("check"), "settings");
     const SRun forEyes = site.run("doctor", {"--only", "c[01]", "--only", "gone"});

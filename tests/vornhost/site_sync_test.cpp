@@ -65,7 +65,9 @@ TEST(SiteSync, WhatIsThereIsTheWishUntilItIsChangedAndSetOnce) {
 }
 
 TEST(SiteSync, WhatACameraRoundsIsTheSameForThatWishAndThatValue) {
-    CSiteOfCamsim site({"--model", "D850", "--no-rtsp"});
+    CSiteOfCamsim site({"--count", "2", "--model", "D850", "--no-rtsp"});
+    // Its frame rate becomes another, and the distance as many seconds at that.
+    site.camera(1)["streams"] = StreamWish("0,h264,0", {{"frameRate", "25"}, {"keyFrameInterval", "25"}});
     site.camera(0)["adjustments"] = {{"brightness", "33"}};
     site.camera(0)["streams"] = StreamWish("0,h264,0", {{"frameRate", "14"}, {"keyFrameInterval", "20"}});
     EXPECT_EQ(site.lines("check", 1).at("c0").at("differences").size(), 3U);
@@ -74,8 +76,8 @@ TEST(SiteSync, WhatACameraRoundsIsTheSameForThatWishAndThatValue) {
     EXPECT_EQ(changes[1].at("is"), "15");
     EXPECT_EQ(changes[2].at("is"), "32");
     (void)site.written();
-    EXPECT_EQ(site.lines("check", 0).at("c0").at("state"), "same");
-    EXPECT_EQ(site.lines("sync", 0).at("c0").at("state"), "same");
+    EXPECT_EQ(site.lines("check", 0).at("").at("same"), 2);
+    EXPECT_EQ(site.lines("sync", 0).at("").at("same"), 2);
     EXPECT_THAT(site.written(), IsEmpty());
 
     // It is forgotten when the wish changes, or the camera.
@@ -108,6 +110,33 @@ TEST(SiteSync, WhatACameraDoesNotTakeIsToldAndWhatItCannotHaveIsNotSent) {
     EXPECT_THAT(site.written(), ElementsAre(0));
 }
 
+TEST(SiteSync, AWishThatNoCameraOfTheModelCanHaveIsAFaultOfItsOwn) {
+    const struct {
+        const char* model;
+        const char* stream;
+        json record;
+        const char* cause;
+    } rows[] = {
+        {"D850", "3,h264,0", {{"frameRate", "10"}}, "not-supported"},  // no such input
+        {"S202", "0,mpeg4,0", {{"frameRate", "10"}}, "not-supported"}, // no such codec
+        {"D850", "0,mpeg4,0", {{"bitRate", "2048"}}, "not-supported"}, // is told, and cannot be set
+        {"F320", "0,mjpeg,0", {{"resolution", "1x1"}}, "wrong-value"},
+        {"F320", "0,h264,0", {{"resolution", "1920x1080"}}, "wrong-value"},
+    };
+    std::vector<std::string> camsim{"--no-rtsp", "--count", std::to_string(std::size(rows))};
+    for (const auto& row : rows)
+        camsim.insert(camsim.end(), {"--model", row.model});
+    CSiteOfCamsim site(camsim);
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+        site.camera(i)["streams"] = StreamWish(rows[i].stream, rows[i].record);
+    const auto told = site.lines("sync", 1);
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const json& line = told.at("c" + std::to_string(i));
+        EXPECT_EQ(line.value("/problem/cause"_json_pointer, line.value("state", "")), rows[i].cause) << line;
+    }
+    EXPECT_THAT(site.written(), IsEmpty());
+}
+
 TEST(SiteSync, APlanIsCarriedOutWhereNothingHasChangedSince) {
     CSiteOfCamsim site({"--count", "4", "--no-rtsp"});
     for (std::size_t i = 0; i < 3; ++i)
@@ -129,7 +158,7 @@ TEST(SiteSync, APlanIsCarriedOutWhereNothingHasChangedSince) {
     const SRun damaged =
         site.run("sync", {"--plan", site.folder.file("bad.json", R"({"plan":[{"nam":"x"}]})")});
     EXPECT_EQ(damaged.status, 2);
-    EXPECT_THAT(damaged.err, HasSubstr("bad.json: plan[0]: missing member \"name\""));
+    EXPECT_THAT(damaged.err, HasSubstr("bad.json: plan[0].nam: unknown member; expected one of name, "));
     EXPECT_THAT(site.written(), IsEmpty());
 }
 

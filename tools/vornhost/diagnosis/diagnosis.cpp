@@ -335,6 +335,27 @@ std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges
     return diagnosis;
 }
 
+SDiagnosis AnotherCamera(const std::string& expected, const std::string& found) {
+    SDiagnosis other;
+    other.problem = "another camera than the site file's answers at this address";
+    other.request = "serial number " + expected;
+    other.reply = found.empty() ? "none" : "serial number " + found;
+    other.advice = "see which camera stands there, and put the file right; nothing was written";
+    other.cause = "not-a-camera";
+    return other;
+}
+
+SDiagnosis NotReported(const std::string& what, const std::string& phase) {
+    SDiagnosis silent;
+    silent.problem = "the camera does not report its " + what;
+    silent.request = what;
+    silent.reply = "nothing";
+    silent.advice = "see with `vornhost show` what the camera has; restart it if it had it before";
+    silent.cause = "not-reported";
+    silent.phase = phase;
+    return silent;
+}
+
 SDiagnosis WrongValue(const std::string& what, const std::string& asked, const std::string& choice) {
     SDiagnosis wrong;
     wrong.problem = "the camera has no " + what + " " + asked;

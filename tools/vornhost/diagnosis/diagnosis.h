@@ -63,6 +63,12 @@ void TellRestart(SDiagnosis& problem, const std::string& address);
 std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges,
                                                  const std::string& beginning = "");
 
+// Another camera than the one of this serial number answers; it tells `found`, or none.
+SDiagnosis AnotherCamera(const std::string& expected, const std::string& found);
+
+// The camera does not tell a value that is needed.
+SDiagnosis NotReported(const std::string& what, const std::string& phase);
+
 // The camera is not asked for a value of `what` that it cannot have; `choice` is what it may be.
 SDiagnosis WrongValue(const std::string& what, const std::string& asked, const std::string& choice);
 

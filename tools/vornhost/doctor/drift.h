@@ -3,7 +3,9 @@
 #include "tools/vornhost/diagnosis/diagnosis.h"
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/report/adjustments.h"
+#include "tools/vornhost/report/value_range.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,8 +45,11 @@ public:
     std::vector<SComparison> compare(const ordered_json& wish) const;
     // What of them is different.
     std::vector<SComparison> between(const ordered_json& wish) const;
-    // Why this camera can never have the wish: a value out of its range, an adjustment that it lacks.
+    // Why this camera can never have the wish: a value out of its range, a stream or an adjustment that it
+    // lacks.
     std::optional<SDiagnosis> impossible(const ordered_json& wish) const;
+    // Why a difference cannot be set, though it can be seen.
+    static std::optional<SDiagnosis> unsettable(const SComparison& difference);
 
     // The stream's record, as an argument of operations, with the wished fields in it; empty for no stream of
     // the camera.
@@ -54,7 +59,19 @@ public:
     static ordered_json read(const std::string& file);
 
 private:
+    // A stream's record: what the camera has, and what it would have if the wish were set.
+    struct SView {
+        std::map<std::string, std::string> now;
+        std::map<std::string, std::string> accepted;
+    };
+
     std::optional<SAnswer> answer(const std::string& operation, const Texts& arguments) const;
+    SView view(const std::string& id, const ordered_json& record) const;
+    bool isRounded(const std::string& id, const std::string& field, const std::string& wantedRate,
+                   SView& view) const;
+    std::optional<SDiagnosis> impossibleStream(const std::string& id, const ordered_json& record) const;
+    CValueRange resolutions(const SVideoStreamId& stream) const;
+    std::optional<SDiagnosis> impossibleAdjustment(const ordered_json& adjustments) const;
     void compareStream(const std::string& id, const ordered_json& record,
                        std::vector<SComparison>& comparisons) const;
     void compareAdjustments(const ordered_json& wish, std::vector<SComparison>& comparisons) const;

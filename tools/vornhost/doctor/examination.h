@@ -20,6 +20,7 @@ struct SExaminationPlan {
     bool withWrite = false;             // one setting is written with the value that it has
     bool withMove = false;              // the head makes a step and goes back
     std::optional<ordered_json> record; // what the recorder wants: "streams" and "adjustments"
+    std::string serialNumber;           // that it is to have; empty: any
 };
 
 // Finds out what is wrong with a camera, from its address to its pictures. Without withWrite and withMove

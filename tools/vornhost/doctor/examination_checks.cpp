@@ -73,6 +73,12 @@ SFinding CExamination::identity() {
     // The plug-in would ask the same for 5 s, and say no more.
     if (identityReply_->status != 200 || !TellsAModel(identityReply_->body))
         return Faulty(session_.diagnose(identityPath(), Occasion::Identification));
+    if (const std::string serial = SerialNumberIn(identityReply_->body);
+        !plan_.serialNumber.empty() && serial != plan_.serialNumber) {
+        SDiagnosis other = AnotherCamera(plan_.serialNumber, serial);
+        other.phase = "identify";
+        return Faulty(other);
+    }
     if (!session_.options().modelNumber.empty())
         return Sound("--model says what it is");
     auto failure = session_.learnFamily();

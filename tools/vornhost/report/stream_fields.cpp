@@ -16,12 +16,12 @@ bool IsInterval(const SStreamField& field) {
 
 const std::vector<SStreamField>& StreamFields() {
     static const std::vector<SStreamField> fields = {
-        {VideoFields[0], "getVideoCodecFrameRateRange"},
-        {VideoFields[1], "getVideoCodecResolutionRange"},
-        {VideoFields[2], "getVideoCodecQualityRange"},
-        {VideoFields[3], "getVideoCodecKeyFrameIntervalRange"},
-        {VideoFields[4], "getVideoCodecBitRateRange"},
-        {VideoFields[5], "getVideoCodecBitRateControlRange"},
+        {VideoFields[0], "getVideoCodecFrameRateRange", MjpegBit | Mpeg4Bit | H264Bit},
+        {VideoFields[1], "getVideoCodecResolutionRange", MjpegBit | Mpeg4Bit | H264Bit},
+        {VideoFields[2], "getVideoCodecQualityRange", MjpegBit},
+        {VideoFields[3], "getVideoCodecKeyFrameIntervalRange", Mpeg4Bit | H264Bit},
+        {VideoFields[4], "getVideoCodecBitRateRange", 0},
+        {VideoFields[5], "getVideoCodecBitRateControlRange", 0},
     };
     return fields;
 }

@@ -20,10 +20,11 @@ struct SStreamCodec {
 inline constexpr SStreamCodec StreamCodecs[] = {
     {"mjpeg", MjpegBit, 1}, {"mpeg4", Mpeg4Bit, 2}, {"h264", H264Bit, 2}};
 
-// One field of a stream's record, and the operation that tells what it may be at a camera.
+// One field of a stream's record.
 struct SStreamField {
     const SVideoField& field;
-    const char* range;
+    const char* range; // the operation that tells what it may be at a camera
+    int codecBits;     // of the codecs at which a synchronisation sets it
 };
 
 const std::vector<SStreamField>& StreamFields();

@@ -73,10 +73,12 @@ bool CValueRange::allows(const std::string& value, bool fromNothing) const {
 bool CValueRange::isRounded(const std::string& asked, const std::string& reported) const {
     const auto wanted = NumberOf(asked);
     const auto is = NumberOf(reported);
-    if (!isKnown() || !wanted || !is || std::find(values_.begin(), values_.end(), asked) != values_.end())
+    if (!isKnown() || !wanted || !is)
         return false;
     if (!isList_)
         return std::abs(*wanted - *is) <= NumberOf(values_.back()).value_or(0);
+    if (std::find(values_.begin(), values_.end(), asked) != values_.end())
+        return false;
     return std::none_of(values_.begin(), values_.end(), [&](const std::string& one) {
         const auto number = NumberOf(one);
         return number && *number > std::min(*wanted, *is) && *number < std::max(*wanted, *is);

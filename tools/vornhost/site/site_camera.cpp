@@ -15,16 +15,6 @@ constexpr const char* SitePhase = "site";
 constexpr const char* ReadBackPhase = "read-back";
 constexpr int FirstInput = 0;
 
-SDiagnosis NotReported(const SComparison& value) {
-    SDiagnosis silent;
-    silent.problem = "the camera does not report its " + value.field;
-    silent.request = ToldOf(value.of) + ", " + value.field;
-    silent.reply = "nothing";
-    silent.advice = "see with `vornhost show` what the camera has; restart it if it had it before";
-    silent.cause = "not-reported";
-    return silent;
-}
-
 } // namespace
 
 const char* NameOf(CameraState state) {
@@ -79,31 +69,36 @@ CSiteCamera::CSiteCamera(const site::SSiteCamera& camera, const SRecorder& recor
       session_(recorder, OptionsFor(camera, options), std::move(credentials), camera.address) {}
 
 std::optional<SDiagnosis> CSiteCamera::open() {
-    // Connects first, so that one that is gone is told at once.
+    auto problem = reach();
+    if (problem && problem->cause == "wrong-password" && !camera_.credentials.empty())
+        problem->advice = "give the camera's own as the credentials \"" + camera_.credentials +
+                          "\" of the site file, or the camera others";
+    return problem;
+}
+
+std::optional<SDiagnosis> CSiteCamera::reach() {
+    const bool isKnown = !session_.options().modelNumber.empty() && camera_.serialNumber.empty();
+    if (isKnown) {
+        auto failure = session_.learnFamily();
+        return failure ? failure : session_.initialize();
+    }
+    // Each family's request would have its own time to find out that nobody is there.
     const auto probed =
         refhost::ProbeConnection(camera_.address, session_.options().patience(LongestIdentification));
     if (probed.kind != HttpFailure::None)
         return NobodyThere(camera_.address, *session_.plugin().models(), probed).failure;
-    const bool isKnown = !session_.options().modelNumber.empty() && camera_.serialNumber.empty();
-    if (auto failure = isKnown ? session_.learnFamily() : session_.askIdentity())
+    if (auto failure = session_.askIdentity())
         return failure;
-    if (!camera_.serialNumber.empty() && session_.serialNumber() != camera_.serialNumber)
-        return otherCamera();
+    if (!camera_.serialNumber.empty() && session_.serialNumber() != camera_.serialNumber) {
+        auto other = AnotherCamera(camera_.serialNumber, session_.serialNumber());
+        other.phase = SitePhase;
+        return other;
+    }
     return session_.initialize();
 }
 
-std::optional<SDiagnosis> CSiteCamera::otherCamera() const {
-    SDiagnosis other;
-    other.problem = "another camera than the site file's answers at this address";
-    other.request = "serial number " + camera_.serialNumber;
-    other.reply = session_.serialNumber().empty() ? "none" : "serial number " + session_.serialNumber();
-    other.advice = "see which camera stands there, and put the file right; nothing was written";
-    other.cause = "not-a-camera";
-    other.phase = SitePhase;
-    return other;
-}
-
 void CSiteCamera::compare(SCameraFinding& finding, const SAllowances& allowances) {
+    finding.serialNumber = session_.serialNumber();
     if (camera_.streams.empty() && camera_.adjustments.empty())
         return;
     if ((finding.problem = unreadable()))
@@ -118,33 +113,41 @@ void CSiteCamera::compare(SCameraFinding& finding, const SAllowances& allowances
         return;
     }
     try {
-        const ordered_json wish = WishOf(camera_);
-        for (SComparison& one : drift().compare(wish))
+        for (SComparison& one : drift().compare(WishOf(camera_)))
             if (one.match == SComparison::Match::Same || isAccepted(one, allowances))
                 continue;
-            else if (isIgnored(one.of, one.field, allowances.today))
+            else if (IsIgnored(camera_, one.of, one.field, allowances.today))
                 ++finding.ignored;
             else
                 finding.differences.push_back(std::move(one));
-        finding.problem = drift().impossible(wish);
-        if (const auto silent = std::find_if(finding.differences.begin(), finding.differences.end(),
-                                             [](const SComparison& one) { return one.camera.empty(); });
-            !finding.problem && silent != finding.differences.end())
-            finding.problem = NotReported(*silent);
+        finding.problem = impossible(finding, allowances);
     } catch (const CFailure& failure) { // a wish that this camera cannot have
         finding.problem = DiagnoseOwn(failure);
-    }
-    if (finding.problem)
         finding.problem->phase = SitePhase;
-    else
-        finding.problem = unreadable(); // while it was compared
+    }
+    if (auto unread = unreadable()) // while it was compared
+        finding.problem = std::move(unread);
     if (!finding.differences.empty())
         finding.state = CameraState::Differs;
+}
+
+std::optional<SDiagnosis> CSiteCamera::impossible(const SCameraFinding& finding,
+                                                  const SAllowances& allowances) const {
+    auto problem = drift().impossible(WishOf(camera_, allowances.today));
+    for (const SComparison& one : finding.differences)
+        if (!problem && one.camera.empty())
+            problem = NotReported(ToldOf(one.of) + ", " + one.field, SitePhase);
+    if (problem)
+        problem->phase = SitePhase;
+    return problem;
 }
 
 void CSiteCamera::set(SCameraFinding& finding, const SAllowances& allowances) {
     if (finding.problem || finding.differences.empty())
         return;
+    for (const SComparison& one : finding.differences)
+        if ((finding.problem = CDrift::unsettable(one)))
+            return;
     const std::vector<SComparison> before = std::exchange(finding.differences, {});
     if ((finding.problem = write(before, allowances.today)))
         return;
@@ -161,7 +164,7 @@ void CSiteCamera::set(SCameraFinding& finding, const SAllowances& allowances) {
         if (was != before.end())
             finding.changes.push_back({*was, one.camera});
         if (one.match == SComparison::Match::Same || isAccepted(one, allowances) ||
-            isIgnored(one.of, one.field, allowances.today))
+            IsIgnored(camera_, one.of, one.field, allowances.today))
             continue;
         if (one.match == SComparison::Match::Rounded) {
             allowances.accepted->take(acceptedOf(one));
@@ -193,7 +196,7 @@ std::optional<SDiagnosis> CSiteCamera::write(const std::vector<SComparison>& dif
 std::optional<SDiagnosis> CSiteCamera::writeStream(const site::SStreamWish& wish, const std::string& today) {
     ordered_json record = ordered_json::object();
     for (const auto& [field, value] : wish.record)
-        if (!isIgnored(OfStreamPrefix + wish.name, field, today))
+        if (!IsIgnored(camera_, OfStreamPrefix + wish.name, field, today))
             record[field] = value;
     const std::string wanted = drift().recordWith(wish.name, record);
     const char* const operation = "syncVideoCodecProperties";
@@ -237,8 +240,7 @@ bool CSiteCamera::isAccepted(const SComparison& value, const SAllowances& allowa
 
 // What all comparing rests on.
 std::optional<SDiagnosis> CSiteCamera::unreadable() {
-    if (!camera_.streams.empty())
-        (void)ask("getVideoCodecParameters", {camera_.streams.front().name}); // waits for the settings
+    (void)ask("getCameraName", {"0"}); // waits for the settings
     const CExchangeWatch& exchanges = session_.exchanges();
     for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
         if (failed)
@@ -248,12 +250,6 @@ std::optional<SDiagnosis> CSiteCamera::unreadable() {
 
 std::optional<SAnswer> CSiteCamera::ask(const std::string& operation, const Texts& arguments) const {
     return AnswerIfThere(session_.operations(), operation, arguments);
-}
-
-bool CSiteCamera::isIgnored(const std::string& of, const std::string& field, const std::string& today) const {
-    return std::any_of(camera_.ignored.begin(), camera_.ignored.end(), [&](const site::SIgnored& one) {
-        return one.of == of + "." + field && (one.until.empty() || today < one.until);
-    });
 }
 
 // The firmware is asked past the plug-in, which learns it of one camera in a process.

@@ -30,6 +30,7 @@ struct SCameraFinding {
     std::size_t ignored = 0; // differences that the file ignores
     std::optional<SDiagnosis> problem;
     std::vector<ordered_json> checks; // of the doctor, that have found something; as programs read them
+    std::string serialNumber;         // empty where the camera was not asked
     std::string model;                // as far as they are known
     std::string firmware;             // likewise
     double milliseconds = 0;
@@ -64,7 +65,8 @@ public:
     void describe(SCameraFinding& finding);
 
 private:
-    std::optional<SDiagnosis> otherCamera() const;
+    std::optional<SDiagnosis> reach();
+    std::optional<SDiagnosis> impossible(const SCameraFinding& finding, const SAllowances& allowances) const;
     std::optional<SDiagnosis> unreadable();
     std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const;
     CDrift drift() const;
@@ -74,7 +76,6 @@ private:
     std::optional<SDiagnosis> writeProblem(const std::string& operation,
                                            const std::optional<SAnswer>& answer);
     bool isAccepted(const SComparison& value, const SAllowances& allowances) const;
-    bool isIgnored(const std::string& of, const std::string& field, const std::string& today) const;
     site::SAcceptedValue acceptedOf(const SComparison& value) const;
 
     const site::SSiteCamera& camera_;

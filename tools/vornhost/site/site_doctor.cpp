@@ -42,7 +42,7 @@ CSiteDoctor::CSiteDoctor(const SOptions& options, const std::string& siteFile) {
 
 SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
     std::vector<std::string> command = command_;
-    command.push_back(camera.name);
+    command.insert(command.end(), {"--", camera.name});
     SCameraFinding finding;
     std::string verdict;
     std::istringstream lines(OutputOfThisProgram(command));

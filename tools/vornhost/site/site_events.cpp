@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::chrono::milliseconds ReaderPatience{500}; // at the end
 
-void WaitForEnd(std::optional<double> seconds) {
+void WaitForEnd(const CSiteRun& run, std::optional<double> seconds) {
     std::mutex mutex;
     std::condition_variable changed;
     bool isEnded = false;
@@ -29,7 +29,7 @@ void WaitForEnd(std::optional<double> seconds) {
         changed.notify_all();
     });
     std::unique_lock<std::mutex> lock(mutex);
-    const auto hasEnded = [&] { return isEnded; };
+    const auto hasEnded = [&] { return isEnded || run.isEnded(); }; // or before this took the signal
     if (seconds)
         changed.wait_for(lock, std::chrono::duration<double>(*seconds), hasEnded);
     else
@@ -48,10 +48,10 @@ ExitStatus WatchEvents(const CSiteRun& run, std::size_t jobs, std::optional<doub
             [&lines](const ordered_json& line) { lines.add(JsonLine(line)); }));
     for (const auto& camera : cameras)
         camera->start();
-    WaitForEnd(seconds);
+    WaitForEnd(run, seconds);
+    pool.end();
     const bool isComplete =
         std::none_of(cameras.begin(), cameras.end(), [](const auto& camera) { return camera->isDown(); });
-    pool.end();
     const std::atomic<bool> never{false};
     site::ForEachPlace(cameras.size(), {jobs}, never, [&](std::size_t place) { cameras[place]->end(); });
     lines.finish(ReaderPatience);

@@ -27,14 +27,17 @@ double MillisecondsSince(std::chrono::steady_clock::time_point begin) {
 
 std::string WhatIsToSee(const SCameraFinding& finding) {
     if (finding.problem)
-        return finding.problem->cause + ": " + finding.problem->problem;
+        return finding.problem->cause + ": " + finding.problem->problem +
+               (finding.problem->reply.empty() ? "" : " (" + finding.problem->reply + ")");
     Texts texts;
     for (const SComparison& difference : finding.differences)
         texts.push_back(difference.text());
     if (texts.empty())
         for (const SChange& change : finding.changes)
-            texts.push_back(change.before.of + "." + change.before.field + " was " + change.before.camera +
-                            ", is " + change.after);
+            texts.push_back(
+                change.before.of + "." + change.before.field + " was " + change.before.camera + ", is " +
+                change.after +
+                (change.after == change.before.wanted ? "" : " (wanted " + change.before.wanted + ")"));
     return Join(texts, "; ");
 }
 
@@ -58,6 +61,8 @@ CSiteRun::CSiteRun(const SOptions& options, SSiteOptions siteOptions)
     : options_(options), siteOptions_(std::move(siteOptions)), progress_(!options.json) {
     const SRecorder& first = recorders_.try_emplace(std::nullopt, options_).first->second;
     site::SSite all = OpenSite(siteOptions_.file, *first.plugin->models());
+    for (const site::SSiteCamera& camera : all.cameras)
+        names_.insert(camera.name);
     for (site::SSiteCamera& camera : all.cameras)
         if (site::IsSelected(camera, siteOptions_.only))
             cameras_.push_back(std::move(camera));
@@ -218,8 +223,8 @@ void CSiteRun::tellTable(bool tellsAll) const {
     CTable table(tellsAll ? Texts{"NAME", "ADDRESS", "MODEL", "FIRMWARE", "STATE"}
                           : Texts{"NAME", "ADDRESS", "STATE", "WHAT IS TO SEE"});
     for (const SCameraFinding* const row : rows) {
-        const std::string state =
-            tellsAll && row->problem ? row->problem->cause : std::string(NameOf(row->state));
+        const std::string cause = tellsAll && row->problem ? " (" + row->problem->cause + ")" : "";
+        const std::string state = NameOf(row->state) + cause;
         table.addRow(tellsAll
                          ? Texts{row->camera->name, row->camera->address,
                                  row->model.empty() ? row->camera->model : row->model, row->firmware, state}

@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ public:
     using Look = std::function<SCameraFinding(const site::SSiteCamera& camera)>;
     void each(const Look& look);
 
+    // Of the file, whether they are chosen or not.
+    const std::set<std::string>& names() const { return names_; }
+
     // Tells each finding, save those that are not to be told yet, which are returned in the file's order.
     std::vector<SCameraFinding> each(const Cameras& cameras, const Work& work, const IsTold& isTold = {});
     void tell(SCameraFinding finding);
@@ -68,7 +72,8 @@ private:
 
     const SOptions options_;
     const SSiteOptions siteOptions_;
-    std::vector<site::SSiteCamera> cameras_;            // those that are chosen
+    std::vector<site::SSiteCamera> cameras_; // those that are chosen
+    std::set<std::string> names_;
     std::map<std::optional<int>, SRecorder> recorders_; // by RTSP port
     std::map<std::string, CCredentials> credentials_;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();

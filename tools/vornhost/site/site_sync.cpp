@@ -5,6 +5,7 @@
 #include "tools/vornhost/console/terminal_text.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -14,6 +15,7 @@ namespace {
 
 // A camera that cannot keep a setting has its old one again by then.
 constexpr std::chrono::milliseconds LongestToJumpBack{1'500};
+constexpr std::chrono::milliseconds LookForEnd{20};
 
 bool Differs(const SCameraFinding& finding) {
     return finding.state == CameraState::Differs;
@@ -48,30 +50,40 @@ ExitStatus CSiteSync::run() {
         return dryRun();
     if (!options_.planFile.empty())
         readPlan();
-    const auto synchroniseOne = [this](CSiteCamera& camera, SCameraFinding& finding) {
-        synchronise(camera, finding);
-    };
-    if (!options_.mostChanges && !options_.oneFirst) {
-        run_.each(run_.cameras(), synchroniseOne);
-        return run_.end();
-    }
+    if (options_.mostChanges || options_.oneFirst)
+        setCarefully();
+    else
+        (void)set(run_.cameras());
+    const bool isKept = keepAccepted();
+    const ExitStatus status = run_.end();
+    return isKept ? status : ExitStatus::CallFailed;
+}
+
+void CSiteSync::setCarefully() {
     std::vector<SCameraFinding> differing = compareAll();
     if (options_.mostChanges && differing.size() > *options_.mostChanges)
-        leave(std::move(differing), std::to_string(differing.size()) +
-                                        " cameras would change, and --max-changes allows " +
-                                        std::to_string(*options_.mostChanges) + "; nothing was written");
-    else if (options_.oneFirst && !differing.empty() && !setOneFirst(differing))
-        leave(std::move(differing), "the first camera is not as it is wanted; the others were left alone");
-    else
-        set(differing);
-    return run_.end();
+        return leave(std::move(differing),
+                     std::to_string(differing.size()) + " cameras would change, and --max-changes allows " +
+                         std::to_string(*options_.mostChanges) + "; nothing was written");
+    CSiteRun::Cameras cameras;
+    for (const SCameraFinding& one : differing)
+        cameras.push_back(one.camera);
+    if (options_.oneFirst && !cameras.empty()) {
+        const bool isWell = set({cameras.front()});
+        cameras.erase(cameras.begin());
+        differing.erase(differing.begin());
+        if (!isWell)
+            return leave(std::move(differing),
+                         "the first camera is not as it is wanted; the others were left alone");
+    }
+    (void)set(cameras);
 }
 
 ExitStatus CSiteSync::dryRun() {
     std::vector<SCameraFinding> differing = compareAll();
     site::SitePlan plan;
     for (const SCameraFinding& one : differing)
-        plan.push_back({one.camera->name, one.camera->address, ChangesOf(one)});
+        plan.push_back({one.camera->name, one.camera->address, one.serialNumber, ChangesOf(one)});
     if (!options_.planFile.empty() && !run_.isEnded())
         WithFile([&] { site::WritePlan(options_.planFile, plan); });
     for (SCameraFinding& one : differing)
@@ -90,33 +102,62 @@ std::vector<SCameraFinding> CSiteSync::compareAll() {
         [](const SCameraFinding& finding) { return !Differs(finding); });
 }
 
-// Takes the first out of those that differ. Whether it is now as it is wanted, and still is a while later.
-bool CSiteSync::setOneFirst(std::vector<SCameraFinding>& differing) {
-    bool isWell = false;
-    run_.each({differing.front().camera}, [&](CSiteCamera& camera, SCameraFinding& finding) {
-        synchronise(camera, finding);
-        std::this_thread::sleep_for(LongestToJumpBack);
-        const auto anew = run_.session(*finding.camera); // what the present one knows may be older
-        SCameraFinding again;
-        if (!(again.problem = anew->open()))
-            anew->compare(again, allowances_);
-        isWell = !finding.problem && finding.state != CameraState::NotAccepted &&
-                 again.state == CameraState::Same && !again.problem;
-        if (finding.state == CameraState::Changed && Differs(again)) {
-            finding.state = CameraState::NotAccepted;
-            finding.differences = std::move(again.differences);
-        }
-    });
-    differing.erase(differing.begin());
+// Whether all are as they are wanted then.
+bool CSiteSync::set(const CSiteRun::Cameras& cameras) {
+    std::atomic<bool> isWell{true};
+    std::vector<SCameraFinding> changed = run_.each(
+        cameras, [this](CSiteCamera& camera, SCameraFinding& finding) { synchronise(camera, finding); },
+        [&](const SCameraFinding& finding) {
+            if (finding.state != CameraState::Changed && finding.state != CameraState::Same)
+                isWell = false;
+            return finding.state != CameraState::Changed;
+        });
+    for (SCameraFinding& one : confirm(std::move(changed))) {
+        if (one.state != CameraState::Changed)
+            isWell = false;
+        run_.tell(std::move(one));
+    }
     return isWell;
 }
 
-void CSiteSync::set(const std::vector<SCameraFinding>& differing) {
+// What was set, as it is when no camera can jump back any more: each is asked anew, since what was known of
+// it may be older.
+std::vector<SCameraFinding> CSiteSync::confirm(std::vector<SCameraFinding> changed) {
+    if (changed.empty())
+        return changed;
+    const auto end = std::chrono::steady_clock::now() + LongestToJumpBack;
+    while (!run_.isEnded() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(LookForEnd);
     CSiteRun::Cameras cameras;
-    for (const SCameraFinding& one : differing)
+    for (const SCameraFinding& one : changed)
         cameras.push_back(one.camera);
-    run_.each(cameras,
-              [this](CSiteCamera& camera, SCameraFinding& finding) { synchronise(camera, finding); });
+    const auto looks = run_.each(
+        cameras,
+        [this](CSiteCamera& camera, SCameraFinding& finding) { camera.compare(finding, allowances_); },
+        [](const SCameraFinding&) { return false; });
+    for (const SCameraFinding& look : looks) {
+        const auto was = std::lower_bound(
+            changed.begin(), changed.end(), look.camera,
+            [](const SCameraFinding& one, const site::SSiteCamera* camera) { return one.camera < camera; });
+        was->milliseconds += look.milliseconds;
+        was->problem = look.problem;
+        was->differences = look.differences;
+        if (look.state != CameraState::Same)
+            was->state = look.problem ? CameraState::Fault : CameraState::NotAccepted;
+    }
+    return changed;
+}
+
+// Whether what cameras have rounded counts as the same next time.
+bool CSiteSync::keepAccepted() const {
+    try {
+        allowances_.accepted->save(run_.names());
+        return true;
+    } catch (const site::CFileError& error) {
+        WriteMessage(std::string("vornhost: site sync: ") + error.what() +
+                     "; what cameras have rounded will be set once more\n");
+        return false;
+    }
 }
 
 void CSiteSync::leave(std::vector<SCameraFinding> differing, const std::string& reason) {
@@ -147,7 +188,9 @@ void CSiteSync::requirePlanned(SCameraFinding& finding) const {
     const site::SPlannedCamera* const planned = plan_ ? FindIn(*plan_, finding.camera->name) : nullptr;
     if (!planned || finding.problem || finding.differences.empty())
         return;
-    if (planned->address == finding.camera->address && planned->changes == ChangesOf(finding))
+    const bool isOther = !planned->serialNumber.empty() && !finding.serialNumber.empty() &&
+                         planned->serialNumber != finding.serialNumber;
+    if (!isOther && planned->address == finding.camera->address && planned->changes == ChangesOf(finding))
         return;
     SDiagnosis changed;
     changed.problem = "the camera, or what is wanted of it, is not as it was when the plan was made";

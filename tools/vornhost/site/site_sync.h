@@ -29,8 +29,10 @@ public:
 private:
     ExitStatus dryRun();
     std::vector<SCameraFinding> compareAll();
-    bool setOneFirst(std::vector<SCameraFinding>& differing);
-    void set(const std::vector<SCameraFinding>& differing);
+    void setCarefully();
+    bool set(const CSiteRun::Cameras& cameras);
+    std::vector<SCameraFinding> confirm(std::vector<SCameraFinding> changed);
+    bool keepAccepted() const;
     void leave(std::vector<SCameraFinding> differing, const std::string& reason);
     void synchronise(CSiteCamera& camera, SCameraFinding& finding) const;
     void readPlan();

@@ -5,6 +5,8 @@
 #include "tools/vornhost/console/exit_status.h"
 #include "tools/vornhost/console/standard_streams.h"
 #include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/console/utc_time.h"
+#include "tools/vornhost/doctor/drift.h"
 #include "tools/vornhost/report/adjustments.h"
 #include "tools/vornhost/session/loaded_plugin.h"
 
@@ -58,11 +60,31 @@ site::SSite OpenSite(const std::string& file, const CVornModelList& models) {
     }
 }
 
-ordered_json WishOf(const site::SSiteCamera& camera) {
+ordered_json WishOf(const site::SSiteCamera& camera, const std::string& today) {
+    const auto counted = [&](const std::string& of, const std::map<std::string, std::string>& all) {
+        ordered_json values = ordered_json::object();
+        for (const auto& [field, value] : all)
+            if (today.empty() || !IsIgnored(camera, of, field, today))
+                values[field] = value;
+        return values;
+    };
     ordered_json streams = ordered_json::array();
     for (const site::SStreamWish& wish : camera.streams)
-        streams.push_back({{"stream", wish.name}, {"record", wish.record}});
-    return {{"streams", streams}, {"adjustments", camera.adjustments}};
+        streams.push_back(
+            {{"stream", wish.name}, {"record", counted(OfStreamPrefix + wish.name, wish.record)}});
+    return {{"streams", streams}, {"adjustments", counted(OfAdjustments, camera.adjustments)}};
+}
+
+bool IsIgnored(const site::SSiteCamera& camera, const std::string& of, const std::string& field,
+               const std::string& today) {
+    return std::any_of(camera.ignored.begin(), camera.ignored.end(), [&](const site::SIgnored& one) {
+        return one.of == of + "." + field && (one.until.empty() || today < one.until);
+    });
+}
+
+std::string UtcToday() {
+    constexpr std::size_t LengthOfDay = 10;
+    return UtcTimeText(std::chrono::system_clock::now()).substr(0, LengthOfDay);
 }
 
 const site::SSiteCamera& FindCamera(const site::SSite& site, const std::string& nameOrAddress) {

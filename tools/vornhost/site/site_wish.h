@@ -13,8 +13,15 @@ namespace corvane::vornhost {
 // Reads a site file; its models and adjustments are held against the model list. Throws CFailure.
 site::SSite OpenSite(const std::string& file, const CVornModelList& models);
 
-// How the camera is wanted, as CDrift takes it.
-ordered_json WishOf(const site::SSiteCamera& camera);
+// How the camera is wanted, as CDrift takes it; without what the file ignores on the day ("2026-11-26"),
+// where one is given.
+ordered_json WishOf(const site::SSiteCamera& camera, const std::string& today = "");
+
+// Whether the file ignores a difference on the day; `of` and `field` as SComparison has them.
+bool IsIgnored(const site::SSiteCamera& camera, const std::string& of, const std::string& field,
+               const std::string& today);
+
+std::string UtcToday();
 
 // The site's camera of the name, else the one at the address. Throws CFailure where the site has none.
 const site::SSiteCamera& FindCamera(const site::SSite& site, const std::string& nameOrAddress);

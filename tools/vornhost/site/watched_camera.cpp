@@ -30,10 +30,10 @@ SDiagnosis ProblemOfStream(const CEventStreamError& error, CDeviceSession& sessi
     return problem;
 }
 
-SDiagnosis StreamLost(const char* reply) {
+SDiagnosis StreamLost(const std::string& address, const char* reply) {
     SDiagnosis lost;
     lost.problem = "the camera's alarm inputs are no longer told";
-    lost.request = std::string("GET ") + MonitorPath;
+    lost.request = "GET http://" + address + MonitorPath;
     lost.reply = reply;
     lost.advice = "it is tried again until it is back";
     lost.cause = "stream-lost";
@@ -183,7 +183,11 @@ void CWatchedCamera::reconnect(int generation) {
     if (probed.kind != refhost::HttpFailure::None)
         return tryLater(
             *NobodyThere(camera_.address, *session_->session().plugin().models(), probed).failure);
-    tryLater(StreamLost("the reply ended"));
+    // One that takes connections says itself what it no longer does.
+    const int input = camera_.inputs ? camera_.inputs->front() : 0;
+    tryLater(CAlarmInputQuestions(session_->session(), input)
+                 .lookAtMonitor()
+                 .value_or(StreamLost(camera_.address, "the reply ended")));
 }
 
 void CWatchedCamera::requireEvent(int generation) {
@@ -193,7 +197,7 @@ void CWatchedCamera::requireEvent(int generation) {
         if (generation != generation_ || isHeard_ || isLost_)
             return;
     }
-    tryLater(StreamLost("nothing has come"));
+    tryLater(StreamLost(camera_.address, "nothing has come"));
 }
 
 // REQUIRES: task_ held.

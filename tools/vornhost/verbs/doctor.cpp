@@ -53,7 +53,8 @@ public:
             return examine(options, CCredentials::fromOptions(options));
         const site::SSite site = OpenSite(siteFile_, *OpenModelList(options));
         const site::SSiteCamera& camera = FindCamera(site, address_);
-        plan_.record = WishOf(camera);
+        plan_.record = WishOf(camera, UtcToday());
+        plan_.serialNumber = camera.serialNumber;
         address_ = camera.address;
         return examine(OptionsFor(camera, options), CredentialsOf(site, options).at(camera.credentials));
     }

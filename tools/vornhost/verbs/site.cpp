@@ -1,10 +1,10 @@
 #include "site/text_file.h"
-#include "tools/vornhost/console/utc_time.h"
 #include "tools/vornhost/site/site_doctor.h"
 #include "tools/vornhost/site/site_events.h"
 #include "tools/vornhost/site/site_run.h"
 #include "tools/vornhost/site/site_survey.h"
 #include "tools/vornhost/site/site_sync.h"
+#include "tools/vornhost/site/site_wish.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -35,11 +35,14 @@ public:
             ->add_option("--plan", syncOptions_.planFile,
                          "Of a dry run: what is to be written; else it is carried out, and no camera touched "
                          "that has changed since")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(CLI::Validator([](const std::string& name) { return name.empty() ? "no file name" : ""; },
+                                   ""));
         sync_
             ->add_option("--max-changes", syncOptions_.mostChanges,
                          "Stop before the first write when more cameras would change")
-            ->type_name("N");
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber);
         sync_->add_flag("--one-first", syncOptions_.oneFirst,
                         "One camera, then a check of it, then the others");
         declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_);
@@ -62,7 +65,7 @@ public:
             return run.end();
         }
         site::CAcceptedValues accepted = OpenAccepted(siteOptions_.file);
-        const SAllowances allowances{UtcTimeText(std::chrono::system_clock::now()).substr(0, 10), &accepted};
+        const SAllowances allowances{UtcToday(), &accepted};
         if (sync_->parsed())
             return CSiteSync(run, syncOptions_, allowances).run();
         run.each(run.cameras(), [&](CSiteCamera& camera, SCameraFinding& finding) {
@@ -100,7 +103,8 @@ private:
         verb->add_option("SITE", siteOptions_.file, "The site file")->required();
         verb->add_option("--only", siteOptions_.only,
                          "A shell pattern for names, or tag:WORD; may be repeated")
-            ->type_name("PATTERN");
+            ->type_name("PATTERN")
+            ->allow_extra_args(false);
         declareJobs(*verb);
     }
 
