@@ -349,6 +349,8 @@ public:
     const std::vector<SOperation>& operations() const { return operations_; }
 
 private:
+    static constexpr std::size_t UsualCount = 300; // of a camera with all that belongs to it
+
     std::vector<SOperation> operations_;
 };
 
@@ -391,6 +393,8 @@ void COperationRegistry::add(const std::string& name, const CParameterNames& par
             },
             stored);
     };
+    if (operations_.empty())
+        operations_.reserve(UsualCount); // boost::function is copied where a vector grows
     operations_.push_back(std::move(operation));
 }
 

@@ -46,7 +46,7 @@ std::string CameraText(const SSiteCamera& camera, bool withCredentials) {
     if (withCredentials)
         add("credentials", camera.credentials);
     add("tags", camera.tags);
-    if (camera.inputs && !camera.inputs->empty())
+    if (camera.inputs)
         text += ", " + MemberText("inputs", *camera.inputs);
     if (camera.rtspPort)
         text += ", " + MemberText("rtspPort", *camera.rtspPort);

@@ -68,7 +68,11 @@ SitePlan ReadPlan(const std::string& file) {
         const nlohmann::json parsed = refhost::ParseJson(text);
         CJsonNode(parsed).object(
             {{"plan", SMember::Required, [&](const CJsonNode& cameras) {
-                  cameras.eachEntry([&](const CJsonNode& camera) { plan.push_back(CameraOf(camera)); });
+                  cameras.eachEntry([&](const CJsonNode& camera) {
+                      plan.push_back(CameraOf(camera));
+                      if (!names.insert(plan.back().name).second)
+                          camera.refuse("the camera stands twice");
+                  });
               }}});
     } catch (const refhost::CJsonRefusal& refusal) {
         throw CFileError(file + ": " + refusal.what());

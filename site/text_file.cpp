@@ -39,15 +39,18 @@ bool WriteAll(int descriptor, const std::string& text) {
 } // namespace
 
 std::string ReadTextFile(const std::string& file) {
-    std::error_code error;
-    const bool isFolder = std::filesystem::is_directory(file, error);
     errno = 0;
     std::ifstream in(file, std::ios::binary);
-    if (!in || isFolder)
-        throw CFileError(file + ": cannot be read: " + Reason(isFolder ? EISDIR : errno));
-    std::string text(std::istreambuf_iterator<char>(in), {});
+    std::string text;
+    std::vector<char> block(std::size_t{64} << 10);
+    while (in && text.size() <= LargestFile) { // which some files, as "/dev/zero", do not tell beforehand
+        in.read(block.data(), static_cast<std::streamsize>(block.size()));
+        text.append(block.data(), static_cast<std::size_t>(in.gcount()));
+    }
     if (text.size() > LargestFile)
         throw CFileError(file + ": is larger than 64 MiB");
+    if (!in.eof())
+        throw CFileError(file + ": cannot be read: " + Reason(errno));
     return text;
 }
 
@@ -57,7 +60,7 @@ void ReplaceFile(const std::string& file, const std::string& text) {
     if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
         throw CFileError(file + ": cannot be written: something else than a file has the name");
     // Of its own, since another program may be about the same.
-    const std::string temporary = file + ".new-" + std::to_string(::getpid());
+    const std::string temporary = file + ".new-" + std::to_string(::gettid());
     const refhost::SOpenedFile opened =
         refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
     if (opened.descriptor < 0)

@@ -222,7 +222,7 @@ void CDeviceSession::takeFamily(const std::string& familyName, const std::string
     if (!serialNumber.empty() || database_->familyAt(address_).value_or("") != familyName)
         database_->registerDevice(address_, familyName, serialNumber);
     applyCredentials();
-    registerOperations(); // the handler's take the credentials
+    forgetOperations(); // the handler's take the credentials
 }
 
 CError CDeviceSession::databaseFailure() const {
@@ -253,11 +253,11 @@ std::optional<SDiagnosis> CDeviceSession::weakerAuthentication() const {
 void CDeviceSession::setCredentials(CCredentials credentials) {
     credentials_ = std::move(credentials);
     applyCredentials();
-    registerOperations();
+    forgetOperations();
 }
 
 void CDeviceSession::makeCamera() {
-    operations_ = std::make_unique<COperationRegistry>(); // none, should the making fail
+    forgetOperations();
     ptzController_.reset();
     camera_.reset();
     camera_ = plugin_->library().createCamera(context_, address_, plugin_->models(), options_.modelNumber);
@@ -271,17 +271,27 @@ const SModelInfo* CDeviceSession::model() const {
 }
 
 void CDeviceSession::renewController() {
-    operations_ = std::make_unique<COperationRegistry>();
+    forgetOperations();
     ptzController_.reset();
     ptzController_ = plugin_->library().createPtzController(context_, FirstInput, address_, camera_);
-    registerOperations();
 }
 
-void CDeviceSession::registerOperations() {
+void CDeviceSession::forgetOperations() {
+    const std::lock_guard<std::mutex> lock(operationsMutex_);
+    operations_.reset();
+}
+
+const COperationRegistry& CDeviceSession::operations() const {
+    const std::lock_guard<std::mutex> lock(operationsMutex_);
+    if (operations_)
+        return *operations_;
     operations_ = std::make_unique<COperationRegistry>();
-    camera_->registerOperations(*operations_);
-    ptzController_->registerOperations(*operations_);
-    plugin_->handler().registerOperations(*operations_, context_->getAuthentication());
+    if (camera_ && ptzController_) { // none, should their making have failed
+        camera_->registerOperations(*operations_);
+        ptzController_->registerOperations(*operations_);
+        plugin_->handler().registerOperations(*operations_, context_->getAuthentication());
+    }
+    return *operations_;
 }
 
 std::optional<SDiagnosis> CDeviceSession::renewCamera() {

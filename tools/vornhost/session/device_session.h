@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -70,7 +71,9 @@ public:
     const SOptions& options() const { return options_; }
     const std::string& address() const { return address_; }
     const CLoadedPlugin& plugin() const { return *plugin_; }
-    const COperationRegistry& operations() const { return *operations_; }
+    // Made when they are first asked for: a session of many may need none. Belong to the session until it
+    // makes another camera or controller, or has other credentials.
+    const COperationRegistry& operations() const;
     // The camera object; another one after renewCamera().
     CVornCamera& camera() const { return *camera_; }
     // What the model list says of the camera; null before it is initialised, and for a model that is not
@@ -114,7 +117,7 @@ private:
     void applyCredentials();
     void applyRuleOf(const std::string& familyName);
     void makeCamera();
-    void registerOperations();
+    void forgetOperations();
 
     const SOptions options_;
     const std::string address_;
@@ -128,8 +131,10 @@ private:
     std::string serialNumber_;
     std::string listedNumber_;
     boost::shared_ptr<CVornCamera> camera_;
-    std::unique_ptr<CPtzController> ptzController_;  // of camera_'s first input
-    std::unique_ptr<COperationRegistry> operations_; // of all three and the handler
+    std::unique_ptr<CPtzController> ptzController_; // of camera_'s first input
+
+    mutable std::mutex operationsMutex_;                     // guards what follows
+    mutable std::unique_ptr<COperationRegistry> operations_; // of all three and the handler; null: to be made
 };
 
 // What is wrong with an operation's answer: why the call failed, or what failed that it rests on; nothing
