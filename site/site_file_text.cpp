@@ -38,7 +38,7 @@ std::string CameraText(const SSiteCamera& camera, bool withCredentials) {
     std::string text =
         "    {" + MemberText("name", camera.name) + ", " + MemberText("address", camera.address);
     const auto add = [&text](const char* name, const ordered_json& value) {
-        if (!value.empty() && value != "")
+        if (!value.empty() && value != ordered_json(std::string()))
             text += ", " + MemberText(name, value);
     };
     add("model", camera.model);

@@ -226,8 +226,14 @@ TEST(SiteSync, CtrlCEndsAfterWhatIsUnderWayAndTellsWhatWasDone) {
 
 // Each fault of the catalogue at a camera of its own, beside fifty that have none.
 TEST(SiteCheck, EachFaultIsToldWithItsCauseAndDelaysNobody) {
+#if defined(VORN_UNDER_ASAN) || defined(VORN_UNDER_TSAN)
+    constexpr std::size_t Step = 6; // a sample, under which everything takes longer
+    constexpr std::size_t Healthy = 10;
+#else
+    constexpr std::size_t Step = 1;
     constexpr std::size_t Healthy = 50;
-    std::vector<json> rows;
+#endif
+    std::vector<json> all;
     for (const json& row : JsonLines(RunProgram("camsim", {"faults", "--json"}).out)) {
         const std::string phase = row.at("phase");
         const std::string name = row.at("name");
@@ -237,15 +243,18 @@ TEST(SiteCheck, EachFaultIsToldWithItsCauseAndDelaysNobody) {
                             name != "settings-without-frame-rate" &&
                             name != "settings-without-transmission" && row.at("check") != "answer-times";
         if (isAsked && isSeen)
-            rows.push_back(row);
+            all.push_back(row);
     }
-    ASSERT_GT(rows.size(), 80U);
+    ASSERT_GT(all.size(), 80U);
+    std::vector<json> rows;
+    for (std::size_t i = 0; i < all.size(); i += Step)
+        rows.push_back(all[i]);
     CSiteOfCamsim site({"--count", std::to_string(rows.size() + Healthy), "--model", "D850", "--no-rtsp"});
-    json faulty = json::array();
     for (std::size_t i = 0; i < rows.size(); ++i)
         site.camsim.post("/faults", {{"name", rows[i].at("name")}, {"camera", i}});
     site.file["defaults"]["streams"] = StreamWish("0,h264,0", {{"resolution", "640x360"}});
-    const auto told = site.lines("check", 1);
+    // Few at once: on a busy machine a camera's 4 s are not to be over before it is asked.
+    const auto told = site.lines("check", 1, {"--jobs", "16"});
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const json& line = told.at("c" + std::to_string(i));
         EXPECT_EQ(line.value("/problem/cause"_json_pointer, line.value("state", "")), rows[i].at("cause"))

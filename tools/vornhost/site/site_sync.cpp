@@ -61,9 +61,9 @@ ExitStatus CSiteSync::run() {
 
 void CSiteSync::setCarefully() {
     std::vector<SCameraFinding> differing = compareAll();
-    if (options_.mostChanges && differing.size() > *options_.mostChanges)
+    if (const std::size_t count = differing.size(); options_.mostChanges && count > *options_.mostChanges)
         return leave(std::move(differing),
-                     std::to_string(differing.size()) + " cameras would change, and --max-changes allows " +
+                     std::to_string(count) + " cameras would change, and --max-changes allows " +
                          std::to_string(*options_.mostChanges) + "; nothing was written");
     CSiteRun::Cameras cameras;
     for (const SCameraFinding& one : differing)
