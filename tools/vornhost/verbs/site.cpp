@@ -13,6 +13,7 @@ namespace corvane::vornhost {
 namespace {
 
 constexpr int MostJobs = 1024;
+constexpr int MostCameras = 1'000'000;
 
 constexpr const char* Help =
     R"(A site file describes all cameras of a place; docs/site.md tells what it holds.
@@ -22,14 +23,48 @@ Examples:
   vornhost site check yard.json --only 'gate*' --only tag:outside --json
   vornhost site sync yard.json --dry-run --plan tonight.json)";
 
+constexpr const char* InitHelp =
+    R"(Who is no camera is told on standard error, with the cause. The password is not in the file; with
+--user and --password-file it says where it is.
+Exit status 1 when some address that answers, or was named by itself, has no camera that can be asked.
+Example: vornhost --user admin --password-file pw site init 192.168.0.10-40 > yard.json)";
+
+constexpr const char* CheckHelp =
+    R"(With --json a line a camera as it is done and a summary last; with --timeout S no answer is waited for
+longer. Exit status 1 when a camera differs or has a fault.
+Example: vornhost site check yard.json --only 'gate*' --only tag:outside --json)";
+
+constexpr const char* SyncHelp =
+    R"(Reads back what was set, and once more when all are set: a camera is "changed" when it reports what was
+asked, and else "not-accepted". Nothing is written to one that has another serial number than the file's,
+or that cannot have what is wanted. A second sync writes nothing.
+Exit status 1 when a camera has not accepted a value or has a fault, and in a dry run when one differs.
+Examples:
+  vornhost site sync yard.json --dry-run --plan tonight.json
+  vornhost site sync yard.json --plan tonight.json
+  vornhost site sync yard.json --max-changes 20 --one-first)";
+
+constexpr const char* EventsHelp =
+    R"(Each input's level when it is first heard, then each change once; a camera that is lost, and that comes
+again: {"event":"camera","name":...,"state":"down"|"up",...}. A lost one is tried again after 1 s, 2 s and
+so on up to 30 s. Ctrl-C ends it. Exit status 1 when a camera is lost at the end.
+Example: vornhost site events yard.json --only tag:outside)";
+
+constexpr const char* DoctorHelp =
+    R"(Each camera in a process of its own; changes nothing there. Exit status 1 when a camera has a fault.
+`vornhost doctor NAME --site SITE` looks at one, and shows every check.
+Example: vornhost site doctor yard.json)";
+
 class CSite : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.require_subcommand(1);
         declareInit(command);
-        declareVerb(command, "list", "A line a camera: name, address, model, firmware, state", list_);
-        declareVerb(command, "check", "Is each camera set as the file wants it? Writes nothing", check_);
-        declareVerb(command, "sync", "Sets those that are not", sync_);
+        declareVerb(command, "list", "A line a camera: name, address, model, firmware, state", list_,
+                    CheckHelp);
+        declareVerb(command, "check", "Is each camera set as the file wants it? Writes nothing", check_,
+                    CheckHelp);
+        declareVerb(command, "sync", "Sets those that are not", sync_, SyncHelp);
         sync_->add_flag("--dry-run", syncOptions_.isDryRun, "Write nothing to a camera");
         sync_
             ->add_option("--plan", syncOptions_.planFile,
@@ -42,12 +77,12 @@ public:
             ->add_option("--max-changes", syncOptions_.mostChanges,
                          "Stop before the first write when more cameras would change")
             ->type_name("N")
-            ->check(CLI::NonNegativeNumber);
+            ->check(CLI::Range(0, MostCameras));
         sync_->add_flag("--one-first", syncOptions_.oneFirst,
                         "One camera, then a check of it, then the others");
-        declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_);
+        declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_, EventsHelp);
         DeclareSeconds(*events_, seconds_, "How long (default: until Ctrl-C)");
-        declareVerb(command, "doctor", "The doctor on all, with the causes counted", doctor_);
+        declareVerb(command, "doctor", "The doctor on all, with the causes counted", doctor_, DoctorHelp);
         command.footer(Help);
     }
 
@@ -95,9 +130,11 @@ private:
         init_->add_flag("--with-settings", surveyOptions_.withSettings,
                         "With what each camera has as its wish");
         declareJobs(*init_);
+        init_->footer(InitHelp);
     }
 
-    void declareVerb(CLI::App& command, const char* name, const char* summary, CLI::App*& verb) {
+    void declareVerb(CLI::App& command, const char* name, const char* summary, CLI::App*& verb,
+                     const char* help) {
         verb = command.add_subcommand(name, summary);
         verb->fallthrough();
         verb->add_option("SITE", siteOptions_.file, "The site file")->required();
@@ -106,6 +143,7 @@ private:
             ->type_name("PATTERN")
             ->allow_extra_args(false);
         declareJobs(*verb);
+        verb->footer(help);
     }
 
     void declareJobs(CLI::App& verb) {
