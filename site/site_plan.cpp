@@ -66,14 +66,13 @@ SitePlan ReadPlan(const std::string& file) {
     std::set<std::string> names;
     try {
         const nlohmann::json parsed = refhost::ParseJson(text);
-        CJsonNode(parsed).object(
-            {{"plan", SMember::Required, [&](const CJsonNode& cameras) {
-                  cameras.eachEntry([&](const CJsonNode& camera) {
-                      plan.push_back(CameraOf(camera));
-                      if (!names.insert(plan.back().name).second)
-                          camera.refuse("the camera stands twice");
-                  });
-              }}});
+        CJsonNode(parsed).object({{"plan", SMember::Required, [&](const CJsonNode& cameras) {
+                                       cameras.eachEntry([&](const CJsonNode& camera) {
+                                           plan.push_back(CameraOf(camera));
+                                           if (!names.insert(plan.back().name).second)
+                                               camera.refuse("the camera stands twice");
+                                       });
+                                   }}});
     } catch (const refhost::CJsonRefusal& refusal) {
         throw CFileError(file + ": " + refusal.what());
     }

@@ -99,7 +99,7 @@ public:
             run.each([&](const site::SSiteCamera& camera) { return doctor.examine(camera); });
             return run.end();
         }
-        site::CAcceptedValues accepted = OpenAccepted(siteOptions_.file);
+        site::CAcceptedValues accepted = openAccepted(siteOptions_.file);
         const SAllowances allowances{UtcToday(), &accepted};
         if (sync_->parsed())
             return CSiteSync(run, syncOptions_, allowances).run();
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    static site::CAcceptedValues OpenAccepted(const std::string& file) {
+    static site::CAcceptedValues openAccepted(const std::string& file) {
         try {
             return site::CAcceptedValues(file);
         } catch (const site::CFileError& error) {
