@@ -193,7 +193,7 @@ void MeasureEvents(State& state, CEnvironment& environment, const CSite& site, i
         if (!program.readLine(line) || json::parse(line).at("event") != "dryContactState")
             throw CFailure("site events: " + line);
     const double before = program.cpuSeconds();
-    std::this_thread::sleep_for(span);
+    std::this_thread::sleep_for(span); // likewise
     const double seconds = program.cpuSeconds() - before;
 
     std::vector<double> delays;

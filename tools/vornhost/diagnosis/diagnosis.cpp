@@ -335,6 +335,23 @@ std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges
     return diagnosis;
 }
 
+std::optional<SDiagnosis> DiagnoseUnread(const CExchangeWatch& exchanges) {
+    for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
+        if (failed)
+            return DiagnoseExchange(*failed, exchanges);
+    return std::nullopt;
+}
+
+SDiagnosis ProcessLost(const std::string& problem, const std::string& phase) {
+    SDiagnosis lost;
+    lost.problem = problem;
+    lost.advice = "see what limits the program's memory and processes (ulimit -a), then try again";
+    lost.cause = "limit";
+    lost.isCertain = false;
+    lost.phase = phase;
+    return lost;
+}
+
 SDiagnosis AnotherCamera(const std::string& expected, const std::string& found) {
     SDiagnosis other;
     other.problem = "another camera than the site file's answers at this address";

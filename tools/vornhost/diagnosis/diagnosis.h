@@ -63,6 +63,12 @@ void TellRestart(SDiagnosis& problem, const std::string& address);
 std::optional<SDiagnosis> DiagnoseMissingSetting(const CExchangeWatch& exchanges,
                                                  const std::string& beginning = "");
 
+// Why what was read of a camera is not to be relied on: its settings or its capability could not be had.
+std::optional<SDiagnosis> DiagnoseUnread(const CExchangeWatch& exchanges);
+
+// A process of this program that was to do a part of the work has ended before it had.
+SDiagnosis ProcessLost(const std::string& problem, const std::string& phase);
+
 // Another camera than the one of this serial number answers; it tells `found`, or none.
 SDiagnosis AnotherCamera(const std::string& expected, const std::string& found);
 

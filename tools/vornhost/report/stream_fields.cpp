@@ -53,9 +53,8 @@ std::optional<SDiagnosis> WrongStreamValue(const SVornVidValsInDb& record, const
 }
 
 std::optional<SDiagnosis> WhyUnreadable(const CExchangeWatch& exchanges, VideoCodec codec) {
-    for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
-        if (failed)
-            return DiagnoseExchange(*failed, exchanges);
+    if (auto unread = DiagnoseUnread(exchanges))
+        return unread;
     return codec == VideoCodec::Mjpeg
                ? std::nullopt
                : DiagnoseMissingSetting(exchanges, codec == VideoCodec::H264 ? H264Settings : Mpeg4Settings);

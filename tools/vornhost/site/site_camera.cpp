@@ -241,11 +241,7 @@ bool CSiteCamera::isAccepted(const SComparison& value, const SAllowances& allowa
 // What all comparing rests on.
 std::optional<SDiagnosis> CSiteCamera::unreadable() {
     (void)ask("getCameraName", {"0"}); // waits for the settings
-    const CExchangeWatch& exchanges = session_.exchanges();
-    for (const auto& failed : {exchanges.failedSettings(), exchanges.failedCapability()})
-        if (failed)
-            return DiagnoseExchange(*failed, exchanges);
-    return std::nullopt;
+    return DiagnoseUnread(session_.exchanges());
 }
 
 std::optional<SAnswer> CSiteCamera::ask(const std::string& operation, const Texts& arguments) const {

@@ -21,16 +21,6 @@ SDiagnosis DiagnosisOf(const ordered_json& line) {
     return diagnosis;
 }
 
-SDiagnosis WithoutVerdict() {
-    SDiagnosis ended;
-    ended.problem = "the examination has ended without a verdict";
-    ended.advice = "see what limits the program's memory and processes (ulimit -a), then try again";
-    ended.cause = "limit";
-    ended.isCertain = false;
-    ended.phase = "site";
-    return ended;
-}
-
 } // namespace
 
 CSiteDoctor::CSiteDoctor(const SOptions& options, const std::string& siteFile) {
@@ -61,7 +51,9 @@ SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
                     finding.problem = DiagnosisOf(check);
     }
     if (verdict.empty())
-        finding.problem = finding.checks.empty() ? WithoutVerdict() : DiagnosisOf(finding.checks.back());
+        finding.problem = finding.checks.empty()
+                              ? ProcessLost("the examination has ended without a verdict", "site")
+                              : DiagnosisOf(finding.checks.back());
     return finding;
 }
 

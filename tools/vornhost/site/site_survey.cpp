@@ -159,10 +159,9 @@ void CSiteSurvey::ask(std::size_t place) {
             return take(place, std::move(*problem));
         site::SSiteCamera camera = cameraAt(address, session);
         if (surveyOptions_.withSettings)
-            for (const auto& failed :
-                 {session.exchanges().failedSettings(), session.exchanges().failedCapability()})
-                if (failed)
-                    return take(place, DiagnoseExchange(*failed, session.exchanges()));
+            problem = DiagnoseUnread(session.exchanges());
+        if (problem)
+            return take(place, std::move(*problem));
         take(place, std::move(camera));
     } catch (const CFailure& failure) {
         take(place, DiagnoseOwn(failure));

@@ -127,7 +127,7 @@ std::vector<SCameraFinding> CSiteSync::confirm(std::vector<SCameraFinding> chang
         return changed;
     const auto end = std::chrono::steady_clock::now() + LongestToJumpBack;
     while (!run_.isEnded() && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(LookForEnd);
+        std::this_thread::sleep_for(LookForEnd); // Ctrl-C ends the wait
     CSiteRun::Cameras cameras;
     for (const SCameraFinding& one : changed)
         cameras.push_back(one.camera);

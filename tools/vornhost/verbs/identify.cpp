@@ -37,12 +37,8 @@ ordered_json JsonOf(const std::string& address, const SIdentification& found) {
 
 // Of an address whose worker has ended before it knew anything.
 SIdentification Unanswered() {
-    SDiagnosis lost;
-    lost.problem = "the process that asks has ended before there was an answer";
-    lost.advice = "see what limits the program's memory and processes (ulimit -a), then try again";
-    lost.cause = "limit";
-    lost.isCertain = false;
-    lost.phase = "identify";
+    const SDiagnosis lost =
+        ProcessLost("the process that asks has ended before there was an answer", "identify");
     SIdentification result;
     result.error = {RtnCode::OperationFailed, Origin::General, lost.problem};
     result.failure = lost;
