@@ -3,7 +3,7 @@
 // Input: the text.
 
 #include "fuzz/harness.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/terminal_text.h"
 
 using namespace corvane;
 

@@ -1,4 +1,5 @@
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/session/address_ranges.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
-#include "tools/vornhost/calls/answer_text.h"
+#include "site/calls/answer_text.h"
+#include "tools/vornhost/names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 // What a program is told of a camera that offers Basic authentication alone for its streams.
 
-#include "tools/vornhost/diagnosis/diagnosis.h"
+#include "site/diagnosis/diagnosis.h"
+#include "tools/vornhost/names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,9 @@
 // What the doctor makes of replies, of dates and of its findings.
 
-#include "tools/vornhost/diagnosis/reply_checks.h"
+#include "site/diagnosis/reply_checks.h"
 #include "tools/vornhost/doctor/camera_clock.h"
 #include "tools/vornhost/doctor/examination.h"
+#include "tools/vornhost/names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,10 @@
 // The watch over streams that end and come back, and its lines, without a camera.
 
+#include "site/events/event_text.h"
 #include "tests/support/wait_until.h"
 #include "tools/vornhost/console/output_thread.h"
-#include "tools/vornhost/events/event_text.h"
 #include "tools/vornhost/events/event_watch.h"
+#include "tools/vornhost/names.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

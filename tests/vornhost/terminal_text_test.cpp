@@ -1,6 +1,7 @@
+#include "site/base/terminal_text.h"
+#include "site/base/utc_time.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/console/utc_time.h"
+#include "tools/vornhost/names.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

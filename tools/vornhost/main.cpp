@@ -1,8 +1,9 @@
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/diagnosis/diagnosis.h"
 #include "tools/vornhost/console/exhaustion.h"
 #include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/diagnosis/diagnosis.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/command_line.h"
 
 #include <boost/thread/exceptions.hpp>

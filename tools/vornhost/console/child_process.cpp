@@ -1,6 +1,7 @@
 #include "tools/vornhost/console/child_process.h"
 
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 
 #include <gio/gio.h>
 

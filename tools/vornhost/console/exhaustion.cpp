@@ -1,7 +1,8 @@
 #include "tools/vornhost/console/exhaustion.h"
 
 #include "refhost/base/memory_limit.h"
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 
 #include <glib.h>
 

@@ -1,6 +1,7 @@
 #include "tools/vornhost/console/output_thread.h"
 
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "tools/vornhost/names.h"
 
 #include <climits>
 #include <csignal>

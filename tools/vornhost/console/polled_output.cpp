@@ -1,6 +1,7 @@
 #include "tools/vornhost/console/polled_output.h"
 
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <cerrno>

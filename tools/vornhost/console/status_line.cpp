@@ -1,7 +1,8 @@
 #include "tools/vornhost/console/status_line.h"
 
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <poll.h>

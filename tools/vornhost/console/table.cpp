@@ -1,7 +1,8 @@
 #include "tools/vornhost/console/table.h"
 
-#include "tools/vornhost/console/environment.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/environment.h"
+#include "site/base/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <numeric>

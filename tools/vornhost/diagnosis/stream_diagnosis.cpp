@@ -2,7 +2,8 @@
 
 #include "refhost/base/auth_scheme.h"
 #include "refhost/streams/rtsp_pipeline.h"
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/diagnosis/diagnosis.h"
+#include "site/diagnosis/diagnosis.h"
+#include "tools/vornhost/names.h"
 
 #include <string>
 

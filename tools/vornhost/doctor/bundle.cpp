@@ -1,9 +1,10 @@
 #include "tools/vornhost/doctor/bundle.h"
 
 #include "refhost/base/log.h"
-#include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/console/utc_time.h"
+#include "site/base/exit_status.h"
+#include "site/base/terminal_text.h"
+#include "site/base/utc_time.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/output_file.h"
 
 #include <archive.h>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/diagnosis/exchange_watch.h"
+#include "site/diagnosis/exchange_watch.h"
+#include "tools/vornhost/names.h"
 
 #include <string>
 #include <vector>

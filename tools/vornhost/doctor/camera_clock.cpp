@@ -1,6 +1,7 @@
 #include "tools/vornhost/doctor/camera_clock.h"
 
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "refhost/http/connection_probe.h"
+#include "site/session/device_session.h"
 #include "tools/vornhost/doctor/finding.h"
 #include "tools/vornhost/doctor/input_check.h"
 #include "tools/vornhost/doctor/stream_check.h"
-#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/names.h"
 
 #include <functional>
 #include <map>
@@ -49,7 +50,7 @@ private:
         SVideoStreamId id;
         std::string text; // "0,h264,0"
         refhost::SRtspSource source;
-        SStreamWish wish;
+        SStreamSetting wish;
         bool isDelivered;
     };
 

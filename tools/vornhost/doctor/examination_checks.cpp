@@ -2,12 +2,13 @@
 
 #include "tools/vornhost/doctor/examination.h"
 
-#include "tools/vornhost/calls/call.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/diagnosis/reply_checks.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/call.h"
+#include "site/cameras/drift.h"
+#include "site/diagnosis/reply_checks.h"
+#include "site/session/identification.h"
 #include "tools/vornhost/doctor/camera_clock.h"
-#include "tools/vornhost/doctor/drift.h"
-#include "tools/vornhost/session/identification.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <chrono>

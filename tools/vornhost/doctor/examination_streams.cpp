@@ -3,8 +3,9 @@
 #include "tools/vornhost/doctor/examination.h"
 
 #include "refhost/streams/stream_location.h"
-#include "tools/vornhost/calls/call.h"
-#include "tools/vornhost/recording/stream_wish.h"
+#include "site/calls/call.h"
+#include "site/streams/stream_setting.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -38,7 +39,7 @@ std::vector<CExamination::SStream> CExamination::streams() {
         const auto* const url = refhost::FindStreamUrl(model->videoUrls, stream, codecName->urlName, 0);
         const std::string text = std::string("0,") + name + "," + std::to_string(stream);
         if (url)
-            all.push_back({id, text, sourceOf(*url), StreamWishOf(session_, text), isDelivered});
+            all.push_back({id, text, sourceOf(*url), StreamSettingOf(session_, text), isDelivered});
     };
     const std::string family = setting(FamilyKey);
     const char* firstOff = nullptr;

@@ -2,7 +2,8 @@
 
 #include "tools/vornhost/doctor/examination.h"
 
-#include "tools/vornhost/calls/call.h"
+#include "site/calls/call.h"
+#include "tools/vornhost/names.h"
 
 #include <chrono>
 #include <thread>

@@ -1,8 +1,9 @@
 #include "tools/vornhost/doctor/finding.h"
 
-#include "tools/vornhost/console/json_line.h"
+#include "site/base/json_line.h"
+#include "site/base/terminal_text.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <utility>
 

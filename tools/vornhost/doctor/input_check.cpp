@@ -1,7 +1,8 @@
 #include "tools/vornhost/doctor/input_check.h"
 
-#include "tools/vornhost/events/alarm_input_levels.h"
-#include "tools/vornhost/events/monitor_look.h"
+#include "site/events/alarm_input_levels.h"
+#include "site/events/monitor_look.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "site/events/monitor_look.h"
 #include "tools/vornhost/doctor/finding.h"
-#include "tools/vornhost/events/monitor_look.h"
+#include "tools/vornhost/names.h"
 
 #include <vector>
 

@@ -3,8 +3,9 @@
 #include "host/gst_object.h"
 #include "host/stream_controller.h"
 #include "refhost/streams/rtsp_pipeline.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/terminal_text.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/frame_size.h"
 
 #include <cmath>
@@ -162,7 +163,7 @@ CError NothingWithin(const char* what, std::chrono::milliseconds time) {
 }
 
 // Of a stream that is taken long enough.
-SFinding Compare(const SSeen& seen, const SStreamWish& wish, const std::string& asked) {
+SFinding Compare(const SSeen& seen, const SStreamSetting& wish, const std::string& asked) {
     const std::string rate = Decimals(seen.rate(), 1);
     const std::string what = seen.resolution + ", " + rate + " frames a second";
     if (auto wrong = DiagnoseWrongStream({seen.resolution, seen.rate()}, wish, LeastOfRate, asked))
@@ -224,7 +225,7 @@ bool Stands(const SSeen& seen, const SStreamTimes& times) {
 
 } // namespace
 
-SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamWish& wish,
+SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamSetting& wish,
                      const SStreamTimes& times) {
     CPlay play;
     CError error = play.open(source, codec);

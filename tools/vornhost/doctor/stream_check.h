@@ -1,9 +1,10 @@
 #pragma once
 
 #include "refhost/streams/rtsp_source.h"
+#include "site/base/names.h"
+#include "site/streams/stream_setting.h"
 #include "tools/vornhost/doctor/finding.h"
 #include "tools/vornhost/names.h"
-#include "tools/vornhost/recording/stream_wish.h"
 
 #include <chrono>
 #include <optional>
@@ -19,7 +20,7 @@ struct SStreamTimes {
 
 // Plays a stream for some seconds and holds what comes against what is set. Only takes what the camera sends:
 // nothing is set there.
-SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamWish& wish,
+SFinding CheckStream(const refhost::SRtspSource& source, VideoCodec codec, const SStreamSetting& wish,
                      const SStreamTimes& times = {});
 
 // Plays a stream's pictures and the sound beside them for some seconds.

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/events/event_stream.h"
+#include "site/events/event_stream.h"
+#include "tools/vornhost/names.h"
 
 #include <chrono>
 #include <condition_variable>

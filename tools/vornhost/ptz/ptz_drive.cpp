@@ -1,9 +1,10 @@
 #include "tools/vornhost/ptz/ptz_drive.h"
 
-#include "tools/vornhost/calls/answer_text.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
 #include "tools/vornhost/console/keyboard.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <cstdio>

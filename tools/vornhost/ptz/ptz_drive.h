@@ -1,15 +1,16 @@
 #pragma once
 
+#include "site/diagnosis/diagnosis.h"
+#include "site/session/device_session.h"
 #include "tools/vornhost/console/polled_output.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/task_inbox.h"
 #include "tools/vornhost/console/waiting_line.h"
-#include "tools/vornhost/diagnosis/diagnosis.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/ptz/ptz_keys.h"
 #include "tools/vornhost/ptz/ptz_pilot.h"
 #include "tools/vornhost/ptz/ptz_position.h"
-#include "tools/vornhost/session/device_session.h"
 
 #include <memory>
 #include <optional>

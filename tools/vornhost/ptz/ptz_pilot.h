@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/calls/call.h"
+#include "site/calls/call.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/ptz/ptz_keys.h"
 
 #include <chrono>

@@ -1,7 +1,8 @@
 #include "tools/vornhost/recording/output_file.h"
 
 #include "refhost/base/private_file.h"
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 
 #include <cerrno>
 #include <fcntl.h>

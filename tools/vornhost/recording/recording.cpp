@@ -2,7 +2,8 @@
 
 #include "refhost/base/time_text.h"
 #include "refhost/streams/rtsp_pipeline.h"
-#include "tools/vornhost/console/exit_status.h"
+#include "site/base/exit_status.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/frame_size.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "tools/vornhost/recording/recording_text.h"
 
-#include "tools/vornhost/console/json_line.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/json_line.h"
+#include "site/base/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 namespace corvane::vornhost {
 namespace {

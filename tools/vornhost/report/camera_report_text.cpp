@@ -1,8 +1,8 @@
-// A camera's report, for programs and for eyes.
+#include "tools/vornhost/report/camera_report_text.h"
 
+#include "site/base/terminal_text.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/report/camera_report.h"
+#include "tools/vornhost/names.h"
 
 namespace corvane::vornhost {
 namespace {

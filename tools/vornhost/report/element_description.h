@@ -1,5 +1,6 @@
 #pragma once
 
+#include "site/base/names.h"
 #include "tools/vornhost/names.h"
 
 #include <string>

@@ -1,6 +1,7 @@
 // An element's description for eyes, laid out as GStreamer's own tools do it.
 
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/terminal_text.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/report/element_description.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "tools/vornhost/script/background_calls.h"
 
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/calls/answer_text.h"
+#include "tools/vornhost/names.h"
 
 namespace corvane::vornhost {
 

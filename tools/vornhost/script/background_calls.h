@@ -1,7 +1,8 @@
 #pragma once
 
-#include "tools/vornhost/calls/call.h"
-#include "tools/vornhost/session/device_session.h"
+#include "site/calls/call.h"
+#include "site/session/device_session.h"
+#include "tools/vornhost/names.h"
 
 #include <condition_variable>
 #include <mutex>

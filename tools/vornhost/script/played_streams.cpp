@@ -1,7 +1,8 @@
 #include "tools/vornhost/script/played_streams.h"
 
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/events/event_text.h"
+#include "site/calls/answer_text.h"
+#include "site/events/event_text.h"
+#include "tools/vornhost/names.h"
 
 #include <stdexcept>
 #include <utility>

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "site/base/names.h"
+#include "site/events/event_stream.h"
 #include "tools/vornhost/console/output_thread.h"
-#include "tools/vornhost/events/event_stream.h"
 #include "tools/vornhost/names.h"
 
 #include <map>

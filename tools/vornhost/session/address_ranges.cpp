@@ -1,7 +1,8 @@
 #include "tools/vornhost/session/address_ranges.h"
 
-#include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/session/loaded_plugin.h"
+#include "site/base/exit_status.h"
+#include "site/session/loaded_plugin.h"
+#include "tools/vornhost/names.h"
 
 #include <arpa/inet.h>
 

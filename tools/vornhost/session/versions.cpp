@@ -1,8 +1,9 @@
 #include "tools/vornhost/session/versions.h"
 
 #include "refhost/base/library_versions.h"
-#include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/session/loaded_plugin.h"
+#include "site/base/exit_status.h"
+#include "site/session/loaded_plugin.h"
+#include "tools/vornhost/names.h"
 
 namespace corvane::vornhost {
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/session/options.h"
+#include "site/session/options.h"
+#include "tools/vornhost/names.h"
 
 #include <string>
 

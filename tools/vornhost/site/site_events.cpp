@@ -1,10 +1,11 @@
 #include "tools/vornhost/site/site_events.h"
 
+#include "site/base/json_line.h"
 #include "site/bounded_work.h"
-#include "tools/vornhost/console/json_line.h"
+#include "site/cameras/watched_camera.h"
 #include "tools/vornhost/console/output_thread.h"
 #include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/site/watched_camera.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <atomic>

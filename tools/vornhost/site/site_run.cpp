@@ -1,11 +1,12 @@
 #include "tools/vornhost/site/site_run.h"
 
+#include "site/base/json_line.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
 #include "site/bounded_work.h"
+#include "site/cameras/site_wish.h"
 #include "site/selection.h"
-#include "tools/vornhost/console/json_line.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/site/site_wish.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "site/cameras/site_camera.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/site/site_camera.h"
+#include "tools/vornhost/names.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,16 +1,17 @@
 #include "tools/vornhost/site/site_survey.h"
 
 #include "refhost/http/connection_probe.h"
+#include "site/base/json_line.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
 #include "site/bounded_work.h"
+#include "site/calls/call.h"
+#include "site/report/stream_fields.h"
+#include "site/session/identification.h"
 #include "site/site_file_text.h"
-#include "tools/vornhost/calls/call.h"
-#include "tools/vornhost/console/json_line.h"
 #include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/report/stream_fields.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/session/address_ranges.h"
-#include "tools/vornhost/session/identification.h"
 
 #include <algorithm>
 #include <cctype>

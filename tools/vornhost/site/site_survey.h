@@ -1,9 +1,10 @@
 #pragma once
 
+#include "site/diagnosis/diagnosis.h"
+#include "site/session/device_session.h"
 #include "site/site_file.h"
 #include "tools/vornhost/console/status_line.h"
-#include "tools/vornhost/diagnosis/diagnosis.h"
-#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/names.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,8 +1,9 @@
 #include "tools/vornhost/site/site_sync.h"
 
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
 #include "site/text_file.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "tools/vornhost/names.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "site/site_plan.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/site/site_run.h"
 
 #include <optional>

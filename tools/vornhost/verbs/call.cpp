@@ -1,8 +1,9 @@
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
+#include "site/session/device_session.h"
 #include "tools/vornhost/console/waiting_line.h"
-#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>

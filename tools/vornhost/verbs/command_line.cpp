@@ -4,9 +4,11 @@
 #include "refhost/base/log.h"
 #include "refhost/http/http_client.h"
 #include "refhost/text/near_names.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/diagnosis/diagnosis.h"
+#include "site/base/terminal_text.h"
+#include "site/diagnosis/diagnosis.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/session/versions.h"
+#include "tools/vornhost/verbs/options.h"
 
 namespace corvane::vornhost {
 namespace {

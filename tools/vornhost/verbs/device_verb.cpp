@@ -1,9 +1,10 @@
 #include "tools/vornhost/verbs/device_verb.h"
 
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
 #include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/waiting_line.h"
+#include "tools/vornhost/names.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/vornhost/session/device_session.h"
+#include "site/session/device_session.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <optional>

@@ -1,7 +1,8 @@
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/calls/answer_text.h"
+#include "site/session/device_session.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/report/element_description.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,14 +1,16 @@
 #include "refhost/text/near_names.h"
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
+#include "site/report/adjustments.h"
+#include "site/report/measured.h"
+#include "site/session/device_session.h"
+#include "site/session/options.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/waiting_line.h"
-#include "tools/vornhost/report/adjustments.h"
-#include "tools/vornhost/report/measured.h"
-#include "tools/vornhost/session/device_session.h"
-#include "tools/vornhost/session/options.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/device_verb.h"
+#include "tools/vornhost/verbs/options.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,10 +1,11 @@
 #include "refhost/text/near_names.h"
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/calls/operation_guide.h"
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
+#include "site/calls/operation_guide.h"
+#include "site/session/device_session.h"
 #include "tools/vornhost/console/table.h"
-#include "tools/vornhost/console/terminal_text.h"
-#include "tools/vornhost/session/device_session.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,7 @@
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/session/device_session.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/ptz/ptz_drive.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>

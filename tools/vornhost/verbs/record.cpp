@@ -1,16 +1,18 @@
 #include "refhost/streams/rtsp_pipeline.h"
 #include "refhost/streams/stream_location.h"
-#include "tools/vornhost/calls/answer_text.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
+#include "site/session/device_session.h"
+#include "site/streams/stream_setting.h"
 #include "tools/vornhost/console/signals.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/recording.h"
 #include "tools/vornhost/recording/recording_text.h"
-#include "tools/vornhost/recording/stream_wish.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
+#include "tools/vornhost/verbs/options.h"
 
 #include <CLI/CLI.hpp>
 
@@ -200,8 +202,8 @@ private:
             return std::nullopt;
         const double rate =
             recorded.seconds >= Enough ? static_cast<double>(recorded.frames) / recorded.seconds : 0;
-        return DiagnoseWrongStream({recorded.resolution, rate}, StreamWishOf(session, stream_), LeastOfRate,
-                                   refhost::RtspRequest(stream, refhost::RtspPart::Pictures));
+        return DiagnoseWrongStream({recorded.resolution, rate}, StreamSettingOf(session, stream_),
+                                   LeastOfRate, refhost::RtspRequest(stream, refhost::RtspPart::Pictures));
     }
 
     SRecordingLimits limits(const SOptions& options) const {

@@ -1,12 +1,13 @@
 #include "operations/whole_number.h"
-#include "tools/vornhost/calls/answer_text.h"
+#include "site/base/standard_streams.h"
+#include "site/base/terminal_text.h"
+#include "site/calls/answer_text.h"
+#include "site/session/device_session.h"
 #include "tools/vornhost/calls/script_line.h"
-#include "tools/vornhost/console/standard_streams.h"
-#include "tools/vornhost/console/terminal_text.h"
 #include "tools/vornhost/console/waiting_line.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/script/background_calls.h"
 #include "tools/vornhost/script/played_streams.h"
-#include "tools/vornhost/session/device_session.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>

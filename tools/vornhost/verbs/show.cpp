@@ -1,8 +1,10 @@
-#include "tools/vornhost/calls/answer_text.h"
-#include "tools/vornhost/console/standard_streams.h"
+#include "site/base/standard_streams.h"
+#include "site/calls/answer_text.h"
+#include "site/report/camera_report.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/waiting_line.h"
-#include "tools/vornhost/report/camera_report.h"
+#include "tools/vornhost/names.h"
+#include "tools/vornhost/report/camera_report_text.h"
 #include "tools/vornhost/verbs/device_verb.h"
 
 #include <CLI/CLI.hpp>

@@ -1,10 +1,12 @@
+#include "site/cameras/site_wish.h"
 #include "site/text_file.h"
+#include "tools/vornhost/names.h"
 #include "tools/vornhost/site/site_doctor.h"
 #include "tools/vornhost/site/site_events.h"
 #include "tools/vornhost/site/site_run.h"
 #include "tools/vornhost/site/site_survey.h"
 #include "tools/vornhost/site/site_sync.h"
-#include "tools/vornhost/site/site_wish.h"
+#include "tools/vornhost/verbs/options.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>

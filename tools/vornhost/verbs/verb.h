@@ -1,7 +1,8 @@
 #pragma once
 
-#include "tools/vornhost/console/exit_status.h"
-#include "tools/vornhost/session/options.h"
+#include "site/base/exit_status.h"
+#include "site/session/options.h"
+#include "tools/vornhost/names.h"
 
 #include <memory>
 #include <vector>
