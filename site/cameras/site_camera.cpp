@@ -38,24 +38,43 @@ std::string ToldOf(const std::string& of) {
     return of.compare(0, prefix.size(), prefix) == 0 ? "stream " + of.substr(prefix.size()) : of;
 }
 
+namespace {
+
+ordered_json ValueJson(const std::string& text) {
+    return text.empty() ? ordered_json() : ordered_json(text);
+}
+
+} // namespace
+
+ordered_json DifferencesJson(const std::vector<SComparison>& differences) {
+    ordered_json json = ordered_json::array();
+    for (const SComparison& one : differences)
+        json.push_back({{"of", ToldOf(one.of)},
+                        {"field", one.field},
+                        {"wanted", one.wanted},
+                        {"camera", ValueJson(one.camera)}});
+    return json;
+}
+
+ordered_json ChangesJson(const std::vector<SChange>& changes) {
+    ordered_json json = ordered_json::array();
+    for (const SChange& one : changes)
+        json.push_back({{"of", ToldOf(one.before.of)},
+                        {"field", one.before.field},
+                        {"asked", one.before.wanted},
+                        {"was", ValueJson(one.before.camera)},
+                        {"is", ValueJson(one.after)}});
+    return json;
+}
+
 ordered_json FindingJson(const SCameraFinding& finding) {
-    const auto valueOf = [](const std::string& text) {
-        return text.empty() ? ordered_json() : ordered_json(text);
-    };
     ordered_json json{{"name", finding.camera->name},
                       {"address", finding.camera->address},
                       {"state", NameOf(finding.state)}};
-    for (const SComparison& one : finding.differences)
-        json["differences"].push_back({{"of", ToldOf(one.of)},
-                                       {"field", one.field},
-                                       {"wanted", one.wanted},
-                                       {"camera", valueOf(one.camera)}});
-    for (const SChange& one : finding.changes)
-        json["changes"].push_back({{"of", ToldOf(one.before.of)},
-                                   {"field", one.before.field},
-                                   {"asked", one.before.wanted},
-                                   {"was", valueOf(one.before.camera)},
-                                   {"is", valueOf(one.after)}});
+    if (!finding.differences.empty())
+        json["differences"] = DifferencesJson(finding.differences);
+    if (!finding.changes.empty())
+        json["changes"] = ChangesJson(finding.changes);
     if (finding.problem)
         json["problem"] = ProblemObject(*finding.problem);
     for (const ordered_json& check : finding.checks)

@@ -39,6 +39,8 @@ struct SCameraFinding {
 // "stream 0,h264,0" for "streams.0,h264,0"; "adjustments" stays as it is.
 std::string ToldOf(const std::string& of);
 
+ordered_json DifferencesJson(const std::vector<SComparison>& differences);
+ordered_json ChangesJson(const std::vector<SChange>& changes);
 ordered_json FindingJson(const SCameraFinding& finding);
 
 // What of a difference is none.
@@ -60,6 +62,8 @@ public:
     void compare(SCameraFinding& finding, const SAllowances& allowances);
     // Sets what was found to differ, and reads it back.
     void set(SCameraFinding& finding, const SAllowances& allowances);
+    // Why what is read of the camera is not to be relied on. Waits for its settings.
+    std::optional<SDiagnosis> unreadable();
     CDeviceSession& session() { return session_; }
     // Its model and firmware.
     void describe(SCameraFinding& finding);
@@ -67,7 +71,6 @@ public:
 private:
     std::optional<SDiagnosis> reach();
     std::optional<SDiagnosis> impossible(const SCameraFinding& finding, const SAllowances& allowances) const;
-    std::optional<SDiagnosis> unreadable();
     std::optional<SAnswer> ask(const std::string& operation, const Texts& arguments) const;
     CDrift drift() const;
     std::optional<SDiagnosis> write(const std::vector<SComparison>& differences, const std::string& today);
