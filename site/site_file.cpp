@@ -4,7 +4,7 @@
 #include "operations/operations.h"
 #include "refhost/base/address.h"
 #include "refhost/text/json_node.h"
-#include "site/text_file.h"
+#include "site/json_file.h"
 
 #include <algorithm>
 #include <ctime>
@@ -332,31 +332,14 @@ private:
     std::vector<std::pair<std::string, std::string>> references_; // place and name of credentials
 };
 
-// Of the refused place, or of the nearest around it that stands in the file.
-std::string PositionOf(const std::string& text, const refhost::JsonPositions& positions, std::string place) {
-    while (!place.empty() && positions.count(place) == 0)
-        place.erase(std::min(place.find_last_of(".["), place.size() - 1));
-    const auto found = positions.find(place);
-    return refhost::LineAndColumn(text, found == positions.end() ? 0 : found->second);
-}
-
 } // namespace
 
 SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary) {
-    const std::string text = ReadTextFile(file);
-    refhost::JsonPositions positions;
-    bool isParsed = false;
-    try {
-        const nlohmann::json parsed = refhost::ParseJson(text, &positions);
-        isParsed = true;
-        return CReader(std::filesystem::path(file).parent_path().string(), vocabulary)
-            .read(CJsonNode(parsed));
-    } catch (const CJsonRefusal& refusal) {
-        const bool tellsLine = !isParsed && refusal.place().rfind("line ", 0) == 0;
-        throw CFileError(file + ": " +
-                         (tellsLine ? "" : PositionOf(text, positions, refusal.place()) + ": ") +
-                         refusal.what());
-    }
+    SSite site;
+    ReadJsonFile(file, [&](const CJsonNode& root) {
+        site = CReader(std::filesystem::path(file).parent_path().string(), vocabulary).read(root);
+    });
+    return site;
 }
 
 } // namespace corvane::site

@@ -62,8 +62,7 @@ struct SSiteVocabulary {
         refusedAdjustment;
 };
 
-// Reads a site file, as strictly as a model list. Throws CFileError: "FILE: line L, column C: PLACE: REASON",
-// the place being the path of the member ("cameras[2].streams[0].record.frameRate").
+// Reads a site file. Throws CFileError, as ReadJsonFile() does.
 SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary);
 
 } // namespace corvane::site

@@ -36,6 +36,17 @@ bool WriteAll(int descriptor, const std::string& text) {
     return ::fsync(descriptor) == 0;
 }
 
+// Leaves what root writes to whom the file, or else its folder, belongs. Of anybody else it is their own.
+bool GiveToOwner(int descriptor, const std::string& file) {
+    if (::geteuid() != 0)
+        return true;
+    const std::string folder = std::filesystem::path(file).parent_path().string();
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0 && ::stat(folder.empty() ? "." : folder.c_str(), &status) != 0)
+        return false;
+    return ::fchown(descriptor, status.st_uid, status.st_gid) == 0;
+}
+
 } // namespace
 
 std::string ReadTextFile(const std::string& file) {
@@ -58,14 +69,14 @@ void ReplaceFile(const std::string& file, const std::string& text) {
     std::error_code none;
     const auto there = std::filesystem::symlink_status(file, none);
     if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
-        throw CFileError(file + ": cannot be written: something else than a file has the name");
+        throw CUnwritableFile(file, "something else than a file has the name");
     // Of its own, since another program may be about the same.
     const std::string temporary = file + ".new-" + std::to_string(::gettid());
     const refhost::SOpenedFile opened =
         refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
     if (opened.descriptor < 0)
-        throw CFileError(file + ": cannot be written: " + opened.failure);
-    bool isWritten = WriteAll(opened.descriptor, text);
+        throw CUnwritableFile(file, opened.failure);
+    bool isWritten = WriteAll(opened.descriptor, text) && GiveToOwner(opened.descriptor, file);
     int reason = errno;
     ::close(opened.descriptor);
     if (isWritten && std::rename(temporary.c_str(), file.c_str()) != 0) {
@@ -74,7 +85,7 @@ void ReplaceFile(const std::string& file, const std::string& text) {
     }
     if (!isWritten) {
         (void)std::remove(temporary.c_str());
-        throw CFileError(file + ": cannot be written: " + Reason(reason));
+        throw CUnwritableFile(file, Reason(reason));
     }
 }
 

@@ -14,6 +14,14 @@ constexpr const char* UserVariable = "VORNHOST_USER";
 constexpr const char* PasswordVariable = "VORNHOST_PASSWORD";
 constexpr std::size_t LongestPassword = 4096;
 
+// An empty user name is no user name.
+std::optional<std::string> GivenUser(const std::optional<std::string>& user) {
+    const std::optional<std::string> given = user ? user : EnvironmentVariable(UserVariable);
+    return given && !given->empty() ? given : std::nullopt;
+}
+
+} // namespace
+
 std::string ReadPassword(const std::string& file) {
     errno = 0;
     std::ifstream in(file);
@@ -41,14 +49,6 @@ std::string ReadPassword(const std::string& file) {
         password.pop_back();
     return password;
 }
-
-// An empty user name is no user name.
-std::optional<std::string> GivenUser(const std::optional<std::string>& user) {
-    const std::optional<std::string> given = user ? user : EnvironmentVariable(UserVariable);
-    return given && !given->empty() ? given : std::nullopt;
-}
-
-} // namespace
 
 CCredentials CCredentials::fromOptions(const SOptions& options) {
     if (options.noCredentials && (options.user || options.passwordFile))

@@ -8,6 +8,9 @@
 
 namespace corvane::site {
 
+// A password file's first line. Throws CFailure.
+std::string ReadPassword(const std::string& file);
+
 // Which credentials a device is to be given: none, those that the user gave, or its family's defaults for
 // whatever the user left out.
 class CCredentials {

@@ -47,5 +47,6 @@ std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
 std::unique_ptr<IVerb> MakeElementVerb();
 std::unique_ptr<IVerb> MakeSiteVerb();
+std::unique_ptr<IVerb> MakeTokenVerb();
 
 } // namespace corvane::vornhost
