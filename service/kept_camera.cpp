@@ -60,7 +60,8 @@ struct SOpened {
 
 } // namespace
 
-CKeptCamera::CKeptCamera(Entry entry, SKeeping& keeping) : entry_(std::move(entry)), keeping_(keeping) {
+CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping)
+    : entry_(std::move(entry)), open_(std::move(open)), keeping_(keeping) {
     status_.name = entry_->name;
     status_.address = entry_->address;
     status_.model = entry_->model;
@@ -184,7 +185,7 @@ Problem CKeptCamera::examine() {
 }
 
 Problem CKeptCamera::open() {
-    auto opened = std::make_shared<SOpened>(SOpened{entry_, keeping_.open(*entry_)});
+    auto opened = std::make_shared<SOpened>(SOpened{entry_, open_()});
     site::CExchangeWatch& exchanges = opened->camera->session().exchanges();
     exchanges.setListener([this](const site::SWatchedExchange& exchange) { noteExchange(exchange); });
     if (auto problem = opened->camera->open()) {
@@ -209,7 +210,7 @@ Problem CKeptCamera::askAgain() {
     const auto exchange = device.exchanges().lastOf(path);
     if (exchange && exchange->isFailed())
         return DiagnoseExchange(*exchange, device.exchanges());
-    return session()->unreadable();
+    return session()->work().unreadable();
 }
 
 Problem CKeptCamera::watchInputs() {
@@ -299,7 +300,6 @@ void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
     SInputLevel level;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        lastHeard_ = Clock::now();
         if (isEnded_ || event.kind != site::SStreamEvent::Kind::DryContactState)
             return;
         const auto known = std::find_if(status_.inputs.begin(), status_.inputs.end(),

@@ -27,7 +27,6 @@ struct SKeepingTimes {
 
 // What the cameras of a site share; outlives them.
 struct SKeeping {
-    std::function<std::unique_ptr<site::CSiteCamera>(const site::SSiteCamera& camera)> open;
     site::CWorkPool& pool;
     site::CWorkPool&
         suspects; // looks at cameras that did not answer last time, so that no other waits for them
@@ -44,8 +43,11 @@ public:
     // What is done on the camera; the session is the plug-in's, which several threads may ask at once.
     using Session = std::shared_ptr<site::CSiteCamera>;
 
+    // Makes a session of the entry, without traffic. Throws site::CFailure.
+    using Open = std::function<std::unique_ptr<site::CSiteCamera>()>;
+
     // Nothing is asked before start().
-    CKeptCamera(Entry entry, SKeeping& keeping);
+    CKeptCamera(Entry entry, Open open, SKeeping& keeping);
     CKeptCamera(const CKeptCamera&) = delete;
     CKeptCamera& operator=(const CKeptCamera&) = delete;
 
@@ -63,7 +65,7 @@ public:
     // Held by whoever writes to the camera, from before the first request to after the last.
     std::mutex& writing() { return writing_; }
 
-    // When it was heard last: a reply, or an event.
+    // When it was heard last.
     std::chrono::steady_clock::time_point lastHeard() const;
     // A probe has found it answering, or not; it is looked at soon where that is news.
     void probed(bool isAnswering);
@@ -88,6 +90,7 @@ private:
     std::chrono::milliseconds pauseAfter(const std::optional<site::SDiagnosis>& problem) const;
 
     const Entry entry_;
+    const Open open_;
     SKeeping& keeping_;
     CCameraHistory history_;
     std::mutex writing_;

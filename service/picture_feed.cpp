@@ -144,6 +144,18 @@ void CPictureFeed::fail(const site::SDiagnosis& problem) {
         one.done({std::nullopt, problem});
 }
 
+// The stream has ended; somebody may have looked meanwhile.
+void CPictureFeed::settle() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const bool isWanted = !waits_.empty() && !isEnded_;
+        state_ = isWanted ? State::Starting : State::Idle;
+        if (!isWanted)
+            return;
+    }
+    begin();
+}
+
 void CPictureFeed::tick() {
     std::list<SWait> over;
     bool ends = false;
@@ -168,8 +180,7 @@ void CPictureFeed::tick() {
                 const std::lock_guard<std::mutex> stream(self->stream_);
                 self->close();
             }
-            const std::lock_guard<std::mutex> lock(self->mutex_);
-            self->state_ = State::Idle;
+            self->settle();
         });
 }
 
@@ -186,9 +197,9 @@ void CPictureFeed::end() {
         one.done({});
 }
 
-bool CPictureFeed::isRunning() const {
+bool CPictureFeed::isForgotten() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return state_ != State::Idle;
+    return state_ == State::Idle && waits_.empty() && Clock::now() - lastLook_ >= KeptAfterLook;
 }
 
 } // namespace corvane::service

@@ -52,7 +52,8 @@ public:
     void tick();
     // Ends the stream.
     void end();
-    bool isRunning() const;
+    // It does not run, and nobody waits.
+    bool isForgotten() const;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -69,6 +70,7 @@ private:
     void take(std::string jpeg);
     void streamEnded();
     void close();
+    void settle();
     void fail(const site::SDiagnosis& problem);
 
     const std::shared_ptr<CKeptCamera> camera_;
