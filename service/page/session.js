@@ -18,11 +18,15 @@ export function tokenOf(hash) {
     return new URLSearchParams(hash.replace(/^#/, '')).get('token') ?? '';
 }
 
+// Kept until the service has said something of it: it may be away for a moment.
+let pendingToken = '';
+
 function takeToken() {
     const token = tokenOf(location.hash);
     if (token)
         history.replaceState(null, '', location.pathname + location.search);
-    return token;
+    pendingToken = token || pendingToken;
+    return pendingToken;
 }
 
 function accept(answer) {
@@ -113,9 +117,11 @@ export async function startSession() {
     const token = takeToken();
     try {
         accept(await ask(token ? 'POST' : 'GET', token ? { token } : undefined));
+        pendingToken = '';
     } catch (error) {
         if (error.status !== 401)
             throw error;
+        pendingToken = '';
         await logInAgain(token ? texts.session.wrongToken : texts.session.needed);
     }
 }

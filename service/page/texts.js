@@ -228,6 +228,7 @@ const units = { frameRate: 'frames/s', bitRate: 'kbit/s', keyFrameInterval: 'fra
 export const texts = {
     states, causes, phases, checks, fields, units,
     product: 'Vornhost',
+    skip: 'Skip to the content',
     loading: 'Loading …',
     retry: 'Try again',
     close: 'Close',
