@@ -9,30 +9,30 @@ const hub = new EventHub();
 const longestQuiet = 150000;
 
 self.onconnect = ({ ports: [port] }) => {
-    const listener = message => port.postMessage(message);
-    let lastHeard = Date.now();
-    const watch = setInterval(() => {
-        if (Date.now() - lastHeard > longestQuiet)
-            leave();
-    }, longestQuiet / 2);
-    const leave = () => {
-        clearInterval(watch);
-        hub.remove(listener);
-    };
-    const actions = {
-        exchanges: ({ name }) => hub.wantExchanges(listener, name),
-        reconnect: () => hub.reconnect(),
-        leave,
-        alive: () => {
-            if (hub.listeners.has(listener))
-                return;
-            hub.add(listener);
-            port.postMessage({ kind: 'event', type: 'resync', data: {} });
-        },
-    };
-    port.onmessage = ({ data }) => {
-        lastHeard = Date.now();
-        actions[data.kind]?.(data);
-    };
-    hub.add(listener);
+  const listener = message => port.postMessage(message);
+  let lastHeard = Date.now();
+  const watch = setInterval(() => {
+    if (Date.now() - lastHeard > longestQuiet)
+      leave();
+  }, longestQuiet / 2);
+  const leave = () => {
+    clearInterval(watch);
+    hub.remove(listener);
+  };
+  const actions = {
+    exchanges: ({ name }) => hub.wantExchanges(listener, name),
+    reconnect: () => hub.reconnect(),
+    leave,
+    alive: () => {
+      if (hub.listeners.has(listener))
+        return;
+      hub.add(listener);
+      port.postMessage({ kind: 'event', type: 'resync', data: {} });
+    },
+  };
+  port.onmessage = ({ data }) => {
+    lastHeard = Date.now();
+    actions[data.kind]?.(data);
+  };
+  hub.add(listener);
 };

@@ -3,17 +3,17 @@
 const prefix = 'vornhost.';
 
 export function kept(name) {
-    try {
-        return JSON.parse(localStorage.getItem(prefix + name)) ?? {};
-    } catch {
-        return {};
-    }
+  try {
+    return JSON.parse(localStorage.getItem(prefix + name)) ?? {};
+  } catch {
+    return {};
+  }
 }
 
 export function keep(name, value) {
-    try {
-        localStorage.setItem(prefix + name, JSON.stringify(value));
-    } catch {
-        // A browser that keeps nothing forgets it with the tab.
-    }
+  try {
+    localStorage.setItem(prefix + name, JSON.stringify(value));
+  } catch {
+    // A browser that keeps nothing forgets it with the tab.
+  }
 }

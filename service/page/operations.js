@@ -5,9 +5,9 @@ import { get } from './api.js';
 let asked = null;
 
 export function operations() {
-    asked ??= get('/operations').then(answer => answer.operations, error => {
-        asked = null;
-        throw error;
-    });
-    return asked;
+  asked ??= get('/operations').then(answer => answer.operations, error => {
+    asked = null;
+    throw error;
+  });
+  return asked;
 }

@@ -5,21 +5,21 @@ const slots = { tile: ['vornhost-picture-0', 'vornhost-picture-1'], live: ['vorn
 
 // Without the browser's locks a tab keeps to the limit by itself.
 class OwnLocks {
-    constructor() {
-        this.tails = new Map();
-    }
+  constructor() {
+    this.tails = new Map();
+  }
 
-    request(name, action) {
-        const turn = (this.tails.get(name) ?? Promise.resolve()).then(action);
-        this.tails.set(name, turn.catch(() => {}));
-        return turn;
-    }
+  request(name, action) {
+    const turn = (this.tails.get(name) ?? Promise.resolve()).then(action);
+    this.tails.set(name, turn.catch(() => {}));
+    return turn;
+  }
 }
 
 let turn = 0;
 const ownLocks = new OwnLocks();
 
 export function withPictureSlot(kind, action, locks = globalThis.navigator?.locks ?? ownLocks) {
-    turn += 1;
-    return locks.request(slots[kind][turn % slots[kind].length], action);
+  turn += 1;
+  return locks.request(slots[kind][turn % slots[kind].length], action);
 }
