@@ -12,9 +12,7 @@ export class ApiError extends Error {
     this.answer = answer;
   }
 
-  get isAway() {
-    return this.status === 0;
-  }
+  get isAway() { return this.status === 0; }
 }
 
 let renewSession = null;
@@ -31,11 +29,12 @@ async function answerOf(response) {
   if (response.status === 204)
     return null;
   const type = response.headers.get('Content-Type') ?? '';
-  return type.includes('json') ? response.json() : { detail: await response.text() };
+  return type.includes('json') ? response.json() : {detail: await response.text()};
 }
 
-function initOf(method, body, { headers = {}, ...rest }) {
-  const init = { method, headers: { Accept: 'application/json', ...headers }, credentials: 'same-origin', ...rest };
+function initOf(method, body, {headers = {}, ...rest}) {
+  const init =
+      {method, headers: {Accept: 'application/json', ...headers}, credentials: 'same-origin', ...rest};
   // Wanted also of a change without a body: a form of another site cannot send it.
   if (method !== 'GET')
     init.headers['Content-Type'] = 'application/json';
@@ -54,8 +53,9 @@ async function attempt(path, init) {
   }
 }
 
-// With `once` nothing is repeated after a log-in: a head must not begin to move when somebody has typed a token.
-export async function send(method, path, body, { once = false, ...options } = {}) {
+// With `once` nothing is repeated after a log-in: a head must not begin to move when somebody has typed a
+// token.
+export async function send(method, path, body, {once = false, ...options} = {}) {
   const init = initOf(method, body, options);
   const before = renewals;
   const response = await attempt(path, init);
@@ -70,7 +70,8 @@ export async function send(method, path, body, { once = false, ...options } = {}
 }
 
 export async function errorOf(response) {
-  return new ApiError(response.status, (await answerOf(response).catch(() => null)) ?? { title: response.statusText });
+  return new ApiError(
+      response.status, (await answerOf(response).catch(() => null)) ?? {title: response.statusText});
 }
 
 export async function request(method, path, body, options) {

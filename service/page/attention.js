@@ -1,14 +1,18 @@
 // Which cameras are shown, and in which order.
 
-const collator = new Intl.Collator('en', { numeric: true, sensitivity: 'base' });
-const ranks = { down: 0, degraded: 1, unknown: 2 };
+const collator = new Intl.Collator('en', {numeric: true, sensitivity: 'base'});
+const ranks = {
+  down: 0,
+  degraded: 1,
+  unknown: 2
+};
 const driftRank = 3;
 const activeRank = 4;
 const quietRank = 5;
 
 export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
 export const activeInputs = camera =>
-  (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
+    (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
 
 export function attentionRank(camera) {
   if (camera.state in ranks)
@@ -18,14 +22,17 @@ export function attentionRank(camera) {
   return activeInputs(camera).length > 0 ? activeRank : quietRank;
 }
 
-export const needsAttention = camera => camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
+export const needsAttention = camera =>
+    camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
 
 const byName = (one, other) => collator.compare(one.name, other.name);
 const bySince = (one, other) => (other.since ?? '').localeCompare(one.since ?? '');
 
-// An input that opens and closes all the time must not make the list jump: it counts for the rank, its time does not.
+// An input that opens and closes all the time must not make the list jump: it counts for the rank, its time
+// does not.
 const orders = {
-  attention: (one, other) => attentionRank(one) - attentionRank(other) || bySinceOfTroubled(one, other) || byName(one, other),
+  attention: (one, other) =>
+      attentionRank(one) - attentionRank(other) || bySinceOfTroubled(one, other) || byName(one, other),
   name: byName,
   since: (one, other) => bySince(one, other) || byName(one, other),
   file: null,
@@ -43,11 +50,14 @@ export function sorted(cameras, order) {
 // Every word must be found; the cause is searched by its name and by its words.
 function haystack(camera, causeText) {
   const cause = camera.problem ? `${camera.problem.cause} ${causeText(camera.problem)}` : '';
-  return [camera.name, camera.address, camera.model, camera.serialNumber, camera.firmware, cause, ...(camera.tags ?? [])]
-    .join('\n').toLowerCase();
+  return [
+    camera.name, camera.address, camera.model, camera.serialNumber, camera.firmware, cause,
+    ...(camera.tags ?? [])
+  ].join('\n')
+      .toLowerCase();
 }
 
-export function matches(camera, { words = '', state = '', tag = '' }, causeText = problem => problem.cause) {
+export function matches(camera, {words = '', state = '', tag = ''}, causeText = problem => problem.cause) {
   if (state && camera.state !== state)
     return false;
   if (tag && !(camera.tags ?? []).includes(tag))
@@ -60,7 +70,7 @@ export function matches(camera, { words = '', state = '', tag = '' }, causeText 
 }
 
 export function countStates(cameras) {
-  const counts = { down: 0, degraded: 0, unknown: 0, up: 0 };
+  const counts = {down: 0, degraded: 0, unknown: 0, up: 0};
   for (const camera of cameras)
     counts[camera.state] = (counts[camera.state] ?? 0) + 1;
   return counts;

@@ -4,10 +4,12 @@ const secretKeys = /^(?:.*(?:pass(?:word|wd)?|pwd|secret|token|credential|auth).
 const mask = '***';
 
 function maskPairs(text) {
-  return text.split('&').map(pair => {
-    const [key, ...rest] = pair.split('=');
-    return rest.length > 0 && secretKeys.test(key) ? `${key}=${mask}` : pair;
-  }).join('&');
+  return text.split('&')
+      .map(pair => {
+        const [key, ...rest] = pair.split('=');
+        return rest.length > 0 && secretKeys.test(key) ? `${key}=${mask}` : pair;
+      })
+      .join('&');
 }
 
 export function maskSecrets(text) {
@@ -21,7 +23,7 @@ export const maskBody = body => maskPairs(body);
 // Between single quotes a shell reads everything as it stands.
 export const quoted = text => `'${text.replaceAll('\'', '\'\\\'\'')}'`;
 
-export function curlText({ method, path, body }, address) {
+export function curlText({method, path, body}, address) {
   const parts = ['curl', '--anyauth', '--user', '"$CAMERA_USER:$CAMERA_PASSWORD"'];
   if (method !== 'GET' && !(method === 'POST' && body))
     parts.push('--request', quoted(method));

@@ -1,5 +1,5 @@
-// Elements are built here and nowhere else. Texts become text nodes, so that what a camera calls itself can never
-// be taken for markup.
+// Elements are built here and nowhere else. Texts become text nodes, so that what a camera calls itself can
+// never be taken for markup.
 
 const svgNamespace = 'http://www.w3.org/2000/svg';
 
@@ -53,7 +53,9 @@ export function setText(element, text) {
 }
 
 export function setAttribute(element, name, value) {
-  const wanted = value === undefined || value === null || value === false ? null : value === true ? '' : String(value);
+  const wanted = value === undefined || value === null || value === false ? null :
+      value === true                                                      ? '' :
+                                                                            String(value);
   if (element.getAttribute(name) === wanted)
     return;
   if (wanted === null)

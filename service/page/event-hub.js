@@ -1,4 +1,5 @@
-// One connection for events, shared by whoever listens. Runs in the shared worker, or in the page where there is none.
+// One connection for events, shared by whoever listens. Runs in the shared worker, or in the page where there
+// is none.
 
 const told = ['camera', 'input', 'drift', 'heartbeat', 'resync', 'site'];
 const firstPause = 500;
@@ -15,7 +16,7 @@ export class EventHub {
     this.open = open;
     this.setTimer = setTimer;
     this.clearTimer = clearTimer;
-    this.listeners = new Map(); // whoever listens: the camera whose exchanges it wants, or ''
+    this.listeners = new Map();  // whoever listens: the camera whose exchanges it wants, or ''
     this.source = null;
     this.exchangeSource = null;
     this.exchangesOf = '';
@@ -28,7 +29,7 @@ export class EventHub {
 
   add(listener) {
     this.listeners.set(listener, '');
-    listener({ kind: 'state', state: this.state });
+    listener({kind: 'state', state: this.state});
     if (!this.source && !this.retry)
       this.connect();
   }
@@ -40,8 +41,8 @@ export class EventHub {
       this.disconnect();
   }
 
-  // The exchanges of one camera at a time: each more would be a connection more. The others are told that they
-  // have to ask.
+  // The exchanges of one camera at a time: each more would be a connection more. The others are told that
+  // they have to ask.
   wantExchanges(listener, name) {
     if (!this.listeners.has(listener))
       return;
@@ -81,7 +82,7 @@ export class EventHub {
     this.pause = firstPause;
     this.become('live');
     if (this.isBehind)
-      this.broadcast({ kind: 'event', type: 'resync', data: {} });
+      this.broadcast({kind: 'event', type: 'resync', data: {}});
     this.isBehind = false;
     this.chooseExchanges();
   }
@@ -92,7 +93,7 @@ export class EventHub {
     if (source.readyState !== 2 || source !== this.source)
       return;
     this.source = null;
-    this.broadcast({ kind: 'refused' });
+    this.broadcast({kind: 'refused'});
     this.retryLater();
   }
 
@@ -116,14 +117,14 @@ export class EventHub {
 
   hear(type, event) {
     this.watchSilence(this.source);
-    this.broadcast({ kind: 'event', type, data: JSON.parse(event.data || '{}') });
+    this.broadcast({kind: 'event', type, data: JSON.parse(event.data || '{}')});
   }
 
   become(state) {
     if (this.state === state)
       return;
     this.state = state;
-    this.broadcast({ kind: 'state', state });
+    this.broadcast({kind: 'state', state});
   }
 
   broadcast(message) {
@@ -141,7 +142,7 @@ export class EventHub {
     }
     for (const [listener, camera] of this.listeners)
       if (camera)
-        listener({ kind: 'exchanges', name: camera, live: camera === this.exchangesOf });
+        listener({kind: 'exchanges', name: camera, live: camera === this.exchangesOf});
   }
 
   openExchanges(name) {
@@ -157,7 +158,7 @@ export class EventHub {
   }
 
   tellExchange(name, event) {
-    const message = { kind: 'event', type: 'exchange', data: JSON.parse(event.data) };
+    const message = {kind: 'event', type: 'exchange', data: JSON.parse(event.data)};
     for (const [listener, camera] of this.listeners)
       if (camera === name)
         listener(message);

@@ -1,14 +1,14 @@
 // One for all tabs of a browser: each tab is a port.
 
-import { EventHub } from './event-hub.js';
+import {EventHub} from './event-hub.js';
 
 const hub = new EventHub();
 
-// A tab that is killed says no goodbye; it is left out once it has not been heard for so long. Hidden ones have
-// their timers slowed down to one a minute.
+// A tab that is killed says no goodbye; it is left out once it has not been heard for so long. Hidden ones
+// have their timers slowed down to one a minute.
 const longestQuiet = 150000;
 
-self.onconnect = ({ ports: [port] }) => {
+self.onconnect = ({ports: [port]}) => {
   const listener = message => port.postMessage(message);
   let lastHeard = Date.now();
   const watch = setInterval(() => {
@@ -20,17 +20,17 @@ self.onconnect = ({ ports: [port] }) => {
     hub.remove(listener);
   };
   const actions = {
-    exchanges: ({ name }) => hub.wantExchanges(listener, name),
+    exchanges: ({name}) => hub.wantExchanges(listener, name),
     reconnect: () => hub.reconnect(),
     leave,
     alive: () => {
       if (hub.listeners.has(listener))
         return;
       hub.add(listener);
-      port.postMessage({ kind: 'event', type: 'resync', data: {} });
+      port.postMessage({kind: 'event', type: 'resync', data: {}});
     },
   };
-  port.onmessage = ({ data }) => {
+  port.onmessage = ({data}) => {
     lastHeard = Date.now();
     actions[data.kind]?.(data);
   };

@@ -1,6 +1,6 @@
 // The page's end of the events: over the shared worker, or by itself where the browser has none.
 
-import { EventHub } from './event-hub.js';
+import {EventHub} from './event-hub.js';
 
 const alivePeriod = 20000;
 const listeners = new Set();
@@ -28,15 +28,16 @@ function startAlone() {
 }
 
 function startShared() {
-  const worker = new SharedWorker(new URL('./events-worker.js', import.meta.url), { type: 'module', name: 'vornhost-events' });
+  const worker = new SharedWorker(
+      new URL('./events-worker.js', import.meta.url), {type: 'module', name: 'vornhost-events'});
   worker.onerror = () => startAlone();
-  worker.port.onmessage = ({ data }) => tell(data);
+  worker.port.onmessage = ({data}) => tell(data);
   order = message => worker.port.postMessage(message);
-  setInterval(() => order({ kind: 'alive' }), alivePeriod);
-  addEventListener('pagehide', () => order({ kind: 'leave' }));
+  setInterval(() => order({kind: 'alive'}), alivePeriod);
+  addEventListener('pagehide', () => order({kind: 'leave'}));
   addEventListener('pageshow', event => {
     if (event.persisted)
-      order({ kind: 'alive' });
+      order({kind: 'alive'});
   });
 }
 
@@ -47,5 +48,5 @@ export function startEvents() {
     startShared();
 }
 
-export const followExchanges = name => order({ kind: 'exchanges', name });
-export const reconnectEvents = () => order({ kind: 'reconnect' });
+export const followExchanges = name => order({kind: 'exchanges', name});
+export const reconnectEvents = () => order({kind: 'reconnect'});

@@ -1,15 +1,17 @@
 // The last exchanges with a camera: which are shown, and what waits while the list is paused.
 
-export const isFailure = ({ status, failure }) => Boolean(failure) || !(status >= 200 && status < 400);
+export const isFailure = ({status, failure}) => Boolean(failure) || !(status >= 200 && status < 400);
 
 export function exchangeMatches(exchange, words, onlyFailures) {
   if (onlyFailures && !isFailure(exchange))
     return false;
-  const text = [exchange.method, exchange.path, exchange.body, exchange.status, exchange.failure, exchange.reply].join('\n').toLowerCase();
+  const text = [
+    exchange.method, exchange.path, exchange.body, exchange.status, exchange.failure, exchange.reply
+  ].join('\n').toLowerCase();
   return words.toLowerCase().split(/\s+/).filter(Boolean).every(word => text.includes(word));
 }
 
-const keyOf = ({ time, method, path, ms }) => `${time} ${method} ${path} ${ms}`;
+const keyOf = ({time, method, path, ms}) => `${time} ${method} ${path} ${ms}`;
 
 export class ExchangeList {
   constructor(limit = 500) {

@@ -1,14 +1,14 @@
 // What is asked of the camera and what it answers, as it happens.
 
-import { cameraPath, get } from './api.js';
-import { curlText, maskBody, maskSecrets } from './curl.js';
-import { h, replace, setText } from './dom.js';
-import { followExchanges, onMessage } from './events.js';
-import { ExchangeList, isFailure } from './exchange-list.js';
-import { errorNotice } from './notices.js';
-import { badge } from './state-badge.js';
-import { texts } from './texts.js';
-import { millisecondsText, preciseClockText } from './time.js';
+import {cameraPath, get} from './api.js';
+import {curlText, maskBody, maskSecrets} from './curl.js';
+import {h, replace, setText} from './dom.js';
+import {followExchanges, onMessage} from './events.js';
+import {ExchangeList, isFailure} from './exchange-list.js';
+import {errorNotice} from './notices.js';
+import {badge} from './state-badge.js';
+import {texts} from './texts.js';
+import {millisecondsText, preciseClockText} from './time.js';
 
 const pollPeriod = 2000;
 const mostDrawn = 200;
@@ -24,37 +24,50 @@ async function copy(text, button, place) {
     setText(button, texts.exchanges.copied);
     setTimeout(() => setText(button, texts.exchanges.copy), 2000);
   } catch {
-    replace(place, h('p', { class: 'hint' }, texts.exchanges.copyFailed), h('pre', { tabindex: '0' }, text));
+    replace(place, h('p', {class: 'hint'}, texts.exchanges.copyFailed), h('pre', {tabindex: '0'}, text));
   }
 }
 
 function part(label, text) {
-  return text ? [h('dt', {}, label), h('dd', {}, h('pre', { tabindex: '0' }, text))] : [];
+  return text ? [h('dt', {}, label), h('dd', {}, h('pre', {tabindex: '0'}, text))] : [];
 }
 
 export class Exchanges {
   constructor(name, address) {
-    Object.assign(this, { name, address });
+    Object.assign(this, {name, address});
     this.exchanges = new ExchangeList();
     this.lines = new Map();
-    this.filter = h('input', { type: 'search', placeholder: texts.exchanges.filterHint, autocomplete: 'off', on: { input: () => this.draw() } });
-    this.failures = h('input', { type: 'checkbox', on: { change: () => this.draw() } });
-    this.pauseButton = h('button', { type: 'button', 'aria-pressed': 'false', on: { click: () => this.pause() } }, texts.exchanges.pause);
-    this.state = h('p', { class: 'hint', role: 'status' });
+    this.filter = h('input', {
+      type: 'search',
+      placeholder: texts.exchanges.filterHint,
+      autocomplete: 'off',
+      on: {input: () => this.draw()}
+    });
+    this.failures = h('input', {type: 'checkbox', on: {change: () => this.draw()}});
+    this.pauseButton = h('button', {type: 'button', 'aria-pressed': 'false', on: {click: () => this.pause()}},
+        texts.exchanges.pause);
+    this.state = h('p', {class: 'hint', role: 'status'});
     this.failure = h('div');
-    this.list = h('ol', { class: 'exchange-list' });
-    this.element = h('div', { class: 'exchanges' }, h('p', { class: 'intro' }, texts.exchanges.intro), this.tools(), this.state, this.failure, this.list);
+    this.list = h('ol', {class: 'exchange-list'});
+    this.element = h('div', {class: 'exchanges'}, h('p', {class: 'intro'}, texts.exchanges.intro),
+        this.tools(), this.state, this.failure, this.list);
   }
 
   tools() {
-    return h('div', { class: 'actions' },
-      h('label', { class: 'field grow' }, h('span', {}, texts.exchanges.filter), this.filter),
-      h('label', { class: 'check-field' }, this.failures, h('span', {}, texts.exchanges.failures)),
-      this.pauseButton,
-      h('button', { type: 'button', on: { click: () => {
-        this.exchanges.clear();
-        this.draw();
-      } } }, texts.exchanges.clear));
+    return h('div', {class: 'actions'},
+        h('label', {class: 'field grow'}, h('span', {}, texts.exchanges.filter), this.filter),
+        h('label', {class: 'check-field'}, this.failures, h('span', {}, texts.exchanges.failures)),
+        this.pauseButton,
+        h('button', {
+          type: 'button',
+          on: {
+            click: () => {
+              this.exchanges.clear();
+              this.draw();
+            }
+          }
+        },
+            texts.exchanges.clear));
   }
 
   // Only while its tab is shown: the service tells exchanges to whoever asks for them.
@@ -92,7 +105,7 @@ export class Exchanges {
 
   async load() {
     try {
-      const { requests } = await get(cameraPath(this.name, '/requests'));
+      const {requests} = await get(cameraPath(this.name, '/requests'));
       replace(this.failure);
       this.exchanges.takeAll(requests);
       this.isLoaded = true;
@@ -137,31 +150,35 @@ export class Exchanges {
   }
 
   stateText(shown, all) {
-    const waiting = this.exchanges.isPaused ? ` · ${texts.exchanges.paused(this.exchanges.waiting.length)}` : '';
+    const waiting =
+        this.exchanges.isPaused ? ` · ${texts.exchanges.paused(this.exchanges.waiting.length)}` : '';
     const polling = this.isPolling ? ` · ${texts.exchanges.polling}` : '';
-    const count = all === 0 ? (this.isLoaded ? texts.exchanges.none : texts.loading)
-      : shown === 0 ? texts.exchanges.nothingFound : texts.exchanges.shown(shown, all);
+    const count = all === 0 ? (this.isLoaded ? texts.exchanges.none : texts.loading) :
+        shown === 0         ? texts.exchanges.nothingFound :
+                              texts.exchanges.shown(shown, all);
     return count + waiting + polling;
   }
 
   line(exchange) {
-    const { time, method, path, ms } = exchange;
-    const details = h('details', { data: { failed: isFailure(exchange) } },
-      h('summary', { class: 'exchange-line' },
-        h('time', { datetime: time, class: 'number' }, preciseClockText(time)), statusOf(exchange),
-        h('span', { class: 'exchange-path code' }, `${method} ${maskSecrets(path)}`),
-        h('span', { class: 'number' }, millisecondsText(ms))));
-    details.addEventListener('toggle', () => details.append(this.details(exchange)), { once: true });
+    const {time, method, path, ms} = exchange;
+    const details = h('details', {data: {failed: isFailure(exchange)}},
+        h('summary', {class: 'exchange-line'},
+            h('time', {datetime: time, class: 'number'}, preciseClockText(time)), statusOf(exchange),
+            h('span', {class: 'exchange-path code'}, `${method} ${maskSecrets(path)}`),
+            h('span', {class: 'number'}, millisecondsText(ms))));
+    details.addEventListener('toggle', () => details.append(this.details(exchange)), {once: true});
     return h('li', {}, details);
   }
 
   details(exchange) {
     const text = curlText(exchange, this.address());
     const place = h('div');
-    return h('div', { class: 'exchange-details' },
-      h('dl', {}, part(texts.exchanges.body, exchange.body && maskBody(exchange.body)), part(texts.exchanges.failure, exchange.failure),
-        part(texts.exchanges.reply, exchange.reply)),
-      h('button', { type: 'button', on: { click: event => copy(text, event.currentTarget, place) } }, texts.exchanges.copy), place);
+    return h('div', {class: 'exchange-details'},
+        h('dl', {}, part(texts.exchanges.body, exchange.body && maskBody(exchange.body)),
+            part(texts.exchanges.failure, exchange.failure), part(texts.exchanges.reply, exchange.reply)),
+        h('button', {type: 'button', on: {click: event => copy(text, event.currentTarget, place)}},
+            texts.exchanges.copy),
+        place);
   }
 
   close() {

@@ -1,10 +1,10 @@
 // The camera's picture as it comes. Each is fetched by itself, so that no connection is kept for a picture.
 
-import { h, replace, setText } from './dom.js';
-import { errorText } from './notices.js';
-import { fetchPicture, forgetPicture, showPicture } from './pictures.js';
-import { causeText, texts } from './texts.js';
-import { ageText, clock } from './time.js';
+import {h, replace, setText} from './dom.js';
+import {errorText} from './notices.js';
+import {fetchPicture, forgetPicture, showPicture} from './pictures.js';
+import {causeText, texts} from './texts.js';
+import {ageText, clock} from './time.js';
 
 const longestWait = 500;
 const oldAge = 2000;
@@ -17,14 +17,16 @@ export class LivePicture {
     this.stream = '';
     this.number = 0;
     this.time = '';
-    this.image = h('img', { class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false' });
-    this.age = h('span', { class: 'picture-age' }, texts.picture.waiting);
-    this.failure = h('p', { class: 'picture-failure', hidden: true });
-    this.streams = h('select', { on: { change: () => this.choose(this.streams.value) } });
-    this.frame = h('div', { class: 'live-frame', data: { state: 'waiting' } }, this.image, this.failure);
-    this.element = h('section', { class: 'live card', 'aria-label': texts.picture.title }, this.frame,
-      h('div', { class: 'live-foot' }, this.age,
-        this.streamsField = h('label', { class: 'field inline' }, h('span', {}, texts.picture.stream), this.streams)));
+    this.image =
+        h('img', {class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false'});
+    this.age = h('span', {class: 'picture-age'}, texts.picture.waiting);
+    this.failure = h('p', {class: 'picture-failure', hidden: true});
+    this.streams = h('select', {on: {change: () => this.choose(this.streams.value)}});
+    this.frame = h('div', {class: 'live-frame', data: {state: 'waiting'}}, this.image, this.failure);
+    this.element = h('section', {class: 'live card', 'aria-label': texts.picture.title}, this.frame,
+        h('div', {class: 'live-foot'}, this.age,
+            this.streamsField =
+                h('label', {class: 'field inline'}, h('span', {}, texts.picture.stream), this.streams)));
     this.offer([]);
     this.onVisible = () => this.start();
     document.addEventListener('visibilitychange', this.onVisible);
@@ -38,8 +40,9 @@ export class LivePicture {
       return;
     this.offered = known;
     this.streamsField.hidden = streams.length === 0;
-    replace(this.streams, h('option', { value: '' }, texts.picture.anyStream),
-      streams.map(stream => h('option', { value: stream, selected: stream === this.stream }, texts.settings.stream(stream))));
+    replace(this.streams, h('option', {value: ''}, texts.picture.anyStream),
+        streams.map(stream => h('option', {value: stream, selected: stream === this.stream},
+                        texts.settings.stream(stream))));
   }
 
   choose(stream) {
@@ -68,7 +71,11 @@ export class LivePicture {
   async renew(signal) {
     try {
       const picture = await fetchPicture(this.name, {
-        kind: 'live', stream: this.stream, after: this.number, wait: longestWait, signal,
+        kind: 'live',
+        stream: this.stream,
+        after: this.number,
+        wait: longestWait,
+        signal,
       });
       if (picture && signal.aborted)
         URL.revokeObjectURL(picture.url);
@@ -92,7 +99,9 @@ export class LivePicture {
   }
 
   fail(error) {
-    const why = error.isAway ? texts.picture.lost : error.problem ? causeText(error.problem) : errorText(error);
+    const why = error.isAway ? texts.picture.lost :
+        error.problem        ? causeText(error.problem) :
+                               errorText(error);
     setText(this.failure, `${texts.picture.none}: ${why}`);
     this.failure.hidden = false;
     if (!this.time)

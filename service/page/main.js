@@ -1,16 +1,16 @@
 // The page: who is looking, which view the address names, and whether the service is there.
 
-import { CameraView } from './camera-view.js';
-import { get } from './api.js';
-import { h, replace, setText } from './dom.js';
-import { onMessage, reconnectEvents, startEvents } from './events.js';
-import { errorText, notice } from './notices.js';
-import { routeOf } from './route.js';
-import { endSession, onSession, session, startSession, tokenOf } from './session.js';
-import { SiteView } from './site-view.js';
-import { cameraAddress } from './site-row.js';
-import { Store } from './store.js';
-import { causeText, stateText, texts } from './texts.js';
+import {get} from './api.js';
+import {CameraView} from './camera-view.js';
+import {h, replace, setText} from './dom.js';
+import {onMessage, reconnectEvents, startEvents} from './events.js';
+import {errorText, notice} from './notices.js';
+import {routeOf} from './route.js';
+import {endSession, onSession, session, startSession, tokenOf} from './session.js';
+import {cameraAddress} from './site-row.js';
+import {SiteView} from './site-view.js';
+import {Store} from './store.js';
+import {causeText, stateText, texts} from './texts.js';
 
 const store = new Store();
 const main = document.querySelector('main');
@@ -27,7 +27,7 @@ function go(name, tab) {
   route();
 }
 
-function makeView({ name }) {
+function makeView({name}) {
   return name === undefined ? new SiteView(store) : new CameraView(store, name, go);
 }
 
@@ -58,12 +58,12 @@ function changeView(wanted, key) {
   scrollTo(0, key === '' ? scrolledTo : 0);
   if (isFirst)
     return;
-  (view.heading ?? main).focus({ preventScroll: true });
+  (view.heading ?? main).focus({preventScroll: true});
   view.list?.focusCamera(left);
 }
 
 function drawHeader() {
-  const { site, connection } = store;
+  const {site, connection} = store;
   setText(document.querySelector('#service'), site ? site.service : texts.product);
   setText(document.querySelector('#version'), site ? site.version : '');
   const shown = store.failure ? 'lost' : connection;
@@ -75,19 +75,21 @@ function drawHeader() {
 
 function drawSession(who) {
   replace(document.querySelector('#session'), who && [
-    h('span', { class: 'session-name' }, texts.session.as(who.name, texts.session.roles[who.role] ?? who.role)),
-    h('button', { type: 'button', class: 'small', on: { click: endSession } }, texts.session.logOut),
+    h('span', {class: 'session-name'}, texts.session.as(who.name, texts.session.roles[who.role] ?? who.role)),
+    h('button', {type: 'button', class: 'small', on: {click: endSession}}, texts.session.logOut),
   ]);
 }
 
-// A screen reader is told of a change now and then, not of each: a switch that fails takes a hundred cameras along.
+// A screen reader is told of a change now and then, not of each: a switch that fails takes a hundred cameras
+// along.
 let lastAnnounced = 0;
 
 function announce(camera) {
   if (Date.now() - lastAnnounced < announcePeriod)
     return;
   lastAnnounced = Date.now();
-  setText(announcer, texts.site.announce(camera.name, stateText(camera.state), camera.problem && causeText(camera.problem)));
+  setText(announcer,
+      texts.site.announce(camera.name, stateText(camera.state), camera.problem && causeText(camera.problem)));
 }
 
 // What happened before the events were connected is in no event: the list is asked again behind them.
@@ -109,7 +111,7 @@ function hear(message) {
 }
 
 function tellFailure(error) {
-  replace(main, notice('fault', errorText(error), { [texts.retry]: () => location.reload() }));
+  replace(main, notice('fault', errorText(error), {[texts.retry]: () => location.reload()}));
 }
 
 function tellBreak(error) {
@@ -120,7 +122,7 @@ function tellBreak(error) {
 function watchBreaks() {
   addEventListener('error', event => event.error && tellBreak(event.error));
   // What the service or the network failed at is told where it was asked for.
-  addEventListener('unhandledrejection', ({ reason }) => {
+  addEventListener('unhandledrejection', ({reason}) => {
     if (reason?.name !== 'AbortError' && reason?.status === undefined)
       tellBreak(reason);
   });

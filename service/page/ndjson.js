@@ -1,9 +1,7 @@
 // Lines of JSON from a reply that is still coming.
 
 export class LineReader {
-  constructor() {
-    this.rest = '';
-  }
+  constructor() { this.rest = ''; }
 
   // The objects that `text` has completed.
   take(text) {
@@ -29,8 +27,8 @@ export async function readLines(response, heard) {
   const decoder = new TextDecoder();
   const lines = new LineReader();
   for (;;) {
-    const { done, value } = await reader.read();
-    lines.take(done ? decoder.decode() : decoder.decode(value, { stream: true })).forEach(heard);
+    const {done, value} = await reader.read();
+    lines.take(done ? decoder.decode() : decoder.decode(value, {stream: true})).forEach(heard);
     if (done)
       break;
   }

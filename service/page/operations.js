@@ -1,6 +1,6 @@
 // The operations that may be called, asked once for all cameras.
 
-import { get } from './api.js';
+import {get} from './api.js';
 
 let asked = null;
 

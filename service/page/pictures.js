@@ -1,22 +1,24 @@
 // Fetches one picture after the other of a camera, each only when there is a newer one.
 
-import { cameraPath, errorOf, send } from './api.js';
-import { withPictureSlot } from './picture-slots.js';
+import {cameraPath, errorOf, send} from './api.js';
+import {withPictureSlot} from './picture-slots.js';
 
-function pictureUrl(name, { stream, after, wait }) {
-  const query = new URLSearchParams({ after: String(after), wait: String(wait) });
+function pictureUrl(name, {stream, after, wait}) {
+  const query = new URLSearchParams({after: String(after), wait: String(wait)});
   if (stream)
     query.set('stream', stream);
   return cameraPath(name, `/picture.jpg?${query}`);
 }
 
 // {number, time, url}, or null where none is newer. The URL is the caller's to revoke.
-export function fetchPicture(name, { kind, stream = '', after = 0, wait = 0, signal }) {
+export function fetchPicture(name, {kind, stream = '', after = 0, wait = 0, signal}) {
   return withPictureSlot(kind, async () => {
     if (signal?.aborted)
       return null;
-    const response = await send('GET', pictureUrl(name, { stream, after, wait }), undefined, {
-      headers: { Accept: 'image/jpeg, application/problem+json' }, signal, priority: kind === 'live' ? 'auto' : 'low',
+    const response = await send('GET', pictureUrl(name, {stream, after, wait}), undefined, {
+      headers: {Accept: 'image/jpeg, application/problem+json'},
+      signal,
+      priority: kind === 'live' ? 'auto' : 'low',
     });
     if (response.status === 204)
       return null;

@@ -5,12 +5,15 @@ const niceSteps = [1, 2, 2.5, 5, 10];
 // The smallest round number that is not below `highest`, in at most `parts` round steps.
 export function niceScale(highest, parts = 4) {
   if (!(highest > 0))
-    return { top: 1, ticks: [0, 1] };
+    return {top: 1, ticks: [0, 1]};
   const rough = highest / parts;
   const power = 10 ** Math.floor(Math.log10(rough));
   const step = niceSteps.map(nice => nice * power).find(candidate => candidate >= rough * (1 - 1e-9));
   const steps = Math.ceil(highest / step - 1e-9);
-  return { top: steps * step, ticks: Array.from({ length: steps + 1 }, (_, index) => Number((index * step).toPrecision(12))) };
+  return {
+    top: steps * step,
+    ticks: Array.from({length: steps + 1}, (_, index) => Number((index * step).toPrecision(12)))
+  };
 }
 
 // One lost minute must not make all others flat: a peak far above the rest runs out of the plot's top.
@@ -22,11 +25,11 @@ export function boundedTop(values, ratio = 8) {
   return Math.min(known[known.length - 1], usual > 0 ? usual * ratio : Infinity);
 }
 
-export function plotOf({ points, from, to, top, width, height }) {
+export function plotOf({points, from, to, top, width, height}) {
   const x = time => ((time - from) / (to - from)) * width;
   const y = value => height - (Math.min(value, top) / top) * height;
-  return points.filter(({ time }) => time >= from && time <= to)
-    .map(point => ({ ...point, x: x(point.time), y: Number.isFinite(point.value) ? y(point.value) : null }));
+  return points.filter(({time}) => time >= from && time <= to)
+      .map(point => ({...point, x: x(point.time), y: Number.isFinite(point.value) ? y(point.value) : null}));
 }
 
 const rounded = number => Number(number.toFixed(2));
@@ -42,7 +45,8 @@ export function linePath(points, longestGap) {
     }
     const goesOn = previous && point.time - previous.time <= longestGap;
     // A lone point shows as a dot: a line of no length with round ends.
-    path += goesOn ? `L${rounded(point.x)} ${rounded(point.y)}` : `M${rounded(point.x)} ${rounded(point.y)}h0`;
+    path +=
+        goesOn ? `L${rounded(point.x)} ${rounded(point.y)}` : `M${rounded(point.x)} ${rounded(point.y)}h0`;
     previous = point;
   }
   return path;

@@ -1,21 +1,25 @@
-// Keeps a head moving for as long as somebody holds it, and no longer. The service ends a move by itself one second
-// after the last renewal; what happens here makes it end at once.
+// Keeps a head moving for as long as somebody holds it, and no longer. The service ends a move by itself one
+// second after the last renewal; what happens here makes it end at once.
 
 export const renewPeriod = 300;
 
 export class PtzDrive {
   // `move(vector)` returns a promise; `stop()` must get out even while the page is going away.
-  constructor({ move, stop, told, setTimer = (action, period) => setInterval(action, period), clearTimer = timer => clearInterval(timer) }) {
-    Object.assign(this, { move, stop, told, setTimer, clearTimer });
+  constructor({
+    move,
+    stop,
+    told,
+    setTimer = (action, period) => setInterval(action, period),
+    clearTimer = timer => clearInterval(timer)
+  }) {
+    Object.assign(this, {move, stop, told, setTimer, clearTimer});
     this.vector = null;
     this.underWay = null;
     this.timer = null;
     this.isDue = false;
   }
 
-  get isMoving() {
-    return this.vector !== null;
-  }
+  get isMoving() { return this.vector !== null; }
 
   hold(vector) {
     if (vector.pan === 0 && vector.tilt === 0 && vector.zoom === 0) {
@@ -41,9 +45,7 @@ export class PtzDrive {
     }
     this.isDue = false;
     const sent = this.vector;
-    this.underWay = this.move(sent).then(
-      () => this.arrived(sent),
-      error => this.failed(error));
+    this.underWay = this.move(sent).then(() => this.arrived(sent), error => this.failed(error));
   }
 
   arrived(sent) {
@@ -87,14 +89,19 @@ export class PtzDrive {
 export function vectorOfDrag(x, y, radius, speed) {
   const reach = Math.min(1, Math.hypot(x, y) / radius);
   if (reach < 0.1)
-    return { pan: 0, tilt: 0, zoom: 0 };
+    return {pan: 0, tilt: 0, zoom: 0};
   const angle = Math.atan2(-y, x);
   const part = factor => Math.round(speed * reach * factor) || 0;
-  return { pan: part(Math.cos(angle)), tilt: part(Math.sin(angle)), zoom: 0 };
+  return {pan: part(Math.cos(angle)), tilt: part(Math.sin(angle)), zoom: 0};
 }
 
 const keyVectors = {
-  ArrowLeft: [-1, 0, 0], ArrowRight: [1, 0, 0], ArrowUp: [0, 1, 0], ArrowDown: [0, -1, 0], '+': [0, 0, 1], '=': [0, 0, 1],
+  ArrowLeft: [-1, 0, 0],
+  ArrowRight: [1, 0, 0],
+  ArrowUp: [0, 1, 0],
+  ArrowDown: [0, -1, 0],
+  '+': [0, 0, 1],
+  '=': [0, 0, 1],
   '-': [0, 0, -1],
 };
 
@@ -108,5 +115,5 @@ export function vectorOfKeys(keys, speed) {
       sum[axis] += part;
     });
   const [pan, tilt, zoom] = sum.map(part => Math.sign(part) * speed || 0);
-  return { pan, tilt, zoom };
+  return {pan, tilt, zoom};
 }

@@ -5,7 +5,7 @@ export function routeOf(hash) {
   if (place !== 'camera' || !name)
     return {};
   try {
-    return { name: decodeURIComponent(name), tab };
+    return {name: decodeURIComponent(name), tab};
   } catch {
     return {};
   }

@@ -1,8 +1,9 @@
-// Who is looking. The printed address carries a token once; it is exchanged for a cookie and leaves the address bar.
+// Who is looking. The printed address carries a token once; it is exchanged for a cookie and leaves the
+// address bar.
 
-import { ApiError, onUnauthorized, send, errorOf } from './api.js';
-import { h, setText } from './dom.js';
-import { texts } from './texts.js';
+import {ApiError, errorOf, onUnauthorized, send} from './api.js';
+import {h, setText} from './dom.js';
+import {texts} from './texts.js';
 
 const ranks = ['view', 'operate', 'admin'];
 
@@ -14,9 +15,7 @@ export const session = () => current;
 export const may = role => current !== null && ranks.indexOf(current.role) >= ranks.indexOf(role);
 export const onSession = listener => listeners.add(listener);
 
-export function tokenOf(hash) {
-  return new URLSearchParams(hash.replace(/^#/, '')).get('token') ?? '';
-}
+export function tokenOf(hash) { return new URLSearchParams(hash.replace(/^#/, '')).get('token') ?? ''; }
 
 // Kept until the service has said something of it: it may be away for a moment.
 let pendingToken = '';
@@ -40,7 +39,7 @@ function accept(answer) {
 async function ask(method, body) {
   const response = await fetch('/api/v1/session', {
     method,
-    headers: body ? { 'Content-Type': 'application/json' } : {},
+    headers: body ? {'Content-Type': 'application/json'} : {},
     body: body && JSON.stringify(body),
     credentials: 'same-origin',
   }).catch(() => {
@@ -59,33 +58,41 @@ function failureText(error) {
 
 function logInForm(reason, done) {
   const token = h('input', {
-    id: 'token', name: 'token', type: 'password', autocomplete: 'current-password', required: true,
-    spellcheck: 'false', 'aria-describedby': 'token-hint token-failure',
+    id: 'token',
+    name: 'token',
+    type: 'password',
+    autocomplete: 'current-password',
+    required: true,
+    spellcheck: 'false',
+    'aria-describedby': 'token-hint token-failure',
   });
-  const failure = h('p', { id: 'token-failure', class: 'failure-text', role: 'alert' });
-  const button = h('button', { type: 'submit', class: 'primary' }, texts.session.logIn);
+  const failure = h('p', {id: 'token-failure', class: 'failure-text', role: 'alert'});
+  const button = h('button', {type: 'submit', class: 'primary'}, texts.session.logIn);
   const submit = async event => {
     event.preventDefault();
     button.disabled = true;
     setText(failure, '');
     try {
-      done(await ask('POST', { token: token.value.trim() }));
+      done(await ask('POST', {token: token.value.trim()}));
     } catch (error) {
       setText(failure, failureText(error));
       token.select();
     }
     button.disabled = false;
   };
-  return h('form', { method: 'dialog', class: 'log-in', on: { submit } },
-    h('h2', {}, texts.session.title), h('p', {}, reason),
-    h('label', { for: 'token' }, texts.session.token), token,
-    h('p', { id: 'token-hint', class: 'hint' }, texts.session.hint), failure, button);
+  return h('form', {method: 'dialog', class: 'log-in', on: {submit}}, h('h2', {}, texts.session.title),
+      h('p', {}, reason),
+      h('label',
+          { for: 'token'
+          },
+          texts.session.token),
+      token, h('p', {id: 'token-hint', class: 'hint'}, texts.session.hint), failure, button);
 }
 
 // A dialog above the page: what was typed beneath it stays.
 function askForToken(reason) {
   return new Promise(resolve => {
-    const dialog = h('dialog', { class: 'session-dialog', 'aria-label': texts.session.title });
+    const dialog = h('dialog', {class: 'session-dialog', 'aria-label': texts.session.title});
     const look = () => ask('GET').then(done, () => {});
     const done = answer => {
       window.removeEventListener('focus', look);
@@ -116,7 +123,7 @@ export async function startSession() {
   onUnauthorized(renew);
   const token = takeToken();
   try {
-    accept(await ask(token ? 'POST' : 'GET', token ? { token } : undefined));
+    accept(await ask(token ? 'POST' : 'GET', token ? {token} : undefined));
     pendingToken = '';
   } catch (error) {
     if (error.status !== 401)
@@ -127,6 +134,6 @@ export async function startSession() {
 }
 
 export async function endSession() {
-  await send('DELETE', '/session', undefined, { once: true });
+  await send('DELETE', '/session', undefined, {once: true});
   location.reload();
 }

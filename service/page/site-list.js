@@ -1,19 +1,19 @@
 // The list of cameras: of a thousand only those on the screen are drawn.
 
-import { h, setAttribute } from './dom.js';
-import { SiteRow } from './site-row.js';
-import { TilePictures } from './tile-pictures.js';
-import { gridOf, indexAfterKey, placeOf, visibleRange } from './virtual-list.js';
+import {h, setAttribute} from './dom.js';
+import {SiteRow} from './site-row.js';
+import {TilePictures} from './tile-pictures.js';
+import {gridOf, indexAfterKey, placeOf, visibleRange} from './virtual-list.js';
 
 const narrow = 1000;
 const twoColumns = 760;
 
 function cellOf(layout, width) {
   if (layout === 'pictures')
-    return width < 560 ? { cellWidth: 164, cellHeight: 178 } : { cellWidth: 248, cellHeight: 226 };
+    return width < 560 ? {cellWidth: 164, cellHeight: 178} : {cellWidth: 248, cellHeight: 226};
   if (width < narrow)
-    return { cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 160 };
-  return { cellWidth: 0, cellHeight: 76 };
+    return {cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 160};
+  return {cellWidth: 0, cellHeight: 76};
 }
 
 export class SiteList {
@@ -23,7 +23,10 @@ export class SiteList {
     this.cameras = [];
     this.layout = 'rows';
     this.element = h('div', {
-      class: 'site-list', role: 'list', 'aria-label': label, on: { keydown: event => this.moveFocus(event) },
+      class: 'site-list',
+      role: 'list',
+      'aria-label': label,
+      on: {keydown: event => this.moveFocus(event)},
     });
     this.drawSoon = () => {
       this.frame ??= requestAnimationFrame(() => {
@@ -31,7 +34,7 @@ export class SiteList {
         this.draw();
       });
     };
-    addEventListener('scroll', this.drawSoon, { passive: true });
+    addEventListener('scroll', this.drawSoon, {passive: true});
     addEventListener('resize', this.drawSoon);
     this.onVisible = () => this.pictures.wake();
     document.addEventListener('visibilitychange', this.onVisible);
@@ -49,7 +52,7 @@ export class SiteList {
     if (!this.element.isConnected || width === 0)
       return;
     const cell = cellOf(this.layout, width);
-    this.grid = gridOf({ width, count: this.cameras.length, ...cell });
+    this.grid = gridOf({width, count: this.cameras.length, ...cell});
     this.element.style.height = `${this.grid.height}px`;
     setAttribute(this.element, 'data-layout', this.layout);
     setAttribute(this.element, 'data-narrow', width < narrow);
@@ -57,7 +60,7 @@ export class SiteList {
   }
 
   // A row that has the focus stays, wherever it is: else the focus would be lost by scrolling.
-  drawRange({ first, end }) {
+  drawRange({first, end}) {
     const wanted = new Map();
     for (let index = first; index < end; index += 1)
       wanted.set(this.cameras[index].name, index);
@@ -79,17 +82,17 @@ export class SiteList {
     const row = this.rows.get(name) ?? new SiteRow(name, this.pictures);
     this.rows.set(name, row);
     row.renew(this.cameras[index]);
-    const { cellWidth: width, cellHeight: height } = this.grid;
-    row.place({ ...placeOf(this.grid, index), width, height }, index + 1, this.cameras.length);
+    const {cellWidth: width, cellHeight: height} = this.grid;
+    row.place({...placeOf(this.grid, index), width, height}, index + 1, this.cameras.length);
   }
 
-  // Tab and screen readers go by the order in the document. Moving an element takes its focus away: those that
-  // stand right are left alone.
+  // Tab and screen readers go by the order in the document. Moving an element takes its focus away: those
+  // that stand right are left alone.
   orderForReaders(wanted) {
     const hasFocus = element => element.contains(document.activeElement);
     let next = this.element.firstElementChild;
     for (const [name] of wanted) {
-      const { element } = this.rows.get(name);
+      const {element} = this.rows.get(name);
       if (element === next)
         next = next.nextElementSibling;
       else if (!(element.isConnected && hasFocus(element)))
@@ -110,7 +113,7 @@ export class SiteList {
   }
 
   focus(index) {
-    const { y } = placeOf(this.grid, index);
+    const {y} = placeOf(this.grid, index);
     const top = this.element.getBoundingClientRect().top + y;
     const under = document.querySelector('.site-tools')?.getBoundingClientRect().bottom ?? 0;
     if (top < under)
@@ -118,7 +121,7 @@ export class SiteList {
     else if (top + this.grid.cellHeight > innerHeight)
       scrollBy(0, top + this.grid.cellHeight - innerHeight + 8);
     this.draw();
-    this.rows.get(this.cameras[index].name)?.link.focus({ preventScroll: true });
+    this.rows.get(this.cameras[index].name)?.link.focus({preventScroll: true});
   }
 
   focusCamera(name) {

@@ -1,10 +1,10 @@
 // A camera in the list: drawn once, then only what has changed of it.
 
-import { activeInputs } from './attention.js';
-import { h, setAttribute, setText } from './dom.js';
-import { shape, stateBadge, renewStateBadge } from './state-badge.js';
-import { adviceText, causeText, texts } from './texts.js';
-import { clock, momentText, spanText } from './time.js';
+import {activeInputs} from './attention.js';
+import {h, setAttribute, setText} from './dom.js';
+import {renewStateBadge, shape, stateBadge} from './state-badge.js';
+import {adviceText, causeText, texts} from './texts.js';
+import {clock, momentText, spanText} from './time.js';
 
 export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
 
@@ -25,8 +25,8 @@ function inputsText(camera) {
 
 function chip(kind, className) {
   const text = h('span');
-  const element = h('span', { class: `chip ${className}`, data: { kind } }, shape(kind), text);
-  return { element, text, kind };
+  const element = h('span', {class: `chip ${className}`, data: {kind}}, shape(kind), text);
+  return {element, text, kind};
 }
 
 function renewChip(part, text, kind) {
@@ -44,26 +44,26 @@ export class SiteRow {
     this.name = name;
     this.pictures = pictures;
     this.hasPicture = false;
-    this.image = h('img', { alt: '', class: 'tile-image', draggable: 'false' });
-    this.noPicture = h('span', { class: 'tile-none' }, texts.site.noPicture);
-    this.link = h('a', { href: cameraAddress(name), class: 'row-name' }, name);
+    this.image = h('img', {alt: '', class: 'tile-image', draggable: 'false'});
+    this.noPicture = h('span', {class: 'tile-none'}, texts.site.noPicture);
+    this.link = h('a', {href: cameraAddress(name), class: 'row-name'}, name);
     this.state = stateBadge('unknown');
-    this.since = h('span', { class: 'since' });
-    this.cause = h('p', { class: 'row-cause' });
-    this.advice = h('p', { class: 'row-try' });
-    this.about = h('span', { class: 'row-about' });
+    this.since = h('span', {class: 'since'});
+    this.cause = h('p', {class: 'row-cause'});
+    this.advice = h('p', {class: 'row-try'});
+    this.about = h('span', {class: 'row-about'});
     this.inputs = chip('inactive', 'chip-inputs');
     this.drift = chip('differs', 'chip-drift');
-    this.element = h('div', { class: 'row', role: 'listitem' },
-      h('div', { class: 'tile-frame', 'aria-hidden': 'true' }, this.image, this.noPicture),
-      h('div', { class: 'row-head' }, this.link, this.about),
-      h('div', { class: 'row-state' }, this.state, this.since),
-      h('div', { class: 'row-why' }, this.cause, this.advice),
-      h('div', { class: 'row-chips' }, this.inputs.element, this.drift.element));
+    this.element = h('div', {class: 'row', role: 'listitem'},
+        h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
+        h('div', {class: 'row-head'}, this.link, this.about),
+        h('div', {class: 'row-state'}, this.state, this.since),
+        h('div', {class: 'row-why'}, this.cause, this.advice),
+        h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
   }
 
   renew(camera) {
-    const { problem } = camera;
+    const {problem} = camera;
     this.element.dataset.state = camera.state;
     renewStateBadge(this.state, camera.state);
     this.renewTime(camera);
@@ -78,7 +78,9 @@ export class SiteRow {
 
   renewTime(camera) {
     const now = clock.now();
-    setText(this.since, camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) : '');
+    setText(this.since,
+        camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) :
+                       '');
   }
 
   // A camera that is down is not asked for pictures: it would keep a connection that others need.
@@ -98,7 +100,7 @@ export class SiteRow {
     this.noPicture.hidden = state !== 'none';
   }
 
-  place({ x, y, width, height }, position, count) {
+  place({x, y, width, height}, position, count) {
     this.element.style.transform = `translate(${x}px, ${y}px)`;
     this.element.style.width = `${width}px`;
     this.element.style.height = `${height}px`;

@@ -1,71 +1,79 @@
 // The site: all cameras, those that need somebody first.
 
-import { countStates, matches, needsAttention, sorted, tagsOf } from './attention.js';
-import { h, replace, setAttribute, setText } from './dom.js';
-import { keep, kept } from './kept.js';
-import { notice } from './notices.js';
-import { SiteList } from './site-list.js';
-import { shape } from './state-badge.js';
-import { causeText, stateText, texts } from './texts.js';
+import {countStates, matches, needsAttention, sorted, tagsOf} from './attention.js';
+import {h, replace, setAttribute, setText} from './dom.js';
+import {keep, kept} from './kept.js';
+import {notice} from './notices.js';
+import {SiteList} from './site-list.js';
+import {shape} from './state-badge.js';
+import {causeText, stateText, texts} from './texts.js';
 
 const stateOrder = ['', 'down', 'degraded', 'unknown', 'up'];
 
 function options(entries, chosen) {
-  return Object.entries(entries).map(([value, text]) => h('option', { value, selected: value === chosen }, text));
+  return Object.entries(entries).map(
+      ([value, text]) => h('option', {value, selected: value === chosen}, text));
 }
 
 function select(label, entries, chosen, change) {
-  const control = h('select', { on: { change: () => change(control.value) } }, options(entries, chosen));
-  return { control, element: h('label', { class: 'field' }, h('span', {}, label), control) };
+  const control = h('select', {on: {change: () => change(control.value)}}, options(entries, chosen));
+  return {control, element: h('label', {class: 'field'}, h('span', {}, label), control)};
 }
 
 export class SiteView {
   constructor(store) {
     this.store = store;
-    this.wish = { words: '', state: '', tag: '', sort: 'attention', layout: 'rows', ...kept('site') };
+    this.wish = {words: '', state: '', tag: '', sort: 'attention', layout: 'rows', ...kept('site')};
     this.list = new SiteList(texts.site.title);
     this.counts = new Map();
-    this.shown = h('p', { class: 'shown', role: 'status' });
-    this.headline = h('p', { class: 'headline' });
-    this.body = h('div', { class: 'site-body' }, this.list.element);
-    this.message = h('div', { class: 'site-message' });
-    this.element = h('section', { class: 'site', 'aria-label': texts.site.title },
-      h('h1', { class: 'visually-hidden' }, texts.site.title),
-      this.tools(), this.message, h('p', { class: 'visually-hidden', id: 'list-keys' }, texts.site.keys), this.body);
+    this.shown = h('p', {class: 'shown', role: 'status'});
+    this.headline = h('p', {class: 'headline'});
+    this.body = h('div', {class: 'site-body'}, this.list.element);
+    this.message = h('div', {class: 'site-message'});
+    this.element = h('section', {class: 'site', 'aria-label': texts.site.title},
+        h('h1', {class: 'visually-hidden'}, texts.site.title), this.tools(), this.message,
+        h('p', {class: 'visually-hidden', id: 'list-keys'}, texts.site.keys), this.body);
     this.list.element.setAttribute('aria-describedby', 'list-keys');
     this.unsubscribe = store.subscribe(() => this.draw());
   }
 
-  get title() {
-    return this.store.site?.service ?? texts.site.title;
-  }
+  get title() { return this.store.site?.service ?? texts.site.title; }
 
   tools() {
     this.search = h('input', {
-      type: 'search', value: this.wish.words, placeholder: texts.site.searchHint, autocomplete: 'off', spellcheck: 'false',
-      on: { input: () => this.change({ words: this.search.value }) },
+      type: 'search',
+      value: this.wish.words,
+      placeholder: texts.site.searchHint,
+      autocomplete: 'off',
+      spellcheck: 'false',
+      on: {input: () => this.change({words: this.search.value})},
     });
-    this.tag = select(texts.site.tags, { '': texts.site.anyTag }, '', tag => this.change({ tag }));
-    this.sort = select(texts.site.sort, texts.site.sorts, this.wish.sort, sort => this.change({ sort }));
-    this.layout = select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({ layout }));
-    return h('div', { class: 'site-tools', role: 'search', 'aria-label': texts.site.filterLabel },
-      this.stateButtons(),
-      h('div', { class: 'site-filters' },
-        h('label', { class: 'field grow' }, h('span', {}, texts.site.search), this.search),
-        this.tag.element, this.sort.element, this.layout.element),
-      h('div', { class: 'site-summary' }, this.headline, this.shown));
+    this.tag = select(texts.site.tags, {'': texts.site.anyTag}, '', tag => this.change({tag}));
+    this.sort = select(texts.site.sort, texts.site.sorts, this.wish.sort, sort => this.change({sort}));
+    this.layout =
+        select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({layout}));
+    return h('div', {class: 'site-tools', role: 'search', 'aria-label': texts.site.filterLabel},
+        this.stateButtons(),
+        h('div', {class: 'site-filters'},
+            h('label', {class: 'field grow'}, h('span', {}, texts.site.search), this.search),
+            this.tag.element, this.sort.element, this.layout.element),
+        h('div', {class: 'site-summary'}, this.headline, this.shown));
   }
 
   stateButtons() {
-    return h('div', { class: 'state-buttons', role: 'group', 'aria-label': texts.site.filterLabel }, stateOrder.map(state => {
-      const number = h('span', { class: 'number' });
-      const button = h('button', {
-        type: 'button', class: 'state-button', data: { kind: state || 'all' },
-        on: { click: () => this.change({ state }) },
-      }, state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number);
-      this.counts.set(state, { button, number });
-      return button;
-    }));
+    return h('div', {class: 'state-buttons', role: 'group', 'aria-label': texts.site.filterLabel},
+        stateOrder.map(state => {
+          const number = h('span', {class: 'number'});
+          const button = h('button', {
+            type: 'button',
+            class: 'state-button',
+            data: {kind: state || 'all'},
+            on: {click: () => this.change({state})},
+          },
+              state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number);
+          this.counts.set(state, {button, number});
+          return button;
+        }));
   }
 
   change(part) {
@@ -76,12 +84,12 @@ export class SiteView {
 
   clear() {
     this.search.value = '';
-    this.change({ words: '', state: '', tag: '' });
+    this.change({words: '', state: '', tag: ''});
     this.search.focus();
   }
 
   draw() {
-    const { store, wish } = this;
+    const {store, wish} = this;
     const all = [...store.cameras.values()];
     this.drawCounts(all);
     this.drawTags(all);
@@ -93,7 +101,7 @@ export class SiteView {
 
   drawCounts(all) {
     const counts = countStates(all);
-    for (const [state, { button, number }] of this.counts) {
+    for (const [state, {button, number}] of this.counts) {
       const value = state ? counts[state] : all.length;
       setText(number, String(value));
       setAttribute(button, 'aria-pressed', this.wish.state === state ? 'true' : 'false');
@@ -117,12 +125,14 @@ export class SiteView {
     const tags = tagsOf(all);
     // A tag that has gone from the file must not hide everything for ever.
     if (this.store.isLoaded && this.wish.tag && !tags.includes(this.wish.tag))
-      this.change({ tag: '' });
+      this.change({tag: ''});
     const known = tags.join('\n');
     this.tag.element.hidden = tags.length === 0;
     if (known !== this.knownTags) {
       this.knownTags = known;
-      replace(this.tag.control, options({ '': texts.site.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag])) }, this.wish.tag));
+      replace(this.tag.control,
+          options(
+              {'': texts.site.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag]))}, this.wish.tag));
     }
   }
 
@@ -132,12 +142,15 @@ export class SiteView {
       return;
     this.messageShown = kind;
     const make = {
-      failed: () => notice('fault', this.store.failure.message || texts.service.away, { [texts.retry]: () => this.store.load() }),
-      loading: () => h('div', { class: 'skeletons', 'aria-busy': 'true' },
-        h('span', { class: 'visually-hidden' }, texts.loading), Array.from({ length: 6 }, () => h('div', { class: 'skeleton' }))),
-      empty: () => h('div', { class: 'empty' }, h('p', {}, texts.site.empty), h('p', { class: 'hint' }, texts.site.emptyHint)),
-      nothing: () => h('div', { class: 'empty' }, h('p', {}, texts.site.nothingFound),
-        h('button', { type: 'button', on: { click: () => this.clear() } }, texts.site.clear)),
+      failed: () => notice('fault', this.store.failure.message || texts.service.away,
+          {[texts.retry]: () => this.store.load()}),
+      loading: () => h('div', {class: 'skeletons', 'aria-busy': 'true'},
+          h('span', {class: 'visually-hidden'}, texts.loading),
+          Array.from({length: 6}, () => h('div', {class: 'skeleton'}))),
+      empty: () => h('div', {class: 'empty'}, h('p', {}, texts.site.empty),
+          h('p', {class: 'hint'}, texts.site.emptyHint)),
+      nothing: () => h('div', {class: 'empty'}, h('p', {}, texts.site.nothingFound),
+          h('button', {type: 'button', on: {click: () => this.clear()}}, texts.site.clear)),
     }[kind];
     replace(this.message, make?.());
   }

@@ -1,15 +1,15 @@
 // What is known of the site: asked once, then kept by the events.
 
-import { get } from './api.js';
-import { clock } from './time.js';
+import {get} from './api.js';
+import {clock} from './time.js';
 
 const pageSize = 1000;
 
 export class Store {
-  constructor({ ask = get, schedule = action => requestAnimationFrame(action) } = {}) {
+  constructor({ask = get, schedule = action => requestAnimationFrame(action)} = {}) {
     this.ask = ask;
     this.schedule = schedule;
-    this.cameras = new Map(); // by name, in the file's order
+    this.cameras = new Map();  // by name, in the file's order
     this.site = null;
     this.failure = null;
     this.isLoaded = false;
@@ -44,7 +44,8 @@ export class Store {
     });
   }
 
-  // One at a time; whoever asks meanwhile is answered by a further one, since the first may be too old for it.
+  // One at a time; whoever asks meanwhile is answered by a further one, since the first may be too old for
+  // it.
   load() {
     if (this.loading) {
       this.isStale = true;
@@ -69,12 +70,13 @@ export class Store {
       const cameras = new Map();
       let after = '';
       do {
-        const page = await this.ask(`/cameras?limit=${pageSize}${after && `&after=${encodeURIComponent(after)}`}`);
+        const page =
+            await this.ask(`/cameras?limit=${pageSize}${after && `&after=${encodeURIComponent(after)}`}`);
         for (const camera of page.cameras)
           cameras.set(camera.name, camera);
         after = page.next ?? '';
       } while (after);
-      Object.assign(this, { site, cameras, failure: null, isLoaded: true });
+      Object.assign(this, {site, cameras, failure: null, isLoaded: true});
     } catch (error) {
       this.failure = error;
     }
@@ -94,7 +96,7 @@ export class Store {
 
   apply(type, data) {
     const camera = this.cameras.get(data.name);
-    const take = { camera: takeState, input: takeInput, drift: takeDrift }[type];
+    const take = {camera: takeState, input: takeInput, drift: takeDrift}[type];
     if (!camera || !take)
       return;
     const next = take(camera, data);
@@ -110,7 +112,7 @@ export class Store {
   put(camera) {
     if (!this.cameras.has(camera.name))
       return;
-    this.cameras.set(camera.name, { ...this.cameras.get(camera.name), ...camera, problem: camera.problem });
+    this.cameras.set(camera.name, {...this.cameras.get(camera.name), ...camera, problem: camera.problem});
     this.changed();
   }
 
@@ -123,20 +125,20 @@ export class Store {
 }
 
 // An event that was made before the list was asked is older than what the list says.
-function takeState(camera, { state, problem, at }) {
+function takeState(camera, {state, problem, at}) {
   if (at && camera.since && at < camera.since)
     return camera;
-  return { ...camera, state, problem, since: state === camera.state ? camera.since : at };
+  return {...camera, state, problem, since: state === camera.state ? camera.since : at};
 }
 
-function takeInput(camera, { input, state, at }) {
-  const level = { input, state: state === 0 ? 'active' : 'inactive', since: at };
+function takeInput(camera, {input, state, at}) {
+  const level = {input, state: state === 0 ? 'active' : 'inactive', since: at};
   const known = camera.inputs ?? [];
   const before = known.find(one => one.input === input);
   if (before?.since && at && at < before.since)
     return camera;
   const inputs = before ? known.map(one => (one === before ? level : one)) : [...known, level];
-  return { ...camera, inputs };
+  return {...camera, inputs};
 }
 
-const takeDrift = (camera, { drift }) => ({ ...camera, drift });
+const takeDrift = (camera, {drift}) => ({...camera, drift});

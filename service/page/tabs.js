@@ -1,23 +1,41 @@
 // Tabs as the keyboard knows them: arrows choose, Tab goes into the panel.
 
-import { h } from './dom.js';
+import {h} from './dom.js';
 
 export class Tabs {
-  // `tabs`: [{id, title, make()}]; a panel is made when it is first shown, and kept with all that was typed in it.
+  // `tabs`: [{id, title, make()}]; a panel is made when it is first shown, and kept with all that was typed
+  // in it.
   constructor(label, tabs, chosen) {
     this.tabs = tabs;
     this.chosen = chosen;
     this.panels = new Map();
-    this.buttons = new Map(tabs.map(({ id, title }) => [id, h('button', {
-      type: 'button', role: 'tab', id: `tab-${id}`, 'aria-controls': `panel-${id}`, 'aria-selected': 'false', tabindex: '-1',
-      on: { click: () => chosen(id) },
-    }, h('span', {}, title))]));
-    this.holders = new Map(tabs.map(({ id }) => [id, h('div', {
-      role: 'tabpanel', id: `panel-${id}`, 'aria-labelledby': `tab-${id}`, tabindex: '0', hidden: true,
+    this.buttons = new Map(tabs.map(({id, title}) => [id,
+                                        h('button', {
+                                          type: 'button',
+                                          role: 'tab',
+                                          id: `tab-${id}`,
+                                          'aria-controls': `panel-${id}`,
+                                          'aria-selected': 'false',
+                                          tabindex: '-1',
+                                          on: {click: () => chosen(id)},
+                                        },
+                                            h('span', {}, title))]));
+    this.holders = new Map(tabs.map(({id}) => [id, h('div', {
+      role: 'tabpanel',
+      id: `panel-${id}`,
+      'aria-labelledby': `tab-${id}`,
+      tabindex: '0',
+      hidden: true,
     })]));
-    this.element = h('div', { class: 'tabs' },
-      h('div', { class: 'tab-list', role: 'tablist', 'aria-label': label, on: { keydown: event => this.step(event) } }, [...this.buttons.values()]),
-      [...this.holders.values()]);
+    this.element = h('div', {class: 'tabs'},
+        h('div', {
+          class: 'tab-list',
+          role: 'tablist',
+          'aria-label': label,
+          on: {keydown: event => this.step(event)}
+        },
+            [...this.buttons.values()]),
+        [...this.holders.values()]);
   }
 
   show(id) {
@@ -41,7 +59,7 @@ export class Tabs {
   step(event) {
     const ids = [...this.buttons.keys()];
     const index = ids.indexOf(this.shown);
-    const target = { ArrowRight: index + 1, ArrowLeft: index - 1, Home: 0, End: ids.length - 1 }[event.key];
+    const target = {ArrowRight: index + 1, ArrowLeft: index - 1, Home: 0, End: ids.length - 1}[event.key];
     if (target === undefined)
       return;
     event.preventDefault();
@@ -54,7 +72,7 @@ export class Tabs {
     const button = this.buttons.get(id);
     button.querySelector('.count')?.remove();
     if (text)
-      button.append(h('span', { class: 'count' }, text));
+      button.append(h('span', {class: 'count'}, text));
   }
 
   close() {

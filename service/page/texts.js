@@ -13,17 +13,19 @@ const states = {
 const causes = {
   'name-not-found': {
     what: 'No device has this host name',
-    try: 'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address there.',
+    try:
+        'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address there.',
   },
   unreachable: {
     what: 'Nobody answers at this address',
-    try: 'See whether the camera has power and a link light, whether its cable is plugged in, and whether the ' +
-      'address in the site file is right.',
+    try:
+        'See whether the camera has power and a link light, whether its cable is plugged in, and whether the ' +
+        'address in the site file is right.',
   },
   refused: {
     what: 'A device is there, but nothing listens at this port',
     try: 'If the camera has just restarted, wait a minute. Otherwise its web port is another one: write ' +
-      'ADDRESS:PORT in the site file.',
+        'ADDRESS:PORT in the site file.',
   },
   'no-answer': {
     what: 'The camera takes the connection and does not answer',
@@ -31,8 +33,9 @@ const causes = {
   },
   slow: {
     what: 'The camera answers too slowly',
-    try: 'Look at the answer times under "Last hour". See who else asks this camera all the time, and how good ' +
-      'the way to it is.',
+    try:
+        'Look at the answer times under "Last hour". See who else asks this camera all the time, and how good ' +
+        'the way to it is.',
   },
   dropped: {
     what: 'The camera closes the connection without an answer',
@@ -44,7 +47,8 @@ const causes = {
   },
   'not-http': {
     what: 'What answers there is not a web server',
-    try: 'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
+    try:
+        'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
   },
   tls: {
     what: 'The port speaks https only',
@@ -52,7 +56,8 @@ const causes = {
   },
   redirect: {
     what: 'The camera sends every request to another place',
-    try: 'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
+    try:
+        'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
   },
   'too-large': {
     what: 'The reply is far larger than any camera\'s',
@@ -64,8 +69,9 @@ const causes = {
   },
   'wrong-password': {
     what: 'The camera refuses the user name or the password',
-    try: 'Try the same user and password in the camera\'s own web page. Then put the right ones into the site ' +
-      'file\'s "credentials"; the password is the first line of its password file.',
+    try:
+        'Try the same user and password in the camera\'s own web page. Then put the right ones into the site ' +
+        'file\'s "credentials"; the password is the first line of its password file.',
   },
   'authentication-endless': {
     what: 'The camera asks for the password again and again',
@@ -73,8 +79,9 @@ const causes = {
   },
   'authentication-weaker': {
     what: 'The camera accepts the password only in a form that others can read',
-    try: 'Set the camera to Digest authentication. If it was set so before, find out whether it was reset or ' +
-      'exchanged.',
+    try:
+        'Set the camera to Digest authentication. If it was set so before, find out whether it was reset or ' +
+        'exchanged.',
   },
   forbidden: {
     what: 'The camera\'s user may not do this',
@@ -98,8 +105,9 @@ const causes = {
   },
   'not-a-camera': {
     what: 'What answers there is not this camera',
-    try: 'Another device has this address, or the camera was exchanged: compare its serial number with the site ' +
-      'file\'s.',
+    try:
+        'Another device has this address, or the camera was exchanged: compare its serial number with the site ' +
+        'file\'s.',
   },
   'unknown-model': {
     what: 'A camera answers whose model is not known here',
@@ -143,13 +151,15 @@ const causes = {
   },
   'stream-off': {
     what: 'The stream is switched off at the camera',
-    try: 'Switch on the stream and its RTSP delivery in the camera\'s web page, or call SetupStreamTransmition ' +
-      'under "Calls".',
+    try:
+        'Switch on the stream and its RTSP delivery in the camera\'s web page, or call SetupStreamTransmition ' +
+        'under "Calls".',
   },
   'stream-refused': {
     what: 'The camera refuses the stream',
-    try: 'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in its web ' +
-      'page.',
+    try:
+        'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in its web ' +
+        'page.',
   },
   'stream-unreachable': {
     what: 'Nothing listens at the camera\'s stream port',
@@ -187,13 +197,14 @@ const causes = {
     what: 'The camera\'s clock is wrong',
     try: 'Give the camera a time server in its web page.',
   },
-  'wrong-usage': { what: 'The request was not right', try: '' },
+  'wrong-usage': {what: 'The request was not right', try: ''},
   'wrong-file': {
     what: 'A file of the service cannot be used',
     try: 'The answer below names the file and the place in it.',
   },
-  'cannot-write': { what: 'The service cannot write a file', try: 'See whether its disk is full, and its rights.' },
-  'no-plugin': { what: 'The service lacks its plug-in', try: 'Install it, and start the service again.' },
+  'cannot-write':
+      {what: 'The service cannot write a file', try: 'See whether its disk is full, and its rights.'},
+  'no-plugin': {what: 'The service lacks its plug-in', try: 'Install it, and start the service again.'},
   limit: {
     what: 'The service\'s machine is at a limit',
     try: 'Too many files, threads or too little memory: see what runs there.',
@@ -201,29 +212,64 @@ const causes = {
 };
 
 const phases = {
-  address: 'while its address was looked up', identify: 'while it was asked what it is',
-  initialize: 'while it was started', capability: 'while it was asked what it can do',
-  settings: 'while its settings were read', write: 'while it was set', 'read-back': 'while a setting was read back',
-  position: 'while its head\'s position was read', move: 'while its head was moved',
-  monitor: 'while its alarm inputs were watched', stream: 'while its stream was opened',
-  audio: 'while its sound was opened', clock: 'while its clock was read', site: 'while the site file was used',
+  address: 'while its address was looked up',
+  identify: 'while it was asked what it is',
+  initialize: 'while it was started',
+  capability: 'while it was asked what it can do',
+  settings: 'while its settings were read',
+  write: 'while it was set',
+  'read-back': 'while a setting was read back',
+  position: 'while its head\'s position was read',
+  move: 'while its head was moved',
+  monitor: 'while its alarm inputs were watched',
+  stream: 'while its stream was opened',
+  audio: 'while its sound was opened',
+  clock: 'while its clock was read',
+  site: 'while the site file was used',
 };
 
 const checks = {
-  address: 'Address', connect: 'Connection', http: 'Web server', identity: 'What it is', model: 'Model',
-  credentials: 'User and password', settings: 'Settings', capability: 'What it can do', clock: 'Clock',
-  'answer-times': 'Answer times', stream: 'Stream', audio: 'Sound', input: 'Alarm input', position: 'Head',
-  drift: 'Against the wish', 'write-test': 'Write test', 'move-test': 'Move test',
+  address: 'Address',
+  connect: 'Connection',
+  http: 'Web server',
+  identity: 'What it is',
+  model: 'Model',
+  credentials: 'User and password',
+  settings: 'Settings',
+  capability: 'What it can do',
+  clock: 'Clock',
+  'answer-times': 'Answer times',
+  stream: 'Stream',
+  audio: 'Sound',
+  input: 'Alarm input',
+  position: 'Head',
+  drift: 'Against the wish',
+  'write-test': 'Write test',
+  'move-test': 'Move test',
 };
 
 const fields = {
-  resolution: 'Resolution', frameRate: 'Frame rate', quality: 'Quality', keyFrameInterval: 'Key frame interval',
-  bitRate: 'Bit rate', bitRateControl: 'Bit rate control', brightness: 'Brightness', sharpness: 'Sharpness',
-  saturation: 'Saturation', whiteBalance: 'White balance', backLight: 'Back light', focus: 'Focus',
-  autoFocus: 'Auto focus', wideDynamicRange: 'Wide dynamic range',
+  resolution: 'Resolution',
+  frameRate: 'Frame rate',
+  quality: 'Quality',
+  keyFrameInterval: 'Key frame interval',
+  bitRate: 'Bit rate',
+  bitRateControl: 'Bit rate control',
+  brightness: 'Brightness',
+  sharpness: 'Sharpness',
+  saturation: 'Saturation',
+  whiteBalance: 'White balance',
+  backLight: 'Back light',
+  focus: 'Focus',
+  autoFocus: 'Auto focus',
+  wideDynamicRange: 'Wide dynamic range',
 };
 
-const units = { frameRate: 'frames/s', bitRate: 'kbit/s', keyFrameInterval: 'frames' };
+const units = {
+  frameRate: 'frames/s',
+  bitRate: 'kbit/s',
+  keyFrameInterval: 'frames'
+};
 
 export const texts = {
   states, causes, phases, checks, fields, units,
@@ -295,7 +341,7 @@ export const texts = {
     clear: 'Show all',
     allWell: 'Every camera works.',
     attention: number => `${count(number, 'camera needs', 'cameras need')} attention`,
-    announce: (name, state, cause) => `${name}: ${state}${cause ? `. ${cause}` : ''}`,
+    announce: (name, state, cause) => `${name}: ${state}` + (cause ? `. ${cause}` : ''),
     drift: number => `${count(number, 'difference', 'differences')} from the wish`,
     driftFault: 'Wish not compared',
     ignored: number => `${number} ignored`,
@@ -442,7 +488,7 @@ export const texts = {
     call: 'Call', calling: 'Calling …',
     mayNot: 'Your role may not call this: it changes something.',
     noArguments: 'It takes no arguments.',
-    answer: 'Answer', success: 'Success', failed: (code, text) => `Failed (code ${code})${text ? `: ${text}` : ''}`,
+    answer: 'Answer', success: 'Success', failed: (code, text) => `Failed (code ${code})` + (text ? `: ${text}` : ''),
     values: 'Values', result: 'Result', record: 'Record', took: 'took', noValues: 'no values',
     form: form => `Form: ${form}`,
     value: number => `value ${number + 1}`,
@@ -486,4 +532,4 @@ export function checkText(check) {
 }
 
 export const placeText = of =>
-  of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.drift.adjustments;
+    of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.drift.adjustments;

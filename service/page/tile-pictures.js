@@ -1,23 +1,27 @@
 // The small pictures of the cameras on the screen, one each two seconds, and none while nobody can see them.
 
-import { fetchPicture, forgetPicture, showPicture } from './pictures.js';
+import {fetchPicture, forgetPicture, showPicture} from './pictures.js';
 
 const period = 2000;
 const pauseAfterFailure = 10000;
 const firstWait = 400;
 
 export class TilePictures {
-  constructor({ fetch = fetchPicture, now = () => Date.now(), setTimer = (action, pause) => setTimeout(action, pause) } = {}) {
+  constructor({
+    fetch = fetchPicture,
+    now = () => Date.now(),
+    setTimer = (action, pause) => setTimeout(action, pause)
+  } = {}) {
     this.fetch = fetch;
     this.now = now;
     this.setTimer = setTimer;
-    this.tiles = new Map(); // by camera: {image, number, due, told}
+    this.tiles = new Map();  // by camera: {image, number, due, told}
     this.isRunning = false;
   }
 
   // `told(state)` hears 'shown' or 'none'.
   watch(name, image, told) {
-    this.tiles.set(name, { image, told, number: 0, due: 0, isBusy: false, abort: new AbortController() });
+    this.tiles.set(name, {image, told, number: 0, due: 0, isBusy: false, abort: new AbortController()});
     this.wake();
   }
 
@@ -58,7 +62,8 @@ export class TilePictures {
     tile.due = this.now() + period;
     try {
       const wait = tile.number ? 0 : firstWait;
-      const picture = await this.fetch(name, { kind: 'tile', after: tile.number, wait, signal: tile.abort.signal });
+      const picture =
+          await this.fetch(name, {kind: 'tile', after: tile.number, wait, signal: tile.abort.signal});
       if (picture)
         await this.show(name, tile, picture);
     } catch (error) {

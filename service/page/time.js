@@ -13,10 +13,10 @@ export function spanText(milliseconds) {
     return `${Math.floor(span / minute)} min`;
   if (span < day) {
     const minutes = Math.floor((span % hour) / minute);
-    return `${Math.floor(span / hour)} h${minutes ? ` ${minutes} min` : ''}`;
+    return `${Math.floor(span / hour)} h` + (minutes ? ` ${minutes} min` : '');
   }
   const hours = Math.floor((span % day) / hour);
-  return `${Math.floor(span / day)} d${hours && span < 10 * day ? ` ${hours} h` : ''}`;
+  return `${Math.floor(span / day)} d` + (hours && span < 10 * day ? ` ${hours} h` : '');
 }
 
 // A picture's age: tenths matter while it is young.
@@ -70,13 +70,9 @@ export class ServiceClock {
       this.ahead = this.ahead === null ? ahead : Math.max(this.ahead, ahead);
   }
 
-  now() {
-    return this.localNow() + (this.ahead ?? 0);
-  }
+  now() { return this.localNow() + (this.ahead ?? 0); }
 
-  age(serviceTime) {
-    return Math.max(0, this.now() - Date.parse(serviceTime));
-  }
+  age(serviceTime) { return Math.max(0, this.now() - Date.parse(serviceTime)); }
 }
 
 export const clock = new ServiceClock();

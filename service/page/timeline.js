@@ -2,25 +2,29 @@
 
 export const hour = 3600000;
 
-const opposite = { active: 'inactive', inactive: 'active' };
+const opposite = {
+  active: 'inactive',
+  inactive: 'active'
+};
 
 // Before the first change the level was the other one; without any change it is what it is now.
 export function spansOf(changes, now, level, length = hour) {
   const begin = now - length;
-  const inside = changes.map(({ time, state }) => ({ at: Date.parse(time), state }))
-    .filter(({ at }) => at <= now).sort((one, other) => one.at - other.at);
-  const before = inside.filter(({ at }) => at <= begin).pop();
-  const later = inside.filter(({ at }) => at > begin);
+  const inside = changes.map(({time, state}) => ({at: Date.parse(time), state}))
+                     .filter(({at}) => at <= now)
+                     .sort((one, other) => one.at - other.at);
+  const before = inside.filter(({at}) => at <= begin).pop();
+  const later = inside.filter(({at}) => at > begin);
   const first = before?.state ?? (later.length > 0 ? opposite[later[0].state] ?? 'unknown' : level);
-  const marks = [{ at: begin, state: first }, ...later];
+  const marks = [{at: begin, state: first}, ...later];
   const spans = [];
-  marks.forEach(({ at, state }, index) => {
+  marks.forEach(({at, state}, index) => {
     const to = marks[index + 1]?.at ?? now;
     const last = spans[spans.length - 1];
     if (last?.state === state)
       last.to = to;
     else if (to > at)
-      spans.push({ from: at, to, state });
+      spans.push({from: at, to, state});
   });
   return spans;
 }
@@ -29,8 +33,8 @@ export function spansOf(changes, now, level, length = hour) {
 export function barsOf(spans, now, width, length = hour, least = 1.5) {
   const scale = width / length;
   const begin = now - length;
-  return spans.filter(({ state }) => state === 'active').map(({ from, to }) => {
+  return spans.filter(({state}) => state === 'active').map(({from, to}) => {
     const size = Math.max(least, (to - from) * scale);
-    return { x: Math.min(width - size, (from - begin) * scale), width: size };
+    return {x: Math.min(width - size, (from - begin) * scale), width: size};
   });
 }

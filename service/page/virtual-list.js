@@ -1,19 +1,19 @@
 // Which cells of a long list are to be drawn: those on the screen, and a few beside them.
 
-export function gridOf({ width, count, cellWidth, cellHeight }) {
+export function gridOf({width, count, cellWidth, cellHeight}) {
   const columns = Math.max(1, cellWidth ? Math.floor(width / cellWidth) : 1);
   const rows = Math.ceil(count / columns);
-  return { columns, rows, height: rows * cellHeight, cellHeight, cellWidth: width / columns, count };
+  return {columns, rows, height: rows * cellHeight, cellHeight, cellWidth: width / columns, count};
 }
 
 // `top` is how far the list's beginning has been scrolled above the window's.
 export function visibleRange(grid, top, height, spareRows = 2) {
   const firstRow = Math.floor(top / grid.cellHeight) - spareRows;
   const endRow = Math.ceil((top + height) / grid.cellHeight) + spareRows;
-  const row = wanted => Math.min(grid.rows, Math.max(0, wanted));
+  const cell = row => Math.min(grid.count, Math.max(0, row) * grid.columns);
   return {
-    first: Math.min(grid.count, row(firstRow) * grid.columns),
-    end: Math.min(grid.count, row(endRow) * grid.columns),
+    first: cell(firstRow),
+    end: cell(endRow),
   };
 }
 
@@ -25,9 +25,12 @@ export function placeOf(grid, index) {
 }
 
 const steps = grid => ({
-  ArrowDown: grid.columns, ArrowUp: -grid.columns,
-  ArrowRight: grid.columns > 1 ? 1 : 0, ArrowLeft: grid.columns > 1 ? -1 : 0,
-  PageDown: grid.columns * 8, PageUp: grid.columns * -8,
+  ArrowDown: grid.columns,
+  ArrowUp: -grid.columns,
+  ArrowRight: grid.columns > 1 ? 1 : 0,
+  ArrowLeft: grid.columns > 1 ? -1 : 0,
+  PageDown: grid.columns * 8,
+  PageUp: grid.columns * -8,
 });
 
 // Where a key leads from a cell; null where it leads nowhere.

@@ -1,15 +1,18 @@
 // What must hold of the page's files as they are served, and of its requests.
 
 import assert from 'node:assert/strict';
-import { readFileSync, readdirSync } from 'node:fs';
-import { test } from 'node:test';
-import { ApiError, get, onUnauthorized, request } from '../../service/page/api.js';
-import { withPictureSlot } from '../../service/page/picture-slots.js';
-import { routeOf } from '../../service/page/route.js';
-import { tokenOf } from '../../service/page/session.js';
+import {readdirSync, readFileSync} from 'node:fs';
+import {test} from 'node:test';
+
+import {ApiError, get, onUnauthorized, request} from '../../service/page/api.js';
+import {withPictureSlot} from '../../service/page/picture-slots.js';
+import {routeOf} from '../../service/page/route.js';
+import {tokenOf} from '../../service/page/session.js';
 
 const folder = new URL('../../service/page/', import.meta.url);
-const files = new Map(readdirSync(folder).filter(name => !name.startsWith('.')).map(name => [name, readFileSync(new URL(name, folder), 'utf8')]));
+const files = new Map(readdirSync(
+    folder).filter(name => !name.startsWith('.'))
+                          .map(name => [name, readFileSync(new URL(name, folder), 'utf8')]));
 const most = 200000;
 
 test('all together are under 200 kB', () => {
@@ -21,7 +24,9 @@ test('nothing that the content security policy forbids, and no other host', () =
   for (const [name, text] of files) {
     const hosts = text.match(/\bhttps?:\/\/[a-z0-9.]+/g) ?? [];
     assert.deepEqual(hosts.filter(host => host !== 'http://www.w3.org'), [], name);
-    assert.doesNotMatch(text, /innerHTML|outerHTML|insertAdjacentHTML|document\.write|\beval\(|new Function|setAttribute\('style'/, name);
+    assert.doesNotMatch(text,
+        /innerHTML|outerHTML|insertAdjacentHTML|document\.write|\beval\(|new Function|setAttribute\('style'/,
+        name);
     if (name.endsWith('.css'))
       assert.doesNotMatch(text, /url\(|@import/, name);
   }
@@ -35,8 +40,8 @@ test('every module that is imported is there', () => {
 });
 
 test('addresses', () => {
-  assert.deepEqual(routeOf('#/camera/a%2Fb%20c/doctor'), { name: 'a/b c', tab: 'doctor' });
-  assert.deepEqual(routeOf('#/camera/gate'), { name: 'gate', tab: undefined });
+  assert.deepEqual(routeOf('#/camera/a%2Fb%20c/doctor'), {name: 'a/b c', tab: 'doctor'});
+  assert.deepEqual(routeOf('#/camera/gate'), {name: 'gate', tab: undefined});
   for (const hash of ['', '#/', '#/camera/', '#main', '#/camera/%E0%A4%A'])
     assert.deepEqual(routeOf(hash), {}, hash);
   assert.equal(tokenOf('#token=aB-_9'), 'aB-_9');
@@ -52,27 +57,33 @@ function serve(...answers) {
     if (answer instanceof Error)
       throw answer;
     return new Response(answer.status === 204 ? null : JSON.stringify(answer.body), {
-      status: answer.status, headers: { 'Content-Type': answer.status >= 400 ? 'application/problem+json' : 'application/json' },
+      status: answer.status,
+      headers: {'Content-Type': answer.status >= 400 ? 'application/problem+json' : 'application/json'},
     });
   };
   return asked;
 }
 
 test('an expired session: a new log-in, and the same request again with what was typed', async () => {
-  const asked = serve({ status: 401, body: {} }, { status: 200, body: { is: '60' } });
+  const asked = serve({status: 401, body: {}}, {status: 200, body: {is: '60'}});
   let renewals = 0;
-  onUnauthorized(async () => { renewals += 1; });
-  assert.deepEqual(await request('PATCH', '/cameras/gate/adjustments', { brightness: '60' }), { is: '60' });
+  onUnauthorized(async () => {
+    renewals += 1;
+  });
+  assert.deepEqual(await request('PATCH', '/cameras/gate/adjustments', {brightness: '60'}), {is: '60'});
   assert.equal(renewals, 1);
   assert.equal(asked[0], 'PATCH /api/v1/cameras/gate/adjustments {"brightness":"60"}');
   assert.equal(asked[1], asked[0]);
 });
 
 test('a move is never sent again after a log-in', async () => {
-  const asked = serve({ status: 401, body: { title: 'Unauthorized' } });
+  const asked = serve({status: 401, body: {title: 'Unauthorized'}});
   let renewals = 0;
-  onUnauthorized(async () => { renewals += 1; });
-  await assert.rejects(request('POST', '/cameras/gate/move', {}, { once: true }), error => error.status === 401);
+  onUnauthorized(async () => {
+    renewals += 1;
+  });
+  await assert.rejects(
+      request('POST', '/cameras/gate/move', {}, {once: true}), error => error.status === 401);
   assert.deepEqual([asked.length, renewals], [1, 1]);
 });
 
@@ -81,19 +92,26 @@ test('who is refused late, after somebody has logged in, is not asked for a toke
   let renewals = 0;
   onUnauthorized(() => {
     renewals += 1;
-    return new Promise(resolve => { logIn = resolve; });
+    return new Promise(resolve => {
+      logIn = resolve;
+    });
   });
   const late = {};
   let calls = 0;
   globalThis.fetch = () => {
     calls += 1;
     if (calls === 2)
-      return new Promise(resolve => { late.answer = () => resolve(new Response('{}', { status: 401 })); });
-    return Promise.resolve(new Response('{}', { status: calls === 1 ? 401 : 200, headers: { 'Content-Type': 'application/json' } }));
+      return new Promise(resolve => {
+        late.answer = () => resolve(new Response('{}', {status: 401}));
+      });
+    return Promise.resolve(
+        new Response('{}', {status: calls === 1 ? 401 : 200, headers: {'Content-Type': 'application/json'}}));
   };
   const first = get('/a');
   const second = get('/b');
-  await new Promise(resolve => { setImmediate(resolve); });
+  await new Promise(resolve => {
+    setImmediate(resolve);
+  });
   logIn();
   await first;
   late.answer();
@@ -102,19 +120,26 @@ test('who is refused late, after somebody has logged in, is not asked for a toke
 });
 
 test('failures keep what the service says of them', async () => {
-  serve({ status: 409, body: { detail: 'held', holder: 'front desk', results: [1], problem: { cause: 'not-accepted' } } }, new TypeError('fetch failed'));
-  await assert.rejects(get('/x'), error => error instanceof ApiError && error.status === 409 && error.holder === 'front desk' &&
-    error.message === 'held' && error.problem.cause === 'not-accepted' && error.results.length === 1);
+  serve({
+    status: 409,
+    body: {detail: 'held', holder: 'front desk', results: [1], problem: {cause: 'not-accepted'}}
+  },
+      new TypeError('fetch failed'));
+  await assert.rejects(get('/x'),
+      error => error instanceof ApiError && error.status === 409 && error.holder === 'front desk' &&
+          error.message === 'held' && error.problem.cause === 'not-accepted' && error.results.length === 1);
   await assert.rejects(get('/x'), error => error.isAway);
 });
 
 test('small pictures use two connections, however many there are', async () => {
   let running = 0;
   let highest = 0;
-  await Promise.all(Array.from({ length: 16 }, () => withPictureSlot('tile', async () => {
+  await Promise.all(Array.from({length: 16}, () => withPictureSlot('tile', async () => {
     running += 1;
     highest = Math.max(highest, running);
-    await new Promise(resolve => { setImmediate(resolve); });
+    await new Promise(resolve => {
+      setImmediate(resolve);
+    });
     running -= 1;
   }, undefined)));
   assert.equal(highest, 2);

@@ -1,10 +1,11 @@
 // What the page says: every cause, check and field has words, and times read as they should.
 
 import assert from 'node:assert/strict';
-import { readFileSync } from 'node:fs';
-import { test } from 'node:test';
-import { adviceText, causeText, checkText, placeText, texts } from '../../service/page/texts.js';
-import { ServiceClock, ageText, millisecondsText, momentText, spanText } from '../../service/page/time.js';
+import {readFileSync} from 'node:fs';
+import {test} from 'node:test';
+
+import {adviceText, causeText, checkText, placeText, texts} from '../../service/page/texts.js';
+import {ageText, millisecondsText, momentText, ServiceClock, spanText} from '../../service/page/time.js';
 
 const schema = name => JSON.parse(readFileSync(new URL(`../../docs/schemas/${name}.json`, import.meta.url)));
 const problemSchema = schema('parts/problem').$defs;
@@ -17,7 +18,9 @@ test('every cause and phase that the product tells has words here, and no other'
 });
 
 test('every check of the doctor and every adjustment has a name', () => {
-  const kinds = schema('doctor').$defs.check.pattern.replace(/\(:[^)]*(\([^)]*\)[^)]*)?\)\?/g, '').match(/[a-z]+(-[a-z]+)*/g);
+  const kinds = schema(
+      'doctor').$defs.check.pattern.replace(/\(:[^)]*(\([^)]*\)[^)]*)?\)\?/g, '')
+                    .match(/[a-z]+(-[a-z]+)*/g);
   assert.ok(kinds.includes('write-test') && kinds.includes('address'));
   for (const kind of kinds)
     assert.ok(texts.checks[kind], `the check ${kind} has no name`);
@@ -34,19 +37,26 @@ test('inputs are counted from one for people, and streams are told in words', ()
 });
 
 test('what is not certain is hedged, and an unknown cause keeps the service\'s advice', () => {
-  assert.equal(causeText({ cause: 'busy', certain: true }), 'The camera says that it is busy');
-  assert.equal(causeText({ cause: 'busy', certain: false }), 'Probably: the camera says that it is busy');
-  assert.match(causeText({ cause: 'brand-new', certain: true }), /brand-new/);
-  assert.equal(adviceText({ cause: 'brand-new', try: 'do this' }), 'do this');
+  assert.equal(causeText({cause: 'busy', certain: true}), 'The camera says that it is busy');
+  assert.equal(causeText({cause: 'busy', certain: false}), 'Probably: the camera says that it is busy');
+  assert.match(causeText({cause: 'brand-new', certain: true}), /brand-new/);
+  assert.equal(adviceText({
+    cause: 'brand-new', try:
+      'do this'
+  }),
+      'do this');
 });
 
 test('spans, ages and durations', () => {
-  const spans = [[-5, '0 s'], [59999, '59 s'], [60000, '1 min'], [3599999, '59 min'], [3600000, '1 h'], [5400000, '1 h 30 min'],
-    [86400000, '1 d'], [93600000, '1 d 2 h'], [950400000, '11 d']];
+  const spans = [
+    [-5, '0 s'], [59999, '59 s'], [60000, '1 min'], [3599999, '59 min'], [3600000, '1 h'],
+    [5400000, '1 h 30 min'], [86400000, '1 d'], [93600000, '1 d 2 h'], [950400000, '11 d']
+  ];
   for (const [span, text] of spans)
     assert.equal(spanText(span), text);
   assert.deepEqual([ageText(-3), ageText(1949), ageText(61000)], ['0.0 s', '1.9 s', '1 min']);
-  assert.deepEqual([0.46, 9.94, 12.6, 999, 1500, 12000].map(millisecondsText), ['0.5 ms', '9.9 ms', '13 ms', '999 ms', '1.5 s', '12 s']);
+  assert.deepEqual([0.46, 9.94, 12.6, 999, 1500, 12000].map(millisecondsText),
+      ['0.5 ms', '9.9 ms', '13 ms', '999 ms', '1.5 s', '12 s']);
 });
 
 test('a moment of today has no date', () => {
