@@ -75,7 +75,8 @@ function drawHeader() {
 
 function drawSession(who) {
   replace(document.querySelector('#session'), who && [
-    h('span', {class: 'session-name'}, texts.session.as(who.name, texts.session.roles[who.role] ?? who.role)),
+    h('span', {class: 'session-name'},
+        texts.session.who(who.name, texts.session.roles[who.role] ?? who.role)),
     h('button', {type: 'button', class: 'small', on: {click: endSession}}, texts.session.logOut),
   ]);
 }

@@ -60,7 +60,7 @@ class SettingsGroup {
         h('thead', {},
             h('tr', {}, [head.setting, head.now].map(text => h('th', {scope: 'col'}, text)),
                 h('th', {scope: 'col', data: {needs: 'operate'}}, head.wanted),
-                [head.default, head.may, head.wish].map(text => h('th', {scope: 'col'}, text)))),
+                [head.standard, head.may, head.wish].map(text => h('th', {scope: 'col'}, text)))),
         this.body);
   }
 
@@ -95,7 +95,7 @@ class SettingsGroup {
                                            texts.settings.unreadable(row.unreadable),
             this.outcome(row.field)),
         cell(head.wanted, {data: {needs: 'operate'}}, this.control(row)),
-        cell(head.default, {class: 'number'}, standard, this.defaultButton(row)),
+        cell(head.standard, {class: 'number'}, standard, this.defaultButton(row)),
         cell(head.may, {class: 'range'}, rangeText(row.range)),
         cell(head.wish, {class: 'number'}, this.wishOf(row)));
   }
