@@ -34,7 +34,7 @@ async function answerOf(response) {
 
 function initOf(method, body, {headers = {}, ...rest}) {
   const init =
-      {method, headers: {Accept: 'application/json', ...headers}, credentials: 'same-origin', ...rest};
+    {method, headers: {Accept: 'application/json', ...headers}, credentials: 'same-origin', ...rest};
   // Wanted also of a change without a body: a form of another site cannot send it.
   if (method !== 'GET')
     init.headers['Content-Type'] = 'application/json';
@@ -71,7 +71,7 @@ export async function send(method, path, body, {once = false, ...options} = {}) 
 
 export async function errorOf(response) {
   return new ApiError(
-      response.status, (await answerOf(response).catch(() => null)) ?? {title: response.statusText});
+    response.status, (await answerOf(response).catch(() => null)) ?? {title: response.statusText});
 }
 
 export async function request(method, path, body, options) {

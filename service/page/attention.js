@@ -12,7 +12,7 @@ const quietRank = 5;
 
 export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
 export const activeInputs = camera =>
-    (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
+  (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
 
 export function attentionRank(camera) {
   if (camera.state in ranks)
@@ -23,7 +23,7 @@ export function attentionRank(camera) {
 }
 
 export const needsAttention = camera =>
-    camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
+  camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
 
 const byName = (one, other) => collator.compare(one.name, other.name);
 const bySince = (one, other) => (other.since ?? '').localeCompare(one.since ?? '');
@@ -32,7 +32,7 @@ const bySince = (one, other) => (other.since ?? '').localeCompare(one.since ?? '
 // does not.
 const orders = {
   attention: (one, other) =>
-      attentionRank(one) - attentionRank(other) || bySinceOfTroubled(one, other) || byName(one, other),
+    attentionRank(one) - attentionRank(other) || bySinceOfTroubled(one, other) || byName(one, other),
   name: byName,
   since: (one, other) => bySince(one, other) || byName(one, other),
   file: null,
@@ -54,7 +54,7 @@ function haystack(camera, causeText) {
     camera.name, camera.address, camera.model, camera.serialNumber, camera.firmware, cause,
     ...(camera.tags ?? [])
   ].join('\n')
-      .toLowerCase();
+    .toLowerCase();
 }
 
 export function matches(camera, {words = '', state = '', tag = ''}, causeText = problem => problem.cause) {

@@ -7,14 +7,14 @@ const takesOut = /^(rebootDevice|resetToFactoryDefaults)$|reboot|factory/i;
 const forms = {
   number: {type: 'text', inputmode: 'numeric', pattern: wholeNumber},
   'channel,codec,stream':
-      {type: 'text', pattern: '[0-9]+,(h264|mpeg4|mjpeg),[0-9]+', placeholder: '0,h264,0'},
+    {type: 'text', pattern: '[0-9]+,(h264|mpeg4|mjpeg),[0-9]+', placeholder: '0,h264,0'},
   'stream,codec': {type: 'text', placeholder: '0,0'},
   'field=value;...': {type: 'text', placeholder: 'frameRate=15;resolution=640x360'},
   text: {type: 'text'},
 };
 
 export const controlOf = ({form}) =>
-    form === 'codec' ? {choices: codecs} : forms[form] ?? {type: 'text', placeholder: form};
+  form === 'codec' ? {choices: codecs} : forms[form] ?? {type: 'text', placeholder: form};
 
 export const isDangerous = ({operation}) => takesOut.test(operation);
 
@@ -23,11 +23,11 @@ export const isDangerous = ({operation}) => takesOut.test(operation);
 export function findOperations(operations, words, mayWrite) {
   const wanted = words.toLowerCase().split(/\s+/).filter(Boolean);
   return operations.map((operation, index) => ({...operation, index}))
-      .filter(({writes}) => mayWrite || !writes)
-      .filter(({operation, does}) => {
-        const text = `${operation} ${does}`.toLowerCase();
-        return wanted.every(word => text.includes(word));
-      });
+    .filter(({writes}) => mayWrite || !writes)
+    .filter(({operation, does}) => {
+      const text = `${operation} ${does}`.toLowerCase();
+      return wanted.every(word => text.includes(word));
+    });
 }
 
 // Each value beside the name that the operation gives it; of a list there are more values than names.

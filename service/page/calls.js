@@ -25,11 +25,11 @@ function argumentField({name, form, takes}, keep) {
   return {
     control,
     element: h('div', {class: 'argument'},
-        h('label',
-            { for: id
-            },
-            name),
-        control, h('p', {id: `${id}-help`, class: 'hint'}, `${takes}. ${texts.calls.form(form)}`))
+      h('label',
+        { for: id
+        },
+        name),
+      control, h('p', {id: `${id}-help`, class: 'hint'}, `${takes}. ${texts.calls.form(form)}`))
   };
 }
 
@@ -43,15 +43,14 @@ function answerItem(operation, answer) {
     ...Object.entries(record ?? {}).map(([name, value]) => ({name, value}))
   ];
   return h('li', {class: 'answer'},
-      h('div', {class: 'answer-head'}, badge(isGood ? 'ok' : 'fault', told),
-          h('code', {}, [operation.operation, ...answer.arguments ?? []].join(' ')),
-          ms !== undefined && h('span', {class: 'number hint'}, millisecondsText(ms))),
-      rows.length > 0 &&
-          h('dl', {class: 'values'},
-              rows.map(
-                  ({name, value}) => [h('dt', {}, name),
-                      h('dd', {class: 'code'}, Array.isArray(value) ? value.join(', ') : String(value))])),
-      problem && problemPanel(problem));
+    h('div', {class: 'answer-head'}, badge(isGood ? 'ok' : 'fault', told),
+      h('code', {}, [operation.operation, ...answer.arguments ?? []].join(' ')),
+      ms !== undefined && h('span', {class: 'number hint'}, millisecondsText(ms))),
+    rows.length > 0 &&
+      h('dl', {class: 'values'},
+        rows.map(({name, value}) => [h('dt', {}, name),
+                   h('dd', {class: 'code'}, Array.isArray(value) ? value.join(', ') : String(value))])),
+    problem && problemPanel(problem));
 }
 
 export class Calls {
@@ -59,19 +58,19 @@ export class Calls {
     Object.assign(this, {name, operations});
     this.typed = new Map();
     this.find = h('input',
-        {type: 'search', autocomplete: 'off', spellcheck: 'false', on: {input: () => this.drawChoices()}});
+      {type: 'search', autocomplete: 'off', spellcheck: 'false', on: {input: () => this.drawChoices()}});
     this.choices = h('select',
-        {size: 8, class: 'operations', 'aria-label': texts.calls.operation, on: {change: () => this.pick()}});
+      {size: 8, class: 'operations', 'aria-label': texts.calls.operation, on: {change: () => this.pick()}});
     this.found = h('p', {class: 'hint', role: 'status'});
     this.form = h('form', {class: 'call-form', on: {submit: event => this.submit(event)}},
-        h('p', {class: 'empty'}, texts.calls.pick));
+      h('p', {class: 'empty'}, texts.calls.pick));
     this.answers = h('ol', {class: 'answers', 'aria-live': 'polite'});
     this.element = h('div', {class: 'calls'}, h('p', {class: 'intro'}, texts.calls.intro),
-        h('div', {class: 'call-desk'},
-            h('div', {}, h('label', {class: 'field'}, h('span', {}, texts.calls.find), this.find), this.found,
-                this.choices),
-            this.form),
-        this.answers);
+      h('div', {class: 'call-desk'},
+        h('div', {}, h('label', {class: 'field'}, h('span', {}, texts.calls.find), this.find), this.found,
+          this.choices),
+        this.form),
+      this.answers);
     this.drawChoices();
   }
 
@@ -80,7 +79,7 @@ export class Calls {
     const found = findOperations(this.operations, this.find.value, may('operate'));
     setText(this.found, texts.calls.found(found.length));
     replace(this.choices,
-        found.map(({operation, index, does}) => h('option', {value: String(index), title: does}, operation)));
+      found.map(({operation, index, does}) => h('option', {value: String(index), title: does}, operation)));
     this.choices.value = chosen;
   }
 
@@ -93,12 +92,12 @@ export class Calls {
     this.button = h('button', {type: 'submit', class: 'primary'}, texts.calls.call);
     this.question = h('div', {hidden: true});
     replace(this.form, h('h3', {class: 'code'}, operation.operation), h('p', {}, operation.does),
-        h('p', {},
-            badge(operation.writes ? 'warning' : 'skipped',
-                operation.writes ? texts.calls.writes : texts.calls.reads)),
-        this.fields.map(({element}) => element),
-        this.fields.length === 0 && h('p', {class: 'hint'}, texts.calls.noArguments),
-        h('div', {class: 'actions'}, this.button), this.question);
+      h('p', {},
+        badge(operation.writes ? 'warning' : 'skipped',
+          operation.writes ? texts.calls.writes : texts.calls.reads)),
+      this.fields.map(({element}) => element),
+      this.fields.length === 0 && h('p', {class: 'hint'}, texts.calls.noArguments),
+      h('div', {class: 'actions'}, this.button), this.question);
   }
 
   submit(event) {
@@ -119,8 +118,8 @@ export class Calls {
         this.call();
     };
     replace(this.question,
-        notice('warning', texts.calls.dangerous,
-            {[texts.calls.leave]: answer(false), [texts.calls.really]: answer(true)}));
+      notice('warning', texts.calls.dangerous,
+        {[texts.calls.leave]: answer(false), [texts.calls.really]: answer(true)}));
     this.question.hidden = false;
     this.question.querySelector('button').focus();
   }
@@ -132,7 +131,7 @@ export class Calls {
     setText(button, texts.calls.calling);
     try {
       const answer =
-          await post(cameraPath(this.name, '/calls'), {operation: operation.operation, arguments: values});
+        await post(cameraPath(this.name, '/calls'), {operation: operation.operation, arguments: values});
       this.tell(answerItem(operation, answer));
     } catch (error) {
       const hasAnswer = error instanceof ApiError && error.answer.error;

@@ -27,7 +27,7 @@ export const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
 
 function factList(camera) {
   const facts = ['address', 'model', 'serialNumber', 'firmware'].map(
-      key => [texts.camera[key], camera[key] || texts.camera.unknownFact]);
+    key => [texts.camera[key], camera[key] || texts.camera.unknownFact]);
   if (camera.tags?.length)
     facts.push([texts.camera.tags, camera.tags.join(', ')]);
   return facts.map(([label, value]) => h('div', {}, h('dt', {}, label), h('dd', {}, value)));
@@ -47,12 +47,12 @@ export class CameraView {
     this.headPlace = h('div');
     this.back = h('a', {class: 'back', href: '#/'}, `← ${texts.camera.back}`);
     this.element = h('article', {class: 'camera'}, this.back,
-        h('header', {class: 'camera-head'},
-            h('div', {class: 'camera-name'}, this.heading, this.state, this.since), this.facts),
-        this.failure, this.problem,
-        h('div', {class: 'camera-desk'},
-            h('div', {class: 'camera-look'}, this.picture.element, this.headPlace, this.inputs.element),
-            this.tabs.element));
+      h('header', {class: 'camera-head'},
+        h('div', {class: 'camera-name'}, this.heading, this.state, this.since), this.facts),
+      this.failure, this.problem,
+      h('div', {class: 'camera-desk'},
+        h('div', {class: 'camera-look'}, this.picture.element, this.headPlace, this.inputs.element),
+        this.tabs.element));
     this.listen();
     this.renew();
     this.load();
@@ -68,7 +68,7 @@ export class CameraView {
     this.inputs = new Inputs();
     this.history = new History();
     this.settings = new Settings(name, renewCamera);
-    this.drift = new Drift(name, renewCamera, this.store.site?.wishWritable ?? false);
+    this.drift = new Drift(name, renewCamera, () => this.store.site?.wishWritable ?? false);
     this.doctor = new Doctor(name);
     const make = {
       settings: () => this.settings,
@@ -79,13 +79,13 @@ export class CameraView {
       calls: () => this.callsPanel(),
     };
     this.tabs = new Tabs(texts.camera.sections,
-        tabIds.map(id => ({id, title: texts.camera.tabs[id], make: make[id]})), id => this.go(name, id));
+      tabIds.map(id => ({id, title: texts.camera.tabs[id], make: make[id]})), id => this.go(name, id));
   }
 
   callsPanel() {
     const element = h('div', {}, h('p', {class: 'empty'}, texts.loading));
     const load = () => operations().then(known => replace(element, new Calls(this.name, known).element),
-        error => replace(element, errorNotice(error, {[texts.retry]: load})));
+      error => replace(element, errorNotice(error, {[texts.retry]: load})));
     load();
     return {element};
   }
@@ -196,11 +196,11 @@ export class CameraView {
     if (text === this.problemShown)
       return;
     this.problemShown = text;
-    const examine = h('button', {type: 'button', class: 'primary', on: {click: () => this.examine()}},
-        texts.problem.examine);
+    const examine = h(
+      'button', {type: 'button', class: 'primary', on: {click: () => this.examine()}}, texts.problem.examine);
     replace(this.problem,
-        problem &&
-            problemPanel(problem, {kind: state === 'degraded' ? 'warning' : 'fault', actions: [examine]}));
+      problem &&
+        problemPanel(problem, {kind: state === 'degraded' ? 'warning' : 'fault', actions: [examine]}));
   }
 
   examine() {

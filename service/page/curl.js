@@ -5,11 +5,11 @@ const mask = '***';
 
 function maskPairs(text) {
   return text.split('&')
-      .map(pair => {
-        const [key, ...rest] = pair.split('=');
-        return rest.length > 0 && secretKeys.test(key) ? `${key}=${mask}` : pair;
-      })
-      .join('&');
+    .map(pair => {
+      const [key, ...rest] = pair.split('=');
+      return rest.length > 0 && secretKeys.test(key) ? `${key}=${mask}` : pair;
+    })
+    .join('&');
 }
 
 export function maskSecrets(text) {

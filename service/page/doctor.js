@@ -16,7 +16,7 @@ const weights = {
   skipped: 3
 };
 export const byWeight =
-    checks => [...checks].sort((one, other) => weights[one.result] - weights[other.result]);
+  checks => [...checks].sort((one, other) => weights[one.result] - weights[other.result]);
 
 function checkItem({check, result, ms, problem, because}, root) {
   const isRoot = result === 'fault' && problem?.cause === root;
@@ -31,7 +31,7 @@ function checkItem({check, result, ms, problem, because}, root) {
   if (!problem)
     return h('li', {class: 'check', data: {result}}, h('div', {class: 'check-line'}, line));
   return h('li', {class: 'check', data: {result}},
-      h('details', {open: isRoot}, h('summary', {class: 'check-line'}, line), problemDetails(problem)));
+    h('details', {open: isRoot}, h('summary', {class: 'check-line'}, line), problemDetails(problem)));
 }
 
 export class Doctor {
@@ -39,9 +39,9 @@ export class Doctor {
     this.name = name;
     this.checks = [];
     this.button =
-        h('button', {type: 'button', class: 'primary', on: {click: () => this.run()}}, texts.doctor.run);
-    this.stopButton = h(
-        'button', {type: 'button', hidden: true, on: {click: () => this.abort?.abort()}}, texts.doctor.stop);
+      h('button', {type: 'button', class: 'primary', on: {click: () => this.run()}}, texts.doctor.run);
+    this.stopButton =
+      h('button', {type: 'button', hidden: true, on: {click: () => this.abort?.abort()}}, texts.doctor.stop);
     this.bundle = h('input', {type: 'checkbox', id: 'doctor-bundle'});
     this.download = h('a', {
       class: 'button',
@@ -49,15 +49,15 @@ export class Doctor {
       download: `${name}-doctor.tar.gz`,
       hidden: true,
     },
-        texts.doctor.download);
+      texts.doctor.download);
     this.status = h('p', {class: 'doctor-status', role: 'status'});
     this.verdict = h('div', {'aria-live': 'polite'});
     this.list = h('ol', {class: 'checks'});
     this.element = h('div', {class: 'doctor'}, h('p', {class: 'intro'}, texts.doctor.intro),
-        h('div', {class: 'actions'}, this.button, this.stopButton,
-            h('label', {class: 'check-field'}, this.bundle, h('span', {}, texts.doctor.bundle)),
-            this.download, this.status),
-        h('p', {class: 'hint'}, texts.doctor.bundleHint), this.verdict, this.list);
+      h('div', {class: 'actions'}, this.button, this.stopButton,
+        h('label', {class: 'check-field'}, this.bundle, h('span', {}, texts.doctor.bundle)), this.download,
+        this.status),
+      h('p', {class: 'hint'}, texts.doctor.bundleHint), this.verdict, this.list);
   }
 
   async run() {
@@ -65,10 +65,10 @@ export class Doctor {
     const withBundle = this.bundle.checked;
     try {
       const response =
-          await send('POST', cameraPath(this.name, '/doctor'), withBundle ? {bundle: true} : {}, {
-            headers: {Accept: 'application/x-ndjson, application/problem+json'},
-            signal: this.abort.signal,
-          });
+        await send('POST', cameraPath(this.name, '/doctor'), withBundle ? {bundle: true} : {}, {
+          headers: {Accept: 'application/x-ndjson, application/problem+json'},
+          signal: this.abort.signal,
+        });
       if (!response.ok)
         throw await errorOf(response);
       await readLines(response, line => this.hear(line));
@@ -77,7 +77,7 @@ export class Doctor {
       this.end();
       if (error.name !== 'AbortError')
         replace(this.verdict,
-            error.status === undefined ? notice('fault', texts.doctor.broken) : errorNotice(error));
+          error.status === undefined ? notice('fault', texts.doctor.broken) : errorNotice(error));
     }
   }
 
@@ -92,7 +92,7 @@ export class Doctor {
     this.download.hidden = true;
     const begun = performance.now();
     const tick = () =>
-        setText(this.status, `${texts.doctor.running} ${millisecondsText(performance.now() - begun)}`);
+      setText(this.status, `${texts.doctor.running} ${millisecondsText(performance.now() - begun)}`);
     setText(this.status, texts.doctor.running);
     // Told to eyes alone: a screen reader would read each second.
     this.status.setAttribute('aria-live', 'off');
@@ -122,9 +122,9 @@ export class Doctor {
   verdictOf({verdict, cause, checks, faults, warnings, ms}) {
     const rooted = this.checks.find(({problem}) => problem?.cause === cause);
     return h('div', {class: 'verdict', data: {kind: verdict}}, shape(verdict),
-        h('div', {}, h('h3', {}, rooted ? causeText(rooted.problem) : texts.doctor.verdicts[verdict]),
-            rooted && h('p', {}, texts.doctor.verdicts[verdict]),
-            h('p', {class: 'hint'}, texts.doctor.counts(checks, faults, warnings, millisecondsText(ms)))));
+      h('div', {}, h('h3', {}, rooted ? causeText(rooted.problem) : texts.doctor.verdicts[verdict]),
+        rooted && h('p', {}, texts.doctor.verdicts[verdict]),
+        h('p', {class: 'hint'}, texts.doctor.counts(checks, faults, warnings, millisecondsText(ms)))));
   }
 
   end() {

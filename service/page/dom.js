@@ -54,7 +54,7 @@ export function setText(element, text) {
 
 export function setAttribute(element, name, value) {
   const wanted = value === undefined || value === null || value === false ? null :
-      value === true                                                      ? '' :
+    value === true                                                        ? '' :
                                                                             String(value);
   if (element.getAttribute(name) === wanted)
     return;

@@ -29,7 +29,7 @@ function startAlone() {
 
 function startShared() {
   const worker = new SharedWorker(
-      new URL('./events-worker.js', import.meta.url), {type: 'module', name: 'vornhost-events'});
+    new URL('./events-worker.js', import.meta.url), {type: 'module', name: 'vornhost-events'});
   worker.onerror = () => startAlone();
   worker.port.onmessage = ({data}) => tell(data);
   order = message => worker.port.postMessage(message);

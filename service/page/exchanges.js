@@ -45,29 +45,29 @@ export class Exchanges {
     });
     this.failures = h('input', {type: 'checkbox', on: {change: () => this.draw()}});
     this.pauseButton = h('button', {type: 'button', 'aria-pressed': 'false', on: {click: () => this.pause()}},
-        texts.exchanges.pause);
+      texts.exchanges.pause);
     this.state = h('p', {class: 'hint', role: 'status'});
     this.failure = h('div');
     this.list = h('ol', {class: 'exchange-list'});
     this.element = h('div', {class: 'exchanges'}, h('p', {class: 'intro'}, texts.exchanges.intro),
-        this.tools(), this.state, this.failure, this.list);
+      this.tools(), this.state, this.failure, this.list);
   }
 
   tools() {
     return h('div', {class: 'actions'},
-        h('label', {class: 'field grow'}, h('span', {}, texts.exchanges.filter), this.filter),
-        h('label', {class: 'check-field'}, this.failures, h('span', {}, texts.exchanges.failures)),
-        this.pauseButton,
-        h('button', {
-          type: 'button',
-          on: {
-            click: () => {
-              this.exchanges.clear();
-              this.draw();
-            }
+      h('label', {class: 'field grow'}, h('span', {}, texts.exchanges.filter), this.filter),
+      h('label', {class: 'check-field'}, this.failures, h('span', {}, texts.exchanges.failures)),
+      this.pauseButton,
+      h('button', {
+        type: 'button',
+        on: {
+          click: () => {
+            this.exchanges.clear();
+            this.draw();
           }
-        },
-            texts.exchanges.clear));
+        }
+      },
+        texts.exchanges.clear));
   }
 
   // Only while its tab is shown: the service tells exchanges to whoever asks for them.
@@ -151,10 +151,10 @@ export class Exchanges {
 
   stateText(shown, all) {
     const waiting =
-        this.exchanges.isPaused ? ` · ${texts.exchanges.paused(this.exchanges.waiting.length)}` : '';
+      this.exchanges.isPaused ? ` · ${texts.exchanges.paused(this.exchanges.waiting.length)}` : '';
     const polling = this.isPolling ? ` · ${texts.exchanges.polling}` : '';
     const count = all === 0 ? (this.isLoaded ? texts.exchanges.none : texts.loading) :
-        shown === 0         ? texts.exchanges.nothingFound :
+      shown === 0           ? texts.exchanges.nothingFound :
                               texts.exchanges.shown(shown, all);
     return count + waiting + polling;
   }
@@ -162,10 +162,10 @@ export class Exchanges {
   line(exchange) {
     const {time, method, path, ms} = exchange;
     const details = h('details', {data: {failed: isFailure(exchange)}},
-        h('summary', {class: 'exchange-line'},
-            h('time', {datetime: time, class: 'number'}, preciseClockText(time)), statusOf(exchange),
-            h('span', {class: 'exchange-path code'}, `${method} ${maskSecrets(path)}`),
-            h('span', {class: 'number'}, millisecondsText(ms))));
+      h('summary', {class: 'exchange-line'},
+        h('time', {datetime: time, class: 'number'}, preciseClockText(time)), statusOf(exchange),
+        h('span', {class: 'exchange-path code'}, `${method} ${maskSecrets(path)}`),
+        h('span', {class: 'number'}, millisecondsText(ms))));
     details.addEventListener('toggle', () => details.append(this.details(exchange)), {once: true});
     return h('li', {}, details);
   }
@@ -174,11 +174,11 @@ export class Exchanges {
     const text = curlText(exchange, this.address());
     const place = h('div');
     return h('div', {class: 'exchange-details'},
-        h('dl', {}, part(texts.exchanges.body, exchange.body && maskBody(exchange.body)),
-            part(texts.exchanges.failure, exchange.failure), part(texts.exchanges.reply, exchange.reply)),
-        h('button', {type: 'button', on: {click: event => copy(text, event.currentTarget, place)}},
-            texts.exchanges.copy),
-        place);
+      h('dl', {}, part(texts.exchanges.body, exchange.body && maskBody(exchange.body)),
+        part(texts.exchanges.failure, exchange.failure), part(texts.exchanges.reply, exchange.reply)),
+      h('button', {type: 'button', on: {click: event => copy(text, event.currentTarget, place)}},
+        texts.exchanges.copy),
+      place);
   }
 
   close() {

@@ -21,7 +21,7 @@ function answersPlot() {
     ],
     isLost: ({lost}) => lost > 0,
     pointText: ({median, longest, count, lost}) =>
-        history.answerPoint(span(median), span(longest), count, lost),
+      history.answerPoint(span(median), span(longest), count, lost),
     label: ({median, longest}) => history.answersLabel(span(median), span(longest)),
     columns: [
       {name: history.median, text: ({median}) => span(median)},
@@ -52,7 +52,7 @@ export class History {
     this.states = h('div');
     this.failure = h('div');
     this.element = h('div', {class: 'history'}, this.failure, this.answers.element, this.frames.element,
-        h('section', {class: 'plot'}, h('h3', {}, texts.history.states), this.states));
+      h('section', {class: 'plot'}, h('h3', {}, texts.history.states), this.states));
   }
 
   take(history) {
@@ -61,11 +61,11 @@ export class History {
     this.frames.take(history.frames ?? [], clock.now());
     const states = [...(history.states ?? [])].reverse();
     replace(this.states,
-        states.length === 0 ? h('p', {class: 'hint'}, texts.history.noStates) :
-                              h('ul', {class: 'change-list', tabindex: '0'},
-                                  states.map(({time, state, problem}) => h('li', {},
-                                                 h('time', {datetime: time}, preciseClockText(time)), ' ',
-                                                 stateBadge(state), problem && ` ${causeText(problem)}`))));
+      states.length === 0 ? h('p', {class: 'hint'}, texts.history.noStates) :
+                            h('ul', {class: 'change-list', tabindex: '0'},
+                              states.map(({time, state, problem}) =>
+                                           h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
+                                             ' ', stateBadge(state), problem && ` ${causeText(problem)}`))));
   }
 
   fail(element) { replace(this.failure, element); }

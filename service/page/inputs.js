@@ -12,8 +12,7 @@ const height = 20;
 function lineOf(input, changes, now) {
   const bars = barsOf(spansOf(changes, now, input.state), now, width);
   const quarters = [1, 2, 3].map(
-      part =>
-          svg('line', {x1: width * part / 4, x2: width * part / 4, y1: 0, y2: height, class: 'grid-line'}));
+    part => svg('line', {x1: width * part / 4, x2: width * part / 4, y1: 0, y2: height, class: 'grid-line'}));
   const inHour = changes.filter(({time}) => now - Date.parse(time) < hour).length;
   const told = inHour ? texts.inputs.changes(inHour) : texts.inputs.noChange;
   return [
@@ -24,9 +23,9 @@ function lineOf(input, changes, now) {
       role: 'img',
       'aria-label': texts.inputs.lineLabel(input.input, told),
     },
-        svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters,
-        bars.map(bar => svg(
-                     'rect', {x: bar.x, y: 2, width: bar.width, height: height - 4, class: 'time-active'}))),
+      svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters,
+      bars.map(
+        bar => svg('rect', {x: bar.x, y: 2, width: bar.width, height: height - 4, class: 'time-active'}))),
     h('span', {class: 'hint'}, told)
   ];
 }
@@ -34,8 +33,8 @@ function lineOf(input, changes, now) {
 function changeList(changes) {
   const last = [...changes].reverse().slice(0, 200);
   return h('ul', {class: 'change-list', tabindex: '0'},
-      last.map(({time, input, state}) => h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
-                   ` ${texts.inputs.name(input)} `, badge(state, texts.inputs[state]))));
+    last.map(({time, input, state}) => h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
+               ` ${texts.inputs.name(input)} `, badge(state, texts.inputs[state]))));
 }
 
 export class Inputs {
@@ -46,7 +45,7 @@ export class Inputs {
     this.details = h('details', {}, h('summary', {}, texts.inputs.list), this.all);
     this.details.addEventListener('toggle', () => this.drawChanges());
     this.element = h('section', {class: 'inputs card', 'aria-label': texts.inputs.title},
-        h('h2', {}, texts.inputs.title), this.list, this.details);
+      h('h2', {}, texts.inputs.title), this.list, this.details);
   }
 
   takeHistory(history) {
@@ -76,11 +75,11 @@ export class Inputs {
 
   row(input, now) {
     const since =
-        input.since && texts.since(momentText(input.since, now), spanText(now - Date.parse(input.since)));
+      input.since && texts.since(momentText(input.since, now), spanText(now - Date.parse(input.since)));
     return h('div', {class: 'input-row'},
-        h('div', {class: 'input-name'}, h('strong', {}, texts.inputs.name(input.input)),
-            badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, since)),
-        lineOf(input, this.changes.filter(change => change.input === input.input), now));
+      h('div', {class: 'input-name'}, h('strong', {}, texts.inputs.name(input.input)),
+        badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, since)),
+      lineOf(input, this.changes.filter(change => change.input === input.input), now));
   }
 
   drawChanges() {

@@ -18,15 +18,15 @@ export class LivePicture {
     this.number = 0;
     this.time = '';
     this.image =
-        h('img', {class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false'});
+      h('img', {class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false'});
     this.age = h('span', {class: 'picture-age'}, texts.picture.waiting);
     this.failure = h('p', {class: 'picture-failure', hidden: true});
     this.streams = h('select', {on: {change: () => this.choose(this.streams.value)}});
     this.frame = h('div', {class: 'live-frame', data: {state: 'waiting'}}, this.image, this.failure);
     this.element = h('section', {class: 'live card', 'aria-label': texts.picture.title}, this.frame,
-        h('div', {class: 'live-foot'}, this.age,
-            this.streamsField =
-                h('label', {class: 'field inline'}, h('span', {}, texts.picture.stream), this.streams)));
+      h('div', {class: 'live-foot'}, this.age,
+        this.streamsField =
+          h('label', {class: 'field inline'}, h('span', {}, texts.picture.stream), this.streams)));
     this.offer([]);
     this.onVisible = () => this.start();
     document.addEventListener('visibilitychange', this.onVisible);
@@ -41,8 +41,8 @@ export class LivePicture {
     this.offered = known;
     this.streamsField.hidden = streams.length === 0;
     replace(this.streams, h('option', {value: ''}, texts.picture.anyStream),
-        streams.map(stream => h('option', {value: stream, selected: stream === this.stream},
-                        texts.settings.stream(stream))));
+      streams.map(stream => h('option', {value: stream, selected: stream === this.stream},
+                    texts.settings.stream(stream))));
   }
 
   choose(stream) {
@@ -100,7 +100,7 @@ export class LivePicture {
 
   fail(error) {
     const why = error.isAway ? texts.picture.lost :
-        error.problem        ? causeText(error.problem) :
+      error.problem          ? causeText(error.problem) :
                                errorText(error);
     setText(this.failure, `${texts.picture.none}: ${why}`);
     this.failure.hidden = false;

@@ -76,7 +76,7 @@ function drawHeader() {
 function drawSession(who) {
   replace(document.querySelector('#session'), who && [
     h('span', {class: 'session-name'},
-        texts.session.who(who.name, texts.session.roles[who.role] ?? who.role)),
+      texts.session.who(who.name, texts.session.roles[who.role] ?? who.role)),
     h('button', {type: 'button', class: 'small', on: {click: endSession}}, texts.session.logOut),
   ]);
 }
@@ -90,7 +90,7 @@ function announce(camera) {
     return;
   lastAnnounced = Date.now();
   setText(announcer,
-      texts.site.announce(camera.name, stateText(camera.state), camera.problem && causeText(camera.problem)));
+    texts.site.announce(camera.name, stateText(camera.state), camera.problem && causeText(camera.problem)));
 }
 
 // What happened before the events were connected is in no event: the list is asked again behind them.

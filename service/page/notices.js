@@ -6,8 +6,8 @@ import {adviceText, causeText, texts} from './texts.js';
 
 export function notice(kind, text, actions = {}) {
   return h('div', {class: 'notice', role: kind === 'fault' ? 'alert' : 'status', data: {kind}}, shape(kind),
-      h('p', {}, text),
-      Object.entries(actions).map(([label, click]) => h('button', {type: 'button', on: {click}}, label)));
+    h('p', {}, text),
+    Object.entries(actions).map(([label, click]) => h('button', {type: 'button', on: {click}}, label)));
 }
 
 function detail(label, text, className) {
@@ -18,21 +18,23 @@ function detail(label, text, className) {
 export function problemDetails(problem) {
   const advice = adviceText(problem);
   return h('dl', {class: 'problem-details'}, detail(texts.problem.try, advice, 'advice'),
-      problem.try !== advice && detail(texts.problem.more, problem.try),
-      detail(texts.problem.asked, problem.asked || texts.problem.nothingAsked, 'code'),
-      detail(texts.problem.answered, problem.answered || texts.problem.nothingAnswered, 'code'));
+    problem.try !== advice && detail(texts.problem.more, problem.try),
+    detail(texts.problem.asked, problem.asked || texts.problem.nothingAsked, 'code'),
+    detail(texts.problem.answered, problem.answered || texts.problem.nothingAnswered, 'code'));
 }
 
 export function problemPanel(problem, {kind = 'fault', since = '', actions = []} = {}) {
-  const notes = [
-    texts.phases[problem.phase] && texts.problem.showed(texts.phases[problem.phase]),
-    problem.certain === false && texts.problem.uncertain,
-    since,
-  ].filter(Boolean).join(' ');
+  const notes =
+    [
+      texts.phases[problem.phase] && texts.problem.showed(texts.phases[problem.phase]),
+      problem.certain === false && texts.problem.uncertain,
+      since,
+    ].filter(Boolean)
+      .join(' ');
   return h('section', {class: 'problem', 'aria-label': texts.problem.title, data: {kind}},
-      h('h2', {class: 'problem-title'}, shape(kind), h('span', {}, causeText(problem))),
-      h('p', {class: 'problem-notes'}, notes), problemDetails(problem),
-      actions.length > 0 && h('div', {class: 'actions'}, actions));
+    h('h2', {class: 'problem-title'}, shape(kind), h('span', {}, causeText(problem))),
+    h('p', {class: 'problem-notes'}, notes), problemDetails(problem),
+    actions.length > 0 && h('div', {class: 'actions'}, actions));
 }
 
 export function errorText(error) {

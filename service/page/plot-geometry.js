@@ -29,7 +29,7 @@ export function plotOf({points, from, to, top, width, height}) {
   const x = time => ((time - from) / (to - from)) * width;
   const y = value => height - (Math.min(value, top) / top) * height;
   return points.filter(({time}) => time >= from && time <= to)
-      .map(point => ({...point, x: x(point.time), y: Number.isFinite(point.value) ? y(point.value) : null}));
+    .map(point => ({...point, x: x(point.time), y: Number.isFinite(point.value) ? y(point.value) : null}));
 }
 
 const rounded = number => Number(number.toFixed(2));
@@ -46,7 +46,7 @@ export function linePath(points, longestGap) {
     const goesOn = previous && point.time - previous.time <= longestGap;
     // A lone point shows as a dot: a line of no length with round ends.
     path +=
-        goesOn ? `L${rounded(point.x)} ${rounded(point.y)}` : `M${rounded(point.x)} ${rounded(point.y)}h0`;
+      goesOn ? `L${rounded(point.x)} ${rounded(point.y)}` : `M${rounded(point.x)} ${rounded(point.y)}h0`;
     previous = point;
   }
   return path;

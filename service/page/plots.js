@@ -17,8 +17,8 @@ function axes(scale, from, to, unit) {
   const y = value => height - (value / scale.top) * height;
   return [
     scale.ticks.map(
-        tick => [svg('line', {x1: 0, x2: width, y1: y(tick), y2: y(tick), class: 'grid-line'}),
-            svg('text', {x: -8, y: y(tick) + 4, class: 'axis-text', 'text-anchor': 'end'}, String(tick)),
+      tick => [svg('line', {x1: 0, x2: width, y1: y(tick), y2: y(tick), class: 'grid-line'}),
+        svg('text', {x: -8, y: y(tick) + 4, class: 'axis-text', 'text-anchor': 'end'}, String(tick)),
   ]),
     svg('text', {x: 4, y: 10, class: 'axis-text'}, unit),
     timeTicks(from, to).map(time => {
@@ -28,10 +28,10 @@ function axes(scale, from, to, unit) {
         y: height + 17,
         class: 'axis-text',
         'text-anchor': x < 20 ? 'start' :
-            x > width - 20    ? 'end' :
+          x > width - 20      ? 'end' :
                                 'middle'
       },
-          clockText(time));
+        clockText(time));
     }),
   ];
 }
@@ -56,14 +56,14 @@ export class Plot {
     this.table = h('details', {}, h('summary', {}, texts.history.table), this.tableBody = h('div'));
     this.table.addEventListener('toggle', () => this.drawTable());
     this.element = h('section', {class: 'plot', 'aria-label': title},
-        h('div', {class: 'plot-head'}, h('h3', {}, title), this.readout), h('p', {class: 'hint'}, hint),
-        series.length > 1 &&
-            h('ul', {class: 'legend'},
-                series.map(({name, className}) => h('li', {},
-                               svg('svg', {viewBox: '0 0 24 8', 'aria-hidden': 'true'},
-                                   svg('path', {d: 'M1 4H23', class: `plot-line ${className}`})),
-                               name))),
-        this.canvas, this.table);
+      h('div', {class: 'plot-head'}, h('h3', {}, title), this.readout), h('p', {class: 'hint'}, hint),
+      series.length > 1 &&
+        h('ul', {class: 'legend'},
+          series.map(({name, className}) => h('li', {},
+                       svg('svg', {viewBox: '0 0 24 8', 'aria-hidden': 'true'},
+                         svg('path', {d: 'M1 4H23', class: `plot-line ${className}`})),
+                       name))),
+      this.canvas, this.table);
   }
 
   take(samples, now) {
@@ -97,18 +97,18 @@ export class Plot {
     this.cursor = svg('line', {y1: 0, y2: height, class: 'plot-cursor', visibility: 'hidden'});
     const latest = this.samples[this.samples.length - 1];
     replace(this.canvas,
-        svg('svg', {
-          viewBox: `${- left} ${- top} ${width + left + 8} ${height + top + bottom}`,
-          role: 'img',
-          'aria-label': this.label(latest),
-        },
-            axes(scale, from, to, this.unit), [...lines].reverse().map(({points,
-              className}) => svg('path', {d: linePath(points, longestGap), class: `plot-line ${className}`})),
-            this.points.filter(({sample}) => this.isLost(sample)).map(({x}) => svg('path', {
-              d: `M${x - 4} ${height - 8}L${x + 4} ${height}M${x + 4} ${height - 8}L${x - 4} ${height}`,
-              class: 'plot-lost'
-            })),
-            this.cursor));
+      svg('svg', {
+        viewBox: `${- left} ${- top} ${width + left + 8} ${height + top + bottom}`,
+        role: 'img',
+        'aria-label': this.label(latest),
+      },
+        axes(scale, from, to, this.unit), [...lines].reverse().map(({points,
+          className}) => svg('path', {d: linePath(points, longestGap), class: `plot-line ${className}`})),
+        this.points.filter(({sample}) => this.isLost(sample)).map(({x}) => svg('path', {
+          d: `M${x - 4} ${height - 8}L${x + 4} ${height}M${x + 4} ${height - 8}L${x - 4} ${height}`,
+          class: 'plot-lost'
+        })),
+        this.cursor));
   }
 
   follow(event) {
@@ -141,20 +141,20 @@ export class Plot {
     this.cursor?.setAttribute('visibility', 'hidden');
     const latest = this.points[this.points.length - 1];
     setText(
-        this.readout, latest ? texts.history.at(clockText(latest.time), this.pointText(latest.sample)) : '');
+      this.readout, latest ? texts.history.at(clockText(latest.time), this.pointText(latest.sample)) : '');
   }
 
   drawTable() {
     if (!this.table.open)
       return;
     replace(this.tableBody,
-        h('table', {class: 'plain'},
-            h('thead', {},
-                h('tr', {}, h('th', {scope: 'col'}, texts.history.time),
-                    this.columns.map(({name}) => h('th', {scope: 'col'}, name)))),
-            h('tbody', {},
-                [...this.samples].reverse().map(
-                    sample => h('tr', {}, h('th', {scope: 'row', class: 'number'}, clockText(sample.time)),
-                        this.columns.map(({text}) => h('td', {class: 'number'}, text(sample))))))));
+      h('table', {class: 'plain'},
+        h('thead', {},
+          h('tr', {}, h('th', {scope: 'col'}, texts.history.time),
+            this.columns.map(({name}) => h('th', {scope: 'col'}, name)))),
+        h('tbody', {},
+          [...this.samples].reverse().map(
+            sample => h('tr', {}, h('th', {scope: 'row', class: 'number'}, clockText(sample.time)),
+              this.columns.map(({text}) => h('td', {class: 'number'}, text(sample))))))));
   }
 }

@@ -8,7 +8,7 @@ import {PtzPlaces} from './ptz-places.js';
 import {texts} from './texts.js';
 
 const client =
-    [...crypto.getRandomValues(new Uint8Array(12))].map(byte => byte.toString(16).padStart(2, '0')).join('');
+  [...crypto.getRandomValues(new Uint8Array(12))].map(byte => byte.toString(16).padStart(2, '0')).join('');
 const longestMoveRequest = 2000;
 const speedStep = 10;
 
@@ -47,17 +47,17 @@ export class Ptz {
     this.position = h('p', {class: 'ptz-position'});
     this.speed = h('input', {type: 'range', min: 5, max: 100, step: 5, value: '50'});
     this.element =
-        h('section', {class: 'ptz card', 'aria-label': texts.ptz.title}, h('h2', {}, texts.ptz.title),
-            this.position, h('p', {class: 'hint', data: {only: 'view'}}, texts.ptz.mayNot),
-            h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
-                this.status, this.places.element, h('p', {class: 'hint'}, texts.ptz.hint)));
+      h('section', {class: 'ptz card', 'aria-label': texts.ptz.title}, h('h2', {}, texts.ptz.title),
+        this.position, h('p', {class: 'hint', data: {only: 'view'}}, texts.ptz.mayNot),
+        h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
+          this.status, this.places.element, h('p', {class: 'hint'}, texts.ptz.hint)));
     this.followPage();
   }
 
   pad() {
     this.knob = svg('circle', {cx: 100, cy: 100, r: 22, class: 'pad-knob'});
     const arrow = turn =>
-        svg('path', {d: 'M100 14 110 28H90Z', transform: `rotate(${turn} 100 100)`, class: 'pad-arrow'});
+      svg('path', {d: 'M100 14 110 28H90Z', transform: `rotate(${turn} 100 100)`, class: 'pad-arrow'});
     this.field = h('div', {
       class: 'ptz-pad',
       tabindex: '0',
@@ -74,21 +74,20 @@ export class Ptz {
         blur: () => this.letGo(),
       },
     },
-        svg('svg', {viewBox: '0 0 200 200', 'aria-hidden': 'true'},
-            svg('circle', {cx: 100, cy: 100, r: 98, class: 'pad-rim'}), [0, 90, 180, 270].map(arrow),
-            this.knob));
+      svg('svg', {viewBox: '0 0 200 200', 'aria-hidden': 'true'},
+        svg('circle', {cx: 100, cy: 100, r: 98, class: 'pad-rim'}), [0, 90, 180, 270].map(arrow), this.knob));
     return this.field;
   }
 
   side() {
     return h('div', {class: 'ptz-side'},
-        h('div', {class: 'button-row'}, this.holdButton(texts.ptz.zoomOut, '−', {zoom: -1}),
-            this.holdButton(texts.ptz.zoomIn, '+', {zoom: 1})),
-        h('div', {class: 'button-row'}, this.holdButton(texts.ptz.left, '←', {pan: -1}),
-            this.holdButton(texts.ptz.up, '↑', {tilt: 1}), this.holdButton(texts.ptz.down, '↓', {tilt: -1}),
-            this.holdButton(texts.ptz.right, '→', {pan: 1})),
-        h('label', {class: 'field'}, h('span', {}, texts.ptz.speed), this.speed),
-        h('button', {type: 'button', class: 'stop', on: {click: () => this.stopNow()}}, texts.ptz.stop));
+      h('div', {class: 'button-row'}, this.holdButton(texts.ptz.zoomOut, '−', {zoom: -1}),
+        this.holdButton(texts.ptz.zoomIn, '+', {zoom: 1})),
+      h('div', {class: 'button-row'}, this.holdButton(texts.ptz.left, '←', {pan: -1}),
+        this.holdButton(texts.ptz.up, '↑', {tilt: 1}), this.holdButton(texts.ptz.down, '↓', {tilt: -1}),
+        this.holdButton(texts.ptz.right, '→', {pan: 1})),
+      h('label', {class: 'field'}, h('span', {}, texts.ptz.speed), this.speed),
+      h('button', {type: 'button', class: 'stop', on: {click: () => this.stopNow()}}, texts.ptz.stop));
   }
 
   // Moves for as long as it is pressed, by pointer or by Enter and Space.
@@ -121,7 +120,7 @@ export class Ptz {
         keyup: event => isPress(event) && this.letGo(),
       },
     },
-        sign);
+      sign);
   }
 
   scaled({pan = 0, tilt = 0, zoom = 0}) {
@@ -252,9 +251,8 @@ export class Ptz {
 
   renew(camera) {
     setText(this.position,
-        camera.position ?
-            texts.ptz.position(camera.position.pan, camera.position.tilt, camera.position.zoom) :
-            '');
+      camera.position ? texts.ptz.position(camera.position.pan, camera.position.tilt, camera.position.zoom) :
+                        '');
   }
 
   close() {

@@ -81,12 +81,12 @@ function logInForm(reason, done) {
     button.disabled = false;
   };
   return h('form', {method: 'dialog', class: 'log-in', on: {submit}}, h('h2', {}, texts.session.title),
-      h('p', {}, reason),
-      h('label',
-          { for: 'token'
-          },
-          texts.session.token),
-      token, h('p', {id: 'token-hint', class: 'hint'}, texts.session.hint), failure, button);
+    h('p', {}, reason),
+    h('label',
+      { for: 'token'
+      },
+      texts.session.token),
+    token, h('p', {id: 'token-hint', class: 'hint'}, texts.session.hint), failure, button);
 }
 
 // A dialog above the page: what was typed beneath it stays.

@@ -25,13 +25,13 @@ function editor(row, edits, changed) {
     const known = row.range.map(String);
     const choices = known.includes(value) ? known : [value, ...known];
     return h('select', {'aria-label': label, value, on: {change: take}},
-        choices.map(choice => h('option', {value: choice}, choice)));
+      choices.map(choice => h('option', {value: choice}, choice)));
   }
   if (!isStepped(row.range))
     return h('input', {type: 'text', 'aria-label': label, value, on: {input: take}});
   const {from, to, step} = row.range;
   return h(
-      'input', {type: 'number', 'aria-label': label, min: from, max: to, step, value, on: {input: take}});
+    'input', {type: 'number', 'aria-label': label, min: from, max: to, step, value, on: {input: take}});
 }
 
 class SettingsGroup {
@@ -44,24 +44,24 @@ class SettingsGroup {
     this.count = h('span', {class: 'hint'});
     this.setButton = h('button', {type: 'submit', class: 'primary'}, texts.settings.set);
     this.undoButton =
-        h('button', {type: 'button', on: {click: () => this.undo()}, hidden: true}, texts.settings.undo);
+      h('button', {type: 'button', on: {click: () => this.undo()}, hidden: true}, texts.settings.undo);
     this.discard = h('button', {type: 'button', on: {click: () => this.drop()}}, texts.settings.discard);
     this.failure = h('div', {'aria-live': 'polite'});
     this.element =
-        h('form', {class: 'settings-group', novalidate: true, on: {submit: event => this.submit(event)}},
-            h('h3', {}, title), this.table(title), this.failure,
-            h('div', {class: 'actions', data: {needs: 'operate'}}, this.setButton, this.discard,
-                this.undoButton, this.count));
+      h('form', {class: 'settings-group', novalidate: true, on: {submit: event => this.submit(event)}},
+        h('h3', {}, title), this.table(title), this.failure,
+        h('div', {class: 'actions', data: {needs: 'operate'}}, this.setButton, this.discard, this.undoButton,
+          this.count));
   }
 
   table(title) {
     const {head} = texts.settings;
     return h('table', {class: 'stacking settings-table'}, h('caption', {class: 'visually-hidden'}, title),
-        h('thead', {},
-            h('tr', {}, [head.setting, head.now].map(text => h('th', {scope: 'col'}, text)),
-                h('th', {scope: 'col', data: {needs: 'operate'}}, head.wanted),
-                [head.standard, head.may, head.wish].map(text => h('th', {scope: 'col'}, text)))),
-        this.body);
+      h('thead', {},
+        h('tr', {}, [head.setting, head.now].map(text => h('th', {scope: 'col'}, text)),
+          h('th', {scope: 'col', data: {needs: 'operate'}}, head.wanted),
+          [head.standard, head.may, head.wish].map(text => h('th', {scope: 'col'}, text)))),
+      this.body);
   }
 
   renew(rows) {
@@ -76,8 +76,8 @@ class SettingsGroup {
   // The table is drawn anew under the fingers of whoever types: the focus goes back to where it was.
   draw() {
     const focused = this.body.contains(document.activeElement) ?
-        document.activeElement.closest('tr')?.dataset.field :
-        undefined;
+      document.activeElement.closest('tr')?.dataset.field :
+      undefined;
     replace(this.body, this.rows.map(row => this.drawRow(row)));
     if (focused)
       this.controlIn(focused)?.focus();
@@ -87,17 +87,17 @@ class SettingsGroup {
   drawRow(row) {
     const {head} = texts.settings;
     const cell = (label, attributes, ...children) =>
-        h('td', {...attributes, data: {label, ...attributes.data}}, ...children);
+      h('td', {...attributes, data: {label, ...attributes.data}}, ...children);
     const standard = row.default === undefined ? '' : valueText(row.default);
     return h('tr', {data: {field: row.field}}, h('th', {scope: 'row'}, fieldText(row.field)),
-        cell(head.now, {class: 'number'},
-            row.unreadable === undefined ? withUnit(row.field, row.current) :
-                                           texts.settings.unreadable(row.unreadable),
-            this.outcome(row.field)),
-        cell(head.wanted, {data: {needs: 'operate'}}, this.control(row)),
-        cell(head.standard, {class: 'number'}, standard, this.defaultButton(row)),
-        cell(head.may, {class: 'range'}, rangeText(row.range)),
-        cell(head.wish, {class: 'number'}, this.wishOf(row)));
+      cell(head.now, {class: 'number'},
+        row.unreadable === undefined ? withUnit(row.field, row.current) :
+                                       texts.settings.unreadable(row.unreadable),
+        this.outcome(row.field)),
+      cell(head.wanted, {data: {needs: 'operate'}}, this.control(row)),
+      cell(head.standard, {class: 'number'}, standard, this.defaultButton(row)),
+      cell(head.may, {class: 'range'}, rangeText(row.range)),
+      cell(head.wish, {class: 'number'}, this.wishOf(row)));
   }
 
   control(row) {
@@ -122,7 +122,7 @@ class SettingsGroup {
         }
       },
     },
-        '↺');
+      '↺');
   }
 
   wishOf(row) {
@@ -156,8 +156,8 @@ class SettingsGroup {
     const {changes} = this;
     // What was not touched may be off its own steps: the camera has it so.
     const wrong = Object.keys(changes)
-                      .map(field => this.controlIn(field))
-                      .find(control => control && !control.checkValidity());
+                    .map(field => this.controlIn(field))
+                    .find(control => control && !control.checkValidity());
     if (wrong)
       wrong.reportValidity();
     else
@@ -194,7 +194,7 @@ class SettingsGroup {
     for (const {field, asked, is} of results) {
       const isAccepted = isSame(asked, is);
       const text = !isAccepted ? texts.settings.other(asked, valueText(is)) :
-          isUndo               ? texts.settings.undone(is) :
+        isUndo                 ? texts.settings.undone(is) :
                                  texts.settings.accepted(asked, is);
       this.told.set(field, {kind: isAccepted ? 'ok' : 'warning', text});
       this.edits.delete(field);
@@ -225,10 +225,10 @@ export class Settings {
     this.empty.hidden = streams.length + adjustments.length > 0;
     if (adjustments.length > 0)
       this.group('adjustments', texts.settings.adjustments, '/adjustments')
-          .renew(rowsOfAdjustments(adjustments));
+        .renew(rowsOfAdjustments(adjustments));
     for (const stream of streams)
       this.group(stream.stream, texts.settings.stream(stream.stream), `/streams/${stream.stream}`)
-          .renew(rowsOfStream(stream));
+        .renew(rowsOfStream(stream));
   }
 
   group(key, title, rest) {

@@ -47,7 +47,8 @@ export class SiteList {
     this.draw();
   }
 
-  draw() {
+  // `pinned` is drawn wherever it is.
+  draw(pinned) {
     const width = this.element.clientWidth;
     if (!this.element.isConnected || width === 0)
       return;
@@ -56,11 +57,11 @@ export class SiteList {
     this.element.style.height = `${this.grid.height}px`;
     setAttribute(this.element, 'data-layout', this.layout);
     setAttribute(this.element, 'data-narrow', width < narrow);
-    this.drawRange(visibleRange(this.grid, -this.element.getBoundingClientRect().top, innerHeight));
+    this.drawRange(visibleRange(this.grid, -this.element.getBoundingClientRect().top, innerHeight), pinned);
   }
 
   // A row that has the focus stays, wherever it is: else the focus would be lost by scrolling.
-  drawRange({first, end}) {
+  drawRange({first, end}, pinned) {
     const wanted = new Map();
     for (let index = first; index < end; index += 1)
       wanted.set(this.cameras[index].name, index);
@@ -68,6 +69,8 @@ export class SiteList {
     const focusedIndex = focused ? this.cameras.findIndex(camera => camera.name === focused.name) : -1;
     if (focusedIndex >= 0)
       wanted.set(focused.name, focusedIndex);
+    if (pinned !== undefined)
+      wanted.set(this.cameras[pinned].name, pinned);
     for (const [name, row] of this.rows)
       if (!wanted.has(name)) {
         row.remove();
@@ -120,7 +123,7 @@ export class SiteList {
       scrollBy(0, top - under - 8);
     else if (top + this.grid.cellHeight > innerHeight)
       scrollBy(0, top + this.grid.cellHeight - innerHeight + 8);
-    this.draw();
+    this.draw(index);
     this.rows.get(this.cameras[index].name)?.link.focus({preventScroll: true});
   }
 

@@ -55,11 +55,11 @@ export class SiteRow {
     this.inputs = chip('inactive', 'chip-inputs');
     this.drift = chip('differs', 'chip-drift');
     this.element = h('div', {class: 'row', role: 'listitem'},
-        h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
-        h('div', {class: 'row-head'}, this.link, this.about),
-        h('div', {class: 'row-state'}, this.state, this.since),
-        h('div', {class: 'row-why'}, this.cause, this.advice),
-        h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
+      h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
+      h('div', {class: 'row-head'}, this.link, this.about),
+      h('div', {class: 'row-state'}, this.state, this.since),
+      h('div', {class: 'row-why'}, this.cause, this.advice),
+      h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
   }
 
   renew(camera) {
@@ -79,8 +79,8 @@ export class SiteRow {
   renewTime(camera) {
     const now = clock.now();
     setText(this.since,
-        camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) :
-                       '');
+      camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) :
+                     '');
   }
 
   // A camera that is down is not asked for pictures: it would keep a connection that others need.

@@ -12,7 +12,7 @@ const stateOrder = ['', 'down', 'degraded', 'unknown', 'up'];
 
 function options(entries, chosen) {
   return Object.entries(entries).map(
-      ([value, text]) => h('option', {value, selected: value === chosen}, text));
+    ([value, text]) => h('option', {value, selected: value === chosen}, text));
 }
 
 function select(label, entries, chosen, change) {
@@ -31,8 +31,8 @@ export class SiteView {
     this.body = h('div', {class: 'site-body'}, this.list.element);
     this.message = h('div', {class: 'site-message'});
     this.element = h('section', {class: 'site', 'aria-label': texts.site.title},
-        h('h1', {class: 'visually-hidden'}, texts.site.title), this.tools(), this.message,
-        h('p', {class: 'visually-hidden', id: 'list-keys'}, texts.site.keys), this.body);
+      h('h1', {class: 'visually-hidden'}, texts.site.title), this.tools(), this.message,
+      h('p', {class: 'visually-hidden', id: 'list-keys'}, texts.site.keys), this.body);
     this.list.element.setAttribute('aria-describedby', 'list-keys');
     this.unsubscribe = store.subscribe(() => this.draw());
   }
@@ -51,29 +51,29 @@ export class SiteView {
     this.tag = select(texts.site.tags, {'': texts.site.anyTag}, '', tag => this.change({tag}));
     this.sort = select(texts.site.sort, texts.site.sorts, this.wish.sort, sort => this.change({sort}));
     this.layout =
-        select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({layout}));
+      select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({layout}));
     return h('div', {class: 'site-tools', role: 'search', 'aria-label': texts.site.filterLabel},
-        this.stateButtons(),
-        h('div', {class: 'site-filters'},
-            h('label', {class: 'field grow'}, h('span', {}, texts.site.search), this.search),
-            this.tag.element, this.sort.element, this.layout.element),
-        h('div', {class: 'site-summary'}, this.headline, this.shown));
+      this.stateButtons(),
+      h('div', {class: 'site-filters'},
+        h('label', {class: 'field grow'}, h('span', {}, texts.site.search), this.search), this.tag.element,
+        this.sort.element, this.layout.element),
+      h('div', {class: 'site-summary'}, this.headline, this.shown));
   }
 
   stateButtons() {
     return h('div', {class: 'state-buttons', role: 'group', 'aria-label': texts.site.filterLabel},
-        stateOrder.map(state => {
-          const number = h('span', {class: 'number'});
-          const button = h('button', {
-            type: 'button',
-            class: 'state-button',
-            data: {kind: state || 'all'},
-            on: {click: () => this.change({state})},
-          },
-              state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number);
-          this.counts.set(state, {button, number});
-          return button;
-        }));
+      stateOrder.map(state => {
+        const number = h('span', {class: 'number'});
+        const button = h('button', {
+          type: 'button',
+          class: 'state-button',
+          data: {kind: state || 'all'},
+          on: {click: () => this.change({state})},
+        },
+          state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number);
+        this.counts.set(state, {button, number});
+        return button;
+      }));
   }
 
   change(part) {
@@ -131,8 +131,7 @@ export class SiteView {
     if (known !== this.knownTags) {
       this.knownTags = known;
       replace(this.tag.control,
-          options(
-              {'': texts.site.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag]))}, this.wish.tag));
+        options({'': texts.site.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag]))}, this.wish.tag));
     }
   }
 
@@ -142,15 +141,15 @@ export class SiteView {
       return;
     this.messageShown = kind;
     const make = {
-      failed: () => notice('fault', this.store.failure.message || texts.service.away,
-          {[texts.retry]: () => this.store.load()}),
+      failed: () => notice(
+        'fault', this.store.failure.message || texts.service.away, {[texts.retry]: () => this.store.load()}),
       loading: () => h('div', {class: 'skeletons', 'aria-busy': 'true'},
-          h('span', {class: 'visually-hidden'}, texts.loading),
-          Array.from({length: 6}, () => h('div', {class: 'skeleton'}))),
-      empty: () => h('div', {class: 'empty'}, h('p', {}, texts.site.empty),
-          h('p', {class: 'hint'}, texts.site.emptyHint)),
+        h('span', {class: 'visually-hidden'}, texts.loading),
+        Array.from({length: 6}, () => h('div', {class: 'skeleton'}))),
+      empty: () => h(
+        'div', {class: 'empty'}, h('p', {}, texts.site.empty), h('p', {class: 'hint'}, texts.site.emptyHint)),
       nothing: () => h('div', {class: 'empty'}, h('p', {}, texts.site.nothingFound),
-          h('button', {type: 'button', on: {click: () => this.clear()}}, texts.site.clear)),
+        h('button', {type: 'button', on: {click: () => this.clear()}}, texts.site.clear)),
     }[kind];
     replace(this.message, make?.());
   }

@@ -20,11 +20,11 @@ const alike = {
 };
 
 export const shape = kind => svg('svg', {viewBox: '0 0 16 16', class: 'shape', 'aria-hidden': 'true'},
-    shapes[alike[kind] ?? kind]?.() ?? shapes.unknown());
+  shapes[alike[kind] ?? kind]?.() ?? shapes.unknown());
 
 export function badge(kind, text) {
   return h('span', {class: 'badge', data: {kind: alike[kind] ?? kind}}, shape(kind),
-      h('span', {class: 'badge-text'}, text));
+    h('span', {class: 'badge-text'}, text));
 }
 
 export const stateBadge = state => badge(state, stateText(state));

@@ -71,7 +71,7 @@ export class Store {
       let after = '';
       do {
         const page =
-            await this.ask(`/cameras?limit=${pageSize}${after && `&after=${encodeURIComponent(after)}`}`);
+          await this.ask(`/cameras?limit=${pageSize}${after && `&after=${encodeURIComponent(after)}`}`);
         for (const camera of page.cameras)
           cameras.set(camera.name, camera);
         after = page.next ?? '';

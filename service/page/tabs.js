@@ -10,16 +10,16 @@ export class Tabs {
     this.chosen = chosen;
     this.panels = new Map();
     this.buttons = new Map(tabs.map(({id, title}) => [id,
-                                        h('button', {
-                                          type: 'button',
-                                          role: 'tab',
-                                          id: `tab-${id}`,
-                                          'aria-controls': `panel-${id}`,
-                                          'aria-selected': 'false',
-                                          tabindex: '-1',
-                                          on: {click: () => chosen(id)},
-                                        },
-                                            h('span', {}, title))]));
+                                      h('button', {
+                                        type: 'button',
+                                        role: 'tab',
+                                        id: `tab-${id}`,
+                                        'aria-controls': `panel-${id}`,
+                                        'aria-selected': 'false',
+                                        tabindex: '-1',
+                                        on: {click: () => chosen(id)},
+                                      },
+                                        h('span', {}, title))]));
     this.holders = new Map(tabs.map(({id}) => [id, h('div', {
       role: 'tabpanel',
       id: `panel-${id}`,
@@ -28,14 +28,10 @@ export class Tabs {
       hidden: true,
     })]));
     this.element = h('div', {class: 'tabs'},
-        h('div', {
-          class: 'tab-list',
-          role: 'tablist',
-          'aria-label': label,
-          on: {keydown: event => this.step(event)}
-        },
-            [...this.buttons.values()]),
-        [...this.holders.values()]);
+      h('div',
+        {class: 'tab-list', role: 'tablist', 'aria-label': label, on: {keydown: event => this.step(event)}},
+        [...this.buttons.values()]),
+      [...this.holders.values()]);
   }
 
   show(id) {

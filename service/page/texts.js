@@ -13,19 +13,19 @@ const states = {
 const causes = {
   'name-not-found': {
     what: 'No device has this host name',
-    try:
-        'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address there.',
+    try: 'Look for a typing mistake in the camera\'s address in the site file, or give the dotted ' +
+      'address there.',
   },
   unreachable: {
     what: 'Nobody answers at this address',
-    try:
-        'See whether the camera has power and a link light, whether its cable is plugged in, and whether the ' +
-        'address in the site file is right.',
+    try: 'See whether the camera has power and a link light, whether its cable is plugged in, and ' +
+      'whether the ' +
+      'address in the site file is right.',
   },
   refused: {
     what: 'A device is there, but nothing listens at this port',
     try: 'If the camera has just restarted, wait a minute. Otherwise its web port is another one: write ' +
-        'ADDRESS:PORT in the site file.',
+      'ADDRESS:PORT in the site file.',
   },
   'no-answer': {
     what: 'The camera takes the connection and does not answer',
@@ -33,9 +33,9 @@ const causes = {
   },
   slow: {
     what: 'The camera answers too slowly',
-    try:
-        'Look at the answer times under "Last hour". See who else asks this camera all the time, and how good ' +
-        'the way to it is.',
+    try: 'Look at the answer times under "Last hour". See who else asks this camera all the time, and ' +
+      'how good ' +
+      'the way to it is.',
   },
   dropped: {
     what: 'The camera closes the connection without an answer',
@@ -48,7 +48,7 @@ const causes = {
   'not-http': {
     what: 'What answers there is not a web server',
     try:
-        'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
+      'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
   },
   tls: {
     what: 'The port speaks https only',
@@ -56,8 +56,8 @@ const causes = {
   },
   redirect: {
     what: 'The camera sends every request to another place',
-    try:
-        'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
+    try: 'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s ' +
+      'web page.',
   },
   'too-large': {
     what: 'The reply is far larger than any camera\'s',
@@ -69,9 +69,9 @@ const causes = {
   },
   'wrong-password': {
     what: 'The camera refuses the user name or the password',
-    try:
-        'Try the same user and password in the camera\'s own web page. Then put the right ones into the site ' +
-        'file\'s "credentials"; the password is the first line of its password file.',
+    try: 'Try the same user and password in the camera\'s own web page. Then put the right ones into ' +
+      'the site ' +
+      'file\'s "credentials"; the password is the first line of its password file.',
   },
   'authentication-endless': {
     what: 'The camera asks for the password again and again',
@@ -79,9 +79,9 @@ const causes = {
   },
   'authentication-weaker': {
     what: 'The camera accepts the password only in a form that others can read',
-    try:
-        'Set the camera to Digest authentication. If it was set so before, find out whether it was reset or ' +
-        'exchanged.',
+    try: 'Set the camera to Digest authentication. If it was set so before, find out whether it was ' +
+      'reset or ' +
+      'exchanged.',
   },
   forbidden: {
     what: 'The camera\'s user may not do this',
@@ -105,9 +105,9 @@ const causes = {
   },
   'not-a-camera': {
     what: 'What answers there is not this camera',
-    try:
-        'Another device has this address, or the camera was exchanged: compare its serial number with the site ' +
-        'file\'s.',
+    try: 'Another device has this address, or the camera was exchanged: compare its serial number ' +
+      'with the site ' +
+      'file\'s.',
   },
   'unknown-model': {
     what: 'A camera answers whose model is not known here',
@@ -151,15 +151,15 @@ const causes = {
   },
   'stream-off': {
     what: 'The stream is switched off at the camera',
-    try:
-        'Switch on the stream and its RTSP delivery in the camera\'s web page, or call SetupStreamTransmition ' +
-        'under "Calls".',
+    try: 'Switch on the stream and its RTSP delivery in the camera\'s web page, or call ' +
+      'SetupStreamTransmition ' +
+      'under "Calls".',
   },
   'stream-refused': {
     what: 'The camera refuses the stream',
-    try:
-        'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in its web ' +
-        'page.',
+    try: 'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look ' +
+      'in its web ' +
+      'page.',
   },
   'stream-unreachable': {
     what: 'Nothing listens at the camera\'s stream port',
@@ -203,7 +203,7 @@ const causes = {
     try: 'The answer below names the file and the place in it.',
   },
   'cannot-write':
-      {what: 'The service cannot write a file', try: 'See whether its disk is full, and its rights.'},
+    {what: 'The service cannot write a file', try: 'See whether its disk is full, and its rights.'},
   'no-plugin': {what: 'The service lacks its plug-in', try: 'Install it, and start the service again.'},
   limit: {
     what: 'The service\'s machine is at a limit',
@@ -290,12 +290,12 @@ export const texts = {
     title: 'Log in',
     needed: 'This service wants a token.',
     expired:
-        'Your session has expired. Log in again: the page goes on where it was, and nothing that you typed ' +
-        'is lost.',
+      'Your session has expired. Log in again: the page goes on where it was, and nothing that you typed ' +
+      'is lost.',
     wrongToken: 'The service does not know this token. Look for a typing mistake, or ask for a new one.',
     token: 'Token',
-    hint:
-        'The service printed it at its first start, inside its address; others are made with vornhost token add.',
+    hint: 'The service printed it at its first start, inside its address; others are made with ' +
+      'vornhost token add.',
     logIn: 'Log in',
     logOut: 'Log out',
     who: (name, role) => `${name} · ${role}`,
@@ -343,11 +343,11 @@ export const texts = {
     layout: 'Show as',
     layouts: {rows: 'Rows', pictures: 'Pictures'},
     shown: (shown, all) =>
-        shown === all ? count(all, 'camera', 'cameras') : `${shown} of ${count(all, 'camera', 'cameras')}`,
+      shown === all ? count(all, 'camera', 'cameras') : `${shown} of ${count(all, 'camera', 'cameras')}`,
     empty: 'The site file has no camera yet.',
     emptyHint:
-        'Write cameras into the site file, or make one with vornhost site init; the service reads it again ' +
-        'on SIGHUP.',
+      'Write cameras into the site file, or make one with vornhost site init; the service reads it again ' +
+      'on SIGHUP.',
     nothingFound: 'No camera fits this search.',
     clear: 'Show all',
     allWell: 'Every camera works.',
@@ -392,9 +392,9 @@ export const texts = {
   ptz: {
     title: 'Head',
     pad: 'Move the head: drag, or use the arrow keys; plus and minus zoom, space stops',
-    hint:
-        'Drag from the middle, or use the arrow keys while this field has the focus. Plus and minus zoom, Page ' +
-        'Up and Page Down change the speed, space stops, a digit calls that preset.',
+    hint: 'Drag from the middle, or use the arrow keys while this field has the focus. Plus and minus ' +
+      'zoom, Page ' +
+      'Up and Page Down change the speed, space stops, a digit calls that preset.',
     speed: 'Speed',
     zoomIn: 'Zoom in',
     zoomOut: 'Zoom out',
@@ -442,7 +442,7 @@ export const texts = {
       return `Input ${Number(channel) + 1} · ${codecs[codec] ?? codec} · stream ${Number(stream) + 1}`;
     },
     head:
-        {setting: 'Setting', now: 'Now', wanted: 'Set to', standard: 'Default', may: 'May be', wish: 'Wish'},
+      {setting: 'Setting', now: 'Now', wanted: 'Set to', standard: 'Default', may: 'May be', wish: 'Wish'},
     set: 'Set',
     undo: 'Undo',
     discard: 'Discard',
@@ -463,7 +463,7 @@ export const texts = {
     same: 'The camera is set as the site file wants it.',
     unknown: 'Not compared yet.',
     differs: number =>
-        `${count(number, 'setting differs', 'settings differ')} from what the site file wants.`,
+      `${count(number, 'setting differs', 'settings differ')} from what the site file wants.`,
     fault: 'The camera could not be compared with the site file.',
     noWish: 'The site file says nothing of how this camera is to be set.',
     checked: moment => `Compared ${moment}`,
@@ -481,9 +481,9 @@ export const texts = {
     wishes: 'What the site file wants',
   },
   doctor: {
-    intro:
-        'The doctor looks at everything from the address to the pictures and names the fault that the others ' +
-        'follow from. It changes nothing at the camera, and takes about ten seconds.',
+    intro: 'The doctor looks at everything from the address to the pictures and names the fault that ' +
+      'the others ' +
+      'follow from. It changes nothing at the camera, and takes about ten seconds.',
     run: 'Examine',
     running: 'Examining …',
     again: 'Examine again',
@@ -496,8 +496,8 @@ export const texts = {
     verdicts: {ok: 'Nothing is wrong.', warning: 'It works, with a warning.', fault: 'A fault was found.'},
     root: 'The others follow from it',
     counts: (checks, faults, warnings, span) =>
-        `${count(checks, 'check', 'checks')}, ${count(faults, 'fault', 'faults')}, ` +
-        `${count(warnings, 'warning', 'warnings')}, ${span}`,
+      `${count(checks, 'check', 'checks')}, ${count(faults, 'fault', 'faults')}, ` +
+      `${count(warnings, 'warning', 'warnings')}, ${span}`,
     broken: 'The examination broke off before its verdict.',
     checkName: (name, detail) => detail === undefined ? name : `${name} ${detail}`,
   },
@@ -562,7 +562,7 @@ export const texts = {
     framesLabel: rate => `Frame rate of the last hour; now ${rate} a second`,
     at: (time, text) => `${time}  ${text}`,
     answerPoint: (median, longest, count, lost) =>
-        `median ${median}, longest ${longest}, ${count} asked, ${lost} lost`,
+      `median ${median}, longest ${longest}, ${count} asked, ${lost} lost`,
     framePoint: rate => `${rate} a second`,
     milliseconds: 'ms',
     perSecond: '1/s',
@@ -589,4 +589,4 @@ export function checkText(check) {
 }
 
 export const placeText = of =>
-    of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.drift.adjustments;
+  of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.drift.adjustments;

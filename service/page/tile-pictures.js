@@ -7,11 +7,10 @@ const pauseAfterFailure = 10000;
 const firstWait = 400;
 
 export class TilePictures {
-  constructor({
-    fetch = fetchPicture,
-    now = () => Date.now(),
-    setTimer = (action, pause) => setTimeout(action, pause)
-  } = {}) {
+  constructor(
+    {fetch = fetchPicture,
+      now = () => Date.now(),
+      setTimer = (action, pause) => setTimeout(action, pause)} = {}) {
     this.fetch = fetch;
     this.now = now;
     this.setTimer = setTimer;
@@ -63,7 +62,7 @@ export class TilePictures {
     try {
       const wait = tile.number ? 0 : firstWait;
       const picture =
-          await this.fetch(name, {kind: 'tile', after: tile.number, wait, signal: tile.abort.signal});
+        await this.fetch(name, {kind: 'tile', after: tile.number, wait, signal: tile.abort.signal});
       if (picture)
         await this.show(name, tile, picture);
     } catch (error) {

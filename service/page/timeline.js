@@ -11,8 +11,8 @@ const opposite = {
 export function spansOf(changes, now, level, length = hour) {
   const begin = now - length;
   const inside = changes.map(({time, state}) => ({at: Date.parse(time), state}))
-                     .filter(({at}) => at <= now)
-                     .sort((one, other) => one.at - other.at);
+                   .filter(({at}) => at <= now)
+                   .sort((one, other) => one.at - other.at);
   const before = inside.filter(({at}) => at <= begin).pop();
   const later = inside.filter(({at}) => at > begin);
   const first = before?.state ?? (later.length > 0 ? opposite[later[0].state] ?? 'unknown' : level);

@@ -120,8 +120,8 @@ test('exchanges of one camera at a time; the next one gets its turn', () => {
 
 // The store
 
-const camera = (name, more = {}) => (
-    {name, state: 'up', since: '2026-11-26T06:00:00.000Z', inputs: [{input: 0, state: 'inactive'}], ...more});
+const camera = (name, more = {}) =>
+  ({name, state: 'up', since: '2026-11-26T06:00:00.000Z', inputs: [{input: 0, state: 'inactive'}], ...more});
 
 function storeOf(answers) {
   const asked = [];
@@ -155,10 +155,10 @@ test('an event that comes while the list is asked is not overwritten by it', asy
   const {store} = storeOf(pages);
   const loading = store.load();
   store.hear(
-      'camera', {name: 'a', state: 'down', problem: {cause: 'refused'}, at: '2026-11-26T06:31:00.000Z'});
+    'camera', {name: 'a', state: 'down', problem: {cause: 'refused'}, at: '2026-11-26T06:31:00.000Z'});
   await loading;
   assert.deepEqual(
-      [store.cameras.get('a').state, store.cameras.get('a').since], ['down', '2026-11-26T06:31:00.000Z']);
+    [store.cameras.get('a').state, store.cameras.get('a').since], ['down', '2026-11-26T06:31:00.000Z']);
 });
 
 test('events change state, inputs and drift; older ones and strangers change nothing', async () => {
@@ -166,8 +166,8 @@ test('events change state, inputs and drift; older ones and strangers change not
   const changes = [];
   await store.load();
   store.onChange(({name, state}) => changes.push(`${name} ${state}`));
-  store.hear('camera',
-      {name: 'a', state: 'degraded', problem: {cause: 'stream-off'}, at: '2026-11-26T06:31:00.000Z'});
+  store.hear(
+    'camera', {name: 'a', state: 'degraded', problem: {cause: 'stream-off'}, at: '2026-11-26T06:31:00.000Z'});
   store.hear('camera', {name: 'a', state: 'up', at: '2026-11-26T06:30:59.000Z'});
   store.hear('camera', {name: 'nobody', state: 'down', at: '2026-11-26T06:31:00.000Z'});
   store.hear('input', {name: 'b', input: 0, state: 0, at: '2026-11-26T06:32:00.000Z'});
@@ -175,7 +175,7 @@ test('events change state, inputs and drift; older ones and strangers change not
   store.hear('drift', {name: 'b', drift: {state: 'differs', differences: [1]}});
   assert.equal(store.cameras.get('a').problem.cause, 'stream-off');
   assert.deepEqual(
-      store.cameras.get('b').inputs.map(({input, state}) => `${input} ${state}`), ['0 active', '3 inactive']);
+    store.cameras.get('b').inputs.map(({input, state}) => `${input} ${state}`), ['0 active', '3 inactive']);
   assert.equal(store.cameras.get('b').drift.state, 'differs');
   assert.deepEqual(changes, ['a degraded']);
   store.hear('camera', {name: 'a', state: 'up', at: '2026-11-26T06:33:00.000Z'});

@@ -22,9 +22,9 @@ const names = list => list.map(({name}) => name);
 
 test('what needs somebody comes first, the latest trouble before older ones, the rest by name', () => {
   assert.deepEqual(names(sorted(cameras, 'attention')),
-      ['dock', 'roof', 'hall', 'yard', 'lab', 'door', 'gate 2', 'gate 10']);
+    ['dock', 'roof', 'hall', 'yard', 'lab', 'door', 'gate 2', 'gate 10']);
   assert.deepEqual(
-      names(sorted(cameras, 'name')), ['dock', 'door', 'gate 2', 'gate 10', 'hall', 'lab', 'roof', 'yard']);
+    names(sorted(cameras, 'name')), ['dock', 'door', 'gate 2', 'gate 10', 'hall', 'lab', 'roof', 'yard']);
   assert.equal(sorted(cameras, 'since')[0].name, 'hall');
   assert.deepEqual(names(sorted(cameras, 'file')), names(cameras));
 });
@@ -70,11 +70,11 @@ test('keys lead through the list and never out of it', () => {
   const grid = gridOf({width: 1000, count: 10, cellWidth: 248, cellHeight: 226});
   const after = (index, key) => indexAfterKey(grid, index, key);
   assert.deepEqual(
-      [after(5, 'ArrowDown'), after(5, 'ArrowUp'), after(5, 'ArrowRight'), after(5, 'ArrowLeft')],
-      [9, 1, 6, 4]);
+    [after(5, 'ArrowDown'), after(5, 'ArrowUp'), after(5, 'ArrowRight'), after(5, 'ArrowLeft')],
+    [9, 1, 6, 4]);
   assert.deepEqual([after(7, 'ArrowDown'), after(0, 'ArrowLeft'), after(3, 'x')], [null, null, null]);
   assert.deepEqual(
-      [after(5, 'PageDown'), after(5, 'PageUp'), after(5, 'Home'), after(5, 'End')], [9, 0, 0, 9]);
+    [after(5, 'PageDown'), after(5, 'PageUp'), after(5, 'Home'), after(5, 'End')], [9, 0, 0, 9]);
   const rows = gridOf({width: 1000, count: 10, cellWidth: 0, cellHeight: 76});
   assert.equal(indexAfterKey(rows, 5, 'ArrowRight'), null);
 });

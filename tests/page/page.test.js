@@ -11,8 +11,8 @@ import {tokenOf} from '../../service/page/session.js';
 
 const folder = new URL('../../service/page/', import.meta.url);
 const files = new Map(readdirSync(
-    folder).filter(name => !name.startsWith('.'))
-                          .map(name => [name, readFileSync(new URL(name, folder), 'utf8')]));
+  folder).filter(name => !name.startsWith('.'))
+                        .map(name => [name, readFileSync(new URL(name, folder), 'utf8')]));
 const most = 200000;
 
 test('all together are under 200 kB', () => {
@@ -25,12 +25,46 @@ test('nothing that the content security policy forbids, and no other host', () =
     const hosts = text.match(/\bhttps?:\/\/[a-z0-9.]+/g) ?? [];
     assert.deepEqual(hosts.filter(host => host !== 'http://www.w3.org'), [], name);
     assert.doesNotMatch(text,
-        /innerHTML|outerHTML|insertAdjacentHTML|document\.write|\beval\(|new Function|setAttribute\('style'/,
-        name);
+      /innerHTML|outerHTML|insertAdjacentHTML|document\.write|\beval\(|new Function|setAttribute\('style'/,
+      name);
     if (name.endsWith('.css'))
       assert.doesNotMatch(text, /url\(|@import/, name);
   }
   assert.doesNotMatch(files.get('index.html'), /<script(?![^>]*src=)|<style|\sstyle=|\son[a-z]+=/);
+});
+
+// Relative luminance and contrast as WCAG 2 has them.
+function luminance(colour) {
+  const digits =
+    colour.length === 4 ? [...colour.slice(1)].map(digit => digit + digit) : colour.slice(1).match(/../g);
+  const [red, green, blue] =
+    digits.map(pair => parseInt(pair, 16) / 255)
+      .map(part => (part <= 0.04045 ? part / 12.92 : ((part + 0.055) / 1.055) ** 2.4));
+  return 0.2126 * red + 0.7152 * green + 0.0722 * blue;
+}
+
+function contrast(one, other) {
+  const [dark, light] = [luminance(one), luminance(other)].sort((a, b) => a - b);
+  return (light + 0.05) / (dark + 0.05);
+}
+
+test('texts have the contrast of WCAG AA, light and dark; what bounds a control that of its parts', () => {
+  const [light, dark] = [...files.get('style.css').matchAll(/:root \{([^}]*)\}/g)].map(
+    ([, body]) => Object.fromEntries(
+      [...body.matchAll(/--([a-z-]+): (#[0-9a-f]+);/g)].map(([, name, value]) => [name, value])));
+  const grounds =
+    ['page', 'surface', 'raised', 'sunk', 'accent-soft', 'down-soft', 'degraded-soft', 'up-soft'];
+  for (const colours of [light, dark]) {
+    for (const ground of grounds)
+      for (const text of ['text', 'muted', 'accent', 'down', 'degraded', 'up'])
+        assert.ok(contrast(colours[text], colours[ground]) >= 4.5,
+          `${text} on ${ground}: ${contrast(colours[text], colours[ground])}`);
+    assert.ok(contrast(colours['on-accent'], colours.accent) >= 4.5);
+    for (const ground of ['page', 'surface', 'raised'])
+      for (const part of ['control', 'second'])
+        assert.ok(contrast(colours[part], colours[ground]) >= 3,
+          `${part} on ${ground}: ${contrast(colours[part], colours[ground])}`);
+  }
 });
 
 test('every module that is imported is there', () => {
@@ -83,7 +117,7 @@ test('a move is never sent again after a log-in', async () => {
     renewals += 1;
   });
   await assert.rejects(
-      request('POST', '/cameras/gate/move', {}, {once: true}), error => error.status === 401);
+    request('POST', '/cameras/gate/move', {}, {once: true}), error => error.status === 401);
   assert.deepEqual([asked.length, renewals], [1, 1]);
 });
 
@@ -105,7 +139,7 @@ test('who is refused late, after somebody has logged in, is not asked for a toke
         late.answer = () => resolve(new Response('{}', {status: 401}));
       });
     return Promise.resolve(
-        new Response('{}', {status: calls === 1 ? 401 : 200, headers: {'Content-Type': 'application/json'}}));
+      new Response('{}', {status: calls === 1 ? 401 : 200, headers: {'Content-Type': 'application/json'}}));
   };
   const first = get('/a');
   const second = get('/b');
@@ -124,10 +158,10 @@ test('failures keep what the service says of them', async () => {
     status: 409,
     body: {detail: 'held', holder: 'front desk', results: [1], problem: {cause: 'not-accepted'}}
   },
-      new TypeError('fetch failed'));
+    new TypeError('fetch failed'));
   await assert.rejects(get('/x'),
-      error => error instanceof ApiError && error.status === 409 && error.holder === 'front desk' &&
-          error.message === 'held' && error.problem.cause === 'not-accepted' && error.results.length === 1);
+    error => error instanceof ApiError && error.status === 409 && error.holder === 'front desk' &&
+      error.message === 'held' && error.problem.cause === 'not-accepted' && error.results.length === 1);
   await assert.rejects(get('/x'), error => error.isAway);
 });
 

@@ -19,8 +19,8 @@ test('every cause and phase that the product tells has words here, and no other'
 
 test('every check of the doctor and every adjustment has a name', () => {
   const kinds = schema(
-      'doctor').$defs.check.pattern.replace(/\(:[^)]*(\([^)]*\)[^)]*)?\)\?/g, '')
-                    .match(/[a-z]+(-[a-z]+)*/g);
+    'doctor').$defs.check.pattern.replace(/\(:[^)]*(\([^)]*\)[^)]*)?\)\?/g, '')
+                  .match(/[a-z]+(-[a-z]+)*/g);
   assert.ok(kinds.includes('write-test') && kinds.includes('address'));
   for (const kind of kinds)
     assert.ok(texts.checks[kind], `the check ${kind} has no name`);
@@ -44,7 +44,7 @@ test('what is not certain is hedged, and an unknown cause keeps the service\'s a
     cause: 'brand-new', try:
       'do this'
   }),
-      'do this');
+    'do this');
 });
 
 test('spans, ages and durations', () => {
@@ -56,7 +56,7 @@ test('spans, ages and durations', () => {
     assert.equal(spanText(span), text);
   assert.deepEqual([ageText(-3), ageText(1949), ageText(61000)], ['0.0 s', '1.9 s', '1 min']);
   assert.deepEqual([0.46, 9.94, 12.6, 999, 1500, 12000].map(millisecondsText),
-      ['0.5 ms', '9.9 ms', '13 ms', '999 ms', '1.5 s', '12 s']);
+    ['0.5 ms', '9.9 ms', '13 ms', '999 ms', '1.5 s', '12 s']);
 });
 
 test('a moment of today has no date', () => {
