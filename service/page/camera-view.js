@@ -30,7 +30,7 @@ function factList(camera) {
     key => [texts.camera[key], camera[key] || texts.camera.unknownFact]);
   if (camera.tags?.length)
     facts.push([texts.camera.tags, camera.tags.join(', ')]);
-  return facts.map(([label, value]) => h('div', {}, h('dt', {}, label), h('dd', {}, value)));
+  return facts;
 }
 
 export class CameraView {
@@ -115,8 +115,9 @@ export class CameraView {
   // A camera that has come back has settings to tell; one that is lost has none.
   takeFromStore() {
     const known = this.store.cameras.get(this.name);
-    if (!known)
+    if (!known || known === this.known)
       return;
+    this.known = known;
     const hasTurned = known.state !== this.camera.state;
     this.camera = {...this.camera, ...known, problem: known.problem};
     this.renew();
@@ -170,7 +171,7 @@ export class CameraView {
     const {camera} = this;
     renewStateBadge(this.state, camera.state);
     this.element.dataset.state = camera.state;
-    replace(this.facts, factList(camera));
+    this.renewFacts();
     this.renewTimes();
     this.renewProblem();
     this.inputs.renew(camera);
@@ -182,6 +183,16 @@ export class CameraView {
     this.settings.renew(camera);
     this.drift.renew(camera);
     this.renewHead();
+  }
+
+  // Written anew only when they change: somebody may be copying one.
+  renewFacts() {
+    const facts = factList(this.camera);
+    const text = JSON.stringify(facts);
+    if (text === this.factsShown)
+      return;
+    this.factsShown = text;
+    replace(this.facts, facts.map(([label, value]) => h('div', {}, h('dt', {}, label), h('dd', {}, value))));
   }
 
   renewTimes() {

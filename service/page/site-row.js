@@ -44,7 +44,7 @@ export class SiteRow {
     this.name = name;
     this.pictures = pictures;
     this.hasPicture = false;
-    this.image = h('img', {alt: '', class: 'tile-image', draggable: 'false'});
+    this.image = h('img', {alt: '', class: 'tile-image', draggable: 'false', hidden: true});
     this.noPicture = h('span', {class: 'tile-none'}, texts.site.noPicture);
     this.link = h('a', {href: cameraAddress(name), class: 'row-name'}, name);
     this.state = stateBadge('unknown');

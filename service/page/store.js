@@ -84,7 +84,8 @@ export class Store {
 
   // What comes while the list is being asked would be overwritten by it: it waits.
   hear(type, data) {
-    if (data.at)
+    // Other events may be told long after they were made.
+    if (type === 'heartbeat')
       clock.hear(data.at);
     if (type === 'resync' || type === 'site')
       this.load();

@@ -56,21 +56,26 @@ export function millisecondsText(milliseconds) {
   return `${milliseconds >= 10 ? Math.round(milliseconds) : Number(milliseconds.toFixed(1))} ms`;
 }
 
-// How far the service's clock is ahead of the browser's. An answer is always late, never early: the largest
-// difference is the nearest to the truth.
+const remembered = 8;
+
+// How far the service's clock is ahead of the browser's. An answer is always late, never early: of those that
+// came last, the largest difference is the nearest to the truth. Older ones are forgotten, since either clock
+// may be set.
 export class ServiceClock {
   constructor(now = () => Date.now()) {
     this.localNow = now;
-    this.ahead = null;
+    this.differences = [];
   }
 
   hear(serviceTime) {
     const ahead = Date.parse(serviceTime) - this.localNow();
     if (Number.isFinite(ahead))
-      this.ahead = this.ahead === null ? ahead : Math.max(this.ahead, ahead);
+      this.differences = [...this.differences, ahead].slice(-remembered);
   }
 
-  now() { return this.localNow() + (this.ahead ?? 0); }
+  get ahead() { return this.differences.length > 0 ? Math.max(...this.differences) : 0; }
+
+  now() { return this.localNow() + this.ahead; }
 
   age(serviceTime) { return Math.max(0, this.now() - Date.parse(serviceTime)); }
 }
