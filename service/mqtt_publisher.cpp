@@ -164,7 +164,7 @@ private:
 
     void received(const SMqttReceived& message) override {
         if (const auto camera = topics_.cameraOfCall(message.topic)) {
-            if (!message.isRetained && options_.takesCalls && callbacks_.call)
+            if (!message.isRetained && callbacks_.call)
                 take(*camera, message);
             return;
         }

@@ -33,13 +33,15 @@ std::vector<std::uint64_t> StatNumbers() {
     return numbers;
 }
 
-// When the machine began, in seconds since 1970.
+double Now(clockid_t clock) {
+    timespec time{};
+    (void)::clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+// When the machine began, in seconds since 1970; /proc/stat may be hidden from a service.
 double BootTime() {
-    std::ifstream in("/proc/stat");
-    for (std::string word; in >> word;)
-        if (double seconds = 0; word == "btime" && in >> seconds)
-            return seconds;
-    return 0;
+    return Now(CLOCK_REALTIME) - Now(CLOCK_BOOTTIME);
 }
 
 std::uint64_t OpenDescriptors() {
@@ -59,18 +61,12 @@ double MostDescriptors() {
                                            : static_cast<double>(limit.rlim_cur);
 }
 
-double CpuSeconds() {
-    timespec used{};
-    (void)::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
-}
-
 } // namespace
 
 SProcessUse ReadProcessUse() {
     const std::vector<std::uint64_t> numbers = StatNumbers();
     SProcessUse use;
-    use.cpuSeconds = CpuSeconds();
+    use.cpuSeconds = Now(CLOCK_PROCESS_CPUTIME_ID);
     use.residentBytes = numbers[ResidentPages] * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
     use.virtualBytes = numbers[VirtualBytes];
     use.openDescriptors = OpenDescriptors();

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -161,6 +162,10 @@ TEST(Metrics, TellWhatTheProcessUses) {
         std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
     EXPECT_GT(before.started, now - 3600);
     EXPECT_LT(before.started, now + 2);
+    std::uint64_t open = 0;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor)
+        open += ::fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
+    EXPECT_EQ(before.openDescriptors, open);
     std::vector<char> memory(64U << 20, 'x');
     std::ifstream one("/dev/null"), another("/dev/null");
     while (ReadProcessUse().cpuSeconds <= before.cpuSeconds) {

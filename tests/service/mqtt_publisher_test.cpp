@@ -336,6 +336,7 @@ TEST_F(MqttPublisher, TakesCallsAndAnswersThem) {
         return calls.back() == "gate last";
     }));
     EXPECT_TRUE(client.waitFor("answers/3", R"({"error":"the call is longer than 64 KiB"})"));
+    EXPECT_THAT(client.of("answers/4"), IsEmpty()) << "the broker has brought it";
     calls.erase(std::unique(calls.begin(), calls.end()), calls.end()); // of those before it had subscribed
     EXPECT_THAT(calls, ElementsAre("gate {\"n\":1}", "hall.2 xxxxxxxxxxxxxxxxxxxx", "gate last"));
 
@@ -417,7 +418,8 @@ TEST_F(MqttPublisher, WhatTheBrokerForbidsIsToldAndTheRestGoesOn) {
 TEST_F(MqttPublisher, EndsWhateverTheBrokerDoes) {
     int port = 0;
     const int silent = test_support::ListenOnLoopback(port, 8);
-    CPublished unanswered(port);
+    const auto patient = [](SMqttOptions& options) { options.times.keepAlive = 1h; };
+    CPublished unanswered(port, patient);
     unanswered->start();
     const int accepted = ::accept(silent, nullptr, nullptr);
     unanswered->end();
@@ -425,7 +427,7 @@ TEST_F(MqttPublisher, EndsWhateverTheBrokerDoes) {
     ::close(silent);
 
     broker.start();
-    CPublished stopped(broker.port());
+    CPublished stopped(broker.port(), patient);
     stopped->start();
     ASSERT_TRUE(stopped.waitUntilSent());
     broker.signal(SIGSTOP);
