@@ -27,9 +27,9 @@ struct SApiParts {
     std::string service; // its name
     std::string version;
     std::string stateDirectory;
-    std::vector<std::string> doctor;                        // words of a command line before the camera's name
+    std::vector<std::string> doctor; // words of a command line before the camera's name
     std::function<std::optional<SMetricsInput::SMqtt>()> mqtt; // null without a broker
-    std::function<void()> reload;                           // the site file has been changed
+    std::function<void()> reload;                              // the site file has been changed
 };
 
 // Answers the requests of the HTTP interface: who may ask, and which piece answers.
@@ -98,8 +98,8 @@ private:
     std::atomic<int> examinations_{0};
     std::mutex writingFile_; // held while the site file is changed
 
-    std::mutex mutex_;                      // guards what follows
-    std::map<std::string, int> waiting_;    // calls of each camera that are under way or wait
+    std::mutex mutex_;                   // guards what follows
+    std::map<std::string, int> waiting_; // calls of each camera that are under way or wait
     int allWaiting_ = 0;
 };
 

@@ -34,7 +34,8 @@ std::size_t LimitOf(const SHttpRequest& request) {
     std::size_t limit = 0;
     const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), limit);
     if (error != std::errc() || end != text->data() + text->size() || limit == 0 || limit > MostCameras)
-        throw CRefusal(MHD_HTTP_BAD_REQUEST, "limit must be a number from 1 to " + std::to_string(MostCameras));
+        throw CRefusal(MHD_HTTP_BAD_REQUEST,
+                       "limit must be a number from 1 to " + std::to_string(MostCameras));
     return limit;
 }
 
@@ -67,7 +68,8 @@ void CApi::tellCameras(const SApiCall& call, const Answer& answer) {
     const auto all = parts_.site.cameras();
     auto one = all.begin();
     if (!after.empty()) {
-        one = std::find_if(all.begin(), all.end(), [&](const auto& camera) { return camera->entry().name == after; });
+        one = std::find_if(all.begin(), all.end(),
+                           [&](const auto& camera) { return camera->entry().name == after; });
         if (one == all.end())
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "after names no camera of the site");
         ++one;

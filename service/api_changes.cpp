@@ -1,10 +1,10 @@
 // What changes a camera, or what is wanted of it.
 
+#include "refhost/base/log.h"
+#include "refhost/base/printable_text.h"
 #include "service/api.h"
 #include "service/camera_detail.h"
 #include "service/problem_answer.h"
-#include "refhost/base/log.h"
-#include "refhost/base/printable_text.h"
 #include "site/calls/answer_text.h"
 #include "site/calls/call.h"
 #include "site/cameras/site_wish.h"
@@ -81,11 +81,10 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
     std::vector<site::SChange> results;
     if (!finding.problem)
         for (const site::SComparison& one :
-             site::CDrift(*session->session().model(),
-                          [&](const std::string& operation, const site::Texts& arguments) {
-                              return site::AnswerIfThere(session->session().operations(), operation, arguments);
-                          })
-                 .compare(site::WishOf(wish)))
+             site::CDrift(*session->session().model(), [&](const std::string&operation,
+                                                           const site::Texts&arguments) {
+                 return site::AnswerIfThere(session->session().operations(), operation, arguments);
+             }).compare(site::WishOf(wish)))
             results.push_back({one, one.camera});
     work.set(finding, allowances);
     for (site::SChange& one : results)
@@ -94,7 +93,8 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
                 one.after = changed.after;
     ordered_json told{{"results", site::ChangesJson(results)}};
     if (finding.problem) {
-        const bool isWish = finding.problem->cause == "wrong-value" || finding.problem->cause == "wrong-usage" ||
+        const bool isWish = finding.problem->cause == "wrong-value" ||
+                            finding.problem->cause == "wrong-usage" ||
                             finding.problem->cause == "not-supported";
         told["problem"] = ProblemObject(*finding.problem);
         return ProblemAnswer(isWish ? MHD_HTTP_UNPROCESSABLE_CONTENT : MHD_HTTP_BAD_GATEWAY,
@@ -153,19 +153,20 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
     if (!streams.is_array())
         streams = ordered_json::array();
     for (const ordered_json& one : patch) {
-        if (!one.is_object() || !one.contains("stream") || !one["stream"].is_string() || !one.contains("record"))
+        if (!one.is_object() || !one.contains("stream") || !one["stream"].is_string() ||
+            !one.contains("record"))
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"stream\":\"...\",\"record\":{...}}");
         const auto known = std::find_if(streams.begin(), streams.end(), [&](const ordered_json& other) {
             return other.is_object() && other.value("stream", "") == one["stream"].get<std::string>();
         });
-        ordered_json& entry = known == streams.end()
-                                  ? streams.emplace_back(ordered_json{{"stream", one["stream"]}})
-                                  : *known;
+        ordered_json& entry =
+            known == streams.end() ? streams.emplace_back(ordered_json{{"stream", one["stream"]}}) : *known;
         Merge(entry["record"], one["record"], "record");
     }
     streams.erase(std::remove_if(streams.begin(), streams.end(),
                                  [](const ordered_json& one) {
-                                     return one.is_object() && one.contains("record") && one["record"].empty();
+                                     return one.is_object() && one.contains("record") &&
+                                            one["record"].empty();
                                  }),
                   streams.end());
 }
@@ -173,12 +174,12 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
 } // namespace
 
 bool IsWriting(const std::string& operation) {
-    static constexpr std::array Reading = {"get",   "Get",     "is",  "Is",   "To",   "read",
-                                           "find",  "convert", "map", "query", "Sort"};
-    const std::string name = operation.substr(operation.find('.') == std::string::npos ? 0 : operation.find('.') + 1);
+    static constexpr std::array Reading = {"get",  "Get",     "is",  "Is",    "To",  "read",
+                                           "find", "convert", "map", "query", "Sort"};
+    const std::string name =
+        operation.substr(operation.find('.') == std::string::npos ? 0 : operation.find('.') + 1);
     return std::none_of(Reading.begin(), Reading.end(), [&](const std::string& beginning) {
-        return name.compare(0, beginning.size(), beginning) == 0 &&
-               name.size() > beginning.size() &&
+        return name.compare(0, beginning.size(), beginning) == 0 && name.size() > beginning.size() &&
                std::islower(static_cast<unsigned char>(name[beginning.size()])) == 0;
     });
 }
@@ -228,7 +229,8 @@ void CApi::patchAdjustments(const SApiCall& call, const Answer& answer) {
     site::SSiteCamera wish;
     wish.name = one.camera->entry().name;
     wish.address = one.camera->entry().address;
-    for (const auto& [name, value] : call.body().items()) {
+    const ordered_json wanted = call.body();
+    for (const auto& [name, value] : wanted.items()) {
         if (!site::FindAdjustment(name))
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "there is no adjustment \"" + name + "\"");
         wish.adjustments[name] = TextOf(value, name);
@@ -270,7 +272,8 @@ void CApi::patchWish(const SApiCall& call, const Answer& answer) {
             else if (name == "streams")
                 MergeStreams((*entry)[name], value);
             else
-                throw CRefusal(MHD_HTTP_BAD_REQUEST, "a wish has streams and adjustments, and no \"" + name + "\"");
+                throw CRefusal(MHD_HTTP_BAD_REQUEST,
+                               "a wish has streams and adjustments, and no \"" + name + "\"");
         const std::string trial = file + ".trial";
         site::ReplaceFile(trial, site.dump(2) + "\n");
         try {

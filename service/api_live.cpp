@@ -95,7 +95,8 @@ void CApi::move(const SApiCall& call, const Answer& answer) {
     const auto until = one.head->move(HeadClientOf(call), movement, holder);
     if (!until)
         RefuseHead(holder);
-    answer(JsonAnswer({{"until", site::UtcTimeText(*until)}, {"holder", call.client.name}}, MHD_HTTP_ACCEPTED));
+    answer(
+        JsonAnswer({{"until", site::UtcTimeText(*until)}, {"holder", call.client.name}}, MHD_HTTP_ACCEPTED));
 }
 
 void CApi::stopMove(const SApiCall& call, const Answer& answer) {
@@ -137,7 +138,8 @@ void CApi::tellPicture(const SApiCall& call, const Answer& answer) {
     const int usual = call.request.parameter("after") ? 0 : static_cast<int>(FirstPicturePatience.count());
     const int wait = NumberOf<int>(call.request, "wait", usual, static_cast<int>(LongestPatience.count()));
     if (!camera(call).camera->session())
-        return answer(PictureAnswer({std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
+        return answer(PictureAnswer(
+            {std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
     const bool isFirst = after == 0;
     parts_.site.feed(call.name, StreamOf(call.request))
         ->next(after, milliseconds(isFirst ? std::max(wait, usual) : wait),
@@ -147,7 +149,8 @@ void CApi::tellPicture(const SApiCall& call, const Answer& answer) {
 void CApi::tellPictures(const SApiCall& call, const Answer& answer) {
     const int rate = NumberOf<int>(call.request, "fps", HighestRate, HighestRate);
     if (!camera(call).camera->session())
-        return answer(PictureAnswer({std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
+        return answer(PictureAnswer(
+            {std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
     SHttpAnswer told;
     told.headers = {{"Content-Type", std::string("multipart/x-mixed-replace; boundary=") + PictureBoundary}};
     told.source = std::make_unique<CPictureSource>(parts_.site.feed(call.name, StreamOf(call.request)),

@@ -76,7 +76,7 @@ void CApi::tellOperations(const SApiCall& /*call*/, const Answer& answer) {
     for (const site::SOperation& operation : session.operations().operations()) {
         if (TakesAnAddress(operation))
             continue;
-        ordered_json one = OperationJson(operation);
+        ordered_json one = site::OperationJson(operation);
         one["writes"] = IsWriting(operation.name);
         all.push_back(std::move(one));
     }

@@ -64,8 +64,9 @@ IBodySource::Step CPictureSource::fetch() {
     time_ = outcome->picture->time;
     picture_ = outcome->picture->jpeg;
     sent_ = 0;
-    head_ = std::string("--") + PictureBoundary + "\r\nContent-Type: image/jpeg\r\nContent-Length: " +
-            std::to_string(picture_->size()) + "\r\n\r\n";
+    head_ = std::string("--") + PictureBoundary +
+            "\r\nContent-Type: image/jpeg\r\nContent-Length: " + std::to_string(picture_->size()) +
+            "\r\n\r\n";
     return Step::Some;
 }
 

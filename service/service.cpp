@@ -48,8 +48,8 @@ SListenAddress ParseListen(const std::string& text) {
     if (host.size() > 2 && host.front() == '[' && host.back() == ']')
         host = host.substr(1, host.size() - 2);
     const std::string digits = colon == std::string::npos ? "" : text.substr(colon + 1);
-    const bool isNumber = !digits.empty() && digits.size() <= 5 &&
-                          digits.find_first_not_of("0123456789") == std::string::npos;
+    const bool isNumber =
+        !digits.empty() && digits.size() <= 5 && digits.find_first_not_of("0123456789") == std::string::npos;
     const int port = isNumber ? std::stoi(digits) : -1;
     if (host.empty() || port < 0 || port > HighestPort)
         throw CFailure(ExitStatus::WrongUsage, "wrong --listen \"" + text + "\": expected ADDRESS:PORT");
@@ -65,8 +65,9 @@ std::vector<SListenAddress> ListenAddresses(const SServeOptions& options) {
     for (const SListenAddress& one : all)
         if (!one.isLoopback() && options.tlsCertificate.empty())
             throw CFailure(ExitStatus::WrongUsage,
-                           one.text() + " can be reached from other machines, which needs TLS: give --tls-cert "
-                                        "and --tls-key, or listen at 127.0.0.1 behind a reverse proxy");
+                           one.text() +
+                               " can be reached from other machines, which needs TLS: give --tls-cert "
+                               "and --tls-key, or listen at 127.0.0.1 behind a reverse proxy");
     return all;
 }
 
@@ -128,15 +129,16 @@ public:
             observers.push_back(mqtt_.get());
         observers_ = std::make_unique<CObservers>(std::move(observers));
         SSiteTimes times;
-        times.drift = std::chrono::milliseconds(static_cast<std::int64_t>(serveOptions.driftMinutes * 60'000));
+        times.drift =
+            std::chrono::milliseconds(static_cast<std::int64_t>(serveOptions.driftMinutes * 60'000));
         site_ = std::make_unique<CKeptSite>(options, serveOptions.site, *observers_, times);
         tokens_ = OpenTokens(serveOptions, state_);
-        access_ = std::make_unique<CAccess>(SAccessRules{tokens_.file, hosts(addresses), !tls.certificate.empty()});
+        access_ =
+            std::make_unique<CAccess>(SAccessRules{tokens_.file, hosts(addresses), !tls.certificate.empty()});
         api_ = std::make_unique<CApi>(parts(options));
         try {
             server_ = std::make_unique<CHttpServer>(
-                addresses, tls,
-                [this](SHttpRequest request, const CHttpServer::Answer& answer) {
+                addresses, tls, [this](SHttpRequest request, const CHttpServer::Answer& answer) {
                     api_->handle(std::move(request), answer);
                 });
         } catch (const CHttpServerError& error) {
@@ -261,7 +263,8 @@ private:
         json.json = true;
         std::vector<std::string> doctor = json.arguments();
         doctor.insert(doctor.end(), {"doctor", "--site", site_->file()});
-        SApiParts parts{*site_, hub_, *access_, files_, name_, version_, state_, std::move(doctor), nullptr, nullptr};
+        SApiParts parts{*site_,   hub_,   *access_,          files_,  name_,
+                        version_, state_, std::move(doctor), nullptr, nullptr};
         if (mqtt_)
             parts.mqtt = [this]() -> std::optional<SMetricsInput::SMqtt> {
                 const auto state = mqtt_->state();
@@ -276,7 +279,7 @@ private:
     const std::string name_;
     const std::string state_;
     const CPageFiles files_;
-    const CNotifier notifier_;
+    const CNotifier notifier_{};
     CEventHub hub_;
     std::unique_ptr<CMqttPublisher> mqtt_;
     std::unique_ptr<CObservers> observers_;

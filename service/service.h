@@ -13,7 +13,7 @@ using OnEnd = std::function<void(std::function<void()> end)>;
 
 // Keeps the site and serves until it is told to end; SIGHUP, which is blocked in every thread, reads the site
 // file again. Throws site::CFailure for what keeps it from beginning.
-site::ExitStatus Serve(const site::SOptions& options, const SServeOptions& serveOptions,
-                       const OnEnd& onEnd, const std::string& version);
+site::ExitStatus Serve(const site::SOptions& options, const SServeOptions& serveOptions, const OnEnd& onEnd,
+                       const std::string& version);
 
 } // namespace corvane::service

@@ -1,7 +1,7 @@
+#include "tools/vornhost/program.h"
 #include "site/base/standard_streams.h"
 #include "site/base/terminal_text.h"
 #include "site/diagnosis/diagnosis.h"
-#include "tools/vornhost/program.h"
 
 #include "tools/vornhost/console/exhaustion.h"
 #include "tools/vornhost/console/signals.h"

@@ -62,26 +62,39 @@ public:
             return command.add_option(name, target, description)->type_name("FILE");
         };
         command.add_option("SITE", options_.site, "The site file")->required();
-        command.add_option("--listen", options_.listen, "Where, numeric; may be repeated (default: 127.0.0.1:8090)")
+        command
+            .add_option("--listen", options_.listen,
+                        "Where, numeric; may be repeated (default: 127.0.0.1:8090)")
             ->type_name("ADDRESS:PORT");
-        command.add_option("--state", options_.state, "Where it keeps its tokens (default: see `vornhost token`)")
+        command
+            .add_option("--state", options_.state,
+                        "Where it keeps its tokens (default: see `vornhost token`)")
             ->type_name("DIR");
         CLI::Option* const key = file("--tls-key", options_.tlsKey, "The key of the certificate (PEM)");
         CLI::Option* const certificate =
-            file("--tls-cert", options_.tlsCertificate, "The certificate, its chain behind it (PEM)")->needs(key);
+            file("--tls-cert", options_.tlsCertificate, "The certificate, its chain behind it (PEM)")
+                ->needs(key);
         key->needs(certificate);
-        command.add_option("--public-host", options_.hosts, "A further name that it is asked as; may be repeated")
+        command
+            .add_option("--public-host", options_.hosts,
+                        "A further name that it is asked as; may be repeated")
             ->type_name("NAME");
         file("--token-file", options_.tokenFile, "Who may ask; see `vornhost token`");
         command.add_option("--name", options_.name, "What it is called (default: as the site file)")
             ->type_name("WORD");
-        command.add_option("--mqtt", options_.mqtt, "Tell a broker what the site knows: mqtt[s]://[USER@]HOST[:PORT]")
+        command
+            .add_option("--mqtt", options_.mqtt,
+                        "Tell a broker what the site knows: mqtt[s]://[USER@]HOST[:PORT]")
             ->type_name("URL");
-        file("--mqtt-password-file", options_.mqttPasswordFile, "Its first line is the password at the broker");
-        command.add_option("--mqtt-prefix", options_.mqttPrefix, "What all topics begin with (default: vornhost)")
+        file("--mqtt-password-file", options_.mqttPasswordFile,
+             "Its first line is the password at the broker");
+        command
+            .add_option("--mqtt-prefix", options_.mqttPrefix,
+                        "What all topics begin with (default: vornhost)")
             ->type_name("WORD");
         command.add_flag("--mqtt-calls", options_.mqttCalls, "Take calls from who may publish at the broker");
-        command.add_flag("--mqtt-discovery", options_.mqttDiscovery, "Describe the inputs to home automation");
+        command.add_flag("--mqtt-discovery", options_.mqttDiscovery,
+                         "Describe the inputs to home automation");
         command
             .add_option("--drift-minutes", options_.driftMinutes,
                         "How often each camera is held against the site file (default: 60)")
