@@ -295,16 +295,16 @@ private:
 ExitStatus Serve(const site::SOptions& options, const SServeOptions& serveOptions, const OnEnd& onEnd,
                  const std::string& version) {
     RaiseDescriptorLimit();
-    std::atomic<bool> isEnded{false};
+    const auto isEnded = std::make_shared<std::atomic<bool>>(false);
     std::unique_ptr<CService> service;
     try {
         service = std::make_unique<CService>(options, serveOptions, version);
     } catch (const site::CFileError& error) {
         throw CFailure(ExitStatus::WrongUsage, error.what(), OwnCause::WrongFile);
     }
-    onEnd([&isEnded] { isEnded = true; });
+    onEnd([isEnded] { *isEnded = true; });
     service->start();
-    service->run(isEnded);
+    service->run(*isEnded);
     std::promise<void> done;
     const auto ended = done.get_future();
     std::thread ending([&] {
