@@ -87,6 +87,7 @@ public:
             if (connection_)
                 connection_->wake();
         }
+        lookUp_.giveUp();
         ending_.notify_all();
         if (thread_.joinable())
             thread_.join();
@@ -258,7 +259,7 @@ private:
 
     // One connection, if there comes one; why it has ended.
     std::string serve() {
-        const SFoundHost found = LookUpHost(options_.broker.host, [this] { return isEnding(); });
+        const SFoundHost found = lookUp_.find(options_.broker.host);
         if (found.addresses.empty())
             return found.failure;
         try {
@@ -332,6 +333,7 @@ private:
     const SMqttCallbacks callbacks_;
     const CMqttTopics topics_;
     const CMqttConnection::SLogin login_;
+    CHostLookUp lookUp_;
     std::thread thread_;
 
     // Of the publisher's thread.
