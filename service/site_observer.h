@@ -21,6 +21,8 @@ public:
     virtual void inputChanged(const SCameraStatus& camera, const SInputLevel& level,
                               const nlohmann::ordered_json& line) = 0;
     virtual void driftChanged(const SCameraStatus& camera) = 0;
+    // One more exchange with a camera whose exchanges are followed; see CCameraHistory.
+    virtual void exchangeNoted() {}
     // It has left the site file.
     virtual void cameraGone(const std::string& name) = 0;
 };

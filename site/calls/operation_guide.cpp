@@ -309,4 +309,16 @@ std::string GuideToArgument(const std::string& operation, const std::string& arg
     return "";
 }
 
+ordered_json OperationJson(const SOperation& operation) {
+    ordered_json arguments = ordered_json::array();
+    for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)
+        arguments.push_back({{"name", operation.parameterNames[i]},
+                             {"form", operation.parameterForms[i]},
+                             {"takes", GuideToArgument(operation.name, operation.parameterNames[i])}});
+    return {{"operation", operation.name},
+            {"does", GuideToOperation(operation.name)},
+            {"arguments", std::move(arguments)},
+            {"outputs", operation.outputNames}};
+}
+
 } // namespace corvane::site

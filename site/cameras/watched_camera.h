@@ -1,7 +1,7 @@
 #pragma once
 
+#include "site/cameras/input_watch.h"
 #include "site/cameras/site_camera.h"
-#include "site/events/event_stream.h"
 #include "site/work_pool.h"
 
 #include <chrono>
@@ -44,8 +44,6 @@ public:
 private:
     void connect();
     std::optional<SDiagnosis> watch();
-    std::optional<SDiagnosis> watchInput(int generation, int input);
-    std::vector<int> inputs(std::optional<SDiagnosis>& problem) const;
     void reconnect(int generation);
     void requireEvent(int generation);
     void tryLater(const SDiagnosis& problem);
@@ -61,7 +59,7 @@ private:
 
     std::mutex task_; // held by the pool's task that is under way; guards what follows
     std::unique_ptr<CSiteCamera> session_;
-    std::vector<std::unique_ptr<CEventStream>> streams_; // end before the session
+    std::unique_ptr<CInputWatch> watch_; // ends before the session
     std::chrono::milliseconds nextPause_;
 
     mutable std::mutex mutex_; // guards what follows; taken last

@@ -87,6 +87,11 @@ void CExchangeWatch::note(const SHttpExchange& exchange) {
     SWatchedExchange watched{exchange, FaultOfReply(exchange), ""};
     if (IsOfSettings(watched) && !watched.isFailed())
         watched.missingSetting = MissingSetting(exchange.reply);
+    {
+        const std::lock_guard<std::mutex> listening(listening_);
+        if (listener_)
+            listener_(watched);
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     wasReached_ = wasReached_ || TookTheConnection(exchange);
     STimes& times = times_[exchange.method + " " + exchange.path.substr(0, exchange.path.find('?'))];
@@ -100,6 +105,11 @@ void CExchangeWatch::note(const SHttpExchange& exchange) {
     latest_.push_back(std::move(watched));
     if (latest_.size() > Remembered)
         latest_.pop_front();
+}
+
+void CExchangeWatch::setListener(Listener listener) {
+    const std::lock_guard<std::mutex> listening(listening_);
+    listener_ = std::move(listener);
 }
 
 std::optional<SWatchedExchange> CExchangeWatch::lastOf(const std::string& path) const {

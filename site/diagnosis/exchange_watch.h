@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -39,6 +40,11 @@ public:
     CExchangeWatch(const CExchangeWatch&) = delete;
     CExchangeWatch& operator=(const CExchangeWatch&) = delete;
 
+    // Is told each exchange, on the thread that made it; must return at once and not use the watch. None is
+    // being told any more once this returns.
+    using Listener = std::function<void(const SWatchedExchange& exchange)>;
+    void setListener(Listener listener);
+
     // The latest whose path holds the text.
     std::optional<SWatchedExchange> lastOf(const std::string& path) const;
     // The latest that failed but was no look at the settings or the capability.
@@ -71,6 +77,9 @@ private:
     std::optional<SWatchedExchange> failed(bool (*isWanted)(const SWatchedExchange& exchange)) const;
 
     const std::string address_;
+    std::mutex listening_; // guards the next; taken before mutex_
+    Listener listener_;
+
     mutable std::mutex mutex_; // guards what follows
     std::deque<SWatchedExchange> latest_;
     std::vector<SWatchedExchange> transcript_;

@@ -32,6 +32,16 @@ ordered_json EventJson(const SStreamEvent& event, SeenAt at, std::optional<int> 
     return json;
 }
 
+ordered_json CameraEventJson(const std::string& name, const char* state,
+                             const std::optional<SDiagnosis>& problem, SeenAt at) {
+    ordered_json line{{"name", name}, {"event", "camera"}, {"state", state}};
+    if (problem)
+        line["problem"] = ProblemObject(*problem);
+    line["time"] = std::chrono::duration_cast<std::chrono::nanoseconds>(at.time_since_epoch()).count();
+    line["at"] = UtcTimeText(at);
+    return line;
+}
+
 std::string CReadableEvents::linesOf(const SStreamEvent& event) {
     if (event.kind == Kind::EndOfStream)
         return linesOfLoss(event.time);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "site/base/names.h"
+#include "site/diagnosis/diagnosis.h"
 
 #include <chrono>
 #include <optional>
@@ -12,6 +13,10 @@ using SeenAt = std::chrono::system_clock::time_point;
 
 // An event as scripts read it, seen at `at`; `input` where the reader may not know it.
 ordered_json EventJson(const SStreamEvent& event, SeenAt at, std::optional<int> input);
+
+// That a camera is lost or back: {"name","event":"camera","state","problem"?,"time","at"}.
+ordered_json CameraEventJson(const std::string& name, const char* state,
+                             const std::optional<SDiagnosis>& problem, SeenAt at);
 
 // Events for a person's eyes: when, which input, and what. Belongs to one thread at a time.
 class CReadableEvents {

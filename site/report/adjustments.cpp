@@ -268,4 +268,16 @@ SDiagnosis AdjustmentMissing(const SAdjustmentInfo& info, const std::string& val
     return problem;
 }
 
+ordered_json ReadingJson(const SAdjustmentReading& reading) {
+    if (reading.failure)
+        return ErrorMembers(*reading.failure);
+    ordered_json json{{"current", CurrentValue(reading)},
+                      {"default", DefaultValue(reading)},
+                      {"range", RangeValue(reading)}};
+    for (const char* name : {"current", "default"})
+        if (json.at(name).is_null())
+            json.erase(name);
+    return json;
+}
+
 } // namespace corvane::site

@@ -52,6 +52,9 @@ ordered_json DefaultValue(const SAdjustmentReading& reading);
 // {"from","to","step"}, a list, or {"fixedBy"}.
 ordered_json RangeValue(const SAdjustmentReading& reading);
 
+// {"current"?,"default"?,"range"}, or the error members of one that could not be read.
+ordered_json ReadingJson(const SAdjustmentReading& reading);
+
 // Calls an operation of the camera; nothing when the call cannot be made.
 using AskCamera = std::function<std::optional<SAnswer>(const std::string& operation, const Texts& arguments)>;
 

@@ -28,6 +28,10 @@ public:
     // For a device of this family; null when the family is not known.
     CAuthentication forFamily(const SFamily* family) const;
 
+    friend bool operator==(const CCredentials& a, const CCredentials& b) {
+        return a.none_ == b.none_ && a.user_ == b.user_ && a.password_ == b.password_;
+    }
+
 private:
     bool none_ = false;
     bool isOfEnvironment_ = false; // the user

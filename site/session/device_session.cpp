@@ -209,6 +209,10 @@ refhost::SHttpReply CDeviceSession::ask(const std::string& path, int timeOut,
     return refhost::ExchangeHttp(request);
 }
 
+std::string CDeviceSession::modelRequest() const {
+    return refhost::PathWithQuery(plugin_->models()->getQueryDevice(familyName_).modelNumber.url);
+}
+
 SDiagnosis CDeviceSession::diagnose(const std::string& path, Occasion occasion) const {
     const auto exchange = exchanges_.lastOf(path);
     return exchange ? DiagnoseExchange(*exchange, exchanges_, occasion) : SDiagnosis();

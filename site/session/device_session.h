@@ -94,6 +94,9 @@ public:
                             std::function<bool(const std::string& body)> isEnough = {}) const;
     SDiagnosis diagnose(const std::string& path, Occasion occasion = Occasion::Call) const;
 
+    // What the device is asked for its model: a small request that every one of its family answers.
+    std::string modelRequest() const;
+
     // A warning when the camera offers Basic authentication alone and that is accepted.
     std::optional<SDiagnosis> weakerAuthentication() const;
 

@@ -22,15 +22,15 @@ fs::path ProgramFolder() {
 }
 
 // When there is none, the one that was expected first.
-std::string FirstExisting(std::initializer_list<const char*> candidates) {
+std::string FirstExisting(const std::vector<std::string>& candidates) {
     const fs::path folder = ProgramFolder();
-    for (const char* candidate : candidates) {
+    for (const std::string& candidate : candidates) {
         const fs::path file = (folder / candidate).lexically_normal();
         std::error_code error;
         if (fs::exists(file, error))
             return file;
     }
-    return (folder / *candidates.begin()).lexically_normal();
+    return (folder / candidates.front()).lexically_normal();
 }
 
 void SetPorts(device_handler::v1_0::StreamUrlTable& table, const std::string& port) {
@@ -67,6 +67,10 @@ std::string ModelListFile(const SOptions& options) {
     return options.modelListFile.empty()
                ? FirstExisting({VORNHOST_MODELS_FOLDER "/models.json", "../share/vornhost/models.json"})
                : options.modelListFile;
+}
+
+std::string SharedPath(const std::string& name) {
+    return FirstExisting({VORNHOST_MODELS_FOLDER "/" + name, "../share/vornhost/" + name});
 }
 
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {

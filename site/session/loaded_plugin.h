@@ -14,6 +14,9 @@ namespace corvane::site {
 std::string PluginFile(const SOptions& options);
 std::string ModelListFile(const SOptions& options);
 
+// What is installed, or was built, beside the model list.
+std::string SharedPath(const std::string& name);
+
 // Reads the model list that the options name. Throws CFailure.
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options);
 

@@ -4,7 +4,7 @@
 #include "host/stream_controller.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "site/base/terminal_text.h"
-#include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "site/streams/stream_diagnosis.h"
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/frame_size.h"
 

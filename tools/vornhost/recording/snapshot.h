@@ -1,6 +1,6 @@
 #pragma once
 
-#include "site/base/names.h"
+#include "site/streams/jpeg_pictures.h"
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/recording/output_file.h"
 
@@ -23,7 +23,7 @@ struct SPicture {
 class CSnapshot {
 public:
     // `controller` is kept, must outlive this and has not been started.
-    CSnapshot(IStreamController& controller, VideoCodec codec) : controller_(controller), codec_(codec) {}
+    CSnapshot(IStreamController& controller, VideoCodec codec);
     // Stops the stream.
     ~CSnapshot();
     CSnapshot(const CSnapshot&) = delete;
@@ -36,14 +36,10 @@ public:
     void interrupt();
 
 private:
-    static GstPadProbeReturn frameComes(GstPad* pad, GstPadProbeInfo* info, gpointer snapshot);
-    static GstPadProbeReturn pictureComes(GstPad* pad, GstPadProbeInfo* info, gpointer snapshot);
-    CError link();
     void end();
 
     IStreamController& controller_;
-    const VideoCodec codec_;
-    bool hasBegun_ = false; // a key frame has come; belongs to the thread that brings the frames
+    site::CJpegPictures pictures_;
 
     std::mutex mutex_; // guards what follows
     std::condition_variable changed_;

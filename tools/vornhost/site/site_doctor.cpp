@@ -1,8 +1,6 @@
 #include "tools/vornhost/site/site_doctor.h"
 
-#include "tools/vornhost/console/child_process.h"
-
-#include <sstream>
+#include "site/base/child_process.h"
 
 namespace corvane::vornhost {
 namespace {
@@ -35,11 +33,10 @@ SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
     command.insert(command.end(), {"--", camera.name});
     SCameraFinding finding;
     std::string verdict;
-    std::istringstream lines(OutputOfThisProgram(command));
-    for (std::string text; std::getline(lines, text);) {
+    RunThisProgram(command, [&](const std::string& text) {
         const ordered_json line = ordered_json::parse(text, nullptr, false);
         if (!line.is_object())
-            continue;
+            return;
         verdict = line.value("verdict", verdict);
         if (line.contains("problem"))
             finding.checks.push_back(line);
@@ -49,7 +46,7 @@ SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
                 if (!finding.problem && check.value("result", "") == "fault" &&
                     check["problem"].value("cause", "") == line.value("cause", ""))
                     finding.problem = DiagnosisOf(check);
-    }
+    });
     if (verdict.empty())
         finding.problem = finding.checks.empty()
                               ? ProcessLost("the examination has ended without a verdict", "site")

@@ -45,7 +45,7 @@ ExitStatus WatchEvents(const CSiteRun& run, std::size_t jobs, std::optional<doub
     std::vector<std::unique_ptr<CWatchedCamera>> cameras;
     for (const site::SSiteCamera* const camera : run.cameras())
         cameras.push_back(std::make_unique<CWatchedCamera>(
-            *camera, [&run, camera] { return run.session(*camera); }, pool,
+            *camera, [&run, camera] { return run.sessions().open(*camera); }, pool,
             [&lines](const ordered_json& line) { lines.add(JsonLine(line)); }));
     for (const auto& camera : cameras)
         camera->start();

@@ -59,41 +59,24 @@ std::string CausesText(const std::map<std::string, std::size_t>& causes) {
 } // namespace
 
 CSiteRun::CSiteRun(const SOptions& options, SSiteOptions siteOptions)
-    : options_(options), siteOptions_(std::move(siteOptions)), progress_(!options.json) {
-    const SRecorder& first = recorders_.try_emplace(std::nullopt, options_).first->second;
-    site::SSite all = OpenSite(siteOptions_.file, *first.plugin->models());
-    for (const site::SSiteCamera& camera : all.cameras)
+    : siteOptions_(std::move(siteOptions)),
+      isForPrograms_(options.json),
+      sessions_(options, siteOptions_.file, SRecorder(options)),
+      progress_(!options.json) {
+    const std::vector<site::SSiteCamera>& all = sessions_.site().cameras;
+    for (const site::SSiteCamera& camera : all) {
         names_.insert(camera.name);
-    for (site::SSiteCamera& camera : all.cameras)
         if (site::IsSelected(camera, siteOptions_.only))
-            cameras_.push_back(std::move(camera));
-    if (cameras_.empty())
-        throw CFailure(ExitStatus::WrongUsage, all.cameras.empty() ? "the site file has no camera"
-                                                                   : "--only chooses no camera of the site");
-    for (const site::SSiteCamera& camera : cameras_) {
-        if (camera.rtspPort && recorders_.count(camera.rtspPort) == 0)
-            recorders_.emplace(
-                camera.rtspPort,
-                SRecorder(std::make_shared<CLoadedPlugin>(OptionsFor(camera, options_)), first.database));
+            cameras_.push_back(&camera);
     }
-    credentials_ = CredentialsOf(all, options_);
-}
-
-std::unique_ptr<CSiteCamera> CSiteRun::session(const site::SSiteCamera& camera) const {
-    return std::make_unique<CSiteCamera>(camera, recorders_.at(camera.rtspPort), options_,
-                                         credentials_.at(camera.credentials));
-}
-
-CSiteRun::Cameras CSiteRun::cameras() const {
-    Cameras all;
-    for (const site::SSiteCamera& camera : cameras_)
-        all.push_back(&camera);
-    return all;
+    if (cameras_.empty())
+        throw CFailure(ExitStatus::WrongUsage,
+                       all.empty() ? "the site file has no camera" : "--only chooses no camera of the site");
 }
 
 void CSiteRun::restrictTo(const std::function<bool(const site::SSiteCamera&)>& isMeant) {
     cameras_.erase(std::remove_if(cameras_.begin(), cameras_.end(),
-                                  [&](const site::SSiteCamera& camera) { return !isMeant(camera); }),
+                                  [&](const site::SSiteCamera* camera) { return !isMeant(*camera); }),
                    cameras_.end());
 }
 
@@ -117,7 +100,7 @@ std::vector<SCameraFinding> CSiteRun::each(const Cameras& cameras, const Work& w
 ExitStatus CSiteRun::end(bool tellsAll) {
     const std::lock_guard<std::mutex> lock(mutex_);
     progress_.clear();
-    if (options_.json)
+    if (isForPrograms_)
         WriteOutput(JsonLine(summary()));
     else
         tellTable(tellsAll);
@@ -126,7 +109,7 @@ ExitStatus CSiteRun::end(bool tellsAll) {
 
 void CSiteRun::each(const Look& look) {
     site::ForEachPlace(cameras_.size(), {siteOptions_.jobs}, isEnded_, [&](std::size_t place) {
-        SCameraFinding finding = looked(cameras_[place], look);
+        SCameraFinding finding = looked(*cameras_[place], look);
         if (!isEnded_) // which ends the processes of others too
             tell(std::move(finding));
     });
@@ -135,7 +118,7 @@ void CSiteRun::each(const Look& look) {
 SCameraFinding CSiteRun::worked(const site::SSiteCamera& camera, const Work& work) const {
     SCameraFinding finding;
     finding.camera = &camera;
-    const auto one = session(camera);
+    const auto one = sessions_.open(camera);
     if (auto failure = one->open())
         finding.problem = std::move(failure);
     else
@@ -166,7 +149,7 @@ SCameraFinding CSiteRun::looked(const site::SSiteCamera& camera, const Look& loo
 
 void CSiteRun::tell(SCameraFinding finding) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (options_.json) {
+    if (isForPrograms_) {
         ordered_json json = FindingJson(finding);
         if (!finding.model.empty())
             json["model"] = finding.model;

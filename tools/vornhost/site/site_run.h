@@ -1,6 +1,6 @@
 #pragma once
 
-#include "site/cameras/site_camera.h"
+#include "site/cameras/site_sessions.h"
 #include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/console/status_line.h"
 #include "tools/vornhost/console/table.h"
@@ -40,7 +40,7 @@ public:
     CSiteRun(const SOptions& options, SSiteOptions siteOptions);
 
     // Those that are chosen, in the file's order.
-    Cameras cameras() const;
+    const Cameras& cameras() const { return cameras_; }
     // Without any but these.
     void restrictTo(const std::function<bool(const site::SSiteCamera& camera)>& isMeant);
 
@@ -55,8 +55,7 @@ public:
     std::vector<SCameraFinding> each(const Cameras& cameras, const Work& work, const IsTold& isTold = {});
     void tell(SCameraFinding finding);
     bool isEnded() const { return isEnded_; }
-    // Of one of the site's cameras, for as long as this lives. No traffic. Throws CFailure.
-    std::unique_ptr<CSiteCamera> session(const site::SSiteCamera& camera) const;
+    const CSiteSessions& sessions() const { return sessions_; }
 
     // The summary. `tellsAll`: people get a row for every camera in the file's order, and not only for those
     // that need attention. Called last.
@@ -71,12 +70,11 @@ private:
     void tellTable(bool tellsAll) const;
     ExitStatus status() const;
 
-    const SOptions options_;
     const SSiteOptions siteOptions_;
-    std::vector<site::SSiteCamera> cameras_; // those that are chosen
+    const bool isForPrograms_;
+    const CSiteSessions sessions_;
+    Cameras cameras_; // those that are chosen
     std::set<std::string> names_;
-    std::map<std::optional<int>, SRecorder> recorders_; // by RTSP port
-    std::map<std::string, CCredentials> credentials_;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::atomic<bool> isEnded_{false};
     const CEndRequest end_{[this] { isEnded_ = true; }};

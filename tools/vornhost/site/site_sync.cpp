@@ -97,7 +97,7 @@ std::vector<SCameraFinding> CSiteSync::compareAll() {
     return run_.each(
         run_.cameras(),
         [this](CSiteCamera& camera, SCameraFinding& finding) {
-            camera.compare(finding, allowances_);
+            camera.work().compare(finding, allowances_);
             requirePlanned(finding);
         },
         [](const SCameraFinding& finding) { return !Differs(finding); });
@@ -134,7 +134,7 @@ std::vector<SCameraFinding> CSiteSync::confirm(std::vector<SCameraFinding> chang
         cameras.push_back(one.camera);
     const auto looks = run_.each(
         cameras,
-        [this](CSiteCamera& camera, SCameraFinding& finding) { camera.compare(finding, allowances_); },
+        [this](CSiteCamera& camera, SCameraFinding& finding) { camera.work().compare(finding, allowances_); },
         [](const SCameraFinding&) { return false; });
     for (const SCameraFinding& look : looks) {
         const auto was = std::lower_bound(
@@ -168,10 +168,10 @@ void CSiteSync::leave(std::vector<SCameraFinding> differing, const std::string& 
 }
 
 void CSiteSync::synchronise(CSiteCamera& camera, SCameraFinding& finding) const {
-    camera.compare(finding, allowances_);
+    camera.work().compare(finding, allowances_);
     requirePlanned(finding);
     if (!run_.isEnded())
-        camera.set(finding, allowances_);
+        camera.work().set(finding, allowances_);
 }
 
 void CSiteSync::readPlan() {

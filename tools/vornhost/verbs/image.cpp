@@ -52,18 +52,6 @@ std::string ReadingsText(const std::vector<SAdjustmentReading>& readings, const 
     return table.headingLines(colour) + table.rowLines();
 }
 
-ordered_json ReadingJson(const SAdjustmentReading& reading) {
-    if (reading.failure)
-        return ErrorMembers(*reading.failure);
-    ordered_json json{{"current", CurrentValue(reading)},
-                      {"default", DefaultValue(reading)},
-                      {"range", RangeValue(reading)}};
-    for (const char* name : {"current", "default"})
-        if (json.at(name).is_null())
-            json.erase(name);
-    return json;
-}
-
 struct SWish {
     const SAdjustmentInfo* info;
     std::string value; // as it was typed

@@ -13,18 +13,6 @@
 namespace corvane::vornhost {
 namespace {
 
-ordered_json OperationJson(const SOperation& operation) {
-    ordered_json arguments = ordered_json::array();
-    for (std::size_t i = 0; i < operation.parameterNames.size(); ++i)
-        arguments.push_back({{"name", operation.parameterNames[i]},
-                             {"form", operation.parameterForms[i]},
-                             {"takes", GuideToArgument(operation.name, operation.parameterNames[i])}});
-    return {{"operation", operation.name},
-            {"does", GuideToOperation(operation.name)},
-            {"arguments", std::move(arguments)},
-            {"outputs", operation.outputNames}};
-}
-
 // One of several that are looked at closely.
 std::string OperationText(const SOperation& operation) {
     constexpr std::size_t Indent = 2;

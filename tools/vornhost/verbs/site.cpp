@@ -106,7 +106,7 @@ public:
         if (sync_->parsed())
             return CSiteSync(run, syncOptions_, allowances).run();
         run.each(run.cameras(), [&](CSiteCamera& camera, SCameraFinding& finding) {
-            camera.compare(finding, allowances);
+            camera.work().compare(finding, allowances);
             if (list_->parsed())
                 camera.describe(finding);
         });

@@ -47,6 +47,7 @@ std::unique_ptr<IVerb> MakeModelsVerb();
 std::unique_ptr<IVerb> MakeOperationsVerb();
 std::unique_ptr<IVerb> MakeElementVerb();
 std::unique_ptr<IVerb> MakeSiteVerb();
+std::unique_ptr<IVerb> MakeServeVerb();
 std::unique_ptr<IVerb> MakeTokenVerb();
 
 } // namespace corvane::vornhost

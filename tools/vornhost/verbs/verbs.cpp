@@ -18,6 +18,7 @@ const std::vector<SVerb>& Verbs() {
         {"operations", "Every operation with its arguments", MakeOperationsVerb},
         {"element", "The plug-in's GStreamer element with its properties", MakeElementVerb},
         {"site", "All cameras of a place, as one file describes them", MakeSiteVerb},
+        {"serve", "A site kept for days, for programs and its page", MakeServeVerb},
         {"token", "Who may ask a service for what", MakeTokenVerb},
     };
     return verbs;

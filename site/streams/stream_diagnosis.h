@@ -1,11 +1,11 @@
 #pragma once
 
+#include "site/base/names.h"
 #include "site/diagnosis/diagnosis.h"
-#include "tools/vornhost/names.h"
 
 #include <string>
 
-namespace corvane::vornhost {
+namespace corvane::site {
 
 // Ends the program, with ExitStatus::NotStarted, when it is this machine that lacks what a stream takes: a
 // thread, or an element of GStreamer.
@@ -15,4 +15,4 @@ void RequireMachine(const CError& error);
 // credentials; empty when it was not asked.
 SDiagnosis DiagnoseStream(const CError& error, const std::string& request);
 
-} // namespace corvane::vornhost
+} // namespace corvane::site

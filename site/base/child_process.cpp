@@ -1,15 +1,15 @@
-#include "tools/vornhost/console/child_process.h"
+#include "site/base/child_process.h"
 
 #include "site/base/exit_status.h"
-#include "tools/vornhost/names.h"
 
 #include <gio/gio.h>
 
 #include <memory>
 
-namespace corvane::vornhost {
+namespace corvane::site {
 
-std::string OutputOfThisProgram(const std::vector<std::string>& arguments) {
+void RunThisProgram(const std::vector<std::string>& arguments,
+                    const std::function<void(const std::string& line)>& told) {
     std::vector<const char*> words{"/proc/self/exe"};
     for (const std::string& word : arguments)
         words.push_back(word.c_str());
@@ -26,15 +26,13 @@ std::string OutputOfThisProgram(const std::vector<std::string>& arguments) {
         g_error_free(error);
         throw CFailure(ExitStatus::NotStarted, "a process could not be started: " + reason, OwnCause::Limit);
     }
-    GBytes* written = nullptr;
-    (void)g_subprocess_communicate(process.get(), nullptr, nullptr, &written, nullptr, nullptr);
-    if (!written)
-        return {};
-    gsize size = 0;
-    const auto* const data = static_cast<const char*>(g_bytes_get_data(written, &size));
-    std::string text(data, size);
-    g_bytes_unref(written);
-    return text;
+    const std::unique_ptr<GDataInputStream, decltype(&g_object_unref)> lines(
+        g_data_input_stream_new(g_subprocess_get_stdout_pipe(process.get())), g_object_unref);
+    while (char* const line = g_data_input_stream_read_line(lines.get(), nullptr, nullptr, nullptr)) {
+        told(line);
+        g_free(line);
+    }
+    (void)g_subprocess_wait(process.get(), nullptr, nullptr);
 }
 
-} // namespace corvane::vornhost
+} // namespace corvane::site

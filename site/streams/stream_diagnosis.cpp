@@ -1,14 +1,14 @@
-#include "tools/vornhost/diagnosis/stream_diagnosis.h"
+#include "site/streams/stream_diagnosis.h"
 
 #include "refhost/base/auth_scheme.h"
 #include "refhost/streams/rtsp_pipeline.h"
 #include "site/base/exit_status.h"
-#include "tools/vornhost/names.h"
+#include "site/base/names.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace corvane::vornhost {
+namespace corvane::site {
 namespace {
 
 namespace failure = refhost::rtsp_failure;
@@ -136,4 +136,4 @@ SDiagnosis DiagnoseStream(const CError& error, const std::string& request) {
             "stream"};
 }
 
-} // namespace corvane::vornhost
+} // namespace corvane::site

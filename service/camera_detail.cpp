@@ -1,0 +1,103 @@
+#include "service/camera_detail.h"
+
+#include "site/calls/call.h"
+#include "site/cameras/present_settings.h"
+#include "site/cameras/site_wish.h"
+#include "site/report/adjustments.h"
+#include "site/report/stream_fields.h"
+
+#include <algorithm>
+
+namespace corvane::service {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr int FirstInput = 0;
+
+site::AskCamera Asking(const CKeptCamera::Session& session) {
+    return [session](const std::string& operation, const site::Texts& arguments) {
+        return site::AnswerIfThere(session->session().operations(), operation, arguments);
+    };
+}
+
+ordered_json StreamsJson(const site::SSiteCamera& entry, const CKeptCamera::Session& session) {
+    const site::AskCamera ask = Asking(session);
+    ordered_json all = ordered_json::array();
+    for (const site::SStreamWish& present : site::CPresentSettings(session->session()).streams()) {
+        ordered_json one{{"stream", present.name}, {"record", present.record}};
+        one["ranges"] = ordered_json::object();
+        for (const site::SStreamField& field : site::StreamFields())
+            if (present.record.count(field.field.name) > 0)
+                one["ranges"][field.field.name] = RangeOf(field, present.id, "", ask).values.toJson();
+        const auto wish = std::find_if(entry.streams.begin(), entry.streams.end(),
+                                       [&](const auto& other) { return other.name == present.name; });
+        if (wish != entry.streams.end())
+            one["wish"] = wish->record;
+        all.push_back(std::move(one));
+    }
+    return all;
+}
+
+ordered_json AdjustmentsJson(const site::SSiteCamera& entry, const CKeptCamera::Session& session) {
+    ordered_json all = ordered_json::array();
+    site::CAdjustments adjustments(Asking(session), *session->session().model(), FirstInput);
+    if (adjustments.learn())
+        return all;
+    for (const site::SAdjustmentReading& reading : adjustments.readAll()) {
+        ordered_json one{{"adjustment", reading.info->name}};
+        one.update(ReadingJson(reading));
+        const auto wish = entry.adjustments.find(reading.info->name);
+        if (wish != entry.adjustments.end())
+            one["wish"] = wish->second;
+        all.push_back(std::move(one));
+    }
+    return all;
+}
+
+// Null for a camera without a head, or whose head does not tell.
+ordered_json PositionJson(const CKeptCamera::Session& session) {
+    const char* const names[] = {"pan", "tilt", "zoom"};
+    const auto answer = Asking(session)("controller.getPTZPos", {});
+    if (!answer || (answer->error && *answer->error) || answer->values.size() < std::size(names))
+        return nullptr;
+    ordered_json position;
+    for (std::size_t i = 0; i < std::size(names); ++i)
+        position[names[i]] = answer->values[i];
+    return position;
+}
+
+ordered_json PtzJson(const CKeptCamera::Session& session) {
+    constexpr int Presets = 256;
+    const site::SModelInfo* const model = session->session().model();
+    const bool moves = model && model->ptz;
+    const auto patterns = moves ? Asking(session)("getPtzPatternCount", {"0"}) : std::nullopt;
+    int count = 0;
+    if (patterns && !patterns->values.empty())
+        count = std::atoi(patterns->values.front().c_str());
+    return {{"moves", moves}, {"presets", moves ? Presets : 0}, {"patterns", count}};
+}
+
+} // namespace
+
+ordered_json WishJson(const site::SSiteCamera& entry) {
+    return site::WishOf(entry);
+}
+
+ordered_json CameraDetail(const CKeptCamera& camera, const CKeptCamera::Session& session) {
+    ordered_json detail{{"streams", ordered_json::array()},
+                        {"adjustments", ordered_json::array()},
+                        {"position", nullptr},
+                        {"ptz", {{"moves", false}, {"presets", 0}, {"patterns", 0}}}};
+    if (session && session->session().model()) {
+        detail["streams"] = StreamsJson(camera.entry(), session);
+        detail["adjustments"] = AdjustmentsJson(camera.entry(), session);
+        detail["ptz"] = PtzJson(session);
+        if (detail["ptz"]["moves"])
+            detail["position"] = PositionJson(session);
+    }
+    detail["wish"] = WishJson(camera.entry());
+    return detail;
+}
+
+} // namespace corvane::service

@@ -1,0 +1,132 @@
+#include "service/camera_head.h"
+
+#include "site/calls/call.h"
+
+#include <utility>
+
+namespace corvane::service {
+namespace {
+
+constexpr int StopAttempts = 20; // a camera that is away for some seconds must not go on moving after it
+constexpr std::chrono::milliseconds PauseAfterFailure{500};
+
+} // namespace
+
+std::optional<Time> CCameraHead::move(const SHeadClient& client, const SMovement& movement,
+                                      std::string& holder) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (holder_ && holder_->key != client.key) {
+            holder = holder_->name;
+            return std::nullopt;
+        }
+        holder_ = client;
+        wanted_ = movement;
+        until_ = Clock::now() + Longest;
+    }
+    clock_.add(
+        [weak = weak_from_this()] {
+            if (const auto head = weak.lock())
+                head->expire();
+        },
+        Longest);
+    send();
+    return std::chrono::system_clock::now() + Longest;
+}
+
+bool CCameraHead::stop(const SHeadClient& client, std::string& holder) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (holder_ && holder_->key != client.key) {
+            holder = holder_->name;
+            return false;
+        }
+        holder_.reset();
+        wanted_ = {};
+        stopsLeft_ = StopAttempts;
+    }
+    send();
+    return true;
+}
+
+bool CCameraHead::isFree(const SHeadClient& client, std::string& holder) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!holder_ || holder_->key == client.key)
+        return true;
+    holder = holder_->name;
+    return false;
+}
+
+void CCameraHead::end() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        holder_.reset();
+        wanted_ = {};
+        stopsLeft_ = StopAttempts;
+    }
+    send();
+}
+
+void CCameraHead::expire() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!holder_ || Clock::now() < until_)
+            return;
+        holder_.reset();
+        wanted_ = {};
+        stopsLeft_ = StopAttempts;
+    }
+    send();
+}
+
+// One command at a time; of what is wanted meanwhile only the newest goes out.
+void CCameraHead::send() {
+    SMovement movement;
+    CKeptCamera::Session session;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (isUnderWay_ || wanted_ == sent_)
+            return;
+        session = camera_->session();
+        if (!session && (!wanted_.isNone() || --stopsLeft_ <= 0))
+            return;
+        isUnderWay_ = true;
+        movement = wanted_;
+    }
+    if (!session)
+        return answered(movement, false);
+    try {
+        site::StartCall(
+            session->session().operations(),
+            {"controller.moveAt",
+             {std::to_string(movement.pan), std::to_string(movement.tilt), std::to_string(movement.zoom)}},
+            [self = shared_from_this(), session, movement](const site::STimedAnswer& answer) {
+                self->answered(movement, answer.succeeded());
+            });
+    } catch (const site::COperationError&) { // the camera has no head
+        answered(movement, true);
+    }
+}
+
+// On the controller's own thread, which cannot end the session.
+void CCameraHead::answered(const SMovement& sent, bool isDone) {
+    std::chrono::milliseconds after{0};
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isUnderWay_ = false;
+        if (isDone || !sent.isNone())
+            sent_ = sent; // a movement that failed may move all the same
+        else if (--stopsLeft_ <= 0)
+            sent_ = sent;
+        else
+            after = PauseAfterFailure;
+    }
+    clock_.add(
+        [weak = weak_from_this()] {
+            if (const auto head = weak.lock())
+                head->send();
+        },
+        after);
+}
+
+} // namespace corvane::service

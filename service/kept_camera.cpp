@@ -1,0 +1,366 @@
+#include "service/kept_camera.h"
+
+#include "refhost/http/connection_probe.h"
+#include "site/events/event_text.h"
+#include "site/session/identification.h"
+
+#include <algorithm>
+#include <iterator>
+#include <random>
+#include <utility>
+
+namespace corvane::service {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using Problem = std::optional<site::SDiagnosis>;
+
+constexpr int AnswerPatience = 5; // seconds
+
+// Of a camera with another problem something has answered.
+constexpr const char* NotAnswering[] = {"name-not-found", "unreachable", "refused", "no-answer", "slow",
+                                        "dropped",        "cut",         "tls",     "restarting"};
+constexpr const char* Refusing[] = {"no-credentials", "wrong-password", "authentication-endless",
+                                    "forbidden"};
+
+template <std::size_t N>
+bool IsOneOf(const char* const (&causes)[N], const Problem& problem) {
+    return problem && std::find(std::begin(causes), std::end(causes), problem->cause) != std::end(causes);
+}
+
+Health HealthOf(const Problem& problem) {
+    return !problem || problem->isWarning   ? Health::Up
+           : IsOneOf(NotAnswering, problem) ? Health::Down
+                                            : Health::Degraded;
+}
+
+Problem Guarded(const std::function<Problem()>& work) {
+    try {
+        return work();
+    } catch (const site::CFailure& failure) {
+        return site::DiagnoseOwn(failure);
+    } catch (const std::exception& failure) { // short of memory, threads or descriptors
+        return site::DiagnoseOwn({site::ExitStatus::NotStarted, failure.what(), site::OwnCause::Limit});
+    }
+}
+
+// A quarter shorter or longer, so that many do not stay together.
+milliseconds Spread(milliseconds pause) {
+    thread_local std::minstd_rand random{std::random_device{}()};
+    return milliseconds(
+        std::uniform_int_distribution<std::int64_t>(pause.count() * 3 / 4, pause.count() * 5 / 4)(random));
+}
+
+// The session, and the entry that it refers to.
+struct SOpened {
+    CKeptCamera::Entry entry;
+    std::unique_ptr<site::CSiteCamera> camera;
+};
+
+} // namespace
+
+CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping)
+    : entry_(std::move(entry)), open_(std::move(open)), keeping_(keeping) {
+    status_.name = entry_->name;
+    status_.address = entry_->address;
+    status_.model = entry_->model;
+    status_.serialNumber = entry_->serialNumber;
+    status_.tags = entry_->tags;
+    status_.since = std::chrono::system_clock::now();
+    for (const int input : entry_->inputs.value_or(std::vector<int>()))
+        status_.inputs.push_back({input, std::nullopt, status_.since, 0});
+}
+
+void CKeptCamera::start() {
+    {
+        const std::lock_guard<std::mutex> telling(telling_);
+        keeping_.observer.cameraChanged(status(), nullptr);
+    }
+    schedule(milliseconds::zero());
+}
+
+void CKeptCamera::end() {
+    {
+        const std::lock_guard<std::mutex> telling(telling_);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isEnded_ = true;
+        ++lookNumber_;
+    }
+    const std::lock_guard<std::mutex> looking(looking_);
+    letGo();
+}
+
+SCameraStatus CKeptCamera::status() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return status_;
+}
+
+CKeptCamera::Session CKeptCamera::session() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return session_;
+}
+
+Clock::time_point CKeptCamera::lastHeard() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return lastHeard_;
+}
+
+void CKeptCamera::probed(bool isAnswering) {
+    bool isNews = false;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isNews = isAnswering == (status_.health == Health::Down);
+        if (isAnswering && !isNews)
+            lastHeard_ = Clock::now();
+    }
+    if (isNews)
+        lookSoon();
+}
+
+void CKeptCamera::lookSoon() {
+    schedule(milliseconds::zero());
+}
+
+void CKeptCamera::setDrift(SDrift drift) {
+    const std::lock_guard<std::mutex> telling(telling_);
+    SCameraStatus status;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (isEnded_)
+            return;
+        status_.drift = std::move(drift);
+        status = status_;
+    }
+    keeping_.observer.driftChanged(status);
+}
+
+// One that is due already stays.
+void CKeptCamera::schedule(milliseconds after) {
+    std::uint64_t number = 0;
+    bool isSuspect = false;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const Clock::time_point due = Clock::now() + after;
+        if (isEnded_ || (lookNumber_ > 0 && nextLook_ <= due))
+            return;
+        nextLook_ = due;
+        number = ++lookNumber_;
+        isSuspect = status_.health == Health::Down;
+    }
+    (isSuspect ? keeping_.suspects : keeping_.pool)
+        .add(
+            [weak = weak_from_this(), number] {
+                if (const auto camera = weak.lock())
+                    camera->look(number);
+            },
+            after);
+}
+
+void CKeptCamera::look(std::uint64_t number) {
+    Problem problem;
+    {
+        const std::lock_guard<std::mutex> looking(looking_);
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (isEnded_ || number != lookNumber_)
+                return;
+            nextLook_ = Clock::time_point::max(); // what is asked for from now on is another look
+        }
+        problem = Guarded([this] { return examine(); });
+        if (HealthOf(problem) == Health::Down || IsOneOf(Refusing, problem))
+            letGo();
+        tellHealth(problem);
+    }
+    schedule(pauseAfter(problem));
+}
+
+Problem CKeptCamera::examine() {
+    Problem problem = session() ? askAgain() : open();
+    if (problem && !problem->isWarning)
+        return problem;
+    if (auto unwatched = watchInputs())
+        return unwatched;
+    return session()->session().weakerAuthentication();
+}
+
+Problem CKeptCamera::open() {
+    auto opened = std::make_shared<SOpened>(SOpened{entry_, open_()});
+    site::CExchangeWatch& exchanges = opened->camera->session().exchanges();
+    exchanges.setListener([this](const site::SWatchedExchange& exchange) { noteExchange(exchange); });
+    if (auto problem = opened->camera->open()) {
+        exchanges.setListener({});
+        return problem;
+    }
+    site::SCameraFinding found;
+    opened->camera->describe(found);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    status_.model = found.model.empty() ? status_.model : found.model;
+    status_.firmware = found.firmware;
+    const std::string& serialNumber = opened->camera->session().serialNumber();
+    status_.serialNumber = serialNumber.empty() ? entry_->serialNumber : serialNumber;
+    session_ = Session(opened, opened->camera.get());
+    return std::nullopt;
+}
+
+Problem CKeptCamera::askAgain() {
+    site::CDeviceSession& device = session()->session();
+    const std::string path = device.modelRequest();
+    (void)device.ask(path, AnswerPatience);
+    const auto exchange = device.exchanges().lastOf(path);
+    if (exchange && exchange->isFailed())
+        return DiagnoseExchange(*exchange, device.exchanges());
+    return session()->work().unreadable();
+}
+
+Problem CKeptCamera::watchInputs() {
+    if (entry_->inputs && entry_->inputs->empty())
+        return std::nullopt;
+    Problem problem = watch_ ? whyUnwatched() : std::nullopt;
+    if (watch_ && !problem)
+        return std::nullopt;
+    if (watch_) {
+        watch_.reset();
+        forgetLevels();
+    }
+    site::CInputWatch::SObserver observer;
+    observer.event = [this](int input, const site::SStreamEvent& event) { takeEvent(input, event); };
+    observer.lost = [this] {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            isWatchLost_ = true;
+        }
+        lookSoon();
+    };
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isWatchLost_ = false;
+        watchBegin_ = Clock::now();
+    }
+    watch_ = std::make_unique<site::CInputWatch>(*entry_, session()->session(), std::move(observer));
+    if (auto refused = watch_->start()) {
+        watch_.reset();
+        return refused;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const int input : watch_->inputs())
+        if (std::none_of(status_.inputs.begin(), status_.inputs.end(),
+                         [input](const SInputLevel& one) { return one.input == input; }))
+            status_.inputs.push_back({input, std::nullopt, status_.since, 0});
+    return std::nullopt;
+}
+
+// A monitor that has ended, or that never says a word.
+Problem CKeptCamera::whyUnwatched() {
+    bool isUnheard = false;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isUnheard = !watch_->isHeard() && !watch_->inputs().empty() &&
+                    Clock::now() - watchBegin_ > keeping_.times.unheard;
+        if (!isWatchLost_ && !isUnheard)
+            return std::nullopt;
+    }
+    return isUnheard ? watch_->whyUnheard() : watch_->whyLost();
+}
+
+// REQUIRES: looking_ held. A session that somebody still uses goes later.
+void CKeptCamera::letGo() {
+    watch_.reset();
+    forgetLevels();
+    Session session;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        session = std::exchange(session_, nullptr);
+    }
+    if (session)
+        session->session().exchanges().setListener({});
+}
+
+void CKeptCamera::noteExchange(const site::SWatchedExchange& exchange) {
+    history_.note(exchange);
+    if (history_.isFollowed())
+        keeping_.observer.exchangeNoted();
+    keeping_.answerTimes.note(exchange.path.substr(0, exchange.path.find('?')), exchange.milliseconds / 1000);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (exchange.isFailed()) {
+        ++status_.requests.failed;
+        return;
+    }
+    ++status_.requests.succeeded;
+    status_.lastSuccess = exchange.ended;
+    lastHeard_ = Clock::now();
+    if (exchange.method == "GET" && exchange.path == site::SettingsRequest)
+        status_.settings = exchange.ended;
+}
+
+void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
+    const auto now = std::chrono::system_clock::now();
+    const std::lock_guard<std::mutex> telling(telling_);
+    SCameraStatus status;
+    SInputLevel level;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (isEnded_ || event.kind != site::SStreamEvent::Kind::DryContactState)
+            return;
+        const auto known = std::find_if(status_.inputs.begin(), status_.inputs.end(),
+                                        [input](const SInputLevel& one) { return one.input == input; });
+        const bool isActive = event.state == site::DryContactActive;
+        if (known == status_.inputs.end())
+            status_.inputs.push_back({input, isActive, now, 0});
+        else if (known->isActive == isActive)
+            return;
+        else
+            *known = {input, isActive, now, known->changes + (known->isActive ? 1U : 0U)};
+        level = known == status_.inputs.end() ? status_.inputs.back() : *known;
+        status = status_;
+    }
+    history_.noteInput(input, *level.isActive, now);
+    site::ordered_json line{{"name", entry_->name}};
+    line.update(site::EventJson(event, now, input));
+    keeping_.observer.inputChanged(status, level, line);
+}
+
+void CKeptCamera::forgetLevels() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (SInputLevel& one : status_.inputs)
+        one.isActive = std::nullopt;
+}
+
+void CKeptCamera::tellHealth(const Problem& problem) {
+    const auto now = std::chrono::system_clock::now();
+    const Health health = HealthOf(problem);
+    const std::lock_guard<std::mutex> telling(telling_);
+    SCameraStatus status;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (isEnded_)
+            return;
+        const bool isSame = status_.health == health && (problem ? problem->cause : "") ==
+                                                            (status_.problem ? status_.problem->cause : "");
+        if (isSame)
+            return;
+        status_.health = health;
+        status_.problem = problem;
+        status_.since = now;
+        status = status_;
+    }
+    history_.noteState(health, problem, now);
+    keeping_.observer.cameraChanged(status,
+                                    site::CameraEventJson(entry_->name, NameOf(health), problem, now));
+}
+
+milliseconds CKeptCamera::pauseAfter(const Problem& problem) const {
+    const SKeepingTimes& times = keeping_.times;
+    if (IsOneOf(Refusing, problem))
+        return std::max(times.refused, Spread(times.refused));
+    switch (HealthOf(problem)) {
+    case Health::Down:
+        return Spread(times.down);
+    case Health::Degraded:
+        return Spread(times.degraded);
+    default:
+        return Spread(times.answering);
+    }
+}
+
+} // namespace corvane::service

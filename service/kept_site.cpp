@@ -1,0 +1,291 @@
+#include "service/kept_site.h"
+
+#include "site/base/standard_streams.h"
+#include "site/cameras/site_wish.h"
+#include "site/session/identification.h"
+#include "site/text_file.h"
+
+#include <algorithm>
+#include <random>
+#include <set>
+#include <thread>
+
+namespace corvane::service {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr std::size_t Looks = 64; // at cameras, side by side
+constexpr std::size_t SuspectLooks = 64;
+constexpr std::size_t Calls = 32;
+constexpr milliseconds LongestToJumpBack{1'500}; // for a camera that takes a value and has another again
+constexpr milliseconds FirstDriftLook{2'000};    // when a camera has been there for so long
+
+site::CAcceptedValues OpenAccepted(const std::string& file) {
+    try {
+        return site::CAcceptedValues(file);
+    } catch (const site::CFileError& error) {
+        throw site::CFailure(site::ExitStatus::WrongUsage, error.what(), site::OwnCause::WrongFile);
+    }
+}
+
+site::SCameraFinding Unanswered(const CKeptCamera& camera) {
+    site::SCameraFinding finding;
+    finding.camera = &camera.entry();
+    finding.state = site::CameraState::Fault;
+    finding.problem = camera.status().problem;
+    if (!finding.problem) {
+        finding.problem = site::SDiagnosis();
+        finding.problem->problem = "the camera has not been asked yet";
+        finding.problem->advice = "try again in a moment";
+        finding.problem->cause = "no-answer";
+        finding.problem->phase = "site";
+    }
+    return finding;
+}
+
+// A finding's fault is told last by who looks.
+void Settle(site::SCameraFinding& finding) {
+    if (finding.problem)
+        finding.state = site::CameraState::Fault;
+}
+
+SDrift DriftOf(const site::SCameraFinding& finding) {
+    SDrift drift;
+    drift.state = finding.problem               ? DriftState::Fault
+                  : finding.differences.empty() ? DriftState::Same
+                                                : DriftState::Differs;
+    drift.checked = std::chrono::system_clock::now();
+    drift.differences = finding.differences;
+    drift.ignored = finding.ignored;
+    return drift;
+}
+
+milliseconds Spread(milliseconds period) {
+    thread_local std::minstd_rand random{std::random_device{}()};
+    return milliseconds(
+        std::uniform_int_distribution<std::int64_t>(period.count() * 3 / 4, period.count() * 5 / 4)(random));
+}
+
+} // namespace
+
+CKeptSite::CKeptSite(const site::SOptions& options, std::string file, ISiteObserver& observer,
+                     SSiteTimes times)
+    : options_(options),
+      file_(std::move(file)),
+      times_(times),
+      recorder_(options),
+      accepted_(OpenAccepted(file_)),
+      pool_(Looks),
+      suspects_(SuspectLooks),
+      calls_(Calls),
+      clock_(1),
+      keeping_{pool_, suspects_, observer, answerTimes_, times.keeping} {
+    take(std::make_shared<const site::CSiteSessions>(options_, file_, recorder_));
+}
+
+CKeptSite::~CKeptSite() {
+    end();
+}
+
+SKeptOne CKeptSite::make(const std::shared_ptr<const site::CSiteSessions>& sessions,
+                         const site::SSiteCamera& camera) {
+    const CKeptCamera::Entry entry(sessions, &camera);
+    auto kept = std::make_shared<CKeptCamera>(
+        entry, [sessions, entry] { return sessions->open(*entry); }, keeping_);
+    return {kept, std::make_shared<CCameraHead>(kept, clock_)};
+}
+
+// The cameras of the file; those that are as they were before stay.
+void CKeptSite::take(const std::shared_ptr<const site::CSiteSessions>& sessions) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::map<std::string, SKeptOne> cameras;
+    order_.clear();
+    for (const site::SSiteCamera& camera : sessions->site().cameras) {
+        const auto known = cameras_.find(camera.name);
+        const bool isSame = known != cameras_.end() && sessions->hasSame(*sessions_, camera.name);
+        cameras.emplace(camera.name, isSame ? known->second : make(sessions, camera));
+        order_.push_back(camera.name);
+    }
+    cameras_.swap(cameras);
+    sessions_ = sessions;
+}
+
+void CKeptSite::start() {
+    for (const auto& camera : cameras()) {
+        camera->start();
+        calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
+    }
+    prober_ = std::make_unique<CProber>(
+        site::FirstRequest(*recorder_.plugin->models()), [this] { return targets(); }, times_.prober);
+}
+
+void CKeptSite::end() {
+    prober_.reset();
+    std::map<std::string, SKeptOne> cameras;
+    decltype(feeds_) feeds;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        cameras.swap(cameras_);
+        feeds.swap(feeds_);
+    }
+    for (const auto& [name, one] : cameras)
+        one.head->end();
+    for (const auto& [key, feed] : feeds)
+        feed->end();
+    pool_.end();
+    suspects_.end();
+    calls_.end();
+    clock_.end();
+    for (const auto& [name, one] : cameras)
+        one.camera->end();
+}
+
+void CKeptSite::reload() {
+    const std::lock_guard<std::mutex> reloading(reloading_);
+    const auto sessions = std::make_shared<const site::CSiteSessions>(options_, file_, recorder_);
+    std::map<std::string, SKeptOne> before;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        before = cameras_;
+    }
+    take(sessions);
+    std::set<std::shared_ptr<CKeptCamera>> known;
+    for (const auto& [name, one] : before)
+        known.insert(one.camera);
+    for (const auto& camera : cameras()) {
+        if (known.erase(camera) > 0)
+            continue;
+        camera->start();
+        calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
+    }
+    for (const auto& gone : known) {
+        if (!find(gone->entry().name))
+            keeping_.observer.cameraGone(gone->entry().name);
+        suspects_.add([gone] { gone->end(); });
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (auto feed = feeds_.begin(); feed != feeds_.end();)
+        feed = cameras_.count(feed->first.first) == 0 ||
+                       before.at(feed->first.first).camera != cameras_.at(feed->first.first).camera
+                   ? feeds_.erase(feed)
+                   : std::next(feed);
+}
+
+std::optional<SKeptOne> CKeptSite::find(const std::string& name) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = cameras_.find(name);
+    return found == cameras_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::vector<std::shared_ptr<CKeptCamera>> CKeptSite::cameras() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::shared_ptr<CKeptCamera>> all;
+    for (const std::string& name : order_)
+        if (const auto found = cameras_.find(name); found != cameras_.end())
+            all.push_back(found->second.camera);
+    return all;
+}
+
+std::vector<SCameraStatus> CKeptSite::statuses() const {
+    std::vector<SCameraStatus> all;
+    for (const auto& camera : cameras())
+        all.push_back(camera->status());
+    return all;
+}
+
+// Those that nobody has heard for a while. One that refuses the credentials is left in peace.
+std::vector<CProber::STarget> CKeptSite::targets() const {
+    const auto now = std::chrono::steady_clock::now();
+    std::vector<CProber::STarget> all;
+    for (const auto& camera : cameras())
+        if (now - camera->lastHeard() >= times_.prober.period / 2)
+            all.push_back(
+                {camera->entry().address, [camera](bool isAnswering) { camera->probed(isAnswering); }});
+    return all;
+}
+
+site::SCameraFinding CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera) {
+    const CKeptCamera::Session session = camera->session();
+    if (!session)
+        return Unanswered(*camera);
+    site::SCameraFinding finding;
+    finding.camera = &camera->entry();
+    session->work().compare(finding, {site::UtcToday(), &accepted_});
+    Settle(finding);
+    camera->setDrift(DriftOf(finding));
+    return finding;
+}
+
+site::SCameraFinding CKeptSite::sync(const std::shared_ptr<CKeptCamera>& camera) {
+    const std::lock_guard<std::mutex> writing(camera->writing());
+    site::SCameraFinding finding = check(camera);
+    const CKeptCamera::Session session = camera->session();
+    if (!session || finding.problem || finding.differences.empty())
+        return finding;
+    session->work().set(finding, {site::UtcToday(), &accepted_});
+    Settle(finding);
+    keepAccepted();
+    if (finding.state == site::CameraState::Changed) {
+        std::this_thread::sleep_for(LongestToJumpBack); // what is waited for tells nothing of itself
+        const site::SCameraFinding look = check(camera);
+        finding.problem = look.problem;
+        finding.differences = look.differences;
+        if (look.state != site::CameraState::Same)
+            finding.state = look.problem ? site::CameraState::Fault : site::CameraState::NotAccepted;
+    }
+    return finding;
+}
+
+void CKeptSite::keepAccepted() {
+    std::set<std::string> names;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        names.insert(order_.begin(), order_.end());
+    }
+    try {
+        accepted_.save(names);
+    } catch (const site::CFileError& error) {
+        site::WriteMessage(std::string("vornhost: serve: ") + error.what() +
+                           "; what cameras have rounded will be set once more\n");
+    }
+}
+
+void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& weak) {
+    const auto camera = weak.lock();
+    if (!camera)
+        return;
+    milliseconds next = Spread(times_.drift);
+    if (!camera->session())
+        next = std::min(next, FirstDriftLook * 10);
+    else
+        try {
+            (void)check(camera);
+        } catch (const std::exception&) { // short of memory or descriptors: the next look may have them
+        }
+    calls_.add([this, weak] { lookForDrift(weak); }, next);
+}
+
+std::shared_ptr<CPictureFeed> CKeptSite::feed(const std::string& name, const site::SVideoStreamId& id) {
+    const auto one = find(name);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::shared_ptr<CPictureFeed>& feed = feeds_[{name, id}];
+    if (!feed && one)
+        feed = std::make_shared<CPictureFeed>(one->camera, id, calls_);
+    return feed;
+}
+
+void CKeptSite::tick() {
+    std::vector<std::shared_ptr<CPictureFeed>> all;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (auto feed = feeds_.begin(); feed != feeds_.end();) {
+            all.push_back(feed->second);
+            feed = feed->second->isForgotten() ? feeds_.erase(feed) : std::next(feed);
+        }
+    }
+    for (const auto& feed : all)
+        feed->tick();
+}
+
+} // namespace corvane::service

@@ -1,0 +1,85 @@
+// Which cameras are shown, and in which order.
+
+const collator = new Intl.Collator('en', {numeric: true, sensitivity: 'base'});
+const ranks = {
+  down: 0,
+  degraded: 1,
+  unknown: 2
+};
+const driftRank = 3;
+const activeRank = 4;
+const quietRank = 5;
+
+export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
+export const activeInputs = camera =>
+  (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
+
+export function attentionRank(camera) {
+  if (camera.state in ranks)
+    return ranks[camera.state];
+  if (hasDrift(camera))
+    return driftRank;
+  return activeInputs(camera).length > 0 ? activeRank : quietRank;
+}
+
+export const needsAttention = camera =>
+  camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
+
+const byName = (one, other) => collator.compare(one.name, other.name);
+const bySince = (one, other) => (other.since ?? '').localeCompare(one.since ?? '');
+
+// An input that opens and closes all the time must not make the list jump: it counts for the rank, its time
+// does not.
+const orders = {
+  attention: (one, other) =>
+    attentionRank(one) - attentionRank(other) || bySinceOfTroubled(one, other) || byName(one, other),
+  name: byName,
+  since: (one, other) => bySince(one, other) || byName(one, other),
+  file: null,
+};
+
+function bySinceOfTroubled(one, other) {
+  return one.state === 'down' || one.state === 'degraded' ? bySince(one, other) : 0;
+}
+
+export function sorted(cameras, order) {
+  const compare = orders[order];
+  return compare ? [...cameras].sort(compare) : [...cameras];
+}
+
+// Every word must be found; the cause is searched by its name and by its words.
+function haystack(camera, causeText) {
+  const cause = camera.problem ? `${camera.problem.cause} ${causeText(camera.problem)}` : '';
+  return [
+    camera.name, camera.address, camera.model, camera.serialNumber, camera.firmware, cause,
+    ...(camera.tags ?? [])
+  ].join('\n')
+    .toLowerCase();
+}
+
+export function matches(camera, {words = '', state = '', tag = ''}, causeText = problem => problem.cause) {
+  if (state && camera.state !== state)
+    return false;
+  if (tag && !(camera.tags ?? []).includes(tag))
+    return false;
+  const wanted = words.toLowerCase().split(/\s+/).filter(Boolean);
+  if (wanted.length === 0)
+    return true;
+  const text = haystack(camera, causeText);
+  return wanted.every(word => text.includes(word));
+}
+
+export function countStates(cameras) {
+  const counts = {down: 0, degraded: 0, unknown: 0, up: 0};
+  for (const camera of cameras)
+    counts[camera.state] = (counts[camera.state] ?? 0) + 1;
+  return counts;
+}
+
+export function tagsOf(cameras) {
+  const tags = new Set();
+  for (const camera of cameras)
+    for (const tag of camera.tags ?? [])
+      tags.add(tag);
+  return [...tags].sort(collator.compare);
+}

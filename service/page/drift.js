@@ -1,0 +1,170 @@
+// How the camera is set against how the site file wants it, and mending either.
+
+import {cameraPath, patch, post} from './api.js';
+import {h, replace} from './dom.js';
+import {errorNotice, notice} from './notices.js';
+import {fieldText, placeText, texts} from './texts.js';
+import {clock, momentText} from './time.js';
+import {valueText} from './values.js';
+
+const streamOf = of => (of.startsWith('stream ') ? of.slice('stream '.length) : null);
+
+// How a difference is set at the camera, and how what the camera has becomes the wish.
+export function settingRequest(name, {of, field, wanted}) {
+  const stream = streamOf(of);
+  return {
+    path: cameraPath(name, stream ? `/streams/${stream}` : '/adjustments'),
+    body: {[field]: String(wanted)}
+  };
+}
+
+export function wishRequest(name, {of, field, camera}) {
+  const stream = streamOf(of);
+  const value = {[field]: String(camera)};
+  return {
+    path: cameraPath(name, '/wish'),
+    body: stream ? {streams: [{stream, record: value}]} : {adjustments: value}
+  };
+}
+
+function wishCount(wish) {
+  return Object.keys(wish?.adjustments ?? {}).length +
+    (wish?.streams ?? []).reduce((sum, {record}) => sum + Object.keys(record ?? {}).length, 0);
+}
+
+export class Drift {
+  constructor(name, renewCamera, isWishWritable) {
+    Object.assign(this, {name, renewCamera, isWishWritable});
+    this.state = h('div');
+    this.rows = h('div');
+    this.outcome = h('div', {'aria-live': 'polite'});
+    this.wishes = h('div');
+    this.checkButton = h('button', {type: 'button', on: {click: () => this.run('check')}}, texts.drift.check);
+    this.syncButton = h('button',
+      {type: 'button', class: 'primary', data: {needs: 'operate'}, on: {click: () => this.run('sync')}},
+      texts.drift.setAll);
+    this.element = h('div', {class: 'drift'}, this.state, this.rows, this.outcome,
+      h('div', {class: 'actions'}, this.syncButton, this.checkButton), this.wishes);
+  }
+
+  renew(camera) {
+    const text = JSON.stringify([camera.drift, camera.wish, this.isWishWritable()]);
+    if (text === this.drawn)
+      return;
+    this.drawn = text;
+    const {drift = {state: 'unknown'}, wish} = camera;
+    const differences = drift.differences ?? [];
+    replace(this.state, this.stateNotice(drift, wishCount(wish)),
+      drift.checked && h('p', {class: 'hint'}, texts.drift.checked(momentText(drift.checked, clock.now()))),
+      drift.ignored > 0 && h('p', {class: 'hint'}, texts.drift.ignored(drift.ignored)));
+    replace(this.rows, differences.length > 0 && this.table(differences));
+    this.syncButton.hidden = differences.length === 0;
+    replace(this.wishes, this.wishTable(wish));
+  }
+
+  stateNotice(drift, wishes) {
+    if (wishes === 0 && drift.state !== 'differs')
+      return notice('unknown', texts.drift.noWish);
+    const kinds = {same: 'ok', differs: 'differs', fault: 'fault', unknown: 'unknown'};
+    const text =
+      drift.state === 'differs' ? texts.drift.differs(drift.differences.length) : texts.drift[drift.state];
+    return drift.problem ? errorNotice({problem: drift.problem}) : notice(kinds[drift.state], text);
+  }
+
+  table(differences) {
+    const {head} = texts.drift;
+    return h('table', {class: 'stacking'},
+      h('caption', {class: 'visually-hidden'}, texts.drift.differs(differences.length)),
+      h('thead', {}, h('tr', {}, Object.values(head).map(text => h('th', {scope: 'col'}, text)))),
+      h('tbody', {}, differences.map(difference => this.row(difference))));
+  }
+
+  row(difference) {
+    const {head} = texts.drift;
+    const {of, field, wanted, camera} = difference;
+    const name = fieldText(field);
+    const canTake = this.isWishWritable() && camera !== null;
+    return h('tr', {}, h('td', {data: {label: head.of}}, placeText(of)), h('th', {scope: 'row'}, name),
+      h('td', {class: 'number', data: {label: head.wanted}}, valueText(wanted)),
+      h('td', {class: 'number', data: {label: head.camera}}, valueText(camera)),
+      h('td', {data: {label: head.act}},
+        h('div', {class: 'button-row'},
+          h('button', {
+            type: 'button',
+            data: {needs: 'operate'},
+            'aria-label': texts.drift.setOne(name, wanted),
+            on: {click: event => this.set(difference, event.currentTarget)}
+          },
+            texts.drift.set),
+          canTake &&
+            h('button', {
+              type: 'button',
+              data: {needs: 'admin'},
+              'aria-label': texts.drift.takeOne(name, camera),
+              on: {click: event => this.take(difference, event.currentTarget)}
+            },
+              texts.drift.take))));
+  }
+
+  wishTable(wish) {
+    if (wishCount(wish) === 0)
+      return null;
+    const lines = [
+      ...Object.entries(wish.adjustments ?? {}).map(([field,
+        value]) => [texts.drift.adjustments, field, value]),
+      ...(wish.streams ?? []).flatMap(({stream,
+        record}) => Object.entries(record ?? {}).map(([field,
+        value]) => [texts.settings.stream(stream), field, value]))
+    ];
+    return h('details', {}, h('summary', {}, texts.drift.wishes),
+      h('table', {class: 'plain'},
+        h('tbody', {},
+          lines.map(
+            ([of, field, value]) => h('tr', {}, h('td', {}, of), h('th', {scope: 'row'}, fieldText(field)),
+              h('td', {class: 'number'}, valueText(value)))))),
+      !this.isWishWritable() && h('p', {class: 'hint'}, texts.drift.notWritable));
+  }
+
+  async act(button, action, done) {
+    button.disabled = true;
+    replace(this.outcome);
+    try {
+      const answer = await action();
+      replace(this.outcome, done(answer));
+    } catch (error) {
+      replace(this.outcome, errorNotice(error));
+    }
+    button.disabled = false;
+    this.renewCamera();
+  }
+
+  set(difference, button) {
+    const {path, body} = settingRequest(this.name, difference);
+    return this.act(button, () => patch(path, body),
+      ({results}) => results.map(({asked, is}) => notice('ok', texts.settings.accepted(asked, is))));
+  }
+
+  take(difference, button) {
+    const {path, body} = wishRequest(this.name, difference);
+    return this.act(button, () => patch(path, body), () => notice('ok', texts.drift.taken));
+  }
+
+  run(verb) {
+    const button = verb === 'sync' ? this.syncButton : this.checkButton;
+    return this.act(button, () => post(cameraPath(this.name, `/${verb}`)),
+      findings => findings.map(finding => this.finding(finding)));
+  }
+
+  finding({state, changes = [], differences = [], problem}) {
+    const told = changes.map(({field, asked, is}) => String(asked) === String(is) ?
+        notice('ok', `${fieldText(field)}: ${texts.settings.accepted(asked, is)}`) :
+        notice('warning', `${fieldText(field)}: ${texts.settings.other(asked, valueText(is))}`));
+    if (problem)
+      told.push(errorNotice({problem}));
+    else if (state === 'same' && changes.length === 0)
+      told.push(notice('ok', texts.drift.same));
+    else if (state === 'differs')
+      told.push(notice('differs', texts.drift.differs(differences.length)));
+    return told;
+  }
+}

@@ -1,0 +1,89 @@
+// Alarm inputs: how they stand, and how they stood in the last hour.
+
+import {h, replace, svg} from './dom.js';
+import {badge} from './state-badge.js';
+import {texts} from './texts.js';
+import {clock, momentText, preciseClockText, spanText} from './time.js';
+import {barsOf, hour, spansOf} from './timeline.js';
+
+const width = 600;
+const height = 20;
+
+function lineOf(input, changes, now) {
+  const bars = barsOf(spansOf(changes, now, input.state), now, width);
+  const quarters = [1, 2, 3].map(
+    part => svg('line', {x1: width * part / 4, x2: width * part / 4, y1: 0, y2: height, class: 'grid-line'}));
+  const inHour = changes.filter(({time}) => now - Date.parse(time) < hour).length;
+  const told = inHour ? texts.inputs.changes(inHour) : texts.inputs.noChange;
+  return [
+    svg('svg', {
+      viewBox: `0 0 ${width} ${height}`,
+      class: 'time-line',
+      preserveAspectRatio: 'none',
+      role: 'img',
+      'aria-label': texts.inputs.lineLabel(input.input, told),
+    },
+      svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters,
+      bars.map(
+        bar => svg('rect', {x: bar.x, y: 2, width: bar.width, height: height - 4, class: 'time-active'}))),
+    h('span', {class: 'hint'}, told)
+  ];
+}
+
+function changeList(changes) {
+  const last = [...changes].reverse().slice(0, 200);
+  return h('ul', {class: 'change-list', tabindex: '0'},
+    last.map(({time, input, state}) => h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
+               ` ${texts.inputs.name(input)} `, badge(state, texts.inputs[state]))));
+}
+
+export class Inputs {
+  constructor() {
+    this.changes = [];
+    this.list = h('div', {class: 'inputs-list'});
+    this.all = h('div');
+    this.details = h('details', {}, h('summary', {}, texts.inputs.list), this.all);
+    this.details.addEventListener('toggle', () => this.drawChanges());
+    this.element = h('section', {class: 'inputs card', 'aria-label': texts.inputs.title},
+      h('h2', {}, texts.inputs.title), this.list, this.details);
+  }
+
+  takeHistory(history) {
+    this.changes = history.inputs ?? [];
+    this.draw();
+  }
+
+  hear({input, state, at}) {
+    this.changes = [...this.changes, {time: at, input, state: state === 0 ? 'active' : 'inactive'}];
+  }
+
+  renew(camera) {
+    this.camera = camera;
+    this.draw();
+  }
+
+  draw() {
+    const now = clock.now();
+    const inputs = this.camera?.inputs ?? [];
+    this.details.hidden = this.changes.length === 0;
+    if (inputs.length === 0)
+      replace(this.list, h('p', {class: 'hint'}, texts.inputs.none));
+    else
+      replace(this.list, inputs.map(input => this.row(input, now)));
+    this.drawChanges();
+  }
+
+  row(input, now) {
+    const since =
+      input.since && texts.since(momentText(input.since, now), spanText(now - Date.parse(input.since)));
+    return h('div', {class: 'input-row'},
+      h('div', {class: 'input-name'}, h('strong', {}, texts.inputs.name(input.input)),
+        badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, since)),
+      lineOf(input, this.changes.filter(change => change.input === input.input), now));
+  }
+
+  drawChanges() {
+    if (this.details.open)
+      replace(this.all, changeList(this.changes));
+  }
+}

@@ -1,0 +1,127 @@
+// The camera's picture as it comes. Each is fetched by itself, so that no connection is kept for a picture.
+
+import {h, replace, setText} from './dom.js';
+import {errorText} from './notices.js';
+import {fetchPicture, forgetPicture, showPicture} from './pictures.js';
+import {causeText, texts} from './texts.js';
+import {ageText, clock} from './time.js';
+
+const longestWait = 500;
+const oldAge = 2000;
+const pauseAfterFailure = 2000;
+const shortestPause = 40;
+
+export class LivePicture {
+  constructor(name) {
+    this.name = name;
+    this.stream = '';
+    this.number = 0;
+    this.time = '';
+    this.image =
+      h('img', {class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false'});
+    this.age = h('span', {class: 'picture-age'}, texts.picture.waiting);
+    this.failure = h('p', {class: 'picture-failure', hidden: true});
+    this.streams = h('select', {on: {change: () => this.choose(this.streams.value)}});
+    this.frame = h('div', {class: 'live-frame', data: {state: 'waiting'}}, this.image, this.failure);
+    this.element = h('section', {class: 'live card', 'aria-label': texts.picture.title}, this.frame,
+      h('div', {class: 'live-foot'}, this.age,
+        this.streamsField =
+          h('label', {class: 'field inline'}, h('span', {}, texts.picture.stream), this.streams)));
+    this.offer([]);
+    this.onVisible = () => this.start();
+    document.addEventListener('visibilitychange', this.onVisible);
+    this.ticking = setInterval(() => this.renewAge(), 100);
+    this.start();
+  }
+
+  offer(streams) {
+    const known = streams.join('\n');
+    if (known === this.offered)
+      return;
+    this.offered = known;
+    this.streamsField.hidden = streams.length === 0;
+    replace(this.streams, h('option', {value: ''}, texts.picture.anyStream),
+      streams.map(stream => h('option', {value: stream, selected: stream === this.stream},
+                    texts.settings.stream(stream))));
+  }
+
+  choose(stream) {
+    this.stream = stream;
+    this.number = 0;
+    this.start();
+  }
+
+  // Whatever ran before ends; nothing runs while nobody can see it.
+  start() {
+    this.abort?.abort();
+    this.abort = new AbortController();
+    if (!document.hidden && !this.isClosed)
+      this.run(this.abort.signal);
+  }
+
+  async run(signal) {
+    while (!signal.aborted) {
+      const pause = await this.renew(signal);
+      await new Promise(resolve => {
+        setTimeout(resolve, pause);
+      });
+    }
+  }
+
+  async renew(signal) {
+    try {
+      const picture = await fetchPicture(this.name, {
+        kind: 'live',
+        stream: this.stream,
+        after: this.number,
+        wait: longestWait,
+        signal,
+      });
+      if (picture && signal.aborted)
+        URL.revokeObjectURL(picture.url);
+      else if (picture)
+        await this.show(picture);
+      return shortestPause;
+    } catch (error) {
+      if (error.name !== 'AbortError')
+        this.fail(error);
+      return pauseAfterFailure;
+    }
+  }
+
+  async show(picture) {
+    this.number = picture.number;
+    this.time = picture.time;
+    await showPicture(this.image, picture);
+    this.image.hidden = false;
+    this.failure.hidden = true;
+    this.renewAge();
+  }
+
+  fail(error) {
+    const why = error.isAway ? texts.picture.lost :
+      error.problem          ? causeText(error.problem) :
+                               errorText(error);
+    setText(this.failure, `${texts.picture.none}: ${why}`);
+    this.failure.hidden = false;
+    if (!this.time)
+      setText(this.age, texts.picture.none);
+  }
+
+  renewAge() {
+    if (!this.time)
+      return;
+    const age = clock.age(this.time);
+    const isOld = age > oldAge;
+    this.frame.dataset.state = isOld ? 'old' : 'live';
+    setText(this.age, isOld ? texts.picture.old(ageText(age)) : texts.picture.live(ageText(age)));
+  }
+
+  close() {
+    this.isClosed = true;
+    this.abort.abort();
+    clearInterval(this.ticking);
+    document.removeEventListener('visibilitychange', this.onVisible);
+    forgetPicture(this.image);
+  }
+}

@@ -1,0 +1,115 @@
+// A camera in the list: drawn once, then only what has changed of it.
+
+import {activeInputs} from './attention.js';
+import {h, setAttribute, setText} from './dom.js';
+import {renewStateBadge, shape, stateBadge} from './state-badge.js';
+import {adviceText, causeText, texts} from './texts.js';
+import {clock, momentText, spanText} from './time.js';
+
+export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
+
+const mayHavePicture = camera => camera.state === 'up' || camera.state === 'degraded';
+
+function driftText(drift) {
+  if (drift?.state === 'differs')
+    return texts.site.drift(drift.differences?.length ?? 0);
+  return drift?.state === 'fault' ? texts.site.driftFault : '';
+}
+
+function inputsText(camera) {
+  const active = activeInputs(camera);
+  if (active.length > 0)
+    return texts.site.inputsActive(active);
+  return camera.inputs?.length ? texts.site.inputsQuiet(camera.inputs.length) : '';
+}
+
+function chip(kind, className) {
+  const text = h('span');
+  const element = h('span', {class: `chip ${className}`, data: {kind}}, shape(kind), text);
+  return {element, text, kind};
+}
+
+function renewChip(part, text, kind) {
+  part.element.hidden = text === '';
+  setText(part.text, text);
+  if (part.kind === kind)
+    return;
+  part.kind = kind;
+  part.element.dataset.kind = kind;
+  part.element.firstChild.replaceWith(shape(kind));
+}
+
+export class SiteRow {
+  constructor(name, pictures) {
+    this.name = name;
+    this.pictures = pictures;
+    this.hasPicture = false;
+    this.image = h('img', {alt: '', class: 'tile-image', draggable: 'false', hidden: true});
+    this.noPicture = h('span', {class: 'tile-none'}, texts.site.noPicture);
+    this.link = h('a', {href: cameraAddress(name), class: 'row-name'}, name);
+    this.state = stateBadge('unknown');
+    this.since = h('span', {class: 'since'});
+    this.cause = h('p', {class: 'row-cause'});
+    this.advice = h('p', {class: 'row-try'});
+    this.about = h('span', {class: 'row-about'});
+    this.inputs = chip('inactive', 'chip-inputs');
+    this.drift = chip('differs', 'chip-drift');
+    this.element = h('div', {class: 'row', role: 'listitem'},
+      h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
+      h('div', {class: 'row-head'}, this.link, this.about),
+      h('div', {class: 'row-state'}, this.state, this.since),
+      h('div', {class: 'row-why'}, this.cause, this.advice),
+      h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
+  }
+
+  renew(camera) {
+    const {problem} = camera;
+    this.element.dataset.state = camera.state;
+    renewStateBadge(this.state, camera.state);
+    this.renewTime(camera);
+    setText(this.cause, problem ? causeText(problem) : '');
+    setText(this.advice, problem ? adviceText(problem) : '');
+    setAttribute(this.advice, 'title', problem ? adviceText(problem) : null);
+    setText(this.about, [camera.model, camera.address, ...(camera.tags ?? [])].filter(Boolean).join(' · '));
+    renewChip(this.inputs, inputsText(camera), activeInputs(camera).length > 0 ? 'active' : 'inactive');
+    renewChip(this.drift, driftText(camera.drift), 'differs');
+    this.followPicture(mayHavePicture(camera));
+  }
+
+  renewTime(camera) {
+    const now = clock.now();
+    setText(this.since,
+      camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) :
+                     '');
+  }
+
+  // A camera that is down is not asked for pictures: it would keep a connection that others need.
+  followPicture(isWanted) {
+    if (isWanted === this.hasPicture)
+      return;
+    this.hasPicture = isWanted;
+    if (isWanted)
+      this.pictures.watch(this.name, this.image, state => this.showPictureState(state));
+    else
+      this.pictures.leave(this.name);
+    this.showPictureState(isWanted ? 'waiting' : 'none');
+  }
+
+  showPictureState(state) {
+    this.image.hidden = state !== 'shown';
+    this.noPicture.hidden = state !== 'none';
+  }
+
+  place({x, y, width, height}, position, count) {
+    this.element.style.transform = `translate(${x}px, ${y}px)`;
+    this.element.style.width = `${width}px`;
+    this.element.style.height = `${height}px`;
+    setAttribute(this.element, 'aria-posinset', position);
+    setAttribute(this.element, 'aria-setsize', count);
+  }
+
+  remove() {
+    this.pictures.leave(this.name);
+    this.element.remove();
+  }
+}

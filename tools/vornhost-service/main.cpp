@@ -1,0 +1,37 @@
+#include "service/service.h"
+#include "site/base/standard_streams.h"
+#include "tools/vornhost/console/signals.h"
+#include "tools/vornhost/program.h"
+#include "tools/vornhost/verbs/serve.h"
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+using corvane::vornhost::CEndRequest;
+
+corvane::site::ExitStatus ServeHere(const corvane::site::SOptions& options,
+                                    const corvane::service::SServeOptions& serveOptions) {
+    std::unique_ptr<CEndRequest> end;
+    return corvane::service::Serve(
+        options, serveOptions,
+        [&end](std::function<void()> request) { end = std::make_unique<CEndRequest>(std::move(request)); },
+        VORNHOST_VERSION);
+}
+
+// Before any thread, each of which inherits it.
+void BlockHangUp() {
+    sigset_t hangUp;
+    sigemptyset(&hangUp);
+    sigaddset(&hangUp, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &hangUp, nullptr);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    BlockHangUp();
+    corvane::vornhost::SetRunService(&ServeHere);
+    corvane::site::EndProcess(corvane::vornhost::RunProgram(argc, argv));
+}
