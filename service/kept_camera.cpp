@@ -201,6 +201,8 @@ Problem CKeptCamera::open() {
     exchanges.setListener([this](const site::SWatchedExchange& exchange) { noteExchange(exchange); });
     if (auto problem = opened->camera->open()) {
         exchanges.setListener({});
+        const std::lock_guard<std::mutex> lock(mutex_);
+        status_.requests.failed += exchanges.all().empty() ? 1 : 0; // nobody took the connection
         return problem;
     }
     site::SCameraFinding found;
