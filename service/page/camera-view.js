@@ -26,8 +26,9 @@ const tabIds = Object.keys(texts.camera.tabs);
 export const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
 
 function factList(camera) {
-  const facts = ['address', 'model', 'serialNumber', 'firmware'].map(
-    key => [texts.camera[key], camera[key] || texts.camera.unknownFact]);
+  const facts = ['address', 'model', 'serialNumber', 'firmware']
+                  .filter(key => camera[key])
+                  .map(key => [texts.camera[key], camera[key]]);
   if (camera.tags?.length)
     facts.push([texts.camera.tags, camera.tags.join(', ')]);
   return facts;

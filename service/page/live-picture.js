@@ -104,8 +104,10 @@ export class LivePicture {
                                errorText(error);
     setText(this.failure, `${texts.picture.none}: ${why}`);
     this.failure.hidden = false;
-    if (!this.time)
-      setText(this.age, texts.picture.none);
+    if (this.time)
+      return;
+    this.frame.dataset.state = 'none';
+    setText(this.age, texts.picture.none);
   }
 
   renewAge() {
