@@ -1,6 +1,7 @@
 // One camera: what is wrong with it first, then what it sees, then all that can be done.
 
 import {cameraPath, get} from './api.js';
+import {mayHavePicture} from './attention.js';
 import {Calls} from './calls.js';
 import {Doctor} from './doctor.js';
 import {h, replace, setText} from './dom.js';
@@ -175,6 +176,7 @@ export class CameraView {
     this.renewFacts();
     this.renewTimes();
     this.renewProblem();
+    this.picture.allow(mayHavePicture(camera), camera.problem);
     this.inputs.renew(camera);
     const differences = camera.drift?.differences?.length ?? 0;
     this.tabs.mark('drift', differences > 0 ? String(differences) : '');

@@ -1,14 +1,12 @@
 // A camera in the list: drawn once, then only what has changed of it.
 
-import {activeInputs} from './attention.js';
+import {activeInputs, mayHavePicture} from './attention.js';
 import {h, setAttribute, setText} from './dom.js';
 import {renewStateBadge, shape, stateBadge} from './state-badge.js';
 import {adviceText, causeText, texts} from './texts.js';
 import {clock, momentText, spanText} from './time.js';
 
 export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
-
-const mayHavePicture = camera => camera.state === 'up' || camera.state === 'degraded';
 
 function driftText(drift) {
   if (drift?.state === 'differs')
@@ -86,7 +84,6 @@ export class SiteRow {
                      '');
   }
 
-  // A camera that is down is not asked for pictures: it would keep a connection that others need.
   followPicture(isWanted) {
     if (isWanted === this.hasPicture)
       return;
