@@ -317,16 +317,15 @@ void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (isEnded_ || event.kind != site::SStreamEvent::Kind::DryContactState)
             return;
-        const auto known = std::find_if(status_.inputs.begin(), status_.inputs.end(),
-                                        [input](const SInputLevel& one) { return one.input == input; });
-        const bool isActive = event.state == site::DryContactActive;
+        auto known = std::find_if(status_.inputs.begin(), status_.inputs.end(),
+                                  [input](const SInputLevel& one) { return one.input == input; });
         if (known == status_.inputs.end())
-            status_.inputs.push_back({input, isActive, now, 0});
-        else if (known->isActive == isActive)
+            known = status_.inputs.insert(known, {input, std::nullopt, now, 0});
+        const bool isActive = event.state == site::DryContactActive;
+        if (known->isActive == isActive)
             return;
-        else
-            *known = {input, isActive, now, known->changes + (known->isActive ? 1U : 0U)};
-        level = known == status_.inputs.end() ? status_.inputs.back() : *known;
+        *known = {input, isActive, now, known->changes + (known->isActive ? 1U : 0U)};
+        level = *known;
         status = status_;
     }
     history_.noteInput(input, *level.isActive, now);

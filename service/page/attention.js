@@ -10,6 +10,11 @@ const driftRank = 3;
 const activeRank = 4;
 const quietRank = 5;
 
+// A camera that is down, or that nobody could get into, is not asked for pictures: each would be refused.
+const withoutPicture = new Set(['address', 'identify', 'initialize', 'site']);
+export const mayHavePicture = ({state, problem}) =>
+  state === 'up' || state === 'degraded' && !withoutPicture.has(problem?.phase);
+
 export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
 export const activeInputs = camera =>
   (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);

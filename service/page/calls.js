@@ -60,7 +60,7 @@ export class Calls {
     this.find = h('input',
       {type: 'search', autocomplete: 'off', spellcheck: 'false', on: {input: () => this.drawChoices()}});
     this.choices = h('select',
-      {size: 8, class: 'operations', 'aria-label': texts.calls.operation, on: {change: () => this.pick()}});
+      {size: 14, class: 'operations', 'aria-label': texts.calls.operation, on: {change: () => this.pick()}});
     this.found = h('p', {class: 'hint', role: 'status'});
     this.form = h('form', {class: 'call-form', on: {submit: event => this.submit(event)}},
       h('p', {class: 'empty'}, texts.calls.pick));

@@ -1,6 +1,7 @@
 // One camera: what is wrong with it first, then what it sees, then all that can be done.
 
 import {cameraPath, get} from './api.js';
+import {mayHavePicture} from './attention.js';
 import {Calls} from './calls.js';
 import {Doctor} from './doctor.js';
 import {h, replace, setText} from './dom.js';
@@ -26,8 +27,9 @@ const tabIds = Object.keys(texts.camera.tabs);
 export const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
 
 function factList(camera) {
-  const facts = ['address', 'model', 'serialNumber', 'firmware'].map(
-    key => [texts.camera[key], camera[key] || texts.camera.unknownFact]);
+  const facts = ['address', 'model', 'serialNumber', 'firmware']
+                  .filter(key => camera[key])
+                  .map(key => [texts.camera[key], camera[key]]);
   if (camera.tags?.length)
     facts.push([texts.camera.tags, camera.tags.join(', ')]);
   return facts;
@@ -174,6 +176,7 @@ export class CameraView {
     this.renewFacts();
     this.renewTimes();
     this.renewProblem();
+    this.picture.allow(mayHavePicture(camera), camera.problem);
     this.inputs.renew(camera);
     const differences = camera.drift?.differences?.length ?? 0;
     this.tabs.mark('drift', differences > 0 ? String(differences) : '');

@@ -87,7 +87,7 @@ export class Drift {
     return h('tr', {}, h('td', {data: {label: head.of}}, placeText(of)), h('th', {scope: 'row'}, name),
       h('td', {class: 'number', data: {label: head.wanted}}, valueText(wanted)),
       h('td', {class: 'number', data: {label: head.camera}}, valueText(camera)),
-      h('td', {data: {label: head.act}},
+      h('td', {class: 'acts', data: {label: head.act}},
         h('div', {class: 'button-row'},
           h('button', {
             type: 'button',

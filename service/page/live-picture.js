@@ -31,7 +31,6 @@ export class LivePicture {
     this.onVisible = () => this.start();
     document.addEventListener('visibilitychange', this.onVisible);
     this.ticking = setInterval(() => this.renewAge(), 100);
-    this.start();
   }
 
   offer(streams) {
@@ -51,11 +50,21 @@ export class LivePicture {
     this.start();
   }
 
+  // Asked for pictures only while the camera can have some; `problem` says why it cannot.
+  allow(isAllowed, problem) {
+    if (!isAllowed && problem)
+      this.fail({problem});
+    if (isAllowed === this.isAllowed)
+      return;
+    this.isAllowed = isAllowed;
+    this.start();
+  }
+
   // Whatever ran before ends; nothing runs while nobody can see it.
   start() {
     this.abort?.abort();
     this.abort = new AbortController();
-    if (!document.hidden && !this.isClosed)
+    if (this.isAllowed && !document.hidden && !this.isClosed)
       this.run(this.abort.signal);
   }
 
@@ -104,8 +113,10 @@ export class LivePicture {
                                errorText(error);
     setText(this.failure, `${texts.picture.none}: ${why}`);
     this.failure.hidden = false;
-    if (!this.time)
-      setText(this.age, texts.picture.none);
+    if (this.time)
+      return;
+    this.frame.dataset.state = 'none';
+    setText(this.age, texts.picture.none);
   }
 
   renewAge() {
@@ -119,7 +130,7 @@ export class LivePicture {
 
   close() {
     this.isClosed = true;
-    this.abort.abort();
+    this.abort?.abort();
     clearInterval(this.ticking);
     document.removeEventListener('visibilitychange', this.onVisible);
     forgetPicture(this.image);

@@ -44,12 +44,21 @@ export function linePath(points, longestGap) {
       continue;
     }
     const goesOn = previous && point.time - previous.time <= longestGap;
-    // A lone point shows as a dot: a line of no length with round ends.
-    path +=
-      goesOn ? `L${rounded(point.x)} ${rounded(point.y)}` : `M${rounded(point.x)} ${rounded(point.y)}h0`;
+    path += `${goesOn ? 'L' : 'M'}${rounded(point.x)} ${rounded(point.y)}`;
     previous = point;
   }
   return path;
+}
+
+// A minute without neighbours would be a line of no length, which nobody sees: it is drawn as a dot.
+export function dotPath(points, longestGap) {
+  const isNear = (one, other) =>
+    other !== undefined && other.y !== null && Math.abs(one.time - other.time) <= longestGap;
+  return points
+    .filter((point, index) =>
+              point.y !== null && !isNear(point, points[index - 1]) && !isNear(point, points[index + 1]))
+    .map(({x, y}) => `M${rounded(x)} ${rounded(y)}h0`)
+    .join('');
 }
 
 export function nearestPoint(points, x) {

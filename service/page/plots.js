@@ -1,7 +1,7 @@
 // Plots of the last hour, with a value under the pointer or the arrow keys, and a table of the same.
 
 import {h, replace, setText, svg} from './dom.js';
-import {boundedTop, linePath, nearestPoint, niceScale, plotOf, timeTicks} from './plot-geometry.js';
+import {boundedTop, dotPath, linePath, nearestPoint, niceScale, plotOf, timeTicks} from './plot-geometry.js';
 import {texts} from './texts.js';
 import {clockText} from './time.js';
 
@@ -102,8 +102,11 @@ export class Plot {
         role: 'img',
         'aria-label': this.label(latest),
       },
-        axes(scale, from, to, this.unit), [...lines].reverse().map(({points,
-          className}) => svg('path', {d: linePath(points, longestGap), class: `plot-line ${className}`})),
+        axes(scale, from, to, this.unit),
+        [...lines].reverse().map(
+          ({points,
+            className}) => [svg('path', {d: linePath(points, longestGap), class: `plot-line ${className}`}),
+            svg('path', {d: dotPath(points, longestGap), class: `plot-line plot-dot ${className}`})]),
         this.points.filter(({sample}) => this.isLost(sample)).map(({x}) => svg('path', {
           d: `M${x - 4} ${height - 8}L${x + 4} ${height}M${x + 4} ${height - 8}L${x - 4} ${height}`,
           class: 'plot-lost'

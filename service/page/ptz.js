@@ -3,7 +3,7 @@
 import {ApiError, cameraPath, errorOf, send} from './api.js';
 import {h, setText, svg} from './dom.js';
 import {errorText} from './notices.js';
-import {isMoveKey, PtzDrive, vectorOfDrag, vectorOfKeys} from './ptz-drive.js';
+import {isMoveKey, placeOfHead, PtzDrive, vectorOfDrag, vectorOfKeys} from './ptz-drive.js';
 import {PtzPlaces} from './ptz-places.js';
 import {texts} from './texts.js';
 
@@ -45,12 +45,15 @@ export class Ptz {
     this.places = new PtzPlaces(name, ptz, operations);
     this.status = h('p', {class: 'ptz-status', role: 'status'}, texts.ptz.still);
     this.position = h('p', {class: 'ptz-position'});
-    this.speed = h('input', {type: 'range', min: 5, max: 100, step: 5, value: '50'});
+    this.speed = h(
+      'input', {type: 'range', min: 5, max: 100, step: 5, value: '50', on: {input: () => this.tellSpeed()}});
+    this.speedTold = h('output', {class: 'number'});
     this.element =
       h('section', {class: 'ptz card', 'aria-label': texts.ptz.title}, h('h2', {}, texts.ptz.title),
         this.position, h('p', {class: 'hint', data: {only: 'view'}}, texts.ptz.mayNot),
         h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
           this.status, this.places.element, h('p', {class: 'hint'}, texts.ptz.hint)));
+    this.tellSpeed();
     this.followPage();
   }
 
@@ -86,7 +89,7 @@ export class Ptz {
       h('div', {class: 'button-row'}, this.holdButton(texts.ptz.left, '←', {pan: -1}),
         this.holdButton(texts.ptz.up, '↑', {tilt: 1}), this.holdButton(texts.ptz.down, '↓', {tilt: -1}),
         this.holdButton(texts.ptz.right, '→', {pan: 1})),
-      h('label', {class: 'field'}, h('span', {}, texts.ptz.speed), this.speed),
+      h('label', {class: 'field'}, h('span', {}, `${texts.ptz.speed} `, this.speedTold), this.speed),
       h('button', {type: 'button', class: 'stop', on: {click: () => this.stopNow()}}, texts.ptz.stop));
   }
 
@@ -179,8 +182,11 @@ export class Ptz {
     this.drive.hold(vectorOfKeys(this.keys, Number(this.speed.value)));
   }
 
+  tellSpeed() { setText(this.speedTold, texts.ptz.percent(this.speed.value)); }
+
   changeSpeed(step) {
     this.speed.value = String(Number(this.speed.value) + step);
+    this.tellSpeed();
     if (this.keys.size > 0)
       this.drive.hold(vectorOfKeys(this.keys, Number(this.speed.value)));
   }
@@ -250,9 +256,8 @@ export class Ptz {
   }
 
   renew(camera) {
-    setText(this.position,
-      camera.position ? texts.ptz.position(camera.position.pan, camera.position.tilt, camera.position.zoom) :
-                        '');
+    const place = placeOfHead(camera.position);
+    setText(this.position, place ? texts.ptz.position(place.pan, place.tilt, place.zoom) : '');
   }
 
   close() {

@@ -12,7 +12,7 @@ function cellOf(layout, width) {
   if (layout === 'pictures')
     return width < 560 ? {cellWidth: 164, cellHeight: 178} : {cellWidth: 248, cellHeight: 226};
   if (width < narrow)
-    return {cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 160};
+    return {cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 176};
   return {cellWidth: 0, cellHeight: 76};
 }
 
@@ -38,7 +38,7 @@ export class SiteList {
     addEventListener('resize', this.drawSoon);
     this.onVisible = () => this.pictures.wake();
     document.addEventListener('visibilitychange', this.onVisible);
-    this.ticking = setInterval(() => this.renewTimes(), 10000);
+    this.ticking = setInterval(() => this.renewTimes(), 1000);
   }
 
   show(cameras, layout) {

@@ -1,14 +1,12 @@
 // A camera in the list: drawn once, then only what has changed of it.
 
-import {activeInputs} from './attention.js';
+import {activeInputs, mayHavePicture} from './attention.js';
 import {h, setAttribute, setText} from './dom.js';
 import {renewStateBadge, shape, stateBadge} from './state-badge.js';
 import {adviceText, causeText, texts} from './texts.js';
 import {clock, momentText, spanText} from './time.js';
 
 export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
-
-const mayHavePicture = camera => camera.state === 'up' || camera.state === 'degraded';
 
 function driftText(drift) {
   if (drift?.state === 'differs')
@@ -20,7 +18,8 @@ function inputsText(camera) {
   const active = activeInputs(camera);
   if (active.length > 0)
     return texts.site.inputsActive(active);
-  return camera.inputs?.length ? texts.site.inputsQuiet(camera.inputs.length) : '';
+  const known = (camera.inputs ?? []).filter(({state}) => state === 'inactive');
+  return known.length > 0 ? texts.site.inputsQuiet(known.length) : '';
 }
 
 function chip(kind, className) {
@@ -52,11 +51,12 @@ export class SiteRow {
     this.cause = h('p', {class: 'row-cause'});
     this.advice = h('p', {class: 'row-try'});
     this.about = h('span', {class: 'row-about'});
+    this.tags = h('span', {class: 'row-about'});
     this.inputs = chip('inactive', 'chip-inputs');
     this.drift = chip('differs', 'chip-drift');
     this.element = h('div', {class: 'row', role: 'listitem'},
       h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
-      h('div', {class: 'row-head'}, this.link, this.about),
+      h('div', {class: 'row-head'}, this.link, this.about, this.tags),
       h('div', {class: 'row-state'}, this.state, this.since),
       h('div', {class: 'row-why'}, this.cause, this.advice),
       h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
@@ -70,7 +70,8 @@ export class SiteRow {
     setText(this.cause, problem ? causeText(problem) : '');
     setText(this.advice, problem ? adviceText(problem) : '');
     setAttribute(this.advice, 'title', problem ? adviceText(problem) : null);
-    setText(this.about, [camera.model, camera.address, ...(camera.tags ?? [])].filter(Boolean).join(' · '));
+    setText(this.about, [camera.model, camera.address].filter(Boolean).join(' · '));
+    setText(this.tags, (camera.tags ?? []).join(' · '));
     renewChip(this.inputs, inputsText(camera), activeInputs(camera).length > 0 ? 'active' : 'inactive');
     renewChip(this.drift, driftText(camera.drift), 'differs');
     this.followPicture(mayHavePicture(camera));
@@ -83,7 +84,6 @@ export class SiteRow {
                      '');
   }
 
-  // A camera that is down is not asked for pictures: it would keep a connection that others need.
   followPicture(isWanted) {
     if (isWanted === this.hasPicture)
       return;

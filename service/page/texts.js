@@ -130,8 +130,8 @@ const causes = {
     try: 'Take it out of the site file, or use a model that has it.',
   },
   restarting: {
-    what: 'The camera was there a moment ago: it is restarting',
-    try: 'Wait a minute. If it happens again and again, look at its power supply.',
+    what: 'The camera is restarting',
+    try: 'It was there a moment ago: wait a minute. If it happens again and again, look at its power supply.',
   },
   'wrong-value': {
     what: 'The camera does not have this value',
@@ -353,7 +353,7 @@ export const texts = {
     allWell: 'Every camera works.',
     attention: number => `${count(number, 'camera needs', 'cameras need')} attention`,
     announce: (name, state, cause) => `${name}: ${state}` + (cause ? `. ${cause}` : ''),
-    drift: number => `${count(number, 'difference', 'differences')} from the wish`,
+    drift: number => count(number, 'setting differs', 'settings differ'),
     driftFault: 'Wish not compared',
     inputsActive: numbers => `Input ${numbers.map(number => number + 1).join(', ')} active`,
     inputsQuiet: number => `${count(number, 'input', 'inputs')} quiet`,
@@ -367,7 +367,6 @@ export const texts = {
     serialNumber: 'Serial number',
     firmware: 'Firmware',
     tags: 'Tags',
-    unknownFact: '–',
     sections: 'Parts of this camera',
     tabs: {
       settings: 'Settings',
@@ -396,6 +395,7 @@ export const texts = {
       'zoom, Page ' +
       'Up and Page Down change the speed, space stops, a digit calls that preset.',
     speed: 'Speed',
+    percent: value => `${value} %`,
     zoomIn: 'Zoom in',
     zoomOut: 'Zoom out',
     stop: 'Stop',
@@ -494,7 +494,7 @@ export const texts = {
     results: {ok: 'All right', warning: 'Warning', fault: 'Fault', skipped: 'Skipped'},
     because: check => `needs: ${check}`,
     verdicts: {ok: 'Nothing is wrong.', warning: 'It works, with a warning.', fault: 'A fault was found.'},
-    root: 'The others follow from it',
+    root: 'Look at this first',
     counts: (checks, faults, warnings, span) =>
       `${count(checks, 'check', 'checks')}, ${count(faults, 'fault', 'faults')}, ` +
       `${count(warnings, 'warning', 'warnings')}, ${span}`,

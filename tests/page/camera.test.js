@@ -10,7 +10,7 @@ import {byWeight} from '../../service/page/doctor.js';
 import {settingRequest, wishRequest} from '../../service/page/drift.js';
 import {ExchangeList} from '../../service/page/exchange-list.js';
 import {LineReader} from '../../service/page/ndjson.js';
-import {boundedTop, linePath, nearestPoint, niceScale, plotOf, timeTicks} from '../../service/page/plot-geometry.js';
+import {boundedTop, dotPath, linePath, nearestPoint, niceScale, plotOf, timeTicks} from '../../service/page/plot-geometry.js';
 import {barsOf, spansOf} from '../../service/page/timeline.js';
 import {changesOf, rangeText, rowsOfAdjustments, rowsOfStream, undoOf} from '../../service/page/values.js';
 
@@ -99,7 +99,8 @@ test('a plot\'s line has a gap where nothing was measured', () => {
     height: 100,
   });
   assert.deepEqual(points.map(({x, y}) => [x, y]), [[0, 100], [10, 50], [20, null], [30, 0], [300, 50]]);
-  assert.equal(linePath(points, 2 * minute), 'M0 100h0L10 50M30 0h0M300 50h0');
+  assert.equal(linePath(points, 2 * minute), 'M0 100L10 50M30 0M300 50');
+  assert.equal(dotPath(points, 2 * minute), 'M30 0h0M300 50h0');
   assert.equal(nearestPoint(points, 26).x, 30);
   assert.equal(nearestPoint([], 26), null);
   assert.equal(timeTicks(now - 40 * minute, now).length, 3);
