@@ -112,7 +112,7 @@ public:
             throw CFailure("no token was made");
         token_ = json::parse(line).at("token");
         (void)add.wait();
-        watch_ = CStopwatch();
+        watch_ = std::make_unique<CStopwatch>();
         program_ = std::make_unique<CProgramRun>(
             std::vector<std::string>{environment.program(), "serve", folder_ + "/site.json", "--listen",
                                      "127.0.0.1:0", "--token-file", tokens});
@@ -137,7 +137,7 @@ public:
         for (;;) {
             const json states = json::parse(client.get("/site")).at("states");
             if (states.at("unknown") == 0 && states.at("up") == cameras)
-                return watch_.seconds();
+                return watch_->seconds();
             if (states.at("unknown") == 0)
                 throw CFailure("service: " + states.dump());
             std::this_thread::sleep_for(std::chrono::milliseconds(20)); // a look that costs little
@@ -146,7 +146,7 @@ public:
 
 private:
     const std::string folder_;
-    CStopwatch watch_;
+    std::unique_ptr<CStopwatch> watch_;
     std::string token_;
     std::string base_;
     std::unique_ptr<CProgramRun> program_;
