@@ -16,6 +16,8 @@
 // - show, show_paced: the start of the program, a full show of a camera of every model, and of one that takes
 //   10 ms a reply
 // - site: 1,000 cameras (50) checked, synchronised and watched in one command
+// - service: 1,000 cameras (50) kept by the service: at rest, its answers, and events as 100 clients hear
+// them
 // - large, when it is asked for by its name: 10,000 cameras (200) and as many controllers, and what they cost
 //   at rest
 //
@@ -51,6 +53,7 @@ constexpr SWorkload Workloads[] = {
     {"video", RegisterVideo},          {"ptz", RegisterPtz},
     {"events", RegisterEvents},        {"show", RegisterShow},
     {"show_paced", RegisterPacedShow}, {"site", RegisterSite},
+    {"service", RegisterService},
 };
 // Takes minutes, and more simulated cameras.
 constexpr SWorkload LargeWorkload = {"large", RegisterLarge};
@@ -147,6 +150,19 @@ const std::vector<SFigure> Figures = {
      "site_events_3:streams", 1.2, OfTheMachine},
     {"  a change's delay", "site_events_3:delay", Unit::Seconds, "", "", None, OfTheMachine},
     {"  the 99th of a hundred", "site_events_3:p99", Unit::Seconds, "", "", None, OfTheMachine},
+    {"cameras kept by the service", "service:cameras", Unit::Count, "", "", None, Exact},
+    {"  time until all are known", "service", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  resident memory", "service:resident", Unit::Bytes, "", "", None, OfTheMachine},
+    {"  threads", "service:threads", Unit::Count, "", "", None, Exact},
+    {"  CPU time a minute at rest", "service:rest", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  GET /cameras", "service:all", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  GET /cameras/NAME", "service:one", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  GET /metrics", "service:metrics", Unit::Seconds, "", "", None, OfTheMachine},
+    {"  a call that asks no camera", "service:call", Unit::Seconds, "", "", None, OfTheMachine},
+    {"one input of each camera watched, CPU a minute", "service_events", Unit::Seconds,
+     "the plug-in's own event streams", "service_events:streams", 1.2, OfTheMachine},
+    {"  a change as the last of 100 clients hears it", "service_events:delay", Unit::Seconds, "", "", None,
+     OfTheMachine},
     {"cameras of a large site", "large:cameras", Unit::Count, "", "", None, Exact},
     {"  time to bring one up", "large:large_seconds", Unit::Seconds, "one of the first tenth",
      "large:small_seconds", 1.2, OfTheMachine},

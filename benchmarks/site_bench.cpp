@@ -20,6 +20,8 @@
 #include <random>
 #include <thread>
 
+#include <sys/resource.h>
+
 namespace corvane::bench {
 
 namespace {
@@ -183,11 +185,24 @@ double CpuSecondsOfStreams(const CEnvironment& environment, const Addresses& add
     return ProcessUse().cpuSeconds - before;
 }
 
+// A stream with its camera takes as many descriptors, of which a program here may be given few.
+constexpr std::size_t DescriptorsPerStream = 8;
+
+std::size_t CamerasThatFit(std::size_t wanted, int inputs) {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    return std::min<std::size_t>(wanted,
+                                 limit.rlim_max / DescriptorsPerStream / static_cast<std::size_t>(inputs));
+}
+
 void MeasureEvents(State& state, CEnvironment& environment, const CSite& site, int inputs) {
+    const std::size_t cameras = CamerasThatFit(site.addresses().size(), inputs);
+    const Addresses addresses(site.addresses().begin(),
+                              site.addresses().begin() + static_cast<std::ptrdiff_t>(cameras));
     const std::chrono::duration<double> span(environment.choose(20, 2));
     const int samples = environment.choose(300, 20);
-    const std::size_t count = site.addresses().size() * static_cast<std::size_t>(inputs);
-    CProgramRun program = site.run("events", site.addresses().size(), site.rate(), inputs);
+    const std::size_t count = cameras * static_cast<std::size_t>(inputs);
+    CProgramRun program = site.run("events", cameras, site.rate(), inputs);
     std::string line;
     for (std::size_t heard = 0; heard < count; ++heard)
         if (!program.readLine(line) || json::parse(line).at("event") != "dryContactState")
@@ -199,7 +214,7 @@ void MeasureEvents(State& state, CEnvironment& environment, const CSite& site, i
     std::vector<double> delays;
     std::mt19937 random(1);
     for (int i = 0; i < samples; ++i) {
-        const std::string& address = site.addresses()[static_cast<std::size_t>(i) % site.addresses().size()];
+        const std::string& address = addresses[static_cast<std::size_t>(i) % cameras];
         for (const char* level : {"Low", "High"}) {
             std::this_thread::sleep_for(std::chrono::microseconds(random() % 100'000)); // any moment
             const CStopwatch watch;
@@ -216,8 +231,7 @@ void MeasureEvents(State& state, CEnvironment& environment, const CSite& site, i
     state.counters["inputs"] = static_cast<double>(count);
     state.counters["delay"] = delays[delays.size() / 2];
     state.counters["p99"] = delays[delays.size() * 99 / 100];
-    state.counters["streams"] =
-        CpuSecondsOfStreams(environment, site.addresses(), inputs, span) * 60 / span.count();
+    state.counters["streams"] = CpuSecondsOfStreams(environment, addresses, inputs, span) * 60 / span.count();
 }
 
 } // namespace

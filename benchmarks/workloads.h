@@ -18,6 +18,7 @@ void RegisterVideo(CEnvironment& environment);
 void RegisterPtz(CEnvironment& environment);
 void RegisterEvents(CEnvironment& environment);
 void RegisterSite(CEnvironment& environment);
+void RegisterService(CEnvironment& environment);
 void RegisterShow(CEnvironment& environment);
 void RegisterPacedShow(CEnvironment& environment);
 void RegisterLarge(CEnvironment& environment);

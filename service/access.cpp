@@ -28,6 +28,10 @@ std::string HostOf(const std::string& text) {
     return text.substr(0, text.find(':'));
 }
 
+bool IsIn(const std::vector<std::string>& hosts, const std::string& host) {
+    return std::find(hosts.begin(), hosts.end(), host) != hosts.end();
+}
+
 std::string CookieOf(const SHttpRequest& request) {
     const std::string all = request.header("cookie");
     const std::string wanted = std::string(CookieName) + "=";
@@ -58,7 +62,7 @@ void CAccess::requireHost(const SHttpRequest& request) const {
     if (request.isAmbiguous)
         throw CRefusal(MHD_HTTP_BAD_REQUEST, "a header stands twice");
     const std::string host = HostOf(request.header("host"));
-    if (std::find(rules_.hosts.begin(), rules_.hosts.end(), host) == rules_.hosts.end())
+    if (!IsIn(rules_.hosts, host) && !IsIn(rules_.publicHosts, host))
         throw CRefusal(MHD_HTTP_MISDIRECTED_REQUEST,
                        "this service is not asked as \"" + host + "\"; see --public-host");
 }
@@ -83,9 +87,12 @@ SClient CAccess::require(const SHttpRequest& request, Role least) {
 
 void CAccess::requireOwnChange(const SHttpRequest& request) const {
     const std::string origin = request.header("origin");
-    const std::string own = (rules_.isSecure ? "https://" : "http://") + request.header("host");
+    const std::string host = request.header("host");
+    const std::string own = (rules_.isSecure ? "https://" : "http://") + host;
+    const bool isOwn =
+        origin == own || (IsIn(rules_.publicHosts, HostOf(host)) && origin == "https://" + host);
     const std::string site = request.header("sec-fetch-site");
-    if ((!origin.empty() && origin != own) || (!site.empty() && site != "same-origin" && site != "none"))
+    if ((!origin.empty() && !isOwn) || (!site.empty() && site != "same-origin" && site != "none"))
         throw CRefusal(MHD_HTTP_FORBIDDEN, "web pages of others may change nothing");
     std::string type = request.header("content-type");
     type = type.substr(0, type.find(';'));

@@ -27,8 +27,10 @@ struct SSession {
 
 struct SAccessRules {
     std::string tokenFile;
-    std::vector<std::string> hosts; // names and addresses that the service is asked as, without ports
-    bool isSecure = false;          // TLS
+    std::vector<std::string> hosts; // addresses that the service is asked as, without ports
+    // Further names. What stands before the service may speak TLS for it there.
+    std::vector<std::string> publicHosts;
+    bool isSecure = false; // TLS
 };
 
 // Who may ask for what. Callable from any thread; what refuses throws CRefusal.

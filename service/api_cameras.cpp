@@ -68,8 +68,8 @@ void CApi::tellCameras(const SApiCall& call, const Answer& answer) {
     const auto all = parts_.site.cameras();
     auto one = all.begin();
     if (!after.empty()) {
-        one = std::find_if(all.begin(), all.end(),
-                           [&](const auto& camera) { return camera->entry().name == after; });
+        one =
+            std::find_if(all.begin(), all.end(), [&](const auto& camera) { return camera->name() == after; });
         if (one == all.end())
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "after names no camera of the site");
         ++one;
@@ -114,12 +114,14 @@ void CApi::tellHistory(const SApiCall& call, const Answer& answer) {
 
 void CApi::check(const SApiCall& call, const Answer& answer) {
     const auto begin = Clock::now();
-    answer(JsonAnswer(ordered_json::array({TimedFinding(parts_.site.check(camera(call).camera), begin)})));
+    answer(JsonAnswer(
+        ordered_json::array({TimedFinding(parts_.site.check(camera(call).camera).finding, begin)})));
 }
 
 void CApi::sync(const SApiCall& call, const Answer& answer) {
     const auto begin = Clock::now();
-    answer(JsonAnswer(ordered_json::array({TimedFinding(parts_.site.sync(camera(call).camera), begin)})));
+    answer(JsonAnswer(
+        ordered_json::array({TimedFinding(parts_.site.sync(camera(call).camera).finding, begin)})));
 }
 
 // The doctor is a process of its own: the plug-in identifies one device at a time in a process.

@@ -227,8 +227,8 @@ void CApi::callOperation(const SApiCall& call, const Answer& answer) {
 void CApi::patchAdjustments(const SApiCall& call, const Answer& answer) {
     const SKeptOne one = camera(call);
     site::SSiteCamera wish;
-    wish.name = one.camera->entry().name;
-    wish.address = one.camera->entry().address;
+    wish.name = one.camera->name();
+    wish.address = one.camera->entry()->address;
     const ordered_json wanted = call.body();
     for (const auto& [name, value] : wanted.items()) {
         if (!site::FindAdjustment(name))
@@ -246,8 +246,8 @@ void CApi::patchAdjustments(const SApiCall& call, const Answer& answer) {
 void CApi::patchStream(const SApiCall& call, const Answer& answer) {
     const SKeptOne one = camera(call);
     site::SSiteCamera wish;
-    wish.name = one.camera->entry().name;
-    wish.address = one.camera->entry().address;
+    wish.name = one.camera->name();
+    wish.address = one.camera->entry()->address;
     wish.streams = {StreamWish(call.stream, call.body())};
     const std::lock_guard<std::mutex> writing(one.camera->writing());
     SHttpAnswer told = Set(SessionOf(*one.camera), wish);
@@ -294,7 +294,7 @@ void CApi::patchWish(const SApiCall& call, const Answer& answer) {
         throw CRefusal(MHD_HTTP_INTERNAL_SERVER_ERROR, "the site file can no longer be read");
     }
     parts_.reload();
-    answer(JsonAnswer(WishJson(camera(call).camera->entry())));
+    answer(JsonAnswer(WishJson(*camera(call).camera->entry())));
 }
 
 } // namespace corvane::service

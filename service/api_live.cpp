@@ -125,7 +125,7 @@ void CApi::tellEvents(const SApiCall& call, const Answer& answer) {
     }
     const auto isMeant = [this, only = wishes.only](const std::string& name) {
         const auto one = only.empty() ? std::nullopt : parts_.site.find(name);
-        return only.empty() || (one && site::IsSelected(one->camera->entry(), only));
+        return only.empty() || (one && site::IsSelected(*one->camera->entry(), only));
     };
     SHttpAnswer told;
     told.headers = {{"Content-Type", "text/event-stream"}, {"X-Accel-Buffering", "no"}};

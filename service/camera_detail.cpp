@@ -89,14 +89,15 @@ ordered_json CameraDetail(const CKeptCamera& camera, const CKeptCamera::Session&
                         {"adjustments", ordered_json::array()},
                         {"position", nullptr},
                         {"ptz", {{"moves", false}, {"presets", 0}, {"patterns", 0}}}};
+    const CKeptCamera::Entry entry = camera.entry();
     if (session && session->session().model()) {
-        detail["streams"] = StreamsJson(camera.entry(), session);
-        detail["adjustments"] = AdjustmentsJson(camera.entry(), session);
+        detail["streams"] = StreamsJson(*entry, session);
+        detail["adjustments"] = AdjustmentsJson(*entry, session);
         detail["ptz"] = PtzJson(session);
         if (detail["ptz"]["moves"])
             detail["position"] = PositionJson(session);
     }
-    detail["wish"] = WishJson(camera.entry());
+    detail["wish"] = WishJson(*entry);
     return detail;
 }
 

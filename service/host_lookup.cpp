@@ -1,66 +1,31 @@
 #include "service/host_lookup.h"
 
-#include <memory>
-#include <netdb.h>
-#include <sys/socket.h>
+#include <gio/gio.h>
 
 namespace corvane::service {
-namespace {
 
-// What the C library uses as long as the look-up goes on, also after the caller has given it up.
-struct SLookUp {
-    explicit SLookUp(std::string name) : host(std::move(name)) {
-        hints.ai_socktype = SOCK_STREAM;
-        request.ar_name = host.c_str();
-        request.ar_request = &hints;
-    }
-    SLookUp(const SLookUp&) = delete;
-    SLookUp& operator=(const SLookUp&) = delete;
-    ~SLookUp() {
-        if (request.ar_result)
-            ::freeaddrinfo(request.ar_result);
-    }
+CHostLookUp::CHostLookUp() : end_(::g_cancellable_new(), &::g_object_unref) {}
 
-    const std::string host;
-    addrinfo hints{};
-    gaicb request{};
-};
-
-std::vector<std::string> NumericAddresses(const addrinfo* found) {
-    std::vector<std::string> addresses;
-    for (; found; found = found->ai_next) {
-        char text[NI_MAXHOST];
-        if (::getnameinfo(found->ai_addr, found->ai_addrlen, text, sizeof text, nullptr, 0, NI_NUMERICHOST) ==
-            0)
-            addresses.emplace_back(text);
+SFoundHost CHostLookUp::find(const std::string& host) const {
+    const std::unique_ptr<GResolver, void (*)(void*)> resolver(::g_resolver_get_default(), &::g_object_unref);
+    GError* error = nullptr;
+    const std::unique_ptr<GList, void (*)(GList*)> addresses(
+        ::g_resolver_lookup_by_name(resolver.get(), host.c_str(), end_.get(), &error),
+        &::g_resolver_free_addresses);
+    const std::unique_ptr<GError, void (*)(GError*)> owner(error, &::g_error_free);
+    SFoundHost found;
+    for (const GList* one = addresses.get(); one; one = one->next) {
+        const std::unique_ptr<char, void (*)(void*)> text(
+            ::g_inet_address_to_string(static_cast<GInetAddress*>(one->data)), &::g_free);
+        found.addresses.emplace_back(text.get());
     }
-    return addresses;
+    if (found.addresses.empty())
+        found.failure = "the host is not found: " + (error ? std::string(error->message) : host);
+    return found;
 }
 
-} // namespace
-
-SFoundHost LookUpHost(const std::string& host, const std::function<bool()>& isGivenUp) {
-    auto lookUp = std::make_unique<SLookUp>(host);
-    gaicb* list[] = {&lookUp->request};
-    int result = ::getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr);
-    const timespec tenth{0, 100'000'000};
-    while (result == 0 && (result = ::gai_error(list[0])) == EAI_INPROGRESS) {
-        if (isGivenUp()) {
-            if (::gai_cancel(list[0]) == EAI_NOTCANCELED)
-                (void)lookUp.release(); // nobody can end it, and it ends in its own time
-            return {};
-        }
-        const gaicb* const waited[] = {list[0]};
-        (void)::gai_suspend(waited, 1, &tenth);
-        result = 0;
-    }
-    SFoundHost found;
-    if (result == 0)
-        found.addresses = NumericAddresses(lookUp->request.ar_result);
-    if (found.addresses.empty())
-        found.failure = "the host name \"" + host + "\" is not found" +
-                        (result == 0 ? "" : std::string(": ") + ::gai_strerror(result));
-    return found;
+void CHostLookUp::giveUp() {
+    ::g_cancellable_cancel(end_.get());
 }
 
 } // namespace corvane::service

@@ -1,18 +1,31 @@
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+using GCancellable = struct _GCancellable; // NOLINT(bugprone-reserved-identifier): GLib's name
 
 namespace corvane::service {
 
 struct SFoundHost {
     std::vector<std::string> addresses; // numeric, in the order in which they are to be tried
-    std::string failure;                // why there are none, for people; empty where it was given up
+    std::string failure;                // why there are none, for people
 };
 
-// Looks a host up. A name server that does not answer holds the caller no longer than until `isGivenUp`,
-// which is asked ten times a second.
-SFoundHost LookUpHost(const std::string& host, const std::function<bool()>& isGivenUp);
+// Looks hosts up, and can be made to give up.
+class CHostLookUp {
+public:
+    CHostLookUp();
+
+    // Waits for the name server. Belongs to one thread at a time.
+    SFoundHost find(const std::string& host) const;
+    // From any thread: find() returns at once, now and from then on, also where the name server does not
+    // answer.
+    void giveUp();
+
+private:
+    std::unique_ptr<GCancellable, void (*)(void*)> end_;
+};
 
 } // namespace corvane::service

@@ -61,7 +61,7 @@ struct SOpened {
 } // namespace
 
 CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping)
-    : entry_(std::move(entry)), open_(std::move(open)), keeping_(keeping) {
+    : name_(entry->name), open_(std::move(open)), keeping_(keeping), entry_(std::move(entry)) {
     status_.name = entry_->name;
     status_.address = entry_->address;
     status_.model = entry_->model;
@@ -89,6 +89,17 @@ void CKeptCamera::end() {
     }
     const std::lock_guard<std::mutex> looking(looking_);
     letGo();
+}
+
+CKeptCamera::Entry CKeptCamera::entry() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return entry_;
+}
+
+void CKeptCamera::setEntry(Entry entry) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    status_.tags = entry->tags;
+    entry_ = std::move(entry);
 }
 
 SCameraStatus CKeptCamera::status() const {
@@ -185,11 +196,13 @@ Problem CKeptCamera::examine() {
 }
 
 Problem CKeptCamera::open() {
-    auto opened = std::make_shared<SOpened>(SOpened{entry_, open_()});
+    auto opened = std::make_shared<SOpened>(SOpened{entry(), open_()});
     site::CExchangeWatch& exchanges = opened->camera->session().exchanges();
     exchanges.setListener([this](const site::SWatchedExchange& exchange) { noteExchange(exchange); });
     if (auto problem = opened->camera->open()) {
         exchanges.setListener({});
+        const std::lock_guard<std::mutex> lock(mutex_);
+        status_.requests.failed += exchanges.all().empty() ? 1 : 0; // nobody took the connection
         return problem;
     }
     site::SCameraFinding found;
@@ -214,7 +227,8 @@ Problem CKeptCamera::askAgain() {
 }
 
 Problem CKeptCamera::watchInputs() {
-    if (entry_->inputs && entry_->inputs->empty())
+    const Entry entry = this->entry();
+    if (entry->inputs && entry->inputs->empty())
         return std::nullopt;
     Problem problem = watch_ ? whyUnwatched() : std::nullopt;
     if (watch_ && !problem)
@@ -237,7 +251,8 @@ Problem CKeptCamera::watchInputs() {
         isWatchLost_ = false;
         watchBegin_ = Clock::now();
     }
-    watch_ = std::make_unique<site::CInputWatch>(*entry_, session()->session(), std::move(observer));
+    watched_ = entry;
+    watch_ = std::make_unique<site::CInputWatch>(*watched_, session()->session(), std::move(observer));
     if (auto refused = watch_->start()) {
         watch_.reset();
         return refused;
@@ -314,7 +329,7 @@ void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
         status = status_;
     }
     history_.noteInput(input, *level.isActive, now);
-    site::ordered_json line{{"name", entry_->name}};
+    site::ordered_json line{{"name", name_}};
     line.update(site::EventJson(event, now, input));
     keeping_.observer.inputChanged(status, level, line);
 }
@@ -344,8 +359,7 @@ void CKeptCamera::tellHealth(const Problem& problem) {
         status = status_;
     }
     history_.noteState(health, problem, now);
-    keeping_.observer.cameraChanged(status,
-                                    site::CameraEventJson(entry_->name, NameOf(health), problem, now));
+    keeping_.observer.cameraChanged(status, site::CameraEventJson(name_, NameOf(health), problem, now));
 }
 
 milliseconds CKeptCamera::pauseAfter(const Problem& problem) const {

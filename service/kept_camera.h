@@ -55,7 +55,10 @@ public:
     // No look begins any more, and nothing more is told. A session goes when the last who has it does.
     void end();
 
-    const site::SSiteCamera& entry() const { return *entry_; }
+    const std::string& name() const { return name_; }
+    Entry entry() const;
+    // What is wanted of it has changed; how it is reached has not.
+    void setEntry(Entry entry);
     SCameraStatus status() const;
     const CCameraHistory& history() const { return history_; }
     CCameraHistory& history() { return history_; }
@@ -89,19 +92,21 @@ private:
     void forgetLevels();
     std::chrono::milliseconds pauseAfter(const std::optional<site::SDiagnosis>& problem) const;
 
-    const Entry entry_;
+    const std::string name_;
     const Open open_;
     SKeeping& keeping_;
     CCameraHistory history_;
     std::mutex writing_;
 
-    std::mutex looking_;                       // held by a look; guards the next two; taken first
+    std::mutex looking_;                       // held by a look; guards the next three; taken first
+    Entry watched_;                            // what the watch refers to
     std::unique_ptr<site::CInputWatch> watch_; // ends before the session
     bool isWatchUnheard_ = false;              // nothing has been heard for too long
 
     std::mutex telling_; // held while something is told; taken after looking_, before mutex_
 
     mutable std::mutex mutex_; // guards what follows; taken last
+    Entry entry_;
     SCameraStatus status_;
     Session session_;
     std::uint64_t lookNumber_ = 0; // of the look that is due next; an earlier one is left out

@@ -20,6 +20,7 @@ constexpr std::size_t SuspectLooks = 64;
 constexpr std::size_t Calls = 32;
 constexpr milliseconds LongestToJumpBack{1'500}; // for a camera that takes a value and has another again
 constexpr milliseconds FirstDriftLook{2'000};    // when a camera has been there for so long
+constexpr milliseconds PauseAfterMiss{20'000};
 
 site::CAcceptedValues OpenAccepted(const std::string& file) {
     try {
@@ -29,19 +30,14 @@ site::CAcceptedValues OpenAccepted(const std::string& file) {
     }
 }
 
-site::SCameraFinding Unanswered(const CKeptCamera& camera) {
-    site::SCameraFinding finding;
-    finding.camera = &camera.entry();
-    finding.state = site::CameraState::Fault;
-    finding.problem = camera.status().problem;
-    if (!finding.problem) {
-        finding.problem = site::SDiagnosis();
-        finding.problem->problem = "the camera has not been asked yet";
-        finding.problem->advice = "try again in a moment";
-        finding.problem->cause = "no-answer";
-        finding.problem->phase = "site";
-    }
-    return finding;
+site::SDiagnosis Unasked() {
+    site::SDiagnosis problem;
+    problem.problem = "the camera has not been asked yet";
+    problem.reply = problem.problem;
+    problem.advice = "try again in a moment";
+    problem.cause = "no-answer";
+    problem.phase = "site";
+    return problem;
 }
 
 // A finding's fault is told last by who looks.
@@ -103,7 +99,9 @@ void CKeptSite::take(const std::shared_ptr<const site::CSiteSessions>& sessions)
     order_.clear();
     for (const site::SSiteCamera& camera : sessions->site().cameras) {
         const auto known = cameras_.find(camera.name);
-        const bool isSame = known != cameras_.end() && sessions->hasSame(*sessions_, camera.name);
+        const bool isSame = known != cameras_.end() && sessions->reachesAlike(*sessions_, camera.name);
+        if (isSame)
+            known->second.camera->setEntry(CKeptCamera::Entry(sessions, &camera));
         cameras.emplace(camera.name, isSame ? known->second : make(sessions, camera));
         order_.push_back(camera.name);
     }
@@ -154,14 +152,16 @@ void CKeptSite::reload() {
     for (const auto& [name, one] : before)
         known.insert(one.camera);
     for (const auto& camera : cameras()) {
-        if (known.erase(camera) > 0)
+        if (known.erase(camera) > 0) {
+            calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { checkOnce(weak); });
             continue;
+        }
         camera->start();
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
     }
     for (const auto& gone : known) {
-        if (!find(gone->entry().name))
-            keeping_.observer.cameraGone(gone->entry().name);
+        if (!find(gone->name()))
+            keeping_.observer.cameraGone(gone->name());
         suspects_.add([gone] { gone->end(); });
     }
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -201,40 +201,44 @@ std::vector<CProber::STarget> CKeptSite::targets() const {
     for (const auto& camera : cameras())
         if (now - camera->lastHeard() >= times_.prober.period / 2)
             all.push_back(
-                {camera->entry().address, [camera](bool isAnswering) { camera->probed(isAnswering); }});
+                {camera->entry()->address, [camera](bool isAnswering) { camera->probed(isAnswering); }});
     return all;
 }
 
-site::SCameraFinding CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera) {
-    const CKeptCamera::Session session = camera->session();
-    if (!session)
-        return Unanswered(*camera);
-    site::SCameraFinding finding;
-    finding.camera = &camera->entry();
-    session->work().compare(finding, {site::UtcToday(), &accepted_});
-    Settle(finding);
-    camera->setDrift(DriftOf(finding));
-    return finding;
+SSiteLook CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera) {
+    SSiteLook look{camera->entry(), {}};
+    look.finding.camera = look.entry.get();
+    if (const CKeptCamera::Session session = camera->session()) {
+        site::CWishWork(session->session(), *look.entry)
+            .compare(look.finding, {site::UtcToday(), &accepted_});
+        Settle(look.finding);
+        camera->setDrift(DriftOf(look.finding));
+        return look;
+    }
+    look.finding.problem = camera->status().problem.value_or(Unasked());
+    Settle(look.finding);
+    return look;
 }
 
-site::SCameraFinding CKeptSite::sync(const std::shared_ptr<CKeptCamera>& camera) {
+SSiteLook CKeptSite::sync(const std::shared_ptr<CKeptCamera>& camera) {
     const std::lock_guard<std::mutex> writing(camera->writing());
-    site::SCameraFinding finding = check(camera);
+    SSiteLook look = check(camera);
+    site::SCameraFinding& finding = look.finding;
     const CKeptCamera::Session session = camera->session();
     if (!session || finding.problem || finding.differences.empty())
-        return finding;
-    session->work().set(finding, {site::UtcToday(), &accepted_});
+        return look;
+    site::CWishWork(session->session(), *look.entry).set(finding, {site::UtcToday(), &accepted_});
     Settle(finding);
     keepAccepted();
     if (finding.state == site::CameraState::Changed) {
         std::this_thread::sleep_for(LongestToJumpBack); // what is waited for tells nothing of itself
-        const site::SCameraFinding look = check(camera);
-        finding.problem = look.problem;
-        finding.differences = look.differences;
-        if (look.state != site::CameraState::Same)
-            finding.state = look.problem ? site::CameraState::Fault : site::CameraState::NotAccepted;
+        const SSiteLook last = check(camera);
+        finding.problem = last.finding.problem;
+        finding.differences = last.finding.differences;
+        if (last.finding.state != site::CameraState::Same)
+            finding.state = finding.problem ? site::CameraState::Fault : site::CameraState::NotAccepted;
     }
-    return finding;
+    return look;
 }
 
 void CKeptSite::keepAccepted() {
@@ -251,18 +255,25 @@ void CKeptSite::keepAccepted() {
     }
 }
 
-void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& weak) {
+// False for a camera that cannot be asked now.
+bool CKeptSite::checkOnce(const std::weak_ptr<CKeptCamera>& weak) {
     const auto camera = weak.lock();
-    if (!camera)
+    if (!camera || !camera->session())
+        return false;
+    try {
+        (void)check(camera);
+    } catch (const std::exception&) { // short of memory or descriptors: the next look may have them
+        return false;
+    }
+    return true;
+}
+
+void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& weak) {
+    const bool isDone = checkOnce(weak);
+    if (weak.expired())
         return;
-    milliseconds next = Spread(times_.drift);
-    if (!camera->session())
-        next = std::min(next, FirstDriftLook * 10);
-    else
-        try {
-            (void)check(camera);
-        } catch (const std::exception&) { // short of memory or descriptors: the next look may have them
-        }
+    const milliseconds period = Spread(times_.drift);
+    const milliseconds next = isDone ? period : std::min(period, PauseAfterMiss);
     calls_.add([this, weak] { lookForDrift(weak); }, next);
 }
 

@@ -32,6 +32,12 @@ struct SKeptOne {
     std::shared_ptr<CCameraHead> head;
 };
 
+// What a look at a camera has found, and the entry that it was held against.
+struct SSiteLook {
+    CKeptCamera::Entry entry;
+    site::SCameraFinding finding; // refers to the entry
+};
+
 // The cameras of a site file, kept. Callable from any thread.
 class CKeptSite {
 public:
@@ -60,9 +66,9 @@ public:
     std::vector<SCameraStatus> statuses() const;
 
     // Compares the camera with the file, and tells where that is news.
-    site::SCameraFinding check(const std::shared_ptr<CKeptCamera>& camera);
+    SSiteLook check(const std::shared_ptr<CKeptCamera>& camera);
     // Sets it as the file wants it. One at a time for a camera.
-    site::SCameraFinding sync(const std::shared_ptr<CKeptCamera>& camera);
+    SSiteLook sync(const std::shared_ptr<CKeptCamera>& camera);
 
     // The latest pictures of a stream; made where nobody has looked yet.
     std::shared_ptr<CPictureFeed> feed(const std::string& name, const site::SVideoStreamId& id);
@@ -75,6 +81,7 @@ private:
     void take(const std::shared_ptr<const site::CSiteSessions>& sessions);
     SKeptOne make(const std::shared_ptr<const site::CSiteSessions>& sessions,
                   const site::SSiteCamera& camera);
+    bool checkOnce(const std::weak_ptr<CKeptCamera>& camera);
     void lookForDrift(const std::weak_ptr<CKeptCamera>& camera);
     std::vector<CProber::STarget> targets() const;
     void keepAccepted();

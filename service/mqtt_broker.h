@@ -18,6 +18,6 @@ struct SMqttBroker {
 
 // mqtt://[USER@]HOST[:PORT] or mqtts://. Throws site::CFailure, also for a password in it: everybody on the
 // machine sees what a program was started with.
-SMqttBroker ParseMqttUrl(const std::string& url);
+SMqttBroker ParseMqttUrl(const std::string& text);
 
 } // namespace corvane::service

@@ -29,6 +29,7 @@ constexpr std::size_t MostUnderWay = 100;
 constexpr std::size_t LongestCall = 64U << 10;
 constexpr std::uint32_t LargestPacket = 128U << 10; // a call with its topics
 constexpr milliseconds WorkTime{1000};              // the library wants to be asked each second
+constexpr std::size_t MostLeftovers = 100'000;
 constexpr milliseconds FarewellStep{20};
 constexpr int FarewellSteps = 5;
 
@@ -87,6 +88,7 @@ public:
             if (connection_)
                 connection_->wake();
         }
+        lookUp_.giveUp();
         ending_.notify_all();
         if (thread_.joinable())
             thread_.join();
@@ -94,15 +96,11 @@ public:
 
     void keep(const SCameraStatus& camera, const ordered_json& line) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        const auto sensors = options_.describesSensors ? topics_.discovery(camera, options_.version)
-                                                       : std::vector<CMqttTopics::SDiscovery>();
-        expect(camera, sensors);
+        keepTopics(camera);
         if (camera.health != Health::Unknown)
             outbox_.retain(topics_.availability(camera.name),
                            camera.health == Health::Down ? Offline : Online);
         outbox_.retain(topics_.state(camera.name), StateText(camera));
-        for (const auto& sensor : sensors)
-            outbox_.retain(sensor.topic, sensor.payload);
         addEvent(camera.name, line);
         sendMore();
     }
@@ -111,8 +109,8 @@ public:
         const std::lock_guard<std::mutex> lock(mutex_);
         if (level.isActive) {
             const std::string topic = topics_.input(camera.name, level.input);
-            expected_.insert(topic);
-            cameras_[camera.name].insert(topic);
+            if (expected_.count(topic) == 0) // it has not been known that the camera has it
+                keepTopics(camera);
             outbox_.retain(topic, *level.isActive ? "active" : "inactive");
         }
         addEvent(camera.name, line);
@@ -142,6 +140,7 @@ private:
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             isConnected_ = true;
+            sweep_ = steady_clock::now() + options_.times.leftovers;
             outbox_.beginAnew();
             sendMore();
         }
@@ -169,11 +168,8 @@ private:
             return;
         }
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (!message.isRetained || message.payload.empty() || expected_.count(message.topic) != 0 ||
-            message.topic == topics_.service())
-            return;
-        outbox_.retain(message.topic, ""); // a former run has left it
-        sendMore();
+        if (sweep_ && message.isRetained && !message.payload.empty() && left_.size() < MostLeftovers)
+            left_.insert(message.topic);
     }
 
     void take(const std::string& camera, const SMqttReceived& message) {
@@ -202,12 +198,16 @@ private:
 
     // With the lock.
 
-    void expect(const SCameraStatus& camera, const std::vector<CMqttTopics::SDiscovery>& sensors) {
+    // Empties those of the camera's topics that it no longer has.
+    void keepTopics(const SCameraStatus& camera) {
         std::set<std::string> topics{topics_.availability(camera.name), topics_.state(camera.name)};
         for (const SInputLevel& level : camera.inputs)
             topics.insert(topics_.input(camera.name, level.input));
-        for (const auto& sensor : sensors)
-            topics.insert(sensor.topic);
+        if (options_.describesSensors)
+            for (const auto& sensor : topics_.discovery(camera, options_.version)) {
+                topics.insert(sensor.topic);
+                outbox_.retain(sensor.topic, sensor.payload);
+            }
         std::set<std::string>& before = cameras_[camera.name];
         for (const std::string& topic : before)
             if (topics.count(topic) == 0)
@@ -258,7 +258,7 @@ private:
 
     // One connection, if there comes one; why it has ended.
     std::string serve() {
-        const SFoundHost found = LookUpHost(options_.broker.host, [this] { return isEnding(); });
+        const SFoundHost found = lookUp_.find(options_.broker.host);
         if (found.addresses.empty())
             return found.failure;
         try {
@@ -279,6 +279,8 @@ private:
         connection_ = connection;
         wasConnected_ = wasConnected_ || isConnected_;
         isConnected_ = false;
+        sweep_.reset();
+        left_.clear();
     }
 
     std::string workFor(CMqttConnection& connection) {
@@ -290,9 +292,22 @@ private:
                 takeLeave(connection);
                 return {};
             }
+            sweepWhenDue();
             if (auto failure = connection.work(end ? FarewellStep : WorkTime))
                 return *failure;
         }
+    }
+
+    void sweepWhenDue() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!sweep_ || steady_clock::now() < *sweep_)
+            return;
+        for (const std::string& topic : left_)
+            if (expected_.count(topic) == 0)
+                outbox_.retain(topic, "");
+        left_.clear();
+        sweep_.reset();
+        sendMore();
     }
 
     bool isAllTold() const {
@@ -332,6 +347,7 @@ private:
     const SMqttCallbacks callbacks_;
     const CMqttTopics topics_;
     const CMqttConnection::SLogin login_;
+    CHostLookUp lookUp_;
     std::thread thread_;
 
     // Of the publisher's thread.
@@ -347,6 +363,8 @@ private:
     CMqttOutbox outbox_;
     std::map<std::string, std::set<std::string>> cameras_; // the retained topics of each
     std::set<std::string> expected_;                       // of all of them
+    std::set<std::string> left_;                           // what the broker has of this service
+    std::optional<steady_clock::time_point> sweep_;        // when what of that nobody expects is emptied
 };
 
 CMqttPublisher::CMqttPublisher(SMqttOptions options, SMqttCallbacks callbacks)

@@ -17,8 +17,9 @@ struct SMqttTimes {
     std::chrono::milliseconds firstRetry{
         1000}; // after which a broker that is away is tried again; then twice as long
     std::chrono::milliseconds longestRetry{30'000};
-    std::chrono::milliseconds farewell{700}; // in which what is left is sent at the end
-    std::chrono::seconds keepAlive{15};      // a broker that says nothing for longer counts as gone
+    std::chrono::milliseconds farewell{700};     // in which what is left is sent at the end
+    std::chrono::seconds keepAlive{15};          // a broker that says nothing for longer counts as gone
+    std::chrono::milliseconds leftovers{45'000}; // after which what nobody has told of is a former run's
 };
 
 struct SMqttOptions {
@@ -56,8 +57,8 @@ public:
     CMqttPublisher(const CMqttPublisher&) = delete;
     CMqttPublisher& operator=(const CMqttPublisher&) = delete;
 
-    // Begins to connect. Cameras that nobody has told of by now are of a former run: what that has left with
-    // the broker is taken away.
+    // Begins to connect. What a former run has left with the broker stays for as long as cameras may take to
+    // tell their inputs, and is then taken away where none has told of it.
     void start();
     // Tells the broker that the service is offline, and ends; returns within a second whatever the broker
     // does.

@@ -133,8 +133,8 @@ public:
             std::chrono::milliseconds(static_cast<std::int64_t>(serveOptions.driftMinutes * 60'000));
         site_ = std::make_unique<CKeptSite>(options, serveOptions.site, *observers_, times);
         tokens_ = OpenTokens(serveOptions, state_);
-        access_ =
-            std::make_unique<CAccess>(SAccessRules{tokens_.file, hosts(addresses), !tls.certificate.empty()});
+        access_ = std::make_unique<CAccess>(
+            SAccessRules{tokens_.file, hosts(addresses), serveOptions.hosts, !tls.certificate.empty()});
         api_ = std::make_unique<CApi>(parts(options));
         try {
             server_ = std::make_unique<CHttpServer>(
@@ -207,9 +207,8 @@ public:
     }
 
 private:
-    std::vector<std::string> hosts(const std::vector<SListenAddress>& addresses) const {
-        std::vector<std::string> all = serveOptions_.hosts;
-        all.emplace_back("localhost");
+    static std::vector<std::string> hosts(const std::vector<SListenAddress>& addresses) {
+        std::vector<std::string> all{"localhost"};
         for (const SListenAddress& one : addresses)
             all.push_back(one.host);
         return all;
@@ -295,16 +294,16 @@ private:
 ExitStatus Serve(const site::SOptions& options, const SServeOptions& serveOptions, const OnEnd& onEnd,
                  const std::string& version) {
     RaiseDescriptorLimit();
-    std::atomic<bool> isEnded{false};
+    const auto isEnded = std::make_shared<std::atomic<bool>>(false);
     std::unique_ptr<CService> service;
     try {
         service = std::make_unique<CService>(options, serveOptions, version);
     } catch (const site::CFileError& error) {
         throw CFailure(ExitStatus::WrongUsage, error.what(), OwnCause::WrongFile);
     }
-    onEnd([&isEnded] { isEnded = true; });
+    onEnd([isEnded] { *isEnded = true; });
     service->start();
-    service->run(isEnded);
+    service->run(*isEnded);
     std::promise<void> done;
     const auto ended = done.get_future();
     std::thread ending([&] {

@@ -334,22 +334,6 @@ private:
 
 } // namespace
 
-bool operator==(const SSiteCamera& a, const SSiteCamera& b) {
-    const auto isSameStream = [](const SStreamWish& one, const SStreamWish& other) {
-        return one.name == other.name && one.record == other.record;
-    };
-    const auto isSameIgnored = [](const SIgnored& one, const SIgnored& other) {
-        return std::tie(one.of, one.reason, one.until) == std::tie(other.of, other.reason, other.until);
-    };
-    const auto plain = [](const SSiteCamera& one) {
-        return std::tie(one.name, one.address, one.model, one.serialNumber, one.credentials, one.adjustments,
-                        one.inputs, one.rtspPort, one.tags);
-    };
-    return plain(a) == plain(b) &&
-           std::equal(a.streams.begin(), a.streams.end(), b.streams.begin(), b.streams.end(), isSameStream) &&
-           std::equal(a.ignored.begin(), a.ignored.end(), b.ignored.begin(), b.ignored.end(), isSameIgnored);
-}
-
 SSite ReadSiteFile(const std::string& file, const SSiteVocabulary& vocabulary) {
     SSite site;
     ReadJsonFile(file, [&](const CJsonNode& root) {

@@ -51,8 +51,6 @@ struct SSite {
     std::vector<SSiteCamera> cameras; // in the file's order, their names all different
 };
 
-bool operator==(const SSiteCamera& a, const SSiteCamera& b);
-
 // What of the file the caller knows better.
 struct SSiteVocabulary {
     std::vector<std::string> models;

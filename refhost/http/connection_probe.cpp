@@ -2,6 +2,7 @@
 
 #include "refhost/base/address.h"
 #include "refhost/base/time_text.h"
+#include "refhost/http/own_limit.h"
 
 #include <curl/curl.h>
 
@@ -48,6 +49,8 @@ SProbedConnection ResultOf(CURL* curl, CURLcode code, std::chrono::milliseconds 
         return {HttpFailure::NameNotFound, "host not found", result.milliseconds};
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
         return {HttpFailure::Refused, "connection refused", result.milliseconds};
+    if (code == CURLE_COULDNT_CONNECT && IsOutOfDescriptors())
+        return {HttpFailure::OwnLimit, OwnLimitText, result.milliseconds};
     return {HttpFailure::Unreachable,
             code == CURLE_OPERATION_TIMEDOUT ? "nobody has taken the connection within " + TimeText(limit)
                                              : curl_easy_strerror(code),

@@ -13,7 +13,7 @@ namespace corvane::refhost {
 // What became of the attempt to connect.
 struct SProbedConnection {
     HttpFailure kind =
-        HttpFailure::None; // None, NameNotFound, Refused, Unreachable, or NotAsked for no address
+        HttpFailure::None; // None, NameNotFound, Refused, Unreachable, OwnLimit, or NotAsked for no address
     std::string failure;   // what happened; empty when there is somebody
     double milliseconds = 0;
 };

@@ -1,6 +1,7 @@
 #include "refhost/http/http_reception.h"
 
 #include "refhost/base/time_text.h"
+#include "refhost/http/own_limit.h"
 
 #include <strings.h>
 
@@ -152,6 +153,8 @@ SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* d
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError);
     if (code == CURLE_COULDNT_CONNECT && systemError == ECONNREFUSED)
         return {HttpFailure::Refused, "connection refused"};
+    if (code == CURLE_COULDNT_CONNECT && IsOutOfDescriptors())
+        return {HttpFailure::OwnLimit, OwnLimitText};
     const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
     if ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset)
         return {broken, CutText};

@@ -3,6 +3,7 @@
 #include "site/cameras/site_wish.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace corvane::site {
@@ -30,10 +31,13 @@ const SSiteCamera* CSiteSessions::find(const std::string& name) const {
     return found == site_.cameras.end() ? nullptr : &*found;
 }
 
-bool CSiteSessions::hasSame(const CSiteSessions& other, const std::string& name) const {
+bool CSiteSessions::reachesAlike(const CSiteSessions& other, const std::string& name) const {
+    const auto plain = [](const SSiteCamera& one) {
+        return std::tie(one.address, one.model, one.serialNumber, one.credentials, one.inputs, one.rtspPort);
+    };
     const SSiteCamera* const here = find(name);
     const SSiteCamera* const there = other.find(name);
-    return here && there && *here == *there &&
+    return here && there && plain(*here) == plain(*there) &&
            credentials_.at(here->credentials) == other.credentials_.at(there->credentials);
 }
 

@@ -22,8 +22,8 @@ public:
     // Of one of the site's cameras, which must outlive it, as this must. No traffic. Throws CFailure.
     std::unique_ptr<CSiteCamera> open(const SSiteCamera& camera) const;
 
-    // Whether both have a camera of the name, described alike, with the same credentials.
-    bool hasSame(const CSiteSessions& other, const std::string& name) const;
+    // Whether both have a camera of the name that is reached and watched alike, whatever is wanted of it.
+    bool reachesAlike(const CSiteSessions& other, const std::string& name) const;
 
 private:
     const SSiteCamera* find(const std::string& name) const;

@@ -27,8 +27,9 @@ bool IsOfCapability(const SWatchedExchange& exchange) {
 }
 
 bool TookTheConnection(const SHttpExchange& exchange) {
-    constexpr HttpFailure Without[] = {HttpFailure::NotAsked, HttpFailure::NameNotFound,
-                                       HttpFailure::Unreachable, HttpFailure::Refused, HttpFailure::Other};
+    constexpr HttpFailure Without[] = {HttpFailure::NotAsked,    HttpFailure::NameNotFound,
+                                       HttpFailure::Unreachable, HttpFailure::Refused,
+                                       HttpFailure::OwnLimit,    HttpFailure::Other};
     return std::find(std::begin(Without), std::end(Without), exchange.kind) == std::end(Without);
 }
 

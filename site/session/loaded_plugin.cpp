@@ -70,7 +70,7 @@ std::string ModelListFile(const SOptions& options) {
 }
 
 std::string SharedPath(const std::string& name) {
-    return FirstExisting({VORNHOST_MODELS_FOLDER "/" + name, "../share/vornhost/" + name});
+    return FirstExisting({VORNHOST_SHARED_FOLDER "/" + name, "../share/vornhost/" + name});
 }
 
 boost::shared_ptr<CVornModelList> OpenModelList(const SOptions& options) {

@@ -14,7 +14,7 @@ namespace corvane::site {
 std::string PluginFile(const SOptions& options);
 std::string ModelListFile(const SOptions& options);
 
-// What is installed, or was built, beside the model list.
+// What is installed, or was built, as data of the programs.
 std::string SharedPath(const std::string& name);
 
 // Reads the model list that the options name. Throws CFailure.

@@ -1,5 +1,7 @@
 // What a caller is told when a device, or the way to it, fails.
 
+#include "refhost/http/connection_probe.h"
+#include "refhost/http/http_client.h"
 #include "tests/refhost/http_support.h"
 #include "tests/support/scripted_server.h"
 
@@ -8,6 +10,7 @@
 #include <chrono>
 #include <ostream>
 #include <string>
+#include <sys/resource.h>
 
 namespace corvane::tests {
 namespace {
@@ -213,6 +216,23 @@ TEST(HttpFailures, AFailedExchangeLeavesNothingBehindForTheNext) {
         EXPECT_THAT(Get(device.address(), response), IsSuccess());
         EXPECT_EQ(response, "whole");
     }
+}
+
+// The camera is not to blame for a descriptor that this process may not open.
+TEST(HttpFailures, NameTheOwnLimit) {
+    rlimit usual{};
+    getrlimit(RLIMIT_NOFILE, &usual);
+    const rlimit none{0, usual.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    refhost::SHttpRequest request;
+    request.address = "127.0.0.1:9";
+    request.path = "/";
+    request.timeout = 5;
+    const refhost::SHttpReply reply = refhost::ExchangeHttp(request);
+    const refhost::SProbedConnection probed = refhost::ProbeConnection(request.address, 5s);
+    setrlimit(RLIMIT_NOFILE, &usual);
+    EXPECT_EQ(reply.kind, refhost::HttpFailure::OwnLimit) << reply.failure;
+    EXPECT_EQ(probed.kind, refhost::HttpFailure::OwnLimit) << probed.failure;
 }
 
 } // namespace

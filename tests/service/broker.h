@@ -159,7 +159,9 @@ public:
         const std::string file =
             folder.file("mosquitto.conf", "user root\nlistener " + std::to_string(port_) +
                                               " 127.0.0.1\nlog_dest file " + log() + "\n" + more);
-        child_ = std::make_unique<CChild>(std::vector<std::string>{"mosquitto", "-c", file});
+        // It does not outlive the test, however that ends.
+        child_ = std::make_unique<CChild>(
+            std::vector<std::string>{"setpriv", "--pdeathsig", "KILL", "mosquitto", "-c", file});
         if (!test_support::WaitUntil([this] { return isThere(); }))
             throw std::runtime_error("the broker does not listen");
     }

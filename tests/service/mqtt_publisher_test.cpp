@@ -258,16 +258,25 @@ TEST_F(MqttPublisher, EmptiesWhatAFormerRunHasLeftAndNothingElse) {
     CMqttClient(broker.port()).publish("homeassistant/binary_sensor/another/thing/config", "{}", true);
     ASSERT_EQ(broker.retained().size(), 1U + 5 * Cameras + 3 + 1);
 
-    CPublished published(broker.port());
+    CPublished published(broker.port(), [](SMqttOptions& options) { options.times.leftovers = 2s; });
     // Its input has not been heard yet; what is known of it stands.
     published->cameraChanged(Camera("c3", Health::Up, {0}), nullptr);
     published->start();
+    ASSERT_TRUE(published.waitUntilSent());
+    // Cameras may take their time to tell what inputs they have: until then nothing is taken from their
+    // readers.
+    published->cameraChanged(Camera("c4", Health::Up), nullptr);
+    published->inputChanged(Camera("c4", Health::Up, {0}), Level(0, true), nullptr);
+    const CMqttClient client(broker.port());
     EXPECT_TRUE(waitForRetained({{"vornhost/yard/state", "online"},
                                  {"vornhost/yard/c3/availability", "online"},
                                  {"vornhost/yard/c3/input/0", "active"},
+                                 {"vornhost/yard/c4/availability", "online"},
+                                 {"vornhost/yard/c4/input/0", "active"},
                                  {"vornhost/yard2/c7/availability", "online"},
                                  {"homeassistant/binary_sensor/another/thing/config", "{}"}}))
         << retained().size();
+    EXPECT_FALSE(client.has("vornhost/yard/c4/input/0", ""));
 }
 
 TEST_F(MqttPublisher, DescribesItsSensorsToHomeAutomation) {
@@ -291,6 +300,11 @@ TEST_F(MqttPublisher, DescribesItsSensorsToHomeAutomation) {
     EXPECT_EQ(input.at("device").at("model"), "D850");
     EXPECT_EQ(input.at("device").at("sw_version"), "1.23");
     EXPECT_EQ(input.at("origin").at("sw"), "9.8.7");
+    // An input that is known only when it is first heard.
+    published->inputChanged(Camera("gate", Health::Up, {2, 4}), Level(4, true), nullptr);
+    ASSERT_TRUE(published.waitUntilSent());
+    EXPECT_EQ(retained().count("homeassistant/binary_sensor/vornhost_2fyard/gate_input4/config"), 1U);
+    EXPECT_EQ(retained().at("vornhost/yard/gate/input/4"), "active");
     const json connection =
         json::parse(values.at("homeassistant/binary_sensor/vornhost_2fyard/gate_connection/config"));
     EXPECT_EQ(connection.at("state_topic"), "vornhost/yard/gate/availability");
