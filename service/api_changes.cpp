@@ -238,7 +238,9 @@ void CApi::patchAdjustments(const SApiCall& call, const Answer& answer) {
     if (wish.adjustments.empty())
         throw CRefusal(MHD_HTTP_BAD_REQUEST, "nothing is to be set");
     const std::lock_guard<std::mutex> writing(one.camera->writing());
-    answer(Set(SessionOf(*one.camera), wish));
+    SHttpAnswer told = Set(SessionOf(*one.camera), wish);
+    parts_.site.check(one.camera); // what was just set no longer differs, or does now
+    answer(std::move(told));
 }
 
 void CApi::patchStream(const SApiCall& call, const Answer& answer) {
@@ -248,7 +250,9 @@ void CApi::patchStream(const SApiCall& call, const Answer& answer) {
     wish.address = one.camera->entry()->address;
     wish.streams = {StreamWish(call.stream, call.body())};
     const std::lock_guard<std::mutex> writing(one.camera->writing());
-    answer(Set(SessionOf(*one.camera), wish));
+    SHttpAnswer told = Set(SessionOf(*one.camera), wish);
+    parts_.site.check(one.camera); // what was just set no longer differs, or does now
+    answer(std::move(told));
 }
 
 // The file is tried under another name first, so that a wish that it cannot have leaves it as it was.

@@ -17,7 +17,7 @@ export const mayHavePicture = ({state, problem}) =>
 
 export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
 export const activeInputs = camera =>
-  (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input);
+  (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input).sort();
 
 export function attentionRank(camera) {
   if (camera.state in ranks)

@@ -213,7 +213,7 @@ export class Ptz {
     addEventListener('keyup', event => this.keyUp(event), {signal});
     addEventListener('blur', end, {signal});
     addEventListener('pagehide', end, {signal});
-    addEventListener('offline', end, {signal});
+    addEventListener('offline', () => this.connectionLost(), {signal});
     document.addEventListener('visibilitychange', () => document.hidden && end(), {signal});
     document.addEventListener('freeze', end, {signal});
   }
