@@ -96,6 +96,17 @@ SCameraStatus CKeptCamera::status() const {
     return status_;
 }
 
+site::SDiagnosis CKeptCamera::whyUnanswered() const {
+    if (const auto problem = status().problem)
+        return *problem;
+    site::SDiagnosis unknown;
+    unknown.problem = "the camera has not been asked yet";
+    unknown.advice = "try again in a moment";
+    unknown.cause = "no-answer";
+    unknown.phase = "site";
+    return unknown;
+}
+
 CKeptCamera::Session CKeptCamera::session() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return session_;
@@ -177,6 +188,8 @@ void CKeptCamera::look(std::uint64_t number) {
 
 Problem CKeptCamera::examine() {
     Problem problem = session() ? askAgain() : open();
+    if (!problem)
+        problem = session()->work().unreadable();
     if (problem && !problem->isWarning)
         return problem;
     if (auto unwatched = watchInputs())
@@ -210,7 +223,7 @@ Problem CKeptCamera::askAgain() {
     const auto exchange = device.exchanges().lastOf(path);
     if (exchange && exchange->isFailed())
         return DiagnoseExchange(*exchange, device.exchanges());
-    return session()->work().unreadable();
+    return std::nullopt;
 }
 
 Problem CKeptCamera::watchInputs() {

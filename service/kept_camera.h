@@ -57,6 +57,8 @@ public:
 
     const site::SSiteCamera& entry() const { return *entry_; }
     SCameraStatus status() const;
+    // What is told to who wants something of it while there is no session.
+    site::SDiagnosis whyUnanswered() const;
     const CCameraHistory& history() const { return history_; }
     CCameraHistory& history() { return history_; }
 
