@@ -64,7 +64,7 @@ public:
     // Sets it as the file wants it. One at a time for a camera.
     site::SCameraFinding sync(const std::shared_ptr<CKeptCamera>& camera);
 
-    // The latest pictures of a stream; made where nobody has looked yet.
+    // The latest pictures of a stream; made where nobody has looked yet. Null without such a camera.
     std::shared_ptr<CPictureFeed> feed(const std::string& name, const site::SVideoStreamId& id);
     // Ends what nobody looks at; called several times a second.
     void tick();
@@ -75,6 +75,7 @@ private:
     void take(const std::shared_ptr<const site::CSiteSessions>& sessions);
     SKeptOne make(const std::shared_ptr<const site::CSiteSessions>& sessions,
                   const site::SSiteCamera& camera);
+    void letGo(const SKeptOne& one);
     void lookForDrift(const std::weak_ptr<CKeptCamera>& camera);
     std::vector<CProber::STarget> targets() const;
     void keepAccepted();
