@@ -151,7 +151,7 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
         streams = ordered_json::array();
     for (const ordered_json& one : patch) {
         if (!one.is_object() || !one.contains("stream") || !one["stream"].is_string() ||
-            !one.contains("record"))
+            !one.contains("record") || one.size() > 2)
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"stream\":\"...\",\"record\":{...}}");
         const auto known = std::find_if(streams.begin(), streams.end(), [&](const ordered_json& other) {
             return other.is_object() && other.value("stream", "") == one["stream"].get<std::string>();
