@@ -178,12 +178,26 @@ void CKeptCamera::look(std::uint64_t number) {
                 return;
             nextLook_ = Clock::time_point::max(); // what is asked for from now on is another look
         }
-        problem = Guarded([this] { return examine(); });
+        const Problem known = refusedLately();
+        problem = known ? known : Guarded([this] { return examine(); });
+        if (!known && IsOneOf(Refusing, problem)) {
+            refusal_ = problem;
+            refused_ = Clock::now();
+        }
         if (HealthOf(problem) == Health::Down || IsOneOf(Refusing, problem))
             letGo();
         tellHealth(problem);
     }
     schedule(pauseAfter(problem));
+}
+
+// REQUIRES: looking_ held. What the camera has said to the credentials a moment ago, while somebody is there:
+// it is not asked again, however often a probe makes it look as if it were worth it.
+Problem CKeptCamera::refusedLately() const {
+    if (!refusal_ || Clock::now() - refused_ >= keeping_.times.refused)
+        return std::nullopt;
+    const auto probed = refhost::ProbeConnection(entry_->address, std::chrono::seconds(AnswerPatience));
+    return probed.kind == site::HttpFailure::None ? refusal_ : std::nullopt;
 }
 
 Problem CKeptCamera::examine() {

@@ -81,6 +81,7 @@ private:
     void look(std::uint64_t number);
     std::optional<site::SDiagnosis> examine();
     std::optional<site::SDiagnosis> open();
+    std::optional<site::SDiagnosis> refusedLately() const;
     std::optional<site::SDiagnosis> askAgain();
     std::optional<site::SDiagnosis> watchInputs();
     std::optional<site::SDiagnosis> whyUnwatched();
@@ -97,9 +98,11 @@ private:
     CCameraHistory history_;
     std::mutex writing_;
 
-    std::mutex looking_;                       // held by a look; guards the next two; taken first
-    std::unique_ptr<site::CInputWatch> watch_; // ends before the session
-    bool isWatchUnheard_ = false;              // nothing has been heard for too long
+    std::mutex looking_;                            // held by a look; guards the next four; taken first
+    std::unique_ptr<site::CInputWatch> watch_;      // ends before the session
+    bool isWatchUnheard_ = false;                   // nothing has been heard for too long
+    std::optional<site::SDiagnosis> refusal_;       // of the credentials, the latest
+    std::chrono::steady_clock::time_point refused_; // when that was
 
     std::mutex telling_; // held while something is told; taken after looking_, before mutex_
 
