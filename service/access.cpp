@@ -21,8 +21,10 @@ constexpr std::size_t MostSessions = 1000;
 constexpr unsigned MostWrong = 20; // tokens a minute from one address
 constexpr std::size_t MostWrongAddresses = 10'000;
 
-// "[::1]:8090" is ::1, "localhost:80" is localhost.
-std::string HostOf(const std::string& text) {
+// "[::1]:8090" is ::1, "LocalHost:80" is localhost.
+std::string HostOf(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (!text.empty() && text.front() == '[')
         return text.substr(1, text.find(']') == std::string::npos ? 0 : text.find(']') - 1);
     return text.substr(0, text.find(':'));

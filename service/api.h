@@ -93,6 +93,7 @@ private:
     void tellEvents(const SApiCall& call, const Answer& answer);
     void tellPicture(const SApiCall& call, const Answer& answer);
     void tellPictures(const SApiCall& call, const Answer& answer);
+    std::shared_ptr<CPictureFeed> feed(const SApiCall& call) const;
 
     SApiParts parts_;
     std::atomic<int> examinations_{0};
@@ -103,10 +104,14 @@ private:
     int allWaiting_ = 0;
 };
 
-// Whether an operation may change something at the camera; also whether it may be called at all: one that
-// takes an address would ask somebody else.
+// The camera's session. Throws CRefusal, with the camera's problem, while there is none.
+CKeptCamera::Session SessionOf(const CKeptCamera& camera);
+
+// Whether an operation may change something at the camera.
 bool IsWriting(const std::string& operation);
-bool TakesAnAddress(const site::SOperation& operation);
+// Why an operation cannot be called here: it would ask somebody else, or disturb what others do on the same
+// session. Null for one that can.
+const char* WhyNotOffered(const site::SOperation& operation);
 
 // Answers to {"operation","arguments"} as `vornhost script` does; nothing is sent for an operation that the
 // role does not reach. Throws CRefusal.

@@ -55,6 +55,21 @@ ordered_json TimedFinding(const site::SCameraFinding& finding, Clock::time_point
     return json;
 }
 
+bool WantsBundle(const ordered_json& body) {
+    bool isWanted = false;
+    for (const auto& [name, value] : body.items())
+        if (name == "bundle" && value.is_boolean())
+            isWanted = value.get<bool>();
+        else
+            throw CRefusal(MHD_HTTP_BAD_REQUEST, R"(expected {"bundle":true} or {})");
+    return isWanted;
+}
+
+void RequireNoMembers(const ordered_json& body) {
+    if (!body.empty())
+        throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {}");
+}
+
 std::string BundleOf(const std::string& stateDirectory, const std::string& camera) {
     return stateDirectory + "/bundles/" + camera + ".tar.gz";
 }
@@ -113,12 +128,14 @@ void CApi::tellHistory(const SApiCall& call, const Answer& answer) {
 }
 
 void CApi::check(const SApiCall& call, const Answer& answer) {
+    RequireNoMembers(call.body());
     const auto begin = Clock::now();
     answer(JsonAnswer(
         ordered_json::array({TimedFinding(parts_.site.check(camera(call).camera).finding, begin)})));
 }
 
 void CApi::sync(const SApiCall& call, const Answer& answer) {
+    RequireNoMembers(call.body());
     const auto begin = Clock::now();
     answer(JsonAnswer(
         ordered_json::array({TimedFinding(parts_.site.sync(camera(call).camera).finding, begin)})));
@@ -126,7 +143,7 @@ void CApi::sync(const SApiCall& call, const Answer& answer) {
 
 // The doctor is a process of its own: the plug-in identifies one device at a time in a process.
 void CApi::examine(const SApiCall& call, const Answer& answer) {
-    const bool withBundle = call.body().value("bundle", ordered_json(false)) == true;
+    const bool withBundle = WantsBundle(call.body());
     std::vector<std::string> words = parts_.doctor;
     if (withBundle) {
         const std::string file = BundleOf(parts_.stateDirectory, call.name);
@@ -147,8 +164,8 @@ void CApi::examine(const SApiCall& call, const Answer& answer) {
         SHttpAnswer told = SHttpAnswer::of(MHD_HTTP_OK, LinesType, "");
         told.source = std::make_unique<CLineSource>(lines);
         answer(std::move(told));
+        const std::shared_ptr<void> end(nullptr, [lines](void*) { lines->end(); }); // also of a failure
         site::RunThisProgram(words, [&](const std::string& line) { lines->add(line + "\n"); });
-        lines->end();
         return;
     }
     std::string all = "[";

@@ -24,6 +24,7 @@ using nlohmann::ordered_json;
 
 constexpr std::size_t MostArguments = 64;
 constexpr const char* ControllerPrefix = "controller.";
+constexpr const char* HandlerPrefix = "handler.";
 
 struct SAsked {
     std::string operation;
@@ -47,17 +48,6 @@ SAsked AskedOf(const ordered_json& body) {
     if (asked.operation.empty())
         throw CRefusal(MHD_HTTP_BAD_REQUEST, Expected);
     return asked;
-}
-
-// The camera's session, or why there is none.
-CKeptCamera::Session SessionOf(const CKeptCamera& camera) {
-    if (auto session = camera.session())
-        return session;
-    const auto problem = camera.status().problem;
-    throw CRefusal(MHD_HTTP_SERVICE_UNAVAILABLE,
-                   problem ? "the camera cannot be asked: " + problem->problem
-                           : "the camera has not been asked yet",
-                   problem ? ordered_json{{"problem", ProblemObject(*problem)}} : ordered_json::object());
 }
 
 std::string TextOf(const ordered_json& value, const std::string& name) {
@@ -134,6 +124,13 @@ SHeadClient HeadClientOf(const SApiCall& call) {
     return {call.client.name + "\n" + call.request.header("x-client"), call.client.name};
 }
 
+// The camera object has operations of its own for the head, beside those of the controller.
+bool UsesHead(const std::string& operation) {
+    const bool isOfHead =
+        operation.rfind(ControllerPrefix, 0) == 0 || operation.find("Ptz") != std::string::npos;
+    return isOfHead && IsWriting(operation);
+}
+
 // The members of a merge patch: null takes a member out.
 void Merge(ordered_json& values, const ordered_json& patch, const std::string& what) {
     if (!patch.is_object())
@@ -154,7 +151,7 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
         streams = ordered_json::array();
     for (const ordered_json& one : patch) {
         if (!one.is_object() || !one.contains("stream") || !one["stream"].is_string() ||
-            !one.contains("record"))
+            !one.contains("record") || one.size() > 2)
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"stream\":\"...\",\"record\":{...}}");
         const auto known = std::find_if(streams.begin(), streams.end(), [&](const ordered_json& other) {
             return other.is_object() && other.value("stream", "") == one["stream"].get<std::string>();
@@ -173,7 +170,18 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
 
 } // namespace
 
+CKeptCamera::Session SessionOf(const CKeptCamera& camera) {
+    if (auto session = camera.session())
+        return session;
+    const site::SDiagnosis problem = camera.whyUnanswered();
+    throw CRefusal(MHD_HTTP_SERVICE_UNAVAILABLE, "the camera cannot be asked: " + problem.problem,
+                   {{"problem", ProblemObject(problem)}});
+}
+
 bool IsWriting(const std::string& operation) {
+    // Asks whatever path it is given, and a camera does with a GET what the path says.
+    if (operation == "setting.GetDetailsFromUrl")
+        return true;
     static constexpr std::array Reading = {"get",  "Get",     "is",  "Is",    "To",  "read",
                                            "find", "convert", "map", "query", "Sort"};
     const std::string name =
@@ -184,11 +192,19 @@ bool IsWriting(const std::string& operation) {
     });
 }
 
-bool TakesAnAddress(const site::SOperation& operation) {
+const char* WhyNotOffered(const site::SOperation& operation) {
+    static constexpr std::array Beginnings = {"initialize", "customInitialize", "preInit_getUnitModelName"};
     const auto& names = operation.parameterNames;
-    return std::any_of(names.begin(), names.end(), [](const std::string& name) {
+    const bool takesAddress = std::any_of(names.begin(), names.end(), [](const std::string& name) {
         return name.find("ddress") != std::string::npos || name.find("host") != std::string::npos;
     });
+    if (takesAddress)
+        return "cameras are reached by name only";
+    if (operation.name.rfind(HandlerPrefix, 0) == 0)
+        return "the plug-in belongs to all cameras; what it tells is not a camera's";
+    if (std::find(Beginnings.begin(), Beginnings.end(), operation.name) != Beginnings.end())
+        return "the service begins with a camera by itself";
+    return nullptr;
 }
 
 SHttpAnswer AnswerCall(const SKeptOne& one, const ordered_json& body, Role role, const SHeadClient& client) {
@@ -197,8 +213,7 @@ SHttpAnswer AnswerCall(const SKeptOne& one, const ordered_json& body, Role role,
         throw CRefusal(MHD_HTTP_FORBIDDEN,
                        "the role view does not reach; \"" + asked.operation + "\" may change something");
     std::string holder;
-    if (asked.operation.rfind(ControllerPrefix, 0) == 0 && IsWriting(asked.operation) &&
-        !one.head->isFree(client, holder))
+    if (UsesHead(asked.operation) && !one.head->isFree(client, holder))
         throw CRefusal(MHD_HTTP_CONFLICT, "the head is held by " + holder, {{"holder", holder}});
     const CKeptCamera::Session session = SessionOf(*one.camera);
     const site::COperationRegistry& operations = session->session().operations();
@@ -206,8 +221,9 @@ SHttpAnswer AnswerCall(const SKeptOne& one, const ordered_json& body, Role role,
     try {
         RequireOperation(operations, call);
         for (const site::SOperation& operation : operations.operations())
-            if (operation.name == call.operation && TakesAnAddress(operation))
-                throw CRefusal(MHD_HTTP_FORBIDDEN, "cameras are reached by name only");
+            if (const char* const reason = WhyNotOffered(operation);
+                reason && operation.name == call.operation)
+                throw CRefusal(MHD_HTTP_FORBIDDEN, reason);
         const std::lock_guard<std::mutex> calling(one.camera->writing());
         session->session().exchanges().takeFailing();
         const site::STimedAnswer answer = MakeCall(operations, call);

@@ -42,15 +42,15 @@ int SpeedOf(const ordered_json& body, const char* name) {
 }
 
 template <class Number>
-Number NumberOf(const SHttpRequest& request, const char* name, Number otherwise, Number most) {
+Number NumberOf(const SHttpRequest& request, const char* name, Number otherwise, Number least, Number most) {
     const auto text = request.parameter(name);
     if (!text)
         return otherwise;
     Number number{};
     const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-    if (error != std::errc() || end != text->data() + text->size() || number > most)
-        throw CRefusal(MHD_HTTP_BAD_REQUEST,
-                       std::string(name) + " must be a number up to " + std::to_string(most));
+    if (error != std::errc() || end != text->data() + text->size() || number < least || number > most)
+        throw CRefusal(MHD_HTTP_BAD_REQUEST, std::string(name) + " must be a number from " +
+                                                 std::to_string(least) + " to " + std::to_string(most));
     return number;
 }
 
@@ -88,8 +88,7 @@ void CApi::move(const SApiCall& call, const Answer& answer) {
         if (name != "pan" && name != "tilt" && name != "zoom")
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"pan\":50,\"tilt\":0,\"zoom\":0}");
     const SKeptOne one = camera(call);
-    if (!one.camera->session())
-        throw CRefusal(MHD_HTTP_SERVICE_UNAVAILABLE, "the camera does not answer");
+    (void)SessionOf(*one.camera);
     const SMovement movement{SpeedOf(body, "pan"), SpeedOf(body, "tilt"), SpeedOf(body, "zoom")};
     std::string holder;
     const auto until = one.head->move(HeadClientOf(call), movement, holder);
@@ -133,28 +132,28 @@ void CApi::tellEvents(const SApiCall& call, const Answer& answer) {
     answer(std::move(told));
 }
 
+std::shared_ptr<CPictureFeed> CApi::feed(const SApiCall& call) const {
+    const site::SVideoStreamId id = StreamOf(call.request);
+    (void)SessionOf(*camera(call).camera);
+    if (auto feed = parts_.site.feed(call.name, id))
+        return feed;
+    throw CRefusal(MHD_HTTP_NOT_FOUND, "the camera has just left the site");
+}
+
 void CApi::tellPicture(const SApiCall& call, const Answer& answer) {
-    const auto after = NumberOf<std::uint64_t>(call.request, "after", 0, UINT64_MAX);
+    const auto after = NumberOf<std::uint64_t>(call.request, "after", 0, 0, UINT64_MAX);
     const int usual = call.request.parameter("after") ? 0 : static_cast<int>(FirstPicturePatience.count());
-    const int wait = NumberOf<int>(call.request, "wait", usual, static_cast<int>(LongestPatience.count()));
-    if (!camera(call).camera->session())
-        return answer(PictureAnswer(
-            {std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
+    const int wait = NumberOf<int>(call.request, "wait", usual, 0, static_cast<int>(LongestPatience.count()));
     const bool isFirst = after == 0;
-    parts_.site.feed(call.name, StreamOf(call.request))
-        ->next(after, milliseconds(isFirst ? std::max(wait, usual) : wait),
-               [answer](const CPictureFeed::SOutcome& outcome) { answer(PictureAnswer(outcome)); });
+    feed(call)->next(after, milliseconds(isFirst ? std::max(wait, usual) : wait),
+                     [answer](const CPictureFeed::SOutcome& outcome) { answer(PictureAnswer(outcome)); });
 }
 
 void CApi::tellPictures(const SApiCall& call, const Answer& answer) {
-    const int rate = NumberOf<int>(call.request, "fps", HighestRate, HighestRate);
-    if (!camera(call).camera->session())
-        return answer(PictureAnswer(
-            {std::nullopt, camera(call).camera->status().problem.value_or(site::SDiagnosis())}));
+    const int rate = NumberOf<int>(call.request, "fps", HighestRate, 1, HighestRate);
     SHttpAnswer told;
     told.headers = {{"Content-Type", std::string("multipart/x-mixed-replace; boundary=") + PictureBoundary}};
-    told.source = std::make_unique<CPictureSource>(parts_.site.feed(call.name, StreamOf(call.request)),
-                                                   milliseconds(1000 / std::max(rate, 1)));
+    told.source = std::make_unique<CPictureSource>(feed(call), milliseconds(1000 / rate));
     answer(std::move(told));
 }
 

@@ -26,7 +26,7 @@ ordered_json SessionJson(const SSession& session) {
 void CApi::logIn(const SApiCall& call, const Answer& answer) {
     const ordered_json body = call.body();
     const auto token = body.find("token");
-    if (token == body.end() || !token->is_string())
+    if (token == body.end() || !token->is_string() || body.size() > 1)
         throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"token\":\"...\"}");
     const auto [session, cookie] = parts_.access.logIn(call.request, token->get<std::string>());
     SHttpAnswer told = JsonAnswer(SessionJson(session));
@@ -74,7 +74,7 @@ void CApi::tellOperations(const SApiCall& /*call*/, const Answer& answer) {
                                        "localhost");
     ordered_json all = ordered_json::array();
     for (const site::SOperation& operation : session.operations().operations()) {
-        if (TakesAnAddress(operation))
+        if (WhyNotOffered(operation))
             continue;
         ordered_json one = site::OperationJson(operation);
         one["writes"] = IsWriting(operation.name);

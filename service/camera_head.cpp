@@ -88,29 +88,33 @@ void CCameraHead::send() {
         if (isUnderWay_ || wanted_ == sent_)
             return;
         session = camera_->session();
+        if (!session)
+            session = moving_;
         if (!session && (!wanted_.isNone() || --stopsLeft_ <= 0))
             return;
         isUnderWay_ = true;
         movement = wanted_;
+        moving_ = session;
     }
     if (!session)
-        return answered(movement, false);
+        return answered(movement, false, nullptr);
     try {
         site::StartCall(
             session->session().operations(),
             {"controller.moveAt",
              {std::to_string(movement.pan), std::to_string(movement.tilt), std::to_string(movement.zoom)}},
-            [self = shared_from_this(), session, movement](const site::STimedAnswer& answer) {
-                self->answered(movement, answer.succeeded());
+            [self = shared_from_this(), session, movement](const site::STimedAnswer& answer) mutable {
+                self->answered(movement, answer.succeeded(), std::move(session));
             });
     } catch (const site::COperationError&) { // the camera has no head
-        answered(movement, true);
+        answered(movement, true, session);
     }
 }
 
-// On the controller's own thread, which cannot end the session.
-void CCameraHead::answered(const SMovement& sent, bool isDone) {
+// On the controller's own thread, which cannot end the session: another one lets go of it.
+void CCameraHead::answered(const SMovement& sent, bool isDone, CKeptCamera::Session session) {
     std::chrono::milliseconds after{0};
+    CKeptCamera::Session still;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         isUnderWay_ = false;
@@ -120,13 +124,22 @@ void CCameraHead::answered(const SMovement& sent, bool isDone) {
             sent_ = sent;
         else
             after = PauseAfterFailure;
+        if (sent_.isNone())
+            still = std::exchange(moving_, nullptr);
     }
+    changed_.notify_all();
     clock_.add(
-        [weak = weak_from_this()] {
-            if (const auto head = weak.lock())
-                head->send();
+        [self = shared_from_this(), session = std::move(session), still = std::move(still)]() mutable {
+            session.reset();
+            still.reset();
+            self->send();
         },
         after);
+}
+
+void CCameraHead::awaitStill(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait_until(lock, deadline, [this] { return !isUnderWay_ && wanted_ == sent_; });
 }
 
 } // namespace corvane::service

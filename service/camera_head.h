@@ -4,6 +4,7 @@
 #include "site/work_pool.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -47,18 +48,23 @@ public:
     bool isFree(const SHeadClient& client, std::string& holder) const;
     // Stops whatever moves, whoever moves it.
     void end();
+    // Waits until the camera has answered the last command, or cannot be asked any more.
+    void awaitStill(std::chrono::steady_clock::time_point deadline);
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void send();
-    void answered(const SMovement& sent, bool isDone);
+    void answered(const SMovement& sent, bool isDone, CKeptCamera::Session session);
     void expire();
 
     const std::shared_ptr<CKeptCamera> camera_;
     site::CWorkPool& clock_;
 
-    mutable std::mutex mutex_; // guards what follows
+    std::condition_variable changed_;
+
+    mutable std::mutex mutex_;    // guards what follows
+    CKeptCamera::Session moving_; // until it stands still: a camera that leaves the site is stopped, too
     std::optional<SHeadClient> holder_;
     Clock::time_point until_;
     SMovement wanted_;

@@ -42,8 +42,11 @@ void CEventSource::begin() {
     const std::string prefix = hub_.epoch() + "-";
     const char* const end = wishes_.lastId.data() + wishes_.lastId.size();
     std::uint64_t known = 0;
-    const bool isOfNow = wishes_.lastId.compare(0, prefix.size(), prefix) == 0 &&
-                         std::from_chars(wishes_.lastId.data() + prefix.size(), end, known).ptr == end;
+    bool isOfNow = wishes_.lastId.compare(0, prefix.size(), prefix) == 0;
+    if (isOfNow) {
+        const auto [stop, error] = std::from_chars(wishes_.lastId.data() + prefix.size(), end, known);
+        isOfNow = stop == end && error == std::errc();
+    }
     if (isOfNow && hub_.after(known, 0)) {
         text_.clear(); // its id would be later than what is replayed
         number_ = known;

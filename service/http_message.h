@@ -16,7 +16,7 @@ namespace corvane::service {
 struct SHttpRequest {
     std::string method;
     std::string target; // as it came
-    std::string path;   // of it, percent escapes decoded
+    std::string path;   // of it, percent escapes decoded; as it came where one stands for "/" or a null byte
     std::multimap<std::string, std::string> query;
     std::map<std::string, std::string> headers; // names in small letters; of a repeated one the first
     std::string body;

@@ -30,6 +30,12 @@ std::string SmallLetters(std::string text) {
     return text;
 }
 
+// Whether an escape of the path stands for a slash or for a text's end: decoded, it would be another path.
+bool HidesAnEnd(const std::string& target) {
+    const std::string path = SmallLetters(target.substr(0, target.find('?')));
+    return path.find("%2f") != std::string::npos || path.find("%00") != std::string::npos;
+}
+
 sockaddr_storage SocketAddress(const SListenAddress& address) {
     addrinfo hints{};
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
@@ -234,7 +240,7 @@ private:
     static MHD_Result readHeaders(MHD_Connection* connection, const char* path, const char* method,
                                   CCall& call) {
         call.request.method = method;
-        call.request.path = path;
+        call.request.path = HidesAnEnd(call.request.target) ? call.request.target : path;
         MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &CollectQuery, &call.request);
         MHD_get_connection_values(connection, MHD_HEADER_KIND, &CollectHeader, &call.request);
         const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);

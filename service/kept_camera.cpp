@@ -107,6 +107,17 @@ SCameraStatus CKeptCamera::status() const {
     return status_;
 }
 
+site::SDiagnosis CKeptCamera::whyUnanswered() const {
+    if (const auto problem = status().problem)
+        return *problem;
+    site::SDiagnosis unknown;
+    unknown.problem = "the camera has not been asked yet";
+    unknown.advice = "try again in a moment";
+    unknown.cause = "no-answer";
+    unknown.phase = "site";
+    return unknown;
+}
+
 CKeptCamera::Session CKeptCamera::session() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return session_;
@@ -178,7 +189,12 @@ void CKeptCamera::look(std::uint64_t number) {
                 return;
             nextLook_ = Clock::time_point::max(); // what is asked for from now on is another look
         }
-        problem = Guarded([this] { return examine(); });
+        const Problem known = refusedLately();
+        problem = known ? known : Guarded([this] { return examine(); });
+        if (!known && IsOneOf(Refusing, problem)) {
+            refusal_ = problem;
+            refused_ = Clock::now();
+        }
         if (HealthOf(problem) == Health::Down || IsOneOf(Refusing, problem))
             letGo();
         tellHealth(problem);
@@ -186,8 +202,19 @@ void CKeptCamera::look(std::uint64_t number) {
     schedule(pauseAfter(problem));
 }
 
+// REQUIRES: looking_ held. What the camera has said to the credentials a moment ago, while somebody is there:
+// it is not asked again, however often a probe makes it look as if it were worth it.
+Problem CKeptCamera::refusedLately() const {
+    if (!refusal_ || Clock::now() - refused_ >= keeping_.times.refused)
+        return std::nullopt;
+    const auto probed = refhost::ProbeConnection(entry_->address, std::chrono::seconds(AnswerPatience));
+    return probed.kind == site::HttpFailure::None ? refusal_ : std::nullopt;
+}
+
 Problem CKeptCamera::examine() {
     Problem problem = session() ? askAgain() : open();
+    if (!problem)
+        problem = session()->work().unreadable();
     if (problem && !problem->isWarning)
         return problem;
     if (auto unwatched = watchInputs())
@@ -223,7 +250,7 @@ Problem CKeptCamera::askAgain() {
     const auto exchange = device.exchanges().lastOf(path);
     if (exchange && exchange->isFailed())
         return DiagnoseExchange(*exchange, device.exchanges());
-    return session()->work().unreadable();
+    return std::nullopt;
 }
 
 Problem CKeptCamera::watchInputs() {

@@ -60,6 +60,8 @@ public:
     // What is wanted of it has changed; how it is reached has not.
     void setEntry(Entry entry);
     SCameraStatus status() const;
+    // What is told to who wants something of it while there is no session.
+    site::SDiagnosis whyUnanswered() const;
     const CCameraHistory& history() const { return history_; }
     CCameraHistory& history() { return history_; }
 
@@ -82,6 +84,7 @@ private:
     void look(std::uint64_t number);
     std::optional<site::SDiagnosis> examine();
     std::optional<site::SDiagnosis> open();
+    std::optional<site::SDiagnosis> refusedLately() const;
     std::optional<site::SDiagnosis> askAgain();
     std::optional<site::SDiagnosis> watchInputs();
     std::optional<site::SDiagnosis> whyUnwatched();
@@ -98,10 +101,12 @@ private:
     CCameraHistory history_;
     std::mutex writing_;
 
-    std::mutex looking_;                       // held by a look; guards the next three; taken first
-    Entry watched_;                            // what the watch refers to
-    std::unique_ptr<site::CInputWatch> watch_; // ends before the session
-    bool isWatchUnheard_ = false;              // nothing has been heard for too long
+    std::mutex looking_;                            // held by a look; guards the next five; taken first
+    Entry watched_;                                 // what the watch refers to
+    std::unique_ptr<site::CInputWatch> watch_;      // ends before the session
+    bool isWatchUnheard_ = false;                   // nothing has been heard for too long
+    std::optional<site::SDiagnosis> refusal_;       // of the credentials, the latest
+    std::chrono::steady_clock::time_point refused_; // when that was
 
     std::mutex telling_; // held while something is told; taken after looking_, before mutex_
 

@@ -19,6 +19,7 @@ constexpr std::size_t Looks = 64; // at cameras, side by side
 constexpr std::size_t SuspectLooks = 64;
 constexpr std::size_t Calls = 32;
 constexpr milliseconds LongestToJumpBack{1'500}; // for a camera that takes a value and has another again
+constexpr std::chrono::seconds LongestStop{5};   // of heads that move when all ends
 constexpr milliseconds FirstDriftLook{2'000};    // when a camera has been there for so long
 constexpr milliseconds PauseAfterMiss{20'000};
 
@@ -28,16 +29,6 @@ site::CAcceptedValues OpenAccepted(const std::string& file) {
     } catch (const site::CFileError& error) {
         throw site::CFailure(site::ExitStatus::WrongUsage, error.what(), site::OwnCause::WrongFile);
     }
-}
-
-site::SDiagnosis Unasked() {
-    site::SDiagnosis problem;
-    problem.problem = "the camera has not been asked yet";
-    problem.reply = problem.problem;
-    problem.advice = "try again in a moment";
-    problem.cause = "no-answer";
-    problem.phase = "site";
-    return problem;
 }
 
 // A finding's fault is told last by who looks.
@@ -131,6 +122,9 @@ void CKeptSite::end() {
         one.head->end();
     for (const auto& [key, feed] : feeds)
         feed->end();
+    const auto deadline = std::chrono::steady_clock::now() + LongestStop;
+    for (const auto& [name, one] : cameras)
+        one.head->awaitStill(deadline);
     pool_.end();
     suspects_.end();
     calls_.end();
@@ -159,17 +153,32 @@ void CKeptSite::reload() {
         camera->start();
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
     }
-    for (const auto& gone : known) {
-        if (!find(gone->name()))
-            keeping_.observer.cameraGone(gone->name());
-        suspects_.add([gone] { gone->end(); });
+    for (const auto& [name, one] : before)
+        if (known.count(one.camera) > 0)
+            letGo(one);
+}
+
+// Of a camera that has left the file, or has another entry now. Its head is stopped before its session goes.
+void CKeptSite::letGo(const SKeptOne& one) {
+    const std::string& name = one.camera->name();
+    if (!find(name))
+        keeping_.observer.cameraGone(name);
+    one.head->end();
+    decltype(feeds_) feeds; // which take their time to end
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (auto feed = feeds_.begin(); feed != feeds_.end();) {
+            const auto next = std::next(feed);
+            if (feed->second->isOf(*one.camera))
+                feeds.insert(feeds_.extract(feed));
+            feed = next;
+        }
     }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    for (auto feed = feeds_.begin(); feed != feeds_.end();)
-        feed = cameras_.count(feed->first.first) == 0 ||
-                       before.at(feed->first.first).camera != cameras_.at(feed->first.first).camera
-                   ? feeds_.erase(feed)
-                   : std::next(feed);
+    suspects_.add([one, feeds] {
+        for (const auto& [key, feed] : feeds)
+            feed->end();
+        one.camera->end();
+    });
 }
 
 std::optional<SKeptOne> CKeptSite::find(const std::string& name) const {
@@ -215,7 +224,7 @@ SSiteLook CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera) {
         camera->setDrift(DriftOf(look.finding));
         return look;
     }
-    look.finding.problem = camera->status().problem.value_or(Unasked());
+    look.finding.problem = camera->whyUnanswered();
     Settle(look.finding);
     return look;
 }
@@ -278,11 +287,13 @@ void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& weak) {
 }
 
 std::shared_ptr<CPictureFeed> CKeptSite::feed(const std::string& name, const site::SVideoStreamId& id) {
-    const auto one = find(name);
     const std::lock_guard<std::mutex> lock(mutex_);
+    const auto one = cameras_.find(name);
+    if (one == cameras_.end())
+        return nullptr;
     std::shared_ptr<CPictureFeed>& feed = feeds_[{name, id}];
-    if (!feed && one)
-        feed = std::make_shared<CPictureFeed>(one->camera, id, calls_);
+    if (!feed)
+        feed = std::make_shared<CPictureFeed>(one->second.camera, id, calls_);
     return feed;
 }
 

@@ -70,7 +70,7 @@ public:
     // Sets it as the file wants it. One at a time for a camera.
     SSiteLook sync(const std::shared_ptr<CKeptCamera>& camera);
 
-    // The latest pictures of a stream; made where nobody has looked yet.
+    // The latest pictures of a stream; made where nobody has looked yet. Null without such a camera.
     std::shared_ptr<CPictureFeed> feed(const std::string& name, const site::SVideoStreamId& id);
     // Ends what nobody looks at; called several times a second.
     void tick();
@@ -82,6 +82,7 @@ private:
     SKeptOne make(const std::shared_ptr<const site::CSiteSessions>& sessions,
                   const site::SSiteCamera& camera);
     bool checkOnce(const std::weak_ptr<CKeptCamera>& camera);
+    void letGo(const SKeptOne& one);
     void lookForDrift(const std::weak_ptr<CKeptCamera>& camera);
     std::vector<CProber::STarget> targets() const;
     void keepAccepted();

@@ -46,7 +46,7 @@ void CPictureFeed::begin() {
     const std::lock_guard<std::mutex> stream(stream_);
     const CKeptCamera::Session session = camera_->session();
     if (!session)
-        return fail(camera_->status().problem.value_or(site::SDiagnosis()));
+        return fail(camera_->whyUnanswered());
     if (const site::CError error = play(session)) {
         const std::string asked =
             controller_ ? refhost::RtspRequest(*controller_, refhost::RtspPart::Pictures) : "";

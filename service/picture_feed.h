@@ -52,6 +52,7 @@ public:
     void tick();
     // Ends the stream.
     void end();
+    bool isOf(const CKeptCamera& camera) const { return camera_.get() == &camera; }
     // It does not run, and nobody waits.
     bool isForgotten() const;
 

@@ -1,0 +1,83 @@
+#include "service/http_server.h"
+
+#include "service/event_source.h"
+#include "tests/service/http_client.h"
+#include "tests/support/wait_until.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace corvane::service {
+namespace {
+
+using namespace std::chrono_literals;
+using service_test::CEventClient;
+using service_test::CHttpClient;
+using service_test::CRawConnection;
+using test_support::WaitUntil;
+
+const std::vector<SListenAddress> Anywhere{{"127.0.0.1", 0}};
+
+TEST(HttpServer, WhoNeverReadsIsCutOffAndOthersMissNothing) {
+    CEventHub hub({50, 1024 * 1024});
+    SHttpLimits limits;
+    limits.seconds = 1;
+    const CHttpServer server(
+        Anywhere, {},
+        [&](const SHttpRequest& /*request*/, const CHttpServer::Answer& answer) {
+            SHttpAnswer told;
+            told.source = std::make_unique<CEventSource>(hub, SEventWishes(),
+                                                         [](const std::string& /*name*/) { return true; });
+            answer(std::move(told));
+        },
+        limits);
+    const std::string address = server.addresses().front().text();
+    const CRawConnection deaf(address, 1024);
+    deaf.write("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+    CEventClient reader(CHttpClient(address, "x"));
+    ASSERT_TRUE(WaitUntil([&] { return hub.listeners() == 2; }));
+    std::uint64_t number = 0;
+    const std::string data = "{\"x\":\"" + std::string(20'000, 'x') + "\"}";
+    EXPECT_TRUE(WaitUntil([&] {
+        hub.add("camera", "c0", data);
+        ++number;
+        EXPECT_EQ(reader.next("camera").id, hub.epoch() + "-" + std::to_string(number));
+        return hub.listeners() == 1;
+    }));
+}
+
+TEST(HttpServer, EndsWhileRequestsWaitForTheirAnswers) {
+    std::vector<CHttpServer::Answer> waiting;
+    std::vector<CRawConnection> clients;
+    std::thread late;
+    {
+        std::mutex mutex;
+        const CHttpServer server(Anywhere, {},
+                                 [&](const SHttpRequest& /*request*/, const CHttpServer::Answer& answer) {
+                                     const std::lock_guard<std::mutex> lock(mutex);
+                                     waiting.push_back(answer);
+                                 });
+        for (int i = 0; i < 20; ++i) {
+            clients.emplace_back(server.addresses().front().text());
+            clients.back().write("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+        }
+        ASSERT_TRUE(WaitUntil([&] {
+            const std::lock_guard<std::mutex> lock(mutex);
+            return waiting.size() == clients.size();
+        }));
+        clients.pop_back(); // one has gone meanwhile
+        late = std::thread([answers = waiting] {
+            for (const auto& answer : answers)
+                answer(SHttpAnswer::of(200, "text/plain", "late"));
+        });
+    }
+    late.join();
+    for (const auto& answer : waiting) // in vain
+        answer(SHttpAnswer::of(200, "text/plain", "too late"));
+    for (CRawConnection& client : clients)
+        EXPECT_EQ(client.readToEnd().find("too late"), std::string::npos);
+}
+
+} // namespace
+} // namespace corvane::service
