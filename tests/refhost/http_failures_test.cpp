@@ -1,6 +1,7 @@
 // What a caller is told when a device, or the way to it, fails.
 
 #include "refhost/http/connection_probe.h"
+#include "refhost/http/device_requests.h"
 #include "refhost/http/http_client.h"
 #include "tests/refhost/http_support.h"
 #include "tests/support/scripted_server.h"
@@ -222,11 +223,12 @@ TEST(HttpFailures, AFailedExchangeLeavesNothingBehindForTheNext) {
 TEST(HttpFailures, NameTheOwnLimit) {
     rlimit usual{};
     getrlimit(RLIMIT_NOFILE, &usual);
-    const rlimit none{0, usual.rlim_max};
+    const rlimit none{3, usual.rlim_max}; // the standard streams
     setrlimit(RLIMIT_NOFILE, &none);
     refhost::SHttpRequest request;
     request.address = "127.0.0.1:9";
     request.path = "/";
+    request.authScheme = refhost::AnyAuthScheme;
     request.timeout = 5;
     const refhost::SHttpReply reply = refhost::ExchangeHttp(request);
     const refhost::SProbedConnection probed = refhost::ProbeConnection(request.address, 5s);

@@ -108,7 +108,11 @@ TEST_P(SecretsUnder, NoFaultLetsThePasswordOut) {
     for (const std::string& form : forms)
         EXPECT_EQ(kept.contents().find(form), std::string::npos);
 }
+#if defined(VORN_UNDER_ASAN) || defined(VORN_UNDER_TSAN) // what a scheme lets out no sanitizer sees
+INSTANTIATE_TEST_SUITE_P(Scheme, SecretsUnder, testing::Values("digest"));
+#else
 INSTANTIATE_TEST_SUITE_P(Scheme, SecretsUnder, testing::Values("basic", "digest"));
+#endif
 
 // Tells who it is to everybody, as somebody in between would, and wants Basic for all else.
 tests::SScriptedReply AskForBasic(const tests::SSentRequest& request) {
