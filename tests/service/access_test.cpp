@@ -26,7 +26,7 @@ public:
 
     const test_support::CTemporaryFolder folder;
     const std::string token = AddToken(file(), "wall", Role::View);
-    CAccess access{{file(), {"yard.example", "::1"}, true}};
+    CAccess access{{file(), {"::1"}, {"yard.example"}, true}};
 };
 
 int StatusOf(const std::function<void()>& use) {
