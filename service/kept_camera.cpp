@@ -1,6 +1,7 @@
 #include "service/kept_camera.h"
 
 #include "refhost/http/connection_probe.h"
+#include "site/cameras/site_wish.h"
 #include "site/events/event_text.h"
 #include "site/session/identification.h"
 
@@ -96,10 +97,14 @@ CKeptCamera::Entry CKeptCamera::entry() const {
     return entry_;
 }
 
-void CKeptCamera::setEntry(Entry entry) {
+bool CKeptCamera::setEntry(Entry entry) {
+    const std::string today = site::UtcToday();
     const std::lock_guard<std::mutex> lock(mutex_);
+    const bool isSame = site::WishOf(*entry_) == site::WishOf(*entry) &&
+                        site::WishOf(*entry_, today) == site::WishOf(*entry, today);
     status_.tags = entry->tags;
     entry_ = std::move(entry);
+    return !isSame;
 }
 
 SCameraStatus CKeptCamera::status() const {

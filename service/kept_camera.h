@@ -57,8 +57,9 @@ public:
 
     const std::string& name() const { return name_; }
     Entry entry() const;
-    // What is wanted of it has changed; how it is reached has not.
-    void setEntry(Entry entry);
+    // The entry of a file that was read anew, which reaches the camera as before. Whether it wants something
+    // else of it.
+    bool setEntry(Entry entry);
     SCameraStatus status() const;
     // What is told to who wants something of it while there is no session.
     site::SDiagnosis whyUnanswered() const;

@@ -91,8 +91,8 @@ void CKeptSite::take(const std::shared_ptr<const site::CSiteSessions>& sessions)
     for (const site::SSiteCamera& camera : sessions->site().cameras) {
         const auto known = cameras_.find(camera.name);
         const bool isSame = known != cameras_.end() && sessions->reachesAlike(*sessions_, camera.name);
-        if (isSame)
-            known->second.camera->setEntry(CKeptCamera::Entry(sessions, &camera));
+        if (isSame && known->second.camera->setEntry(CKeptCamera::Entry(sessions, &camera)))
+            calls_.add([this, weak = std::weak_ptr<CKeptCamera>(known->second.camera)] { checkOnce(weak); });
         cameras.emplace(camera.name, isSame ? known->second : make(sessions, camera));
         order_.push_back(camera.name);
     }
@@ -146,10 +146,8 @@ void CKeptSite::reload() {
     for (const auto& [name, one] : before)
         known.insert(one.camera);
     for (const auto& camera : cameras()) {
-        if (known.erase(camera) > 0) {
-            calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { checkOnce(weak); });
+        if (known.erase(camera) > 0)
             continue;
-        }
         camera->start();
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
     }
