@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using Problem = std::optional<site::SDiagnosis>;
 
-constexpr int AnswerPatience = 5; // seconds
+constexpr int AnswerPatience = 4; // seconds
 
 // Of a camera with another problem something has answered.
 constexpr const char* NotAnswering[] = {"name-not-found", "unreachable", "refused", "no-answer", "slow",

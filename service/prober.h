@@ -11,7 +11,7 @@
 namespace corvane::service {
 
 struct SProberTimes {
-    std::chrono::milliseconds period{5'000};   // between two rounds
+    std::chrono::milliseconds period{4'000};   // between two rounds
     std::chrono::milliseconds patience{3'000}; // for one answer
 };
 
