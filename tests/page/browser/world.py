@@ -59,6 +59,7 @@ class Camsim(Process):
         super().__init__([build / 'bin/camsim', '--listen', f'127.0.0.1:0', *options], folder / 'camsim.errors')
         told = self.first_line()
         self.cameras, self.control = told['cameras'], told['control']
+        self.rtsp = told.get('rtsp', [])
 
     def ask(self, method, path, body=None):
         request = urllib.request.Request(f'http://{self.control}{path}', method=method,
