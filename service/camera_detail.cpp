@@ -7,6 +7,7 @@
 #include "site/report/stream_fields.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace corvane::service {
 namespace {
@@ -72,9 +73,9 @@ ordered_json PtzJson(const CKeptCamera::Session& session) {
     const site::SModelInfo* const model = session->session().model();
     const bool moves = model && model->ptz;
     const auto patterns = moves ? Asking(session)("getPtzPatternCount", {"0"}) : std::nullopt;
+    const std::string digits = patterns && !patterns->values.empty() ? patterns->values.front() : "";
     int count = 0;
-    if (patterns && !patterns->values.empty())
-        count = std::atoi(patterns->values.front().c_str());
+    (void)std::from_chars(digits.data(), digits.data() + digits.size(), count);
     return {{"moves", moves}, {"presets", moves ? Presets : 0}, {"patterns", count}};
 }
 

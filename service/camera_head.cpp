@@ -118,9 +118,8 @@ void CCameraHead::answered(const SMovement& sent, bool isDone, CKeptCamera::Sess
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         isUnderWay_ = false;
-        if (isDone || !sent.isNone())
-            sent_ = sent; // a movement that failed may move all the same
-        else if (--stopsLeft_ <= 0)
+        // A movement that failed may move all the same; a stop is tried again.
+        if (isDone || !sent.isNone() || --stopsLeft_ <= 0)
             sent_ = sent;
         else
             after = PauseAfterFailure;

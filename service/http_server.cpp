@@ -15,6 +15,7 @@
 #include <optional>
 #include <set>
 #include <sys/resource.h>
+#include <system_error>
 #include <utility>
 
 namespace corvane::service {
@@ -374,7 +375,8 @@ void CHttpServer::listen(SListenAddress& address, const STlsFiles& tls) {
         MHD_start_daemon(flags, address.port, nullptr, nullptr, &CCalls::take, calls_.get(), MHD_OPTION_ARRAY,
                          options.data(), MHD_OPTION_END);
     if (!daemon)
-        throw CHttpServerError("cannot listen at " + address.text() + ": " + std::strerror(errno) +
+        throw CHttpServerError("cannot listen at " + address.text() + ": " +
+                               std::generic_category().message(errno) +
                                (isSecure ? " (or the certificate and the key do not belong together)" : ""));
     daemons_.push_back(daemon);
     address.port = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;

@@ -263,25 +263,25 @@ void CKeptSite::keepAccepted() {
 }
 
 // False for a camera that cannot be asked now.
-bool CKeptSite::checkOnce(const std::weak_ptr<CKeptCamera>& weak) {
-    const auto camera = weak.lock();
-    if (!camera || !camera->session())
+bool CKeptSite::checkOnce(const std::weak_ptr<CKeptCamera>& camera) {
+    const auto kept = camera.lock();
+    if (!kept || !kept->session())
         return false;
     try {
-        (void)check(camera);
+        (void)check(kept);
     } catch (const std::exception&) { // short of memory or descriptors: the next look may have them
         return false;
     }
     return true;
 }
 
-void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& weak) {
-    const bool isDone = checkOnce(weak);
-    if (weak.expired())
+void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& camera) {
+    const bool isDone = checkOnce(camera);
+    if (camera.expired())
         return;
     const milliseconds period = Spread(times_.drift);
     const milliseconds next = isDone ? period : std::min(period, PauseAfterMiss);
-    calls_.add([this, weak] { lookForDrift(weak); }, next);
+    calls_.add([this, camera] { lookForDrift(camera); }, next);
 }
 
 std::shared_ptr<CPictureFeed> CKeptSite::feed(const std::string& name, const site::SVideoStreamId& id) {
