@@ -14,8 +14,9 @@
 namespace corvane::service {
 namespace {
 
-constexpr int MostWaiting = 512;        // calls of all cameras together
-constexpr int MostWaitingOfCamera = 16; // likewise of one
+constexpr std::size_t MostCalls = 512;        // of all cameras together, that are under way or wait
+constexpr std::size_t MostCallsOfCamera = 16; // likewise of one
+constexpr int MostRunningOfCamera = 4;
 constexpr std::size_t LongestName = 64;
 
 // What stands for each "{}" of the pattern; nothing for a path of another kind.
@@ -165,23 +166,46 @@ void CApi::run(const SRoute& route, const std::shared_ptr<SHttpRequest>& request
         (void)camera(call);
     if (route.on == On::Server)
         return (this->*route.handler)(call, answer);
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (allWaiting_ >= MostWaiting || waiting_[call.name] >= MostWaitingOfCamera)
-            throw CRefusal(MHD_HTTP_SERVICE_UNAVAILABLE, "too many calls wait already; try again");
-        ++allWaiting_;
-        ++waiting_[call.name];
-    }
-    parts_.site.calls().add([this, &route, request, call, answer] {
+    queue(call.name, [this, &route, request, call, answer] {
         bool isRefused = false;
         SHttpAnswer refusal = Refused([&] { (this->*route.handler)(call, answer); }, isRefused);
         if (isRefused)
             answer(std::move(refusal));
-        const std::lock_guard<std::mutex> lock(mutex_);
-        --allWaiting_;
-        if (--waiting_[call.name] == 0)
-            waiting_.erase(call.name);
     });
+}
+
+void CApi::queue(const std::string& camera, std::function<void()> task) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        SCalls& calls = calls_[camera];
+        const std::size_t ofCamera = calls.waiting.size() + static_cast<std::size_t>(calls.running);
+        if (allCalls_ >= MostCalls || ofCamera >= MostCallsOfCamera)
+            throw CRefusal(MHD_HTTP_SERVICE_UNAVAILABLE, "too many calls wait already; try again");
+        ++allCalls_;
+        if (calls.running == MostRunningOfCamera) {
+            calls.waiting.push_back(std::move(task));
+            return;
+        }
+        ++calls.running;
+    }
+    parts_.site.calls().add([this, camera, task = std::move(task)] { runQueued(camera, task); });
+}
+
+void CApi::runQueued(const std::string& camera, const std::function<void()>& task) {
+    task();
+    std::function<void()> next;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        --allCalls_;
+        SCalls& calls = calls_[camera];
+        if (!calls.waiting.empty()) {
+            next = std::move(calls.waiting.front());
+            calls.waiting.pop_front();
+        } else if (--calls.running == 0)
+            calls_.erase(camera);
+    }
+    if (next)
+        parts_.site.calls().add([this, camera, next = std::move(next)] { runQueued(camera, next); });
 }
 
 SKeptOne CApi::camera(const SApiCall& call) const {

@@ -9,6 +9,7 @@
 #include "service/page_files.h"
 
 #include <atomic>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -59,6 +60,10 @@ private:
     void run(const SRoute& route, const std::shared_ptr<SHttpRequest>& request, SApiCall call,
              const Answer& answer);
     SKeptOne camera(const SApiCall& call) const;
+    // Runs what asks a camera: of one camera a few at a time, so that one that is silent holds up only its
+    // own. Throws CRefusal when too many wait.
+    void queue(const std::string& camera, std::function<void()> task);
+    void runQueued(const std::string& camera, const std::function<void()>& task);
 
     // api_site.cpp
     void logIn(const SApiCall& call, const Answer& answer);
@@ -99,9 +104,13 @@ private:
     std::atomic<int> examinations_{0};
     std::mutex writingFile_; // held while the site file is changed
 
-    std::mutex mutex_;                   // guards what follows
-    std::map<std::string, int> waiting_; // calls of each camera that are under way or wait
-    int allWaiting_ = 0;
+    struct SCalls {
+        int running = 0;
+        std::deque<std::function<void()>> waiting;
+    };
+    std::mutex mutex_;                    // guards what follows
+    std::map<std::string, SCalls> calls_; // of each camera
+    std::size_t allCalls_ = 0;
 };
 
 // The camera's session. Throws CRefusal, with the camera's problem, while there is none.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -93,9 +94,10 @@ public:
     explicit CCall(MHD_Connection* connection) : connection_(connection) {}
 
     SHttpRequest request;
-    bool isDispatched = false; // belongs to the server's thread, as the next two do
+    bool isDispatched = false; // belongs to the server's thread, as the next three do
     bool isTooLarge = false;
     std::size_t received = 0;
+    std::size_t kept = 0; // of the body, in memory
 
     // Of another thread, or of the server's own.
     void answer(SHttpAnswer answer) {
@@ -205,6 +207,7 @@ public:
         if (!call)
             return;
         (*call)->forget();
+        static_cast<CCalls*>(calls)->receiving_ -= (*call)->kept;
         static_cast<CCalls*>(calls)->remove(*call);
         *context = nullptr;
     }
@@ -249,13 +252,18 @@ private:
         return MHD_YES;
     }
 
-    MHD_Result readBody(const char* data, std::size_t* size, CCall& call) const {
+    MHD_Result readBody(const char* data, std::size_t* size, CCall& call) {
         call.received += *size;
         call.isTooLarge = call.isTooLarge || call.received > limits_.largestBody;
-        if (call.isTooLarge)
-            call.request.body.clear();
-        else
+        if (call.isTooLarge) {
+            receiving_ -= std::exchange(call.kept, 0);
+            std::string().swap(call.request.body);
+        } else {
+            call.kept += *size;
+            if ((receiving_ += *size) > limits_.allBodies)
+                return MHD_NO;
             call.request.body.append(data, *size);
+        }
         *size = 0;
         return call.received > limits_.largestBody + MostDiscarded ? MHD_NO : MHD_YES;
     }
@@ -325,6 +333,7 @@ private:
 
     const Handler handler_;
     const SHttpLimits limits_;
+    std::atomic<std::size_t> receiving_{0}; // bytes of bodies
 
     std::mutex mutex_; // guards what follows
     std::set<std::shared_ptr<CCall>> calls_;

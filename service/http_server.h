@@ -31,6 +31,7 @@ struct STlsFiles {
 
 struct SHttpLimits {
     std::size_t largestBody = 256 * 1024;
+    std::size_t allBodies = 64 * 1024 * 1024; // that are being received; who would send more is cut off
     std::size_t largestHeader = 16 * 1024;
     unsigned connections = 12'000;
     unsigned seconds = 30; // without anything sent or received

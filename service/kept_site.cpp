@@ -17,7 +17,7 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t Looks = 64; // at cameras, side by side
 constexpr std::size_t SuspectLooks = 64;
-constexpr std::size_t Calls = 32;
+constexpr std::size_t Calls = 64;
 constexpr milliseconds LongestToJumpBack{1'500}; // for a camera that takes a value and has another again
 constexpr std::chrono::seconds LongestStop{5};   // of heads that move when all ends
 constexpr milliseconds FirstDriftLook{2'000};    // when a camera has been there for so long
