@@ -62,6 +62,7 @@ void CPictureFeed::begin() {
 // REQUIRES: stream_ held.
 site::CError CPictureFeed::play(const CKeptCamera::Session& session) {
     session_ = session;
+    hasBrought_ = false;
     site::IStreamController* made = nullptr;
     if (site::CError error = session->session().camera().createVideoStreamPipeline(made, id_))
         return error;
@@ -75,6 +76,7 @@ site::CError CPictureFeed::play(const CKeptCamera::Session& session) {
 }
 
 void CPictureFeed::take(std::string jpeg) {
+    hasBrought_ = true;
     const auto now = std::chrono::system_clock::now();
     std::list<SWait> served;
     SLivePicture picture;
@@ -105,23 +107,38 @@ void CPictureFeed::streamEnded() {
         state_ = State::Ending;
     }
     pool_.add([weak = weak_from_this()] {
-        const auto self = weak.lock();
-        if (!self)
-            return;
-        const std::lock_guard<std::mutex> stream(self->stream_);
-        if (!self->controller_)
-            return;
-        const auto end = self->controller_->waitForEnd(std::chrono::milliseconds::zero());
-        const site::CError error = end && end->cause == site::SStreamEnd::Cause::Failure
-                                       ? end->error
-                                       : site::CError(site::RtnCode::NotAccessible, site::Origin::Device,
-                                                      "the camera ended the stream");
-        const std::string asked = refhost::RtspRequest(*self->controller_, refhost::RtspPart::Pictures);
-        const auto problem =
-            DiagnoseLostStream(self->session_->session(), self->id_, site::DiagnoseStream(error, asked));
-        self->close();
-        self->fail(problem);
+        if (const auto self = weak.lock())
+            self->afterEnd();
     });
+}
+
+// A camera ends a stream whose settings change: who looks goes on with the next. One that ends before its
+// first picture is a failure.
+void CPictureFeed::afterEnd() {
+    std::optional<site::SDiagnosis> problem;
+    {
+        const std::lock_guard<std::mutex> stream(stream_);
+        if (!controller_)
+            return;
+        if (!hasBrought_)
+            problem = whyEnded();
+        close();
+    }
+    if (problem)
+        fail(*problem);
+    else
+        settle();
+}
+
+// REQUIRES: stream_ held.
+site::SDiagnosis CPictureFeed::whyEnded() const {
+    const auto end = controller_->waitForEnd(std::chrono::milliseconds::zero());
+    const site::CError error =
+        end && end->cause == site::SStreamEnd::Cause::Failure
+            ? end->error
+            : site::CError(site::RtnCode::NotAccessible, site::Origin::Device, "the camera ended the stream");
+    const std::string asked = refhost::RtspRequest(*controller_, refhost::RtspPart::Pictures);
+    return DiagnoseLostStream(session_->session(), id_, site::DiagnoseStream(error, asked));
 }
 
 // REQUIRES: stream_ held.

@@ -6,6 +6,7 @@
 #include "site/streams/jpeg_pictures.h"
 #include "site/work_pool.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -70,6 +71,8 @@ private:
     site::CError play(const CKeptCamera::Session& session);
     void take(std::string jpeg);
     void streamEnded();
+    void afterEnd();
+    site::SDiagnosis whyEnded() const;
     void close();
     void settle();
     void fail(const site::SDiagnosis& problem);
@@ -82,6 +85,7 @@ private:
     CKeptCamera::Session session_;                  // goes after the stream
     std::unique_ptr<site::CJpegPictures> pictures_; // goes after the controller
     std::unique_ptr<site::IStreamController> controller_;
+    std::atomic<bool> hasBrought_{false}; // a picture of the present stream has come
 
     mutable std::mutex mutex_; // guards what follows; taken last
     State state_ = State::Idle;
