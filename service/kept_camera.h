@@ -102,10 +102,9 @@ private:
     CCameraHistory history_;
     std::mutex writing_;
 
-    std::mutex looking_;                            // held by a look; guards the next five; taken first
+    std::mutex looking_;                            // held by a look; guards the next four; taken first
     Entry watched_;                                 // what the watch refers to
     std::unique_ptr<site::CInputWatch> watch_;      // ends before the session
-    bool isWatchUnheard_ = false;                   // nothing has been heard for too long
     std::optional<site::SDiagnosis> refusal_;       // of the credentials, the latest
     std::chrono::steady_clock::time_point refused_; // when that was
 
