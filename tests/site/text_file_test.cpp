@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace corvane::site {
 namespace {
@@ -34,7 +35,9 @@ TEST(TextFile, IsNotWrittenInPlaceOfWhatIsNone) {
     const std::string precious = folder.file("precious", "precious");
     const std::string link = folder.file("link");
     std::filesystem::create_symlink(precious, link);
-    for (const std::string& file : {link, std::string("/dev/null")})
+    const std::string pipe = folder.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    for (const std::string& file : {link, pipe})
         EXPECT_EQ(FileErrorOf([&] { ReplaceFile(file, "new"); }),
                   file + ": cannot be written: something else than a file has the name");
     EXPECT_EQ(ReadTextFile(precious), "precious");

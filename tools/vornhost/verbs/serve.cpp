@@ -6,10 +6,10 @@
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 #include <unistd.h>
 
 namespace corvane::vornhost {
@@ -48,7 +48,7 @@ ExitStatus BecomeService(const SOptions& /*options*/, const service::SServeOptio
     arguments.push_back(nullptr);
     execv(program.c_str(), arguments.data());
     throw CFailure(ExitStatus::NotStarted,
-                   program + " cannot be started: " + std::strerror(errno) +
+                   program + " cannot be started: " + std::generic_category().message(errno) +
                        (errno == ENOENT ? "; it is in the package vornhost-service" : ""),
                    OwnCause::Limit);
 }
