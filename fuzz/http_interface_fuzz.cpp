@@ -26,7 +26,7 @@ public:
         : site_(site::SOptions(),
                 folder_.file("site.json", R"({"cameras":[{"name":"gate","address":"127.0.0.1:9"}]})"), hub_),
           files_(site::SharedPath("service"), true),
-          access_({tokens(), {"localhost"}, false}),
+          access_({tokens(), {"localhost"}, {}, false}),
           api_({site_, hub_, access_, files_, "yard", "1.0", folder_.file("state"), {}, nullptr, [this] {
                     site_.reload();
                 }}) {}
