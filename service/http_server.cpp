@@ -94,7 +94,8 @@ public:
     explicit CCall(MHD_Connection* connection) : connection_(connection) {}
 
     SHttpRequest request;
-    bool isDispatched = false; // belongs to the server's thread, as the next three do
+    bool isRead = false; // the header; belongs to the server's thread, as the next four do
+    bool isDispatched = false;
     bool isTooLarge = false;
     std::size_t received = 0;
     std::size_t kept = 0; // of the body, in memory
@@ -222,7 +223,7 @@ public:
 private:
     MHD_Result take(MHD_Connection* connection, const char* path, const char* method, const char* data,
                     std::size_t* size, const std::shared_ptr<CCall>& call) {
-        if (call->request.method.empty())
+        if (!std::exchange(call->isRead, true))
             return readHeaders(connection, path, method, *call);
         if (*size > 0)
             return readBody(data, size, *call);

@@ -47,6 +47,34 @@ TEST(HttpServer, WhoNeverReadsIsCutOffAndOthersMissNothing) {
     }));
 }
 
+TEST(HttpServer, BodiesAreBoundedTogether) {
+    SHttpLimits limits;
+    limits.allBodies = 100'000;
+    const CHttpServer server(
+        Anywhere, {},
+        [](const SHttpRequest& request, const CHttpServer::Answer& answer) {
+            answer(SHttpAnswer::of(200, "text/plain", std::to_string(request.body.size())));
+        },
+        limits);
+    const std::string address = server.addresses().front().text();
+    const std::string head =
+        "POST / HTTP/1.1\r\nHost: x\r\nConnection: close\r\nContent-Length: 80000\r\n\r\n";
+    const auto isServed = [&] {
+        CRawConnection client(address);
+        client.write(head + std::string(80'000, 'x'));
+        const std::string& answer = client.readToEnd();
+        return answer.size() > 5 && answer.compare(answer.size() - 5, 5, "80000") == 0;
+    };
+    EXPECT_TRUE(isServed());
+    // Of two that come together either may be the one that is cut off.
+    EXPECT_TRUE(WaitUntil([&] {
+        const CRawConnection slow(address);
+        slow.write(head + std::string(70'000, 'x'));
+        return !isServed();
+    }));
+    EXPECT_TRUE(WaitUntil(isServed));
+}
+
 TEST(HttpServer, EndsWhileRequestsWaitForTheirAnswers) {
     std::vector<CHttpServer::Answer> waiting;
     std::vector<CRawConnection> clients;
