@@ -4,7 +4,7 @@
 // script.
 
 #include "benchmarks/event_stream.h"
-#include "benchmarks/plain_client.h"
+#include "benchmarks/manual_benchmark.h"
 #include "benchmarks/process_use.h"
 #include "benchmarks/program_run.h"
 #include "benchmarks/stopwatch.h"
@@ -274,17 +274,10 @@ void RegisterService(CEnvironment& environment) {
     const auto addresses = std::make_shared<Addresses>();
     for (int i = 0; i < environment.choose(1000, 50); ++i)
         addresses->push_back(environment.cameras().takeFresh());
-    const auto add = [](const char* name, const std::function<void(State&)>& measure) {
-        benchmark::RegisterBenchmark(name,
-                                     [measure](State& state) {
-                                         for (auto _ : state)
-                                             measure(state);
-                                     })
-            ->UseManualTime()
-            ->Iterations(1);
-    };
-    add("service", [=, &environment](State& state) { MeasureService(state, environment, *addresses); });
-    add("service_events", [=, &environment](State& state) { MeasureEvents(state, environment, *addresses); });
+    RegisterManual("service",
+                   [=, &environment](State& state) { MeasureService(state, environment, *addresses); });
+    RegisterManual("service_events",
+                   [=, &environment](State& state) { MeasureEvents(state, environment, *addresses); });
 }
 
 } // namespace corvane::bench

@@ -4,6 +4,7 @@
 // inputs of all, beside as many of the plug-in's own event streams.
 
 #include "benchmarks/event_stream.h"
+#include "benchmarks/manual_benchmark.h"
 #include "benchmarks/plain_client.h"
 #include "benchmarks/process_use.h"
 #include "benchmarks/program_run.h"
@@ -238,24 +239,18 @@ void MeasureEvents(State& state, CEnvironment& environment, const CSite& site, i
 
 void RegisterSite(CEnvironment& environment) {
     const auto site = std::make_shared<CSite>(environment, environment.choose(1000, 50));
-    const auto add = [](const char* name, const std::function<void(State&)>& measure) {
-        benchmark::RegisterBenchmark(name,
-                                     [measure](State& state) {
-                                         for (auto _ : state)
-                                             measure(state);
-                                     })
-            ->UseManualTime()
-            ->Iterations(1);
-    };
-    add("site_check", [=, &environment](State& state) { MeasureCheck(state, environment, *site); });
-    add("site_sync", [=, &environment](State& state) {
+    RegisterManual("site_check",
+                   [=, &environment](State& state) { MeasureCheck(state, environment, *site); });
+    RegisterManual("site_sync", [=, &environment](State& state) {
         Measure(state, environment, *site, "sync", site->otherRate(), "changed");
         site->noteChange();
     });
-    add("site_dead", [=, &environment](State& state) { MeasureWithDead(state, environment, *site); });
-    add("site_events_1", [=, &environment](State& state) { MeasureEvents(state, environment, *site, 1); });
-    add("site_events_3",
-        [=, &environment](State& state) { MeasureEvents(state, environment, *site, MostInputs); });
+    RegisterManual("site_dead",
+                   [=, &environment](State& state) { MeasureWithDead(state, environment, *site); });
+    RegisterManual("site_events_1",
+                   [=, &environment](State& state) { MeasureEvents(state, environment, *site, 1); });
+    RegisterManual("site_events_3",
+                   [=, &environment](State& state) { MeasureEvents(state, environment, *site, MostInputs); });
 }
 
 } // namespace corvane::bench

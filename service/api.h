@@ -113,6 +113,9 @@ private:
     std::size_t allCalls_ = 0;
 };
 
+// Who of a token's holders asks: a tab of a browser names itself (X-Client).
+SHeadClient HeadClientOf(const SApiCall& call);
+
 // The camera's session. Throws CRefusal, with the camera's problem, while there is none.
 CKeptCamera::Session SessionOf(const CKeptCamera& camera);
 

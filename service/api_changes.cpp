@@ -120,10 +120,6 @@ site::SStreamWish StreamWish(const std::string& name, const ordered_json& record
     return wish;
 }
 
-SHeadClient HeadClientOf(const SApiCall& call) {
-    return {call.client.name + "\n" + call.request.header("x-client"), call.client.name};
-}
-
 // The camera object has operations of its own for the head, beside those of the controller.
 bool UsesHead(const std::string& operation) {
     const bool isOfHead =
@@ -169,6 +165,10 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
 }
 
 } // namespace
+
+SHeadClient HeadClientOf(const SApiCall& call) {
+    return {call.client.name + "\n" + call.request.header("x-client"), call.client.name};
+}
 
 CKeptCamera::Session SessionOf(const CKeptCamera& camera) {
     if (auto session = camera.session())

@@ -23,10 +23,6 @@ constexpr milliseconds FirstPicturePatience{5'000};
 constexpr milliseconds LongestPatience{5'000};
 constexpr int HighestRate = 60; // pictures a second
 
-SHeadClient HeadClientOf(const SApiCall& call) {
-    return {call.client.name + "\n" + call.request.header("x-client"), call.client.name};
-}
-
 int SpeedOf(const ordered_json& body, const char* name) {
     const auto found = body.find(name);
     if (found == body.end())

@@ -4,10 +4,10 @@
 #include "site/cameras/site_wish.h"
 #include "site/events/event_text.h"
 #include "site/session/identification.h"
+#include "site/spread.h"
 
 #include <algorithm>
 #include <iterator>
-#include <random>
 #include <utility>
 
 namespace corvane::service {
@@ -44,13 +44,6 @@ Problem Guarded(const std::function<Problem()>& work) {
     } catch (const std::exception& failure) { // short of memory, threads or descriptors
         return site::DiagnoseOwn({site::ExitStatus::NotStarted, failure.what(), site::OwnCause::Limit});
     }
-}
-
-// A quarter shorter or longer, so that many do not stay together.
-milliseconds Spread(milliseconds pause) {
-    thread_local std::minstd_rand random{std::random_device{}()};
-    return milliseconds(
-        std::uniform_int_distribution<std::int64_t>(pause.count() * 3 / 4, pause.count() * 5 / 4)(random));
 }
 
 // The session, and the entry that it refers to.
@@ -397,14 +390,14 @@ void CKeptCamera::tellHealth(const Problem& problem) {
 milliseconds CKeptCamera::pauseAfter(const Problem& problem) const {
     const SKeepingTimes& times = keeping_.times;
     if (IsOneOf(Refusing, problem))
-        return std::max(times.refused, Spread(times.refused));
+        return std::max(times.refused, site::Spread(times.refused));
     switch (HealthOf(problem)) {
     case Health::Down:
-        return Spread(times.down);
+        return site::Spread(times.down);
     case Health::Degraded:
-        return Spread(times.degraded);
+        return site::Spread(times.degraded);
     default:
-        return Spread(times.answering);
+        return site::Spread(times.answering);
     }
 }
 

@@ -3,10 +3,10 @@
 #include "site/base/standard_streams.h"
 #include "site/cameras/site_wish.h"
 #include "site/session/identification.h"
+#include "site/spread.h"
 #include "site/text_file.h"
 
 #include <algorithm>
-#include <random>
 #include <set>
 #include <thread>
 
@@ -18,9 +18,8 @@ using std::chrono::milliseconds;
 constexpr std::size_t Looks = 64; // at cameras, side by side
 constexpr std::size_t SuspectLooks = 64;
 constexpr std::size_t Calls = 64;
-constexpr milliseconds LongestToJumpBack{1'500}; // for a camera that takes a value and has another again
-constexpr std::chrono::seconds LongestStop{5};   // of heads that move when all ends
-constexpr milliseconds FirstDriftLook{2'000};    // when a camera has been there for so long
+constexpr std::chrono::seconds LongestStop{5}; // of heads that move when all ends
+constexpr milliseconds FirstDriftLook{2'000};  // when a camera has been there for so long
 constexpr milliseconds PauseAfterMiss{20'000};
 
 site::CAcceptedValues OpenAccepted(const std::string& file) {
@@ -46,12 +45,6 @@ SDrift DriftOf(const site::SCameraFinding& finding) {
     drift.differences = finding.differences;
     drift.ignored = finding.ignored;
     return drift;
-}
-
-milliseconds Spread(milliseconds period) {
-    thread_local std::minstd_rand random{std::random_device{}()};
-    return milliseconds(
-        std::uniform_int_distribution<std::int64_t>(period.count() * 3 / 4, period.count() * 5 / 4)(random));
 }
 
 } // namespace
@@ -238,7 +231,7 @@ SSiteLook CKeptSite::sync(const std::shared_ptr<CKeptCamera>& camera) {
     Settle(finding);
     keepAccepted();
     if (finding.state == site::CameraState::Changed) {
-        std::this_thread::sleep_for(LongestToJumpBack); // what is waited for tells nothing of itself
+        std::this_thread::sleep_for(site::LongestToJumpBack); // a jump back tells nothing of itself
         const SSiteLook last = check(camera);
         finding.problem = last.finding.problem;
         finding.differences = last.finding.differences;
@@ -279,7 +272,7 @@ void CKeptSite::lookForDrift(const std::weak_ptr<CKeptCamera>& camera) {
     const bool isDone = checkOnce(camera);
     if (camera.expired())
         return;
-    const milliseconds period = Spread(times_.drift);
+    const milliseconds period = site::Spread(times_.drift);
     const milliseconds next = isDone ? period : std::min(period, PauseAfterMiss);
     calls_.add([this, camera] { lookForDrift(camera); }, next);
 }

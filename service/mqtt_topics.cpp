@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 using refhost::JsonText;
 
 // Where home automation looks, unless somebody has told it otherwise.
-const std::string DiscoveryPrefix = "homeassistant/binary_sensor/"; // NOLINT(cert-err58-cpp)
+constexpr const char* DiscoveryPrefix = "homeassistant/binary_sensor/";
 constexpr const char* WildCards = "+#";
 
 bool IsControl(char character) {

@@ -1,22 +1,12 @@
 #include "site/cameras/watched_camera.h"
 
 #include "site/events/event_text.h"
+#include "site/spread.h"
 
 #include <algorithm>
-#include <random>
 #include <utility>
 
 namespace corvane::site {
-namespace {
-
-// So that many which were lost together do not come back together.
-std::chrono::milliseconds Spread(std::chrono::milliseconds pause) {
-    thread_local std::minstd_rand random{std::random_device{}()};
-    return std::chrono::milliseconds(
-        std::uniform_int_distribution<std::int64_t>(pause.count() * 3 / 4, pause.count() * 5 / 4)(random));
-}
-
-} // namespace
 
 CWatchedCamera::CWatchedCamera(const site::SSiteCamera& camera, MakeSession makeSession,
                                site::CWorkPool& pool, Tell tell, SWatchTimes times)

@@ -6,6 +6,7 @@
 #include "site/session/device_session.h"
 #include "site/site_file.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,9 @@ struct SAllowances {
     std::string today; // as in "2026-11-26"
     CAcceptedValues* accepted = nullptr;
 };
+
+// A camera that cannot keep a setting has its old one again by then.
+inline constexpr std::chrono::milliseconds LongestToJumpBack{1'500};
 
 // A camera held against a wish, and set as it is wanted. Belongs to one thread.
 class CWishWork {

@@ -14,8 +14,6 @@
 namespace corvane::vornhost {
 namespace {
 
-// A camera that cannot keep a setting has its old one again by then.
-constexpr std::chrono::milliseconds LongestToJumpBack{1'500};
 constexpr std::chrono::milliseconds LookForEnd{20};
 
 bool Differs(const SCameraFinding& finding) {
