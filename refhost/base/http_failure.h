@@ -17,9 +17,9 @@ enum class HttpFailure {
     TooLarge,     // header or body
     Packed,       // in a transfer coding that was not asked for
     BasicRefused, // it offers Basic alone, which is refused
-    OwnLimit,     // this process may open no further descriptor
     Status,       // any other status than 200
     Other,
+    OwnLimit, // this process may open no further descriptor
 };
 
 } // namespace corvane::refhost
