@@ -156,7 +156,7 @@ SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* d
     if (code == CURLE_COULDNT_CONNECT && IsOutOfDescriptors())
         return {HttpFailure::OwnLimit, OwnLimitText};
     const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
-    if ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset)
+    if (code == CURLE_SEND_ERROR || ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset))
         return {broken, CutText};
     const std::string own = *detail ? detail : curl_easy_strerror(code);
     for (const auto& row : Failures)

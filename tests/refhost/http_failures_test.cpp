@@ -3,12 +3,14 @@
 #include "refhost/http/connection_probe.h"
 #include "refhost/http/device_requests.h"
 #include "refhost/http/http_client.h"
+#include "refhost/http/http_reception.h"
 #include "tests/refhost/http_support.h"
 #include "tests/support/scripted_server.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <sys/resource.h>
@@ -217,6 +219,18 @@ TEST(HttpFailures, AFailedExchangeLeavesNothingBehindForTheNext) {
         EXPECT_THAT(Get(device.address(), response), IsSuccess());
         EXPECT_EQ(response, "whole");
     }
+}
+
+// Which of both fails, the sending or the receiving, is a matter of microseconds.
+TEST(HttpFailures, ASendingThatIsBrokenOffIsADroppedConnection) {
+    const std::unique_ptr<CURL, void (*)(CURL*)> curl(curl_easy_init(), curl_easy_cleanup);
+    refhost::CHttpRounds rounds;
+    const refhost::CHttpReception::IsEnough all;
+    const auto failure =
+        refhost::CHttpReception(rounds, all)
+            .failureOf(curl.get(), CURLE_SEND_ERROR, "Send failure: Connection reset by peer", 1s);
+    EXPECT_EQ(failure.kind, refhost::HttpFailure::Dropped);
+    EXPECT_EQ(failure.text, CutText);
 }
 
 #ifndef VORN_UNDER_ASAN // whose look at an object's type needs a descriptor
