@@ -185,6 +185,27 @@ TEST(Doctor, HoldsTheStreamsAgainstTheSettings) {
     }
 }
 
+// A camera that makes four streams, two of which are taken: those of the doctor must not crowd out each
+// other.
+TEST(Doctor, TakesTheStreamsOneByOneWhereOthersWatch) {
+    const CCamsim camsim({"--model", "D870", "--rtsp-port", "0"});
+    camsim.patch("/cameras/0/settings", {{"H264SIZE", "320"}});
+    const CTemporaryFolder folder;
+    std::vector<std::unique_ptr<CProgram>> watchers;
+    for (int i = 0; i < 2; ++i)
+        watchers.push_back(std::make_unique<CProgram>(
+            "vornhost",
+            std::vector<std::string>{"--rtsp-port", camsim.rtspPort(), "record", camsim.address(), "--stream",
+                                     "0,mjpeg,0", "--output", folder.file(std::to_string(i) + ".mkv")}));
+    ASSERT_TRUE(WaitUntil([&] { return camsim.get("/cameras/0").at("rtspClients") == 2; }));
+    const SVisit visit = Visit(camsim);
+    EXPECT_EQ(visit.verdict.at("verdict"), "ok") << json(visit.checks);
+    for (const auto& watcher : watchers)
+        watcher->signal(SIGTERM);
+    for (const auto& watcher : watchers)
+        EXPECT_EQ(watcher->wait().status, 0);
+}
+
 TEST(Doctor, HoldsTheCameraAgainstARecord) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--rtsp-port", "0"});

@@ -161,9 +161,11 @@ void CExamination::examineData() {
     std::vector<std::future<void>> running;
     const auto run = [&](auto work) { running.push_back(std::async(std::launch::async, work)); };
     for (const SStream& stream : all)
-        run([this, &stream] { check("stream:" + stream.text, {}, [&] { return playedStream(stream); }); });
+        run([this, &stream] {
+            check("stream:" + stream.text, {}, [&] { return taken([&] { return playedStream(stream); }); });
+        });
     if (audio)
-        run([this, &audio] { check("audio", {}, audio); });
+        run([this, &audio] { check("audio", {}, [&] { return taken(audio); }); });
     if (inputs > 0)
         run([this, inputs] {
             const Clock::time_point start = Clock::now();

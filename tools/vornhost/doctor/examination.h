@@ -7,10 +7,13 @@
 #include "tools/vornhost/doctor/stream_check.h"
 #include "tools/vornhost/names.h"
 
+#include <nlohmann/json.hpp>
+
 #include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <vector>
 
@@ -78,6 +81,7 @@ private:
     SFinding moveTest();
     SFinding drift();
     std::vector<SStream> streams();
+    SFinding taken(const Check& take);
     static SFinding playedStream(const SStream& stream);
     static SFinding offStream(const std::string& codec);
     Check audioCheck(const std::vector<SStream>& streams);
@@ -103,6 +107,8 @@ private:
     std::optional<refhost::SHttpReply> settingsReply_;
     std::optional<SDiagnosis> unusable_; // why the camera could not be initialised
     std::optional<SDiagnosis> unknownModel_;
+
+    std::shared_mutex streaming_; // shared by who takes a stream beside others; held by who takes it alone
 
     mutable std::mutex mutex_; // guards what follows
     std::vector<SFinding> findings_;

@@ -62,6 +62,19 @@ std::vector<CExamination::SStream> CExamination::streams() {
     return all;
 }
 
+// A camera makes so many streams at a time, and others watch it too: one that it refuses beside those that
+// are taken here is asked for once more when these have ended.
+SFinding CExamination::taken(const Check& take) {
+    {
+        const std::shared_lock<std::shared_mutex> beside(streaming_);
+        SFinding finding = take();
+        if (!finding.problem || finding.problem->cause != "stream-refused")
+            return finding;
+    }
+    const std::unique_lock<std::shared_mutex> alone(streaming_);
+    return take();
+}
+
 SFinding CExamination::playedStream(const SStream& stream) {
     return stream.isDelivered
                ? CheckStream(stream.source, stream.id.codec, stream.wish)
