@@ -1,9 +1,11 @@
-"""What stands behind the page: simulated cameras, and the service that keeps them."""
+"""Simulated cameras, and the service that keeps them, for checks that use both from outside."""
+import http.client
 import json
 import os
 import pathlib
 import re
 import select
+import signal
 import socket
 import subprocess
 import tempfile
@@ -33,10 +35,15 @@ def free_port():
 
 
 class Process:
-    def __init__(self, command, errors, **options):
-        self.errors = errors
-        with open(errors, 'w') as stderr:
-            self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=stderr, text=True, **options)
+    def __init__(self, command, errors):
+        self.command, self.errors = command, errors
+        self.start()
+
+    def start(self):
+        """Also once more, when it has ended."""
+        with open(self.errors, 'a') as stderr:
+            self.process = subprocess.Popen(self.command, stdout=subprocess.PIPE, stderr=stderr, text=True)
+        self.told = self.first_line()
 
     def first_line(self):
         if not select.select([self.process.stdout], [], [], LIMIT)[0]:
@@ -46,23 +53,31 @@ class Process:
             raise AssertionError(f'{self.process.args} ended: {self.errors.read_text()}')
         return json.loads(line)
 
-    def end(self):
-        self.process.terminate()
-        self.process.wait(LIMIT)
+    def is_running(self):
+        return self.process.poll() is None
+
+    def end(self, number=signal.SIGTERM):
+        """Its exit status; negative where the signal ended it."""
+        self.process.send_signal(number)
+        status = self.process.wait(LIMIT)
         self.process.stdout.close()
+        return status
 
 
 class Camsim(Process):
     """Simulated cameras, with the control interface that changes them."""
 
     def __init__(self, build, folder, *options):
-        super().__init__([build / 'bin/camsim', '--listen', f'127.0.0.1:0', *options], folder / 'camsim.errors')
-        told = self.first_line()
-        self.cameras, self.control = told['cameras'], told['control']
-        self.rtsp = told.get('rtsp', [])
+        where = () if '--listen' in options else ('--listen', '127.0.0.1:0')
+        super().__init__([build / 'bin/camsim', *where, *options], folder / 'camsim.errors')
+        self.rtsp = self.told.get('rtsp', [])
+
+    @property
+    def cameras(self):
+        return self.told['cameras']
 
     def ask(self, method, path, body=None):
-        request = urllib.request.Request(f'http://{self.control}{path}', method=method,
+        request = urllib.request.Request(f'http://{self.told["control"]}{path}', method=method,
                                          data=None if body is None else json.dumps(body).encode(),
                                          headers={'Content-Type': 'application/json'})
         try:
@@ -103,6 +118,7 @@ class Service(Process):
     def __init__(self, build, folder, site, *options):
         self.build, self.state = build, folder / 'state'
         self.file = folder / 'yard.json'
+        folder.mkdir(exist_ok=True)
         for name, password in (('yard', '12345'), ('wrong', '54321')):
             file = folder / f'{name}.password'
             file.write_text(password + '\n')
@@ -111,10 +127,10 @@ class Service(Process):
             'credentials': {'yard': {'user': 'admin', 'passwordFile': 'yard.password'},
                             'wrong': {'user': 'admin', 'passwordFile': 'wrong.password'}},
             'defaults': {'credentials': 'yard'}, **site}))
-        self.origin = f'http://127.0.0.1:{free_port()}'
+        self.address = f'127.0.0.1:{free_port()}'
+        self.origin = f'http://{self.address}'
         super().__init__([build / 'bin/vornhost', 'serve', self.file, '--state', self.state,
-                          '--listen', self.origin.removeprefix('http://'), *options], folder / 'serve.errors')
-        self.first_line()
+                          '--listen', self.address, *options], folder / 'serve.errors')
 
     @property
     def printed_address(self):
@@ -130,10 +146,34 @@ class Service(Process):
         subprocess.run([self.build / 'bin/vornhost', 'token', 'revoke', name, '--state', self.state], check=True,
                        capture_output=True)
 
-    def ask(self, path, token):
-        request = urllib.request.Request(f'{self.origin}/api/v1{path}', headers={'Authorization': f'Bearer {token}'})
-        with urllib.request.urlopen(request, timeout=LIMIT) as answer:
-            return answer.read().decode()
+    def ask(self, method, path, token, body=None):
+        """The status, and what came: of JSON what it says."""
+        connection = http.client.HTTPConnection(self.address, timeout=LIMIT)
+        try:
+            connection.request(method, f'/api/v1{path}', body=None if body is None else json.dumps(body),
+                               headers={'Authorization': f'Bearer {token}', 'Content-Type': 'application/json'})
+            reply = connection.getresponse()
+            text = reply.read()
+            return reply.status, json.loads(text) if reply.getheader('Content-Type', '').endswith('json') else text
+        finally:
+            connection.close()
+
+    def cameras(self, token):
+        """By name, as the list tells them."""
+        return {one['name']: one for one in self.ask('GET', '/cameras', token)[1]['cameras']}
+
+    def is_ready(self):
+        return self.ask('GET', '/readyz', '')[0] == 200
+
+    def metric(self, name, token):
+        """The value of a metric that has no labels."""
+        return float(re.search(rf'^{name} (\S+)', self.ask('GET', '/metrics', token)[1].decode(), re.MULTILINE)[1])
+
+    def open_stream(self, path, token, **headers):
+        """A connection and its answer, whose body has no end."""
+        connection = http.client.HTTPConnection(self.address, timeout=LIMIT)
+        connection.request('GET', f'/api/v1{path}', headers={'Authorization': f'Bearer {token}', **headers})
+        return connection, connection.getresponse()
 
     def session(self, token):
         """The cookie's value, as a browser gets it for a token."""
@@ -142,11 +182,20 @@ class Service(Process):
         with urllib.request.urlopen(request, timeout=LIMIT) as answer:
             return re.match('vornhost_session=([^;]+)', answer.headers['Set-Cookie'])[1]
 
-    def event_clients(self, token):
-        return int(re.search(r'^vornhost_event_clients (\d+)', self.ask('/metrics', token), re.MULTILINE)[1])
-
     def wished(self):
         return json.loads(self.file.read_text())
+
+
+def events_of(lines):
+    """Each server-sent event of a stream's lines: its kind, its id or None, and its data."""
+    event = {}
+    for line in lines:
+        name, _, value = line.decode().rstrip('\r\n').partition(': ')
+        if name:
+            event[name] = value
+        elif event:
+            yield event['event'], event.get('id'), json.loads(event['data'])
+            event = {}
 
 
 class World:
@@ -164,7 +213,7 @@ class World:
             raise
 
     def end(self):
-        for process in (self.service, self.camsim):
-            if process:
-                process.end()
+        """The exit status of each, by its program."""
+        statuses = {process.command[0].name: process.end() for process in (self.service, self.camsim) if process}
         self.folder.cleanup()
+        return statuses

@@ -189,14 +189,14 @@ class Tabs(PageCase):
     def test_two_tabs_have_one_connection_for_events(self):
         browser = self.open()
         browser.says('Live', '#connection')
-        wait_for('the events of one tab', lambda: self.service.event_clients(self.token) == 1)
+        wait_for('the events of one tab', lambda: self.service.metric('vornhost_event_clients', self.token) == 1)
         first = browser.driver.current_window_handle
         browser.driver.switch_to.new_window('tab')
         try:
             browser.go(self.service.origin + '/#/')
             browser.says('Live', '#connection')
             browser.find('.row-name', 'gate')
-            self.assertEqual(self.service.event_clients(self.token), 1)
+            self.assertEqual(self.service.metric('vornhost_event_clients', self.token), 1)
         finally:
             browser.driver.close()
             browser.driver.switch_to.window(first)
