@@ -115,7 +115,7 @@ void CApi::tellCamera(const SApiCall& call, const Answer& answer) {
 void CApi::tellRequests(const SApiCall& call, const Answer& answer) {
     std::uint64_t number = 0;
     std::string text = R"({"requests":[)";
-    for (const std::string& exchange : camera(call).camera->history().exchangesAfter(number)) {
+    for (const std::string& exchange : camera(call).camera->history()->exchangesAfter(number)) {
         if (text.back() != '[')
             text += ',';
         text += exchange;
@@ -124,7 +124,7 @@ void CApi::tellRequests(const SApiCall& call, const Answer& answer) {
 }
 
 void CApi::tellHistory(const SApiCall& call, const Answer& answer) {
-    answer(JsonAnswer(camera(call).camera->history().lastHour(std::chrono::system_clock::now())));
+    answer(JsonAnswer(camera(call).camera->history()->lastHour(std::chrono::system_clock::now())));
 }
 
 void CApi::check(const SApiCall& call, const Answer& answer) {

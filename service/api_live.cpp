@@ -84,7 +84,9 @@ void CApi::move(const SApiCall& call, const Answer& answer) {
         if (name != "pan" && name != "tilt" && name != "zoom")
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected {\"pan\":50,\"tilt\":0,\"zoom\":0}");
     const SKeptOne one = camera(call);
-    (void)SessionOf(*one.camera);
+    const site::SModelInfo* const model = SessionOf(*one.camera)->session().model();
+    if (!model || !model->ptz)
+        throw CRefusal(MHD_HTTP_UNPROCESSABLE_CONTENT, "the camera has no head");
     const SMovement movement{SpeedOf(body, "pan"), SpeedOf(body, "tilt"), SpeedOf(body, "zoom")};
     std::string holder;
     const auto until = one.head->move(HeadClientOf(call), movement, holder);
@@ -116,7 +118,7 @@ void CApi::tellEvents(const SApiCall& call, const Answer& answer) {
         if (!one)
             throw CRefusal(MHD_HTTP_NOT_FOUND, "the site has no camera of the name in \"exchanges\"");
         wishes.exchangesOf = *name;
-        wishes.exchanges = std::shared_ptr<CCameraHistory>(one->camera, &one->camera->history());
+        wishes.exchanges = one->camera->history();
     }
     const auto isMeant = [this, only = wishes.only](const std::string& name) {
         const auto one = only.empty() ? std::nullopt : parts_.site.find(name);

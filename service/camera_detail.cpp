@@ -56,15 +56,27 @@ ordered_json AdjustmentsJson(const site::SSiteCamera& entry, const CKeptCamera::
     return all;
 }
 
+// 0 where there is none.
+int NumberAt(const std::string& text, std::size_t place) {
+    int number = 0;
+    (void)std::from_chars(text.data() + place, text.data() + text.size(), number);
+    return number;
+}
+
 // Null for a camera without a head, or whose head does not tell.
 ordered_json PositionJson(const CKeptCamera::Session& session) {
-    const char* const names[] = {"pan", "tilt", "zoom"};
     const auto answer = Asking(session)("controller.getPTZPos", {});
-    if (!answer || (answer->error && *answer->error) || answer->values.size() < std::size(names))
+    if (!answer || (answer->error && *answer->error) || answer->values.empty())
         return nullptr;
+    const std::string& told = answer->values.front(); // pan=5013&tilt=5000&zoom=0&iris=0&focus=0
     ordered_json position;
-    for (std::size_t i = 0; i < std::size(names); ++i)
-        position[names[i]] = answer->values[i];
+    for (const char* const axis : {"pan", "tilt", "zoom"}) {
+        const std::string key = std::string(axis) + "=";
+        const std::size_t found = told.find(key);
+        if (found == std::string::npos)
+            return nullptr;
+        position[axis] = NumberAt(told, found + key.size());
+    }
     return position;
 }
 
@@ -73,9 +85,7 @@ ordered_json PtzJson(const CKeptCamera::Session& session) {
     const site::SModelInfo* const model = session->session().model();
     const bool moves = model && model->ptz;
     const auto patterns = moves ? Asking(session)("getPtzPatternCount", {"0"}) : std::nullopt;
-    const std::string digits = patterns && !patterns->values.empty() ? patterns->values.front() : "";
-    int count = 0;
-    (void)std::from_chars(digits.data(), digits.data() + digits.size(), count);
+    const int count = patterns && !patterns->values.empty() ? NumberAt(patterns->values.front(), 0) : 0;
     return {{"moves", moves}, {"presets", moves ? Presets : 0}, {"patterns", count}};
 }
 

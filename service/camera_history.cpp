@@ -48,7 +48,7 @@ ordered_json ExchangeJson(const site::SWatchedExchange& exchange) {
 CCameraHistory::SMinute& CCameraHistory::minuteOf(Time time) {
     const std::int64_t minute = MinuteOf(time);
     if (minutes_.empty() || minutes_.back().minute < minute)
-        minutes_.push_back({minute, {}, 0, 0});
+        minutes_.push_back({minute, {}, 0, 0, {}, {}});
     while (minutes_.front().minute <= minute - Hour)
         minutes_.pop_front();
     return minutes_.back();
@@ -85,7 +85,10 @@ void CCameraHistory::noteState(Health health, const std::optional<site::SDiagnos
 
 void CCameraHistory::notePicture(Time time) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    ++minuteOf(time).pictures;
+    SMinute& minute = minuteOf(time);
+    if (minute.pictures++ == 0)
+        minute.firstPicture = time;
+    minute.lastPicture = time;
 }
 
 std::vector<std::string> CCameraHistory::exchangesAfter(std::uint64_t& number) const {
@@ -123,9 +126,12 @@ ordered_json CCameraHistory::lastHour(Time now) const {
                  {"longest", sorted.empty() ? 0 : site::ThreeDecimals(sorted.back())},
                  {"count", sorted.size()},
                  {"lost", minute.lost}});
-        if (minute.pictures > 0)
-            frames.push_back({{"time", site::UtcTimeText(begin)},
-                              {"rate", site::ThreeDecimals(static_cast<double>(minute.pictures) / 60)}});
+        // Nobody may have looked for all of the minute.
+        const std::chrono::duration<double> looked = minute.lastPicture - minute.firstPicture;
+        if (looked.count() > 0)
+            frames.push_back(
+                {{"time", site::UtcTimeText(begin)},
+                 {"rate", site::ThreeDecimals(static_cast<double>(minute.pictures - 1) / looked.count())}});
     }
     return {{"from", site::UtcTimeText(from)},
             {"answers", answers},

@@ -49,6 +49,8 @@ private:
         std::vector<float> milliseconds;
         std::size_t lost = 0;
         std::size_t pictures = 0;
+        Time firstPicture;
+        Time lastPicture;
     };
     struct SChange {
         Time time;

@@ -54,8 +54,12 @@ struct SOpened {
 
 } // namespace
 
-CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping)
-    : name_(entry->name), open_(std::move(open)), keeping_(keeping), entry_(std::move(entry)) {
+CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping, History history)
+    : name_(entry->name),
+      open_(std::move(open)),
+      keeping_(keeping),
+      history_(std::move(history)),
+      entry_(std::move(entry)) {
     status_.name = entry_->name;
     status_.address = entry_->address;
     status_.model = entry_->model;
@@ -317,8 +321,8 @@ void CKeptCamera::letGo() {
 }
 
 void CKeptCamera::noteExchange(const site::SWatchedExchange& exchange) {
-    history_.note(exchange);
-    if (history_.isFollowed())
+    history_->note(exchange);
+    if (history_->isFollowed())
         keeping_.observer.exchangeNoted();
     keeping_.answerTimes.note(exchange.path.substr(0, exchange.path.find('?')), exchange.milliseconds / 1000);
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -353,7 +357,7 @@ void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
         level = *known;
         status = status_;
     }
-    history_.noteInput(input, *level.isActive, now);
+    history_->noteInput(input, *level.isActive, now);
     site::ordered_json line{{"name", name_}};
     line.update(site::EventJson(event, now, input));
     keeping_.observer.inputChanged(status, level, line);
@@ -383,7 +387,7 @@ void CKeptCamera::tellHealth(const Problem& problem) {
         status_.since = now;
         status = status_;
     }
-    history_.noteState(health, problem, now);
+    history_->noteState(health, problem, now);
     keeping_.observer.cameraChanged(status, site::CameraEventJson(name_, NameOf(health), problem, now));
 }
 

@@ -46,8 +46,10 @@ public:
     // Makes a session of the entry, without traffic. Throws site::CFailure.
     using Open = std::function<std::unique_ptr<site::CSiteCamera>()>;
 
-    // Nothing is asked before start().
-    CKeptCamera(Entry entry, Open open, SKeeping& keeping);
+    using History = std::shared_ptr<CCameraHistory>;
+
+    // Nothing is asked before start(). `history`: of the name, before this entry too.
+    CKeptCamera(Entry entry, Open open, SKeeping& keeping, History history);
     CKeptCamera(const CKeptCamera&) = delete;
     CKeptCamera& operator=(const CKeptCamera&) = delete;
 
@@ -63,8 +65,7 @@ public:
     SCameraStatus status() const;
     // What is told to who wants something of it while there is no session.
     site::SDiagnosis whyUnanswered() const;
-    const CCameraHistory& history() const { return history_; }
-    CCameraHistory& history() { return history_; }
+    const History& history() const { return history_; }
 
     // The camera's session while it answers; null else.
     Session session() const;
@@ -99,7 +100,7 @@ private:
     const std::string name_;
     const Open open_;
     SKeeping& keeping_;
-    CCameraHistory history_;
+    const History history_;
     std::mutex writing_;
 
     std::mutex looking_;                            // held by a look; guards the next four; taken first

@@ -69,10 +69,10 @@ CKeptSite::~CKeptSite() {
 }
 
 SKeptOne CKeptSite::make(const std::shared_ptr<const site::CSiteSessions>& sessions,
-                         const site::SSiteCamera& camera) {
+                         const site::SSiteCamera& camera, CKeptCamera::History history) {
     const CKeptCamera::Entry entry(sessions, &camera);
     auto kept = std::make_shared<CKeptCamera>(
-        entry, [sessions, entry] { return sessions->open(*entry); }, keeping_);
+        entry, [sessions, entry] { return sessions->open(*entry); }, keeping_, std::move(history));
     return {kept, std::make_shared<CCameraHead>(kept, clock_)};
 }
 
@@ -86,7 +86,10 @@ void CKeptSite::take(const std::shared_ptr<const site::CSiteSessions>& sessions)
         const bool isSame = known != cameras_.end() && sessions->reachesAlike(*sessions_, camera.name);
         if (isSame && known->second.camera->setEntry(CKeptCamera::Entry(sessions, &camera)))
             calls_.add([this, weak = std::weak_ptr<CKeptCamera>(known->second.camera)] { checkOnce(weak); });
-        cameras.emplace(camera.name, isSame ? known->second : make(sessions, camera));
+        // Of the name, since who follows it asks for no more than that.
+        const CKeptCamera::History history =
+            known != cameras_.end() ? known->second.camera->history() : std::make_shared<CCameraHistory>();
+        cameras.emplace(camera.name, isSame ? known->second : make(sessions, camera, history));
         order_.push_back(camera.name);
     }
     cameras_.swap(cameras);

@@ -79,8 +79,8 @@ public:
 
 private:
     void take(const std::shared_ptr<const site::CSiteSessions>& sessions);
-    SKeptOne make(const std::shared_ptr<const site::CSiteSessions>& sessions,
-                  const site::SSiteCamera& camera);
+    SKeptOne make(const std::shared_ptr<const site::CSiteSessions>& sessions, const site::SSiteCamera& camera,
+                  CKeptCamera::History history);
     bool checkOnce(const std::weak_ptr<CKeptCamera>& camera);
     void letGo(const SKeptOne& one);
     void lookForDrift(const std::weak_ptr<CKeptCamera>& camera);

@@ -93,7 +93,7 @@ void CPictureFeed::take(std::string jpeg) {
             one = next;
         }
     }
-    camera_->history().notePicture(now);
+    camera_->history()->notePicture(now);
     for (const SWait& one : served)
         one.done({picture, std::nullopt});
 }

@@ -117,11 +117,3 @@ export function vectorOfKeys(keys, speed) {
   const [pan, tilt, zoom] = sum.map(part => Math.sign(part) * speed || 0);
   return {pan, tilt, zoom};
 }
-
-// A camera may tell an axis as the whole of its own answer: pan=5013&tilt=5000&zoom=0.
-export function placeOfHead(position) {
-  if (!position)
-    return null;
-  return Object.fromEntries(['pan', 'tilt', 'zoom'].map(
-    axis => [axis, new URLSearchParams(position[axis]).get(axis) ?? position[axis]]));
-}

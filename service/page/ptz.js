@@ -3,7 +3,7 @@
 import {ApiError, cameraPath, errorOf, send} from './api.js';
 import {h, setText, svg} from './dom.js';
 import {errorText} from './notices.js';
-import {isMoveKey, placeOfHead, PtzDrive, vectorOfDrag, vectorOfKeys} from './ptz-drive.js';
+import {isMoveKey, PtzDrive, vectorOfDrag, vectorOfKeys} from './ptz-drive.js';
 import {PtzPlaces} from './ptz-places.js';
 import {texts} from './texts.js';
 
@@ -256,7 +256,7 @@ export class Ptz {
   }
 
   renew(camera) {
-    const place = placeOfHead(camera.position);
+    const place = camera.position;
     setText(this.position, place ? texts.ptz.position(place.pan, place.tilt, place.zoom) : '');
   }
 

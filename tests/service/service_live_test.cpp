@@ -110,6 +110,10 @@ TEST(ServiceMove, EndsByItselfASecondAfterTheLastRenewal) {
     const CServedSite site(Tireless);
     site.awaitState("c0", "up");
     const CHttpClient client = site.client(site.operate);
+    const auto tilt = [&] {
+        return client.get("/api/v1/cameras/c0").object().at("position").at("tilt").get<int>();
+    };
+    const int before = tilt();
     std::int64_t renewed = 0;
     std::int64_t first = 0;
     while (renewed - first < 2'000) { // longer than a move lasts
@@ -127,6 +131,7 @@ TEST(ServiceMove, EndsByItselfASecondAfterTheLastRenewal) {
     const auto moves = MovesOf(site);
     const json& stop = moves.back();
     EXPECT_GE(stop.at("time").get<std::int64_t>() - renewed, 900) << stop;
+    EXPECT_NE(tilt(), before);
     for (std::size_t i = 0; i + 1 < moves.size(); ++i)
         EXPECT_NE(moves[i].at("path"), stop.at("path"));
 }

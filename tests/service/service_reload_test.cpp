@@ -41,6 +41,28 @@ TEST(ServiceReload, CamerasThatAreAsTheyWereKeepWhatTheyHave) {
     EXPECT_EQ(site.camsim.get("/cameras/0").at("monitors"), 1);
 }
 
+// A camera that is reached in another way now is a new one to the plug-in, and the same to who follows it.
+TEST(ServiceReload, ACameraThatIsReachedOtherwiseKeepsItsHistory) {
+    CServedSite site({"--no-rtsp"});
+    site.awaitState("c0", "up");
+    CEventClient events(site.client(site.view), "?exchanges=c0");
+    events.next("exchange", {{"path", "/cgi-bin/get_capability"}}); // of the first session
+    site.file["cameras"][0]["inputs"] = {0};
+    site.write();
+    site.reload();
+    events.next("site");
+    events.next("exchange", {{"path", "/cgi-bin/get_capability"}});
+    std::vector<std::string> states;
+    EXPECT_TRUE(WaitUntil([&] {
+        states.clear();
+        const json history = site.client(site.view).get("/api/v1/cameras/c0/history").object();
+        for (const json& one : history.at("states"))
+            states.push_back(one.at("state"));
+        return states.size() > 1;
+    }));
+    EXPECT_EQ(states, (std::vector<std::string>{"up", "up"}));
+}
+
 TEST(ServiceReload, ARefusedOrVanishedFileLeavesTheOldSite) {
     CServedSite site({"--count", "2", "--no-rtsp"});
     site.awaitState("c0", "up");
