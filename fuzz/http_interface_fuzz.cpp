@@ -5,9 +5,9 @@
 // token of the role. The site has one camera, "gate", which nobody has asked yet.
 
 #include "fuzz/harness.h"
+#include "fuzz/unasked_site.h"
 #include "service/api.h"
 #include "site/session/loaded_plugin.h"
-#include "tests/support/temporary_folder.h"
 
 #include <future>
 
@@ -23,13 +23,18 @@ constexpr const char* Roles[] = {"view", "operate", "admin"};
 class CServed {
 public:
     CServed()
-        : site_(site::SOptions(),
-                folder_.file("site.json", R"({"cameras":[{"name":"gate","address":"127.0.0.1:9"}]})"), hub_),
-          files_(site::SharedPath("service"), true),
+        : files_(site::SharedPath("service"), true),
           access_({tokens(), {"localhost"}, {}, false}),
-          api_({site_, hub_, access_, files_, "yard", "1.0", folder_.file("state"), {}, nullptr, [this] {
-                    site_.reload();
-                }}) {}
+          api_({unasked_.site,
+                unasked_.hub,
+                access_,
+                files_,
+                "yard",
+                "1.0",
+                unasked_.folder.file("state"),
+                {},
+                nullptr,
+                [this] { unasked_.site.reload(); }}) {}
 
     SHttpAnswer answer(SHttpRequest request) {
         const auto first = std::make_shared<std::promise<SHttpAnswer>>();
@@ -50,16 +55,14 @@ public:
 
 private:
     std::string tokens() {
-        const std::string file = folder_.file("tokens.json");
+        const std::string file = unasked_.folder.file("tokens.json");
         for (const char* role : Roles)
             tokens_[role] = service::AddToken(file, role, *service::FindRole(role));
         return file;
     }
 
-    const test_support::CTemporaryFolder folder_;
+    fuzz::CUnaskedSite unasked_;
     std::map<std::string, std::string> tokens_;
-    service::CEventHub hub_;
-    service::CKeptSite site_;
     const service::CPageFiles files_;
     service::CAccess access_;
     service::CApi api_;

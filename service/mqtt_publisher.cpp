@@ -9,7 +9,7 @@
 #include "site/base/utc_time.h"
 #include "site/session/credentials.h"
 
-#include <mosquitto.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <condition_variable>
@@ -185,11 +185,7 @@ private:
     }
 
     void answer(const std::string& topic, const std::string& correlation, const std::string& text) {
-        // The broker lets this service write where the caller may not: what the service itself tells there
-        // must not be forged.
-        const bool isOwn = topic.compare(0, topics_.base().size(), topics_.base()) == 0;
-        if (topic.empty() || topic.front() == '$' || isOwn ||
-            ::mosquitto_pub_topic_check(topic.c_str()) != MOSQ_ERR_SUCCESS)
+        if (!topics_.isForAnswers(topic))
             return;
         const std::lock_guard<std::mutex> lock(mutex_);
         outbox_.add({topic, text, false, correlation});

@@ -3,6 +3,7 @@
 #include "refhost/base/printable_text.h"
 #include "site/base/exit_status.h"
 
+#include <mosquitto.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -77,6 +78,12 @@ std::optional<std::string> CMqttTopics::cameraOfCall(const std::string& topic) c
     if (!isCall)
         return std::nullopt;
     return topic.substr(base_.size(), topic.size() - base_.size() - end.size());
+}
+
+bool CMqttTopics::isForAnswers(const std::string& topic) const {
+    const bool isOwn = topic.compare(0, base_.size(), base_) == 0;
+    return !topic.empty() && topic.front() != '$' && !isOwn &&
+           ::mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS;
 }
 
 std::string CMqttTopics::discoveryOfConnection(const std::string& camera) const {

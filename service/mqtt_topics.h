@@ -15,8 +15,6 @@ public:
     // topic can have; a name of which nothing is left is refused.
     CMqttTopics(const std::string& prefix, const std::string& service);
 
-    // "PREFIX/SERVICE/"
-    const std::string& base() const { return base_; }
     std::string service() const { return base_ + "state"; }
     std::string availability(const std::string& camera) const { return base_ + camera + "/availability"; }
     std::string state(const std::string& camera) const { return base_ + camera + "/state"; }
@@ -30,6 +28,9 @@ public:
     std::string callFilter() const { return base_ + "+/call"; }
     // The camera that a call is for; nothing where the topic is no call's.
     std::optional<std::string> cameraOfCall(const std::string& topic) const;
+    // Whether a call may be answered there. The broker lets this service write where the caller may not: what
+    // the service itself tells there must not be forged.
+    bool isForAnswers(const std::string& topic) const;
 
     // What home automation learns of a camera: for each topic the message that describes one sensor.
     struct SDiscovery {
@@ -44,7 +45,7 @@ public:
 private:
     std::string nodeOf(const std::string& camera) const;
 
-    std::string base_;
+    std::string base_; // "PREFIX/SERVICE/"
     std::string node_; // of home automation: the service, in letters that it takes
 };
 

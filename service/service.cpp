@@ -1,16 +1,15 @@
 #include "service/service.h"
 
-#include "refhost/base/log.h"
 #include "service/access.h"
 #include "service/api.h"
 #include "service/event_hub.h"
 #include "service/http_server.h"
 #include "service/kept_site.h"
+#include "service/mqtt_call.h"
 #include "service/mqtt_publisher.h"
 #include "service/notifier.h"
 #include "service/observers.h"
 #include "service/page_files.h"
-#include "service/problem_answer.h"
 #include "service/state_directory.h"
 #include "site/base/json_line.h"
 #include "site/base/standard_streams.h"
@@ -232,29 +231,11 @@ private:
         SMqttCallbacks callbacks;
         callbacks.tell = [](const std::string& text) { Tell(text); };
         callbacks.call = [this](const std::string& camera, const std::string& payload,
-                                const SMqttCallbacks::Answer& answer) { call(camera, payload, answer); };
+                                const SMqttCallbacks::Answer& answer) {
+            site_->calls().add(
+                [this, camera, payload, answer] { answer(AnswerMqttCall(*site_, camera, payload)); });
+        };
         mqtt_ = std::make_unique<CMqttPublisher>(std::move(options), std::move(callbacks));
-    }
-
-    // Who may publish there may operate: that is the broker's to say.
-    void call(const std::string& camera, const std::string& payload, const SMqttCallbacks::Answer& answer) {
-        site_->calls().add([this, camera, payload, answer] {
-            SHttpAnswer told;
-            try {
-                const auto one = site_->find(camera);
-                if (!one)
-                    throw CRefusal(404, "the site has no such camera");
-                const auto body = ordered_json::parse(payload, nullptr, false);
-                if (!body.is_object())
-                    throw CRefusal(400, "expected a JSON object");
-                told = AnswerCall(*one, body, Role::Operate, {"mqtt", "MQTT"});
-            } catch (const CRefusal& refusal) {
-                told = refusal.answer();
-            } catch (const std::exception& failure) {
-                told = ProblemAnswer(500, refhost::MaskSecrets(failure.what()));
-            }
-            answer(*told.body);
-        });
     }
 
     SApiParts parts(const site::SOptions& options) {

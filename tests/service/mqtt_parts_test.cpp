@@ -56,6 +56,15 @@ TEST(MqttTopics, TellWhichCameraACallIsFor) {
         EXPECT_FALSE(topics.cameraOfCall(other)) << other;
 }
 
+TEST(MqttTopics, ACallIsAnsweredNowhereElseThanAtAClients) {
+    const CMqttTopics topics("vornhost", "yard");
+    EXPECT_TRUE(topics.isForAnswers("answers/panel"));
+    EXPECT_TRUE(topics.isForAnswers("vornhost/yards/panel"));
+    for (const char* other :
+         {"", "$SYS/broker", "answers/+", "answers/#", "vornhost/yard/state", "vornhost/yard/gate/call"})
+        EXPECT_FALSE(topics.isForAnswers(other)) << other;
+}
+
 // Home automation takes letters, digits, "_" and "-", and cameras may have a dot.
 TEST(MqttTopics, DescribeEachSensorUnderANameOfItsOwn) {
     const CMqttTopics topics("vornhost", "the yard");

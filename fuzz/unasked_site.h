@@ -1,0 +1,20 @@
+#pragma once
+
+#include "service/event_hub.h"
+#include "service/kept_site.h"
+#include "tests/support/temporary_folder.h"
+
+#include <string>
+
+namespace corvane::fuzz {
+
+// A kept site of one camera, "gate", that nobody asks: it has not been started.
+struct CUnaskedSite {
+    static constexpr const char* File = R"({"cameras":[{"name":"gate","address":"127.0.0.1:9"}]})";
+
+    const test_support::CTemporaryFolder folder;
+    service::CEventHub hub;
+    service::CKeptSite site{site::SOptions(), folder.file("site.json", File), hub};
+};
+
+} // namespace corvane::fuzz
