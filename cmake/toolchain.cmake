@@ -18,6 +18,7 @@ set(VORN_COMMON_HEADERS
   <algorithm> <chrono> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <thread> <vector>
   <boost/enable_shared_from_this.hpp> <boost/format.hpp> <boost/function.hpp> <boost/make_shared.hpp>
   <boost/thread/condition_variable.hpp> <boost/thread/thread.hpp> <gst/gst.h>)
+set(VORN_JSON_HEADER ${PROJECT_SOURCE_DIR}/refhost/text/json_once.h) # needs vorn_text
 
 # Line numbers are enough for a backtrace, and full debug information costs a third of the build.
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -DNDEBUG")
@@ -25,7 +26,7 @@ set(CMAKE_CXX_FLAGS_DEBUG "-g1")
 
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused
-  -Wformat=2 -Wimplicit-fallthrough)
+  -Wformat=2 -Wimplicit-fallthrough -Wzero-as-null-pointer-constant)
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_options(-Wduplicated-cond -Wlogical-op)
 endif()

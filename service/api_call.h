@@ -3,7 +3,7 @@
 #include "service/access.h"
 #include "service/http_server.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 

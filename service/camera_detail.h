@@ -2,7 +2,7 @@
 
 #include "service/kept_camera.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace corvane::service {
 

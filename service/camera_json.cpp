@@ -3,6 +3,8 @@
 #include "site/base/utc_time.h"
 #include "site/cameras/site_camera.h"
 
+#include <nlohmann/json.hpp>
+
 namespace corvane::service {
 
 using nlohmann::ordered_json;

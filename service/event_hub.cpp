@@ -3,6 +3,8 @@
 #include "refhost/base/printable_text.h"
 #include "service/camera_json.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <chrono>
 #include <iterator>

@@ -2,7 +2,7 @@
 
 #include "service/camera_status.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 

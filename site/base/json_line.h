@@ -2,7 +2,7 @@
 
 #include "refhost/base/printable_text.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cmath>
 #include <string>

@@ -13,7 +13,7 @@
 #include "operations/operations.h"
 #include "refhost/base/log.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 #include <vector>

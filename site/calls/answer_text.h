@@ -4,6 +4,8 @@
 #include "site/base/names.h"
 #include "site/calls/call.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 
 namespace corvane::site {

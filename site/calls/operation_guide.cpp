@@ -1,5 +1,7 @@
 #include "site/calls/operation_guide.h"
 
+#include <nlohmann/json.hpp>
+
 #include <fnmatch.h>
 
 namespace corvane::site {

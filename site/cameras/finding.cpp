@@ -1,5 +1,7 @@
 #include "site/cameras/finding.h"
 
+#include <nlohmann/json.hpp>
+
 namespace corvane::site {
 
 const char* NameOf(CameraState state) {

@@ -4,6 +4,8 @@
 #include "site/diagnosis/diagnosis.h"
 #include "site/site_file.h"
 
+#include <nlohmann/json.hpp>
+
 #include <optional>
 #include <string>
 #include <vector>

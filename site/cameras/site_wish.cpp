@@ -10,6 +10,8 @@
 #include "site/session/loaded_plugin.h"
 #include "site/text_file.h"
 
+#include <nlohmann/json.hpp>
+
 #include <sys/stat.h>
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 #include "site/events/event_text.h"
 #include "site/spread.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <utility>
 

@@ -3,6 +3,8 @@
 #include "site/calls/call.h"
 #include "site/cameras/site_wish.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <utility>
 

@@ -4,6 +4,8 @@
 #include "site/base/terminal_text.h"
 #include "site/diagnosis/evidence.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <iterator>
 

@@ -3,6 +3,8 @@
 #include "site/base/terminal_text.h"
 #include "site/base/utc_time.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <ctime>
 #include <utility>

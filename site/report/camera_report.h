@@ -3,6 +3,8 @@
 #include "site/diagnosis/diagnosis.h"
 #include "site/session/device_session.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,5 +1,7 @@
 #include "site/report/measured.h"
 
+#include <nlohmann/json.hpp>
+
 namespace corvane::site {
 
 ordered_json Measured(ordered_json value) {

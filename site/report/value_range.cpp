@@ -2,6 +2,8 @@
 
 #include "site/base/terminal_text.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>

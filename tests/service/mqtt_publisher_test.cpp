@@ -5,6 +5,7 @@
 #include "tests/support/loopback.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <atomic>
 #include <fstream>

@@ -5,6 +5,8 @@
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/names.h"
 
+#include <nlohmann/json.hpp>
+
 #include <utility>
 
 namespace corvane::vornhost {

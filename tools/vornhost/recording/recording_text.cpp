@@ -4,6 +4,8 @@
 #include "site/base/terminal_text.h"
 #include "tools/vornhost/names.h"
 
+#include <nlohmann/json.hpp>
+
 namespace corvane::vornhost {
 namespace {
 

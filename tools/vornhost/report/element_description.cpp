@@ -2,6 +2,8 @@
 
 #include "host/gst_context.h"
 
+#include <nlohmann/json.hpp>
+
 #include <gst/gst.h>
 
 #include <algorithm>

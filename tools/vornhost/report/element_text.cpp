@@ -4,6 +4,8 @@
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/report/element_description.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <utility>
 #include <vector>

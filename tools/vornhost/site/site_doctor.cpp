@@ -2,6 +2,8 @@
 
 #include "site/base/child_process.h"
 
+#include <nlohmann/json.hpp>
+
 namespace corvane::vornhost {
 namespace {
 

@@ -8,6 +8,8 @@
 #include "site/selection.h"
 #include "tools/vornhost/names.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <utility>
 

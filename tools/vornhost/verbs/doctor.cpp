@@ -13,6 +13,8 @@
 #include "tools/vornhost/session/versions.h"
 #include "tools/vornhost/verbs/verb.h"
 
+#include <nlohmann/json.hpp>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>

@@ -11,6 +11,8 @@
 #include "tools/vornhost/session/identification_workers.h"
 #include "tools/vornhost/verbs/verb.h"
 
+#include <nlohmann/json.hpp>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>

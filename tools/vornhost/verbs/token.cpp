@@ -8,6 +8,8 @@
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/verb.h"
 
+#include <nlohmann/json.hpp>
+
 #include <CLI/CLI.hpp>
 
 namespace corvane::vornhost {
