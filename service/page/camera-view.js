@@ -235,7 +235,7 @@ export class CameraView {
       const known = await operations().catch(() => []);
       if (this.isClosed)
         return;
-      this.ptz = new Ptz(this.name, ptz, known);
+      this.ptz = new Ptz(this.name, ptz, known, () => this.load());
       this.headPlace.append(this.ptz.element);
     }
     this.ptz?.renew(this.camera);

@@ -120,7 +120,7 @@ export class Doctor {
   }
 
   verdictOf({verdict, cause, checks, faults, warnings, ms}) {
-    const rooted = this.checks.find(({problem}) => problem?.cause === cause);
+    const rooted = cause && this.checks.find(({problem}) => problem?.cause === cause);
     return h('div', {class: 'verdict', data: {kind: verdict}}, shape(verdict),
       h('div', {}, h('h3', {}, rooted ? causeText(rooted.problem) : texts.doctor.verdicts[verdict]),
         rooted && h('p', {}, texts.doctor.verdicts[verdict]),

@@ -22,7 +22,7 @@ export class ExchangeList {
     this.clearedAt = '';
   }
 
-  // The whole list as the service keeps it; what came as an event meanwhile is in it once.
+  // What the service keeps, whole or in part; what is known already stays in once.
   takeAll(exchanges) {
     const known = new Set([...this.shown, ...this.waiting].map(keyOf));
     this.add(exchanges.filter(exchange => exchange.time > this.clearedAt && !known.has(keyOf(exchange))));

@@ -91,7 +91,7 @@ export class Exchanges {
       this.poll(!message.live);
     if (message.kind !== 'event' || message.type !== 'exchange' || message.data.name !== this.name)
       return;
-    this.exchanges.add([message.data]);
+    this.exchanges.takeAll([message.data]); // the stream begins with what the service keeps
     this.drawSoon();
   }
 

@@ -18,7 +18,7 @@ function detail(label, text, className) {
 export function problemDetails(problem) {
   const advice = adviceText(problem);
   return h('dl', {class: 'problem-details'}, detail(texts.problem.try, advice, 'advice'),
-    problem.try !== advice && detail(texts.problem.more, problem.try),
+    problem.try !== advice && !/vornhost|(^|\s)--/i.test(problem.try) && detail(texts.problem.more, problem.try),
     detail(texts.problem.asked, problem.asked || texts.problem.nothingAsked, 'code'),
     detail(texts.problem.answered, problem.answered || texts.problem.nothingAnswered, 'code'));
 }

@@ -11,6 +11,8 @@ const client =
   [...crypto.getRandomValues(new Uint8Array(12))].map(byte => byte.toString(16).padStart(2, '0')).join('');
 const longestMoveRequest = 2000;
 const speedStep = 10;
+const shortestMove = 250;
+const restingTime = 700;
 
 async function sendMove(name, vector) {
   const response = await send('POST', cameraPath(name, '/move'), vector, {
@@ -34,8 +36,9 @@ function sendStop(name) {
 }
 
 export class Ptz {
-  constructor(name, ptz, operations) {
+  constructor(name, ptz, operations, renewCamera) {
     this.name = name;
+    this.renewCamera = renewCamera;
     this.keys = new Set();
     this.drive = new PtzDrive({
       move: vector => sendMove(name, vector),
@@ -95,7 +98,11 @@ export class Ptz {
 
   // Moves for as long as it is pressed, by pointer or by Enter and Space.
   holdButton(label, sign, axes) {
-    const start = () => this.drive.hold(this.scaled(axes));
+    const start = () => {
+      clearTimeout(this.tap);
+      this.begun = performance.now();
+      this.drive.hold(this.scaled(axes));
+    };
     const isPress = event => event.key === 'Enter' || event.key === ' ';
     return h('button', {
       type: 'button',
@@ -108,9 +115,9 @@ export class Ptz {
           event.currentTarget.setPointerCapture(event.pointerId);
           start();
         },
-        pointerup: () => this.letGo(),
+        pointerup: () => this.letGoOfTap(),
         pointercancel: () => this.letGo(),
-        lostpointercapture: () => this.letGo(),
+        lostpointercapture: () => this.tap || this.letGo(),
         contextmenu: event => event.preventDefault(),
         blur: () => this.letGo(),
         keydown: event => {
@@ -120,7 +127,7 @@ export class Ptz {
           if (!event.repeat)
             start();
         },
-        keyup: event => isPress(event) && this.letGo(),
+        keyup: event => isPress(event) && this.letGoOfTap(),
       },
     },
       sign);
@@ -191,7 +198,14 @@ export class Ptz {
       this.drive.hold(vectorOfKeys(this.keys, Number(this.speed.value)));
   }
 
+  // However short the press, the head is seen to move.
+  letGoOfTap() {
+    this.tap = setTimeout(() => this.letGo(), this.begun + shortestMove - performance.now());
+  }
+
   letGo() {
+    clearTimeout(this.tap);
+    this.tap = undefined;
     this.isDragging = false;
     this.keys.clear();
     this.moveKnob(0, 0);
@@ -230,6 +244,8 @@ export class Ptz {
 
   tell(what, error) {
     this.element.dataset.moving = what === 'moving';
+    if (what === 'still')
+      setTimeout(this.renewCamera, restingTime);
     setText(this.status, what === 'failed' ? this.failureText(error) : texts.ptz[what]);
     this.status.dataset.kind = what === 'failed' ? 'fault' : what;
     if (what === 'failed') {

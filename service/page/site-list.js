@@ -10,7 +10,7 @@ const twoColumns = 760;
 
 function cellOf(layout, width) {
   if (layout === 'pictures')
-    return width < 560 ? {cellWidth: 164, cellHeight: 178} : {cellWidth: 248, cellHeight: 226};
+    return width < 560 ? {cellWidth: 164, cellHeight: 184} : {cellWidth: 248, cellHeight: 232};
   if (width < narrow)
     return {cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 176};
   return {cellWidth: 0, cellHeight: 76};

@@ -132,6 +132,23 @@ class Camera(PageCase):
         browser.find('.verdict', 'may not do this')
         browser.says('What to try', '.check[data-result=fault]')
 
+    def test_the_doctor_says_that_all_is_well(self):
+        browser = self.open_camera('gate', 'doctor')
+        browser.click('.doctor button.primary')
+        browser.find('.verdict[data-kind=ok]', 'Nothing is wrong')
+
+    def test_exchanges_come_once_although_their_tab_is_opened_again(self):
+        browser = self.open_camera('gate', 'exchanges')
+        browser.find('.exchange-line', 'get_capability')
+        for tab in ('history', 'exchanges'):
+            browser.run(f'location.hash = "#/camera/gate/{tab}"')
+        count = '[...document.querySelectorAll(".exchange-line")].filter(one => one.textContent.includes("get_capability")).length'
+        browser.driver.execute_async_script("""
+          fetch('/api/v1/cameras/gate/sync', {method: 'POST', headers: {'Content-Type': 'application/json'}, body: '{}'})
+            .then(arguments[0]);""")
+        browser.find('.exchange-line', 'POST')  # what comes with the stream has come
+        self.assertEqual(browser.run(f'return {count}'), 1)
+
     def test_exchanges_come_are_filtered_and_kept_still(self):
         browser = self.open_camera('gate', 'exchanges')
         browser.find('.exchange-line', 'getinfo')

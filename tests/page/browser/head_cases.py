@@ -63,6 +63,15 @@ class Head(PageCase):
             return any(one['method'] == 'DELETE' and one['url'].endswith('/gate/move') for one in browser.traffic)
         wait_for('the page says stop', said)
 
+    def test_it_moves_however_short_the_press(self):
+        browser = self.open_camera('gate')
+        browser.says('Pan', '.ptz-position')
+        before = browser.find('.ptz-position').text
+        label = 'Right' if self.away_from_the_end() == Keys.ARROW_RIGHT else 'Left'
+        browser.click(f'button[aria-label={label}]')
+        wait_for('the place is told anew', lambda: browser.find('.ptz-position').text != before)
+        wait_for('the head stands still', lambda: not self.camsim.position()['moving'])
+
     def test_it_stops_when_the_key_is_let_go(self):
         for key, axis in ((None, 'pan'), (Keys.ARROW_UP, 'tilt'), ('+', 'zoom')):
             place = self.camsim.position()[axis]
