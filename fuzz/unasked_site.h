@@ -4,6 +4,8 @@
 #include "service/kept_site.h"
 #include "tests/support/temporary_folder.h"
 
+#include <curl/curl.h>
+
 #include <string>
 
 namespace corvane::fuzz {
@@ -12,6 +14,8 @@ namespace corvane::fuzz {
 struct CUnaskedSite {
     static constexpr const char* File = R"({"cameras":[{"name":"gate","address":"127.0.0.1:9"}]})";
 
+    // OpenSSL ends behind the site's threads, which use it, when it begins before them.
+    const CURLcode beginning = curl_global_init(CURL_GLOBAL_DEFAULT);
     const test_support::CTemporaryFolder folder;
     service::CEventHub hub;
     service::CKeptSite site{site::SOptions(), folder.file("site.json", File), hub};

@@ -83,7 +83,7 @@ std::optional<std::string> CMqttTopics::cameraOfCall(const std::string& topic) c
 bool CMqttTopics::isForAnswers(const std::string& topic) const {
     const bool isOwn = topic.compare(0, base_.size(), base_) == 0;
     return !topic.empty() && topic.front() != '$' && !isOwn &&
-           ::mosquitto_pub_topic_check(topic.c_str()) == MOSQ_ERR_SUCCESS;
+           ::mosquitto_pub_topic_check2(topic.data(), topic.size()) == MOSQ_ERR_SUCCESS;
 }
 
 std::string CMqttTopics::discoveryOfConnection(const std::string& camera) const {
