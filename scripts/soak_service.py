@@ -174,6 +174,7 @@ class Soak:
             one.start()
         for one in threads:
             one.join()
+        assert self.service.is_running(), 'the service has ended'
         self.settle()
         self.hold_flat()
 
@@ -229,7 +230,7 @@ def main():
     finally:
         soak.end()
     print(*(f'{what}: {number}' for what, number in sorted(soak.counts.items())), sep='\n')
-    print(*soak.complaints[:50], sep='\n')
+    print(*(f'{what} ({number} times)' for what, number in collections.Counter(soak.complaints).most_common()), sep='\n')
     print(f'{len(soak.complaints)} complaints')
     sys.exit(1 if soak.complaints or not soak.counts['events'] or not soak.counts['pictures'] else 0)
 

@@ -34,9 +34,9 @@ void CEventSource::setWaker(std::function<void()> wake) {
 
 // "EPOCH-NUMBER" of a client that was here before.
 void CEventSource::begin() {
-    add("heartbeat", hub_.epoch() + "-" + std::to_string(hub_.last()),
+    number_ = hub_.last(); // once, or what comes between two looks is never told
+    add("heartbeat", hub_.epoch() + "-" + std::to_string(number_),
         R"({"at":")" + site::UtcTimeText(std::chrono::system_clock::now()) + R"("})");
-    number_ = hub_.last();
     if (wishes_.lastId.empty())
         return;
     const std::string prefix = hub_.epoch() + "-";
