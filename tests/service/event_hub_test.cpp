@@ -1,8 +1,13 @@
 #include "service/event_hub.h"
 
 #include "service/event_source.h"
+#include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
 
 namespace corvane::service {
 namespace {
@@ -66,6 +71,41 @@ TEST(EventSource, TellsWhatIsMeantAndCutsOffWhoIsTooSlow) {
     for (int i = 0; i < 5; ++i) // none is meant, but who knows that of those that are gone
         hub.add("input", "c2", "{}");
     EXPECT_EQ(Read(source), "broken");
+}
+
+// The numbers of the first two events that a client is told.
+std::pair<std::uint64_t, std::uint64_t> FirstTwo(const std::string& text, const std::string& epoch) {
+    const std::string mark = "id: " + epoch + "-";
+    const std::size_t first = text.find(mark);
+    const std::size_t second = text.find(mark, first + 1);
+    return {std::stoull(text.substr(first + mark.size())), std::stoull(text.substr(second + mark.size()))};
+}
+
+// However much happens while a client comes: from what it is told first it can count.
+TEST(EventSource, BeginsWhereItSays) {
+    CEventHub hub({10'000'000, 1'000'000'000});
+    std::atomic<bool> isOver{false};
+    std::thread site([&] {
+        while (!isOver) {
+            hub.add("site", "", "{}");
+            std::this_thread::yield(); // a client shall be slow, but not too slow
+        }
+    });
+    for (int i = 0; i < 1'000 && !HasFailure(); ++i) {
+        CEventSource source(hub, {}, [](const std::string&) { return true; });
+        const std::uint64_t begin = hub.last();
+        EXPECT_TRUE(test_support::WaitUntil([&] { return hub.last() > begin; }));
+        char buffer[4'096];
+        std::string text;
+        std::size_t count = 0;
+        while (std::count(text.begin(), text.end(), '{') < 2 &&
+               source.read(buffer, sizeof buffer, count) == IBodySource::Step::Some)
+            text.append(buffer, count);
+        const auto [first, second] = FirstTwo(text, hub.epoch());
+        EXPECT_EQ(second, first + 1);
+    }
+    isOver = true;
+    site.join();
 }
 
 } // namespace
