@@ -98,13 +98,15 @@ void CCameraHead::send() {
     }
     if (!session)
         return answered(movement, false, nullptr);
+    // In one place: the callback is copied, and none of its copies may be the last to have the session.
+    const auto held = std::make_shared<CKeptCamera::Session>(session);
     try {
         site::StartCall(
             session->session().operations(),
             {"controller.moveAt",
              {std::to_string(movement.pan), std::to_string(movement.tilt), std::to_string(movement.zoom)}},
-            [self = shared_from_this(), session, movement](const site::STimedAnswer& answer) mutable {
-                self->answered(movement, answer.succeeded(), std::move(session));
+            [self = shared_from_this(), held, movement](const site::STimedAnswer& answer) {
+                self->answered(movement, answer.succeeded(), std::exchange(*held, nullptr));
             });
     } catch (const site::COperationError&) { // the camera has no head
         answered(movement, true, session);
