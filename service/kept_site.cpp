@@ -234,7 +234,8 @@ SSiteLook CKeptSite::sync(const std::shared_ptr<CKeptCamera>& camera) {
     Settle(finding);
     keepAccepted();
     if (finding.state == site::CameraState::Changed) {
-        std::this_thread::sleep_for(site::LongestToJumpBack); // a jump back tells nothing of itself
+        // A camera says nothing when a setting jumps back, so there is nothing to wait for but the time.
+        std::this_thread::sleep_for(site::LongestToJumpBack);
         const SSiteLook last = check(camera);
         finding.problem = last.finding.problem;
         finding.differences = last.finding.differences;

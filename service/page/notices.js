@@ -15,10 +15,13 @@ function detail(label, text, className) {
 }
 
 // All four things that are to be told of a failure.
+// The doctor's own advice may be for who has its command line.
+const isForPage = advice => !/vornhost|(^|\s)--/i.test(advice);
+
 export function problemDetails(problem) {
   const advice = adviceText(problem);
   return h('dl', {class: 'problem-details'}, detail(texts.problem.try, advice, 'advice'),
-    problem.try !== advice && !/vornhost|(^|\s)--/i.test(problem.try) && detail(texts.problem.more, problem.try),
+    problem.try !== advice && isForPage(problem.try) && detail(texts.problem.more, problem.try),
     detail(texts.problem.asked, problem.asked || texts.problem.nothingAsked, 'code'),
     detail(texts.problem.answered, problem.answered || texts.problem.nothingAnswered, 'code'));
 }
