@@ -31,6 +31,17 @@ void Note(CURL* handle, int option, const std::string& value) {
         Noted().ofPaths[url.substr(path)] = options;
 }
 
+void Forget(CURL* handle) {
+    const std::lock_guard<std::mutex> lock(Noted().mutex);
+    Noted().ofHandles.erase(handle);
+}
+
+// What libcurl has under a name that this program has taken.
+template <typename Function>
+Function Real(const char* name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
 } // namespace
 
 std::string CurlOption(const std::string& path, CURLoption option) {
@@ -43,8 +54,8 @@ std::string CurlOption(const std::string& path, CURLoption option) {
 // In place of libcurl's own, which it calls.
 #undef curl_easy_setopt
 extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
-    using Function = CURLcode (*)(CURL*, CURLoption, ...);
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "curl_easy_setopt"));
+    static const auto real =
+        corvane::test_support::Real<CURLcode (*)(CURL*, CURLoption, ...)>("curl_easy_setopt");
     va_list arguments;
     va_start(arguments, option);
     void* const value = va_arg(arguments, void*); // as wide as a number
@@ -56,4 +67,11 @@ extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
     else if (option == CURLOPT_URL || option == CURLOPT_USERPWD)
         corvane::test_support::Note(handle, option, static_cast<const char*>(value));
     return real(handle, option, value);
+}
+
+// A test that measures the heap must not find in it what is kept of handles that are gone.
+extern "C" void curl_easy_cleanup(CURL* curl) {
+    static const auto real = corvane::test_support::Real<void (*)(CURL*)>("curl_easy_cleanup");
+    corvane::test_support::Forget(curl);
+    real(curl);
 }
