@@ -42,7 +42,7 @@ std::string Mpeg4Word(int quality) {
     return Mpeg4Best.word;
 }
 
-int Mpeg4Quality(const std::string& word) {
+int Mpeg4QualityOf(const std::string& word) {
     for (const SQualityWord& row : Mpeg4Words)
         if (row.word == word)
             return row.quality;
@@ -88,7 +88,7 @@ COptional<std::string> RecorderQuality(VideoCodec codec, const std::string& qual
     if (codec == VideoCodec::H264)
         return {};
     if (codec == VideoCodec::Mpeg4)
-        return std::to_string(Mpeg4Quality(quality));
+        return std::to_string(Mpeg4QualityOf(quality));
     const auto value = ParseNumber<int>(quality);
     if (!value)
         return {};

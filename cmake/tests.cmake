@@ -11,21 +11,19 @@ add_custom_command(OUTPUT ${foreign_locale_file}
   VERBATIM)
 add_custom_target(foreign_locale DEPENDS ${foreign_locale_file})
 
-# vorn_test(NAME SOURCES file... LIBRARIES library... [PRECOMPILE header...] [FOREIGN_LOCALE] [RUNS_VORNHOST] [SERIAL tests]): one test program; each
+# vorn_test(NAME SOURCES file... LIBRARIES library... [FOREIGN_LOCALE] [RUNS_VORNHOST] [SERIAL tests]): one test program; each
 # of its tests runs in a process of its own. It may start the programs of the build: their folder is in VORN_BIN. With
 # FOREIGN_LOCALE every test runs once more under a locale with a decimal comma, but not under sanitizers. With RUNS_VORNHOST every test must start
 # vornhost: what it prints is kept, and held against docs/schemas once they have run. The SERIAL tests, as a filter of
 # GoogleTest, run beside no other: they keep the machine busy themselves.
 function(vorn_test NAME)
-  cmake_parse_arguments(TEST "FOREIGN_LOCALE;RUNS_VORNHOST" "SERIAL" "SOURCES;LIBRARIES;PRECOMPILE" ${ARGN})
+  cmake_parse_arguments(TEST "FOREIGN_LOCALE;RUNS_VORNHOST" "SERIAL" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
-  set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  # Eight sources at a time: their headers take longest.
+  set_target_properties(${NAME} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   target_link_libraries(${NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock GTest::gtest_main)
   target_compile_options(${NAME} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0 -U_FORTIFY_SOURCE>) # optimising them takes longer than running them
-  list(LENGTH TEST_SOURCES source_count)
-  if(source_count GREATER 2)
-    target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h> ${TEST_PRECOMPILE})
-  endif()
   set(kept)
   if(TEST_RUNS_VORNHOST)
     # A second list of variables, since the discovery cuts each at its first value.

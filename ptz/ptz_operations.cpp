@@ -19,7 +19,7 @@ using device_handler::v1_0::LogNotice;
 namespace {
 
 constexpr const char* LowestPosition = "0";
-constexpr const char* HighestPosition = "10000";
+constexpr const char* HighestPositionText = "10000";
 constexpr const char* PositionStep = "1";
 
 constexpr const char* PanKey = "PAN=";
@@ -232,7 +232,7 @@ CError CPanasonicCamera::readPosition(const char* key, int (CPanasonicCamera::*c
         return error;
     out.emplace_back(std::to_string((this->*convert)(ReadNumber<int>(values[0]))));
     out.emplace_back(std::to_string((this->*convert)(home)));
-    out.insert(out.end(), {LowestPosition, HighestPosition, PositionStep});
+    out.insert(out.end(), {LowestPosition, HighestPositionText, PositionStep});
     return CError::Success();
 }
 
@@ -246,7 +246,7 @@ CError CPanasonicCamera::getPtzPosition(int /*stream*/, std::vector<CString>& ou
     out.emplace_back(
         text(ReadNumber<int>(values[0]), ReadNumber<int>(values[1]), ReadNumber<int>(values[2])));
     out.emplace_back(text(ptzModel().panHome, ptzModel().tiltHome, ptzModel().zoomHome));
-    out.insert(out.end(), {LowestPosition, HighestPosition, PositionStep});
+    out.insert(out.end(), {LowestPosition, HighestPositionText, PositionStep});
     return CError::Success();
 }
 

@@ -6,6 +6,7 @@
 #include "service/line_source.h"
 #include "service/problem_answer.h"
 #include "site/base/child_process.h"
+#include "site/base/elapsed.h"
 #include "site/base/json_line.h"
 #include "site/cameras/finding.h"
 #include "site/text_file.h"
@@ -51,7 +52,7 @@ std::optional<Health> StateOf(const SHttpRequest& request) {
 
 ordered_json TimedFinding(const site::SCameraFinding& finding, Clock::time_point begin) {
     ordered_json json = FindingJson(finding);
-    json["ms"] = site::ThreeDecimals(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
+    json["ms"] = site::ThreeDecimals(site::MillisecondsSince(begin));
     return json;
 }
 

@@ -2,6 +2,7 @@
 
 #include "operations/whole_number.h"
 #include "refhost/base/address.h"
+#include "refhost/streams/rtsp_errors.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <algorithm>
@@ -11,15 +12,6 @@ namespace {
 
 constexpr std::size_t ReadSize = std::size_t{16} << 10;
 constexpr int StandardPort = 554;
-constexpr const char* Scheme = "rtsp://";
-
-CError NotAccessible(const std::string& text) {
-    return {RtnCode::NotAccessible, Origin::Device, text};
-}
-
-CError Unusable(const std::string& text) {
-    return {RtnCode::OperationFailed, Origin::Device, text};
-}
 
 // The caller's is taken.
 CError ConnectionFailure(GError* error) {
@@ -52,9 +44,8 @@ void ThrowUnlessWouldBlock(GError* error) {
 } // namespace
 
 void CRtspConnection::open(const std::string& url) {
-    const std::string authority = url.compare(0, std::char_traits<char>::length(Scheme), Scheme) == 0
-                                      ? url.substr(std::char_traits<char>::length(Scheme))
-                                      : std::string();
+    const std::string authority =
+        url.compare(0, RtspScheme.size(), RtspScheme) == 0 ? url.substr(RtspScheme.size()) : std::string();
     const auto address = ParseAddress(authority.substr(0, authority.find_first_of("/?")));
     if (!address)
         throw CError(RtnCode::NotSupported, Origin::General, "\"" + url + "\" is no location for RTSP");

@@ -1,5 +1,6 @@
 #include "refhost/streams/rtsp_description.h"
 
+#include "refhost/streams/rtsp_errors.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
 #include <gst/sdp/gstsdpmessage.h>
@@ -31,10 +32,6 @@ struct SMessageFree {
     void operator()(GstSDPMessage* message) const { gst_sdp_message_free(message); }
 };
 using CMessage = std::unique_ptr<GstSDPMessage, SMessageFree>;
-
-CError Unusable(const char* text) {
-    return {RtnCode::OperationFailed, Origin::Device, text};
-}
 
 std::string TextOf(const gchar* text) {
     return text ? text : "";

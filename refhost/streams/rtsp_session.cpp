@@ -7,6 +7,7 @@
 #include "refhost/streams/rtsp_authentication.h"
 #include "refhost/streams/rtsp_connection.h"
 #include "refhost/streams/rtsp_description.h"
+#include "refhost/streams/rtsp_errors.h"
 #include "refhost/streams/rtsp_message.h"
 #include "refhost/streams/rtsp_pipeline.h"
 
@@ -22,16 +23,7 @@ using Clock = CRtspConnection::Clock;
 constexpr std::chrono::seconds DefaultSessionTime(60);
 constexpr int HttpOk = 200;
 constexpr int Unauthorized = 401;
-constexpr const char* Scheme = "rtsp://";
 constexpr const char* KeepAliveMethod = "GET_PARAMETER";
-
-CError NotAccessible(const std::string& text) {
-    return {RtnCode::NotAccessible, Origin::Device, text};
-}
-
-CError Unusable(const std::string& text) {
-    return {RtnCode::OperationFailed, Origin::Device, text};
-}
 
 CError StatusFailure(const SRtspMessage& response, const std::string& reason = {}) {
     const std::string location = response.header("Location");
@@ -63,11 +55,11 @@ const std::string& OneWord(const std::string& text) {
 
 // "rtsp://HOST:PORT" of a location.
 std::string AuthorityOf(const std::string& url) {
-    return url.substr(0, url.find_first_of("/?", std::char_traits<char>::length(Scheme)));
+    return url.substr(0, url.find_first_of("/?", RtspScheme.size()));
 }
 
 bool IsLocation(const std::string& text) {
-    return g_ascii_strncasecmp(text.c_str(), Scheme, std::char_traits<char>::length(Scheme)) == 0;
+    return g_ascii_strncasecmp(text.c_str(), RtspScheme.data(), RtspScheme.size()) == 0;
 }
 
 // A location that the camera names, on the host and port that were asked: no answer to a challenge is given

@@ -1,5 +1,7 @@
 #include "site/calls/call.h"
 
+#include "site/base/elapsed.h"
+
 #include "refhost/text/near_names.h"
 #include "site/base/terminal_text.h"
 
@@ -13,10 +15,6 @@ namespace corvane::site {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double MillisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 
 } // namespace
 

@@ -9,6 +9,8 @@
 
 namespace corvane::site {
 
+inline constexpr int FirstInput = 0; // the only one, but of an encoder
+
 struct SCall {
     std::string operation;
     Texts arguments;

@@ -18,7 +18,6 @@ using Record = std::map<std::string, std::string>;
 
 constexpr const char* Streams = "streams";
 constexpr const char* AdjustmentsMember = "adjustments";
-constexpr int FirstInput = 0;
 const char* const FrameRateName = VideoFields[0].name;
 const char* const ResolutionName = VideoFields[1].name;
 const char* const IntervalName = VideoFields[3].name;

@@ -6,11 +6,6 @@
 #include <variant>
 
 namespace corvane::site {
-namespace {
-
-constexpr int FirstInput = 0;
-
-} // namespace
 
 std::vector<SStreamWish> CPresentSettings::streams() const {
     std::vector<SStreamWish> all;

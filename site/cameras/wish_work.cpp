@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* SitePhase = "site";
 constexpr const char* ReadBackPhase = "read-back";
-constexpr int FirstInput = 0;
 
 } // namespace
 

@@ -13,8 +13,7 @@ namespace corvane::site {
 namespace {
 
 constexpr double SlowReply = 2000; // ms; an identification has 5 s for two of them
-constexpr int Ok = 200;
-constexpr int BadRequest = 400; // what some say to who does not speak TLS
+constexpr int BadRequest = 400;    // what some say to who does not speak TLS
 constexpr int Unauthorized = 401;
 constexpr int Busy = 503;
 constexpr std::size_t ExcerptCharacters = 80;
@@ -61,15 +60,15 @@ bool SEvidence::wantsCredentials() const {
 }
 
 bool SEvidence::isSlow() const {
-    return exchange && exchange->status == Ok && exchange->milliseconds > SlowReply;
+    return exchange && exchange->status == HttpOk && exchange->milliseconds > SlowReply;
 }
 
 bool SEvidence::isEmpty() const {
-    return exchange && exchange->status == Ok && exchange->reply.empty();
+    return exchange && exchange->status == HttpOk && exchange->reply.empty();
 }
 
 bool SEvidence::isAlien() const {
-    if (!exchange || exchange->status != Ok || isEmpty())
+    if (!exchange || exchange->status != HttpOk || isEmpty())
         return false;
     const std::size_t first = std::min(exchange->reply.find_first_not_of(" \t\r\n"), exchange->reply.size());
     return exchange->reply[first] == '<' || (occasion == Occasion::Identification && !tellsAName());
@@ -93,13 +92,13 @@ bool IsText(const std::string& text) {
 } // namespace
 
 bool SEvidence::isNameless() const {
-    return occasion == Occasion::Identification && exchange && exchange->status == Ok && !tellsAName() &&
+    return occasion == Occasion::Identification && exchange && exchange->status == HttpOk && !tellsAName() &&
            IsText(exchange->reply) && exchange->reply.find("MAC=") != std::string::npos &&
            exchange->reply.find("SERIAL=") != std::string::npos;
 }
 
 bool SEvidence::isDamagedIdentity() const {
-    return occasion == Occasion::Identification && exchange && exchange->status == Ok && !tellsAName() &&
+    return occasion == Occasion::Identification && exchange && exchange->status == HttpOk && !tellsAName() &&
            LooksLikeACamera(exchange->reply);
 }
 
@@ -135,7 +134,7 @@ bool SEvidence::hasFaultyReply() const {
 std::string SEvidence::answered() const {
     if (!exchange)
         return {};
-    if (exchange->status == Ok)
+    if (exchange->status == HttpOk)
         return isSlow() && !exchange->fault ? "after " + MillisecondsText(exchange->milliseconds)
                : isEmpty()                  ? "nothing behind the HTTP header"
                                             : Excerpt(exchange->reply);

@@ -1,5 +1,7 @@
 #include "site/diagnosis/reply_checks.h"
 
+#include "site/events/alarm_input_levels.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -44,8 +46,6 @@ std::string_view LastLine(const std::string& body) {
 }
 
 constexpr const char* PositionRequest = "/cgi-bin/absget";
-constexpr const char* LevelsRequest = "/cgi-bin/get_io?command=all";
-constexpr int Ok = 200;
 
 using Fault = std::optional<SReplyFault>;
 
@@ -94,7 +94,7 @@ Fault FaultOfReply(const SHttpExchange& exchange) {
                  {CapabilityRequest, OfCapability},
                  {PositionRequest, OfPosition},
                  {LevelsRequest, OfLevels}};
-    if (exchange.status != Ok || exchange.method != "GET")
+    if (exchange.status != HttpOk || exchange.method != "GET")
         return std::nullopt;
     const auto* const known = std::find_if(std::begin(Known), std::end(Known), [&exchange](const auto& row) {
         return exchange.path.rfind(row.path, 0) == 0;

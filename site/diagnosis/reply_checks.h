@@ -11,6 +11,8 @@ namespace corvane::site {
 inline constexpr const char* SettingsRequest = "/cgi-bin/setdata";
 inline constexpr const char* CapabilityRequest = "/cgi-bin/get_capability";
 
+inline constexpr int HttpOk = 200;
+
 // A reply that was delivered whole, with status 200, and is not what the camera's are.
 struct SReplyFault {
     std::string cause;

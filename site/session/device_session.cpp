@@ -3,6 +3,7 @@
 #include "refhost/http/device_requests.h"
 #include "refhost/text/near_names.h"
 #include "site/base/standard_streams.h"
+#include "site/calls/call.h"
 #include "site/session/identification.h"
 
 #include <algorithm>
@@ -11,8 +12,6 @@
 
 namespace corvane::site {
 namespace {
-
-constexpr int FirstInput = 0;
 
 std::string CheckedAddress(const std::string& address) {
     RequireAddress(address);

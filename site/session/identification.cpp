@@ -1,6 +1,7 @@
 #include "site/session/identification.h"
 
 #include "refhost/http/device_requests.h"
+#include "site/base/elapsed.h"
 
 #include <algorithm>
 #include <future>
@@ -84,7 +85,7 @@ SIdentification IdentifyDevice(const std::shared_ptr<CLoadedPlugin>& plugin, con
     SIdentification result;
     result.error = answer.error;
     result.device = answer.device;
-    result.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    result.milliseconds = MillisecondsSince(start);
     if (!result.isFound())
         result.failure = Diagnose(Occasion::Identification, result.error, exchanges);
     return result;

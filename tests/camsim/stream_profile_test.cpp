@@ -9,9 +9,9 @@ namespace {
 
 using namespace camsim;
 
-class CCameraOf : public CCamera {
+class CStreamingCamera : public CCamera {
 public:
-    explicit CCameraOf(const char* model) : CCamera(0, LoadEmbeddedModel(model)) {}
+    explicit CStreamingCamera(const char* model) : CCamera(0, LoadEmbeddedModel(model)) {}
 
     void put(const char* key, const char* value) { putSetting(key, std::string(value)); }
 
@@ -31,7 +31,7 @@ public:
 };
 
 TEST(Camsim, RoundsWrittenStreamSettingsToWhatTheCameraOffers) {
-    CCameraOf camera("F320");
+    CStreamingCamera camera("F320");
     EXPECT_EQ(camera.after("/cgi-bin/set_h264", "h264_resolution=1200", "H264SIZE"), "1280");
     EXPECT_EQ(camera.after("/cgi-bin/set_h264", "h264_resolution=wide", "H264SIZE"), "1280");
     EXPECT_EQ(camera.after("/cgi-bin/set_h264", "nr_framerate=25", "H264NRFRAMERATE"), "20");
@@ -44,11 +44,12 @@ TEST(Camsim, RoundsWrittenStreamSettingsToWhatTheCameraOffers) {
     camera.put("IMAGERATIO", "16_9");
     EXPECT_EQ(camera.after("/cgi-bin/set_h264", "nr_framerate=30", "H264NRFRAMERATE"), "15");
     EXPECT_EQ(camera.after("/cgi-bin/set_h264_2", "h264_resolution=1920", "H264SIZE_2"), "640");
-    EXPECT_EQ(CCameraOf("GXE500").after("/cgi-bin/set_jpeg", "jpeg_interval_ch3=29", "LIVEINTCH3"), "30");
+    EXPECT_EQ(CStreamingCamera("GXE500").after("/cgi-bin/set_jpeg", "jpeg_interval_ch3=29", "LIVEINTCH3"),
+              "30");
 }
 
 TEST(Camsim, EncodesAsTheSettingsSay) {
-    CCameraOf camera("F320");
+    CStreamingCamera camera("F320");
     EXPECT_EQ(camera.stream("/MediaInput/h264"),
               "H.264 1280x960, 30 fps, key frame every 30, 2048 kbit/s, G.726 32 kbit/s");
     EXPECT_EQ(camera.stream("/MediaInput/jpeg"), "MJPEG 640x480, 5 fps, quality 67%");
@@ -58,14 +59,14 @@ TEST(Camsim, EncodesAsTheSettingsSay) {
     camera.put("H264BWC", "0");
     EXPECT_EQ(camera.stream("/MediaInput/h264"),
               "H.264 1280x720, 15/2 fps, key frame every 15, 4096 kbit/s, G.726 32 kbit/s");
-    CCameraOf encoder("GXE500");
+    CStreamingCamera encoder("GXE500");
     encoder.put("LIVESIZECH2", "320");
     EXPECT_EQ(encoder.stream("/MediaInput/ch_2/jpeg"), "MJPEG 320x240, 5 fps, quality 67%");
     EXPECT_EQ(encoder.stream("/MediaInput/ch_3/h264"), encoder.stream("/MediaInput/h264"));
 }
 
 TEST(Camsim, ServesTheStreamsThatAreOnOfTheFamilyThatRuns) {
-    CCameraOf camera("F320");
+    CStreamingCamera camera("F320");
     EXPECT_EQ(camera.stream("/MediaInput/mpeg4"), "off");
     EXPECT_EQ(camera.stream("/MediaInput/h264/stream_2"), "off");
     EXPECT_EQ(camera.stream("/MediaInput/ch_1/h264"), "unknown");
@@ -73,8 +74,8 @@ TEST(Camsim, ServesTheStreamsThatAreOnOfTheFamilyThatRuns) {
     EXPECT_EQ(camera.stream("/MediaInput/h264"), "off");
     camera.put("STREAMMODE", "0");
     EXPECT_NE(camera.stream("/MediaInput/mpeg4"), "off");
-    EXPECT_EQ(CCameraOf("L115").stream("/MediaInput/h264"), "unknown");
-    EXPECT_NE(CCameraOf("L115").stream("/MediaInput/mpeg4"), "off");
+    EXPECT_EQ(CStreamingCamera("L115").stream("/MediaInput/h264"), "unknown");
+    EXPECT_NE(CStreamingCamera("L115").stream("/MediaInput/mpeg4"), "off");
 }
 
 } // namespace

@@ -17,6 +17,9 @@ namespace corvane::hostile_test {
 using tests::SScriptedReply;
 using tests::SSentRequest;
 
+inline const std::string Filler =
+    "X-Filler: " + std::string(1'000, 'x') + "\r\n"; // a header of a reply that does not end
+
 // What a hostile camera does to one run of a program, and how that has to end.
 struct SAttack {
     const char* name;

@@ -9,7 +9,6 @@ using namespace std::chrono_literals;
 
 const std::string Ok = "HTTP/1.1 200 OK\r\n";
 const std::string Chunked = Ok + "Transfer-Encoding: chunked\r\n\r\n";
-const std::string Filler = "X-Filler: " + std::string(1'000, 'x') + "\r\n";
 const std::string Challenge = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\nWWW-Authenticate: ";
 const std::string Redirect = "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nLocation: ";
 

@@ -17,8 +17,7 @@ using tests::BigEndian;
 std::string Answer(const std::string& status, const std::string& headers) {
     return "RTSP/1.0 " + status + "\r\nCSeq: CSEQ\r\nSession: 1\r\n" + headers;
 }
-const std::string Ok = Answer("200 OK", "");
-const std::string Filler = "X-Filler: " + std::string(1'000, 'x') + "\r\n";
+const std::string RtspOk = Answer("200 OK", "");
 
 SScriptedReply Stalling(const std::string& bytes) {
     return {bytes, SScriptedReply::Stall};
@@ -115,14 +114,14 @@ std::string ManyMedia() {
     return text;
 }
 
-const SAttack Attacks[] = {
+const SAttack RtspAttacks[] = {
     // More than anybody keeps.
-    {"EndlessHeader", Record, "DESCRIBE", Endless(Ok, Filler), 1, 1, "larger"},
-    {"EndlessLine", Record, "DESCRIBE", Endless(Ok + "X: ", std::string(1'000, 'x')), 1, 1, "larger"},
+    {"EndlessHeader", Record, "DESCRIBE", Endless(RtspOk, Filler), 1, 1, "larger"},
+    {"EndlessLine", Record, "DESCRIBE", Endless(RtspOk + "X: ", std::string(1'000, 'x')), 1, 1, "larger"},
     {"EndlessBody", Record, "DESCRIBE",
-     Endless(Ok + "Content-Length: 3000000000\r\n\r\n", std::string(1'000, 'x')), 1, 1, "larger"},
+     Endless(RtspOk + "Content-Length: 3000000000\r\n\r\n", std::string(1'000, 'x')), 1, 1, "larger"},
     {"NegativeLength", Record, "DESCRIBE",
-     Endless(Ok + "Content-Length: -1\r\n\r\n", std::string(1'000, 'x')), 1, 1, "RTSP"},
+     Endless(RtspOk + "Content-Length: -1\r\n\r\n", std::string(1'000, 'x')), 1, 1, "RTSP"},
     {"DescriptionOfParametersAlone", Record, "DESCRIBE", Described(Description(16 << 10)), 1, 1,
      "the camera sends MJPEG"},
     {"LargeDescription", Record, "DESCRIBE", Described(Description(250'000)), 1, 1, "larger"},
@@ -239,9 +238,9 @@ const SAttack Attacks[] = {
      "401"},
 
     // What comes byte by byte, or not at all.
-    {"Trickling", Record, "DESCRIBE", Endless(Ok, "x", 200ms), 1, 1, "answer"},
-    {"TricklingWhenStopped", Record, "DESCRIBE", Endless(Ok, "x", 200ms), 1, 0, "", true},
-    {"TricklingSetUpWhenStopped", Record, "SETUP", Endless(Ok, "x", 200ms), 1, 0, "", true},
+    {"Trickling", Record, "DESCRIBE", Endless(RtspOk, "x", 200ms), 1, 1, "answer"},
+    {"TricklingWhenStopped", Record, "DESCRIBE", Endless(RtspOk, "x", 200ms), 1, 0, "", true},
+    {"TricklingSetUpWhenStopped", Record, "SETUP", Endless(RtspOk, "x", 200ms), 1, 0, "", true},
     {"TricklingPacketsWhenStopped", Record, "PLAY", Endless(Playing + "$\x01\xFF\xFF", "x", 200ms), 1, 0, "",
      true},
     {"SilentWhenStopped", Record, "DESCRIBE", Stalling(""), 1, 0, "", true},
@@ -258,7 +257,7 @@ class HostileRtsp : public testing::TestWithParam<SAttack> {};
 TEST_P(HostileRtsp, HurtsNobody) {
     ExpectHarmless(GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(Attack, HostileRtsp, testing::ValuesIn(Attacks), NameOf);
+INSTANTIATE_TEST_SUITE_P(Attack, HostileRtsp, testing::ValuesIn(RtspAttacks), NameOf);
 
 } // namespace
 } // namespace corvane::hostile_test

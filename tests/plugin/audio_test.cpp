@@ -25,7 +25,7 @@ SStreamUrl Url(const char* port, const char* path) {
     return {"rtsp", port, path, {}};
 }
 
-SModelInfo Model() {
+SModelInfo AudioModel() {
     SModelInfo model;
     model.number = "A1";
     model.videoInputs = model.audioInputs = 2;
@@ -43,11 +43,11 @@ SModelInfo Model() {
 }
 
 // That model, and others of which each lacks something.
-std::vector<SModelInfo> Models() {
+std::vector<SModelInfo> AudioModels() {
     std::map<std::string, SModelInfo> of;
     for (const char* const number :
          {"A1", "no H264", "no MP4V", "one stream", "any number", "gaps", "any codec", "no urls"}) {
-        of[number] = Model();
+        of[number] = AudioModel();
         of[number].number = number;
     }
     of["no H264"].audioBitRates.clear();
@@ -66,7 +66,7 @@ std::vector<SModelInfo> Models() {
 
 class Audio : public CCameraBench {
 protected:
-    Audio() : CCameraBench(Models()) {
+    Audio() : CCameraBench(AudioModels()) {
         for (const char* name : {"set_audio", "set_rtsp"})
             stub.reply("/cgi-bin/" + std::string(name), HttpOk("OK"));
         bring("A1");

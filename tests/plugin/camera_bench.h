@@ -21,7 +21,6 @@ class CCameraBench : public testing::Test {
 protected:
     using Settings = std::map<std::string, std::string>;
     using Requests = std::vector<std::string>;
-    static constexpr const char* Setdata = "/cgi-bin/setdata";
 
     explicit CCameraBench(const std::vector<SModelInfo>& ofModels) {
         CVornModelList::ModelMap byNumber;

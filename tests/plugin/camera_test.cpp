@@ -18,7 +18,6 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 constexpr const char* AuthenticationTest = "/test";
-constexpr const char* Setdata = "/cgi-bin/setdata";
 constexpr const char* GetCapability = "/cgi-bin/get_capability";
 constexpr const char* Initial = "/cgi-bin/initial";
 constexpr const char* NotSet = "16 3 Authentication is not set !";

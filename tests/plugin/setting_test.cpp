@@ -21,7 +21,6 @@ using namespace test_support;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr const char* Setdata = "/cgi-bin/setdata";
 constexpr const char* Set = "/cgi-bin/set_mpeg";
 constexpr const char* Getinfo = "/cgi-bin/getinfo";
 // How long a thing is watched that must not happen.

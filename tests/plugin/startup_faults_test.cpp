@@ -24,7 +24,7 @@ constexpr int Times = 100;
 // The framework keeps two connections to a camera, each with libcurl's own pair of sockets.
 constexpr std::size_t KeptDescriptors = 2 * 3;
 
-enum Request { Authentication, Capability, Settings };
+enum Request { AuthenticationRequest, CapabilityRequest, SettingsRequest };
 constexpr const char* Paths[] = {"/cgi-bin/getinfo*", "/cgi-bin/get_capability", "/cgi-bin/setdata"};
 
 // What becomes of a start-up whose authentication test, capability request or settings dump is hit: whether
@@ -83,7 +83,7 @@ TEST_F(StartUp, EndsWellOrInTheRightErrorUnderEveryFaultAndLeavesNothingBehind) 
     const SResources atStart;
 
     for (const SFault& fault : Faults) {
-        for (const Request request : {Authentication, Capability, Settings}) {
+        for (const Request request : {AuthenticationRequest, CapabilityRequest, SettingsRequest}) {
             SCOPED_TRACE(fault.fault.dump() + " on " + Paths[request]);
             const bool isOvercome = fault.isOvercome[request];
             SResources warm;
@@ -92,11 +92,11 @@ TEST_F(StartUp, EndsWellOrInTheRightErrorUnderEveryFaultAndLeavesNothingBehind) 
                 if (i == 0 || fault.fault.value("count", 0) == 1)
                     setFault(camsim, fault.fault, request);
                 camera = makeCamera(camsim.address());
-                ASSERT_EQ(camera->customInitialize(), request == Settings || isOvercome);
-                if (request == Authentication) {
+                ASSERT_EQ(camera->customInitialize(), request == SettingsRequest || isOvercome);
+                if (request == AuthenticationRequest) {
                     ASSERT_EQ(camera->testAuthentication().getCode(), isOvercome ? 1 : 10);
                 }
-                if (request == Settings) {
+                if (request == SettingsRequest) {
                     ASSERT_EQ(title(*camera), isOvercome ? realTitle : "");
                 }
                 if (i == Times / 10)

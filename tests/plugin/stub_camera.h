@@ -14,6 +14,8 @@
 
 namespace corvane::test_support {
 
+inline constexpr const char* Setdata = "/cgi-bin/setdata";
+
 struct SStubRequest {
     std::string method;
     std::string target; // path and query

@@ -13,8 +13,6 @@ namespace {
 using namespace test_support;
 using testing::ElementsAre;
 
-constexpr const char* Setdata = "/cgi-bin/setdata";
-
 // "CODE ORIGIN TEXT".
 class Transport : public testing::Test {
 protected:
@@ -79,8 +77,8 @@ TEST_F(Transport, EachRequestHasItsTimeAndAnyAuthentication) {
     setting.getDetailsFromSetdata();
     const std::pair<const char*, const char*> cases[] = {{"/get", "7"},    {"/post", "4"}, {"/list?A=", "4"},
                                                          {"/single", "4"}, {"/set", "4"},  {Setdata, "20"}};
-    for (const auto& [path, seconds] : cases) {
-        EXPECT_EQ(CurlOption(path, CURLOPT_TIMEOUT_MS), seconds) << path;
+    for (const auto& [path, wait] : cases) {
+        EXPECT_EQ(CurlOption(path, CURLOPT_TIMEOUT_MS), wait) << path;
         EXPECT_EQ(CurlOption(path, CURLOPT_HTTPAUTH),
                   std::to_string(static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_BASIC)))
             << path;

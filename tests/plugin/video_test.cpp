@@ -43,7 +43,7 @@ private:
     std::shared_ptr<refhost::CDeviceDb> database_ = refhost::CDeviceDb::open("");
 };
 
-std::vector<SModelInfo> Models() {
+std::vector<SModelInfo> VideoModels() {
     SModelInfo model;
     model.number = "GXE50";
     model.videoInputs = 6;
@@ -79,7 +79,7 @@ std::map<std::string, std::string> Keys(const std::string& text) {
 
 class Video : public CCameraBench {
 protected:
-    Video() : CCameraBench(Models()) {
+    Video() : CCameraBench(VideoModels()) {
         device = boost::make_shared<CRecordedDevice>();
         stub.reply(Setdata, [this](std::size_t) { return HttpOk(dump()); });
         for (const char* name : {"set_mpeg", "set_mpeg_2", "set_h264", "set_h264_2", "set_jpeg", "set_rtsp"})
@@ -401,14 +401,14 @@ TEST_F(Video, Defaults) {
 
 TEST(CodecConversion, FieldsInBothForms) {
     using Form = std::tuple<const char*, const char*, const char*>;
-    const Form seconds[] = {
+    const Form inSeconds[] = {
         {"10", "30", "0.33"}, {"60", "30", "2"},   {"6", "30", "0.2"},      {"9", "44", "0.33"},
         {"15", "30", "0.5"},  {"16", "30", "1"},   {"50", "30", "1.66667"}, {"31", "30", "1.03333"},
         {"34", "100", "0.5"}, {"30", "+30", "1"},  {"3000", "2", "1500"},   {"3000000", "1", "3e+06"},
         {"-10", "0", "-"},    {"10", "-5", "-"},   {"x", "30", "-"},        {"10", "", "-"},
         {"1e999", "30", "-"}, {"10", "nan", "-"},  {"inf", "30", "-"},      {"10x", "30", "-"},
         {" 10", "30", "-"},   {"+-10", "30", "-"}, {"1e300", "1e-300", "-"}};
-    for (const auto& [frames, fps, expected] : seconds)
+    for (const auto& [frames, fps, expected] : inSeconds)
         EXPECT_EQ(KeyFrameSeconds(frames, fps).value_or("-"), expected) << frames << " at " << fps;
     const Form frames[] = {{"0.33", "30", "9.9"}, {"0", "30", "0"}, {"60", "50", "3000"},
                            {"x", "30", "-"},      {"2", "", "-"},   {"1e300", "1e300", "-"}};

@@ -5,6 +5,7 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
 
+#include <csignal>
 #include <functional>
 #include <memory>
 #include <string>

@@ -12,7 +12,7 @@ using device_handler::v1_0::VideoCodec;
 using nlohmann::ordered_json;
 using test_support::CTemporaryFolder;
 
-const SSiteVocabulary& Vocabulary() {
+const SSiteVocabulary& TextVocabulary() {
     static const SSiteVocabulary vocabulary{{"D850", "F320"}, {"brightness", "whiteBalance"}, nullptr};
     return vocabulary;
 }
@@ -36,7 +36,7 @@ std::string Told(const SSite& site) {
 
 SSite ReadBack(const std::string& text) {
     const CTemporaryFolder folder;
-    return ReadSiteFile(folder.file("site.json", text), Vocabulary());
+    return ReadSiteFile(folder.file("site.json", text), TextVocabulary());
 }
 
 SSite SiteOfAll() {

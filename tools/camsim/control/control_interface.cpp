@@ -8,11 +8,11 @@
 namespace camsim {
 namespace {
 
-constexpr size_t LongestBody = 1024 * 1024;
-constexpr size_t LongestHeader = 32 * 1024;
+constexpr size_t LongestCommand = 1024 * 1024;
+constexpr size_t LongestCommandHeader = 32 * 1024;
 // In bytes. One excerpt of the request log stays below this; only with a second one unread are long answers
 // refused.
-constexpr size_t MostUnread = CRequestLog::SCapacity::OrdinaryExcerpt;
+constexpr size_t MostOfTheLog = CRequestLog::SCapacity::OrdinaryExcerpt;
 
 sockaddr_in Loopback(uint16_t port) {
     sockaddr_in address{};
@@ -32,10 +32,10 @@ MHD_Result Collect(void* values, MHD_ValueKind, const char* name, const char* va
 CControlInterface::CControlInterface(SParts parts, uint16_t port, const SLimits& limits)
     : parts_(parts),
       socket_(Loopback(port)),
-      daemon_(
-          loop_,
-          {limits.times, limits.connections, LongestBody, LongestHeader, MostUnread, "the control interface"},
-          {this, &CControlInterface::onRequest, &CControlInterface::onCompleted, nullptr, nullptr}) {
+      daemon_(loop_,
+              {limits.times, limits.connections, LongestCommand, LongestCommandHeader, MostOfTheLog,
+               "the control interface"},
+              {this, &CControlInterface::onRequest, &CControlInterface::onCompleted, nullptr, nullptr}) {
     daemon_.start();
     watch();
     loop_.start();

@@ -13,7 +13,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr size_t ReaderBlock = 1024;
+constexpr size_t ReportBlock = 1024;
 constexpr milliseconds OrdinarySplit{100};
 constexpr milliseconds OrdinaryAlternation{100};
 // How many changes may wait for a client that does not read. Nobody makes as many by hand before the
@@ -226,7 +226,7 @@ void CInputMonitors::follow(CCamera& camera) {
 MHD_Result CInputMonitors::open(CCamera& camera, MHD_Connection* connection, int fd,
                                 const std::optional<SFault>& fault) {
     auto* reply = new CReply(*this, camera, connection, fd, fault);
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, ReaderBlock, &CReply::read,
+    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, ReportBlock, &CReply::read,
                                                                reply, &CReply::destroy);
     if (response == nullptr) {
         CReply::destroy(reply);

@@ -1,5 +1,7 @@
 #include "tools/vornhost/doctor/examination.h"
 
+#include "site/base/elapsed.h"
+
 #include <algorithm>
 #include <chrono>
 #include <future>
@@ -22,10 +24,6 @@ std::size_t RankOf(const std::string& check) {
     const std::string name = check.substr(0, check.find(':'));
     return static_cast<std::size_t>(std::find(std::begin(Checks), std::end(Checks), name) -
                                     std::begin(Checks));
-}
-
-double MillisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
 // A check on which others rest: one lost request is not what all of them fail of. Where the second try is

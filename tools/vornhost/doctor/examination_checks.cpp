@@ -2,6 +2,7 @@
 
 #include "tools/vornhost/doctor/examination.h"
 
+#include "site/base/elapsed.h"
 #include "site/base/terminal_text.h"
 #include "site/calls/call.h"
 #include "site/cameras/drift.h"
@@ -25,10 +26,6 @@ constexpr int SettingsSeconds = 20;
 constexpr int Unauthorized = 401;
 constexpr int Forbidden = 403;
 constexpr int Busy = 503;
-
-double MillisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 
 } // namespace
 

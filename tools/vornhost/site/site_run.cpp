@@ -1,5 +1,6 @@
 #include "tools/vornhost/site/site_run.h"
 
+#include "site/base/elapsed.h"
 #include "site/base/json_line.h"
 #include "site/base/standard_streams.h"
 #include "site/base/terminal_text.h"
@@ -22,10 +23,6 @@ constexpr CameraState States[] = {CameraState::Same, CameraState::Differs, Camer
 // As the summary names them.
 const char* CountName(CameraState state) {
     return state == CameraState::NotAccepted ? "notAccepted" : NameOf(state);
-}
-
-double MillisecondsSince(std::chrono::steady_clock::time_point begin) {
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
 }
 
 std::string WhatIsToSee(const SCameraFinding& finding) {

@@ -11,7 +11,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* CallHelp =
     R"(Everything behind ADDRESS belongs to the operation; `vornhost operations` tells all.
 Examples:
   vornhost call 192.168.0.10 getUnitModelName
@@ -24,7 +24,7 @@ public:
         command_ = &command;
         // What follows the address belongs to the operation, "-50" and "--x" too.
         command.prefix_command();
-        command.footer(Help);
+        command.footer(CallHelp);
     }
 
 private:

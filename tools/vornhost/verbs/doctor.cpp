@@ -1,4 +1,5 @@
 #include "refhost/base/log.h"
+#include "site/base/elapsed.h"
 #include "site/base/json_line.h"
 #include "site/base/standard_streams.h"
 #include "site/base/terminal_text.h"
@@ -25,7 +26,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* DoctorHelp =
     R"(Looks at a camera from its address to its pictures, and names the fault that the others follow from.
 Changes nothing there, save with --write-test and --move.
 Exit status 1 when there is a fault; a warning changes nothing of it.
@@ -46,7 +47,7 @@ public:
             ->excludes(record);
         command.add_option("--bundle", bundleFile_, "Write what a support desk needs (.tar.gz)")
             ->type_name("FILE");
-        command.footer(Help);
+        command.footer(DoctorHelp);
     }
 
     ExitStatus run(const SOptions& options) override {
@@ -79,9 +80,7 @@ private:
                                   [&](const std::string& what) { waiting.show("waiting for " + what); }});
         const std::vector<SFinding> findings = examination.run();
         waiting.end();
-        const double milliseconds =
-            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-        const ExitStatus status = tellVerdict(findings, milliseconds, options.json);
+        const ExitStatus status = tellVerdict(findings, MillisecondsSince(start), options.json);
         if (!bundleFile_.empty())
             writeBundle(session, findings, log.text());
         return status;

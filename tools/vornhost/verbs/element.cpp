@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* ElementName = "vorn_eventsynth";
 
-constexpr const char* Help =
+constexpr const char* ElementHelp =
     R"(Tells of the element "vorn_eventsynth", which the plug-in registers and makes the
 events of alarm inputs with: its factory, pad template and properties. No camera is
 asked.
@@ -20,7 +20,7 @@ Example: vornhost element)";
 
 class CElement : public IVerb {
 public:
-    void declare(CLI::App& command) override { command.footer(Help); }
+    void declare(CLI::App& command) override { command.footer(ElementHelp); }
 
     ExitStatus run(const SOptions& options) override {
         registerElement(options);

@@ -241,7 +241,7 @@ private:
     std::future<void> verification_;
 };
 
-constexpr const char* Help =
+constexpr const char* EventsHelp =
     R"(Writes each event as a JSON line when it comes: {"event":"ping","time":NS,"at":TIME},
 {"event":"dryContactState","state":0,"time":NS,"at":TIME} (0 active, 1 inactive),
 {"event":"eos","time":NS,"at":TIME}; of what is wrong there is
@@ -261,7 +261,7 @@ public:
         auto* const readable =
             command.add_flag("--readable", readable_, "For eyes: the state and when it changes");
         command.add_flag("--all", all_, "With --readable: every event")->needs(readable);
-        command.footer(Help);
+        command.footer(EventsHelp);
     }
 
 private:

@@ -123,7 +123,7 @@ private:
     CStatusLine progress_{true};
 };
 
-constexpr const char* Help =
+constexpr const char* IdentifyHelp =
     R"(An ADDRESS may be a range: 192.168.0.10-192.168.0.40, 192.168.0.10-40 or 192.168.0.0/24, with :PORT
 behind it where the web port is not 80; "-" takes addresses from standard input, one a line. Many are
 asked side by side and told in their order.
@@ -134,7 +134,7 @@ class CIdentify : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("ADDRESS", words_, "The addresses and ranges to ask")->required();
-        command.footer(Help);
+        command.footer(IdentifyHelp);
     }
 
     ExitStatus run(const SOptions& options) override {

@@ -26,7 +26,7 @@ std::string OperationText(const SOperation& operation) {
     return Bold(SignatureOf(operation), ColourWanted()) + "\n" + does.rowLines() + arguments.rowLines();
 }
 
-constexpr const char* Help =
+constexpr const char* OperationsHelp =
     R"(What each does; with a NAME also what it is called with, and what it answers. No camera is asked.
 Examples:
   vornhost operations Resolution
@@ -36,7 +36,7 @@ class COperations : public IVerb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("NAME", name_, "The operation, or a part of its name");
-        command.footer(Help);
+        command.footer(OperationsHelp);
     }
 
     ExitStatus run(const SOptions& options) override {

@@ -9,7 +9,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* PtzHelp =
     R"(Drives the camera from the keyboard, or with the same bytes from a pipe:
   arrows          pan and tilt for as long as the key is held
   + -             zoom in and out, likewise
@@ -30,7 +30,7 @@ public:
         command.add_option("--speed", speed_, "The speed to begin with, 1 to 100 (default 50)")
             ->type_name("N")
             ->check(CLI::Range(SlowestPtzSpeed, FastestPtzSpeed).description(""));
-        command.footer(Help);
+        command.footer(PtzHelp);
     }
 
 private:

@@ -25,7 +25,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* RecordHelp =
     R"(Records a video stream as the camera sends it. Ctrl-C ends the recording; the file plays to its
 last frame then, and also when the camera is lost. A FILE that exists is replaced when the first
 picture comes, and left alone when none does. --snapshot takes one picture instead, as a JPEG.
@@ -51,7 +51,7 @@ public:
             ->type_name("FILE")
             ->excludes(output)
             ->excludes(audio);
-        command.footer(Help);
+        command.footer(RecordHelp);
     }
 
 private:

@@ -190,7 +190,7 @@ private:
     bool allSucceeded_ = true;
 };
 
-constexpr const char* Help =
+constexpr const char* ScriptHelp =
     R"(Standard input has one operation a line, its words split as a POSIX shell splits them; answers are
 JSON lines. An asynchronous operation's line that ends in & does not hold the script up.
 Other lines:
@@ -211,7 +211,7 @@ class CScript : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
         CDeviceVerb::declare(command);
-        command.footer(Help);
+        command.footer(ScriptHelp);
     }
 
 private:

@@ -19,7 +19,7 @@ constexpr const char* ServiceProgram = "vornhost-service";
 constexpr double LeastMinutes = 0.1;
 constexpr double MostMinutes = 7.0 * 24 * 60;
 
-constexpr const char* Help =
+constexpr const char* ServeHelp =
     R"(When it serves it writes one line: {"listening":["http://127.0.0.1:8090"],"cameras":N}. At the first start
 without --token-file it makes a token, and tells it once inside the page's address, on standard error.
 SIGHUP reads the site file again; SIGTERM ends it. docs/service.md tells the rest.
@@ -101,7 +101,7 @@ public:
             ->type_name("N")
             ->check(CLI::Range(LeastMinutes, MostMinutes).description(""));
         command.add_flag("--no-page", options_.noPage, "Serve programs only");
-        command.footer(Help);
+        command.footer(ServeHelp);
     }
 
     ExitStatus run(const SOptions& options) override { return runService(options, options_); }

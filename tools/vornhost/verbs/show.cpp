@@ -14,7 +14,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* ShowHelp =
     R"(What the camera is, what it can do, how it is set, and what is wrong with it.
 Exit status 1 when something is wrong with it, 3 when it cannot be used at all; a warning, as of Basic
 authentication, changes nothing of it.
@@ -24,7 +24,7 @@ class CShow : public CDeviceVerb {
 public:
     void declare(CLI::App& command) override {
         CDeviceVerb::declare(command);
-        command.footer(Help);
+        command.footer(ShowHelp);
     }
 
 private:

@@ -17,7 +17,7 @@ namespace {
 constexpr int MostJobs = 1024;
 constexpr int MostCameras = 1'000'000;
 
-constexpr const char* Help =
+constexpr const char* SiteHelp =
     R"(A site file describes all cameras of a place; docs/site.md tells what it holds.
 Exit status 1 when a camera differs or has a fault, 2 for a site file that is refused.
 Examples:
@@ -85,7 +85,7 @@ public:
         declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_, EventsHelp);
         DeclareSeconds(*events_, seconds_, "How long (default: until Ctrl-C)");
         declareVerb(command, "doctor", "The doctor on all, with the causes counted", doctor_, DoctorHelp);
-        command.footer(Help);
+        command.footer(SiteHelp);
     }
 
     ExitStatus run(const SOptions& options) override {

@@ -98,7 +98,7 @@ std::string OutcomeText(const SOutcome& outcome, bool colour) {
                                      : "The camera agreed; nothing had to be set.\n");
 }
 
-constexpr const char* Help =
+constexpr const char* StreamSyncHelp =
     R"(Brings the camera to the recorder's record of a stream, and stores in the record what the
 camera accepted. Fields that RECORD leaves out are the record's (see --db), else the
 defaults.
@@ -117,7 +117,7 @@ public:
             ->required();
         command.add_flag("--dry-run", isDryRun_, "Send nothing and show what would be");
         command.add_flag("--force", isForced_, "Ask the camera for values outside its range too");
-        command.footer(Help);
+        command.footer(StreamSyncHelp);
     }
 
 private:

@@ -15,7 +15,7 @@
 namespace corvane::vornhost {
 namespace {
 
-constexpr const char* Help =
+constexpr const char* TokenHelp =
     R"(Who asks a service of this machine for anything needs a token. The file of them is FILE, else tokens.json
 in DIR, else tokens.json in $STATE_DIRECTORY, else in $XDG_STATE_HOME/vornhost, else in
 $HOME/.local/state/vornhost. It has no token, only what a service knows one by.
@@ -47,7 +47,7 @@ public:
         list_ = declareVerb(command, "list", "Who has a token, and what they may do");
         revoke_ = declareVerb(command, "revoke", "From then on the token is worth nothing");
         declareName(*revoke_);
-        command.footer(Help);
+        command.footer(TokenHelp);
     }
 
     ExitStatus run(const SOptions& options) override {
