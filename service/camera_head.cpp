@@ -79,10 +79,13 @@ void CCameraHead::expire() {
     send();
 }
 
-// One command at a time; of what is wanted meanwhile only the newest goes out.
+// One command at a time; of what is wanted meanwhile only the newest goes out. The session stays in `moving_`
+// until it is answered, since the last to let go of it must not be the callback: that is on a thread of the
+// session's own.
 void CCameraHead::send() {
     SMovement movement;
     CKeptCamera::Session session;
+    CKeptCamera::Session before;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (isUnderWay_ || wanted_ == sent_)
@@ -94,27 +97,26 @@ void CCameraHead::send() {
             return;
         isUnderWay_ = true;
         movement = wanted_;
-        moving_ = session;
+        before = std::exchange(moving_, session);
     }
+    letGo(std::move(before));
     if (!session)
-        return answered(movement, false, nullptr);
-    // In one place: the callback is copied, and none of its copies may be the last to have the session.
-    const auto held = std::make_shared<CKeptCamera::Session>(session);
+        return answered(movement, false);
     try {
         site::StartCall(
             session->session().operations(),
             {"controller.moveAt",
              {std::to_string(movement.pan), std::to_string(movement.tilt), std::to_string(movement.zoom)}},
-            [self = shared_from_this(), held, movement](const site::STimedAnswer& answer) {
-                self->answered(movement, answer.succeeded(), std::exchange(*held, nullptr));
+            [self = shared_from_this(), movement](const site::STimedAnswer& answer) {
+                self->clock_.add(
+                    [self, movement, isDone = answer.succeeded()] { self->answered(movement, isDone); });
             });
     } catch (const site::COperationError&) { // the camera has no head
-        answered(movement, true, session);
+        answered(movement, true);
     }
 }
 
-// On the controller's own thread, which cannot end the session: another one lets go of it.
-void CCameraHead::answered(const SMovement& sent, bool isDone, CKeptCamera::Session session) {
+void CCameraHead::answered(const SMovement& sent, bool isDone) {
     std::chrono::milliseconds after{0};
     CKeptCamera::Session still;
     {
@@ -129,13 +131,14 @@ void CCameraHead::answered(const SMovement& sent, bool isDone, CKeptCamera::Sess
             still = std::exchange(moving_, nullptr);
     }
     changed_.notify_all();
-    clock_.add(
-        [self = shared_from_this(), session = std::move(session), still = std::move(still)]() mutable {
-            session.reset();
-            still.reset();
-            self->send();
-        },
-        after);
+    letGo(std::move(still));
+    clock_.add([self = shared_from_this()] { self->send(); }, after);
+}
+
+// The last to have a session waits for its end, and others for the clock.
+void CCameraHead::letGo(CKeptCamera::Session session) {
+    if (session)
+        calls_.add([session = std::move(session)] {});
 }
 
 void CCameraHead::awaitStill(std::chrono::steady_clock::time_point deadline) {

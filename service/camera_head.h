@@ -35,9 +35,9 @@ class CCameraHead : public std::enable_shared_from_this<CCameraHead> {
 public:
     static constexpr std::chrono::milliseconds Longest{1'000}; // without being renewed
 
-    // `clock` runs what is due on time; its tasks never wait.
-    CCameraHead(std::shared_ptr<CKeptCamera> camera, site::CWorkPool& clock)
-        : camera_(std::move(camera)), clock_(clock) {}
+    // `clock` runs what is due on time; its tasks never wait. Those of `calls` may.
+    CCameraHead(std::shared_ptr<CKeptCamera> camera, site::CWorkPool& clock, site::CWorkPool& calls)
+        : camera_(std::move(camera)), clock_(clock), calls_(calls) {}
 
     // Starts or renews a movement; the time at which it ends by itself. Nothing when another client has the
     // head, whose name is in `holder`.
@@ -55,11 +55,13 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void send();
-    void answered(const SMovement& sent, bool isDone, CKeptCamera::Session session);
+    void answered(const SMovement& sent, bool isDone);
+    void letGo(CKeptCamera::Session session);
     void expire();
 
     const std::shared_ptr<CKeptCamera> camera_;
     site::CWorkPool& clock_;
+    site::CWorkPool& calls_;
 
     std::condition_variable changed_;
 

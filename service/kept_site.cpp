@@ -73,7 +73,7 @@ SKeptOne CKeptSite::make(const std::shared_ptr<const site::CSiteSessions>& sessi
     const CKeptCamera::Entry entry(sessions, &camera);
     auto kept = std::make_shared<CKeptCamera>(
         entry, [sessions, entry] { return sessions->open(*entry); }, keeping_, std::move(history));
-    return {kept, std::make_shared<CCameraHead>(kept, clock_)};
+    return {kept, std::make_shared<CCameraHead>(kept, clock_, calls_)};
 }
 
 // The cameras of the file; those that are as they were before stay.

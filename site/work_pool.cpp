@@ -48,12 +48,13 @@ void CWorkPool::work() {
             --idle_;
             continue;
         }
-        const Task task = std::move(next->second);
+        Task task = std::move(next->second);
         tasks_.erase(next);
         if (!tasks_.empty())
             changed_.notify_one(); // who waits for no time may be the one that is needed
         lock.unlock();
         task();
+        task = nullptr; // what it holds may take its time to end, or add another
         lock.lock();
     }
 }

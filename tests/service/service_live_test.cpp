@@ -178,6 +178,42 @@ TEST(ServiceMove, AStopOvertakesWhatWaits) {
     EXPECT_EQ(MovesOf(site).size(), 2U);
 }
 
+// Whoever is the last to have a session of a camera that has left, its own thread is not.
+TEST(ServiceMove, CamerasThatLeaveWhileTheyMoveLeaveTheServiceWell) {
+    constexpr int Cameras = 8;
+    CServedSite site({"--model", "D870", "--count", std::to_string(Cameras + 1), "--no-rtsp"});
+    const json all = site.file["cameras"];
+    json first = json::array({all.at(0)});
+    for (int round = 0; round < 6; ++round) {
+        for (int i = 1; i <= Cameras; ++i) {
+            const std::string name = "c" + std::to_string(i);
+            site.awaitState(name, "up");
+            EXPECT_EQ(site.client(site.operate)
+                          .send("POST", "/api/v1/cameras/" + name + "/move", {{"pan", 40}})
+                          .status,
+                      202);
+        }
+        site.file["cameras"] = first;
+        site.write();
+        site.reload();
+        EXPECT_TRUE(WaitUntil([&] {
+            return site.client(site.view).get("/api/v1/cameras").object().at("cameras").size() == 1;
+        }));
+        for (int i = 1; i <= Cameras; ++i)
+            EXPECT_TRUE(WaitUntil([&] {
+                return !site.camsim.get("/cameras/" + std::to_string(i))
+                            .at("position")
+                            .at("moving")
+                            .get<bool>();
+            }));
+        site.file["cameras"] = all;
+        site.write();
+        site.reload();
+    }
+    site.program->signal(SIGTERM);
+    EXPECT_EQ(site.program->wait().status, 0);
+}
+
 // A camera that moves is stopped before the service goes, or the camera leaves the site.
 TEST(ServiceMove, EndsWithTheServiceAndWithTheCamera) {
     for (const bool isSiteEnded : {true, false}) {
