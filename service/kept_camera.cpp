@@ -5,6 +5,7 @@
 #include "site/events/event_text.h"
 #include "site/session/identification.h"
 #include "site/spread.h"
+#include "site/streams/stream_setting.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,6 +19,7 @@ using std::chrono::milliseconds;
 using Problem = std::optional<site::SDiagnosis>;
 
 constexpr int AnswerPatience = 4; // seconds
+const site::SVideoStreamId FirstStream{0, site::VideoCodec::H264, 0};
 
 // Of a camera with another problem something has answered.
 constexpr const char* NotAnswering[] = {"name-not-found", "unreachable", "refused", "no-answer", "slow",
@@ -221,7 +223,25 @@ Problem CKeptCamera::examine() {
         return problem;
     if (auto unwatched = watchInputs())
         return unwatched;
-    return session()->session().weakerAuthentication();
+    Problem off = switchedOff();
+    return off ? off : session()->session().weakerAuthentication();
+}
+
+// What a recorder would not get: of the streams that the site file names, or of the one that is taken first
+// where it names none.
+Problem CKeptCamera::switchedOff() const {
+    const Entry entry = this->entry();
+    std::vector<site::SVideoStreamId> wanted;
+    for (const site::SStreamWish& wish : entry->streams)
+        wanted.push_back(wish.id);
+    if (wanted.empty())
+        wanted.push_back(FirstStream);
+    for (const site::SVideoStreamId& stream : wanted)
+        if (Problem off = DiagnoseStreamOff(session()->session(), stream)) {
+            off->isWarning = true; // the camera does as it is told
+            return off;
+        }
+    return std::nullopt;
 }
 
 Problem CKeptCamera::open() {

@@ -90,6 +90,7 @@ private:
     std::optional<site::SDiagnosis> askAgain();
     std::optional<site::SDiagnosis> watchInputs();
     std::optional<site::SDiagnosis> whyUnwatched();
+    std::optional<site::SDiagnosis> switchedOff() const;
     void letGo();
     void noteExchange(const site::SWatchedExchange& exchange);
     void takeEvent(int input, const site::SStreamEvent& event);

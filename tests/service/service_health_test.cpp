@@ -26,6 +26,7 @@ TEST(ServiceHealth, EachFaultHasItsStateAndCause) {
                   {"wrong-password", "degraded", "wrong-password"},
                   {"settings-unavailable", "degraded", "busy"},
                   {"monitor-html", "degraded", "monitor-refused"},
+                  {"stream-delivery-off", "up", "stream-off"},
                   {"clock-leaps", "up", ""}};
     const int count = static_cast<int>(std::size(faults));
     const CServedSite site({"--count", std::to_string(count), "--no-rtsp"}, [&](const CServedSite& made) {
@@ -39,7 +40,7 @@ TEST(ServiceHealth, EachFaultHasItsStateAndCause) {
     }
     const CHttpClient client = site.client(site.view);
     const json told = client.get("/api/v1/site").object();
-    EXPECT_EQ(told.at("states"), (json{{"unknown", 0}, {"up", 1}, {"degraded", 7}, {"down", 4}}));
+    EXPECT_EQ(told.at("states"), (json{{"unknown", 0}, {"up", 2}, {"degraded", 7}, {"down", 4}}));
     EXPECT_EQ(client.get("/api/v1/cameras?state=down").object().at("cameras").size(), 4U);
     EXPECT_EQ(client.get("/readyz").status, 200);
 
