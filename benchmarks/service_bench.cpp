@@ -30,6 +30,7 @@ using benchmark::State;
 using nlohmann::json;
 
 constexpr int EventClients = 100;
+constexpr const char* AskedPath = "/cgi-bin/getinfo"; // answered by a few bytes
 
 std::size_t Append(char* data, std::size_t size, std::size_t count, void* text) {
     static_cast<std::string*>(text)->append(data, size * count);
@@ -173,6 +174,30 @@ double MedianSeconds(int times, Work work) {
     return MedianOf(std::move(seconds));
 }
 
+// What a call of a script takes that asks the camera, from the first answer to the last.
+double SecondsInScript(const CEnvironment& environment, const std::string& address, int times) {
+    const std::string file =
+        std::filesystem::temp_directory_path() / ("vorn-bench-script-" + std::to_string(::getpid()));
+    {
+        std::ofstream script(file);
+        for (int i = 0; i <= times; ++i)
+            script << "setting.CameraHttpGet " << AskedPath << " 4\n";
+    }
+    CProgramRun program({"/bin/sh", "-c", R"(exec "$0" --model "$1" script "$2" < "$3")",
+                         environment.program(), CEnvironment::UsualModel, address, file});
+    std::string answer;
+    program.readLine(answer);
+    const CStopwatch watch;
+    int answers = 0;
+    while (program.readLine(answer))
+        ++answers;
+    const double seconds = watch.seconds();
+    std::filesystem::remove(file);
+    if (program.wait().status != 0 || answers != times)
+        throw CFailure("script: " + answer);
+    return seconds / times;
+}
+
 // CPU seconds a minute.
 double AtRest(const CServed& served, std::chrono::duration<double> span) {
     const double before = served.cpuSeconds();
@@ -195,8 +220,20 @@ void MeasureService(State& state, CEnvironment& environment, const Addresses& ad
     state.counters["all"] = MedianSeconds(20, [&] { (void)client->get("/cameras"); });
     state.counters["one"] = MedianSeconds(20, [&] { (void)client->get("/cameras/0"); });
     state.counters["metrics"] = MedianSeconds(5, [&] { (void)client->get("/metrics"); });
-    const std::string call = R"({"operation":"getVideoCodecCount","arguments":["0"]})";
-    state.counters["call"] = MedianSeconds(500, [&] { (void)client->post("/cameras/0/calls", call); });
+    const json call{{"operation", "setting.CameraHttpGet"}, {"arguments", {AskedPath, "4"}}};
+    constexpr int Calls = 500;
+    const auto measure = [&](const std::string& name) {
+        const CStopwatch watch;
+        for (int i = 0; i < Calls; ++i)
+            (void)client->post("/cameras/0/calls", call.dump());
+        state.counters[name] = watch.seconds() / Calls;
+        state.counters[name + "Script"] = SecondsInScript(environment, addresses.front(), Calls);
+    };
+    measure("call");
+    const CSimulatedCameras& cameras = environment.cameras();
+    cameras.control("POST", "/faults", json{{"path", AskedPath}, {"kind", "delay"}, {"ms", 5}}.dump());
+    measure("paced");
+    cameras.control("DELETE", "/faults", "");
 }
 
 // Who hears the changes of one camera's input.
