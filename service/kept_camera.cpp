@@ -77,7 +77,6 @@ void CKeptCamera::start() {
         const std::lock_guard<std::mutex> telling(telling_);
         keeping_.observer.cameraChanged(status(), nullptr);
     }
-    schedule(milliseconds::zero());
 }
 
 void CKeptCamera::end() {
@@ -136,7 +135,9 @@ void CKeptCamera::probed(bool isAnswering) {
     bool isNews = false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        isNews = isAnswering == (status_.health == Health::Down);
+        isNews = status_.health == Health::Unknown ? lookNumber_ == 0
+                                                   : isAnswering == (status_.health == Health::Down);
+        isAnswering_ = isAnswering;
         if (isAnswering && !isNews)
             lastHeard_ = Clock::now();
     }
@@ -172,7 +173,7 @@ void CKeptCamera::schedule(milliseconds after) {
             return;
         nextLook_ = due;
         number = ++lookNumber_;
-        isSuspect = status_.health == Health::Down;
+        isSuspect = !isAnswering_;
     }
     (isSuspect ? keeping_.suspects : keeping_.pool)
         .add(
@@ -398,6 +399,7 @@ void CKeptCamera::tellHealth(const Problem& problem) {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (isEnded_)
             return;
+        isAnswering_ = health != Health::Down;
         const bool isSame = status_.health == health && (problem ? problem->cause : "") ==
                                                             (status_.problem ? status_.problem->cause : "");
         if (isSame)

@@ -53,6 +53,7 @@ public:
     CKeptCamera(const CKeptCamera&) = delete;
     CKeptCamera& operator=(const CKeptCamera&) = delete;
 
+    // It is looked at as soon as a probe has told whether it answers.
     void start();
     // No look begins any more, and nothing more is told. A session goes when the last who has it does.
     void end();
@@ -74,7 +75,8 @@ public:
 
     // When it was heard last.
     std::chrono::steady_clock::time_point lastHeard() const;
-    // A probe has found it answering, or not; it is looked at soon where that is news.
+    // A probe has found it answering, or not; it is looked at soon where that is news, and where it does not
+    // answer among its like, so that no other waits for it.
     void probed(bool isAnswering);
     // It is looked at soon.
     void lookSoon();
@@ -120,6 +122,7 @@ private:
     std::chrono::steady_clock::time_point nextLook_;
     std::chrono::steady_clock::time_point lastHeard_;
     std::chrono::steady_clock::time_point watchBegin_;
+    bool isAnswering_ = false; // as it was found last
     bool isWatchLost_ = false;
     bool isEnded_ = false;
 };

@@ -47,6 +47,10 @@ SDrift DriftOf(const site::SCameraFinding& finding) {
     return drift;
 }
 
+CProber::STarget TargetOf(const std::shared_ptr<CKeptCamera>& camera) {
+    return {camera->entry()->address, [camera](bool isAnswering) { camera->probed(isAnswering); }};
+}
+
 } // namespace
 
 CKeptSite::CKeptSite(const site::SOptions& options, std::string file, ISiteObserver& observer,
@@ -97,6 +101,7 @@ void CKeptSite::take(const std::shared_ptr<const site::CSiteSessions>& sessions)
 }
 
 void CKeptSite::start() {
+    const std::lock_guard<std::mutex> reloading(reloading_);
     for (const auto& camera : cameras()) {
         camera->start();
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
@@ -106,7 +111,12 @@ void CKeptSite::start() {
 }
 
 void CKeptSite::end() {
-    prober_.reset();
+    std::unique_ptr<CProber> prober;
+    {
+        const std::lock_guard<std::mutex> reloading(reloading_);
+        prober.swap(prober_);
+    }
+    prober.reset();
     std::map<std::string, SKeptOne> cameras;
     decltype(feeds_) feeds;
     {
@@ -138,6 +148,8 @@ void CKeptSite::reload() {
         before = cameras_;
     }
     take(sessions);
+    if (!prober_) // not started yet, or at its end
+        return;
     std::set<std::shared_ptr<CKeptCamera>> known;
     for (const auto& [name, one] : before)
         known.insert(one.camera);
@@ -145,6 +157,7 @@ void CKeptSite::reload() {
         if (known.erase(camera) > 0)
             continue;
         camera->start();
+        prober_->ask(TargetOf(camera));
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
     }
     for (const auto& [name, one] : before)
@@ -203,8 +216,7 @@ std::vector<CProber::STarget> CKeptSite::targets() const {
     std::vector<CProber::STarget> all;
     for (const auto& camera : cameras())
         if (now - camera->lastHeard() >= times_.prober.period / 2)
-            all.push_back(
-                {camera->entry()->address, [camera](bool isAnswering) { camera->probed(isAnswering); }});
+            all.push_back(TargetOf(camera));
     return all;
 }
 

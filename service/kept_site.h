@@ -99,7 +99,7 @@ private:
     site::CWorkPool clock_;
     SKeeping keeping_;
 
-    std::mutex reloading_; // held by a reload; taken first
+    std::mutex reloading_; // held by a reload, and guards prober_; taken first
 
     mutable std::mutex mutex_; // guards what follows
     std::shared_ptr<const site::CSiteSessions> sessions_;
@@ -107,7 +107,7 @@ private:
     std::map<std::string, SKeptOne> cameras_;
     std::map<std::pair<std::string, site::SVideoStreamId>, std::shared_ptr<CPictureFeed>> feeds_;
 
-    std::unique_ptr<CProber> prober_; // ends first
+    std::unique_ptr<CProber> prober_; // from the start to the end
 };
 
 } // namespace corvane::service

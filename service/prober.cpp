@@ -2,25 +2,24 @@
 
 #include <curl/curl.h>
 
-#include <memory>
-#include <set>
+#include <algorithm>
+#include <deque>
+#include <iterator>
+#include <map>
 #include <utility>
 
 namespace corvane::service {
 namespace {
 
-constexpr std::size_t MostAtATime = 128;
-constexpr int LongestWait = 200; // ms, for an end to be noticed
-
-using Multi = std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)>;
+constexpr std::size_t MostAtATime = 512;              // silent ones take as long as the patience
+constexpr std::chrono::milliseconds ShortestWait{50}; // where a round waits for the one before
 
 // Nothing of a reply is read but its beginning.
 std::size_t Refuse(char* /*data*/, std::size_t /*size*/, std::size_t /*count*/, void* /*unused*/) {
     return 0;
 }
 
-CURL* MakeRequest(const std::string& address, const std::string& path, std::chrono::milliseconds patience,
-                  std::size_t& place) {
+CURL* MakeRequest(const std::string& address, const std::string& path, std::chrono::milliseconds patience) {
     CURL* const curl = curl_easy_init();
     if (!curl)
         throw std::bad_alloc();
@@ -31,31 +30,35 @@ CURL* MakeRequest(const std::string& address, const std::string& path, std::chro
     curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(patience.count()));
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &Refuse);
-    curl_easy_setopt(curl, CURLOPT_PRIVATE, &place);
     return curl;
 }
 
-// The requests of one round.
-class CRound {
+} // namespace
+
+// Those under way, and those that wait for their turn.
+class CProber::CRequests {
 public:
-    CRound(const std::vector<CProber::STarget>& targets, const std::string& path,
-           std::chrono::milliseconds patience)
-        : targets_(targets), path_(path), patience_(patience), multi_(curl_multi_init(), curl_multi_cleanup) {
+    CRequests(std::string path, std::chrono::milliseconds patience)
+        : path_(std::move(path)), patience_(patience), multi_(curl_multi_init(), curl_multi_cleanup) {
         if (!multi_)
             throw std::bad_alloc();
-        for (std::size_t i = 0; i < targets.size(); ++i)
-            places_.push_back(i);
     }
-    ~CRound() {
-        for (CURL* const curl : running_)
+    ~CRequests() {
+        for (const auto& [curl, target] : running_)
             end(curl);
     }
-    CRound(const CRound&) = delete;
-    CRound& operator=(const CRound&) = delete;
+    CRequests(const CRequests&) = delete;
+    CRequests& operator=(const CRequests&) = delete;
 
-    // Whether there is more to do.
-    bool step() {
-        while (running_.size() < MostAtATime && next_ < targets_.size())
+    bool isIdle() const { return running_.empty() && waiting_.empty(); }
+
+    void add(std::vector<STarget> targets) {
+        std::move(targets.begin(), targets.end(), std::back_inserter(waiting_));
+    }
+
+    // Goes on with all of them, and waits for news of any.
+    void step(std::chrono::milliseconds longest) {
+        while (running_.size() < MostAtATime && !waiting_.empty())
             begin();
         int left = 0;
         curl_multi_perform(multi_.get(), &left);
@@ -63,27 +66,28 @@ public:
         while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &queued))
             if (message->msg == CURLMSG_DONE)
                 take(message->easy_handle);
-        if (!running_.empty())
-            curl_multi_poll(multi_.get(), nullptr, 0, LongestWait, nullptr);
-        return !running_.empty() || next_ < targets_.size();
+        if (running_.empty() && !waiting_.empty())
+            return;
+        curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(longest.count()), nullptr);
     }
+
+    // Ends the waiting of step(). Callable from any thread.
+    void wake() { curl_multi_wakeup(multi_.get()); }
 
 private:
     void begin() {
-        CURL* const curl = MakeRequest(targets_[next_].address, path_, patience_, places_[next_]);
-        ++next_;
-        running_.insert(curl);
+        CURL* const curl = MakeRequest(waiting_.front().address, path_, patience_);
+        running_.emplace(curl, std::move(waiting_.front()));
+        waiting_.pop_front();
         curl_multi_add_handle(multi_.get(), curl);
     }
 
     void take(CURL* curl) {
         long status = 0;
-        std::size_t* place = nullptr;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-        curl_easy_getinfo(curl, CURLINFO_PRIVATE, &place);
-        targets_[*place].told(status != 0);
-        running_.erase(curl);
+        const auto asked = running_.extract(curl);
         end(curl);
+        asked.mapped().told(status != 0);
     }
 
     void end(CURL* curl) {
@@ -91,53 +95,58 @@ private:
         curl_easy_cleanup(curl);
     }
 
-    const std::vector<CProber::STarget>& targets_;
-    const std::string& path_;
+    const std::string path_;
     const std::chrono::milliseconds patience_;
-    const Multi multi_;
-    std::vector<std::size_t> places_; // requests point into it
-    std::set<CURL*> running_;
-    std::size_t next_ = 0;
+    const std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
+    std::map<CURL*, STarget> running_;
+    std::deque<STarget> waiting_;
 };
 
-} // namespace
-
 CProber::CProber(std::string path, Targets targets, SProberTimes times)
-    : path_(std::move(path)), targets_(std::move(targets)), times_(times), thread_([this] { run(); }) {}
+    : targets_(std::move(targets)),
+      times_(times),
+      requests_(std::make_unique<CRequests>(std::move(path), times.patience)),
+      thread_([this] { run(); }) {}
 
 CProber::~CProber() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         isEnded_ = true;
     }
-    changed_.notify_all();
+    requests_->wake();
     thread_.join();
 }
 
-bool CProber::isEnded() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return isEnded_;
+void CProber::ask(STarget target) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        asked_.push_back(std::move(target));
+    }
+    requests_->wake();
 }
 
+// A round waits for the end of the one before.
 void CProber::run() {
-    auto next = std::chrono::steady_clock::now() + times_.period;
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    auto next = Clock::now();
     for (;;) {
-        {
-            std::unique_lock<std::mutex> lock(mutex_);
-            if (changed_.wait_until(lock, next, [this] { return isEnded_; }))
-                return;
-        }
-        next = std::chrono::steady_clock::now() + times_.period;
         try {
-            askAll(targets_());
+            {
+                const std::lock_guard<std::mutex> lock(mutex_);
+                if (isEnded_)
+                    return;
+                requests_->add(std::exchange(asked_, {}));
+            }
+            const auto now = Clock::now();
+            if (now >= next && requests_->isIdle()) {
+                next = now + times_.period;
+                requests_->add(targets_());
+            }
+            const auto wait = std::chrono::ceil<milliseconds>(next - now);
+            requests_->step(std::clamp(wait, ShortestWait, times_.period));
         } catch (const std::bad_alloc&) { // the next round may have memory
         }
-    }
-}
-
-void CProber::askAll(const std::vector<STarget>& targets) {
-    CRound round(targets, path_, times_.patience);
-    while (!isEnded() && round.step()) {
     }
 }
 

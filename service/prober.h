@@ -1,8 +1,8 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -15,8 +15,8 @@ struct SProberTimes {
     std::chrono::milliseconds patience{3'000}; // for one answer
 };
 
-// Asks cameras without credentials, many side by side on one thread, whether anything there still answers
-// HTTP: a small request of which any status will do.
+// Asks cameras without credentials, many side by side on one thread, whether anything there answers HTTP: a
+// small request of which any status will do. Begins with a round at once.
 class CProber {
 public:
     struct STarget {
@@ -26,23 +26,26 @@ public:
     // Who is to be asked in this round.
     using Targets = std::function<std::vector<STarget>()>;
 
-    // `path` with its query. Both functions are called on the prober's thread.
+    // `path` with its query. Both functions are called on the prober's thread. Throws std::bad_alloc.
     CProber(std::string path, Targets targets, SProberTimes times = {});
     ~CProber();
     CProber(const CProber&) = delete;
     CProber& operator=(const CProber&) = delete;
 
-private:
-    void run();
-    void askAll(const std::vector<STarget>& targets);
-    bool isEnded() const;
+    // At once, beside the rounds. Callable from any thread.
+    void ask(STarget target);
 
-    const std::string path_;
+private:
+    class CRequests;
+
+    void run();
+
     const Targets targets_;
     const SProberTimes times_;
+    const std::unique_ptr<CRequests> requests_; // of the thread alone, but for its wake()
 
-    mutable std::mutex mutex_; // guards what follows
-    std::condition_variable changed_;
+    std::mutex mutex_; // guards what follows
+    std::vector<STarget> asked_;
     bool isEnded_ = false;
 
     std::thread thread_;

@@ -119,6 +119,20 @@ TEST(ServiceHealth, AWrongPasswordIsNotTriedAgainForWhoAsks) {
     EXPECT_EQ(count(true), tries);
 }
 
+// More than there are places for looks, first in the file: each holds one for as long as a look is patient.
+TEST(ServiceHealth, SilentCamerasDelayNoFirstLook) {
+    constexpr int Silent = 100;
+    const std::string last = "c" + std::to_string(Silent);
+    const auto silence = [](const CServedSite& made) {
+        for (int i = 0; i < Silent; ++i)
+            made.camsim.post("/faults", {{"name", "web-silent"}, {"camera", i}});
+    };
+    const CServedSite site({"--count", std::to_string(Silent + 1), "--no-rtsp"}, silence);
+    site.awaitState(last, "up");
+    const json states = site.client(site.view).get("/api/v1/site").object().at("states");
+    EXPECT_EQ(states, (json{{"unknown", Silent}, {"up", 1}, {"degraded", 0}, {"down", 0}}));
+}
+
 // A camera that answers nothing holds up neither the others nor the end.
 TEST(ServiceHealth, SilentCamerasHoldUpNobody) {
     constexpr int Silent = 5;
