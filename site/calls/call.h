@@ -9,8 +9,6 @@
 
 namespace corvane::site {
 
-inline constexpr int FirstInput = 0; // the only one, but of an encoder
-
 struct SCall {
     std::string operation;
     Texts arguments;

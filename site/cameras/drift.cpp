@@ -3,6 +3,7 @@
 #include "site/base/exit_status.h"
 #include "site/calls/call.h"
 #include "site/report/stream_fields.h"
+#include "site/session/device_session.h"
 
 #include <algorithm>
 #include <cstdlib>

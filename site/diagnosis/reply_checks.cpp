@@ -1,7 +1,5 @@
 #include "site/diagnosis/reply_checks.h"
 
-#include "site/events/alarm_input_levels.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>

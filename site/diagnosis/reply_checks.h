@@ -10,6 +10,7 @@ namespace corvane::site {
 
 inline constexpr const char* SettingsRequest = "/cgi-bin/setdata";
 inline constexpr const char* CapabilityRequest = "/cgi-bin/get_capability";
+inline constexpr const char* LevelsRequest = "/cgi-bin/get_io?command=all"; // of all alarm inputs
 
 inline constexpr int HttpOk = 200;
 

@@ -1,6 +1,7 @@
 #include "site/events/alarm_input_levels.h"
 
 #include "site/calls/call.h"
+#include "site/diagnosis/reply_checks.h"
 #include "site/events/monitor_look.h"
 
 #include <charconv>

@@ -10,8 +10,7 @@
 
 namespace corvane::site {
 
-// The request for the levels of all inputs, and what its reply tells: by the input, numbered from 0.
-inline constexpr const char* LevelsRequest = "/cgi-bin/get_io?command=all";
+// What the reply to the request for the levels of all inputs tells: by the input, numbered from 0.
 std::map<int, std::string> ReadLevels(const std::string& reply);
 // Likewise of what the request that stays open has told so far; the latest of each.
 std::map<int, std::string> MonitoredLevels(const std::string& told);

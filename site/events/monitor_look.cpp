@@ -1,5 +1,6 @@
 #include "site/events/monitor_look.h"
 
+#include "site/diagnosis/reply_checks.h"
 #include "site/events/alarm_input_levels.h"
 
 #include <algorithm>

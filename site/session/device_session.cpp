@@ -3,7 +3,6 @@
 #include "refhost/http/device_requests.h"
 #include "refhost/text/near_names.h"
 #include "site/base/standard_streams.h"
-#include "site/calls/call.h"
 #include "site/session/identification.h"
 
 #include <algorithm>

@@ -20,6 +20,8 @@
 
 namespace corvane::site {
 
+inline constexpr int FirstInput = 0; // the only one, but of an encoder
+
 // What the sessions of one program have in common: the plug-in with its model list, and the recorder's
 // database.
 struct SRecorder {

@@ -1,5 +1,6 @@
 #include "tools/vornhost/doctor/input_check.h"
 
+#include "site/diagnosis/reply_checks.h"
 #include "site/events/alarm_input_levels.h"
 #include "site/events/monitor_look.h"
 #include "tools/vornhost/names.h"
