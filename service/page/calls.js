@@ -2,13 +2,14 @@
 
 import {ApiError, cameraPath, post} from './api.js';
 import {controlOf, findOperations, isDangerous, namedValues} from './call-form.js';
-import {h, newId, replace, setText} from './dom.js';
+import {h, labelled, newId, replace, setText} from './dom.js';
 import {errorNotice, notice, problemPanel} from './notices.js';
 import {may} from './session.js';
 import {badge} from './state-badge.js';
 import {texts} from './texts.js';
 import {millisecondsText} from './time.js';
 
+const words = texts.calls;
 const mostAnswers = 20;
 
 function argumentField({name, form, takes}, keep) {
@@ -29,17 +30,17 @@ function argumentField({name, form, takes}, keep) {
         { for: id
         },
         name),
-      control, h('p', {id: `${id}-help`, class: 'hint'}, `${takes}. ${texts.calls.form(form)}`))
+      control, h('p', {id: `${id}-help`, class: 'hint'}, `${takes}. ${words.form(form)}`))
   };
 }
 
 function answerItem(operation, answer) {
   const {code, text, values = [], result, record, ms, problem, error} = answer;
   const isGood = !error && (code === undefined ? !problem : code === 1);
-  const told = isGood ? texts.calls.success : error || texts.calls.failed(code, text);
-  const named = namedValues(operation.outputs, values, texts.calls.value);
+  const told = isGood ? words.success : error || words.failed(code, text);
+  const named = namedValues(operation.outputs, values, words.value);
   const rows = [
-    ...named, ...(result === undefined ? [] : [{name: texts.calls.result, value: result}]),
+    ...named, ...(result === undefined ? [] : [{name: words.result, value: result}]),
     ...Object.entries(record ?? {}).map(([name, value]) => ({name, value}))
   ];
   return h('li', {class: 'answer'},
@@ -60,15 +61,13 @@ export class Calls {
     this.find = h('input',
       {type: 'search', autocomplete: 'off', spellcheck: 'false', on: {input: () => this.drawChoices()}});
     this.choices = h('select',
-      {size: 14, class: 'operations', 'aria-label': texts.calls.operation, on: {change: () => this.pick()}});
+      {size: 14, class: 'operations', 'aria-label': words.operation, on: {change: () => this.pick()}});
     this.found = h('p', {class: 'hint', role: 'status'});
     this.form = h('form', {class: 'call-form', on: {submit: event => this.submit(event)}},
-      h('p', {class: 'empty'}, texts.calls.pick));
+      h('p', {class: 'empty'}, words.pick));
     this.answers = h('ol', {class: 'answers', 'aria-live': 'polite'});
-    this.element = h('div', {class: 'calls'}, h('p', {class: 'intro'}, texts.calls.intro),
-      h('div', {class: 'call-desk'},
-        h('div', {}, h('label', {class: 'field'}, h('span', {}, texts.calls.find), this.find), this.found,
-          this.choices),
+    this.element = h('div', {class: 'calls'}, h('p', {class: 'intro'}, words.intro),
+      h('div', {class: 'call-desk'}, h('div', {}, labelled(words.find, this.find), this.found, this.choices),
         this.form),
       this.answers);
     this.drawChoices();
@@ -77,7 +76,7 @@ export class Calls {
   drawChoices() {
     const chosen = this.choices.value;
     const found = findOperations(this.operations, this.find.value, may('operate'));
-    setText(this.found, texts.calls.found(found.length));
+    setText(this.found, words.found(found.length));
     replace(this.choices,
       found.map(({operation, index, does}) => h('option', {value: String(index), title: does}, operation)));
     this.choices.value = chosen;
@@ -89,14 +88,13 @@ export class Calls {
       return;
     this.operation = operation;
     this.fields = operation.arguments.map(argument => argumentField(argument, this.typed));
-    this.button = h('button', {type: 'submit', class: 'primary'}, texts.calls.call);
+    this.button = h('button', {type: 'submit', class: 'primary'}, words.call);
     this.question = h('div', {hidden: true});
     replace(this.form, h('h3', {class: 'code'}, operation.operation), h('p', {}, operation.does),
       h('p', {},
-        badge(operation.writes ? 'warning' : 'skipped',
-          operation.writes ? texts.calls.writes : texts.calls.reads)),
+        badge(operation.writes ? 'warning' : 'skipped', operation.writes ? words.writes : words.reads)),
       this.fields.map(({element}) => element),
-      this.fields.length === 0 && h('p', {class: 'hint'}, texts.calls.noArguments),
+      this.fields.length === 0 && h('p', {class: 'hint'}, words.noArguments),
       h('div', {class: 'actions'}, this.button), this.question);
   }
 
@@ -118,8 +116,7 @@ export class Calls {
         this.call();
     };
     replace(this.question,
-      notice('warning', texts.calls.dangerous,
-        {[texts.calls.leave]: answer(false), [texts.calls.really]: answer(true)}));
+      notice('warning', words.dangerous, {[words.leave]: answer(false), [words.really]: answer(true)}));
     this.question.hidden = false;
     this.question.querySelector('button').focus();
   }
@@ -128,7 +125,7 @@ export class Calls {
     const {operation, button} = this;
     const values = this.fields.map(({control}) => control.value);
     button.disabled = true;
-    setText(button, texts.calls.calling);
+    setText(button, words.calling);
     try {
       const answer =
         await post(cameraPath(this.name, '/calls'), {operation: operation.operation, arguments: values});
@@ -139,7 +136,7 @@ export class Calls {
                             h('li', {class: 'answer'}, errorNotice(error)));
     }
     button.disabled = false;
-    setText(button, texts.calls.call);
+    setText(button, words.call);
   }
 
   tell(item) {

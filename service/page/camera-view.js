@@ -4,7 +4,7 @@ import {cameraPath, get} from './api.js';
 import {mayHavePicture} from './attention.js';
 import {Calls} from './calls.js';
 import {Doctor} from './doctor.js';
-import {h, replace, setText} from './dom.js';
+import {actionButton, h, replace, setText} from './dom.js';
 import {Drift} from './drift.js';
 import {onMessage} from './events.js';
 import {Exchanges} from './exchanges.js';
@@ -18,7 +18,7 @@ import {Settings} from './settings.js';
 import {renewStateBadge, stateBadge} from './state-badge.js';
 import {Tabs} from './tabs.js';
 import {texts} from './texts.js';
-import {clock, momentText, spanText} from './time.js';
+import {sinceText} from './time.js';
 
 const historyPeriod = 60000;
 const detailPeriod = 60000;
@@ -198,11 +198,7 @@ export class CameraView {
     replace(this.facts, facts.map(([label, value]) => h('div', {}, h('dt', {}, label), h('dd', {}, value))));
   }
 
-  renewTimes() {
-    const {since} = this.camera;
-    const now = clock.now();
-    setText(this.since, since ? texts.since(momentText(since, now), spanText(now - Date.parse(since))) : '');
-  }
+  renewTimes() { setText(this.since, sinceText(this.camera.since)); }
 
   renewProblem() {
     const {problem, state} = this.camera;
@@ -210,8 +206,7 @@ export class CameraView {
     if (text === this.problemShown)
       return;
     this.problemShown = text;
-    const examine = h(
-      'button', {type: 'button', class: 'primary', on: {click: () => this.examine()}}, texts.problem.examine);
+    const examine = actionButton(texts.problem.examine, () => this.examine(), {class: 'primary'});
     replace(this.problem,
       problem &&
         problemPanel(problem, {kind: state === 'degraded' ? 'warning' : 'fault', actions: [examine]}));

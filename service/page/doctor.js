@@ -8,6 +8,8 @@ import {badge, shape} from './state-badge.js';
 import {causeText, checkText, texts} from './texts.js';
 import {millisecondsText} from './time.js';
 
+const words = texts.doctor;
+
 // The checks that tell something stand before those that are well; among themselves as they ended.
 const weights = {
   fault: 0,
@@ -22,10 +24,10 @@ function checkItem({check, result, ms, problem, because}, root) {
   const isRoot = result === 'fault' && problem?.cause === root;
   const title = h('span', {class: 'check-name'}, checkText(check));
   const line = [
-    badge(result, texts.doctor.results[result]), title,
-    because && h('span', {class: 'hint'}, texts.doctor.because(checkText(because))),
+    badge(result, words.results[result]), title,
+    because && h('span', {class: 'hint'}, words.because(checkText(because))),
     problem && h('span', {class: 'check-cause'}, causeText(problem)),
-    isRoot && h('span', {class: 'tag'}, texts.doctor.root),
+    isRoot && h('span', {class: 'tag'}, words.root),
     ms !== undefined && h('span', {class: 'check-time number'}, millisecondsText(ms))
   ];
   if (!problem)
@@ -38,10 +40,9 @@ export class Doctor {
   constructor(name) {
     this.name = name;
     this.checks = [];
-    this.button =
-      h('button', {type: 'button', class: 'primary', on: {click: () => this.run()}}, texts.doctor.run);
+    this.button = h('button', {type: 'button', class: 'primary', on: {click: () => this.run()}}, words.run);
     this.stopButton =
-      h('button', {type: 'button', hidden: true, on: {click: () => this.abort?.abort()}}, texts.doctor.stop);
+      h('button', {type: 'button', hidden: true, on: {click: () => this.abort?.abort()}}, words.stop);
     this.bundle = h('input', {type: 'checkbox', id: 'doctor-bundle'});
     this.download = h('a', {
       class: 'button',
@@ -49,15 +50,15 @@ export class Doctor {
       download: `${name}-doctor.tar.gz`,
       hidden: true,
     },
-      texts.doctor.download);
+      words.download);
     this.status = h('p', {class: 'doctor-status', role: 'status'});
     this.verdict = h('div', {'aria-live': 'polite'});
     this.list = h('ol', {class: 'checks'});
-    this.element = h('div', {class: 'doctor'}, h('p', {class: 'intro'}, texts.doctor.intro),
+    this.element = h('div', {class: 'doctor'}, h('p', {class: 'intro'}, words.intro),
       h('div', {class: 'actions'}, this.button, this.stopButton,
-        h('label', {class: 'check-field'}, this.bundle, h('span', {}, texts.doctor.bundle)), this.download,
+        h('label', {class: 'check-field'}, this.bundle, h('span', {}, words.bundle)), this.download,
         this.status),
-      h('p', {class: 'hint'}, texts.doctor.bundleHint), this.verdict, this.list);
+      h('p', {class: 'hint'}, words.bundleHint), this.verdict, this.list);
   }
 
   async run() {
@@ -76,8 +77,8 @@ export class Doctor {
     } catch (error) {
       this.end();
       if (error.name !== 'AbortError')
-        replace(this.verdict,
-          error.status === undefined ? notice('fault', texts.doctor.broken) : errorNotice(error));
+        replace(
+          this.verdict, error.status === undefined ? notice('fault', words.broken) : errorNotice(error));
     }
   }
 
@@ -92,8 +93,8 @@ export class Doctor {
     this.download.hidden = true;
     const begun = performance.now();
     const tick = () =>
-      setText(this.status, `${texts.doctor.running} ${millisecondsText(performance.now() - begun)}`);
-    setText(this.status, texts.doctor.running);
+      setText(this.status, `${words.running} ${millisecondsText(performance.now() - begun)}`);
+    setText(this.status, words.running);
     // Told to eyes alone: a screen reader would read each second.
     this.status.setAttribute('aria-live', 'off');
     this.ticking = setInterval(tick, 1000);
@@ -111,7 +112,7 @@ export class Doctor {
   finish(withBundle) {
     this.end();
     if (!this.answer) {
-      replace(this.verdict, notice('fault', texts.doctor.broken));
+      replace(this.verdict, notice('fault', words.broken));
       return;
     }
     this.download.hidden = !withBundle;
@@ -122,15 +123,15 @@ export class Doctor {
   verdictOf({verdict, cause, checks, faults, warnings, ms}) {
     const rooted = cause && this.checks.find(({problem}) => problem?.cause === cause);
     return h('div', {class: 'verdict', data: {kind: verdict}}, shape(verdict),
-      h('div', {}, h('h3', {}, rooted ? causeText(rooted.problem) : texts.doctor.verdicts[verdict]),
-        rooted && h('p', {}, texts.doctor.verdicts[verdict]),
-        h('p', {class: 'hint'}, texts.doctor.counts(checks, faults, warnings, millisecondsText(ms)))));
+      h('div', {}, h('h3', {}, rooted ? causeText(rooted.problem) : words.verdicts[verdict]),
+        rooted && h('p', {}, words.verdicts[verdict]),
+        h('p', {class: 'hint'}, words.counts(checks, faults, warnings, millisecondsText(ms)))));
   }
 
   end() {
     clearInterval(this.ticking);
     setText(this.status, '');
-    setText(this.button, texts.doctor.again);
+    setText(this.button, words.again);
     this.button.disabled = false;
     this.stopButton.hidden = true;
   }

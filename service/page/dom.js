@@ -34,6 +34,15 @@ export function h(tag, attributes = {}, ...children) {
   return element;
 }
 
+// `attributes` may hold anything but listeners.
+export const actionButton = (text, click, attributes = {}) =>
+  h('button', {type: 'button', ...attributes, on: {click}}, text);
+
+export const labelled = (text, control, className = 'field') =>
+  h('label', {class: className}, h('span', {}, text), control);
+
+export const headRow = names => h('thead', {}, h('tr', {}, names.map(name => h('th', {scope: 'col'}, name))));
+
 export function svg(tag, attributes = {}, ...children) {
   const element = document.createElementNS(svgNamespace, tag);
   for (const [name, value] of Object.entries(attributes))

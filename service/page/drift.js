@@ -1,12 +1,13 @@
 // How the camera is set against how the site file wants it, and mending either.
 
 import {cameraPath, patch, post} from './api.js';
-import {h, replace} from './dom.js';
+import {actionButton, h, headRow, replace} from './dom.js';
 import {errorNotice, notice} from './notices.js';
 import {fieldText, placeText, texts} from './texts.js';
 import {clock, momentText} from './time.js';
 import {valueText} from './values.js';
 
+const words = texts.drift;
 const streamOf = of => (of.startsWith('stream ') ? of.slice('stream '.length) : null);
 
 // How a difference is set at the camera, and how what the camera has becomes the wish.
@@ -39,10 +40,9 @@ export class Drift {
     this.rows = h('div');
     this.outcome = h('div', {'aria-live': 'polite'});
     this.wishes = h('div');
-    this.checkButton = h('button', {type: 'button', on: {click: () => this.run('check')}}, texts.drift.check);
-    this.syncButton = h('button',
-      {type: 'button', class: 'primary', data: {needs: 'operate'}, on: {click: () => this.run('sync')}},
-      texts.drift.setAll);
+    this.checkButton = actionButton(words.check, () => this.run('check'));
+    this.syncButton =
+      actionButton(words.setAll, () => this.run('sync'), {class: 'primary', data: {needs: 'operate'}});
     this.element = h('div', {class: 'drift'}, this.state, this.rows, this.outcome,
       h('div', {class: 'actions'}, this.syncButton, this.checkButton), this.wishes);
   }
@@ -55,8 +55,8 @@ export class Drift {
     const {drift = {state: 'unknown'}, wish} = camera;
     const differences = drift.differences ?? [];
     replace(this.state, this.stateNotice(drift, wishCount(wish)),
-      drift.checked && h('p', {class: 'hint'}, texts.drift.checked(momentText(drift.checked, clock.now()))),
-      drift.ignored > 0 && h('p', {class: 'hint'}, texts.drift.ignored(drift.ignored)));
+      drift.checked && h('p', {class: 'hint'}, words.checked(momentText(drift.checked, clock.now()))),
+      drift.ignored > 0 && h('p', {class: 'hint'}, words.ignored(drift.ignored)));
     replace(this.rows, differences.length > 0 && this.table(differences));
     this.syncButton.hidden = differences.length === 0;
     replace(this.wishes, this.wishTable(wish));
@@ -64,23 +64,22 @@ export class Drift {
 
   stateNotice(drift, wishes) {
     if (wishes === 0 && drift.state !== 'differs')
-      return notice('unknown', texts.drift.noWish);
+      return notice('unknown', words.noWish);
     const kinds = {same: 'ok', differs: 'differs', fault: 'fault', unknown: 'unknown'};
     const text =
-      drift.state === 'differs' ? texts.drift.differs(drift.differences.length) : texts.drift[drift.state];
+      drift.state === 'differs' ? words.differs(drift.differences.length) : texts.drift[drift.state];
     return drift.problem ? errorNotice({problem: drift.problem}) : notice(kinds[drift.state], text);
   }
 
   table(differences) {
-    const {head} = texts.drift;
+    const {head} = words;
     return h('table', {class: 'stacking'},
-      h('caption', {class: 'visually-hidden'}, texts.drift.differs(differences.length)),
-      h('thead', {}, h('tr', {}, Object.values(head).map(text => h('th', {scope: 'col'}, text)))),
-      h('tbody', {}, differences.map(difference => this.row(difference))));
+      h('caption', {class: 'visually-hidden'}, words.differs(differences.length)),
+      headRow(Object.values(head)), h('tbody', {}, differences.map(difference => this.row(difference))));
   }
 
   row(difference) {
-    const {head} = texts.drift;
+    const {head} = words;
     const {of, field, wanted, camera} = difference;
     const name = fieldText(field);
     const canTake = this.isWishWritable() && camera !== null;
@@ -89,40 +88,29 @@ export class Drift {
       h('td', {class: 'number', data: {label: head.camera}}, valueText(camera)),
       h('td', {class: 'acts', data: {label: head.act}},
         h('div', {class: 'button-row'},
-          h('button', {
-            type: 'button',
-            data: {needs: 'operate'},
-            'aria-label': texts.drift.setOne(name, wanted),
-            on: {click: event => this.set(difference, event.currentTarget)}
-          },
-            texts.drift.set),
+          actionButton(words.set, event => this.set(difference, event.currentTarget),
+            {data: {needs: 'operate'}, 'aria-label': words.setOne(name, wanted)}),
           canTake &&
-            h('button', {
-              type: 'button',
-              data: {needs: 'admin'},
-              'aria-label': texts.drift.takeOne(name, camera),
-              on: {click: event => this.take(difference, event.currentTarget)}
-            },
-              texts.drift.take))));
+            actionButton(words.take, event => this.take(difference, event.currentTarget),
+              {data: {needs: 'admin'}, 'aria-label': words.takeOne(name, camera)}))));
   }
 
   wishTable(wish) {
     if (wishCount(wish) === 0)
       return null;
     const lines = [
-      ...Object.entries(wish.adjustments ?? {}).map(([field,
-        value]) => [texts.drift.adjustments, field, value]),
+      ...Object.entries(wish.adjustments ?? {}).map(([field, value]) => [words.adjustments, field, value]),
       ...(wish.streams ?? []).flatMap(({stream,
         record}) => Object.entries(record ?? {}).map(([field,
         value]) => [texts.settings.stream(stream), field, value]))
     ];
-    return h('details', {}, h('summary', {}, texts.drift.wishes),
+    return h('details', {}, h('summary', {}, words.wishes),
       h('table', {class: 'plain'},
         h('tbody', {},
           lines.map(
             ([of, field, value]) => h('tr', {}, h('td', {}, of), h('th', {scope: 'row'}, fieldText(field)),
               h('td', {class: 'number'}, valueText(value)))))),
-      !this.isWishWritable() && h('p', {class: 'hint'}, texts.drift.notWritable));
+      !this.isWishWritable() && h('p', {class: 'hint'}, words.notWritable));
   }
 
   async act(button, action, done) {
@@ -146,7 +134,7 @@ export class Drift {
 
   take(difference, button) {
     const {path, body} = wishRequest(this.name, difference);
-    return this.act(button, () => patch(path, body), () => notice('ok', texts.drift.taken));
+    return this.act(button, () => patch(path, body), () => notice('ok', words.taken));
   }
 
   run(verb) {
@@ -162,9 +150,9 @@ export class Drift {
     if (problem)
       told.push(errorNotice({problem}));
     else if (state === 'same' && changes.length === 0)
-      told.push(notice('ok', texts.drift.same));
+      told.push(notice('ok', words.same));
     else if (state === 'differs')
-      told.push(notice('differs', texts.drift.differs(differences.length)));
+      told.push(notice('differs', words.differs(differences.length)));
     return told;
   }
 }

@@ -2,7 +2,7 @@
 
 import {cameraPath, get} from './api.js';
 import {curlText, maskBody, maskSecrets} from './curl.js';
-import {h, replace, setText} from './dom.js';
+import {actionButton, h, labelled, replace, setText} from './dom.js';
 import {followExchanges, onMessage} from './events.js';
 import {ExchangeList, isFailure} from './exchange-list.js';
 import {errorNotice} from './notices.js';
@@ -10,21 +10,22 @@ import {badge} from './state-badge.js';
 import {texts} from './texts.js';
 import {millisecondsText, preciseClockText} from './time.js';
 
+const words = texts.exchanges;
 const pollPeriod = 2000;
 const mostDrawn = 200;
 
 function statusOf(exchange) {
-  const text = exchange.status ? String(exchange.status) : exchange.failure || texts.exchanges.noReply;
+  const text = exchange.status ? String(exchange.status) : exchange.failure || words.noReply;
   return badge(isFailure(exchange) ? 'fault' : 'ok', text);
 }
 
 async function copy(text, button, place) {
   try {
     await navigator.clipboard.writeText(text);
-    setText(button, texts.exchanges.copied);
-    setTimeout(() => setText(button, texts.exchanges.copy), 2000);
+    setText(button, words.copied);
+    setTimeout(() => setText(button, words.copy), 2000);
   } catch {
-    replace(place, h('p', {class: 'hint'}, texts.exchanges.copyFailed), h('pre', {tabindex: '0'}, text));
+    replace(place, h('p', {class: 'hint'}, words.copyFailed), h('pre', {tabindex: '0'}, text));
   }
 }
 
@@ -37,37 +38,24 @@ export class Exchanges {
     Object.assign(this, {name, address});
     this.exchanges = new ExchangeList();
     this.lines = new Map();
-    this.filter = h('input', {
-      type: 'search',
-      placeholder: texts.exchanges.filterHint,
-      autocomplete: 'off',
-      on: {input: () => this.draw()}
-    });
+    this.filter = h('input',
+      {type: 'search', placeholder: words.filterHint, autocomplete: 'off', on: {input: () => this.draw()}});
     this.failures = h('input', {type: 'checkbox', on: {change: () => this.draw()}});
-    this.pauseButton = h('button', {type: 'button', 'aria-pressed': 'false', on: {click: () => this.pause()}},
-      texts.exchanges.pause);
+    this.pauseButton = actionButton(words.pause, () => this.pause(), {'aria-pressed': 'false'});
     this.state = h('p', {class: 'hint', role: 'status'});
     this.failure = h('div');
     this.list = h('ol', {class: 'exchange-list'});
-    this.element = h('div', {class: 'exchanges'}, h('p', {class: 'intro'}, texts.exchanges.intro),
-      this.tools(), this.state, this.failure, this.list);
+    this.element = h('div', {class: 'exchanges'}, h('p', {class: 'intro'}, words.intro), this.tools(),
+      this.state, this.failure, this.list);
   }
 
   tools() {
-    return h('div', {class: 'actions'},
-      h('label', {class: 'field grow'}, h('span', {}, texts.exchanges.filter), this.filter),
-      h('label', {class: 'check-field'}, this.failures, h('span', {}, texts.exchanges.failures)),
-      this.pauseButton,
-      h('button', {
-        type: 'button',
-        on: {
-          click: () => {
-            this.exchanges.clear();
-            this.draw();
-          }
-        }
-      },
-        texts.exchanges.clear));
+    return h('div', {class: 'actions'}, labelled(words.filter, this.filter, 'field grow'),
+      h('label', {class: 'check-field'}, this.failures, words.failures), this.pauseButton,
+      actionButton(words.clear, () => {
+        this.exchanges.clear();
+        this.draw();
+      }));
   }
 
   // Only while its tab is shown: the service tells exchanges to whoever asks for them.
@@ -91,7 +79,7 @@ export class Exchanges {
       this.poll(!message.live);
     if (message.kind !== 'event' || message.type !== 'exchange' || message.data.name !== this.name)
       return;
-    this.exchanges.takeAll([message.data]); // the stream begins with what the service keeps
+    this.exchanges.takeAll([message.data]);  // the stream begins with what the service keeps
     this.drawSoon();
   }
 
@@ -118,7 +106,7 @@ export class Exchanges {
   pause() {
     this.exchanges.pause(!this.exchanges.isPaused);
     this.pauseButton.setAttribute('aria-pressed', String(this.exchanges.isPaused));
-    setText(this.pauseButton, this.exchanges.isPaused ? texts.exchanges.resume : texts.exchanges.pause);
+    setText(this.pauseButton, this.exchanges.isPaused ? words.resume : words.pause);
     this.draw();
   }
 
@@ -150,12 +138,11 @@ export class Exchanges {
   }
 
   stateText(shown, all) {
-    const waiting =
-      this.exchanges.isPaused ? ` · ${texts.exchanges.paused(this.exchanges.waiting.length)}` : '';
-    const polling = this.isPolling ? ` · ${texts.exchanges.polling}` : '';
-    const count = all === 0 ? (this.isLoaded ? texts.exchanges.none : texts.loading) :
-      shown === 0           ? texts.exchanges.nothingFound :
-                              texts.exchanges.shown(shown, all);
+    const waiting = this.exchanges.isPaused ? ` · ${words.paused(this.exchanges.waiting.length)}` : '';
+    const polling = this.isPolling ? ` · ${words.polling}` : '';
+    const count = all === 0 ? (this.isLoaded ? words.none : texts.loading) :
+      shown === 0           ? words.nothingFound :
+                              words.shown(shown, all);
     return count + waiting + polling;
   }
 
@@ -174,11 +161,9 @@ export class Exchanges {
     const text = curlText(exchange, this.address());
     const place = h('div');
     return h('div', {class: 'exchange-details'},
-      h('dl', {}, part(texts.exchanges.body, exchange.body && maskBody(exchange.body)),
-        part(texts.exchanges.failure, exchange.failure), part(texts.exchanges.reply, exchange.reply)),
-      h('button', {type: 'button', on: {click: event => copy(text, event.currentTarget, place)}},
-        texts.exchanges.copy),
-      place);
+      h('dl', {}, part(words.body, exchange.body && maskBody(exchange.body)),
+        part(words.failure, exchange.failure), part(words.reply, exchange.reply)),
+      actionButton(words.copy, event => copy(text, event.currentTarget, place)), place);
   }
 
   close() {

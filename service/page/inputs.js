@@ -3,7 +3,7 @@
 import {h, replace, svg} from './dom.js';
 import {badge} from './state-badge.js';
 import {texts} from './texts.js';
-import {clock, momentText, preciseClockText, spanText} from './time.js';
+import {clock, preciseClockText, sinceText} from './time.js';
 import {barsOf, hour, spansOf} from './timeline.js';
 
 const width = 600;
@@ -74,11 +74,9 @@ export class Inputs {
   }
 
   row(input, now) {
-    const since =
-      input.since && texts.since(momentText(input.since, now), spanText(now - Date.parse(input.since)));
     return h('div', {class: 'input-row'},
       h('div', {class: 'input-name'}, h('strong', {}, texts.inputs.name(input.input)),
-        badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, since)),
+        badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, sinceText(input.since))),
       lineOf(input, this.changes.filter(change => change.input === input.input), now));
   }
 

@@ -1,6 +1,6 @@
 // The camera's picture as it comes. Each is fetched by itself, so that no connection is kept for a picture.
 
-import {h, replace, setText} from './dom.js';
+import {h, labelled, replace, setText} from './dom.js';
 import {errorText} from './notices.js';
 import {fetchPicture, forgetPicture, showPicture} from './pictures.js';
 import {causeText, texts} from './texts.js';
@@ -25,8 +25,7 @@ export class LivePicture {
     this.frame = h('div', {class: 'live-frame', data: {state: 'waiting'}}, this.image, this.failure);
     this.element = h('section', {class: 'live card', 'aria-label': texts.picture.title}, this.frame,
       h('div', {class: 'live-foot'}, this.age,
-        this.streamsField =
-          h('label', {class: 'field inline'}, h('span', {}, texts.picture.stream), this.streams)));
+        this.streamsField = labelled(texts.picture.stream, this.streams, 'field inline')));
     this.offer([]);
     this.onVisible = () => this.start();
     document.addEventListener('visibilitychange', this.onVisible);

@@ -2,7 +2,7 @@
 
 import {get} from './api.js';
 import {CameraView} from './camera-view.js';
-import {h, replace, setText} from './dom.js';
+import {actionButton, h, replace, setText} from './dom.js';
 import {onMessage, reconnectEvents, startEvents} from './events.js';
 import {errorText, notice} from './notices.js';
 import {routeOf} from './route.js';
@@ -77,7 +77,7 @@ function drawSession(who) {
   replace(document.querySelector('#session'), who && [
     h('span', {class: 'session-name'},
       texts.session.who(who.name, texts.session.roles[who.role] ?? who.role)),
-    h('button', {type: 'button', class: 'small', on: {click: endSession}}, texts.session.logOut),
+    actionButton(texts.session.logOut, endSession, {class: 'small'}),
   ]);
 }
 

@@ -1,13 +1,12 @@
 // How a part of the page tells that it failed, and what failed at the camera.
 
-import {h} from './dom.js';
+import {actionButton, h} from './dom.js';
 import {shape} from './state-badge.js';
 import {adviceText, causeText, texts} from './texts.js';
 
 export function notice(kind, text, actions = {}) {
   return h('div', {class: 'notice', role: kind === 'fault' ? 'alert' : 'status', data: {kind}}, shape(kind),
-    h('p', {}, text),
-    Object.entries(actions).map(([label, click]) => h('button', {type: 'button', on: {click}}, label)));
+    h('p', {}, text), Object.entries(actions).map(([label, click]) => actionButton(label, click)));
 }
 
 function detail(label, text, className) {

@@ -1,6 +1,6 @@
 // Plots of the last hour, with a value under the pointer or the arrow keys, and a table of the same.
 
-import {h, replace, setText, svg} from './dom.js';
+import {h, headRow, replace, setText, svg} from './dom.js';
 import {boundedTop, dotPath, linePath, nearestPoint, niceScale, plotOf, timeTicks} from './plot-geometry.js';
 import {texts} from './texts.js';
 import {clockText} from './time.js';
@@ -151,10 +151,7 @@ export class Plot {
     if (!this.table.open)
       return;
     replace(this.tableBody,
-      h('table', {class: 'plain'},
-        h('thead', {},
-          h('tr', {}, h('th', {scope: 'col'}, texts.history.time),
-            this.columns.map(({name}) => h('th', {scope: 'col'}, name)))),
+      h('table', {class: 'plain'}, headRow([texts.history.time, ...this.columns.map(({name}) => name)]),
         h('tbody', {},
           [...this.samples].reverse().map(
             sample => h('tr', {}, h('th', {scope: 'row', class: 'number'}, clockText(sample.time)),

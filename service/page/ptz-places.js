@@ -1,7 +1,7 @@
 // Presets and patterns of a head.
 
 import {cameraPath, post} from './api.js';
-import {h, setText} from './dom.js';
+import {actionButton, h, setText} from './dom.js';
 import {errorText} from './notices.js';
 import {texts} from './texts.js';
 
@@ -31,14 +31,9 @@ export class PtzPlaces {
       {type: 'number', min: 1, max: count, step: 1, value: '1', inputmode: 'numeric', 'aria-label': label});
     return h('fieldset', {}, h('legend', {}, title),
       h('div', {class: 'button-row'}, number,
-        known.map(([operation, what]) => h('button', {
-          type: 'button',
-          on: {
-            click: () =>
-              number.reportValidity() && this.call(operation, Number(number.value), texts.ptz[what])
-          },
-        },
-                    texts.ptz[what]))));
+        known.map(
+          ([operation, what]) => actionButton(texts.ptz[what],
+            () => number.reportValidity() && this.call(operation, Number(number.value), texts.ptz[what])))));
   }
 
   callPreset(digit) { this.call(presetCalls[0][0], digit === 0 ? digits : digit, texts.ptz.call); }

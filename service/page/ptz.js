@@ -1,12 +1,13 @@
 // Moving a head by pointer, touch and keys.
 
 import {ApiError, cameraPath, errorOf, send} from './api.js';
-import {h, setText, svg} from './dom.js';
+import {actionButton, h, labelled, setText, svg} from './dom.js';
 import {errorText} from './notices.js';
 import {isMoveKey, PtzDrive, vectorOfDrag, vectorOfKeys} from './ptz-drive.js';
 import {PtzPlaces} from './ptz-places.js';
 import {texts} from './texts.js';
 
+const words = texts.ptz;
 const client =
   [...crypto.getRandomValues(new Uint8Array(12))].map(byte => byte.toString(16).padStart(2, '0')).join('');
 const longestMoveRequest = 2000;
@@ -46,16 +47,15 @@ export class Ptz {
       told: (what, error) => this.tell(what, error),
     });
     this.places = new PtzPlaces(name, ptz, operations);
-    this.status = h('p', {class: 'ptz-status', role: 'status'}, texts.ptz.still);
+    this.status = h('p', {class: 'ptz-status', role: 'status'}, words.still);
     this.position = h('p', {class: 'ptz-position'});
     this.speed = h(
       'input', {type: 'range', min: 5, max: 100, step: 5, value: '50', on: {input: () => this.tellSpeed()}});
     this.speedTold = h('output', {class: 'number'});
-    this.element =
-      h('section', {class: 'ptz card', 'aria-label': texts.ptz.title}, h('h2', {}, texts.ptz.title),
-        this.position, h('p', {class: 'hint', data: {only: 'view'}}, texts.ptz.mayNot),
-        h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
-          this.status, this.places.element, h('p', {class: 'hint'}, texts.ptz.hint)));
+    this.element = h('section', {class: 'ptz card', 'aria-label': words.title}, h('h2', {}, words.title),
+      this.position, h('p', {class: 'hint', data: {only: 'view'}}, words.mayNot),
+      h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
+        this.status, this.places.element, h('p', {class: 'hint'}, words.hint)));
     this.tellSpeed();
     this.followPage();
   }
@@ -68,7 +68,7 @@ export class Ptz {
       class: 'ptz-pad',
       tabindex: '0',
       role: 'application',
-      'aria-label': texts.ptz.pad,
+      'aria-label': words.pad,
       on: {
         pointerdown: event => this.press(event),
         pointermove: event => this.drag(event),
@@ -87,13 +87,13 @@ export class Ptz {
 
   side() {
     return h('div', {class: 'ptz-side'},
-      h('div', {class: 'button-row'}, this.holdButton(texts.ptz.zoomOut, '−', {zoom: -1}),
-        this.holdButton(texts.ptz.zoomIn, '+', {zoom: 1})),
-      h('div', {class: 'button-row'}, this.holdButton(texts.ptz.left, '←', {pan: -1}),
-        this.holdButton(texts.ptz.up, '↑', {tilt: 1}), this.holdButton(texts.ptz.down, '↓', {tilt: -1}),
-        this.holdButton(texts.ptz.right, '→', {pan: 1})),
-      h('label', {class: 'field'}, h('span', {}, `${texts.ptz.speed} `, this.speedTold), this.speed),
-      h('button', {type: 'button', class: 'stop', on: {click: () => this.stopNow()}}, texts.ptz.stop));
+      h('div', {class: 'button-row'}, this.holdButton(words.zoomOut, '−', {zoom: -1}),
+        this.holdButton(words.zoomIn, '+', {zoom: 1})),
+      h('div', {class: 'button-row'}, this.holdButton(words.left, '←', {pan: -1}),
+        this.holdButton(words.up, '↑', {tilt: 1}), this.holdButton(words.down, '↓', {tilt: -1}),
+        this.holdButton(words.right, '→', {pan: 1})),
+      labelled([words.speed, ' ', this.speedTold], this.speed),
+      actionButton(words.stop, () => this.stopNow(), {class: 'stop'}));
   }
 
   // Moves for as long as it is pressed, by pointer or by Enter and Space.
@@ -189,7 +189,7 @@ export class Ptz {
     this.drive.hold(vectorOfKeys(this.keys, Number(this.speed.value)));
   }
 
-  tellSpeed() { setText(this.speedTold, texts.ptz.percent(this.speed.value)); }
+  tellSpeed() { setText(this.speedTold, words.percent(this.speed.value)); }
 
   changeSpeed(step) {
     this.speed.value = String(Number(this.speed.value) + step);
@@ -199,9 +199,7 @@ export class Ptz {
   }
 
   // However short the press, the head is seen to move.
-  letGoOfTap() {
-    this.tap = setTimeout(() => this.letGo(), this.begun + shortestMove - performance.now());
-  }
+  letGoOfTap() { this.tap = setTimeout(() => this.letGo(), this.begun + shortestMove - performance.now()); }
 
   letGo() {
     clearTimeout(this.tap);
@@ -257,10 +255,10 @@ export class Ptz {
 
   failureText(error) {
     if (!(error instanceof ApiError) || error.isAway)
-      return texts.ptz.lost;
+      return words.lost;
     if (error.status === 409 && error.holder)
-      return texts.ptz.held(error.holder);
-    return texts.ptz.refused(errorText(error));
+      return words.held(error.holder);
+    return words.refused(errorText(error));
   }
 
   // Lost events mean a lost service: the head stops there by itself, and nothing here claims otherwise.
@@ -268,12 +266,12 @@ export class Ptz {
     if (!this.drive.isMoving)
       return;
     this.letGo();
-    setText(this.status, texts.ptz.lost);
+    setText(this.status, words.lost);
   }
 
   renew(camera) {
     const place = camera.position;
-    setText(this.position, place ? texts.ptz.position(place.pan, place.tilt, place.zoom) : '');
+    setText(this.position, place ? words.position(place.pan, place.tilt, place.zoom) : '');
   }
 
   close() {

@@ -1,11 +1,13 @@
 // Streams and adjustments: what they are, what they may be, and setting them.
 
 import {cameraPath, patch} from './api.js';
-import {h, replace, setText} from './dom.js';
+import {actionButton, h, replace, setText} from './dom.js';
 import {errorNotice} from './notices.js';
 import {badge} from './state-badge.js';
 import {fieldText, texts} from './texts.js';
 import {changesOf, isFixed, isSame, isStepped, rangeText, rowsOfAdjustments, rowsOfStream, undoOf, valueText} from './values.js';
+
+const words = texts.settings;
 
 function withUnit(field, value) {
   const unit = texts.units[field];
@@ -15,7 +17,7 @@ function withUnit(field, value) {
 
 // What was typed stays in `edits` although the table is drawn anew.
 function editor(row, edits, changed) {
-  const label = texts.settings.newValue(fieldText(row.field));
+  const label = words.newValue(fieldText(row.field));
   const value = edits.get(row.field) ?? String(row.current ?? '');
   const take = event => {
     edits.set(row.field, event.target.value);
@@ -42,10 +44,9 @@ class SettingsGroup {
     this.told = new Map();
     this.body = h('tbody');
     this.count = h('span', {class: 'hint'});
-    this.setButton = h('button', {type: 'submit', class: 'primary'}, texts.settings.set);
-    this.undoButton =
-      h('button', {type: 'button', on: {click: () => this.undo()}, hidden: true}, texts.settings.undo);
-    this.discard = h('button', {type: 'button', on: {click: () => this.drop()}}, texts.settings.discard);
+    this.setButton = h('button', {type: 'submit', class: 'primary'}, words.set);
+    this.undoButton = actionButton(words.undo, () => this.undo(), {hidden: true});
+    this.discard = actionButton(words.discard, () => this.drop());
     this.failure = h('div', {'aria-live': 'polite'});
     this.element =
       h('form', {class: 'settings-group', novalidate: true, on: {submit: event => this.submit(event)}},
@@ -55,7 +56,7 @@ class SettingsGroup {
   }
 
   table(title) {
-    const {head} = texts.settings;
+    const {head} = words;
     return h('table', {class: 'stacking settings-table'}, h('caption', {class: 'visually-hidden'}, title),
       h('thead', {},
         h('tr', {}, [head.setting, head.now].map(text => h('th', {scope: 'col'}, text)),
@@ -85,14 +86,13 @@ class SettingsGroup {
   }
 
   drawRow(row) {
-    const {head} = texts.settings;
+    const {head} = words;
     const cell = (label, attributes, ...children) =>
       h('td', {...attributes, data: {label, ...attributes.data}}, ...children);
     const standard = row.default === undefined ? '' : valueText(row.default);
     return h('tr', {data: {field: row.field}}, h('th', {scope: 'row'}, fieldText(row.field)),
       cell(head.now, {class: 'number'},
-        row.unreadable === undefined ? withUnit(row.field, row.current) :
-                                       texts.settings.unreadable(row.unreadable),
+        row.unreadable === undefined ? withUnit(row.field, row.current) : words.unreadable(row.unreadable),
         this.outcome(row.field)),
       cell(head.wanted, {data: {needs: 'operate'}}, this.control(row)),
       cell(head.standard, {class: 'number'}, standard, this.defaultButton(row)),
@@ -113,8 +113,8 @@ class SettingsGroup {
       type: 'button',
       class: 'small',
       data: {needs: 'operate'},
-      'aria-label': texts.settings.useDefault(row.default),
-      title: texts.settings.useDefault(row.default),
+      'aria-label': words.useDefault(row.default),
+      title: words.useDefault(row.default),
       on: {
         click: () => {
           this.edits.set(row.field, String(row.default));
@@ -142,8 +142,8 @@ class SettingsGroup {
     const number = Object.keys(this.changes).length;
     this.setButton.disabled = number === 0 || this.isBusy;
     this.discard.hidden = number === 0;
-    setText(this.setButton, number > 1 ? texts.settings.setAll(number) : texts.settings.set);
-    setText(this.count, number ? texts.settings.changed(number) : '');
+    setText(this.setButton, number > 1 ? words.setAll(number) : words.set);
+    setText(this.count, number ? words.changed(number) : '');
   }
 
   drop() {
@@ -193,9 +193,9 @@ class SettingsGroup {
     this.told.clear();
     for (const {field, asked, is} of results) {
       const isAccepted = isSame(asked, is);
-      const text = !isAccepted ? texts.settings.other(asked, valueText(is)) :
-        isUndo                 ? texts.settings.undone(is) :
-                                 texts.settings.accepted(asked, is);
+      const text = !isAccepted ? words.other(asked, valueText(is)) :
+        isUndo                 ? words.undone(is) :
+                                 words.accepted(asked, is);
       this.told.set(field, {kind: isAccepted ? 'ok' : 'warning', text});
       this.edits.delete(field);
       const row = this.rows.find(one => one.field === field);
@@ -221,13 +221,12 @@ export class Settings {
 
   renew(camera) {
     const {streams = [], adjustments = []} = camera;
-    setText(this.empty, camera.state === 'down' ? texts.settings.noneDown : texts.settings.none);
+    setText(this.empty, camera.state === 'down' ? words.noneDown : words.none);
     this.empty.hidden = streams.length + adjustments.length > 0;
     if (adjustments.length > 0)
-      this.group('adjustments', texts.settings.adjustments, '/adjustments')
-        .renew(rowsOfAdjustments(adjustments));
+      this.group('adjustments', words.adjustments, '/adjustments').renew(rowsOfAdjustments(adjustments));
     for (const stream of streams)
-      this.group(stream.stream, texts.settings.stream(stream.stream), `/streams/${stream.stream}`)
+      this.group(stream.stream, words.stream(stream.stream), `/streams/${stream.stream}`)
         .renew(rowsOfStream(stream));
   }
 

@@ -4,7 +4,7 @@ import {activeInputs, mayHavePicture} from './attention.js';
 import {h, setAttribute, setText} from './dom.js';
 import {renewStateBadge, shape, stateBadge} from './state-badge.js';
 import {adviceText, causeText, texts} from './texts.js';
-import {clock, momentText, spanText} from './time.js';
+import {sinceText} from './time.js';
 
 export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
 
@@ -77,12 +77,7 @@ export class SiteRow {
     this.followPicture(mayHavePicture(camera));
   }
 
-  renewTime(camera) {
-    const now = clock.now();
-    setText(this.since,
-      camera.since ? texts.since(momentText(camera.since, now), spanText(now - Date.parse(camera.since))) :
-                     '');
-  }
+  renewTime(camera) { setText(this.since, sinceText(camera.since)); }
 
   followPicture(isWanted) {
     if (isWanted === this.hasPicture)

@@ -1,7 +1,7 @@
 // The site: all cameras, those that need somebody first.
 
 import {countStates, matches, needsAttention, sorted, tagsOf} from './attention.js';
-import {h, replace, setAttribute, setText} from './dom.js';
+import {actionButton, h, labelled, replace, setAttribute, setText} from './dom.js';
 import {keep, kept} from './kept.js';
 import {notice} from './notices.js';
 import {SiteList} from './site-list.js';
@@ -17,7 +17,7 @@ function options(entries, chosen) {
 
 function select(label, entries, chosen, change) {
   const control = h('select', {on: {change: () => change(control.value)}}, options(entries, chosen));
-  return {control, element: h('label', {class: 'field'}, h('span', {}, label), control)};
+  return {control, element: labelled(label, control)};
 }
 
 export class SiteView {
@@ -54,9 +54,8 @@ export class SiteView {
       select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({layout}));
     return h('div', {class: 'site-tools', role: 'search', 'aria-label': texts.site.filterLabel},
       this.stateButtons(),
-      h('div', {class: 'site-filters'},
-        h('label', {class: 'field grow'}, h('span', {}, texts.site.search), this.search), this.tag.element,
-        this.sort.element, this.layout.element),
+      h('div', {class: 'site-filters'}, labelled(texts.site.search, this.search, 'field grow'),
+        this.tag.element, this.sort.element, this.layout.element),
       h('div', {class: 'site-summary'}, this.headline, this.shown));
   }
 
@@ -64,13 +63,9 @@ export class SiteView {
     return h('div', {class: 'state-buttons', role: 'group', 'aria-label': texts.site.filterLabel},
       stateOrder.map(state => {
         const number = h('span', {class: 'number'});
-        const button = h('button', {
-          type: 'button',
-          class: 'state-button',
-          data: {kind: state || 'all'},
-          on: {click: () => this.change({state})},
-        },
-          state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number);
+        const button = actionButton(
+          [state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number],
+          () => this.change({state}), {class: 'state-button', data: {kind: state || 'all'}});
         this.counts.set(state, {button, number});
         return button;
       }));
@@ -149,7 +144,7 @@ export class SiteView {
       empty: () => h(
         'div', {class: 'empty'}, h('p', {}, texts.site.empty), h('p', {class: 'hint'}, texts.site.emptyHint)),
       nothing: () => h('div', {class: 'empty'}, h('p', {}, texts.site.nothingFound),
-        h('button', {type: 'button', on: {click: () => this.clear()}}, texts.site.clear)),
+        actionButton(texts.site.clear, () => this.clear())),
     }[kind];
     replace(this.message, make?.());
   }

@@ -9,18 +9,19 @@ const states = {
   unknown: 'Not asked yet',
 };
 
+const restartAndLook = 'Restart the camera, and look at what stands between it and this service.';
+
 // what: the cause in words. try: what a person at this page, or at the camera, can do next.
 const causes = {
   'name-not-found': {
     what: 'No device has this host name',
-    try: 'Look for a typing mistake in the camera\'s address in the site file, or give the dotted ' +
-      'address there.',
+    try: 'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address ' +
+      'there.',
   },
   unreachable: {
     what: 'Nobody answers at this address',
-    try: 'See whether the camera has power and a link light, whether its cable is plugged in, and ' +
-      'whether the ' +
-      'address in the site file is right.',
+    try: 'See whether the camera has power and a link light, whether its cable is plugged in, and whether ' +
+      'the address in the site file is right.',
   },
   refused: {
     what: 'A device is there, but nothing listens at this port',
@@ -33,17 +34,16 @@ const causes = {
   },
   slow: {
     what: 'The camera answers too slowly',
-    try: 'Look at the answer times under "Last hour". See who else asks this camera all the time, and ' +
-      'how good ' +
-      'the way to it is.',
+    try: 'Look at the answer times under "Last hour". See who else asks this camera all the time, and how ' +
+      'good the way to it is.',
   },
   dropped: {
     what: 'The camera closes the connection without an answer',
-    try: 'Restart the camera, and look at what stands between it and this service.',
+    try: restartAndLook,
   },
   cut: {
     what: 'The camera\'s reply breaks off in the middle',
-    try: 'Restart the camera, and look at what stands between it and this service.',
+    try: restartAndLook,
   },
   'not-http': {
     what: 'What answers there is not a web server',
@@ -56,8 +56,8 @@ const causes = {
   },
   redirect: {
     what: 'The camera sends every request to another place',
-    try: 'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s ' +
-      'web page.',
+    try:
+      'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
   },
   'too-large': {
     what: 'The reply is far larger than any camera\'s',
@@ -69,9 +69,8 @@ const causes = {
   },
   'wrong-password': {
     what: 'The camera refuses the user name or the password',
-    try: 'Try the same user and password in the camera\'s own web page. Then put the right ones into ' +
-      'the site ' +
-      'file\'s "credentials"; the password is the first line of its password file.',
+    try: 'Try the same user and password in the camera\'s own web page. Then put the right ones into the ' +
+      'site file\'s "credentials"; the password is the first line of its password file.',
   },
   'authentication-endless': {
     what: 'The camera asks for the password again and again',
@@ -79,9 +78,8 @@ const causes = {
   },
   'authentication-weaker': {
     what: 'The camera accepts the password only in a form that others can read',
-    try: 'Set the camera to Digest authentication. If it was set so before, find out whether it was ' +
-      'reset or ' +
-      'exchanged.',
+    try: 'Set the camera to Digest authentication. If it was set so before, find out whether it was reset ' +
+      'or exchanged.',
   },
   forbidden: {
     what: 'The camera\'s user may not do this',
@@ -105,9 +103,8 @@ const causes = {
   },
   'not-a-camera': {
     what: 'What answers there is not this camera',
-    try: 'Another device has this address, or the camera was exchanged: compare its serial number ' +
-      'with the site ' +
-      'file\'s.',
+    try: 'Another device has this address, or the camera was exchanged: compare its serial number with ' +
+      'the site file\'s.',
   },
   'unknown-model': {
     what: 'A camera answers whose model is not known here',
@@ -119,7 +116,7 @@ const causes = {
   },
   damaged: {
     what: 'The camera\'s reply cannot be read',
-    try: 'Restart the camera, and look at what stands between it and this service.',
+    try: restartAndLook,
   },
   'not-reported': {
     what: 'The camera does not report a value that is needed',
@@ -152,14 +149,12 @@ const causes = {
   'stream-off': {
     what: 'The stream is switched off at the camera',
     try: 'Switch on the stream and its RTSP delivery in the camera\'s web page, or call ' +
-      'SetupStreamTransmition ' +
-      'under "Calls".',
+      'SetupStreamTransmition under "Calls".',
   },
   'stream-refused': {
     what: 'The camera refuses the stream',
-    try: 'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look ' +
-      'in its web ' +
-      'page.',
+    try: 'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in ' +
+      'its web page.',
   },
   'stream-unreachable': {
     what: 'Nothing listens at the camera\'s stream port',
@@ -289,13 +284,12 @@ export const texts = {
   session: {
     title: 'Log in',
     needed: 'This service wants a token.',
-    expired:
-      'Your session has expired. Log in again: the page goes on where it was, and nothing that you typed ' +
-      'is lost.',
+    expired: 'Your session has expired. Log in again: the page goes on where it was, and nothing that you ' +
+      'typed is lost.',
     wrongToken: 'The service does not know this token. Look for a typing mistake, or ask for a new one.',
     token: 'Token',
-    hint: 'The service printed it at its first start, inside its address; others are made with ' +
-      'vornhost token add.',
+    hint: 'The service printed it at its first start, inside its address; others are made with vornhost ' +
+      'token add.',
     logIn: 'Log in',
     logOut: 'Log out',
     who: (name, role) => `${name} · ${role}`,
@@ -345,9 +339,8 @@ export const texts = {
     shown: (shown, all) =>
       shown === all ? count(all, 'camera', 'cameras') : `${shown} of ${count(all, 'camera', 'cameras')}`,
     empty: 'The site file has no camera yet.',
-    emptyHint:
-      'Write cameras into the site file, or make one with vornhost site init; the service reads it again ' +
-      'on SIGHUP.',
+    emptyHint: 'Write cameras into the site file, or make one with vornhost site init; the service reads ' +
+      'it again on SIGHUP.',
     nothingFound: 'No camera fits this search.',
     clear: 'Show all',
     allWell: 'Every camera works.',
@@ -392,8 +385,7 @@ export const texts = {
     title: 'Head',
     pad: 'Move the head: drag, or use the arrow keys; plus and minus zoom, space stops',
     hint: 'Drag from the middle, or use the arrow keys while this field has the focus. Plus and minus ' +
-      'zoom, Page ' +
-      'Up and Page Down change the speed, space stops, a digit calls that preset.',
+      'zoom, Page Up and Page Down change the speed, space stops, a digit calls that preset.',
     speed: 'Speed',
     percent: value => `${value} %`,
     zoomIn: 'Zoom in',
@@ -481,9 +473,8 @@ export const texts = {
     wishes: 'What the site file wants',
   },
   doctor: {
-    intro: 'The doctor looks at everything from the address to the pictures and names the fault that ' +
-      'the others ' +
-      'follow from. It changes nothing at the camera, and takes about ten seconds.',
+    intro: 'The doctor looks at everything from the address to the pictures and names the fault that the ' +
+      'others follow from. It changes nothing at the camera, and takes about ten seconds.',
     run: 'Examine',
     running: 'Examining …',
     again: 'Examine again',

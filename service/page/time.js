@@ -1,5 +1,7 @@
 // Times as people read them. The service's clock decides how old something is, not the browser's.
 
+import {texts} from './texts.js';
+
 const second = 1000;
 const minute = 60 * second;
 const hour = 60 * minute;
@@ -81,3 +83,8 @@ export class ServiceClock {
 }
 
 export const clock = new ServiceClock();
+
+export function sinceText(since) {
+  const now = clock.now();
+  return since ? texts.since(momentText(since, now), spanText(now - Date.parse(since))) : '';
+}
