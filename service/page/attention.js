@@ -1,14 +1,18 @@
 // Which cameras are shown, and in which order.
 
 const collator = new Intl.Collator('en', {numeric: true, sensitivity: 'base'});
+// A camera that works may have something to mend all the same.
+export const stateKind = ({state, problem}) => (state === 'up' && problem ? 'warning' : state);
+
 const ranks = {
   down: 0,
   degraded: 1,
-  unknown: 2
+  unknown: 2,
+  warning: 3
 };
-const driftRank = 3;
-const activeRank = 4;
-const quietRank = 5;
+const driftRank = 4;
+const activeRank = 5;
+const quietRank = 6;
 
 // A camera that is down, or that nobody could get into, is not asked for pictures: each would be refused.
 const withoutPicture = new Set(['address', 'identify', 'initialize', 'site']);
@@ -20,15 +24,16 @@ export const activeInputs = camera =>
   (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input).sort();
 
 export function attentionRank(camera) {
-  if (camera.state in ranks)
-    return ranks[camera.state];
+  const kind = stateKind(camera);
+  if (kind in ranks)
+    return ranks[kind];
   if (hasDrift(camera))
     return driftRank;
   return activeInputs(camera).length > 0 ? activeRank : quietRank;
 }
 
-export const needsAttention = camera =>
-  camera.state === 'down' || camera.state === 'degraded' || hasDrift(camera);
+export const needsAttention =
+  camera => ['down', 'degraded', 'warning'].includes(stateKind(camera)) || hasDrift(camera);
 
 const byName = (one, other) => collator.compare(one.name, other.name);
 const bySince = (one, other) => (other.since ?? '').localeCompare(one.since ?? '');
@@ -81,10 +86,4 @@ export function countStates(cameras) {
   return counts;
 }
 
-export function tagsOf(cameras) {
-  const tags = new Set();
-  for (const camera of cameras)
-    for (const tag of camera.tags ?? [])
-      tags.add(tag);
-  return [...tags].sort(collator.compare);
-}
+export const tagsOf = cameras => [...new Set(cameras.flatMap(({tags = []}) => tags))].sort(collator.compare);

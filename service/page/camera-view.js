@@ -1,7 +1,7 @@
 // One camera: what is wrong with it first, then what it sees, then all that can be done.
 
 import {cameraPath, get} from './api.js';
-import {mayHavePicture} from './attention.js';
+import {mayHavePicture, stateKind} from './attention.js';
 import {Calls} from './calls.js';
 import {Doctor} from './doctor.js';
 import {actionButton, h, replace, setText} from './dom.js';
@@ -20,9 +20,10 @@ import {Tabs} from './tabs.js';
 import {texts} from './texts.js';
 import {sinceText} from './time.js';
 
+const words = texts.camera;
 const historyPeriod = 60000;
 const detailPeriod = 60000;
-const tabIds = Object.keys(texts.camera.tabs);
+const tabIds = Object.keys(words.tabs);
 
 export const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
 
@@ -31,7 +32,7 @@ function factList(camera) {
                   .filter(key => camera[key])
                   .map(key => [texts.camera[key], camera[key]]);
   if (camera.tags?.length)
-    facts.push([texts.camera.tags, camera.tags.join(', ')]);
+    facts.push([words.tags, camera.tags.join(', ')]);
   return facts;
 }
 
@@ -47,7 +48,7 @@ export class CameraView {
     this.problem = h('div', {class: 'problem-place', 'aria-live': 'polite'});
     this.failure = h('div');
     this.headPlace = h('div');
-    this.back = h('a', {class: 'back', href: '#/'}, `← ${texts.camera.back}`);
+    this.back = h('a', {class: 'back', href: '#/'}, `← ${words.back}`);
     this.element = h('article', {class: 'camera'}, this.back,
       h('header', {class: 'camera-head'},
         h('div', {class: 'camera-name'}, this.heading, this.state, this.since), this.facts),
@@ -71,7 +72,7 @@ export class CameraView {
     this.history = new History();
     this.settings = new Settings(name, renewCamera);
     this.drift = new Drift(name, renewCamera, () => this.store.site?.wishWritable ?? false);
-    this.doctor = new Doctor(name);
+    this.doctor = new Doctor(name, this.store.examinations);
     const make = {
       settings: () => this.settings,
       drift: () => this.drift,
@@ -80,8 +81,8 @@ export class CameraView {
       exchanges: () => new Exchanges(name, () => this.camera.address),
       calls: () => this.callsPanel(),
     };
-    this.tabs = new Tabs(texts.camera.sections,
-      tabIds.map(id => ({id, title: texts.camera.tabs[id], make: make[id]})), id => this.go(name, id));
+    this.tabs = new Tabs(words.sections, tabIds.map(id => ({id, title: words.tabs[id], make: make[id]})),
+      id => this.go(name, id));
   }
 
   callsPanel() {
@@ -116,6 +117,7 @@ export class CameraView {
 
   // A camera that has come back has settings to tell; one that is lost has none.
   takeFromStore() {
+    this.doctor.renew();
     const known = this.store.cameras.get(this.name);
     if (!known || known === this.known)
       return;
@@ -171,7 +173,7 @@ export class CameraView {
 
   renew() {
     const {camera} = this;
-    renewStateBadge(this.state, camera.state);
+    renewStateBadge(this.state, stateKind(camera));
     this.element.dataset.state = camera.state;
     this.renewFacts();
     this.renewTimes();
@@ -208,8 +210,7 @@ export class CameraView {
     this.problemShown = text;
     const examine = actionButton(texts.problem.examine, () => this.examine(), {class: 'primary'});
     replace(this.problem,
-      problem &&
-        problemPanel(problem, {kind: state === 'degraded' ? 'warning' : 'fault', actions: [examine]}));
+      problem && problemPanel(problem, {kind: state === 'down' ? 'fault' : 'warning', actions: [examine]}));
   }
 
   examine() {

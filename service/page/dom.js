@@ -14,7 +14,7 @@ function give(element, name, value) {
   else if (name === 'value' || name === 'checked' || name === 'selected')
     element[name] = value;
   else
-    element.setAttribute(name === 'class' ? 'class' : name, value === true ? '' : String(value));
+    element.setAttribute(name, value === true ? '' : value);
 }
 
 function fill(element, children) {
@@ -62,15 +62,8 @@ export function setText(element, text) {
 }
 
 export function setAttribute(element, name, value) {
-  const wanted = value === undefined || value === null || value === false ? null :
-    value === true                                                        ? '' :
-                                                                            String(value);
-  if (element.getAttribute(name) === wanted)
-    return;
-  if (wanted === null)
-    element.removeAttribute(name);
-  else
-    element.setAttribute(name, wanted);
+  if (element.getAttribute(name) !== String(value))
+    element.setAttribute(name, value);
 }
 
 let lastId = 0;

@@ -5,7 +5,7 @@ import {actionButton, h, headRow, replace} from './dom.js';
 import {errorNotice, notice} from './notices.js';
 import {fieldText, placeText, texts} from './texts.js';
 import {clock, momentText} from './time.js';
-import {valueText} from './values.js';
+import {isSame, valueText} from './values.js';
 
 const words = texts.drift;
 const streamOf = of => (of.startsWith('stream ') ? of.slice('stream '.length) : null);
@@ -28,10 +28,8 @@ export function wishRequest(name, {of, field, camera}) {
   };
 }
 
-function wishCount(wish) {
-  return Object.keys(wish?.adjustments ?? {}).length +
-    (wish?.streams ?? []).reduce((sum, {record}) => sum + Object.keys(record ?? {}).length, 0);
-}
+const hasWish = wish => [wish, ...(wish?.streams ?? [])].some(
+  one => Object.keys(one?.adjustments ?? one?.record ?? {}).length > 0);
 
 export class Drift {
   constructor(name, renewCamera, isWishWritable) {
@@ -39,12 +37,12 @@ export class Drift {
     this.state = h('div');
     this.rows = h('div');
     this.outcome = h('div', {'aria-live': 'polite'});
-    this.wishes = h('div');
+    this.notWritable = h('p', {class: 'hint', data: {needs: 'admin'}}, words.notWritable);
     this.checkButton = actionButton(words.check, () => this.run('check'));
     this.syncButton =
       actionButton(words.setAll, () => this.run('sync'), {class: 'primary', data: {needs: 'operate'}});
     this.element = h('div', {class: 'drift'}, this.state, this.rows, this.outcome,
-      h('div', {class: 'actions'}, this.syncButton, this.checkButton), this.wishes);
+      h('div', {class: 'actions'}, this.syncButton, this.checkButton), this.notWritable);
   }
 
   renew(camera) {
@@ -54,20 +52,19 @@ export class Drift {
     this.drawn = text;
     const {drift = {state: 'unknown'}, wish} = camera;
     const differences = drift.differences ?? [];
-    replace(this.state, this.stateNotice(drift, wishCount(wish)),
+    replace(this.state, this.stateNotice(drift, hasWish(wish)),
       drift.checked && h('p', {class: 'hint'}, words.checked(momentText(drift.checked, clock.now()))),
       drift.ignored > 0 && h('p', {class: 'hint'}, words.ignored(drift.ignored)));
     replace(this.rows, differences.length > 0 && this.table(differences));
     this.syncButton.hidden = differences.length === 0;
-    replace(this.wishes, this.wishTable(wish));
+    this.notWritable.hidden = differences.length === 0 || this.isWishWritable();
   }
 
-  stateNotice(drift, wishes) {
-    if (wishes === 0 && drift.state !== 'differs')
+  stateNotice(drift, isWished) {
+    if (!isWished && drift.state !== 'differs')
       return notice('unknown', words.noWish);
     const kinds = {same: 'ok', differs: 'differs', fault: 'fault', unknown: 'unknown'};
-    const text =
-      drift.state === 'differs' ? words.differs(drift.differences.length) : texts.drift[drift.state];
+    const text = drift.state === 'differs' ? words.differs(drift.differences.length) : words[drift.state];
     return drift.problem ? errorNotice({problem: drift.problem}) : notice(kinds[drift.state], text);
   }
 
@@ -95,24 +92,6 @@ export class Drift {
               {data: {needs: 'admin'}, 'aria-label': words.takeOne(name, camera)}))));
   }
 
-  wishTable(wish) {
-    if (wishCount(wish) === 0)
-      return null;
-    const lines = [
-      ...Object.entries(wish.adjustments ?? {}).map(([field, value]) => [words.adjustments, field, value]),
-      ...(wish.streams ?? []).flatMap(({stream,
-        record}) => Object.entries(record ?? {}).map(([field,
-        value]) => [texts.settings.stream(stream), field, value]))
-    ];
-    return h('details', {}, h('summary', {}, words.wishes),
-      h('table', {class: 'plain'},
-        h('tbody', {},
-          lines.map(
-            ([of, field, value]) => h('tr', {}, h('td', {}, of), h('th', {scope: 'row'}, fieldText(field)),
-              h('td', {class: 'number'}, valueText(value)))))),
-      !this.isWishWritable() && h('p', {class: 'hint'}, words.notWritable));
-  }
-
   async act(button, action, done) {
     button.disabled = true;
     replace(this.outcome);
@@ -128,8 +107,8 @@ export class Drift {
 
   set(difference, button) {
     const {path, body} = settingRequest(this.name, difference);
-    return this.act(button, () => patch(path, body),
-      ({results}) => results.map(({asked, is}) => notice('ok', texts.settings.accepted(asked, is))));
+    return this.act(
+      button, () => patch(path, body), ({results}) => results.map(result => this.outcome(result)));
   }
 
   take(difference, button) {
@@ -143,10 +122,13 @@ export class Drift {
       findings => findings.map(finding => this.finding(finding)));
   }
 
+  outcome({field, asked, is}) {
+    return notice(isSame(asked, is) ? 'ok' : 'warning',
+      `${fieldText(field)}: ${texts.settings.outcome(asked, valueText(is))}`);
+  }
+
   finding({state, changes = [], differences = [], problem}) {
-    const told = changes.map(({field, asked, is}) => String(asked) === String(is) ?
-        notice('ok', `${fieldText(field)}: ${texts.settings.accepted(asked, is)}`) :
-        notice('warning', `${fieldText(field)}: ${texts.settings.other(asked, valueText(is))}`));
+    const told = changes.map(change => this.outcome(change));
     if (problem)
       told.push(errorNotice({problem}));
     else if (state === 'same' && changes.length === 0)

@@ -8,6 +8,16 @@ const longestPause = 15000;
 const longestSilence = 40000;
 
 export class EventHub {
+  listeners = new Map();  // whoever listens: the camera whose exchanges it wants, or ''
+  source = null;
+  exchangeSource = null;
+  exchangesOf = '';
+  state = 'connecting';
+  pause = firstPause;
+  isBehind = false;
+  retry = null;
+  silence = null;
+
   constructor({
     open = url => new EventSource(url),
     setTimer = (action, pause) => setTimeout(action, pause),
@@ -16,15 +26,6 @@ export class EventHub {
     this.open = open;
     this.setTimer = setTimer;
     this.clearTimer = clearTimer;
-    this.listeners = new Map();  // whoever listens: the camera whose exchanges it wants, or ''
-    this.source = null;
-    this.exchangeSource = null;
-    this.exchangesOf = '';
-    this.state = 'connecting';
-    this.pause = firstPause;
-    this.isBehind = false;
-    this.retry = null;
-    this.silence = null;
   }
 
   add(listener) {

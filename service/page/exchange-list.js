@@ -14,13 +14,12 @@ export function exchangeMatches(exchange, words, onlyFailures) {
 const keyOf = ({time, method, path, ms}) => `${time} ${method} ${path} ${ms}`;
 
 export class ExchangeList {
-  constructor(limit = 500) {
-    this.limit = limit;
-    this.shown = [];
-    this.waiting = [];
-    this.isPaused = false;
-    this.clearedAt = '';
-  }
+  shown = [];
+  waiting = [];
+  isPaused = false;
+  clearedAt = '';
+
+  constructor(limit = 500) { this.limit = limit; }
 
   // What the service keeps, whole or in part; what is known already stays in once.
   takeAll(exchanges) {

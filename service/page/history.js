@@ -1,47 +1,41 @@
 // The last hour of a camera: how fast it answered, how many pictures came, and what happened.
 
+import {stateKind} from './attention.js';
 import {h, replace} from './dom.js';
 import {Plot} from './plots.js';
 import {stateBadge} from './state-badge.js';
 import {causeText, texts} from './texts.js';
 import {clock, millisecondsText, preciseClockText} from './time.js';
 
+const words = texts.history;
 const span = value => (Number.isFinite(value) ? millisecondsText(value) : '–');
 const rate = value => (Number.isFinite(value) ? String(Number(value.toFixed(1))) : '–');
 
 function answersPlot() {
-  const {history} = texts;
   return new Plot({
-    title: history.answers,
-    hint: history.answersHint,
-    unit: history.milliseconds,
+    title: words.answers,
+    hint: words.answersHint,
+    unit: words.milliseconds,
     series: [
-      {name: history.median, className: 'plot-first', value: ({median}) => median},
-      {name: history.longest, className: 'plot-second', value: ({longest}) => longest},
+      {name: words.median, className: 'plot-first', value: ({median}) => median, text: span},
+      {name: words.longest, className: 'plot-second', value: ({longest}) => longest, text: span},
     ],
+    more: [{name: words.asked, value: ({count}) => count}, {name: words.lost, value: ({lost}) => lost}],
     isLost: ({lost}) => lost > 0,
     pointText: ({median, longest, count, lost}) =>
-      history.answerPoint(span(median), span(longest), count, lost),
-    label: ({median, longest}) => history.answersLabel(span(median), span(longest)),
-    columns: [
-      {name: history.median, text: ({median}) => span(median)},
-      {name: history.longest, text: ({longest}) => span(longest)},
-      {name: history.asked, text: ({count}) => String(count)},
-      {name: history.lost, text: ({lost}) => String(lost)},
-    ],
+      words.answerPoint(span(median), span(longest), count, lost),
+    label: ({median, longest}) => words.answersLabel(span(median), span(longest)),
   });
 }
 
 function framesPlot() {
-  const {history} = texts;
   return new Plot({
-    title: history.frames,
-    hint: history.framesHint,
-    unit: history.perSecond,
-    series: [{name: history.rate, className: 'plot-first', value: sample => sample.rate}],
-    pointText: sample => history.framePoint(rate(sample.rate)),
-    label: sample => history.framesLabel(rate(sample.rate)),
-    columns: [{name: history.rate, text: sample => rate(sample.rate)}],
+    title: words.frames,
+    hint: words.framesHint,
+    unit: words.perSecond,
+    series: [{name: words.rate, className: 'plot-first', value: sample => sample.rate, text: rate}],
+    pointText: sample => words.framePoint(rate(sample.rate)),
+    label: sample => words.framesLabel(rate(sample.rate)),
   });
 }
 
@@ -52,7 +46,7 @@ export class History {
     this.states = h('div');
     this.failure = h('div');
     this.element = h('div', {class: 'history'}, this.failure, this.answers.element, this.frames.element,
-      h('section', {class: 'plot'}, h('h3', {}, texts.history.states), this.states));
+      h('section', {class: 'plot'}, h('h3', {}, words.states), this.states));
   }
 
   take(history) {
@@ -61,11 +55,12 @@ export class History {
     this.frames.take(history.frames ?? [], clock.now());
     const states = [...(history.states ?? [])].reverse();
     replace(this.states,
-      states.length === 0 ? h('p', {class: 'hint'}, texts.history.noStates) :
-                            h('ul', {class: 'change-list', tabindex: '0'},
-                              states.map(({time, state, problem}) =>
-                                           h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
-                                             ' ', stateBadge(state), problem && ` ${causeText(problem)}`))));
+      states.length === 0 ?
+        h('p', {class: 'hint'}, words.noStates) :
+        h('ul', {class: 'change-list', tabindex: '0'},
+          states.map(
+            change => h('li', {}, h('time', {datetime: change.time}, preciseClockText(change.time)), ' ',
+              stateBadge(stateKind(change)), change.problem && ` ${causeText(change.problem)}`))));
   }
 
   fail(element) { replace(this.failure, element); }

@@ -3,9 +3,10 @@
 import {h, replace, svg} from './dom.js';
 import {badge} from './state-badge.js';
 import {texts} from './texts.js';
-import {clock, preciseClockText, sinceText} from './time.js';
-import {barsOf, hour, spansOf} from './timeline.js';
+import {clock, hour, preciseClockText, sinceText} from './time.js';
+import {barsOf, spansOf} from './timeline.js';
 
+const words = texts.inputs;
 const width = 600;
 const height = 20;
 
@@ -14,14 +15,14 @@ function lineOf(input, changes, now) {
   const quarters = [1, 2, 3].map(
     part => svg('line', {x1: width * part / 4, x2: width * part / 4, y1: 0, y2: height, class: 'grid-line'}));
   const inHour = changes.filter(({time}) => now - Date.parse(time) < hour).length;
-  const told = inHour ? texts.inputs.changes(inHour) : texts.inputs.noChange;
+  const told = inHour ? words.changes(inHour) : words.noChange;
   return [
     svg('svg', {
       viewBox: `0 0 ${width} ${height}`,
       class: 'time-line',
       preserveAspectRatio: 'none',
       role: 'img',
-      'aria-label': texts.inputs.lineLabel(input.input, told),
+      'aria-label': words.lineLabel(input.input, told),
     },
       svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters,
       bars.map(
@@ -34,7 +35,7 @@ function changeList(changes) {
   const last = [...changes].reverse().slice(0, 200);
   return h('ul', {class: 'change-list', tabindex: '0'},
     last.map(({time, input, state}) => h('li', {}, h('time', {datetime: time}, preciseClockText(time)),
-               ` ${texts.inputs.name(input)} `, badge(state, texts.inputs[state]))));
+               ` ${words.name(input)} `, badge(state, texts.inputs[state]))));
 }
 
 export class Inputs {
@@ -42,10 +43,10 @@ export class Inputs {
     this.changes = [];
     this.list = h('div', {class: 'inputs-list'});
     this.all = h('div');
-    this.details = h('details', {}, h('summary', {}, texts.inputs.list), this.all);
+    this.details = h('details', {}, h('summary', {}, words.list), this.all);
     this.details.addEventListener('toggle', () => this.drawChanges());
-    this.element = h('section', {class: 'inputs card', 'aria-label': texts.inputs.title},
-      h('h2', {}, texts.inputs.title), this.list, this.details);
+    this.element = h('section', {class: 'inputs card', 'aria-label': words.title}, h('h2', {}, words.title),
+      this.list, this.details);
   }
 
   takeHistory(history) {
@@ -67,7 +68,7 @@ export class Inputs {
     const inputs = this.camera?.inputs ?? [];
     this.details.hidden = this.changes.length === 0;
     if (inputs.length === 0)
-      replace(this.list, h('p', {class: 'hint'}, texts.inputs.none));
+      replace(this.list, h('p', {class: 'hint'}, words.none));
     else
       replace(this.list, inputs.map(input => this.row(input, now)));
     this.drawChanges();
@@ -75,7 +76,7 @@ export class Inputs {
 
   row(input, now) {
     return h('div', {class: 'input-row'},
-      h('div', {class: 'input-name'}, h('strong', {}, texts.inputs.name(input.input)),
+      h('div', {class: 'input-name'}, h('strong', {}, words.name(input.input)),
         badge(input.state, texts.inputs[input.state]), h('span', {class: 'since'}, sinceText(input.since))),
       lineOf(input, this.changes.filter(change => change.input === input.input), now));
   }

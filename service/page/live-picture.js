@@ -4,28 +4,29 @@ import {h, labelled, replace, setText} from './dom.js';
 import {errorText} from './notices.js';
 import {fetchPicture, forgetPicture, showPicture} from './pictures.js';
 import {causeText, texts} from './texts.js';
-import {ageText, clock} from './time.js';
+import {ageText, clock, pause} from './time.js';
 
+const words = texts.picture;
 const longestWait = 500;
 const oldAge = 2000;
 const pauseAfterFailure = 2000;
 const shortestPause = 40;
 
 export class LivePicture {
+  stream = '';
+  number = 0;
+  time = '';
+
   constructor(name) {
     this.name = name;
-    this.stream = '';
-    this.number = 0;
-    this.time = '';
-    this.image =
-      h('img', {class: 'live-image', alt: texts.picture.of(name), hidden: true, draggable: 'false'});
-    this.age = h('span', {class: 'picture-age'}, texts.picture.waiting);
+    this.image = h('img', {class: 'live-image', alt: words.of(name), hidden: true, draggable: 'false'});
+    this.age = h('span', {class: 'picture-age'}, words.waiting);
     this.failure = h('p', {class: 'picture-failure', hidden: true});
     this.streams = h('select', {on: {change: () => this.choose(this.streams.value)}});
     this.frame = h('div', {class: 'live-frame', data: {state: 'waiting'}}, this.image, this.failure);
-    this.element = h('section', {class: 'live card', 'aria-label': texts.picture.title}, this.frame,
+    this.element = h('section', {class: 'live card', 'aria-label': words.title}, this.frame,
       h('div', {class: 'live-foot'}, this.age,
-        this.streamsField = labelled(texts.picture.stream, this.streams, 'field inline')));
+        this.streamsField = labelled(words.stream, this.streams, 'field inline')));
     this.offer([]);
     this.onVisible = () => this.start();
     document.addEventListener('visibilitychange', this.onVisible);
@@ -38,7 +39,7 @@ export class LivePicture {
       return;
     this.offered = known;
     this.streamsField.hidden = streams.length === 0;
-    replace(this.streams, h('option', {value: ''}, texts.picture.anyStream),
+    replace(this.streams, h('option', {value: ''}, words.anyStream),
       streams.map(stream => h('option', {value: stream, selected: stream === this.stream},
                     texts.settings.stream(stream))));
   }
@@ -69,10 +70,7 @@ export class LivePicture {
 
   async run(signal) {
     while (!signal.aborted) {
-      const pause = await this.renew(signal);
-      await new Promise(resolve => {
-        setTimeout(resolve, pause);
-      });
+      await pause(await this.renew(signal));
     }
   }
 
@@ -107,15 +105,13 @@ export class LivePicture {
   }
 
   fail(error) {
-    const why = error.isAway ? texts.picture.lost :
-      error.problem          ? causeText(error.problem) :
-                               errorText(error);
-    setText(this.failure, `${texts.picture.none}: ${why}`);
+    const why = error.isAway ? words.lost : error.problem ? causeText(error.problem) : errorText(error);
+    setText(this.failure, `${words.none}: ${why}`);
     this.failure.hidden = false;
     if (this.time)
       return;
     this.frame.dataset.state = 'none';
-    setText(this.age, texts.picture.none);
+    setText(this.age, words.none);
   }
 
   renewAge() {
@@ -124,7 +120,7 @@ export class LivePicture {
     const age = clock.age(this.time);
     const isOld = age > oldAge;
     this.frame.dataset.state = isOld ? 'old' : 'live';
-    setText(this.age, isOld ? texts.picture.old(ageText(age)) : texts.picture.live(ageText(age)));
+    setText(this.age, isOld ? words.old(ageText(age)) : words.live(ageText(age)));
   }
 
   close() {

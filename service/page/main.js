@@ -1,6 +1,7 @@
 // The page: who is looking, which view the address names, and whether the service is there.
 
 import {get} from './api.js';
+import {stateKind} from './attention.js';
 import {CameraView} from './camera-view.js';
 import {actionButton, h, replace, setText} from './dom.js';
 import {onMessage, reconnectEvents, startEvents} from './events.js';
@@ -11,6 +12,7 @@ import {cameraAddress} from './site-row.js';
 import {SiteView} from './site-view.js';
 import {Store} from './store.js';
 import {causeText, stateText, texts} from './texts.js';
+import {pause} from './time.js';
 
 const store = new Store();
 const main = document.querySelector('main');
@@ -90,7 +92,8 @@ function announce(camera) {
     return;
   lastAnnounced = Date.now();
   setText(announcer,
-    texts.site.announce(camera.name, stateText(camera.state), camera.problem && causeText(camera.problem)));
+    texts.site.announce(
+      camera.name, stateText(stateKind(camera)), camera.problem && causeText(camera.problem)));
 }
 
 // What happened before the events were connected is in no event: the list is asked again behind them.
@@ -138,9 +141,6 @@ function makeSkipLink() {
   });
 }
 
-const pause = period => new Promise(resolve => {
-  setTimeout(resolve, period);
-});
 
 async function enter() {
   for (;;) {

@@ -17,12 +17,7 @@ export class LineReader {
   }
 }
 
-// Some answers come as a list after all.
 export async function readLines(response, heard) {
-  if (!(response.headers.get('Content-Type') ?? '').includes('ndjson')) {
-    (await response.json()).forEach(heard);
-    return;
-  }
   const reader = response.body.getReader();
   const decoder = new TextDecoder();
   const lines = new LineReader();

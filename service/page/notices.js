@@ -25,12 +25,11 @@ export function problemDetails(problem) {
     detail(texts.problem.answered, problem.answered || texts.problem.nothingAnswered, 'code'));
 }
 
-export function problemPanel(problem, {kind = 'fault', since = '', actions = []} = {}) {
+export function problemPanel(problem, {kind = 'fault', actions = []} = {}) {
   const notes =
     [
       texts.phases[problem.phase] && texts.problem.showed(texts.phases[problem.phase]),
       problem.certain === false && texts.problem.uncertain,
-      since,
     ].filter(Boolean)
       .join(' ');
   return h('section', {class: 'problem', 'aria-label': texts.problem.title, data: {kind}},

@@ -7,20 +7,20 @@ const slots = {
 };
 
 // Without the browser's locks a tab keeps to the limit by itself.
-class OwnLocks {
-  constructor() { this.tails = new Map(); }
-
+const tails = new Map();
+const ownLocks = {
   request(name, action) {
-    const turn = (this.tails.get(name) ?? Promise.resolve()).then(action);
-    this.tails.set(name, turn.catch(() => {}));
+    const turn = (tails.get(name) ?? Promise.resolve()).then(action);
+    tails.set(name, turn.catch(() => {}));
     return turn;
-  }
-}
+  },
+};
 
-let turn = 0;
-const ownLocks = new OwnLocks();
+const users = new Map();  // by slot: how many in this tab have it or wait for it
+const usersOf = slot => users.get(slot) ?? 0;
 
 export function withPictureSlot(kind, action, locks = globalThis.navigator?.locks ?? ownLocks) {
-  turn += 1;
-  return locks.request(slots[kind][turn % slots[kind].length], action);
+  const [slot] = [...slots[kind]].sort((one, other) => usersOf(one) - usersOf(other));
+  users.set(slot, usersOf(slot) + 1);
+  return locks.request(slot, action).finally(() => users.set(slot, usersOf(slot) - 1));
 }

@@ -1,5 +1,7 @@
 // Where a plot's points, lines and ticks stand.
 
+import {minute} from './time.js';
+
 const niceSteps = [1, 2, 2.5, 5, 10];
 
 // The smallest round number that is not below `highest`, in at most `parts` round steps.
@@ -61,6 +63,18 @@ export function dotPath(points, longestGap) {
     .join('');
 }
 
+// Where nothing was measured for longer than `longest`; each of `times` begins a minute that was.
+export function gapsOf(times, from, to, longest) {
+  const gaps = [];
+  let end = from;
+  for (const time of [...times.filter(one => one >= from), to]) {
+    if (time - end > longest)
+      gaps.push({from: end, to: time});
+    end = time + minute;
+  }
+  return gaps;
+}
+
 export function nearestPoint(points, x) {
   let nearest = null;
   for (const point of points)
@@ -69,7 +83,7 @@ export function nearestPoint(points, x) {
   return nearest;
 }
 
-export function timeTicks(from, to, period = 15 * 60000) {
+export function timeTicks(from, to, period = 15 * minute) {
   const ticks = [];
   for (let time = Math.ceil(from / period) * period; time <= to; time += period)
     ticks.push(time);

@@ -1,17 +1,17 @@
 // Plots of the last hour, with a value under the pointer or the arrow keys, and a table of the same.
 
 import {h, headRow, replace, setText, svg} from './dom.js';
-import {boundedTop, dotPath, linePath, nearestPoint, niceScale, plotOf, timeTicks} from './plot-geometry.js';
+import {boundedTop, dotPath, gapsOf, linePath, nearestPoint, niceScale, plotOf, timeTicks} from './plot-geometry.js';
 import {texts} from './texts.js';
-import {clockText} from './time.js';
+import {clockText, hour, minute} from './time.js';
 
+const words = texts.history;
 const width = 640;
 const height = 150;
 const left = 44;
 const bottom = 22;
 const top = 8;
 const longestGap = 150000;
-const hour = 3600000;
 
 function axes(scale, from, to, unit) {
   const y = value => height - (value / scale.top) * height;
@@ -36,10 +36,26 @@ function axes(scale, from, to, unit) {
   ];
 }
 
+// Told in words where there is room: an empty stretch would be taken for an outage.
+function gapBands(points, from, to) {
+  const x = time => ((time - from) / (to - from)) * width;
+  return gapsOf(points.map(({time}) => time), from, to, longestGap - minute).map(gap => {
+    const [begin, end] = [x(gap.from), x(gap.to)];
+    return [
+      svg('rect', {x: begin, y: 0, width: end - begin, height, class: 'plot-gap'}),
+      end - begin > 90 &&
+        svg('text', {x: (begin + end) / 2, y: height / 2, class: 'axis-text', 'text-anchor': 'middle'},
+          words.notMeasured)
+    ];
+  });
+}
+
 export class Plot {
-  // `series`: [{name, className, value(sample)}], the first is what the pointer follows.
-  constructor({title, hint, unit, series, pointText, label, columns, isLost = () => false}) {
-    Object.assign(this, {unit, series, pointText, label, columns, isLost});
+  // `series`: [{name, className, value(sample), text(value)}], the first is what the pointer follows; `more`
+  // stands in the table alone.
+  constructor({title, hint, unit, series, more = [], pointText, label, isLost = () => false}) {
+    Object.assign(this, {unit, series, pointText, label, isLost});
+    this.columns = [...series, ...more];
     this.readout = h('p', {class: 'readout number', 'aria-live': 'polite'});
     this.canvas = h('div', {
       class: 'plot-canvas',
@@ -53,7 +69,7 @@ export class Plot {
         blur: () => this.leave(),
       }
     });
-    this.table = h('details', {}, h('summary', {}, texts.history.table), this.tableBody = h('div'));
+    this.table = h('details', {}, h('summary', {}, words.table), this.tableBody = h('div'));
     this.table.addEventListener('toggle', () => this.drawTable());
     this.element = h('section', {class: 'plot', 'aria-label': title},
       h('div', {class: 'plot-head'}, h('h3', {}, title), this.readout), h('p', {class: 'hint'}, hint),
@@ -70,7 +86,7 @@ export class Plot {
     this.samples = samples;
     const [from, to] = [now - hour, now];
     if (samples.length === 0) {
-      replace(this.canvas, h('p', {class: 'empty'}, texts.history.none));
+      replace(this.canvas, h('p', {class: 'empty'}, words.none));
       this.points = [];
       return;
     }
@@ -102,7 +118,7 @@ export class Plot {
         role: 'img',
         'aria-label': this.label(latest),
       },
-        axes(scale, from, to, this.unit),
+        gapBands(this.points, from, to), axes(scale, from, to, this.unit),
         [...lines].reverse().map(
           ({points,
             className}) => [svg('path', {d: linePath(points, longestGap), class: `plot-line ${className}`}),
@@ -136,25 +152,25 @@ export class Plot {
     this.cursor.setAttribute('x1', point.x);
     this.cursor.setAttribute('x2', point.x);
     this.cursor.setAttribute('visibility', 'visible');
-    setText(this.readout, texts.history.at(clockText(point.time), this.pointText(point.sample)));
+    setText(this.readout, words.at(clockText(point.time), this.pointText(point.sample)));
   }
 
   leave() {
     this.pointed = null;
     this.cursor?.setAttribute('visibility', 'hidden');
     const latest = this.points[this.points.length - 1];
-    setText(
-      this.readout, latest ? texts.history.at(clockText(latest.time), this.pointText(latest.sample)) : '');
+    setText(this.readout, latest ? words.at(clockText(latest.time), this.pointText(latest.sample)) : '');
   }
 
   drawTable() {
     if (!this.table.open)
       return;
     replace(this.tableBody,
-      h('table', {class: 'plain'}, headRow([texts.history.time, ...this.columns.map(({name}) => name)]),
+      h('table', {class: 'plain'}, headRow([words.time, ...this.columns.map(({name}) => name)]),
         h('tbody', {},
           [...this.samples].reverse().map(
             sample => h('tr', {}, h('th', {scope: 'row', class: 'number'}, clockText(sample.time)),
-              this.columns.map(({text}) => h('td', {class: 'number'}, text(sample))))))));
+              this.columns.map(
+                ({value, text = String}) => h('td', {class: 'number'}, text(value(sample)))))))));
   }
 }

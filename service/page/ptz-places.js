@@ -5,6 +5,7 @@ import {actionButton, h, setText} from './dom.js';
 import {errorText} from './notices.js';
 import {texts} from './texts.js';
 
+const words = texts.ptz;
 const presetCalls =
   [['controller.callPreset', 'call'], ['controller.setPreset', 'keep'], ['controller.clearPreset', 'forget']];
 const patternCalls = [
@@ -18,9 +19,9 @@ export class PtzPlaces {
     this.name = name;
     this.known = new Set(operations.map(({operation}) => operation));
     this.status = h('p', {class: 'ptz-status', role: 'status'});
-    this.element = h('div', {class: 'ptz-places'},
-      this.group(texts.ptz.presets, texts.ptz.preset, ptz.presets, presetCalls),
-      this.group(texts.ptz.patterns, texts.ptz.pattern, ptz.patterns, patternCalls), this.status);
+    this.element =
+      h('div', {class: 'ptz-places'}, this.group(words.presets, words.preset, ptz.presets, presetCalls),
+        this.group(words.patterns, words.pattern, ptz.patterns, patternCalls), this.status);
   }
 
   group(title, label, count, calls) {
@@ -36,16 +37,16 @@ export class PtzPlaces {
             () => number.reportValidity() && this.call(operation, Number(number.value), texts.ptz[what])))));
   }
 
-  callPreset(digit) { this.call(presetCalls[0][0], digit === 0 ? digits : digit, texts.ptz.call); }
+  callPreset(digit) { this.call(presetCalls[0][0], digit === 0 ? digits : digit, words.call); }
 
   async call(operation, number, what) {
     try {
       const answer =
         await post(cameraPath(this.name, '/calls'), {operation, arguments: [String(number)]}, {once: true});
       const isDone = answer.code === undefined || answer.code === 1;
-      this.tell(isDone ? texts.ptz.done(what, number) : texts.ptz.refused(answer.text), isDone);
+      this.tell(isDone ? words.done(what, number) : words.refused(answer.text), isDone);
     } catch (error) {
-      this.tell(texts.ptz.refused(errorText(error)), false);
+      this.tell(words.refused(errorText(error)), false);
     }
   }
 

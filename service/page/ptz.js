@@ -55,7 +55,7 @@ export class Ptz {
     this.element = h('section', {class: 'ptz card', 'aria-label': words.title}, h('h2', {}, words.title),
       this.position, h('p', {class: 'hint', data: {only: 'view'}}, words.mayNot),
       h('div', {data: {needs: 'operate'}}, h('div', {class: 'ptz-desk'}, this.pad(), this.side()),
-        this.status, this.places.element, h('p', {class: 'hint'}, words.hint)));
+        this.status, this.places.element, h('p', {class: 'hint', id: 'ptz-hint'}, words.hint)));
     this.tellSpeed();
     this.followPage();
   }
@@ -69,6 +69,7 @@ export class Ptz {
       tabindex: '0',
       role: 'application',
       'aria-label': words.pad,
+      'aria-describedby': 'ptz-hint',
       on: {
         pointerdown: event => this.press(event),
         pointermove: event => this.drag(event),
@@ -204,10 +205,14 @@ export class Ptz {
   letGo() {
     clearTimeout(this.tap);
     this.tap = undefined;
+    this.rest();
+    this.drive.release();
+  }
+
+  rest() {
     this.isDragging = false;
     this.keys.clear();
     this.moveKnob(0, 0);
-    this.drive.release();
   }
 
   // Stops also where nothing is held here: the head may still be on its way to a preset.
@@ -246,11 +251,8 @@ export class Ptz {
       setTimeout(this.renewCamera, restingTime);
     setText(this.status, what === 'failed' ? this.failureText(error) : texts.ptz[what]);
     this.status.dataset.kind = what === 'failed' ? 'fault' : what;
-    if (what === 'failed') {
-      this.isDragging = false;
-      this.keys.clear();
-      this.moveKnob(0, 0);
-    }
+    if (what === 'failed')
+      this.rest();
   }
 
   failureText(error) {

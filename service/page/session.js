@@ -5,6 +5,7 @@ import {ApiError, errorOf, onUnauthorized, send} from './api.js';
 import {h, setText} from './dom.js';
 import {texts} from './texts.js';
 
+const words = texts.session;
 const ranks = ['view', 'operate', 'admin'];
 
 let current = null;
@@ -52,7 +53,7 @@ async function ask(method, body) {
 
 function failureText(error) {
   if (error.status === 401)
-    return texts.session.wrongToken;
+    return words.wrongToken;
   return error.isAway ? texts.service.away : error.message || texts.errors.unknown;
 }
 
@@ -67,7 +68,7 @@ function logInForm(reason, done) {
     'aria-describedby': 'token-hint token-failure',
   });
   const failure = h('p', {id: 'token-failure', class: 'failure-text', role: 'alert'});
-  const button = h('button', {type: 'submit', class: 'primary'}, texts.session.logIn);
+  const button = h('button', {type: 'submit', class: 'primary'}, words.logIn);
   const submit = async event => {
     event.preventDefault();
     button.disabled = true;
@@ -80,19 +81,15 @@ function logInForm(reason, done) {
     }
     button.disabled = false;
   };
-  return h('form', {method: 'dialog', class: 'log-in', on: {submit}}, h('h2', {}, texts.session.title),
-    h('p', {}, reason),
-    h('label',
-      { for: 'token'
-      },
-      texts.session.token),
-    token, h('p', {id: 'token-hint', class: 'hint'}, texts.session.hint), failure, button);
+  return h('form', {method: 'dialog', class: 'log-in', on: {submit}}, h('h2', {}, words.title),
+    h('p', {}, reason), h('label', { for: 'token'
+    }, words.token), token, h('p', {id: 'token-hint', class: 'hint'}, words.hint), failure, button);
 }
 
 // A dialog above the page: what was typed beneath it stays.
 function askForToken(reason) {
   return new Promise(resolve => {
-    const dialog = h('dialog', {class: 'session-dialog', 'aria-label': texts.session.title});
+    const dialog = h('dialog', {class: 'session-dialog', 'aria-label': words.title});
     const look = () => ask('GET').then(done, () => {});
     const done = answer => {
       window.removeEventListener('focus', look);
@@ -117,7 +114,7 @@ function logInAgain(reason) {
   return renewal;
 }
 
-export const renew = () => logInAgain(current ? texts.session.expired : texts.session.needed);
+export const renew = () => logInAgain(current ? words.expired : words.needed);
 
 export async function startSession() {
   onUnauthorized(renew);
@@ -129,7 +126,7 @@ export async function startSession() {
     if (error.status !== 401)
       throw error;
     pendingToken = '';
-    await logInAgain(token ? texts.session.wrongToken : texts.session.needed);
+    await logInAgain(token ? words.wrongToken : words.needed);
   }
 }
 

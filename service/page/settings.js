@@ -1,7 +1,7 @@
 // Streams and adjustments: what they are, what they may be, and setting them.
 
 import {cameraPath, patch} from './api.js';
-import {actionButton, h, replace, setText} from './dom.js';
+import {actionButton, h, headRow, replace, setText} from './dom.js';
 import {errorNotice} from './notices.js';
 import {badge} from './state-badge.js';
 import {fieldText, texts} from './texts.js';
@@ -50,19 +50,19 @@ class SettingsGroup {
     this.failure = h('div', {'aria-live': 'polite'});
     this.element =
       h('form', {class: 'settings-group', novalidate: true, on: {submit: event => this.submit(event)}},
-        h('h3', {}, title), this.table(title), this.failure,
+        h('h3', {}, title), this.table(title),
         h('div', {class: 'actions', data: {needs: 'operate'}}, this.setButton, this.discard, this.undoButton,
-          this.count));
+          this.count),
+        this.failure);
   }
 
   table(title) {
     const {head} = words;
+    const names = [head.setting, head.now, head.wanted, head.standard, head.may, head.wish];
+    const heads = headRow(names);
+    heads.querySelector('th:nth-child(3)').dataset.needs = 'operate';
     return h('table', {class: 'stacking settings-table'}, h('caption', {class: 'visually-hidden'}, title),
-      h('thead', {},
-        h('tr', {}, [head.setting, head.now].map(text => h('th', {scope: 'col'}, text)),
-          h('th', {scope: 'col', data: {needs: 'operate'}}, head.wanted),
-          [head.standard, head.may, head.wish].map(text => h('th', {scope: 'col'}, text)))),
-      this.body);
+      heads, this.body);
   }
 
   renew(rows) {
@@ -90,10 +90,10 @@ class SettingsGroup {
     const cell = (label, attributes, ...children) =>
       h('td', {...attributes, data: {label, ...attributes.data}}, ...children);
     const standard = row.default === undefined ? '' : valueText(row.default);
-    return h('tr', {data: {field: row.field}}, h('th', {scope: 'row'}, fieldText(row.field)),
+    return h('tr', {data: {field: row.field}},
+      h('th', {scope: 'row'}, fieldText(row.field), this.outcome(row.field)),
       cell(head.now, {class: 'number'},
-        row.unreadable === undefined ? withUnit(row.field, row.current) : words.unreadable(row.unreadable),
-        this.outcome(row.field)),
+        row.unreadable === undefined ? withUnit(row.field, row.current) : words.unreadable(row.unreadable)),
       cell(head.wanted, {data: {needs: 'operate'}}, this.control(row)),
       cell(head.standard, {class: 'number'}, standard, this.defaultButton(row)),
       cell(head.may, {class: 'range'}, rangeText(row.range)),
@@ -109,20 +109,13 @@ class SettingsGroup {
   defaultButton(row) {
     if (row.default === undefined || !row.range || isFixed(row.range) || isSame(row.default, row.current))
       return null;
-    return h('button', {
-      type: 'button',
-      class: 'small',
-      data: {needs: 'operate'},
-      'aria-label': words.useDefault(row.default),
-      title: words.useDefault(row.default),
-      on: {
-        click: () => {
-          this.edits.set(row.field, String(row.default));
-          this.draw();
-        }
-      },
-    },
-      '↺');
+    const label = words.useDefault(row.default);
+    const use = () => {
+      this.edits.set(row.field, String(row.default));
+      this.draw();
+    };
+    return actionButton(
+      '↺', use, {class: 'small', data: {needs: 'operate'}, 'aria-label': label, title: label});
   }
 
   wishOf(row) {
@@ -131,9 +124,10 @@ class SettingsGroup {
     return isSame(row.wish, row.current) ? valueText(row.wish) : badge('differs', valueText(row.wish));
   }
 
+  // Its line is there before it says something: no row may move under the hands of whoever sets values.
   outcome(field) {
     const told = this.told.get(field);
-    return told && h('div', {class: 'outcome'}, badge(told.kind, told.text));
+    return h('div', {class: 'outcome', title: told?.text}, told && badge(told.kind, told.text));
   }
 
   get changes() { return changesOf(this.rows, this.edits); }
@@ -192,11 +186,8 @@ class SettingsGroup {
   take(results, isUndo) {
     this.told.clear();
     for (const {field, asked, is} of results) {
-      const isAccepted = isSame(asked, is);
-      const text = !isAccepted ? words.other(asked, valueText(is)) :
-        isUndo                 ? words.undone(is) :
-                                 words.accepted(asked, is);
-      this.told.set(field, {kind: isAccepted ? 'ok' : 'warning', text});
+      const kind = isSame(asked, is) ? 'ok' : 'warning';
+      this.told.set(field, {kind, text: (isUndo ? words.undone : words.outcome)(asked, valueText(is))});
       this.edits.delete(field);
       const row = this.rows.find(one => one.field === field);
       if (row)

@@ -10,14 +10,15 @@ const twoColumns = 760;
 
 function cellOf(layout, width) {
   if (layout === 'pictures')
-    return width < 560 ? {cellWidth: 164, cellHeight: 184} : {cellWidth: 248, cellHeight: 232};
+    return width < 560 ? {cellWidth: 164, cellHeight: 184} : {cellWidth: 248, cellHeight: 256};
   if (width < narrow)
     return {cellWidth: width < twoColumns ? 0 : twoColumns / 2, cellHeight: 176};
   return {cellWidth: 0, cellHeight: 76};
 }
 
 export class SiteList {
-  constructor(label) {
+  constructor(label, examinations) {
+    this.examinations = examinations;
     this.pictures = new TilePictures();
     this.rows = new Map();
     this.cameras = [];
@@ -56,7 +57,7 @@ export class SiteList {
     this.grid = gridOf({width, count: this.cameras.length, ...cell});
     this.element.style.height = `${this.grid.height}px`;
     setAttribute(this.element, 'data-layout', this.layout);
-    setAttribute(this.element, 'data-narrow', width < narrow);
+    this.element.toggleAttribute('data-narrow', width < narrow);
     this.drawRange(visibleRange(this.grid, -this.element.getBoundingClientRect().top, innerHeight), pinned);
   }
 
@@ -84,7 +85,7 @@ export class SiteList {
   drawRow(name, index) {
     const row = this.rows.get(name) ?? new SiteRow(name, this.pictures);
     this.rows.set(name, row);
-    row.renew(this.cameras[index]);
+    row.renew(this.cameras[index], this.examinations.of(name));
     const {cellWidth: width, cellHeight: height} = this.grid;
     row.place({...placeOf(this.grid, index), width, height}, index + 1, this.cameras.length);
   }

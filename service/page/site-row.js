@@ -1,10 +1,11 @@
 // A camera in the list: drawn once, then only what has changed of it.
 
-import {activeInputs, mayHavePicture} from './attention.js';
+import {activeInputs, mayHavePicture, stateKind} from './attention.js';
 import {h, setAttribute, setText} from './dom.js';
+import {findingOf} from './examinations.js';
 import {renewStateBadge, shape, stateBadge} from './state-badge.js';
 import {adviceText, causeText, texts} from './texts.js';
-import {sinceText} from './time.js';
+import {clock, momentText, sinceText} from './time.js';
 
 export const cameraAddress = name => `#/camera/${encodeURIComponent(name)}`;
 
@@ -22,20 +23,32 @@ function inputsText(camera) {
   return known.length > 0 ? texts.site.inputsQuiet(known.length) : '';
 }
 
+function doctorChip(examination, problem) {
+  if (!examination)
+    return {text: '', kind: 'unknown'};
+  if (!examination.ended)
+    return {text: texts.doctor.runsInRow, kind: 'unknown'};
+  const {text, kind, cause} = findingOf(examination);
+  const isKnown = cause !== undefined && cause === problem?.cause;
+  return {
+    text: texts.doctor.inRow(momentText(examination.ended, clock.now()), isKnown ? texts.doctor.same : text),
+    kind
+  };
+}
+
 function chip(kind, className) {
   const text = h('span');
   const element = h('span', {class: `chip ${className}`, data: {kind}}, shape(kind), text);
-  return {element, text, kind};
+  return {element, text};
 }
 
-function renewChip(part, text, kind) {
-  part.element.hidden = text === '';
-  setText(part.text, text);
-  if (part.kind === kind)
+function renewChip({element, text}, told, kind) {
+  element.hidden = told === '';
+  setText(text, told);
+  if (element.dataset.kind === kind)
     return;
-  part.kind = kind;
-  part.element.dataset.kind = kind;
-  part.element.firstChild.replaceWith(shape(kind));
+  element.dataset.kind = kind;
+  element.firstChild.replaceWith(shape(kind));
 }
 
 export class SiteRow {
@@ -50,6 +63,7 @@ export class SiteRow {
     this.since = h('span', {class: 'since'});
     this.cause = h('p', {class: 'row-cause'});
     this.advice = h('p', {class: 'row-try'});
+    this.doctor = chip('unknown', 'chip-doctor');
     this.about = h('span', {class: 'row-about'});
     this.tags = h('span', {class: 'row-about'});
     this.inputs = chip('inactive', 'chip-inputs');
@@ -58,20 +72,23 @@ export class SiteRow {
       h('div', {class: 'tile-frame', 'aria-hidden': 'true'}, this.image, this.noPicture),
       h('div', {class: 'row-head'}, this.link, this.about, this.tags),
       h('div', {class: 'row-state'}, this.state, this.since),
-      h('div', {class: 'row-why'}, this.cause, this.advice),
+      h('div', {class: 'row-why'}, this.cause, this.doctor.element, this.advice),
       h('div', {class: 'row-chips'}, this.inputs.element, this.drift.element));
   }
 
-  renew(camera) {
+  renew(camera, examination) {
     const {problem} = camera;
-    this.element.dataset.state = camera.state;
-    renewStateBadge(this.state, camera.state);
+    this.element.dataset.state = stateKind(camera);
+    renewStateBadge(this.state, stateKind(camera));
     this.renewTime(camera);
     setText(this.cause, problem ? causeText(problem) : '');
     setText(this.advice, problem ? adviceText(problem) : '');
-    setAttribute(this.advice, 'title', problem ? adviceText(problem) : null);
+    this.advice.title = this.advice.textContent;
     setText(this.about, [camera.model, camera.address].filter(Boolean).join(' · '));
     setText(this.tags, (camera.tags ?? []).join(' · '));
+    const {text, kind} = doctorChip(examination, problem);
+    renewChip(this.doctor, text, kind);
+    this.doctor.element.title = text;
     renewChip(this.inputs, inputsText(camera), activeInputs(camera).length > 0 ? 'active' : 'inactive');
     renewChip(this.drift, driftText(camera.drift), 'differs');
     this.followPicture(mayHavePicture(camera));

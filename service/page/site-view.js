@@ -8,6 +8,7 @@ import {SiteList} from './site-list.js';
 import {shape} from './state-badge.js';
 import {causeText, stateText, texts} from './texts.js';
 
+const words = texts.site;
 const stateOrder = ['', 'down', 'degraded', 'unknown', 'up'];
 
 function options(entries, chosen) {
@@ -24,47 +25,78 @@ export class SiteView {
   constructor(store) {
     this.store = store;
     this.wish = {words: '', state: '', tag: '', sort: 'attention', layout: 'rows', ...kept('site')};
-    this.list = new SiteList(texts.site.title);
+    this.list = new SiteList(words.title, store.examinations);
     this.counts = new Map();
     this.shown = h('p', {class: 'shown', role: 'status'});
     this.headline = h('p', {class: 'headline'});
+    this.makeExamination();
     this.body = h('div', {class: 'site-body'}, this.list.element);
     this.message = h('div', {class: 'site-message'});
-    this.element = h('section', {class: 'site', 'aria-label': texts.site.title},
-      h('h1', {class: 'visually-hidden'}, texts.site.title), this.tools(), this.message,
-      h('p', {class: 'visually-hidden', id: 'list-keys'}, texts.site.keys), this.body);
+    this.element = h('section', {class: 'site', 'aria-label': words.title},
+      h('h1', {class: 'visually-hidden'}, words.title), this.tools(), this.message,
+      h('p', {class: 'visually-hidden', id: 'list-keys'}, words.keys), this.body);
     this.list.element.setAttribute('aria-describedby', 'list-keys');
     this.unsubscribe = store.subscribe(() => this.draw());
   }
 
-  get title() { return this.store.site?.service ?? texts.site.title; }
+  get title() { return this.store.site?.service ?? words.title; }
 
   tools() {
     this.search = h('input', {
       type: 'search',
       value: this.wish.words,
-      placeholder: texts.site.searchHint,
+      placeholder: words.searchHint,
       autocomplete: 'off',
       spellcheck: 'false',
       on: {input: () => this.change({words: this.search.value})},
     });
-    this.tag = select(texts.site.tags, {'': texts.site.anyTag}, '', tag => this.change({tag}));
-    this.sort = select(texts.site.sort, texts.site.sorts, this.wish.sort, sort => this.change({sort}));
-    this.layout =
-      select(texts.site.layout, texts.site.layouts, this.wish.layout, layout => this.change({layout}));
-    return h('div', {class: 'site-tools', role: 'search', 'aria-label': texts.site.filterLabel},
+    this.tag = select(words.tags, {'': words.anyTag}, '', tag => this.change({tag}));
+    this.sort = select(words.sort, words.sorts, this.wish.sort, sort => this.change({sort}));
+    this.layout = select(words.layout, words.layouts, this.wish.layout, layout => this.change({layout}));
+    return h('div', {class: 'site-tools', role: 'search', 'aria-label': words.filterLabel},
       this.stateButtons(),
-      h('div', {class: 'site-filters'}, labelled(texts.site.search, this.search, 'field grow'),
-        this.tag.element, this.sort.element, this.layout.element),
-      h('div', {class: 'site-summary'}, this.headline, this.shown));
+      h('div', {class: 'site-filters'}, labelled(words.search, this.search, 'field grow'), this.tag.element,
+        this.sort.element, this.layout.element),
+      h('div', {class: 'site-summary'}, this.headline, this.examineTroubled, this.progress, this.stopButton,
+        this.shown, this.examineShown));
+  }
+
+  makeExamination() {
+    const {examinations} = this.store;
+    const examine = which => {
+      examinations.examineAll(which.map(({name}) => name));
+      this.draw();
+      this.stopButton.focus();
+    };
+    const small = {class: 'small'};
+    this.examineTroubled =
+      actionButton(texts.doctor.examineTroubled, () => examine(this.cameras(needsAttention)), small);
+    this.examineShown = actionButton('', () => examine(this.list.cameras), small);
+    this.stopButton = actionButton(texts.doctor.stop, () => examinations.stopAll(), small);
+    this.progress = h('p', {class: 'examined', role: 'status'});
+  }
+
+  cameras(isWanted) { return [...this.store.cameras.values()].filter(isWanted); }
+
+  drawExamination(troubled, shown, all) {
+    const {round} = this.store.examinations;
+    const isRunning = Boolean(round?.isRunning);
+    const hadFocus = document.activeElement === this.stopButton;
+    this.examineTroubled.hidden = isRunning || troubled === 0;
+    this.examineShown.hidden = isRunning || shown === 0;
+    this.stopButton.hidden = !isRunning;
+    setText(this.examineShown, texts.doctor.examineShown(shown === all));
+    setText(this.progress, round ? texts.doctor.round(round) : '');
+    if (hadFocus && !isRunning)
+      this.examineShown.focus();
   }
 
   stateButtons() {
-    return h('div', {class: 'state-buttons', role: 'group', 'aria-label': texts.site.filterLabel},
+    return h('div', {class: 'state-buttons', role: 'group', 'aria-label': words.filterLabel},
       stateOrder.map(state => {
         const number = h('span', {class: 'number'});
         const button = actionButton(
-          [state && shape(state), h('span', {}, state ? stateText(state) : texts.site.allStates), number],
+          [state && shape(state), h('span', {}, state ? stateText(state) : words.allStates), number],
           () => this.change({state}), {class: 'state-button', data: {kind: state || 'all'}});
         this.counts.set(state, {button, number});
         return button;
@@ -86,12 +118,13 @@ export class SiteView {
   draw() {
     const {store, wish} = this;
     const all = [...store.cameras.values()];
-    this.drawCounts(all);
+    const troubled = this.drawCounts(all);
     this.drawTags(all);
     const shown = sorted(all.filter(camera => matches(camera, wish, causeText)), wish.sort);
-    setText(this.shown, store.isLoaded ? texts.site.shown(shown.length, all.length) : '');
+    setText(this.shown, store.isLoaded ? words.shown(shown.length, all.length) : '');
     this.drawMessage(all, shown);
     this.list.show(shown, wish.layout);
+    this.drawExamination(troubled, shown.length, all.length);
   }
 
   drawCounts(all) {
@@ -106,14 +139,15 @@ export class SiteView {
     const troubled = all.filter(needsAttention).length;
     setText(this.headline, this.headlineText(all, troubled, counts));
     this.headline.dataset.kind = troubled > 0 ? 'down' : 'up';
+    return troubled;
   }
 
   headlineText(all, troubled, counts) {
     if (all.length === 0)
       return '';
     if (troubled > 0)
-      return texts.site.attention(troubled);
-    return counts.unknown === 0 ? texts.site.allWell : '';
+      return words.attention(troubled);
+    return counts.unknown === 0 ? words.allWell : '';
   }
 
   drawTags(all) {
@@ -126,7 +160,7 @@ export class SiteView {
     if (known !== this.knownTags) {
       this.knownTags = known;
       replace(this.tag.control,
-        options({'': texts.site.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag]))}, this.wish.tag));
+        options({'': words.anyTag, ...Object.fromEntries(tags.map(tag => [tag, tag]))}, this.wish.tag));
     }
   }
 
@@ -138,13 +172,11 @@ export class SiteView {
     const make = {
       failed: () => notice(
         'fault', this.store.failure.message || texts.service.away, {[texts.retry]: () => this.store.load()}),
-      loading: () => h('div', {class: 'skeletons', 'aria-busy': 'true'},
-        h('span', {class: 'visually-hidden'}, texts.loading),
-        Array.from({length: 6}, () => h('div', {class: 'skeleton'}))),
-      empty: () => h(
-        'div', {class: 'empty'}, h('p', {}, texts.site.empty), h('p', {class: 'hint'}, texts.site.emptyHint)),
-      nothing: () => h('div', {class: 'empty'}, h('p', {}, texts.site.nothingFound),
-        actionButton(texts.site.clear, () => this.clear())),
+      loading: () => h('p', {class: 'empty', 'aria-busy': 'true'}, texts.loading),
+      empty: () =>
+        h('div', {class: 'empty'}, h('p', {}, words.empty), h('p', {class: 'hint'}, words.emptyHint)),
+      nothing: () => h('div', {class: 'empty'}, h('p', {}, words.nothingFound),
+        actionButton(words.clear, () => this.clear())),
     }[kind];
     replace(this.message, make?.());
   }

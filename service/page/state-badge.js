@@ -1,6 +1,6 @@
 // A camera's state as a shape and a word; colour only adds to them.
 
-import {h, setAttribute, setText, svg} from './dom.js';
+import {h, setText, svg} from './dom.js';
 import {stateText} from './texts.js';
 
 const shapes = {
@@ -30,9 +30,9 @@ export function badge(kind, text) {
 export const stateBadge = state => badge(state, stateText(state));
 
 export function renewStateBadge(element, state) {
-  if (element.dataset.kind === state)
+  if (element.lastChild.textContent === stateText(state))
     return;
-  setAttribute(element, 'data-kind', state);
+  element.dataset.kind = alike[state] ?? state;
   element.firstChild.replaceWith(shape(state));
   setText(element.lastChild, stateText(state));
 }

@@ -1,24 +1,27 @@
 // What is known of the site: asked once, then kept by the events.
 
 import {get} from './api.js';
+import {Examinations} from './examinations.js';
 import {clock} from './time.js';
 
 const pageSize = 1000;
 
 export class Store {
+  cameras = new Map();  // by name, in the file's order
+  site = null;
+  failure = null;
+  isLoaded = false;
+  connection = 'connecting';
+  listeners = new Set();
+  changeListeners = new Set();
+  loading = null;
+  waiting = [];
+  isScheduled = false;
+  examinations = new Examinations(() => this.changed());
+
   constructor({ask = get, schedule = action => requestAnimationFrame(action)} = {}) {
     this.ask = ask;
     this.schedule = schedule;
-    this.cameras = new Map();  // by name, in the file's order
-    this.site = null;
-    this.failure = null;
-    this.isLoaded = false;
-    this.connection = 'connecting';
-    this.listeners = new Set();
-    this.changeListeners = new Set();
-    this.loading = null;
-    this.waiting = [];
-    this.isScheduled = false;
   }
 
   // Told at most once a frame, however much has changed.

@@ -27,7 +27,7 @@ export class Tabs {
       tabindex: '0',
       hidden: true,
     })]));
-    this.element = h('div', {class: 'tabs'},
+    this.element = h('div', {class: 'tabs card'},
       h('div',
         {class: 'tab-list', role: 'tablist', 'aria-label': label, on: {keydown: event => this.step(event)}},
         [...this.buttons.values()]),

@@ -1,9 +1,17 @@
 // Every text of the page. Another language is another file with the same members.
 
-const count = (number, one, many) => `${number.toLocaleString('en')} ${number === 1 ? one : many}`;
+const count = (number, one, many = `${one}s`) =>
+  `${number.toLocaleString('en')} ${number === 1 ? one : many}`;
+
+const lowered = text => text.charAt(0).toLowerCase() + text.slice(1);
+
+const differing = number => count(number, 'setting differs', 'settings differ');
+
+const shownOf = one => (shown, all) => shown === all ? count(all, one) : `${shown} of ${count(all, one)}`;
 
 const states = {
   up: 'Working',
+  warning: 'Working, with a warning',
   degraded: 'Problem',
   down: 'Down',
   unknown: 'Not asked yet',
@@ -11,199 +19,168 @@ const states = {
 
 const restartAndLook = 'Restart the camera, and look at what stands between it and this service.';
 
-// what: the cause in words. try: what a person at this page, or at the camera, can do next.
+// The cause in words, and what a person at this page, or at the camera, can do next.
 const causes = {
-  'name-not-found': {
-    what: 'No device has this host name',
-    try: 'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address ' +
-      'there.',
-  },
-  unreachable: {
-    what: 'Nobody answers at this address',
-    try: 'See whether the camera has power and a link light, whether its cable is plugged in, and whether ' +
-      'the address in the site file is right.',
-  },
-  refused: {
-    what: 'A device is there, but nothing listens at this port',
-    try: 'If the camera has just restarted, wait a minute. Otherwise its web port is another one: write ' +
+  'name-not-found': [
+    'No device has this host name',
+    'Look for a typing mistake in the camera\'s address in the site file, or give the dotted address there.',
+  ],
+  unreachable: [
+    'Nobody answers at this address',
+    'See whether the camera has power and a link light, whether its cable is plugged in, and whether the ' +
+      'address in the site file is right.',
+  ],
+  refused: [
+    'A device is there, but nothing listens at this port',
+    'If the camera has just restarted, wait a minute. Otherwise its web port is another one: write ' +
       'ADDRESS:PORT in the site file.',
-  },
-  'no-answer': {
-    what: 'The camera takes the connection and does not answer',
-    try: 'Its network is all right, its web server is not: restart the camera.',
-  },
-  slow: {
-    what: 'The camera answers too slowly',
-    try: 'Look at the answer times under "Last hour". See who else asks this camera all the time, and how ' +
-      'good the way to it is.',
-  },
-  dropped: {
-    what: 'The camera closes the connection without an answer',
-    try: restartAndLook,
-  },
-  cut: {
-    what: 'The camera\'s reply breaks off in the middle',
-    try: restartAndLook,
-  },
-  'not-http': {
-    what: 'What answers there is not a web server',
-    try:
-      'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
-  },
-  tls: {
-    what: 'The port speaks https only',
-    try: 'Switch plain HTTP on in the camera\'s own web page, and write that port in the site file.',
-  },
-  redirect: {
-    what: 'The camera sends every request to another place',
-    try:
-      'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
-  },
-  'too-large': {
-    what: 'The reply is far larger than any camera\'s',
-    try: 'Another device probably answers at this address: see what it is.',
-  },
-  'no-credentials': {
-    what: 'The camera wants a user name and a password, and none are set',
-    try: 'Give the camera "credentials" in the site file.',
-  },
-  'wrong-password': {
-    what: 'The camera refuses the user name or the password',
-    try: 'Try the same user and password in the camera\'s own web page. Then put the right ones into the ' +
-      'site file\'s "credentials"; the password is the first line of its password file.',
-  },
-  'authentication-endless': {
-    what: 'The camera asks for the password again and again',
-    try: 'Set the camera to Digest authentication in its web page; if it is, restart it.',
-  },
-  'authentication-weaker': {
-    what: 'The camera accepts the password only in a form that others can read',
-    try: 'Set the camera to Digest authentication. If it was set so before, find out whether it was reset ' +
-      'or exchanged.',
-  },
-  forbidden: {
-    what: 'The camera\'s user may not do this',
-    try: 'Give the site file the user and password of an administrator of the camera.',
-  },
-  'not-known': {
-    what: 'The device does not know the request',
-    try: 'It is another make, or its firmware is very old: look at what it calls itself in its web page.',
-  },
-  busy: {
-    what: 'The camera says that it is busy',
-    try: 'Wait a minute. If it stays so, see who else asks this camera all the time.',
-  },
-  'camera-fault': {
-    what: 'The camera reports a fault of its own',
-    try: 'Wait a minute; if it stays so, restart the camera.',
-  },
-  'odd-status': {
-    what: 'The camera gives an answer that it should not give',
-    try: 'See whether it is the camera itself that answers at this address.',
-  },
-  'not-a-camera': {
-    what: 'What answers there is not this camera',
-    try: 'Another device has this address, or the camera was exchanged: compare its serial number with ' +
-      'the site file\'s.',
-  },
-  'unknown-model': {
-    what: 'A camera answers whose model is not known here',
-    try: 'Give it the "model" of a similar camera in the site file, or add it to the model list.',
-  },
-  empty: {
-    what: 'The camera\'s reply is empty',
-    try: 'Restart the camera.',
-  },
-  damaged: {
-    what: 'The camera\'s reply cannot be read',
-    try: restartAndLook,
-  },
-  'not-reported': {
-    what: 'The camera does not report a value that is needed',
-    try: 'Its firmware may lack it: see which firmware is newest.',
-  },
-  'not-supported': {
-    what: 'This camera does not have it',
-    try: 'Take it out of the site file, or use a model that has it.',
-  },
-  restarting: {
-    what: 'The camera is restarting',
-    try: 'It was there a moment ago: wait a minute. If it happens again and again, look at its power supply.',
-  },
-  'wrong-value': {
-    what: 'The camera does not have this value',
-    try: 'Choose one of the values that its range shows. Nothing was sent.',
-  },
-  'not-accepted': {
-    what: 'The camera took the setting, and reports another value',
-    try: 'Some settings exclude others: see what else is set, and choose another value.',
-  },
-  unconfirmed: {
-    what: 'The camera did not confirm the setting: it may have taken it',
-    try: 'Read the setting again before you set it once more.',
-  },
-  differs: {
-    what: 'The camera is not set as the site file wants it',
-    try: 'Open "Wish": set the camera, or take what it has as the wish.',
-  },
-  'stream-off': {
-    what: 'The stream is switched off at the camera',
-    try: 'Switch on the stream and its RTSP delivery in the camera\'s web page, or call ' +
-      'SetupStreamTransmition under "Calls".',
-  },
-  'stream-refused': {
-    what: 'The camera refuses the stream',
-    try: 'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in ' +
-      'its web page.',
-  },
-  'stream-unreachable': {
-    what: 'Nothing listens at the camera\'s stream port',
-    try: 'Compare the RTSP port in the camera\'s web page with "rtspPort" in the site file.',
-  },
-  'no-picture': {
-    what: 'The stream is open, and no picture comes',
-    try: 'See whether the stream\'s transmission is on, and whether the camera has too much to do.',
-  },
-  'no-sound': {
-    what: 'The stream is open, and no sound comes',
-    try: 'Switch the camera\'s sound on in its web page.',
-  },
-  'wrong-stream': {
-    what: 'The pictures are not what the stream is set to',
-    try: 'Set the stream again under "Settings"; if it stays so, restart the camera.',
-  },
-  'stream-lost': {
-    what: 'The stream has ended by itself',
-    try: 'The camera restarted or was set anew. Wait a minute.',
-  },
-  'monitor-refused': {
-    what: 'The camera does not tell its alarm inputs',
-    try: 'Restart the camera.',
-  },
-  'monitor-silent': {
-    what: 'The camera keeps silent about its alarm inputs',
-    try: 'Restart the camera, and look for something in between that holds replies back.',
-  },
-  'level-differs': {
-    what: 'The camera tells two levels of the same alarm input',
-    try: 'Restart the camera.',
-  },
-  'clock-off': {
-    what: 'The camera\'s clock is wrong',
-    try: 'Give the camera a time server in its web page.',
-  },
-  'wrong-usage': {what: 'The request was not right', try: ''},
-  'wrong-file': {
-    what: 'A file of the service cannot be used',
-    try: 'The answer below names the file and the place in it.',
-  },
-  'cannot-write':
-    {what: 'The service cannot write a file', try: 'See whether its disk is full, and its rights.'},
-  'no-plugin': {what: 'The service lacks its plug-in', try: 'Install it, and start the service again.'},
-  limit: {
-    what: 'The service\'s machine is at a limit',
-    try: 'Too many files, threads or too little memory: see what runs there.',
-  },
+  ],
+  'no-answer': [
+    'The camera takes the connection and does not answer',
+    'Its network is all right, its web server is not: restart the camera.',
+  ],
+  slow: [
+    'The camera answers too slowly',
+    'Look at the answer times under "Last hour". See who else asks this camera all the time, and how good ' +
+      'the way to it is.',
+  ],
+  dropped: ['The camera closes the connection without an answer', restartAndLook],
+  cut: ['The camera\'s reply breaks off in the middle', restartAndLook],
+  'not-http': [
+    'What answers there is not a web server',
+    'The port belongs to another service: write the camera\'s web port as ADDRESS:PORT in the site file.',
+  ],
+  tls: [
+    'The port speaks https only',
+    'Switch plain HTTP on in the camera\'s own web page, and write that port in the site file.',
+  ],
+  redirect: [
+    'The camera sends every request to another place',
+    'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
+  ],
+  'too-large': [
+    'The reply is far larger than any camera\'s',
+    'Another device probably answers at this address: see what it is.',
+  ],
+  'no-credentials': [
+    'The camera wants a user name and a password, and none are set',
+    'Give the camera "credentials" in the site file.',
+  ],
+  'wrong-password': [
+    'The camera refuses the user name or the password',
+    'Try the same user and password in the camera\'s own web page. Then put the right ones into the site ' +
+      'file\'s "credentials"; the password is the first line of its password file.',
+  ],
+  'authentication-endless': [
+    'The camera asks for the password again and again',
+    'Set the camera to Digest authentication in its web page; if it is, restart it.',
+  ],
+  'authentication-weaker': [
+    'The camera accepts the password only in a form that others can read',
+    'Set the camera to Digest authentication. If it was set so before, find out whether it was reset or ' +
+      'exchanged.',
+  ],
+  forbidden: [
+    'The camera\'s user may not do this',
+    'Give the site file the user and password of an administrator of the camera.',
+  ],
+  'not-known': [
+    'The device does not know the request',
+    'It is another make, or its firmware is very old: look at what it calls itself in its web page.',
+  ],
+  busy: [
+    'The camera says that it is busy',
+    'Wait a minute. If it stays so, see who else asks this camera all the time.',
+  ],
+  'camera-fault': [
+    'The camera reports a fault of its own',
+    'Wait a minute; if it stays so, restart the camera.',
+  ],
+  'odd-status': [
+    'The camera gives an answer that it should not give',
+    'See whether it is the camera itself that answers at this address.',
+  ],
+  'not-a-camera': [
+    'What answers there is not this camera',
+    'Another device has this address, or the camera was exchanged: compare its serial number with the site ' +
+      'file\'s.',
+  ],
+  'unknown-model': [
+    'A camera answers whose model is not known here',
+    'Give it the "model" of a similar camera in the site file, or add it to the model list.',
+  ],
+  empty: ['The camera\'s reply is empty', 'Restart the camera.'],
+  damaged: ['The camera\'s reply cannot be read', restartAndLook],
+  'not-reported': [
+    'The camera does not report a value that is needed',
+    'Its firmware may lack it: see which firmware is newest.',
+  ],
+  'not-supported': [
+    'This camera does not have it',
+    'Take it out of the site file, or use a model that has it.',
+  ],
+  restarting: [
+    'The camera is restarting',
+    'It was there a moment ago: wait a minute. If it happens again and again, look at its power supply.',
+  ],
+  'wrong-value': [
+    'The camera does not have this value',
+    'Choose one of the values that its range shows. Nothing was sent.',
+  ],
+  'not-accepted': [
+    'The camera took the setting, and reports another value',
+    'Some settings exclude others: see what else is set, and choose another value.',
+  ],
+  unconfirmed: [
+    'The camera did not confirm the setting: it may have taken it',
+    'Read the setting again before you set it once more.',
+  ],
+  differs: [
+    'The camera is not set as the site file wants it',
+    'Open "Site file": set the camera, or take what it has into the site file.',
+  ],
+  'stream-off': [
+    'The stream is switched off at the camera',
+    'Switch on the stream and its RTSP delivery in the camera\'s web page, or call SetupStreamTransmition ' +
+      'under "Calls".',
+  ],
+  'stream-refused': [
+    'The camera refuses the stream',
+    'Stream or RTSP delivery is off, too many watch it, or the camera runs another codec: look in its web ' +
+      'page.',
+  ],
+  'stream-unreachable': [
+    'Nothing listens at the camera\'s stream port',
+    'Compare the RTSP port in the camera\'s web page with "rtspPort" in the site file.',
+  ],
+  'no-picture': [
+    'The stream is open, and no picture comes',
+    'See whether the stream\'s transmission is on, and whether the camera has too much to do.',
+  ],
+  'no-sound': ['The stream is open, and no sound comes', 'Switch the camera\'s sound on in its web page.'],
+  'wrong-stream': [
+    'The pictures are not what the stream is set to',
+    'Set the stream again under "Settings"; if it stays so, restart the camera.',
+  ],
+  'stream-lost': ['The stream has ended by itself', 'The camera restarted or was set anew. Wait a minute.'],
+  'monitor-refused': ['The camera does not tell its alarm inputs', 'Restart the camera.'],
+  'monitor-silent': [
+    'The camera keeps silent about its alarm inputs',
+    'Restart the camera, and look for something in between that holds replies back.',
+  ],
+  'level-differs': ['The camera tells two levels of the same alarm input', 'Restart the camera.'],
+  'clock-off': ['The camera\'s clock is wrong', 'Give the camera a time server in its web page.'],
+  'wrong-usage': ['The request was not right', ''],
+  'wrong-file': [
+    'A file of the service cannot be used',
+    'The answer below names the file and the place in it.',
+  ],
+  'cannot-write': ['The service cannot write a file', 'See whether its disk is full, and its rights.'],
+  'no-plugin': ['The service lacks its plug-in', 'Install it, and start the service again.'],
+  limit: [
+    'The service\'s machine is at a limit',
+    'Too many files, threads or too little memory: see what runs there.',
+  ],
 };
 
 const phases = {
@@ -238,7 +215,7 @@ const checks = {
   audio: 'Sound',
   input: 'Alarm input',
   position: 'Head',
-  drift: 'Against the wish',
+  drift: 'Against the site file',
   'write-test': 'Write test',
   'move-test': 'Move test',
 };
@@ -278,7 +255,7 @@ export const texts = {
   loading: 'Loading …',
   retry: 'Try again',
   notTold: 'not told',
-  probably: what => `Probably: ${what.charAt(0).toLowerCase()}${what.slice(1)}`,
+  probably: what => `Probably: ${lowered(what)}`,
   unnamedCause: cause => `A problem that this page has no words for (${cause})`,
   since: (moment, span) => `since ${moment} (${span})`,
   session: {
@@ -336,8 +313,7 @@ export const texts = {
     allStates: 'All',
     layout: 'Show as',
     layouts: {rows: 'Rows', pictures: 'Pictures'},
-    shown: (shown, all) =>
-      shown === all ? count(all, 'camera', 'cameras') : `${shown} of ${count(all, 'camera', 'cameras')}`,
+    shown: shownOf('camera'),
     empty: 'The site file has no camera yet.',
     emptyHint: 'Write cameras into the site file, or make one with vornhost site init; the service reads ' +
       'it again on SIGHUP.',
@@ -346,10 +322,11 @@ export const texts = {
     allWell: 'Every camera works.',
     attention: number => `${count(number, 'camera needs', 'cameras need')} attention`,
     announce: (name, state, cause) => `${name}: ${state}` + (cause ? `. ${cause}` : ''),
-    drift: number => count(number, 'setting differs', 'settings differ'),
-    driftFault: 'Wish not compared',
-    inputsActive: numbers => `Input ${numbers.map(number => number + 1).join(', ')} active`,
-    inputsQuiet: number => `${count(number, 'input', 'inputs')} quiet`,
+    drift: differing,
+    driftFault: 'Not compared with the site file',
+    inputsActive: numbers =>
+      `Alarm input${numbers.length === 1 ? '' : 's'} ${numbers.map(number => number + 1).join(', ')} active`,
+    inputsQuiet: number => `${count(number, 'alarm input')} inactive`,
     noPicture: 'No picture',
     keys: 'Arrow keys move between cameras, Enter opens one.',
   },
@@ -363,7 +340,7 @@ export const texts = {
     sections: 'Parts of this camera',
     tabs: {
       settings: 'Settings',
-      drift: 'Wish',
+      drift: 'Site file',
       doctor: 'Doctor',
       history: 'Last hour',
       exchanges: 'Exchanges',
@@ -383,7 +360,7 @@ export const texts = {
   },
   ptz: {
     title: 'Head',
-    pad: 'Move the head: drag, or use the arrow keys; plus and minus zoom, space stops',
+    pad: 'Move the head',
     hint: 'Drag from the middle, or use the arrow keys while this field has the focus. Plus and minus ' +
       'zoom, Page Up and Page Down change the speed, space stops, a digit calls that preset.',
     speed: 'Speed',
@@ -416,14 +393,14 @@ export const texts = {
   },
   inputs: {
     title: 'Alarm inputs',
-    name: number => `Input ${number + 1}`,
+    name: number => `Alarm input ${number + 1}`,
     active: 'active',
     inactive: 'inactive',
     unknown: 'not told yet',
     none: 'No alarm input of this camera is watched. The site file\'s "inputs" says which are.',
     noChange: 'no change in the last hour',
     changes: number => count(number, 'change in the last hour', 'changes in the last hour'),
-    lineLabel: (number, changes) => `Input ${number + 1}: ${changes}`,
+    lineLabel: (number, changes) => `Alarm input ${number + 1}: ${changes}`,
     list: 'All changes',
   },
   settings: {
@@ -433,19 +410,25 @@ export const texts = {
       const codecs = {h264: 'H.264', mpeg4: 'MPEG-4', mjpeg: 'MJPEG'};
       return `Input ${Number(channel) + 1} · ${codecs[codec] ?? codec} · stream ${Number(stream) + 1}`;
     },
-    head:
-      {setting: 'Setting', now: 'Now', wanted: 'Set to', standard: 'Default', may: 'May be', wish: 'Wish'},
+    head: {
+      setting: 'Setting',
+      now: 'Now',
+      wanted: 'Set to',
+      standard: 'Default',
+      may: 'May be',
+      wish: 'Site file'
+    },
     set: 'Set',
     undo: 'Undo',
     discard: 'Discard',
     useDefault: value => `Set to its default, ${value}`,
     from: (from, to, step) => step === 1 ? `${from} to ${to}` : `${from} to ${to} in steps of ${step}`,
     fixed: why => `fixed: ${why}`,
-    accepted: (asked, is) => `asked ${asked}, accepted`,
-    other: (asked, is) => `asked ${asked}, the camera reports ${is}`,
-    undone: is => `back to ${is}`,
+    outcome: (asked, is) =>
+      asked === is ? `asked ${asked}, accepted` : `asked ${asked}, the camera reports ${is}`,
+    undone: (asked, is) => asked === is ? `back to ${is}` : `back to ${is}, not to ${asked}`,
     changed: number => count(number, 'change not yet set', 'changes not yet set'),
-    setAll: number => `Set ${count(number, 'change', 'changes')}`,
+    setAll: number => `Set ${count(number, 'change')}`,
     unreadable: text => `cannot be read: ${text || 'no reason told'}`,
     none: 'The camera has told no settings yet.',
     noneDown: 'The camera is not reached, so its settings cannot be read.',
@@ -454,23 +437,20 @@ export const texts = {
   drift: {
     same: 'The camera is set as the site file wants it.',
     unknown: 'Not compared yet.',
-    differs: number =>
-      `${count(number, 'setting differs', 'settings differ')} from what the site file wants.`,
+    differs: number => `${differing(number)} from what the site file wants.`,
     fault: 'The camera could not be compared with the site file.',
     noWish: 'The site file says nothing of how this camera is to be set.',
     checked: moment => `Compared ${moment}`,
     ignored: number => `${count(number, 'difference is', 'differences are')} ignored by the site file.`,
     head: {of: 'Where', field: 'Setting', wanted: 'Wanted', camera: 'The camera has', act: 'Mend'},
-    adjustments: 'Picture and lens',
     set: 'Set the camera',
     setAll: 'Set all',
-    take: 'Take as the wish',
+    take: 'Take into the site file',
     check: 'Compare now',
     setOne: (field, wanted) => `Set ${field} to ${wanted} at the camera`,
-    takeOne: (field, camera) => `Write ${camera} as the wish for ${field} into the site file`,
+    takeOne: (field, camera) => `Take into the site file: ${field} ${camera}`,
     taken: 'Written into the site file.',
-    notWritable: 'The service may not write the site file, so a wish cannot be changed here.',
-    wishes: 'What the site file wants',
+    notWritable: 'The service may not write the site file, so what it wants cannot be changed here.',
   },
   doctor: {
     intro: 'The doctor looks at everything from the address to the pictures and names the fault that the ' +
@@ -486,11 +466,21 @@ export const texts = {
     because: check => `needs: ${check}`,
     verdicts: {ok: 'Nothing is wrong.', warning: 'It works, with a warning.', fault: 'A fault was found.'},
     root: 'Look at this first',
-    counts: (checks, faults, warnings, span) =>
-      `${count(checks, 'check', 'checks')}, ${count(faults, 'fault', 'faults')}, ` +
-      `${count(warnings, 'warning', 'warnings')}, ${span}`,
+    counts: (checks, faults, warnings, span, moment) => `${moment} · ${span} · ` +
+      `${count(checks, 'check')}, ${count(faults, 'fault')}, ` + count(warnings, 'warning'),
+    inRow: (moment, what) => `Doctor, ${moment}: ${lowered(what)}`,
+    runsInRow: 'Doctor: examining …',
+    same: 'the same',
+    examineTroubled: 'Examine these',
+    examineShown: isAll => isAll ? 'Examine all' : 'Examine those shown',
+    round: ({isRunning, done, names, found}) => {
+      const begin = isRunning ? `Examining: ${done} of ${names.length} done` :
+        done === names.length ? `${count(done, 'camera')} examined` :
+                                `Stopped: ${done} of ${names.length} examined`;
+      return `${begin}; ${found.fault} with a fault, ${found.warning} with a warning` +
+        (found.unknown ? `, ${found.unknown} not examined` : '');
+    },
     broken: 'The examination broke off before its verdict.',
-    checkName: (name, detail) => detail === undefined ? name : `${name} ${detail}`,
   },
   exchanges: {
     intro: 'What the service asks this camera, and what it answers; secrets are masked.',
@@ -510,8 +500,7 @@ export const texts = {
     noReply: 'no reply',
     none: 'Nothing was asked yet.',
     nothingFound: 'No exchange fits this filter.',
-    shown: (shown, all) => shown === all ? count(all, 'exchange', 'exchanges') :
-                                           `${shown} of ${count(all, 'exchange', 'exchanges')}`,
+    shown: shownOf('exchange'),
     polling: 'Another tab follows another camera: this list is read every two seconds.',
   },
   calls: {
@@ -519,7 +508,7 @@ export const texts = {
     operation: 'Operation',
     find: 'Find an operation',
     pick: 'Choose an operation to see what it does.',
-    found: number => count(number, 'operation', 'operations'),
+    found: number => count(number, 'operation'),
     writes: 'Changes something at the camera',
     reads: 'Only reads',
     dangerous: 'This takes the camera out of service for a while. Call it really?',
@@ -538,7 +527,8 @@ export const texts = {
     answers: 'Answer times',
     answersHint: 'Median and longest of each minute; a mark at the foot is a minute with lost replies.',
     frames: 'Frame rate',
-    framesHint: 'Pictures a second that came from the camera.',
+    framesHint: 'Pictures a second that came from the camera; measured only while somebody looks.',
+    notMeasured: 'not measured',
     states: 'What happened',
     none: 'Nothing was measured in the last hour.',
     noStates: 'Its state did not change in the last hour.',
@@ -550,7 +540,7 @@ export const texts = {
     time: 'Time',
     table: 'As a table',
     answersLabel: (median, longest) => `Answer times of the last hour; now ${median}, longest ${longest}`,
-    framesLabel: rate => `Frame rate of the last hour; now ${rate} a second`,
+    framesLabel: rate => `Frame rate of the last hour; last measured ${rate} a second`,
     at: (time, text) => `${time}  ${text}`,
     answerPoint: (median, longest, count, lost) =>
       `median ${median}, longest ${longest}, ${count} asked, ${lost} lost`,
@@ -565,19 +555,19 @@ export const fieldText = field => fields[field] ?? field;
 
 // The cause in words; hedged where others would look the same.
 export function causeText(problem) {
-  const what = causes[problem.cause]?.what ?? texts.unnamedCause(problem.cause);
+  const [what] = causes[problem.cause] ?? [texts.unnamedCause(problem.cause)];
   return problem.certain === false ? texts.probably(what) : what;
 }
 
-export const adviceText = problem => causes[problem.cause]?.try || problem.try || '';
+export const adviceText = problem => causes[problem.cause]?.[1] || problem.try || '';
 
 export function checkText(check) {
   const [kind, detail] = check.split(':');
   const name = checks[kind] ?? kind;
   if (detail === undefined)
     return name;
-  return texts.doctor.checkName(name, kind === 'input' ? Number(detail) + 1 : detail);
+  return `${name} ${kind === 'input' ? Number(detail) + 1 : detail}`;
 }
 
 export const placeText = of =>
-  of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.drift.adjustments;
+  of.startsWith('stream ') ? texts.settings.stream(of.slice('stream '.length)) : texts.settings.adjustments;

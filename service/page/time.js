@@ -3,9 +3,13 @@
 import {texts} from './texts.js';
 
 const second = 1000;
-const minute = 60 * second;
-const hour = 60 * minute;
+export const minute = 60 * second;
+export const hour = 60 * minute;
 const day = 24 * hour;
+
+export const pause = period => new Promise(resolve => {
+  setTimeout(resolve, period);
+});
 
 export function spanText(milliseconds) {
   const span = Math.max(0, milliseconds);

@@ -1,6 +1,6 @@
 // What an alarm input's changes of the last hour make of a line: spans of time with one level each.
 
-export const hour = 3600000;
+import {hour} from './time.js';
 
 const opposite = {
   active: 'inactive',

@@ -6,11 +6,11 @@ import {test} from 'node:test';
 
 import {controlOf, findOperations, isDangerous, namedValues} from '../../service/page/call-form.js';
 import {curlText, maskBody, maskSecrets} from '../../service/page/curl.js';
-import {byWeight} from '../../service/page/doctor.js';
 import {settingRequest, wishRequest} from '../../service/page/drift.js';
 import {ExchangeList} from '../../service/page/exchange-list.js';
 import {LineReader} from '../../service/page/ndjson.js';
-import {boundedTop, dotPath, linePath, nearestPoint, niceScale, plotOf, timeTicks} from '../../service/page/plot-geometry.js';
+import {boundedTop, dotPath, gapsOf, linePath, nearestPoint, niceScale, plotOf, timeTicks} from '../../service/page/plot-geometry.js';
+import {texts} from '../../service/page/texts.js';
 import {barsOf, spansOf} from '../../service/page/timeline.js';
 import {changesOf, rangeText, rowsOfAdjustments, rowsOfStream, undoOf} from '../../service/page/values.js';
 
@@ -39,6 +39,8 @@ test('only what is new is sent, as text, and undo goes back to what was', () => 
     undoOf(
       [{field: 'a', was: '1', is: '2'}, {field: 'b', was: null, is: '3'}, {field: 'c', was: '4', is: '4'}]),
     {a: '1'});
+  assert.equal(texts.settings.undone('50', '50'), 'back to 50');
+  assert.equal(texts.settings.undone('50', '49'), 'back to 49, not to 50');
 });
 
 test('a difference is set at the camera, or becomes the wish, where it stands', () => {
@@ -104,6 +106,14 @@ test('a plot\'s line has a gap where nothing was measured', () => {
   assert.equal(nearestPoint(points, 26).x, 30);
   assert.equal(nearestPoint([], 26), null);
   assert.equal(timeTicks(now - 40 * minute, now).length, 3);
+});
+
+test('where nothing was measured is told, at both ends too; a minute that is missing is not', () => {
+  const gaps = minutes => gapsOf(minutes.map(one => now - one * minute), now - 60 * minute, now,
+    1.5 * minute).map(({from, to}) => [(now - from) / minute, (now - to) / minute]);
+  assert.deepEqual(gaps([50, 49, 47, 30, 1]), [[60, 50], [46, 30], [29, 1]]);
+  assert.deepEqual(gaps([65, 3]), [[60, 3], [2, 0]]);
+  assert.deepEqual(gaps([59, 58, 57, 20]), [[56, 20], [19, 0]]);
 });
 
 const exchange = (time, more = {}) => ({
@@ -188,10 +198,4 @@ test('the doctor\'s lines are read however the network cuts them', () => {
     assert.deepEqual(heard.map(line => line.check ?? line.verdict), ['address', 'stream:0,h264,0', 'ok'],
       `cut each ${size}`);
   }
-});
-
-test('what the doctor found stands before what is well', () => {
-  const checks =
-    ['ok', 'skipped', 'warning', 'fault', 'ok'].map((result, index) => ({check: String(index), result}));
-  assert.deepEqual(byWeight(checks).map(({check}) => check), ['3', '2', '0', '4', '1']);
 });

@@ -3,8 +3,8 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
-import {attentionRank, countStates, matches, needsAttention, sorted, tagsOf} from '../../service/page/attention.js';
-import {causeText} from '../../service/page/texts.js';
+import {attentionRank, countStates, matches, needsAttention, sorted, stateKind, tagsOf} from '../../service/page/attention.js';
+import {causeText, stateText} from '../../service/page/texts.js';
 import {gridOf, indexAfterKey, placeOf, visibleRange} from '../../service/page/virtual-list.js';
 
 const at = minute => `2026-11-26T06:${String(minute).padStart(2, '0')}:00.000Z`;
@@ -17,35 +17,39 @@ const cameras = [
   {name: 'lab', state: 'up', since: at(40), drift: {state: 'differs', differences: [{}]}},
   {name: 'dock', state: 'down', since: at(35), problem: {cause: 'refused', certain: true}},
   {name: 'door', state: 'up', since: at(1), inputs: [{input: 1, state: 'active'}]},
+  {name: 'mast', state: 'up', since: at(2), problem: {cause: 'stream-off', certain: true}},
 ];
 const names = list => list.map(({name}) => name);
 
 test('what needs somebody comes first, the latest trouble before older ones, the rest by name', () => {
   assert.deepEqual(names(sorted(cameras, 'attention')),
-    ['dock', 'roof', 'hall', 'yard', 'lab', 'door', 'gate 2', 'gate 10']);
-  assert.deepEqual(
-    names(sorted(cameras, 'name')), ['dock', 'door', 'gate 2', 'gate 10', 'hall', 'lab', 'roof', 'yard']);
+    ['dock', 'roof', 'hall', 'yard', 'mast', 'lab', 'door', 'gate 2', 'gate 10']);
+  assert.deepEqual(names(sorted(cameras, 'name')),
+    ['dock', 'door', 'gate 2', 'gate 10', 'hall', 'lab', 'mast', 'roof', 'yard']);
   assert.equal(sorted(cameras, 'since')[0].name, 'hall');
   assert.deepEqual(names(sorted(cameras, 'file')), names(cameras));
 });
 
-test('an open input ranks a working camera, and is no trouble', () => {
+test('an open input ranks a working camera, and is no trouble; a problem of one is', () => {
   const door = cameras.find(({name}) => name === 'door');
   assert.ok(attentionRank(door) < attentionRank(cameras[0]));
-  assert.deepEqual(names(cameras.filter(needsAttention)), ['roof', 'hall', 'lab', 'dock']);
+  assert.deepEqual(names(cameras.filter(needsAttention)), ['roof', 'hall', 'lab', 'dock', 'mast']);
+  const kinds = cameras.map(stateKind);
+  assert.deepEqual([kinds[8], kinds[4], kinds[0]], ['warning', 'degraded', 'up']);
+  assert.equal(stateText(kinds[8]), 'Working, with a warning');
 });
 
 test('a search finds every word, in whatever member, and the cause in words', () => {
   const found = wish => names(cameras.filter(camera => matches(camera, wish, causeText)));
   assert.deepEqual(found({words: 'D850 GATE'}), ['gate 10']);
   assert.deepEqual(found({words: 'password'}), ['roof']);
-  assert.deepEqual(found({words: 'stream-off'}), ['hall']);
-  assert.deepEqual(found({words: 'switched off'}), ['hall']);
+  assert.deepEqual(found({words: 'stream-off'}), ['hall', 'mast']);
+  assert.deepEqual(found({words: 'switched off'}), ['hall', 'mast']);
   assert.deepEqual(found({words: 'gate nowhere'}), []);
   assert.deepEqual(found({tag: 'north'}), ['gate 2']);
   assert.deepEqual(found({state: 'down', words: 'o'}), ['roof', 'dock']);
   assert.deepEqual(tagsOf(cameras), ['north', 'outside']);
-  assert.deepEqual(countStates(cameras), {down: 2, degraded: 1, unknown: 1, up: 4});
+  assert.deepEqual(countStates(cameras), {down: 2, degraded: 1, unknown: 1, up: 5});
 });
 
 test('of a thousand rows those on the screen are drawn, and two beside them', () => {

@@ -14,7 +14,7 @@ test('every cause and phase that the product tells has words here, and no other'
   assert.deepEqual(Object.keys(texts.causes).sort(), [...problemSchema.cause.enum].sort());
   assert.deepEqual(Object.keys(texts.phases).sort(), [...problemSchema.phase.enum].sort());
   for (const cause of problemSchema.cause.enum)
-    assert.ok(texts.causes[cause].try || cause === 'wrong-usage', `${cause} says nothing to try`);
+    assert.ok(texts.causes[cause][1] || cause === 'wrong-usage', `${cause} says nothing to try`);
 });
 
 test('every check of the doctor and every adjustment has a name', () => {

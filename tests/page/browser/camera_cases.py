@@ -76,6 +76,17 @@ class Camera(PageCase):
         browser.says('back to off', 'tr[data-field=backLight]')
         self.assertEqual(self.camsim.settings(), before)
 
+    def test_rows_stand_still_and_an_undo_tells_what_the_camera_made_of_it(self):
+        browser = self.open_camera('hall')
+        self.row('brightness')
+        places = 'return [...document.querySelectorAll(".settings tr")].map(row => row.getBoundingClientRect().top + scrollY)'
+        before = browser.run(places)
+        self.set('brightness', '73')
+        browser.says('asked 73, the camera reports 72', 'tr[data-field=brightness]')
+        browser.click('button', 'Undo')
+        browser.says('back to 49, not to 50', 'tr[data-field=brightness]')
+        self.assertEqual(browser.run(places), before)
+
     def test_a_setting_that_the_camera_makes_otherwise_is_told_with_both_values(self):
         self.expect_refusals(409)
         self.camsim.fault('write-ignored', 0)
@@ -95,7 +106,7 @@ class Camera(PageCase):
         now = self.set_otherwise()
         browser.click('.drift button', 'Compare now')
         browser.says('1 setting differs', '.drift')
-        browser.click('.drift td button', 'Take as the wish')
+        browser.click('.drift td button', 'Take into the site file')
         browser.says('Written into the site file.', '.drift')
         wished = next(camera for camera in self.service.wished()['cameras'] if camera['name'] == 'gate')
         self.assertEqual(wished['adjustments'], {'saturation': now})

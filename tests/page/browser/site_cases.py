@@ -53,7 +53,7 @@ class TroubledSite(PageCase):
         self.says_of('yard', 'Down', 'nothing listens at this port', 'wait a minute')
         self.says_of('tower', 'Problem', 'What answers there is not this camera', 'compare its serial number')
         self.says_of('gate', 'Working', 'since', '1 setting differs')
-        self.says_of('hall', 'Working', 'Input 1')
+        self.says_of('hall', 'Working', 'Alarm input 1')
         browser.says('5 cameras need attention', '.headline')
         self.assertEqual(set(self.names()[-1:]), {'hall'}, 'what needs nobody stands last')
         browser.shoot('site')
@@ -62,6 +62,20 @@ class TroubledSite(PageCase):
         browser.shoot('site-dark')
         self.open(size=TELEPHONE).find('.row-name', 'dock')
         browser.shoot('site-telephone')
+
+    def test_the_doctor_examines_many_and_what_it_found_is_kept(self):
+        browser = self.open()
+        browser.find('.row-name', 'yard')
+        browser.says('5 cameras need attention', '.headline')
+        browser.click('.site-summary button', 'Examine these')
+        browser.says('5 cameras examined', '.examined')
+        self.says_of('dock', 'Doctor, ', ': the same')
+        self.says_of('gate', 'Doctor, ', 'the camera is not set as the site file wants it')
+        self.assertNotIn('Doctor', self.row('hall'))
+        browser.shoot('site-examined')
+        browser.route('#/camera/gate/doctor')
+        browser.find('.verdict', 'not set as the site file wants it')
+        self.assertEqual(len(browser.all('.check .tag')), 1)
 
     def test_the_camera_s_page_leads_with_what_was_asked_and_answered(self):
         for name, told in (('yard', ('connection refused', 'ADDRESS:PORT')), ('dock', ('401', 'password file')),
@@ -101,11 +115,11 @@ class TroubledSite(PageCase):
 
     def test_a_change_at_a_camera_shows_without_asking(self):
         self.open()
-        self.says_of('hall', 'Input 1 active')
+        self.says_of('hall', 'Alarm input 1 active')
         self.camsim.set_input('Low', camera=1)
-        self.says_of('hall', '1 input quiet')
+        self.says_of('hall', '1 alarm input inactive')
         self.camsim.set_input('High', camera=1)
-        self.says_of('hall', 'Input 1 active')
+        self.says_of('hall', 'Alarm input 1 active')
 
     def test_by_keys_from_the_list_into_a_camera_and_back(self):
         browser = self.open()
