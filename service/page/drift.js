@@ -31,6 +31,11 @@ export function wishRequest(name, {of, field, camera}) {
 const hasWish = wish => [wish, ...(wish?.streams ?? [])].some(
   one => Object.keys(one?.adjustments ?? one?.record ?? {}).length > 0);
 
+function outcomeNotice({field, asked, is}) {
+  return notice(isSame(asked, is) ? 'ok' : 'warning',
+    `${fieldText(field)}: ${texts.settings.outcome(asked, valueText(is))}`);
+}
+
 export class Drift {
   constructor(name, renewCamera, isWishWritable) {
     Object.assign(this, {name, renewCamera, isWishWritable});
@@ -107,8 +112,7 @@ export class Drift {
 
   set(difference, button) {
     const {path, body} = settingRequest(this.name, difference);
-    return this.act(
-      button, () => patch(path, body), ({results}) => results.map(result => this.outcome(result)));
+    return this.act(button, () => patch(path, body), ({results}) => results.map(outcomeNotice));
   }
 
   take(difference, button) {
@@ -122,13 +126,8 @@ export class Drift {
       findings => findings.map(finding => this.finding(finding)));
   }
 
-  outcome({field, asked, is}) {
-    return notice(isSame(asked, is) ? 'ok' : 'warning',
-      `${fieldText(field)}: ${texts.settings.outcome(asked, valueText(is))}`);
-  }
-
   finding({state, changes = [], differences = [], problem}) {
-    const told = changes.map(change => this.outcome(change));
+    const told = changes.map(outcomeNotice);
     if (problem)
       told.push(errorNotice({problem}));
     else if (state === 'same' && changes.length === 0)
