@@ -4,32 +4,23 @@ const collator = new Intl.Collator('en', {numeric: true, sensitivity: 'base'});
 // A camera that works may have something to mend all the same.
 export const stateKind = ({state, problem}) => (state === 'up' && problem ? 'warning' : state);
 
-const ranks = {
-  down: 0,
-  degraded: 1,
-  unknown: 2,
-  warning: 3
-};
-const driftRank = 4;
-const activeRank = 5;
-const quietRank = 6;
+const ranks = ['down', 'degraded', 'unknown', 'warning', 'drift', 'active', 'quiet'];
 
 // A camera that is down, or that nobody could get into, is not asked for pictures: each would be refused.
 const withoutPicture = new Set(['address', 'identify', 'initialize', 'site']);
 export const mayHavePicture = ({state, problem}) =>
   state === 'up' || state === 'degraded' && !withoutPicture.has(problem?.phase);
 
-export const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
+const hasDrift = camera => camera.drift?.state === 'differs' || camera.drift?.state === 'fault';
 export const activeInputs = camera =>
   (camera.inputs ?? []).filter(input => input.state === 'active').map(input => input.input).sort();
 
 export function attentionRank(camera) {
   const kind = stateKind(camera);
-  if (kind in ranks)
-    return ranks[kind];
-  if (hasDrift(camera))
-    return driftRank;
-  return activeInputs(camera).length > 0 ? activeRank : quietRank;
+  if (kind !== 'up')
+    return ranks.indexOf(kind);
+  const isActive = activeInputs(camera).length > 0;
+  return ranks.indexOf(hasDrift(camera) ? 'drift' : isActive ? 'active' : 'quiet');
 }
 
 export const needsAttention =

@@ -25,7 +25,7 @@ const historyPeriod = 60000;
 const detailPeriod = 60000;
 const tabIds = Object.keys(words.tabs);
 
-export const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
+const tabOf = id => (tabIds.includes(id) ? id : tabIds[0]);
 
 function factList(camera) {
   const facts = ['address', 'model', 'serialNumber', 'firmware']
@@ -45,7 +45,7 @@ export class CameraView {
     this.state = stateBadge('unknown');
     this.since = h('span', {class: 'since'});
     this.facts = h('dl', {class: 'facts'});
-    this.problem = h('div', {class: 'problem-place', 'aria-live': 'polite'});
+    this.problem = h('div', {'aria-live': 'polite'});
     this.failure = h('div');
     this.headPlace = h('div');
     this.back = h('a', {class: 'back', href: '#/'}, `← ${words.back}`);

@@ -21,7 +21,7 @@ export function maskSecrets(text) {
 export const maskBody = body => maskPairs(body);
 
 // Between single quotes a shell reads everything as it stands.
-export const quoted = text => `'${text.replaceAll('\'', '\'\\\'\'')}'`;
+const quoted = text => `'${text.replaceAll('\'', '\'\\\'\'')}'`;
 
 export function curlText({method, path, body}, address) {
   const parts = ['curl', '--anyauth', '--user', '"$CAMERA_USER:$CAMERA_PASSWORD"'];

@@ -39,9 +39,9 @@ export class Doctor {
     },
       words.download);
     // Told to eyes alone: a screen reader would read each second.
-    this.status = h('p', {class: 'doctor-status'});
+    this.status = h('p');
     this.verdict = h('div', {'aria-live': 'polite'});
-    this.list = h('ol', {class: 'checks'});
+    this.list = h('ol');
     this.element = h('div', {class: 'doctor'}, h('p', {class: 'intro'}, words.intro),
       h('div', {class: 'actions'}, this.button, this.stopButton,
         h('label', {class: 'check-field'}, this.bundle, words.bundle), this.download, this.status),

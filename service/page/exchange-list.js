@@ -2,7 +2,7 @@
 
 export const isFailure = ({status, failure}) => Boolean(failure) || !(status >= 200 && status < 400);
 
-export function exchangeMatches(exchange, words, onlyFailures) {
+function exchangeMatches(exchange, words, onlyFailures) {
   if (onlyFailures && !isFailure(exchange))
     return false;
   const text = [

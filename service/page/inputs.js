@@ -41,7 +41,7 @@ function changeList(changes) {
 export class Inputs {
   constructor() {
     this.changes = [];
-    this.list = h('div', {class: 'inputs-list'});
+    this.list = h('div');
     this.all = h('div');
     this.details = h('details', {}, h('summary', {}, words.list), this.all);
     this.details.addEventListener('toggle', () => this.drawChanges());

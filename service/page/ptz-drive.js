@@ -1,7 +1,7 @@
 // Keeps a head moving for as long as somebody holds it, and no longer. The service ends a move by itself one
 // second after the last renewal; what happens here makes it end at once.
 
-export const renewPeriod = 300;
+const renewPeriod = 300;
 
 export class PtzDrive {
   // `move(vector)` returns a promise; `stop()` must get out even while the page is going away.

@@ -89,7 +89,7 @@ function logInForm(reason, done) {
 // A dialog above the page: what was typed beneath it stays.
 function askForToken(reason) {
   return new Promise(resolve => {
-    const dialog = h('dialog', {class: 'session-dialog', 'aria-label': words.title});
+    const dialog = h('dialog', {'aria-label': words.title});
     const look = () => ask('GET').then(done, () => {});
     const done = answer => {
       window.removeEventListener('focus', look);

@@ -30,8 +30,8 @@ export class SiteView {
     this.shown = h('p', {class: 'shown', role: 'status'});
     this.headline = h('p', {class: 'headline'});
     this.makeExamination();
-    this.body = h('div', {class: 'site-body'}, this.list.element);
-    this.message = h('div', {class: 'site-message'});
+    this.body = h('div', {}, this.list.element);
+    this.message = h('div');
     this.element = h('section', {class: 'site', 'aria-label': words.title},
       h('h1', {class: 'visually-hidden'}, words.title), this.tools(), this.message,
       h('p', {class: 'visually-hidden', id: 'list-keys'}, words.keys), this.body);
@@ -69,14 +69,12 @@ export class SiteView {
       this.stopButton.focus();
     };
     const small = {class: 'small'};
-    this.examineTroubled =
-      actionButton(texts.doctor.examineTroubled, () => examine(this.cameras(needsAttention)), small);
+    this.examineTroubled = actionButton(texts.doctor.examineTroubled,
+      () => examine([...this.store.cameras.values()].filter(needsAttention)), small);
     this.examineShown = actionButton('', () => examine(this.list.cameras), small);
     this.stopButton = actionButton(texts.doctor.stop, () => examinations.stopAll(), small);
     this.progress = h('p', {class: 'examined', role: 'status'});
   }
-
-  cameras(isWanted) { return [...this.store.cameras.values()].filter(isWanted); }
 
   drawExamination(troubled, shown, all) {
     const {round} = this.store.examinations;

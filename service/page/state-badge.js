@@ -23,8 +23,7 @@ export const shape = kind => svg('svg', {viewBox: '0 0 16 16', class: 'shape', '
   shapes[alike[kind] ?? kind]?.() ?? shapes.unknown());
 
 export function badge(kind, text) {
-  return h('span', {class: 'badge', data: {kind: alike[kind] ?? kind}}, shape(kind),
-    h('span', {class: 'badge-text'}, text));
+  return h('span', {class: 'badge', data: {kind: alike[kind] ?? kind}}, shape(kind), h('span', {}, text));
 }
 
 export const stateBadge = state => badge(state, stateText(state));

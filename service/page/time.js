@@ -43,7 +43,7 @@ export function preciseClockText(time) {
   return `${clockText(date)}:${pad(date.getSeconds())}.${pad(date.getMilliseconds(), 3)}`;
 }
 
-export function dateText(time) {
+function dateText(time) {
   const date = new Date(time);
   return `${date.getFullYear()}-${pad(date.getMonth() + 1)}-${pad(date.getDate())}`;
 }
