@@ -5,11 +5,8 @@ const base = '/api/v1';
 export class ApiError extends Error {
   constructor(status, answer) {
     super(answer.detail || answer.title || '');
-    this.status = status;
-    this.problem = answer.problem;
-    this.results = answer.results;
-    this.holder = answer.holder;
-    this.answer = answer;
+    const {problem, results, holder} = answer;
+    Object.assign(this, {status, answer, problem, results, holder});
   }
 
   get isAway() { return this.status === 0; }

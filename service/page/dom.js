@@ -55,6 +55,17 @@ export function replace(element, ...children) {
   return fill(element, children);
 }
 
+// Tab and screen readers go by the order in the document. Moving an element takes its focus away: those that
+// stand right, and the one that has it, are left alone.
+export function arrange(parent, elements) {
+  let next = parent.firstElementChild;
+  for (const element of elements)
+    if (element === next)
+      next = next.nextElementSibling;
+    else if (!element.contains(document.activeElement))
+      parent.insertBefore(element, next);
+}
+
 // Writes only what has changed: a screen reader would read it again, and a selection would be lost.
 export function setText(element, text) {
   if (element.textContent !== text)

@@ -2,7 +2,7 @@
 
 import {cameraPath, get} from './api.js';
 import {curlText, maskBody, maskSecrets} from './curl.js';
-import {actionButton, h, labelled, replace, setText} from './dom.js';
+import {actionButton, arrange, h, labelled, replace, setText} from './dom.js';
 import {followExchanges, onMessage} from './events.js';
 import {ExchangeList, isFailure} from './exchange-list.js';
 import {errorNotice} from './notices.js';
@@ -129,12 +129,7 @@ export class Exchanges {
       if (!kept.has(exchange))
         line.remove();
     this.lines = kept;
-    let next = this.list.firstElementChild;
-    for (const line of kept.values())
-      if (line === next)
-        next = next.nextElementSibling;
-      else
-        this.list.insertBefore(line, next);
+    arrange(this.list, kept.values());
   }
 
   stateText(shown, all) {

@@ -1,6 +1,6 @@
 // The list of cameras: of a thousand only those on the screen are drawn.
 
-import {h, setAttribute} from './dom.js';
+import {arrange, h, setAttribute} from './dom.js';
 import {SiteRow} from './site-row.js';
 import {TilePictures} from './tile-pictures.js';
 import {gridOf, indexAfterKey, placeOf, visibleRange} from './virtual-list.js';
@@ -79,7 +79,8 @@ export class SiteList {
       }
     for (const [name, index] of wanted)
       this.drawRow(name, index);
-    this.orderForReaders([...wanted].sort(([, one], [, other]) => one - other));
+    const inOrder = [...wanted].sort(([, one], [, other]) => one - other);
+    arrange(this.element, inOrder.map(([name]) => this.rows.get(name).element));
   }
 
   drawRow(name, index) {
@@ -88,20 +89,6 @@ export class SiteList {
     row.renew(this.cameras[index], this.examinations.of(name));
     const {cellWidth: width, cellHeight: height} = this.grid;
     row.place({...placeOf(this.grid, index), width, height}, index + 1, this.cameras.length);
-  }
-
-  // Tab and screen readers go by the order in the document. Moving an element takes its focus away: those
-  // that stand right are left alone.
-  orderForReaders(wanted) {
-    const hasFocus = element => element.contains(document.activeElement);
-    let next = this.element.firstElementChild;
-    for (const [name] of wanted) {
-      const {element} = this.rows.get(name);
-      if (element === next)
-        next = next.nextElementSibling;
-      else if (!(element.isConnected && hasFocus(element)))
-        this.element.insertBefore(element, next);
-    }
   }
 
   moveFocus(event) {
