@@ -11,6 +11,8 @@ constexpr const char* Patience = "12"; // under which a busy machine may take th
 constexpr const char* Patience = "3";
 #endif
 
+constexpr const char* Ample = "60"; // for what comes after all
+
 using Words = std::vector<std::string>;
 Words Record(const CCamsim& camsim, const std::string& file, const Words& more) {
     Words arguments = {"--json", "--rtsp-port", camsim.rtspPort(), "record", camsim.address()};
@@ -39,7 +41,8 @@ TEST(Record, TheFileHoldsEveryFrameThatIsTold) {
         json::parse(Vornhost({"--json", "sync", camsim.address(), "--stream", "0,h264,0", record}).out);
     EXPECT_EQ(sync.at("recordNow").at("frameRate"), 10);
 
-    const SRun run = Vornhost(Record(camsim, folder.file("video.mkv"), {"--seconds", "2"}));
+    const SRun run =
+        Vornhost(Record(camsim, folder.file("video.mkv"), {"--seconds", "2", "--timeout", Ample}));
     ASSERT_EQ(run.status, 0) << run.err;
     const json told = json::parse(run.out);
     EXPECT_EQ(told.at("resolution"), sync.at("recordNow").at("resolution"));
@@ -55,8 +58,8 @@ TEST(Record, ASnapshotIsOneWholePicture) {
     const CCamsim camsim({"--rtsp-port", "0"});
     const std::string file = folder.file("picture.jpg");
     for (const auto& [stream, size] : {std::pair("0,h264,0", "1280x960"), {"0,mjpeg,0", "640x480"}}) {
-        const SRun run = Vornhost({"--json", "--rtsp-port", camsim.rtspPort(), "record", camsim.address(),
-                                   "--stream", stream, "--snapshot", file});
+        const SRun run = Vornhost({"--json", "--timeout", Ample, "--rtsp-port", camsim.rtspPort(), "record",
+                                   camsim.address(), "--stream", stream, "--snapshot", file});
         ASSERT_EQ(run.status, 0) << run.err;
         const json told = json::parse(run.out);
         EXPECT_EQ(told.at("resolution"), size);
@@ -92,7 +95,7 @@ TEST(Record, TheSoundGoesIntoTheSameFile) {
     const CCamsim camsim({"--rtsp-port", "0"});
     camsim.patch("/cameras/0/settings", {{"AUDIO", "off"}}); // which the plug-in switches on
     const std::string file = folder.file("both.mkv");
-    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "2", "--audio"}));
+    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "2", "--audio", "--timeout", Ample}));
     ASSERT_EQ(run.status, 0) << run.err;
     const json told = json::parse(run.out);
     EXPECT_NEAR(told.at("seconds"), 2, 0.5);
@@ -106,7 +109,7 @@ TEST(Record, WithoutTheSoundTheVideoIsRecordedAlone) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--model", "S202", "--rtsp-port", "0"});
     const std::string file = folder.file("video.mkv");
-    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "1", "--audio"}));
+    const SRun run = Vornhost(Record(camsim, file, {"--seconds", "1", "--audio", "--timeout", Ample}));
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, testing::HasSubstr("Property not found"));
     EXPECT_EQ(json::parse(run.out).count("audio"), 0U);
@@ -123,7 +126,7 @@ TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
                 model["audio"]["urls"]["0"]["H264"]["0"]["path"] = path;
         return folder.file("models.json", models.dump());
     };
-    Words arguments = Record(camsim, folder.file("both.mkv"), {"--audio", "--timeout", "20"});
+    Words arguments = Record(camsim, folder.file("both.mkv"), {"--audio", "--timeout", Ample});
     arguments.insert(arguments.begin(), {"--models", withPath("nowhere")});
     const SRun lost = Vornhost(arguments);
     EXPECT_EQ(lost.status, 1);

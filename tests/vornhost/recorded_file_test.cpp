@@ -10,7 +10,8 @@ namespace {
 using Words = std::vector<std::string>;
 
 json Record(const std::string& address, const std::string& rtspPort, const std::string& file, Words more) {
-    more.insert(more.begin(), {"--json", "--rtsp-port", rtspPort, "record", address, "--output", file});
+    more.insert(more.begin(),
+                {"--json", "--timeout", "60", "--rtsp-port", rtspPort, "record", address, "--output", file});
     const SRun run = Vornhost(more);
     EXPECT_EQ(run.status, 0) << run.err;
     return json::parse(run.out);
