@@ -148,8 +148,6 @@ void CKeptSite::reload() {
         before = cameras_;
     }
     take(sessions);
-    if (!prober_) // not started yet, or at its end
-        return;
     std::set<std::shared_ptr<CKeptCamera>> known;
     for (const auto& [name, one] : before)
         known.insert(one.camera);
@@ -157,7 +155,8 @@ void CKeptSite::reload() {
         if (known.erase(camera) > 0)
             continue;
         camera->start();
-        prober_->ask(TargetOf(camera));
+        if (prober_) // else before the start, which asks all, or at the end
+            prober_->ask(TargetOf(camera));
         calls_.add([this, weak = std::weak_ptr<CKeptCamera>(camera)] { lookForDrift(weak); }, FirstDriftLook);
     }
     for (const auto& [name, one] : before)
