@@ -48,6 +48,13 @@ export function sorted(cameras, order) {
   return compare ? [...cameras].sort(compare) : [...cameras];
 }
 
+// Those of `before` in their places, and who is new behind them.
+export function inOrderOf(before, cameras) {
+  const places = new Map(before.map(({name}, place) => [name, place]));
+  const placeOf = ({name}) => places.get(name) ?? places.size;
+  return [...cameras].sort((one, other) => placeOf(one) - placeOf(other));
+}
+
 // Every word must be found; the cause is searched by its name and by its words.
 function haystack(camera, causeText) {
   const cause = camera.problem ? `${camera.problem.cause} ${causeText(camera.problem)}` : '';
@@ -58,8 +65,11 @@ function haystack(camera, causeText) {
     .toLowerCase();
 }
 
+// A warning is found among the problems.
+const shownState = camera => (stateKind(camera) === 'warning' ? 'degraded' : camera.state);
+
 export function matches(camera, {words = '', state = '', tag = ''}, causeText = problem => problem.cause) {
-  if (state && camera.state !== state)
+  if (state && shownState(camera) !== state)
     return false;
   if (tag && !(camera.tags ?? []).includes(tag))
     return false;
@@ -73,7 +83,7 @@ export function matches(camera, {words = '', state = '', tag = ''}, causeText = 
 export function countStates(cameras) {
   const counts = {down: 0, degraded: 0, unknown: 0, up: 0};
   for (const camera of cameras)
-    counts[camera.state] = (counts[camera.state] ?? 0) + 1;
+    counts[shownState(camera)] += 1;
   return counts;
 }
 

@@ -1,5 +1,6 @@
 // The list of cameras: of a thousand only those on the screen are drawn.
 
+import {inOrderOf} from './attention.js';
 import {arrange, h, setAttribute} from './dom.js';
 import {SiteRow} from './site-row.js';
 import {TilePictures} from './tile-pictures.js';
@@ -21,13 +22,18 @@ export class SiteList {
     this.examinations = examinations;
     this.pictures = new TilePictures();
     this.rows = new Map();
-    this.cameras = [];
+    this.cameras = this.latest = [];
+    this.isHeld = false;
     this.layout = 'rows';
     this.element = h('div', {
       class: 'site-list',
       role: 'list',
       'aria-label': label,
-      on: {keydown: event => this.moveFocus(event)},
+      on: {
+        keydown: event => this.moveFocus(event),
+        pointerenter: event => this.hold(event.pointerType === 'mouse'),
+        pointerleave: () => this.hold(false)
+      },
     });
     this.drawSoon = () => {
       this.frame ??= requestAnimationFrame(() => {
@@ -43,9 +49,17 @@ export class SiteList {
   }
 
   show(cameras, layout) {
-    this.cameras = cameras;
+    this.latest = cameras;
+    this.cameras = this.isHeld ? inOrderOf(this.cameras, cameras) : cameras;
     this.layout = layout;
     this.draw();
+  }
+
+  // No row moves away from under the pointer.
+  hold(isHeld) {
+    this.isHeld = isHeld;
+    if (!isHeld)
+      this.show(this.latest, this.layout);
   }
 
   // `pinned` is drawn wherever it is.

@@ -102,8 +102,7 @@ const causes = {
   ],
   'not-a-camera': [
     'What answers there is not this camera',
-    'Another device has this address, or the camera was exchanged: compare its serial number with the site ' +
-      'file\'s.',
+    'Another device has this address: open it in a browser to see which, and look where the camera is now.',
   ],
   'unknown-model': [
     'A camera answers whose model is not known here',
@@ -424,8 +423,7 @@ export const texts = {
     useDefault: value => `Set to its default, ${value}`,
     from: (from, to, step) => step === 1 ? `${from} to ${to}` : `${from} to ${to} in steps of ${step}`,
     fixed: why => `fixed: ${why}`,
-    outcome: (asked, is) =>
-      asked === is ? `asked ${asked}, accepted` : `asked ${asked}, the camera reports ${is}`,
+    outcome: (asked, is) => asked === is ? `asked ${asked}, accepted` : `asked ${asked}, now ${is}`,
     undone: (asked, is) => asked === is ? `back to ${is}` : `back to ${is}, not to ${asked}`,
     changed: number => count(number, 'change not yet set', 'changes not yet set'),
     setAll: number => `Set ${count(number, 'change')}`,

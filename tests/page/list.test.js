@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
-import {attentionRank, countStates, matches, needsAttention, sorted, stateKind, tagsOf} from '../../service/page/attention.js';
+import {attentionRank, countStates, inOrderOf, matches, needsAttention, sorted, stateKind, tagsOf} from '../../service/page/attention.js';
 import {causeText, stateText} from '../../service/page/texts.js';
 import {gridOf, indexAfterKey, placeOf, visibleRange} from '../../service/page/virtual-list.js';
 
@@ -39,6 +39,12 @@ test('an open input ranks a working camera, and is no trouble; a problem of one 
   assert.equal(stateText(kinds[8]), 'Working, with a warning');
 });
 
+test('under the pointer all stay in their places, and who is new comes behind', () => {
+  const [one, two, three] = cameras;
+  assert.deepEqual(
+    names(inOrderOf([two, one], [one, three, {...two, state: 'down'}])), names([two, one, three]));
+});
+
 test('a search finds every word, in whatever member, and the cause in words', () => {
   const found = wish => names(cameras.filter(camera => matches(camera, wish, causeText)));
   assert.deepEqual(found({words: 'D850 GATE'}), ['gate 10']);
@@ -46,10 +52,11 @@ test('a search finds every word, in whatever member, and the cause in words', ()
   assert.deepEqual(found({words: 'stream-off'}), ['hall', 'mast']);
   assert.deepEqual(found({words: 'switched off'}), ['hall', 'mast']);
   assert.deepEqual(found({words: 'gate nowhere'}), []);
+  assert.deepEqual(found({state: 'degraded'}), ['hall', 'mast']);
   assert.deepEqual(found({tag: 'north'}), ['gate 2']);
   assert.deepEqual(found({state: 'down', words: 'o'}), ['roof', 'dock']);
   assert.deepEqual(tagsOf(cameras), ['north', 'outside']);
-  assert.deepEqual(countStates(cameras), {down: 2, degraded: 1, unknown: 1, up: 5});
+  assert.deepEqual(countStates(cameras), {down: 2, degraded: 2, unknown: 1, up: 4});
 });
 
 test('of a thousand rows those on the screen are drawn, and two beside them', () => {

@@ -82,7 +82,7 @@ class Camera(PageCase):
         places = 'return [...document.querySelectorAll(".settings tr")].map(row => row.getBoundingClientRect().top + scrollY)'
         before = browser.run(places)
         self.set('brightness', '73')
-        browser.says('asked 73, the camera reports 72', 'tr[data-field=brightness]')
+        browser.says('asked 73, now 72', 'tr[data-field=brightness]')
         browser.click('button', 'Undo')
         browser.says('back to 49, not to 50', 'tr[data-field=brightness]')
         self.assertEqual(browser.run(places), before)
@@ -92,7 +92,7 @@ class Camera(PageCase):
         self.camsim.fault('write-ignored', 0)
         browser = self.open_camera('gate')
         self.set('sharpness', '80')
-        browser.says('asked 80, the camera reports 53', 'tr[data-field=sharpness]')
+        browser.says('asked 80, now 53', 'tr[data-field=sharpness]')
         browser.says('reports another value', '.settings')
         browser.says('What to try', '.settings')
 

@@ -51,7 +51,7 @@ class TroubledSite(PageCase):
         browser = self.open()
         self.says_of('dock', 'Problem', 'refuses the user name or the password', 'Try the same user and password')
         self.says_of('yard', 'Down', 'nothing listens at this port', 'wait a minute')
-        self.says_of('tower', 'Problem', 'What answers there is not this camera', 'compare its serial number')
+        self.says_of('tower', 'Problem', 'What answers there is not this camera', 'look where the camera is now')
         self.says_of('gate', 'Working', 'since', '1 setting differs')
         self.says_of('hall', 'Working', 'Alarm input 1')
         browser.says('5 cameras need attention', '.headline')
