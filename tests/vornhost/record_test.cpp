@@ -13,6 +13,9 @@ constexpr const char* Patience = "3";
 
 constexpr const char* Ample = "60"; // for what comes after all
 
+// Which a busy machine encodes at their rate, with a sanitizer too.
+const json SmallPictures = {{"H264SIZE", "320"}, {"H264NRFRAMERATE", "10"}};
+
 using Words = std::vector<std::string>;
 Words Record(const CCamsim& camsim, const std::string& file, const Words& more) {
     Words arguments = {"--json", "--rtsp-port", camsim.rtspPort(), "record", camsim.address()};
@@ -93,6 +96,7 @@ std::string DiscoveredStreams(const std::string& file) {
 TEST(Record, TheSoundGoesIntoTheSameFile) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--rtsp-port", "0"});
+    camsim.patch("/cameras/0/settings", SmallPictures);
     camsim.patch("/cameras/0/settings", {{"AUDIO", "off"}}); // which the plug-in switches on
     const std::string file = folder.file("both.mkv");
     const SRun run = Vornhost(Record(camsim, file, {"--seconds", "2", "--audio", "--timeout", Ample}));
@@ -108,6 +112,7 @@ TEST(Record, TheSoundGoesIntoTheSameFile) {
 TEST(Record, WithoutTheSoundTheVideoIsRecordedAlone) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--model", "S202", "--rtsp-port", "0"});
+    camsim.patch("/cameras/0/settings", SmallPictures);
     const std::string file = folder.file("video.mkv");
     const SRun run = Vornhost(Record(camsim, file, {"--seconds", "1", "--audio", "--timeout", Ample}));
     EXPECT_EQ(run.status, 1);
@@ -156,6 +161,7 @@ TEST(Record, SoundThatDoesNotComeEndsTheRecordingWithItsReason) {
 TEST(Record, ASignalEndsItWell) {
     const CTemporaryFolder folder;
     const CCamsim camsim({"--rtsp-port", "0"});
+    camsim.patch("/cameras/0/settings", SmallPictures);
     const std::string file = folder.file("video.mkv", "something old");
     CProgram program("vornhost", Record(camsim, file, {}));
     ASSERT_TRUE(WaitUntil([&] { return std::filesystem::file_size(file) > 10000; })); // pictures come
