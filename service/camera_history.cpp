@@ -66,11 +66,10 @@ void CCameraHistory::note(const site::SWatchedExchange& exchange) {
         minute.milliseconds.push_back(static_cast<float>(exchange.milliseconds));
 }
 
-void CCameraHistory::noteInput(int input, bool isActive, Time time) {
+void CCameraHistory::noteInput(const SInputLevel& level, Time time) {
     const std::lock_guard<std::mutex> lock(mutex_);
     inputs_.push_back(
-        {time,
-         {{"time", site::UtcTimeText(time)}, {"input", input}, {"state", isActive ? "active" : "inactive"}}});
+        {time, {{"time", site::UtcTimeText(time)}, {"input", level.input}, {"state", level.stateName()}}});
     Bound(inputs_, MostChanges);
 }
 

@@ -24,7 +24,8 @@ public:
     static constexpr std::size_t MostExchanges = 200;
 
     void note(const site::SWatchedExchange& exchange);
-    void noteInput(int input, bool isActive, Time time);
+    // From then on; also that it is not known any more.
+    void noteInput(const SInputLevel& level, Time time);
     void noteState(Health health, const std::optional<site::SDiagnosis>& problem, Time time);
     void notePicture(Time time);
 

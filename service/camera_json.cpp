@@ -31,10 +31,7 @@ ordered_json CameraJson(const SCameraStatus& camera) {
         json["problem"] = ProblemObject(*camera.problem);
     json["inputs"] = ordered_json::array();
     for (const SInputLevel& one : camera.inputs) {
-        ordered_json input{{"input", one.input},
-                           {"state", !one.isActive   ? "unknown"
-                                     : *one.isActive ? "active"
-                                                     : "inactive"}};
+        ordered_json input{{"input", one.input}, {"state", one.stateName()}};
         if (one.isActive)
             input["since"] = site::UtcTimeText(one.since);
         json["inputs"].push_back(std::move(input));

@@ -28,6 +28,9 @@ struct SInputLevel {
     std::optional<bool> isActive; // absent: it has not been heard, or is not heard at the moment
     Time since;                   // of isActive
     std::uint64_t changes = 0;    // that have been heard since the service began
+
+    // "active", "inactive", "unknown".
+    const char* stateName() const { return !isActive ? "unknown" : *isActive ? "active" : "inactive"; }
 };
 
 enum class DriftState { Unknown, Same, Differs, Fault };

@@ -69,7 +69,7 @@ CKeptCamera::CKeptCamera(Entry entry, Open open, SKeeping& keeping, History hist
     status_.tags = entry_->tags;
     status_.since = std::chrono::system_clock::now();
     for (const int input : entry_->inputs.value_or(std::vector<int>()))
-        status_.inputs.push_back({input, std::nullopt, status_.since, 0});
+        addInput(input);
 }
 
 void CKeptCamera::start() {
@@ -311,7 +311,7 @@ Problem CKeptCamera::watchInputs() {
     for (const int input : watch_->inputs())
         if (std::none_of(status_.inputs.begin(), status_.inputs.end(),
                          [input](const SInputLevel& one) { return one.input == input; }))
-            status_.inputs.push_back({input, std::nullopt, status_.since, 0});
+            addInput(input);
     return std::nullopt;
 }
 
@@ -378,16 +378,24 @@ void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {
         level = *known;
         status = status_;
     }
-    history_->noteInput(input, *level.isActive, now);
+    history_->noteInput(level, now);
     site::ordered_json line{{"name", name_}};
     line.update(site::EventJson(event, now, input));
     keeping_.observer.inputChanged(status, level, line);
 }
 
+// REQUIRES: mutex_ held, where other threads know the camera.
+void CKeptCamera::addInput(int input) {
+    status_.inputs.push_back({input, std::nullopt, status_.since, 0});
+    history_->noteInput(status_.inputs.back(), status_.since);
+}
+
 void CKeptCamera::forgetLevels() {
+    const auto now = std::chrono::system_clock::now();
     const std::lock_guard<std::mutex> lock(mutex_);
     for (SInputLevel& one : status_.inputs)
-        one.isActive = std::nullopt;
+        if (std::exchange(one.isActive, std::nullopt))
+            history_->noteInput(one, now);
 }
 
 void CKeptCamera::tellHealth(const Problem& problem) {

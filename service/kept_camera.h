@@ -97,6 +97,7 @@ private:
     void noteExchange(const site::SWatchedExchange& exchange);
     void takeEvent(int input, const site::SStreamEvent& event);
     void tellHealth(const std::optional<site::SDiagnosis>& problem);
+    void addInput(int input);
     void forgetLevels();
     std::chrono::milliseconds pauseAfter(const std::optional<site::SDiagnosis>& problem) const;
 

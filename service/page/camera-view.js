@@ -125,8 +125,10 @@ export class CameraView {
     const hasTurned = known.state !== this.camera.state;
     this.camera = {...this.camera, ...known, problem: known.problem};
     this.renew();
-    if (hasTurned)
+    if (hasTurned) {
       this.load();
+      this.loadHistory();
+    }
   }
 
   // What is asked while an older question is under way is asked once more behind it.

@@ -90,10 +90,10 @@ export class Drift {
       h('td', {class: 'number', data: {label: head.camera}}, valueText(camera)),
       h('td', {class: 'acts', data: {label: head.act}},
         h('div', {class: 'button-row'},
-          actionButton(words.set, event => this.set(difference, event.currentTarget),
+          actionButton(words.set, event => this.mend(settingRequest, difference, event),
             {data: {needs: 'operate'}, 'aria-label': words.setOne(name, wanted)}),
           canTake &&
-            actionButton(words.take, event => this.take(difference, event.currentTarget),
+            actionButton(words.take, event => this.mend(wishRequest, difference, event),
               {data: {needs: 'admin'}, 'aria-label': words.takeOne(name, camera)}))));
   }
 
@@ -110,14 +110,11 @@ export class Drift {
     this.renewCamera();
   }
 
-  set(difference, button) {
-    const {path, body} = settingRequest(this.name, difference);
-    return this.act(button, () => patch(path, body), ({results}) => results.map(outcomeNotice));
-  }
-
-  take(difference, button) {
-    const {path, body} = wishRequest(this.name, difference);
-    return this.act(button, () => patch(path, body), () => notice('ok', words.taken));
+  // What is written into the site file has no results.
+  mend(request, difference, {currentTarget}) {
+    const {path, body} = request(this.name, difference);
+    return this.act(currentTarget, () => patch(path, body),
+      ({results}) => results?.map(outcomeNotice) ?? notice('ok', words.taken));
   }
 
   run(verb) {

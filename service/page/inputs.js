@@ -4,29 +4,33 @@ import {h, replace, svg} from './dom.js';
 import {badge} from './state-badge.js';
 import {texts} from './texts.js';
 import {clock, hour, preciseClockText, sinceText} from './time.js';
-import {barsOf, spansOf} from './timeline.js';
+import {barsOf, changesSince, spansOf} from './timeline.js';
 
 const words = texts.inputs;
 const width = 600;
 const height = 20;
 
 function lineOf(input, changes, now) {
-  const bars = barsOf(spansOf(changes, now, input.state), now, width);
+  const spans = spansOf(changes, now, input.state);
+  const bars = level =>
+    barsOf(spans, now, width, level)
+      .map(
+        bar => svg('rect', {x: bar.x, y: 2, width: bar.width, height: height - 4, class: `time-${level}`}));
+  const gaps = bars('unknown');
   const quarters = [1, 2, 3].map(
     part => svg('line', {x1: width * part / 4, x2: width * part / 4, y1: 0, y2: height, class: 'grid-line'}));
-  const inHour = changes.filter(({time}) => now - Date.parse(time) < hour).length;
-  const told = inHour ? words.changes(inHour) : words.noChange;
+  const count = changesSince(changes, now - hour);
+  const told = (count ? words.changes(count) : words.noChange) + (gaps.length ? words.gap : '');
   return [
     svg('svg', {
       viewBox: `0 0 ${width} ${height}`,
       class: 'time-line',
       preserveAspectRatio: 'none',
       role: 'img',
-      'aria-label': words.lineLabel(input.input, told),
+      'aria-label': `${words.name(input.input)}: ${told}`,
     },
-      svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters,
-      bars.map(
-        bar => svg('rect', {x: bar.x, y: 2, width: bar.width, height: height - 4, class: 'time-active'}))),
+      svg('rect', {x: 0, y: height - 3, width, height: 3, class: 'time-base'}), quarters, gaps,
+      bars('active')),
     h('span', {class: 'hint'}, told)
   ];
 }

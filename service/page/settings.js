@@ -11,8 +11,8 @@ const words = texts.settings;
 
 function withUnit(field, value) {
   const unit = texts.units[field];
-  return unit && value !== undefined && value !== null && value !== '' ? `${valueText(value)} ${unit}` :
-                                                                         valueText(value);
+  const text = valueText(value);
+  return unit && text !== texts.notTold ? `${text} ${unit}` : text;
 }
 
 // What was typed stays in `edits` although the table is drawn anew.
@@ -57,9 +57,7 @@ class SettingsGroup {
   }
 
   table(title) {
-    const {head} = words;
-    const names = [head.setting, head.now, head.wanted, head.standard, head.may, head.wish];
-    const heads = headRow(names);
+    const heads = headRow(Object.values(words.head));
     heads.querySelector('th:nth-child(3)').dataset.needs = 'operate';
     return h('table', {class: 'stacking settings-table'}, h('caption', {class: 'visually-hidden'}, title),
       heads, this.body);

@@ -9,24 +9,21 @@ export class Tabs {
     this.tabs = tabs;
     this.chosen = chosen;
     this.panels = new Map();
-    this.buttons = new Map(tabs.map(({id, title}) => [id,
-                                      h('button', {
-                                        type: 'button',
-                                        role: 'tab',
-                                        id: `tab-${id}`,
-                                        'aria-controls': `panel-${id}`,
-                                        'aria-selected': 'false',
-                                        tabindex: '-1',
-                                        on: {click: () => chosen(id)},
-                                      },
-                                        h('span', {}, title))]));
-    this.holders = new Map(tabs.map(({id}) => [id, h('div', {
-      role: 'tabpanel',
-      id: `panel-${id}`,
-      'aria-labelledby': `tab-${id}`,
-      tabindex: '0',
-      hidden: true,
-    })]));
+    this.buttons = new Map();
+    this.holders = new Map();
+    for (const {id, title} of tabs) {
+      const names = {id: `tab-${id}`, 'aria-controls': `panel-${id}`, 'aria-selected': 'false'};
+      this.buttons.set(id,
+        h('button', {type: 'button', role: 'tab', tabindex: '-1', on: {click: () => chosen(id)}, ...names},
+          h('span', {}, title)));
+      this.holders.set(id, h('div', {
+        role: 'tabpanel',
+        id: names['aria-controls'],
+        'aria-labelledby': names.id,
+        tabindex: '0',
+        hidden: true
+      }));
+    }
     this.element = h('div', {class: 'tabs card'},
       h('div',
         {class: 'tab-list', role: 'tablist', 'aria-label': label, on: {keydown: event => this.step(event)}},

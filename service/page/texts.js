@@ -395,11 +395,11 @@ export const texts = {
     name: number => `Alarm input ${number + 1}`,
     active: 'active',
     inactive: 'inactive',
-    unknown: 'not told yet',
+    unknown: 'not known',
+    gap: ' · grey: not known',
     none: 'No alarm input of this camera is watched. The site file\'s "inputs" says which are.',
     noChange: 'no change in the last hour',
     changes: number => count(number, 'change in the last hour', 'changes in the last hour'),
-    lineLabel: (number, changes) => `Alarm input ${number + 1}: ${changes}`,
     list: 'All changes',
   },
   settings: {

@@ -29,11 +29,23 @@ export function spansOf(changes, now, level, length = hour) {
   return spans;
 }
 
+// How often the level has become another one since then; a gap in what is known is no change.
+export function changesSince(changes, begin) {
+  let level = opposite[changes[0]?.state];
+  return changes
+    .filter(({time, state}) => {
+      const isChange = state !== 'unknown' && level !== undefined && state !== level;
+      level = state === 'unknown' ? level : state;
+      return isChange && Date.parse(time) > begin;
+    })
+    .length;
+}
+
 // A pulse of half a second is far narrower than a dot: it gets the least width that can be seen.
-export function barsOf(spans, now, width, length = hour, least = 1.5) {
+export function barsOf(spans, now, width, level = 'active', length = hour, least = 1.5) {
   const scale = width / length;
   const begin = now - length;
-  return spans.filter(({state}) => state === 'active').map(({from, to}) => {
+  return spans.filter(({state}) => state === level).map(({from, to}) => {
     const size = Math.max(least, (to - from) * scale);
     return {x: Math.min(width - size, (from - begin) * scale), width: size};
   });

@@ -2,8 +2,8 @@
 
 import {texts} from './texts.js';
 
-export const isFixed = range => Boolean(range) && !Array.isArray(range) && 'fixedBy' in range;
-export const isStepped = range => Boolean(range) && !Array.isArray(range) && 'from' in range;
+export const isFixed = range => range?.fixedBy !== undefined;
+export const isStepped = range => range?.from !== undefined;
 
 export function rangeText(range) {
   if (!range)
@@ -14,9 +14,7 @@ export function rangeText(range) {
                           texts.settings.from(range.from, range.to, range.step);
 }
 
-export function valueText(value) {
-  return value === undefined || value === null || value === '' ? texts.notTold : String(value);
-}
+export function valueText(value) { return (value ?? '') === '' ? texts.notTold : String(value); }
 
 // "15" and 15 are the same value: a record has texts, an adjustment may have numbers.
 export const isSame = (one, other) => String(one ?? '') === String(other ?? '');

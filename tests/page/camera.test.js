@@ -11,7 +11,7 @@ import {ExchangeList} from '../../service/page/exchange-list.js';
 import {LineReader} from '../../service/page/ndjson.js';
 import {boundedTop, dotPath, gapsOf, linePath, nearestPoint, niceScale, plotOf, timeTicks} from '../../service/page/plot-geometry.js';
 import {texts} from '../../service/page/texts.js';
-import {barsOf, spansOf} from '../../service/page/timeline.js';
+import {barsOf, changesSince, spansOf} from '../../service/page/timeline.js';
 import {changesOf, rangeText, rowsOfAdjustments, rowsOfStream, undoOf} from '../../service/page/values.js';
 
 test('ranges in words', () => {
@@ -70,6 +70,20 @@ test('an input\'s hour: before its first change it stood the other way', () => {
   assert.deepEqual(once.map(({state}) => state), ['inactive', 'active']);
   const older = spansOf([{time: ago(90), state: 'active'}], now, 'active');
   assert.deepEqual(older.map(({from, state}) => [(now - from) / minute, state]), [[60, 'active']]);
+});
+
+test('while an input is not heard, nothing is said of it', () => {
+  const changes = [
+    [50, 'unknown'], [49, 'active'], [40, 'unknown'], [39, 'active'], [30, 'inactive'], [20, 'unknown'],
+    [10, 'active']
+  ].map(([minutes, state]) => ({time: ago(minutes), state}));
+  const spans = spansOf(changes, now, 'active');
+  assert.equal(spans[0].state, 'unknown');
+  assert.deepEqual(
+    barsOf(spans, now, 60, 'unknown').map(({x, width}) => [x, width]), [[0, 11], [20, 1.5], [40, 10]]);
+  assert.equal(changesSince(changes, now - 60 * minute), 2);
+  assert.equal(changesSince(changes, now - 20 * minute), 1);
+  assert.equal(changesSince([{time: ago(5), state: 'active'}], now - 60 * minute), 1);
 });
 
 test('a short pulse can be seen, at the very end too', () => {

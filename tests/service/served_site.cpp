@@ -64,6 +64,15 @@ json CServedSite::await(const std::string& name, const json& members) const {
     return last;
 }
 
+void CServedSite::awaitLevels(const std::string& name, std::size_t count) const {
+    EXPECT_TRUE(WaitUntil([&] {
+        const json inputs = camera(name).at("inputs");
+        return inputs.size() == count && std::none_of(inputs.begin(), inputs.end(), [](const json& one) {
+                   return one.at("state") == "unknown";
+               });
+    })) << name;
+}
+
 std::vector<json> CServedSite::requests(int camera, const std::string& path) const {
     std::vector<json> all;
     const json log = camsim.get("/requests");

@@ -36,6 +36,8 @@ public:
     json camera(const std::string& name) const;
     // The same once it has these members; a failure of the test, and what there is, where it never has.
     json await(const std::string& name, const json& members) const;
+    // Until so many of its inputs are heard, and no other is there.
+    void awaitLevels(const std::string& name, std::size_t count) const;
     json awaitState(const std::string& name, const std::string& state) const {
         return await(name, {{"state", state}});
     }

@@ -59,6 +59,7 @@ TEST(ServiceHealth, GoingAndComingBackIsToldEachTime) {
                      [](CServedSite& made) { made.file["cameras"][1]["inputs"] = json::array(); });
     for (const char* name : {"c0", "c1", "c2"})
         site.awaitState(name, "up");
+    site.awaitLevels("c0", 3);
     CEventClient events(site.client(site.view), "?only=c%5B01%5D");
     for (int i = 0; i < 2; ++i)
         site.camsim.post("/faults", {{"name", "web-refused"}, {"camera", i}});
@@ -83,6 +84,18 @@ TEST(ServiceHealth, GoingAndComingBackIsToldEachTime) {
     for (const json& one : history.at("states"))
         states.push_back(one.at("state"));
     EXPECT_EQ(states, (std::vector<std::string>{"up", "down", "up"}));
+
+    // Nor is it told of an input that it stayed as it was while nobody heard it.
+    const std::vector<std::string> levels{"unknown", "active", "unknown", "active"};
+    std::vector<std::string> noted;
+    EXPECT_TRUE(WaitUntil([&] {
+        const json hour = site.client(site.view).get("/api/v1/cameras/c0/history").object();
+        noted.clear();
+        for (const json& one : hour.at("inputs"))
+            if (one.at("input") == 0)
+                noted.push_back(one.at("state"));
+        return noted == levels;
+    })) << testing::PrintToString(noted);
 }
 
 // Whatever clients ask, and however often the camera is probed meanwhile.

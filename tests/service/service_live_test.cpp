@@ -17,15 +17,6 @@ std::uint64_t NumberOf(const std::string& id) {
     return std::stoull(id.substr(id.find('-') + 1));
 }
 
-void AwaitLevels(const CServedSite& site, const std::string& name, std::size_t count) {
-    EXPECT_TRUE(WaitUntil([&] {
-        const json inputs = site.camera(name).at("inputs");
-        return inputs.size() == count && std::none_of(inputs.begin(), inputs.end(), [](const json& one) {
-                   return one.at("state") == "unknown";
-               });
-    }));
-}
-
 TEST(ServiceEvents, NoneIsLostAndWhatWasMissedIsReplayed) {
     CServedSite site({"--count", "2", "--no-rtsp"}, [](CServedSite& made) {
         for (int i = 0; i < 2; ++i)
@@ -33,7 +24,7 @@ TEST(ServiceEvents, NoneIsLostAndWhatWasMissedIsReplayed) {
     });
     for (const char* name : {"c0", "c1"}) {
         site.await(name, {{"state", "up"}, {"drift", {{"state", "same"}}}});
-        AwaitLevels(site, name, 1);
+        site.awaitLevels(name, 1);
     }
     const CHttpClient client = site.client(site.view);
     CEventClient all(client);
