@@ -61,7 +61,7 @@ private:
         return file;
     }
 
-    fuzz::CUnaskedSite unasked_;
+    fuzz::CUnaskedSite& unasked_ = fuzz::TheUnaskedSite();
     std::map<std::string, std::string> tokens_;
     const service::CPageFiles files_;
     service::CAccess access_;
@@ -134,10 +134,20 @@ void RequireAnswer(const SHttpRequest& request, const SHttpAnswer& answer) {
     }
 }
 
+CServed& Served() {
+    static CServed served;
+    return served;
+}
+
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    (void)Served();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static CServed served;
+    CServed& served = Served();
     const SHttpRequest request = RequestOf(fuzz::InputText(data, size), served);
     const bool isDoctor = request.path.rfind("/doctor") == request.path.size() - 7 && request.path.size() > 7;
     if (isDoctor) // is another process of this program

@@ -11,8 +11,13 @@
 
 using namespace corvane;
 
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    (void)fuzz::TheUnaskedSite();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static fuzz::CUnaskedSite site;
+    fuzz::CUnaskedSite& site = fuzz::TheUnaskedSite();
     static const service::CMqttTopics topics("vornhost", "yard");
     std::string payload = fuzz::InputText(data, size);
     const std::string topic = fuzz::TakeLine(payload);

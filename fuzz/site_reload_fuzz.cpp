@@ -41,8 +41,13 @@ bool Reload(fuzz::CUnaskedSite& kept) {
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    (void)fuzz::TheUnaskedSite();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static fuzz::CUnaskedSite kept;
+    fuzz::CUnaskedSite& kept = fuzz::TheUnaskedSite();
     const auto before = kept.site.find("gate");
     kept.folder.file("site.json", fuzz::InputText(data, size));
     const auto read = Read(kept);
