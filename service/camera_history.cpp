@@ -6,6 +6,7 @@
 #include "site/base/utc_time.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace corvane::service {
 namespace {
@@ -45,10 +46,21 @@ ordered_json ExchangeJson(const site::SWatchedExchange& exchange) {
     return json;
 }
 
+CCameraHistory::SAnswers CCameraHistory::answersOf(std::vector<float> milliseconds) {
+    if (milliseconds.empty())
+        return {};
+    std::sort(milliseconds.begin(), milliseconds.end());
+    return {milliseconds[milliseconds.size() / 2], milliseconds.back(), milliseconds.size()};
+}
+
+// REQUIRES: mutex_ held.
 CCameraHistory::SMinute& CCameraHistory::minuteOf(Time time) {
     const std::int64_t minute = MinuteOf(time);
-    if (minutes_.empty() || minutes_.back().minute < minute)
-        minutes_.push_back({minute, {}, 0, 0, {}, {}});
+    if (minutes_.empty() || minutes_.back().minute < minute) {
+        if (!minutes_.empty())
+            minutes_.back().answers = answersOf(std::exchange(minutes_.back().milliseconds, {}));
+        minutes_.emplace_back().minute = minute;
+    }
     while (minutes_.front().minute <= minute - Hour)
         minutes_.pop_front();
     return minutes_.back();
@@ -66,10 +78,10 @@ void CCameraHistory::note(const site::SWatchedExchange& exchange) {
         minute.milliseconds.push_back(static_cast<float>(exchange.milliseconds));
 }
 
-void CCameraHistory::noteInput(const SInputLevel& level, Time time) {
+void CCameraHistory::noteInput(SInputLevel level, Time time) {
+    level.since = time;
     const std::lock_guard<std::mutex> lock(mutex_);
-    inputs_.push_back(
-        {time, {{"time", site::UtcTimeText(time)}, {"input", level.input}, {"state", level.stateName()}}});
+    inputs_.push_back(level);
     Bound(inputs_, MostChanges);
 }
 
@@ -100,43 +112,52 @@ std::vector<std::string> CCameraHistory::exchangesAfter(std::uint64_t& number) c
     return all;
 }
 
+// REQUIRES: mutex_ held.
+ordered_json CCameraHistory::answersSince(std::int64_t first) const {
+    ordered_json all = ordered_json::array();
+    for (const SMinute& one : minutes_) {
+        const SAnswers answers = one.milliseconds.empty() ? one.answers : answersOf(one.milliseconds);
+        if (one.minute >= first && answers.count + one.lost > 0)
+            all.push_back({{"time", site::UtcTimeText(Time{std::chrono::minutes(one.minute)})},
+                           {"median", site::ThreeDecimals(answers.median)},
+                           {"longest", site::ThreeDecimals(answers.longest)},
+                           {"count", answers.count},
+                           {"lost", one.lost}});
+    }
+    return all;
+}
+
+// Nobody may have looked for all of a minute. REQUIRES: mutex_ held.
+ordered_json CCameraHistory::framesSince(std::int64_t first) const {
+    ordered_json all = ordered_json::array();
+    for (const SMinute& one : minutes_) {
+        const std::chrono::duration<double> looked = one.lastPicture - one.firstPicture;
+        if (one.minute >= first && looked.count() > 0)
+            all.push_back(
+                {{"time", site::UtcTimeText(Time{std::chrono::minutes(one.minute)})},
+                 {"rate", site::ThreeDecimals(static_cast<double>(one.pictures - 1) / looked.count())}});
+    }
+    return all;
+}
+
 ordered_json CCameraHistory::lastHour(Time now) const {
     const Time from = now - std::chrono::hours(1);
-    const auto since = [from](const std::deque<SChange>& changes) {
-        ordered_json all = ordered_json::array();
-        for (const SChange& one : changes)
-            if (one.time >= from)
-                all.push_back(one.json);
-        return all;
-    };
+    const std::int64_t first = MinuteOf(from) + 1;
+    ordered_json inputs = ordered_json::array();
+    ordered_json states = ordered_json::array();
     const std::lock_guard<std::mutex> lock(mutex_);
-    ordered_json answers = ordered_json::array();
-    ordered_json frames = ordered_json::array();
-    for (const SMinute& minute : minutes_) {
-        const Time begin{std::chrono::minutes(minute.minute)};
-        if (minute.minute <= MinuteOf(now) - Hour)
-            continue;
-        std::vector<float> sorted = minute.milliseconds;
-        std::sort(sorted.begin(), sorted.end());
-        if (!sorted.empty() || minute.lost > 0)
-            answers.push_back(
-                {{"time", site::UtcTimeText(begin)},
-                 {"median", sorted.empty() ? 0 : site::ThreeDecimals(sorted[sorted.size() / 2])},
-                 {"longest", sorted.empty() ? 0 : site::ThreeDecimals(sorted.back())},
-                 {"count", sorted.size()},
-                 {"lost", minute.lost}});
-        // Nobody may have looked for all of the minute.
-        const std::chrono::duration<double> looked = minute.lastPicture - minute.firstPicture;
-        if (looked.count() > 0)
-            frames.push_back(
-                {{"time", site::UtcTimeText(begin)},
-                 {"rate", site::ThreeDecimals(static_cast<double>(minute.pictures - 1) / looked.count())}});
-    }
+    for (const SInputLevel& one : inputs_)
+        if (one.since >= from)
+            inputs.push_back(
+                {{"time", site::UtcTimeText(one.since)}, {"input", one.input}, {"state", one.stateName()}});
+    for (const SChange& one : states_)
+        if (one.time >= from)
+            states.push_back(one.json);
     return {{"from", site::UtcTimeText(from)},
-            {"answers", answers},
-            {"frames", frames},
-            {"inputs", since(inputs_)},
-            {"states", since(states_)}};
+            {"answers", answersSince(first)},
+            {"frames", framesSince(first)},
+            {"inputs", inputs},
+            {"states", states}};
 }
 
 } // namespace corvane::service

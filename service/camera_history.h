@@ -25,7 +25,7 @@ public:
 
     void note(const site::SWatchedExchange& exchange);
     // From then on; also that it is not known any more.
-    void noteInput(const SInputLevel& level, Time time);
+    void noteInput(SInputLevel level, Time time);
     void noteState(Health health, const std::optional<site::SDiagnosis>& problem, Time time);
     void notePicture(Time time);
 
@@ -45,9 +45,15 @@ private:
         std::uint64_t number;
         std::string json;
     };
+    struct SAnswers {
+        float median = 0; // milliseconds
+        float longest = 0;
+        std::size_t count = 0;
+    };
     struct SMinute {
-        std::int64_t minute; // since the epoch
-        std::vector<float> milliseconds;
+        std::int64_t minute;             // since the epoch
+        std::vector<float> milliseconds; // of the present minute's answers
+        SAnswers answers;                // of a minute that is over
         std::size_t lost = 0;
         std::size_t pictures = 0;
         Time firstPicture;
@@ -58,7 +64,10 @@ private:
         nlohmann::ordered_json json;
     };
 
+    static SAnswers answersOf(std::vector<float> milliseconds);
     SMinute& minuteOf(Time time);
+    nlohmann::ordered_json answersSince(std::int64_t minute) const;
+    nlohmann::ordered_json framesSince(std::int64_t minute) const;
 
     std::atomic<int> followers_{0};
 
@@ -66,7 +75,7 @@ private:
     std::uint64_t lastNumber_ = 0;
     std::deque<SExchange> exchanges_;
     std::deque<SMinute> minutes_;
-    std::deque<SChange> inputs_;
+    std::deque<SInputLevel> inputs_; // `since` is when it was noted
     std::deque<SChange> states_;
 };
 
