@@ -2,21 +2,22 @@
 
 const codecs = ['h264', 'mpeg4', 'mjpeg'];
 const wholeNumber = '-?[0-9]+';
-const takesOut = /^(rebootDevice|resetToFactoryDefaults)$|reboot|factory/i;
+const takesOut = /reboot|factory/i;
 
 const forms = {
-  number: {type: 'text', inputmode: 'numeric', pattern: wholeNumber},
-  'channel,codec,stream':
-    {type: 'text', pattern: '[0-9]+,(h264|mpeg4|mjpeg),[0-9]+', placeholder: '0,h264,0'},
-  'stream,codec': {type: 'text', placeholder: '0,0'},
-  'field=value;...': {type: 'text', placeholder: 'frameRate=15;resolution=640x360'},
-  text: {type: 'text'},
+  number: {inputmode: 'numeric', pattern: wholeNumber},
+  'channel,codec,stream': {pattern: '[0-9]+,(h264|mpeg4|mjpeg),[0-9]+', placeholder: '0,h264,0'},
+  'stream,codec': {placeholder: '0,0'},
+  'field=value;...': {placeholder: 'frameRate=15;resolution=640x360'},
+  text: {},
 };
 
 export const controlOf = ({form}) =>
-  form === 'codec' ? {choices: codecs} : forms[form] ?? {type: 'text', placeholder: form};
+  form === 'codec' ? {choices: codecs} : forms[form] ?? {placeholder: form};
 
-export const isDangerous = ({operation}) => takesOut.test(operation);
+export const kindOf = ({operation, writes}) => takesOut.test(operation) ? 'interrupts' :
+  writes                                                                ? 'writes' :
+                                                                          'reads';
 
 // Some names stand for two operations, which differ by their arguments: the place in the list tells them
 // apart.

@@ -1,7 +1,7 @@
 // Calls by name, with the forms of their arguments.
 
 import {ApiError, cameraPath, post} from './api.js';
-import {controlOf, findOperations, isDangerous, namedValues} from './call-form.js';
+import {controlOf, findOperations, kindOf, namedValues} from './call-form.js';
 import {h, labelled, newId, replace, setText} from './dom.js';
 import {errorNotice, notice, problemPanel} from './notices.js';
 import {may} from './session.js';
@@ -21,8 +21,9 @@ function argumentField({name, form, takes}, keep) {
     value: keep.get(name) ?? choices?.[0] ?? '',
     on: {input: event => keep.set(name, event.target.value)}
   };
-  const control = choices ? h('select', common, choices.map(choice => h('option', {value: choice}, choice))) :
-                            h('input', {...attributes, ...common, autocomplete: 'off', spellcheck: 'false'});
+  const control = choices ?
+    h('select', common, choices.map(choice => h('option', {value: choice}, choice))) :
+    h('input', {type: 'text', ...attributes, ...common, autocomplete: 'off', spellcheck: 'false'});
   return {
     control,
     element: h('div', {class: 'argument'},
@@ -77,8 +78,11 @@ export class Calls {
     const chosen = this.choices.value;
     const found = findOperations(this.operations, this.find.value, may('operate'));
     setText(this.found, words.found(found.length));
+    const optionsOf = kind => found.filter(one => kindOf(one) === kind).map(({operation,
+      index,
+      does}) => h('option', {value: String(index), title: does}, operation));
     replace(this.choices,
-      found.map(({operation, index, does}) => h('option', {value: String(index), title: does}, operation)));
+      Object.entries(words.kinds).map(([kind, label]) => h('optgroup', {label}, optionsOf(kind))));
     this.choices.value = chosen;
   }
 
@@ -91,8 +95,7 @@ export class Calls {
     this.button = h('button', {type: 'submit', class: 'primary'}, words.call);
     this.question = h('div', {hidden: true});
     replace(this.form, h('h3', {class: 'code'}, operation.operation), h('p', {}, operation.does),
-      h('p', {},
-        badge(operation.writes ? 'warning' : 'skipped', operation.writes ? words.writes : words.reads)),
+      h('p', {}, badge(operation.writes ? 'warning' : 'skipped', words.kinds[kindOf(operation)])),
       this.fields.map(({element}) => element),
       this.fields.length === 0 && h('p', {class: 'hint'}, words.noArguments),
       h('div', {class: 'actions'}, this.button), this.question);
@@ -102,7 +105,7 @@ export class Calls {
     event.preventDefault();
     if (!this.operation || this.button.disabled)
       return;
-    if (isDangerous(this.operation))
+    if (kindOf(this.operation) === 'interrupts')
       this.askReally();
     else
       this.call();

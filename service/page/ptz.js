@@ -41,6 +41,7 @@ export class Ptz {
     this.name = name;
     this.renewCamera = renewCamera;
     this.keys = new Set();
+    this.end = () => this.letGo();
     this.drive = new PtzDrive({
       move: vector => sendMove(name, vector),
       stop: () => sendStop(name),
@@ -73,12 +74,12 @@ export class Ptz {
       on: {
         pointerdown: event => this.press(event),
         pointermove: event => this.drag(event),
-        pointerup: () => this.letGo(),
-        pointercancel: () => this.letGo(),
-        lostpointercapture: () => this.letGo(),
+        pointerup: this.end,
+        pointercancel: this.end,
+        lostpointercapture: this.end,
         contextmenu: event => event.preventDefault(),
         keydown: event => this.keyDown(event),
-        blur: () => this.letGo(),
+        blur: this.end,
       },
     },
       svg('svg', {viewBox: '0 0 200 200', 'aria-hidden': 'true'},
@@ -88,8 +89,8 @@ export class Ptz {
 
   side() {
     return h('div', {class: 'ptz-side'},
-      h('div', {class: 'button-row'}, this.holdButton(words.zoomOut, '−', {zoom: -1}),
-        this.holdButton(words.zoomIn, '+', {zoom: 1})),
+      h('div', {class: 'button-row'}, this.holdButton(words.zoomOut, words.zoomOut, {zoom: -1}),
+        this.holdButton(words.zoomIn, words.zoomIn, {zoom: 1})),
       h('div', {class: 'button-row'}, this.holdButton(words.left, '←', {pan: -1}),
         this.holdButton(words.up, '↑', {tilt: 1}), this.holdButton(words.down, '↓', {tilt: -1}),
         this.holdButton(words.right, '→', {pan: 1})),
@@ -117,10 +118,10 @@ export class Ptz {
           start();
         },
         pointerup: () => this.letGoOfTap(),
-        pointercancel: () => this.letGo(),
+        pointercancel: this.end,
         lostpointercapture: () => this.tap || this.letGo(),
         contextmenu: event => event.preventDefault(),
-        blur: () => this.letGo(),
+        blur: this.end,
         keydown: event => {
           if (!isPress(event))
             return;
@@ -226,7 +227,7 @@ export class Ptz {
   followPage() {
     this.leaving = new AbortController();
     const {signal} = this.leaving;
-    const end = () => this.letGo();
+    const {end} = this;
     addEventListener('keyup', event => this.keyUp(event), {signal});
     addEventListener('blur', end, {signal});
     addEventListener('pagehide', end, {signal});

@@ -27,8 +27,7 @@ const causes = {
   ],
   unreachable: [
     'Nobody answers at this address',
-    'See whether the camera has power and a link light, whether its cable is plugged in, and whether the ' +
-      'address in the site file is right.',
+    'See whether the camera has power and a link light, and whether the address in the site file is right.',
   ],
   refused: [
     'A device is there, but nothing listens at this port',
@@ -56,7 +55,7 @@ const causes = {
   ],
   redirect: [
     'The camera sends every request to another place',
-    'The answer below names the place. Often only https is allowed: allow HTTP in the camera\'s web page.',
+    'The answer below names the place. If that is https, allow HTTP in the camera\'s web page.',
   ],
   'too-large': [
     'The reply is far larger than any camera\'s',
@@ -102,7 +101,7 @@ const causes = {
   ],
   'not-a-camera': [
     'What answers there is not this camera',
-    'Another device has this address: open it in a browser to see which, and look where the camera is now.',
+    'Another device has this address: see which in a browser, and look where the camera is now.',
   ],
   'unknown-model': [
     'A camera answers whose model is not known here',
@@ -260,8 +259,7 @@ export const texts = {
   session: {
     title: 'Log in',
     needed: 'This service wants a token.',
-    expired: 'Your session has expired. Log in again: the page goes on where it was, and nothing that you ' +
-      'typed is lost.',
+    expired: 'Your session has expired. Log in again: nothing that you typed is lost.',
     wrongToken: 'The service does not know this token. Look for a typing mistake, or ask for a new one.',
     token: 'Token',
     hint: 'The service printed it at its first start, inside its address; others are made with vornhost ' +
@@ -502,13 +500,16 @@ export const texts = {
     polling: 'Another tab follows another camera: this list is read every two seconds.',
   },
   calls: {
-    intro: 'Any operation by its name, as vornhost call does it.',
+    intro: 'What the camera can be asked, and told, by name.',
     operation: 'Operation',
     find: 'Find an operation',
     pick: 'Choose an operation to see what it does.',
     found: number => count(number, 'operation'),
-    writes: 'Changes something at the camera',
-    reads: 'Only reads',
+    kinds: {
+      reads: 'Only reads',
+      writes: 'Changes something at the camera',
+      interrupts: 'Takes the camera out of service',
+    },
     dangerous: 'This takes the camera out of service for a while. Call it really?',
     really: 'Yes, call it',
     leave: 'No',

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import {execFileSync} from 'node:child_process';
 import {test} from 'node:test';
 
-import {controlOf, findOperations, isDangerous, namedValues} from '../../service/page/call-form.js';
+import {controlOf, findOperations, kindOf, namedValues} from '../../service/page/call-form.js';
 import {curlText, maskBody, maskSecrets} from '../../service/page/curl.js';
 import {settingRequest, wishRequest} from '../../service/page/drift.js';
 import {ExchangeList} from '../../service/page/exchange-list.js';
@@ -189,9 +189,9 @@ test('operations: found by every word, those of one name told apart, writes only
   assert.deepEqual(findOperations(operations, 'MOVE', true).map(({index}) => index), [0, 2]);
   assert.deepEqual(findOperations(operations, 'position tells', true).map(({index}) => index), [1]);
   assert.deepEqual(findOperations(operations, '', false).map(({index}) => index), [1]);
-  assert.deepEqual(
-    ['rebootDevice', 'resetToFactoryDefaults', 'getCameraName'].map(operation => isDangerous({operation})),
-    [true, true, false]);
+  assert.deepEqual(['rebootDevice', 'resetToFactoryDefaults', 'setCameraName', 'getCameraName'].map(
+                     operation => kindOf({operation, writes: !operation.startsWith('get')})),
+    ['interrupts', 'interrupts', 'writes', 'reads']);
   assert.deepEqual(controlOf({form: 'codec'}).choices, ['h264', 'mpeg4', 'mjpeg']);
   assert.equal(controlOf({form: 'bitRate=value'}).placeholder, 'bitRate=value');
   assert.match('0,h264,1', new RegExp(`^(?:${controlOf({form: 'channel,codec,stream'}).pattern})$`));
