@@ -128,6 +128,17 @@ std::string Pipeline(const SStreamProfile& profile) {
     return text + " )";
 }
 
+GstElement* NewStream(const SStreamProfile& profile) {
+    GError* error = nullptr;
+    GstElement* bin = gst_parse_launch_full(Pipeline(profile).c_str(), nullptr,
+                                            static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
+    if (bin == nullptr) {
+        std::fprintf(stderr, "camsim: no stream: %s\n", error->message);
+        g_error_free(error);
+    }
+    return bin;
+}
+
 void DevelopPicturesOf(GstElement* bin, const SStreamSource& source) {
     GstElement* blank = gst_bin_get_by_name(GST_BIN(bin), "blank");
     GstElement* balance = gst_bin_get_by_name(GST_BIN(bin), "balance");
@@ -202,14 +213,9 @@ GstElement* CreateElement(GstRTSPMediaFactory* factory, const GstRTSPUrl*) {
     const SFault* fault = MediaFault();
     const SStreamProfile profile =
         fault != nullptr && fault->kind == FaultKind::Encode ? Misencoded(set, *fault) : set;
-    GError* error = nullptr;
-    GstElement* bin = gst_parse_launch_full(Pipeline(profile).c_str(), nullptr,
-                                            static_cast<GstParseFlags>(GST_PARSE_FLAG_FATAL_ERRORS), &error);
-    if (bin == nullptr) {
-        std::fprintf(stderr, "camsim: no stream: %s\n", error->message);
-        g_error_free(error);
+    GstElement* bin = NewStream(profile);
+    if (bin == nullptr)
         return nullptr;
-    }
     if (profile.codec != VideoCodec::None) {
         SetCaption(bin, InputTitle(source.camera, source.stream.input), DescribeProfile(profile));
         DevelopPicturesOf(bin, source);
@@ -260,6 +266,13 @@ void video_factory_class_init(SVideoFactoryClass* type) {
 void video_factory_init(SVideoFactory*) {}
 
 } // namespace
+
+void LoadElements() {
+    gst_init(nullptr, nullptr);
+    for (const VideoCodec codec : {VideoCodec::H264, VideoCodec::Mpeg4, VideoCodec::Mjpeg})
+        if (GstElement* const stream = NewStream({codec, 320, 240, {1, 1}, 1, 64, 50, 32}))
+            gst_object_unref(gst_object_ref_sink(stream));
+}
 
 GstRTSPMediaFactory* NewMediaFactory(CCamera& camera, SVideoStream stream, const char* role) {
     auto* factory = static_cast<SVideoFactory*>(g_object_new(video_factory_get_type(), nullptr));

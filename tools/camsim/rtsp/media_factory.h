@@ -7,6 +7,10 @@
 
 namespace camsim {
 
+// Begins GStreamer, and loads what encodes the streams: where its libraries come from a slow disk that takes
+// seconds, for which no client of a camera is to wait.
+void LoadElements();
+
 // A factory of media that show what the camera sees, and its sound, as the camera's settings want it encoded
 // when the media is made, or as a fault of the client wants it. Each client gets a media of its own: in a
 // shared one, those who take only the picture and those who take only the sound hold each other up. `role`

@@ -1,5 +1,7 @@
 #include "rtsp/rtsp_server.h"
 
+#include "rtsp/media_factory.h"
+
 #include <unistd.h>
 
 namespace camsim {
@@ -50,6 +52,8 @@ CRtspServer::~CRtspServer() {
 }
 
 void CRtspServer::start() {
+    LoadElements();
+    auth_ = MakeAuth(credentials_);
     thread_.start();
     connections_.start(parts_.loop);
     ports_.start(parts_.loop,
@@ -104,11 +108,6 @@ void CRtspServer::serve(CCamera& camera, int fd, const sockaddr_in& peer, CRtspC
         close(fd);
         return;
     }
-    if (!gstreamerIsReady_) {
-        gst_init(nullptr, nullptr);
-        auth_ = MakeAuth(credentials_);
-        gstreamerIsReady_ = true;
-    }
     std::unique_ptr<CRtspService>& service = services_[camera.index()];
     if (!service)
         service =
@@ -132,8 +131,6 @@ void CRtspServer::makeRoom() {
 
 void CRtspServer::closeAll() {
     services_.clear();
-    if (!gstreamerIsReady_)
-        return;
     g_clear_object(&auth_);
     while (g_main_context_iteration(thread_.context(), FALSE)) {
         // closed connections release what they hold in callbacks on this context

@@ -78,8 +78,7 @@ private:
     CGlibThread thread_;
 
     // thread_ alone:
-    bool gstreamerIsReady_ = false; // it takes time and memory, so it is begun for the first client
-    GstRTSPAuth* auth_ = nullptr;   // null when no credentials are asked for
+    GstRTSPAuth* auth_ = nullptr;                         // null when no credentials are asked for
     std::vector<std::unique_ptr<CRtspService>> services_; // null before the camera's first client
 };
 
