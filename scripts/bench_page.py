@@ -58,14 +58,12 @@ def change_to_screen(world, browser):
       }))).observe(list, {subtree: true, childList: true, characterData: true, attributes: true});''', name_of(0))
     times = []
     for number in range(CHANGES):
-        level, words = (('Low', '1 inactive'), ('High', '1 active'))[number % 2]
-        words = 'Alarm input 1 active' if level == 'High' else '1 alarm input inactive'
+        level, words = (('Low', '1 alarm input inactive'), ('High', 'Alarm input 1 active'))[number % 2]
         browser.run('window.shown.length = 0')
         time.sleep(0.3 + number % 7 / 70)  # at any point of the camera's and the service's ticks
         begun = time.time() * 1000
         world.camsim.set_input(level)
         times.append(wait_for(words, lambda: next((at for at, text in browser.run('return window.shown') if words in text), None)) - begun)
-    print(times, flush=True)
     return times
 
 
@@ -86,7 +84,6 @@ def first_pictures(world, browser):
           };
           look();'''))
     browser.go('about:blank')
-    print(times, flush=True)
     return times
 
 
@@ -118,7 +115,8 @@ def of_pipeline(world, place, elements):
 
 def main():
     world = World(pathlib.Path(sys.argv[1]), ('--model', 'F320', '--count', str(CAMERAS)), lambda camsim: {'cameras': [
-        {'name': name_of(i), 'address': address, 'inputs': [0] if i == 0 else []} for i, address in enumerate(camsim.cameras)]})
+        {'name': name_of(i), 'address': address, 'rtspPort': int(camsim.rtsp[i].rpartition(':')[2]), 'inputs': [0] if i == 0 else []}
+        for i, address in enumerate(camsim.cameras)]})
     browser = None
     try:
         for number in range(CAMERAS):
