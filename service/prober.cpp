@@ -19,10 +19,13 @@ std::size_t Refuse(char* /*data*/, std::size_t /*size*/, std::size_t /*count*/, 
     return 0;
 }
 
-CURL* MakeRequest(const std::string& address, const std::string& path, std::chrono::milliseconds patience) {
-    CURL* const curl = curl_easy_init();
-    if (!curl)
+using Request = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+
+Request MakeRequest(const std::string& address, const std::string& path, std::chrono::milliseconds patience) {
+    Request request(curl_easy_init(), curl_easy_cleanup);
+    if (!request)
         throw std::bad_alloc();
+    CURL* const curl = request.get();
     curl_easy_setopt(curl, CURLOPT_URL, ("http://" + address + path).c_str());
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
@@ -30,7 +33,7 @@ CURL* MakeRequest(const std::string& address, const std::string& path, std::chro
     curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(patience.count()));
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &Refuse);
-    return curl;
+    return request;
 }
 
 } // namespace
@@ -44,8 +47,8 @@ public:
             throw std::bad_alloc();
     }
     ~CRequests() {
-        for (const auto& [curl, target] : running_)
-            end(curl);
+        for (const auto& [curl, running] : running_)
+            curl_multi_remove_handle(multi_.get(), curl);
     }
     CRequests(const CRequests&) = delete;
     CRequests& operator=(const CRequests&) = delete;
@@ -75,30 +78,35 @@ public:
     void wake() { curl_multi_wakeup(multi_.get()); }
 
 private:
+    struct SRunning {
+        Request request;
+        STarget target;
+    };
+
+    // Where there is no memory it goes on waiting.
     void begin() {
-        CURL* const curl = MakeRequest(waiting_.front().address, path_, patience_);
-        running_.emplace(curl, std::move(waiting_.front()));
+        SRunning running{MakeRequest(waiting_.front().address, path_, patience_), waiting_.front()};
+        CURL* const curl = running.request.get();
+        const auto one = running_.emplace(curl, std::move(running)).first;
+        if (curl_multi_add_handle(multi_.get(), curl) != CURLM_OK) {
+            running_.erase(one);
+            throw std::bad_alloc();
+        }
         waiting_.pop_front();
-        curl_multi_add_handle(multi_.get(), curl);
     }
 
     void take(CURL* curl) {
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         const auto asked = running_.extract(curl);
-        end(curl);
-        asked.mapped().told(status != 0);
-    }
-
-    void end(CURL* curl) {
         curl_multi_remove_handle(multi_.get(), curl);
-        curl_easy_cleanup(curl);
+        asked.mapped().target.told(status != 0);
     }
 
     const std::string path_;
     const std::chrono::milliseconds patience_;
     const std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
-    std::map<CURL*, STarget> running_;
+    std::map<CURL*, SRunning> running_;
     std::deque<STarget> waiting_;
 };
 

@@ -36,7 +36,7 @@ const causes = {
   ],
   'no-answer': [
     'The camera takes the connection and does not answer',
-    'Its network is all right, its web server is not: restart the camera.',
+    'Its network is all right, its replies are not: restart the camera.',
   ],
   slow: [
     'The camera answers too slowly',
