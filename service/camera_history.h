@@ -66,8 +66,9 @@ private:
 
     static SAnswers answersOf(std::vector<float> milliseconds);
     SMinute& minuteOf(Time time);
-    nlohmann::ordered_json answersSince(std::int64_t minute) const;
-    nlohmann::ordered_json framesSince(std::int64_t minute) const;
+    // Of the minutes from the first one on.
+    nlohmann::ordered_json answersSince(std::int64_t first) const;
+    nlohmann::ordered_json framesSince(std::int64_t first) const;
 
     std::atomic<int> followers_{0};
 
