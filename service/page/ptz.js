@@ -42,6 +42,8 @@ export class Ptz {
     this.renewCamera = renewCamera;
     this.keys = new Set();
     this.end = () => this.letGo();
+    // What is pressed next takes the focus, and has begun by then.
+    this.left = event => event.currentTarget === this.holder && this.letGo();
     this.drive = new PtzDrive({
       move: vector => sendMove(name, vector),
       stop: () => sendStop(name),
@@ -79,7 +81,7 @@ export class Ptz {
         lostpointercapture: this.end,
         contextmenu: event => event.preventDefault(),
         keydown: event => this.keyDown(event),
-        blur: this.end,
+        blur: this.left,
       },
     },
       svg('svg', {viewBox: '0 0 200 200', 'aria-hidden': 'true'},
@@ -100,9 +102,10 @@ export class Ptz {
 
   // Moves for as long as it is pressed, by pointer or by Enter and Space.
   holdButton(label, sign, axes) {
-    const start = () => {
+    const start = ({currentTarget}) => {
       clearTimeout(this.tap);
       this.begun = performance.now();
+      this.holder = currentTarget;
       this.drive.hold(this.scaled(axes));
     };
     const isPress = event => event.key === 'Enter' || event.key === ' ';
@@ -115,19 +118,19 @@ export class Ptz {
           if (event.button !== 0)
             return;
           event.currentTarget.setPointerCapture(event.pointerId);
-          start();
+          start(event);
         },
         pointerup: () => this.letGoOfTap(),
         pointercancel: this.end,
         lostpointercapture: () => this.tap || this.letGo(),
         contextmenu: event => event.preventDefault(),
-        blur: this.end,
+        blur: this.left,
         keydown: event => {
           if (!isPress(event))
             return;
           event.preventDefault();
           if (!event.repeat)
-            start();
+            start(event);
         },
         keyup: event => isPress(event) && this.letGoOfTap(),
       },
@@ -146,6 +149,7 @@ export class Ptz {
     this.field.focus();
     this.field.setPointerCapture(event.pointerId);
     this.isDragging = true;
+    this.holder = this.field;
     this.drag(event);
   }
 
@@ -188,6 +192,7 @@ export class Ptz {
 
   holdKey(key) {
     this.keys.add(key);
+    this.holder = this.field;
     this.drive.hold(vectorOfKeys(this.keys, Number(this.speed.value)));
   }
 

@@ -72,6 +72,19 @@ class Head(PageCase):
         wait_for('the place is told anew', lambda: browser.find('.ptz-position').text != before)
         wait_for('the head stands still', lambda: not self.camsim.position()['moving'])
 
+    # The first gives up the focus when the second is pressed.
+    def test_of_two_presses_of_different_buttons_each_moves_it(self):
+        browser = self.open_camera('gate')
+        self.take_the_pad(browser)
+        label = 'Right' if self.away_from_the_end() == Keys.ARROW_RIGHT else 'Left'
+        for pressed in (label, 'Zoom in'):
+            self.camsim.ask('DELETE', '/requests')
+            browser.hands().click(browser.find(f'button[aria-label="{pressed}"]')).perform()
+            orders = wait_for('it moves and stops', lambda: (
+                lambda all: all if all and is_stop(all[-1]) else None)(
+                    [one for one in self.camsim.requests() if 'ctrl' in one['path']]))
+            self.assertGreater(orders[-1]['time'] - orders[0]['time'], 200, pressed)
+
     def test_it_stops_when_the_key_is_let_go(self):
         for key, axis in ((None, 'pan'), (Keys.ARROW_UP, 'tilt'), ('+', 'zoom')):
             place = self.camsim.position()[axis]
