@@ -225,6 +225,8 @@ Problem CKeptCamera::examine() {
     if (auto unwatched = watchInputs())
         return unwatched;
     Problem off = switchedOff();
+    if (!off)
+        off = withoutPictures();
     return off ? off : session()->session().weakerAuthentication();
 }
 
@@ -243,6 +245,26 @@ Problem CKeptCamera::switchedOff() const {
             return off;
         }
     return std::nullopt;
+}
+
+// Nobody may look any more, and so find that they come again.
+Problem CKeptCamera::withoutPictures() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return Clock::now() - picturesLost_ < keeping_.times.withoutPictures ? lostPictures_ : std::nullopt;
+}
+
+void CKeptCamera::picturesAsked(const Problem& problem) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const bool isNews = problem.has_value() != lostPictures_.has_value();
+        lostPictures_ = problem;
+        picturesLost_ = Clock::now();
+        if (problem)
+            lostPictures_->isWarning = true; // whatever else is asked of it may be answered
+        if (!isNews)
+            return;
+    }
+    lookSoon();
 }
 
 Problem CKeptCamera::open() {

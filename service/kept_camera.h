@@ -20,9 +20,10 @@ namespace corvane::service {
 struct SKeepingTimes {
     std::chrono::milliseconds answering{120'000}; // between two looks at a camera without a problem
     std::chrono::milliseconds degraded{20'000};
-    std::chrono::milliseconds down{30'000};    // sooner where a probe has found it
-    std::chrono::milliseconds refused{60'000}; // of credentials that it does not take
-    std::chrono::milliseconds unheard{30'000}; // how long an input's first event is waited for
+    std::chrono::milliseconds down{30'000};             // sooner where a probe has found it
+    std::chrono::milliseconds refused{60'000};          // of credentials that it does not take
+    std::chrono::milliseconds unheard{30'000};          // how long an input's first event is waited for
+    std::chrono::milliseconds withoutPictures{600'000}; // is told for so long after nobody got any
 };
 
 // What the cameras of a site share; outlives them.
@@ -80,6 +81,8 @@ public:
     void probed(bool isAnswering);
     // It is looked at soon.
     void lookSoon();
+    // Its pictures have come, or not, for whoever looks: a warning while that is news.
+    void picturesAsked(const std::optional<site::SDiagnosis>& problem);
 
     void setDrift(SDrift drift);
 
@@ -93,6 +96,7 @@ private:
     std::optional<site::SDiagnosis> watchInputs();
     std::optional<site::SDiagnosis> whyUnwatched();
     std::optional<site::SDiagnosis> switchedOff() const;
+    std::optional<site::SDiagnosis> withoutPictures() const;
     void letGo();
     void noteExchange(const site::SWatchedExchange& exchange);
     void takeEvent(int input, const site::SStreamEvent& event);
@@ -126,6 +130,8 @@ private:
     bool isAnswering_ = false; // as it was found last
     bool isWatchLost_ = false;
     bool isEnded_ = false;
+    std::optional<site::SDiagnosis> lostPictures_;       // why they did not come
+    std::chrono::steady_clock::time_point picturesLost_; // when that was
 };
 
 } // namespace corvane::service

@@ -52,6 +52,7 @@ void CPictureFeed::begin() {
             controller_ ? refhost::RtspRequest(*controller_, refhost::RtspPart::Pictures) : "";
         const auto problem = DiagnoseLostStream(session->session(), id_, site::DiagnoseStream(error, asked));
         close();
+        camera_->picturesAsked(problem);
         return fail(problem);
     }
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -76,7 +77,8 @@ site::CError CPictureFeed::play(const CKeptCamera::Session& session) {
 }
 
 void CPictureFeed::take(std::string jpeg) {
-    hasBrought_ = true;
+    if (!hasBrought_.exchange(true))
+        camera_->picturesAsked(std::nullopt);
     const auto now = std::chrono::system_clock::now();
     std::list<SWait> served;
     SLivePicture picture;
@@ -124,10 +126,12 @@ void CPictureFeed::afterEnd() {
             problem = whyEnded();
         close();
     }
-    if (problem)
+    if (problem) {
+        camera_->picturesAsked(problem);
         fail(*problem);
-    else
+    } else {
         settle();
+    }
 }
 
 // REQUIRES: stream_ held.

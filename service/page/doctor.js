@@ -92,9 +92,9 @@ export class Doctor {
       return error.status === undefined ? notice('fault', text) : errorNotice(error);
     if (answer.problem)
       return errorNotice(answer);
-    const {verdict, checks, faults, warnings, ms} = answer;
+    const {checks, faults, warnings, ms} = answer;
     return h('div', {class: 'verdict', data: {kind}}, shape(kind),
-      h('div', {}, h('h3', {}, text), text !== words.verdicts[verdict] && h('p', {}, words.verdicts[verdict]),
+      h('div', {}, h('h3', {}, text),
         h('p', {class: 'hint'},
           words.counts(checks, faults, warnings, millisecondsText(ms), momentText(ended, clock.now())))));
   }

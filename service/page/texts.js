@@ -40,8 +40,7 @@ const causes = {
   ],
   slow: [
     'The camera answers too slowly',
-    'Look at the answer times under "Last hour". See who else asks this camera all the time, and how good ' +
-      'the way to it is.',
+    'Look at "Last hour". See who else asks this camera all the time, and how good the way to it is.',
   ],
   dropped: ['The camera closes the connection without an answer', restartAndLook],
   cut: ['The camera\'s reply breaks off in the middle', restartAndLook],
@@ -76,8 +75,7 @@ const causes = {
   ],
   'authentication-weaker': [
     'The camera accepts the password only in a form that others can read',
-    'Set the camera to Digest authentication. If it was set so before, find out whether it was reset or ' +
-      'exchanged.',
+    'Set the camera to Digest authentication; if it was so before, find out what changed it.',
   ],
   forbidden: [
     'The camera\'s user may not do this',
@@ -270,16 +268,16 @@ export const texts = {
     roles: {view: 'may look', operate: 'may operate', admin: 'administrator'},
   },
   service: {
-    away: 'The service does not answer. The page goes on by itself as soon as it does.',
+    away: 'The service does not answer. The page goes on as soon as it does.',
     live: 'Live',
     connecting: 'Connecting …',
     lost: 'Connection lost – what you see may be old',
   },
   errors: {
-    unknown: 'That failed, and the service did not say why.',
+    unknown: 'It failed, and nobody said why.',
     forbidden: 'Your role may not do this. Log in with a token that may.',
     notFound: name => `The site has no camera "${name}".`,
-    page: 'A part of the page failed. Load it again; if it stays so, tell the support desk what stands here:',
+    page: 'A part of the page failed. Load it again. If it stays so, tell the support desk:',
   },
   problem: {
     title: 'What is wrong',
@@ -312,8 +310,8 @@ export const texts = {
     layouts: {rows: 'Rows', pictures: 'Pictures'},
     shown: shownOf('camera'),
     empty: 'The site file has no camera yet.',
-    emptyHint: 'Write cameras into the site file, or make one with vornhost site init; the service reads ' +
-      'it again on SIGHUP.',
+    emptyHint:
+      'Write cameras into the site file, or make one with vornhost site init, and reload it (SIGHUP).',
     nothingFound: 'No camera fits this search.',
     clear: 'Show all',
     allWell: 'Every camera works.',
@@ -358,8 +356,8 @@ export const texts = {
   ptz: {
     title: 'Head',
     pad: 'Move the head',
-    hint: 'Drag from the middle, or use the arrow keys while this field has the focus. Plus and minus ' +
-      'zoom, Page Up and Page Down change the speed, space stops, a digit calls that preset.',
+    hint: 'Press or drag in the field, or use the arrow keys there. Plus and minus zoom, Page Up and Page ' +
+      'Down change the speed, space stops, a digit calls that preset.',
     speed: 'Speed',
     percent: value => `${value} %`,
     zoomIn: 'Zoom in',
@@ -395,7 +393,7 @@ export const texts = {
     inactive: 'inactive',
     unknown: 'not known',
     gap: ' · grey: not known',
-    none: 'No alarm input of this camera is watched. The site file\'s "inputs" says which are.',
+    none: 'No alarm input is watched, or none could be asked for yet.',
     noChange: 'no change in the last hour',
     changes: number => count(number, 'change in the last hour', 'changes in the last hour'),
     list: 'All changes',

@@ -287,6 +287,7 @@ TEST(ServicePictures, NoPictureSaysWhy) {
     SReply reply = client.get(Picture);
     EXPECT_EQ(reply.status, 503);
     EXPECT_EQ(reply.object().at("problem").at("cause"), "stream-unreachable") << reply.body;
+    site.await("c0", {{"state", "up"}, {"problem", {{"cause", "stream-unreachable"}}}});
     reply = client.get("/api/v1/cameras/c1/picture.jpg");
     EXPECT_EQ(reply.status, 503);
     EXPECT_EQ(reply.object().at("problem").at("cause"), "refused") << reply.body;
@@ -296,6 +297,10 @@ TEST(ServicePictures, NoPictureSaysWhy) {
         EXPECT_EQ(client.get(std::string(Picture) + wrong).status, 400) << wrong;
     for (const char* wrong : {"?fps=0", "?fps=61", "?fps=", "?stream="})
         EXPECT_EQ(client.get("/api/v1/cameras/c0/picture.mjpeg" + std::string(wrong)).status, 400) << wrong;
+
+    site.camsim.erase("/faults");
+    EXPECT_TRUE(WaitUntil([&] { return client.get(Picture).status == 200; }));
+    EXPECT_TRUE(WaitUntil([&] { return !site.camera("c0").contains("problem"); }));
 }
 
 } // namespace
