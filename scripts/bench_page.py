@@ -115,8 +115,7 @@ def of_pipeline(world, place, elements):
 
 def main():
     world = World(pathlib.Path(sys.argv[1]), ('--model', 'F320', '--count', str(CAMERAS)), lambda camsim: {'cameras': [
-        {'name': name_of(i), 'address': address, 'rtspPort': int(camsim.rtsp[i].rpartition(':')[2]), 'inputs': [0] if i == 0 else []}
-        for i, address in enumerate(camsim.cameras)]})
+        camsim.entry(name_of(number), number, inputs=[0] if number == 0 else []) for number in range(CAMERAS)]})
     browser = None
     try:
         for number in range(CAMERAS):

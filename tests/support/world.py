@@ -76,6 +76,10 @@ class Camsim(Process):
     def cameras(self):
         return self.told['cameras']
 
+    def entry(self, name, number=0, **more):
+        """A camera of a site file, whose streams are its own."""
+        return {'name': name, 'address': self.cameras[number], 'rtspPort': int(self.rtsp[number].rpartition(':')[2]), **more}
+
     def ask(self, method, path, body=None):
         request = urllib.request.Request(f'http://{self.told["control"]}{path}', method=method,
                                          data=None if body is None else json.dumps(body).encode(),

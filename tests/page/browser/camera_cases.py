@@ -15,8 +15,8 @@ class Camera(PageCase):
 
     @classmethod
     def site(cls, camsim):
-        return {'cameras': [{'name': 'gate', 'address': camsim.cameras[0], 'inputs': [0, 1], 'adjustments': {'saturation': '60'}},
-                            {'name': 'hall', 'address': camsim.cameras[1], 'inputs': []}]}
+        return {'cameras': [camsim.entry('gate', inputs=[0, 1], adjustments={'saturation': '60'}),
+                            camsim.entry('hall', 1, inputs=[])]}
 
     def tearDown(self):
         self.camsim.no_faults()
