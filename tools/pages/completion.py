@@ -8,7 +8,7 @@ ASKED = {
     'models': r'''vornhost $common models --json 2>/dev/null | sed -n 's/^{"number":"\([^"]*\)".*/\1/p' ''',
     'faults': r'''camsim faults --json 2>/dev/null | sed -n 's/.*"name":"\([^"]*\)".*/\1/p' '''}
 
-# What stands where: by program, verb and number of the word behind the verb.
+# What stands where that is asked for: by program, verb and number of the word behind the verb.
 POSITIONALS = {('vornhost', 'call', 1): 'operations', ('vornhost', 'operations', 0): 'operations'}
 
 
@@ -33,6 +33,23 @@ def flags(command):
 
 def names(command):
     return [name for option in flags(command) for name in option['names']]
+
+
+def commands(program):
+    """All that can be said, by its words: "", "record", "site check". A verb of a verb takes the options of both."""
+    yield '', program
+    for verb in program['verbs']:
+        yield verb['name'], verb
+        for own in verb['verbs']:
+            yield f'{verb["name"]} {own["name"]}', {**own, 'options': own['options'] + flags(verb)}
+
+
+def places(program, words, command):
+    """What stands behind these words, by its place."""
+    positionals = [o for o in command['options'] if o['positional']]
+    kinds = {place: 'files' for place, option in enumerate(positionals) if option['positional'] == 'SITE'}
+    kinds.update({place: kind for (of, verb, place), kind in POSITIONALS.items() if (of, verb) == (program['name'], words)})
+    return kinds
 
 
 # ---- bash
@@ -61,7 +78,13 @@ _%(name)s() {
         case ${words[i]} in
             --plugin | --models) common+=" ${words[i]} ${words[i + 1]}" ;;&
             -*) _%(name)s_value "${words[i]}" && ((++i)) ;;
-            *) if [[ $verb ]]; then ((++place)); else verb=${words[i]}; fi ;;
+            *)
+                case $verb in
+                    '') verb=${words[i]} ;;
+                    %(groups)s) verb+=" ${words[i]}" ;;
+                    *) ((++place)) ;;
+                esac
+                ;;
         esac
     done
     COMPREPLY=()
@@ -93,23 +116,23 @@ def bash_value(kind):
 
 
 def bash(program):
-    name, verbs = program['name'], program['verbs']
-    values, options, places = [], [], []
-    for verb, command in [('', program)] + [(v['name'], v) for v in verbs]:
+    name = program['name']
+    values, options, stands = [], [], []
+    for words, command in commands(program):
         for option in flags(command):
             if option['takesValue']:
-                patterns = ' | '.join(f'"{verb} {n}"' for n in option['names'])
+                patterns = ' | '.join(f'"{words} {n}"' for n in option['names'])
                 values.append(f'{patterns}) {bash_value(wanted(name, option))} ;;')
-        options.append(f'"{verb}") COMPREPLY=($(compgen -W "{" ".join(names(command))}" -- "$cur")) ;;')
-    places.append(f'" 0") COMPREPLY=($(compgen -W "{" ".join(v["name"] for v in verbs)}" -- "$cur")) ;;')
-    for (of, verb, place), kind in POSITIONALS.items():
-        if of == name:
-            places.append(f'"{verb} {place}") {bash_value(kind)} ;;')
+        options.append(f'"{words}") COMPREPLY=($(compgen -W "{" ".join(names(command))}" -- "$cur")) ;;')
+        if command['verbs']:
+            stands.append(f'"{words} 0") {bash_value([v["name"] for v in command["verbs"]])} ;;')
+        stands += [f'"{words} {place}") {bash_value(kind)} ;;' for place, kind in places(program, words, command).items()]
+    groups = ' | '.join(verb['name'] for verb in program['verbs'] if verb['verbs'])
     asked = [f'{kind}) {command.strip()} ;;' for kind, command in ASKED.items() if command.startswith(name)]
     indent = lambda lines: '\n'.join(' ' * 8 + text.replace('{name}', name) for text in lines)
-    return BASH % {'name': name, 'asked': indent(asked), 'values': indent(values),
+    return BASH % {'name': name, 'asked': indent(asked), 'values': indent(values), 'groups': groups or "'-'",
                    'options': indent(options).replace('\n', '\n    ').replace('        "', '            "', 1),
-                   'places': indent(places)}
+                   'places': indent(stands)}
 
 
 # ---- fish
@@ -128,33 +151,67 @@ def fish_value(name, kind):
     return ' -x' + (f" -a '{' '.join(kind)}'" if kind else '')
 
 
-def fish(program):
-    name, verbs = program['name'], program['verbs']
-    out = [f'# Completion of {name} for fish.', '']
-    for kind, command in ASKED.items():
-        if command.startswith(name):
-            out += [f'function __{name}_asked_{kind}',
-                    "    set -l common (commandline -opc | string join ' ' | string match -ar -- '--(?:plugin|models) \\S+' "
-                    "| string split ' ')",
-                    '    ' + command.strip(), 'end', '']
-    # How many words that are no options stand behind the verb.
-    out += [f'function __{name}_at',
-            '    set -l words (commandline -opc | string match -v -- "-*")',
-            '    set -l at (contains -i -- $argv[1] $words); and test (math (count $words) - $at) -eq $argv[2]',
-            'end', '', f'complete -c {name} -f']
-    for verb in verbs:
-        out.append(f'complete -c {name} -n __fish_use_subcommand -a {verb["name"]} -d {fish_quoted(verb["description"])}')
-    for verb, command in [('', program)] + [(v['name'], v) for v in verbs]:
-        condition = f"'__fish_seen_subcommand_from {verb}'" if verb else '__fish_use_subcommand'
+FISH = r'''# Completion of %(name)s for fish.
+%(asked)s
+# The words that are no options, nor what those take.
+function __%(name)s_words
+    set -l takes %(takes)s
+    set -l skips 0
+    for word in (commandline -opc)[2..-1]
+        if test $skips = 1
+            set skips 0
+        else if contains -- $word $takes
+            set skips 1
+        else if not string match -q -- '-*' $word
+            echo $word
+        end
+    end
+end
+
+# Whether these begin with the verb that is given behind PLACES, and PLACES words follow it; "any" number of them.
+function __%(name)s_at
+    set -l words (__%(name)s_words)
+    set -l verb $argv[2..-1]
+    test (count $words) -ge (count $verb); or return 1
+    for i in (seq (count $verb))
+        test $words[$i] = $verb[$i]; or return 1
+    end
+    test $argv[1] = any; or test (math (count $words) - (count $verb)) -eq $argv[1]
+end
+
+complete -c %(name)s -f
+%(completions)s
+'''
+
+
+def fish_completions(program):
+    name = program['name']
+    for words, command in commands(program):
+        for verb in command['verbs']:
+            yield f'-n \'__{name}_at 0 {words}\' -a {verb["name"]} -d {fish_quoted(verb["description"])}'
+        condition = f"'__{name}_at {'any' if words else '0'} {words}'"
         for option in flags(command):
             spelt = ''.join(f' -l {n[2:]}' if n.startswith('--') else f' -s {n[1:]}' for n in option['names'])
-            kind = wanted(name, option)
-            out.append(f'complete -c {name} -n {condition}{spelt}{fish_value(name, kind) if option["takesValue"] else ""}'
-                       f' -d {fish_quoted(option["description"])}')
-    for (of, verb, place), kind in POSITIONALS.items():
-        if of == name:
-            out.append(f"complete -c {name} -n '__{name}_at {verb} {place}' -a '(__{name}_asked_{kind})'")
-    return '\n'.join(out) + '\n'
+            value = fish_value(name, wanted(name, option)) if option['takesValue'] else ''
+            yield f'-n {condition}{spelt}{value} -d {fish_quoted(option["description"])}'
+        for place, kind in places(program, words, command).items():
+            what = ' -F' if kind == 'files' else f" -a '(__{name}_asked_{kind})'"
+            yield f"-n '__{name}_at {place} {words}'{what}"
+
+
+def fish(program):
+    name = program['name']
+    asked = []
+    for kind, command in ASKED.items():
+        if command.startswith(name):
+            asked += ['', f'function __{name}_asked_{kind}',
+                      "    set -l common (commandline -opc | string join ' ' | string match -ar -- "
+                      "'--(?:plugin|models) \\S+' | string split ' ')",
+                      '    ' + command.strip(), 'end']
+    takes = {n for _, command in commands(program) for o in flags(command) if o['takesValue'] for n in o['names']}
+    completions = [f'complete -c {name} {text}' for text in fish_completions(program)]
+    return FISH % {'name': name, 'asked': '\n'.join(asked + ['']), 'takes': ' '.join(sorted(takes)),
+                   'completions': '\n'.join(completions)}
 
 
 # ---- zsh
@@ -180,13 +237,18 @@ def zsh_option(name, option):
     return [f"'{'*' if option['isList'] else ''}{n}[{said}]{value}'" for n in option['names']]
 
 
-def zsh_arguments(name, command, verb):
+def zsh_arguments(program, words, command):
+    name = program['name']
     specs = [spec for option in flags(command) for spec in zsh_option(name, option)]
-    kinds = {place: kind for (of, of_verb, place), kind in POSITIONALS.items() if (of, of_verb) == (name, verb)}
+    if command['verbs']:
+        listed = ' '.join(f'{v["name"]}\\:"{zsh_quoted(v["description"])}"' for v in command['verbs'])
+        specs += [f"'1:verb:(({listed}))'", "'*:: :->arguments'"]
+    kinds = places(program, words, command)
     for place in range(max(kinds, default=-1) + 1):
         kind = kinds.get(place)
-        specs.append(f"'{place + 1}:{kind or 'address'}:{f' _{name}_asked {kind}' if kind else ' '}'")
-    return ' \\\n                '.join(['_arguments'] + specs)
+        action = '_files' if kind == 'files' else f' _{name}_asked {kind}' if kind else ' '
+        specs.append(f"'{place + 1}:{kind or 'address'}:{action}'")
+    return ' \\\n                '.join(['_arguments -C' if command['verbs'] else '_arguments'] + specs)
 
 
 def zsh(program):
@@ -194,7 +256,8 @@ def zsh(program):
     asked = '\n'.join(f'        {kind}) found=($({command.strip()})) ;;' for kind, command in ASKED.items()
                       if command.startswith(name)).replace('$common', '${=common}')
     listed = '\n'.join(f"        '{v['name']}:{zsh_quoted(v['description'])}'" for v in verbs)
-    by_verb = '\n'.join(f'            {v["name"]})\n                {zsh_arguments(name, v, v["name"])} ;;' for v in verbs)
+    by_words = '\n'.join(f'        "{words}")\n            {zsh_arguments(program, words, command)} ;;'
+                         for words, command in commands(program) if words)
     own = ' \\\n        '.join(spec for option in flags(program) for spec in zsh_option(name, option))
     return f'''#compdef {name}
 # Completion of {name} for zsh.
@@ -208,6 +271,15 @@ _{name}_asked() {{
     compadd -a found
 }}
 
+# What stands behind the words in $1.
+_{name}_behind() {{
+    local state line
+    case $1 in
+{by_words}
+    esac
+    [[ $state == arguments ]] && _{name}_behind "$1 $words[1]"
+}}
+
 _{name}() {{
     local -a verbs
     local state line
@@ -219,10 +291,7 @@ _{name}() {{
         '1: :->verb' '*:: :->arguments' && return
     case $state in
         verb) _describe verb verbs ;;
-        arguments)
-            case $words[1] in
-{by_verb}
-            esac ;;
+        arguments) _{name}_behind "$words[1]" ;;
     esac
 }}
 

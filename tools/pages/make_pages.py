@@ -97,10 +97,10 @@ class Pages:
         body += ['.SH DESCRIPTION', *roff.prose(parts['said'] if verb else own['description'] + '\n\n' + parts['said'])]
         if not parts['said'] and verb:
             body += roff.prose(verb['description'] + '.')
-        if not verb and own['verbs']:
+        if own['verbs']:
             body += ['.SS Verbs']
             for other in own['verbs']:
-                body += ['.TP', f'\\fB{roff.escaped(other["name"])}\\fR', roff.line(roff.escaped(other['description'] + '.'))]
+                body += self.verb_of(other) if verb else self.verb_item(other['name'], other)
         body += ['.SH OPTIONS', *options_of([o for o in own['options'] if is_own(o)])]
         if verb and (shared := [o for o in own['options'] if not is_own(o)]):
             body += ['.SS "Of every verb"', *options_of(shared)]
@@ -110,13 +110,27 @@ class Pages:
             body += roff.prose(parts['status'])
         body += list_section('ENVIRONMENT', texts.ENVIRONMENT[program['name']])
         body += list_section('FILES', texts.FILES[program['name']], **self.places)
-        examples = [text.strip() for text in parts['examples'].splitlines()] or [f'{program["name"]} {own["name"]}']
+        footers = [own['footer']] + [v['footer'] for v in own['verbs'] if verb]
+        examples = list(dict.fromkeys(text.strip() for footer in footers
+                                      for text in parts_of(footer)['examples'].splitlines())) or [f'{program["name"]} {own["name"]}']
         body += ['.SH EXAMPLES', *roff.indented(examples)]
         others = [f'{program["name"]}(1)'] if verb else []
         if not verb and program['name'] == 'vornhost':
             others = [f'vornhost-{v["name"]}(1)' for v in program['verbs']]
         body += see_also(others + texts.SEE_ALSO[program['name']])
         self.write(name, 1, summary[0].lower() + summary[1:], body)
+
+    @staticmethod
+    def verb_item(head, verb):
+        return ['.TP', f'\\fB{roff.escaped(head)}\\fR', roff.line(roff.escaped(verb['description'] + '.'))]
+
+    def verb_of(self, verb):
+        """A verb of a verb, which has no page of its own."""
+        said = parts_of(verb['footer'])
+        operands = [o['positional'] + ('...' if o['isList'] else '') for o in verb['options'] if o['positional']]
+        return [*self.verb_item(' '.join([verb['name']] + operands), verb), '.RS',
+                *roff.prose('\n\n'.join(filter(None, (said['said'], said['status'])))),
+                *options_of([o for o in verb['options'] if o['names'] and '--help' not in o['names']]), '.RE']
 
     def synopsis(self, program, verb):
         words = [f'.B {program["name"]}'] + ([f'.B {verb["name"]}'] if verb else []) + ['[\\fIOPTIONS\\fR]']
@@ -129,7 +143,7 @@ class Pages:
                 words.append(f'\\fI{value}\\fR' if option['required'] else f'[\\fI{value}\\fR]')
             elif option['required']:
                 words.append(names_of(option))
-        if not verb and program['verbs']:
+        if own['verbs']:
             words.append('\\fIVERB\\fR [\\fIARGUMENTS\\fR]' if program['name'] == 'vornhost' else '[\\fBfaults\\fR]')
         return ['.SH SYNOPSIS', *words]
 
