@@ -208,7 +208,7 @@ private:
             return reply;
         }
         if (!received.hasWholeHeader()) // libcurl takes a connection that ends there for the end of the reply
-            return NoStatus({received.hasBegun() ? HttpFailure::Cut : HttpFailure::Dropped, CutText});
+            return NoStatus(BrokenOff(true));
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         if (status < LowestStatus || status > HighestStatus) // libcurl takes any number there

@@ -32,8 +32,6 @@ constexpr struct {
 } Failures[] = {
     {CURLE_COULDNT_RESOLVE_HOST, HttpFailure::NameNotFound, "host not found"},
     {CURLE_COULDNT_CONNECT, HttpFailure::Unreachable, nullptr},
-    {CURLE_GOT_NOTHING, HttpFailure::Dropped, CutText},
-    {CURLE_PARTIAL_FILE, HttpFailure::Cut, CutText},
     {CURLE_WEIRD_SERVER_REPLY, HttpFailure::NotHttp, NotHttpText},
     {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
 };
@@ -50,6 +48,12 @@ bool NamesAPacking(std::string_view line) {
 }
 
 } // namespace
+
+SHttpNoStatus BrokenOff(bool hasReplyBegun) {
+    if (hasReplyBegun)
+        return {HttpFailure::Cut, "connection closed in the middle of the reply"};
+    return {HttpFailure::Dropped, "connection closed before the reply"};
+}
 
 std::string TimedOutText(milliseconds time) {
     return "timed out after " + TimeText(time);
@@ -134,9 +138,8 @@ SHttpNoStatus CHttpReception::timeOut(CURL* curl, milliseconds time) const {
 
 SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* detail,
                                         milliseconds timeOut) const {
-    const HttpFailure broken = isReplyBegun() ? HttpFailure::Cut : HttpFailure::Dropped;
-    if (rounds_.refusedRepetition())
-        return {HttpFailure::Dropped, CutText};
+    if (rounds_.refusedRepetition() || code == CURLE_GOT_NOTHING)
+        return BrokenOff(false);
     if (rounds_.foundStrayFold())
         return {HttpFailure::NotHttp, NotHttpText};
     if (isBodyTooLarge_)
@@ -156,8 +159,9 @@ SHttpNoStatus CHttpReception::failureOf(CURL* curl, CURLcode code, const char* d
     if (code == CURLE_COULDNT_CONNECT && IsOutOfDescriptors())
         return {HttpFailure::OwnLimit, OwnLimitText};
     const bool isReset = systemError == ECONNRESET; // also as soon as it had taken the connection
-    if (code == CURLE_SEND_ERROR || ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset))
-        return {broken, CutText};
+    if (code == CURLE_SEND_ERROR || code == CURLE_PARTIAL_FILE ||
+        ((code == CURLE_RECV_ERROR || code == CURLE_COULDNT_CONNECT) && isReset))
+        return BrokenOff(isReplyBegun());
     const std::string own = *detail ? detail : curl_easy_strerror(code);
     for (const auto& row : Failures)
         if (row.code == code)

@@ -13,7 +13,6 @@
 
 namespace corvane::refhost {
 
-inline constexpr const char* CutText = "connection closed in the middle of the reply";
 inline constexpr const char* NotHttpText = "the reply is not HTTP";
 std::string TimedOutText(std::chrono::milliseconds time);
 
@@ -22,6 +21,9 @@ struct SHttpNoStatus {
     HttpFailure kind;
     std::string text;
 };
+
+// The connection is closed or reset.
+SHttpNoStatus BrokenOff(bool hasReplyBegun);
 
 // What arrives of one reply: every byte of it counts, those of headers and trailers too. Used on the thread
 // of the exchange.
@@ -38,7 +40,6 @@ public:
     // Before the transfer; it is told about that until its end.
     void watch(CURL* curl);
 
-    bool hasBegun() const { return headerSize_ > 0; }
     bool hasWholeHeader() const { return headersEnded_; }
     bool wasEnough() const { return wasEnough_; }
     std::string takeBody() { return std::move(body_); }

@@ -42,7 +42,7 @@ TEST_F(Transport, OnlyStatus200IsSuccess) {
         {HttpReply(401), "10 4 CGI request failed !!", "10 4 HTTP status 401 Unauthorized"},
         {HttpReply(404), "2 4 CGI request failed !!", "2 4 HTTP status 404 Not Found"},
         {HttpReply(599, "x"), "2 4 CGI request failed !!", "2 4 HTTP status 599"},
-        {"", "7 4 CGI request failed !!", "7 4 connection closed in the middle of the reply"},
+        {"", "7 4 CGI request failed !!", "7 4 connection closed before the reply"},
         {"garbage\r\n", "7 4 CGI request failed !!", "7 4 the reply is not HTTP"},
         {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\ncut", "7 4 CGI request failed !!",
          "7 4 connection closed in the middle of the reply"},

@@ -273,9 +273,8 @@ TEST(HttpRequests, ARequestThatHasLeftIsSentOnce) {
         std::string response;
         const auto connect = [&] { ASSERT_THAT(Get(device.address(), response, "/first"), IsSuccess()); };
         connect();
-        EXPECT_THAT(
-            Get(device.address(), response, "/move"),
-            IsError(RtnCode::NotAccessible, Origin::Device, "connection closed in the middle of the reply"));
+        EXPECT_THAT(Get(device.address(), response, "/move"),
+                    IsError(RtnCode::NotAccessible, Origin::Device, "connection closed before the reply"));
         connect();
         CHttpInterface client("admin", "secret");
         ASSERT_EQ(client.Initialize(), 0);
