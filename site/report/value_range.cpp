@@ -20,12 +20,16 @@ std::optional<double> NumberOf(const std::string& text) {
     return isPlain && *end == '\0' ? std::optional(number) : std::nullopt;
 }
 
-// The pixels of "WIDTHxHEIGHT".
+// Of "WIDTHxHEIGHT".
+std::optional<double> WidthOf(const std::string& text) {
+    return NumberOf(text.substr(0, text.find('x')));
+}
+
 std::optional<double> PixelsOf(const std::string& text) {
     const std::size_t by = text.find('x');
     if (by == std::string::npos)
         return std::nullopt;
-    const auto width = NumberOf(text.substr(0, by));
+    const auto width = WidthOf(text);
     const auto height = NumberOf(text.substr(by + 1));
     return width && height ? std::optional(*width * *height) : std::nullopt;
 }
@@ -68,8 +72,15 @@ bool CValueRange::allows(const std::string& value, bool fromNothing) const {
         highest = std::max(highest.value_or(*number), *number);
     }
     const auto asked = measure(value);
-    const bool hasLowest = measure == NumberOf && !fromNothing;
-    return asked && *asked <= *highest && (!hasLowest || *asked >= *lowest) && *asked > 0;
+    const bool isResolution = measure == PixelsOf;
+    const bool isLarge = isResolution ? isAsWideAsOne(value) : fromNothing || (asked && *asked >= *lowest);
+    return asked && *asked <= *highest && isLarge && *asked > 0;
+}
+
+// Another image ratio gives another height.
+bool CValueRange::isAsWideAsOne(const std::string& resolution) const {
+    return std::any_of(values_.begin(), values_.end(),
+                       [&](const std::string& one) { return WidthOf(one) <= WidthOf(resolution); });
 }
 
 bool CValueRange::isRounded(const std::string& asked, const std::string& reported) const {

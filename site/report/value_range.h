@@ -17,8 +17,8 @@ public:
                                const std::string& step);
 
     // Whether the camera can be asked for it. Between the lowest and the highest a value is rounded, so it
-    // has to be no step; a resolution ("WIDTHxHEIGHT") must not be larger than the largest.
-    // `fromNothing`: from any number above 0 on, instead of the lowest.
+    // has to be no step; a resolution ("WIDTHxHEIGHT") must not be larger than the largest, nor less wide
+    // than the narrowest. `fromNothing`: from any number above 0 on, instead of the lowest.
     bool allows(const std::string& value, bool fromNothing = false) const;
 
     // Whether a camera that was asked for one number, which it does not have, may report the other: none of
@@ -32,6 +32,7 @@ public:
 
 private:
     bool isKnown() const { return !values_.empty(); }
+    bool isAsWideAsOne(const std::string& resolution) const;
 
     bool isList_ = true;
     Texts values_;
