@@ -157,10 +157,18 @@ void AddChoice(CLI::App& app, const std::string& name, Value& value, const Choic
         ->default_str(preset);
 }
 
-// A range that help does not spell out; an error does.
+// A range that help does not spell out; an error does. CLI::Range takes "nan" for a number between any two.
 template <typename Number>
 CLI::Validator Between(Number lowest, Number highest) {
-    return CLI::Range(lowest, highest).description("");
+    return {[=](const std::string& text) {
+                Number number{};
+                const bool isWithin =
+                    CLI::detail::lexical_cast(text, number) && lowest <= number && number <= highest;
+                return isWithin ? ""
+                                : "Value " + text + " not in range " + CLI::detail::to_string(lowest) +
+                                      " to " + CLI::detail::to_string(highest);
+            },
+            ""};
 }
 
 // Each time the option is given adds one entry.

@@ -1,5 +1,7 @@
 #include "tools/vornhost/verbs/options.h"
 
+#include "tools/vornhost/verbs/number_range.h"
+
 #include <CLI/CLI.hpp>
 
 namespace corvane::vornhost {
@@ -15,15 +17,13 @@ constexpr double LongestTimeout = 60 * 60;
 } // namespace
 
 CLI::Option* DeclareInput(CLI::App& command, int& input, const std::string& description) {
-    return command.add_option("--input", input, description)
-        ->type_name("N")
-        ->check(CLI::Range(0, HighestInput).description(""));
+    return command.add_option("--input", input, description)->type_name("N")->check(Between(0, HighestInput));
 }
 
 void DeclareSeconds(CLI::App& command, std::optional<double>& seconds, const std::string& description) {
     command.add_option("--seconds", seconds, description)
         ->type_name("S")
-        ->check(CLI::Range(LeastSeconds, MostSeconds).description(""));
+        ->check(Between(LeastSeconds, MostSeconds));
 }
 
 void DeclareOptions(CLI::App& command, SOptions& options) {
@@ -38,7 +38,7 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
     command
         .add_option("--rtsp-port", options.rtspPort, "The port of every stream, whatever the model list says")
         ->type_name("N")
-        ->check(CLI::Range(1, HighestPort).description(""));
+        ->check(Between(1, HighestPort));
     command.add_option("--user", options.user, "User name (else VORNHOST_USER, else the family's default)")
         ->type_name("NAME");
     command
@@ -54,11 +54,11 @@ void DeclareOptions(CLI::App& command, SOptions& options) {
         .add_option("--log-level", options.logLevel,
                     "The lowest level of log lines shown: 1 details, 2 notices, 3 failures (default), 4 none")
         ->type_name("N")
-        ->check(CLI::Range(0, HighestLogLevel).description(""));
+        ->check(Between(0, HighestLogLevel));
     command
         .add_option("--timeout", options.timeout, "Wait no longer than S seconds for an answer of the camera")
         ->type_name("S")
-        ->check(CLI::Range(LeastSeconds, LongestTimeout).description(""));
+        ->check(Between(LeastSeconds, LongestTimeout));
     command.add_flag("--no-initialize", options.noInitialize,
                      "Make the camera object, and skip its initialisation");
 }

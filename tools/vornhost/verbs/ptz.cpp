@@ -3,6 +3,7 @@
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/ptz/ptz_drive.h"
 #include "tools/vornhost/verbs/device_verb.h"
+#include "tools/vornhost/verbs/number_range.h"
 
 #include <CLI/CLI.hpp>
 
@@ -29,7 +30,7 @@ public:
         CDeviceVerb::declare(command);
         command.add_option("--speed", speed_, "The speed to begin with, 1 to 100 (default 50)")
             ->type_name("N")
-            ->check(CLI::Range(SlowestPtzSpeed, FastestPtzSpeed).description(""));
+            ->check(Between(SlowestPtzSpeed, FastestPtzSpeed));
         command.footer(PtzHelp);
     }
 

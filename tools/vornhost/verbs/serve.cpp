@@ -1,6 +1,7 @@
 #include "tools/vornhost/verbs/serve.h"
 
 #include "site/text_file.h"
+#include "tools/vornhost/verbs/number_range.h"
 #include "tools/vornhost/verbs/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -99,7 +100,7 @@ public:
             .add_option("--drift-minutes", options_.driftMinutes,
                         "How often each camera is held against the site file (default: 60)")
             ->type_name("N")
-            ->check(CLI::Range(LeastMinutes, MostMinutes).description(""));
+            ->check(Between(LeastMinutes, MostMinutes));
         command.add_flag("--no-page", options_.noPage, "Serve programs only");
         command.footer(ServeHelp);
     }

@@ -6,6 +6,7 @@
 #include "tools/vornhost/site/site_run.h"
 #include "tools/vornhost/site/site_survey.h"
 #include "tools/vornhost/site/site_sync.h"
+#include "tools/vornhost/verbs/number_range.h"
 #include "tools/vornhost/verbs/options.h"
 #include "tools/vornhost/verbs/verb.h"
 
@@ -79,7 +80,7 @@ public:
             ->add_option("--max-changes", syncOptions_.mostChanges,
                          "Stop before the first write when more cameras would change")
             ->type_name("N")
-            ->check(CLI::Range(0, MostCameras));
+            ->check(Between(0, MostCameras));
         sync_->add_flag("--one-first", syncOptions_.oneFirst,
                         "One camera, then a check of it, then the others");
         declareVerb(command, "events", "The alarm inputs of all, as JSON lines", events_, EventsHelp);
@@ -152,7 +153,7 @@ private:
         verb.add_option("--jobs", siteOptions_.jobs, "Cameras at once")
             ->capture_default_str()
             ->type_name("N")
-            ->check(CLI::Range(1, MostJobs));
+            ->check(Between(1, MostJobs));
     }
 
     SSiteOptions siteOptions_;
