@@ -6,9 +6,9 @@
 #include "service/camera_detail.h"
 #include "service/problem_answer.h"
 #include "site/calls/answer_text.h"
-#include "site/calls/call.h"
 #include "site/cameras/site_wish.h"
 #include "site/diagnosis/diagnosis.h"
+#include "site/session/answered_call.h"
 #include "site/text_file.h"
 
 #include <microhttpd.h>
@@ -23,8 +23,6 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr std::size_t MostArguments = 64;
-constexpr const char* ControllerPrefix = "controller.";
-constexpr const char* HandlerPrefix = "handler.";
 
 struct SAsked {
     std::string operation;
@@ -123,7 +121,7 @@ site::SStreamWish StreamWish(const std::string& name, const ordered_json& record
 // The camera object has operations of its own for the head, beside those of the controller.
 bool UsesHead(const std::string& operation) {
     const bool isOfHead =
-        operation.rfind(ControllerPrefix, 0) == 0 || operation.find("Ptz") != std::string::npos;
+        operation.rfind(site::ControllerPrefix, 0) == 0 || operation.find("Ptz") != std::string::npos;
     return isOfHead && IsWriting(operation);
 }
 
@@ -200,7 +198,7 @@ const char* WhyNotOffered(const site::SOperation& operation) {
     });
     if (takesAddress)
         return "cameras are reached by name only";
-    if (operation.name.rfind(HandlerPrefix, 0) == 0)
+    if (operation.name.rfind(site::HandlerPrefix, 0) == 0)
         return "the plug-in belongs to all cameras; what it tells is not a camera's";
     if (std::find(Beginnings.begin(), Beginnings.end(), operation.name) != Beginnings.end())
         return "the service begins with a camera by itself";
@@ -225,11 +223,7 @@ SHttpAnswer AnswerCall(const SKeptOne& one, const ordered_json& body, Role role,
                 reason && operation.name == call.operation)
                 throw CRefusal(MHD_HTTP_FORBIDDEN, reason);
         const std::lock_guard<std::mutex> calling(one.camera->writing());
-        session->session().exchanges().takeFailing();
-        const site::STimedAnswer answer = MakeCall(operations, call);
-        const auto problem = ProblemOf(session->session(), call.operation, answer.answer);
-        const ordered_json told =
-            AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json());
+        const ordered_json told = CallOn(session->session(), call).toJson(call);
         return SHttpAnswer::of(MHD_HTTP_OK, JsonType, refhost::MaskSecrets(refhost::JsonText(told)));
     } catch (const site::COperationError& error) {
         return JsonAnswer(site::ErrorJson(asked.operation, error.what()), MHD_HTTP_BAD_REQUEST);

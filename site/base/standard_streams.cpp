@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <iostream>
 #include <mutex>
 #include <pthread.h>
@@ -29,9 +30,9 @@ std::atomic<bool> hasSpoken{false};
 
 // The error number of the write that failed, or 0.
 int WriteAll(int file, const std::string& text) {
-    hasSpoken = true;
     std::size_t written = 0;
     while (written < text.size()) {
+        hasSpoken = true;
         const ssize_t count = ::write(file, text.data() + written, text.size() - written);
         if (count >= 0)
             written += static_cast<std::size_t>(count);
@@ -67,6 +68,12 @@ void WriteOutput(const std::string& lines) {
 
 void WriteMessage(const std::string& lines) {
     WriteAll(STDERR_FILENO, refhost::MaskSecrets(lines));
+}
+
+void OccupyClosedStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0)
+            (void)::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 bool HasSpoken() {

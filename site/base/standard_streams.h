@@ -14,6 +14,10 @@ void WriteOutput(const std::string& lines);
 // Writes whole lines to standard error, secrets masked.
 void WriteMessage(const std::string& lines);
 
+// Where a standard stream is closed, what is opened next would take its place. From now on it cannot be used,
+// and whoever uses it is told. Called before anything is opened.
+void OccupyClosedStreams();
+
 // Whether either has written anything yet.
 bool HasSpoken();
 

@@ -9,6 +9,12 @@
 
 namespace corvane::site {
 
+// What the names of the operations begin with that are none of the camera object's.
+inline constexpr const char* ControllerPrefix = "controller.";
+inline constexpr const char* HandlerPrefix = "handler.";
+inline constexpr const char* SettingPrefix = "setting.";
+inline constexpr const char* CapabilityPrefix = "capability.";
+
 struct SCall {
     std::string operation;
     Texts arguments;

@@ -22,7 +22,7 @@ constexpr SGuide Guides[] = {
     {"preInit_getUnitModelName", "Asks the camera for its model number, before it is initialised."},
     {"customInitialize", "The plug-in's own part of the initialisation: settings, capability, inputs."},
     {"testAuthentication", "Proves the credentials with the model list's test request."},
-    {"getUnitModelName", "The model number, without its prefix."},
+    {"getUnitModelName", "The model number, as the camera tells it."},
     {"isUnitModelSupported", "Whether this model is supported: 1 or 0."},
     {"isUnitFirmwareSupported", "Whether this firmware is supported: 1 or 0."},
     {"getUnitFirmwareVersion", "The firmware's version, from the camera's identity."},

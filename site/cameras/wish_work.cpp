@@ -1,7 +1,7 @@
 #include "site/cameras/wish_work.h"
 
-#include "site/calls/call.h"
 #include "site/cameras/site_wish.h"
+#include "site/session/answered_call.h"
 
 #include <nlohmann/json.hpp>
 

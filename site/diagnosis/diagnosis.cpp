@@ -293,7 +293,9 @@ ordered_json ProblemObject(const SDiagnosis& diagnosis) {
     ordered_json problem{{"cause", diagnosis.cause}, {"certain", diagnosis.isCertain}};
     if (!diagnosis.phase.empty())
         problem["phase"] = diagnosis.phase;
-    problem.update({{"asked", diagnosis.request}, {"answered", diagnosis.reply}, {"try", diagnosis.advice}});
+    problem.update({{"asked", refhost::MaskSecrets(diagnosis.request)},
+                    {"answered", diagnosis.reply},
+                    {"try", diagnosis.advice}});
     return problem;
 }
 

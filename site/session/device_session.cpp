@@ -5,8 +5,6 @@
 #include "site/base/standard_streams.h"
 #include "site/session/identification.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace corvane::site {
@@ -50,44 +48,6 @@ std::string ListedNumber(const CVornModelList& models, const std::string& report
         if (number.size() > listed.size() && endsWith(number))
             listed = number;
     return listed;
-}
-
-bool BeginsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
-
-constexpr const char* CapabilityPrefix = "capability.";
-
-// The settings are fetched beside everything else, so that their failure says nothing of an answer that has
-// come without them.
-bool RestsOnSettings(const std::string& operation) {
-    const std::string without[] = {CapabilityPrefix,
-                                   "controller.",
-                                   "handler.",
-                                   "setting.CameraHttp",
-                                   "setting.GetCameraInfo",
-                                   "setting.ReloadSetting",
-                                   "setting.SetCameraSetting",
-                                   "To",
-                                   "addPtz",
-                                   "callPtz",
-                                   "getPtzPan",
-                                   "getPtzPos",
-                                   "getPtzTilt",
-                                   "getPtzZoom",
-                                   "getUnit",
-                                   "isUnit",
-                                   "rebootDevice",
-                                   "setAbsolutePtz",
-                                   "setContinuousPtz",
-                                   "setLens",
-                                   "setPtz",
-                                   "setRelativePtz",
-                                   "setVpa",
-                                   "testAuthentication"};
-    return std::none_of(std::begin(without), std::end(without), [&operation](const std::string& beginning) {
-        return BeginsWith(operation, beginning);
-    });
 }
 
 } // namespace
@@ -313,20 +273,6 @@ std::optional<SDiagnosis> CDeviceSession::initialize() {
     if (!context_->getAuthentication().isSet())
         error = camera_->testAuthentication();
     return Diagnose(Occasion::Initialisation, error, exchanges_);
-}
-
-std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const std::string& operation,
-                                    const SAnswer& answer) {
-    // A camera that has been set, and a record that is to follow it, are no failure, whatever their code is.
-    const bool isSet = answer.error && answer.error->getText() == vorn_camera_base::v1_0::NeedWriteBack;
-    if (answer.error && *answer.error && !isSet)
-        return Diagnose(Occasion::Call, *answer.error, session.exchanges());
-    auto failed = session.exchanges().lastFailingOwn();
-    if (!failed && RestsOnSettings(operation))
-        failed = session.exchanges().failedSettings();
-    if (!failed && BeginsWith(operation, CapabilityPrefix))
-        failed = session.exchanges().failedCapability();
-    return failed ? std::optional(DiagnoseExchange(*failed, session.exchanges())) : std::nullopt;
 }
 
 } // namespace corvane::site

@@ -142,9 +142,4 @@ private:
     mutable std::unique_ptr<COperationRegistry> operations_; // of all three and the handler; null: to be made
 };
 
-// What is wrong with an operation's answer: why the call failed, or what failed that it rests on; nothing
-// where all is well. The exchanges of earlier calls have been taken.
-std::optional<SDiagnosis> ProblemOf(const CDeviceSession& session, const std::string& operation,
-                                    const SAnswer& answer);
-
 } // namespace corvane::site

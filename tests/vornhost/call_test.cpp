@@ -43,6 +43,20 @@ TEST(Call, AFailedCallEndsWith1AndIsDiagnosed) {
     EXPECT_EQ(answer.at("problem").at("cause"), "busy");
     EXPECT_THAT(run.err, HasSubstr("says that it is busy"));
     EXPECT_THAT(run.err, HasSubstr("GET http://" + camsim.address() + "/cgi-bin/nothing"));
+    const SRun secret = Vornhost({"call", "--json", camsim.address(), "setting.CameraHttpPost",
+                                  "/cgi-bin/nothing", "pass=12345", "4"});
+    EXPECT_THAT(json::parse(secret.out).at("problem").at("asked"), testing::EndsWith("with pass=***"));
+}
+
+// The handler may be asked for another device than the one that the call is on.
+TEST(Call, TheHandlersIsDiagnosedAtTheAddressThatItAsks) {
+    const CCamsim camsim;
+    for (const char* operation :
+         {"handler.testAuthentication", "handler.queryDevice", "handler.queryVornDevice"}) {
+        const SRun run = Vornhost({"--json", "call", camsim.address(), operation, "127.0.0.1:1"});
+        EXPECT_EQ(run.status, 1) << run.out;
+        EXPECT_EQ(json::parse(run.out).at("problem").at("cause"), "refused") << run.out;
+    }
 }
 
 TEST(Call, AGivenModelIsTakenAndKeepsThePrefixOfTheCamerasOwnName) {
@@ -118,8 +132,8 @@ TEST(Sync, HoldsTheCameraToWhatWasAsked) {
         arguments.insert(arguments.end(), more.begin(), more.end());
         return Vornhost(arguments);
     };
-    for (const char* record : {"frameRate=abc", "frameRate=1000", "resolution=640", "resolution=9999x9999",
-                               "keyFrameInterval=x"}) {
+    for (const char* record : {"frameRate=abc", "frameRate=1000", "resolution=640", "resolution=1x1",
+                               "resolution=9999x9999", "keyFrameInterval=x"}) {
         const SRun run = sync(record);
         EXPECT_EQ(run.status, 1) << record;
         EXPECT_EQ(json::parse(run.out).at("problem").at("cause"), "wrong-value") << record;
@@ -129,11 +143,12 @@ TEST(Sync, HoldsTheCameraToWhatWasAsked) {
     EXPECT_EQ(sync("frameRate=12").status, 0);
     // H.264 has no quality at a camera, which a record may hold all the same.
     EXPECT_EQ(json::parse(sync("frameRate=10;quality=60").out).at("notSent"), json({"quality"}));
-    // A call that has set the camera has not failed, whatever its code is.
+    // A call that has set the camera has no problem, though its code is none of success.
     const SRun call = Vornhost({"--json", "call", camsim.address(), "syncVideoCodecProperties",
                                 "frameRate=15;resolution=640x480;keyFrameInterval=15", "0,h264,0"});
     EXPECT_EQ(json::parse(call.out).at("code"), 2) << call.out;
     EXPECT_FALSE(json::parse(call.out).contains("problem")) << call.out;
+    EXPECT_EQ(call.status, 1);
     camsim.post("/faults", {{"name", "write-ignored"}});
     const SRun ignored = sync("frameRate=5");
     EXPECT_EQ(ignored.status, 1);
@@ -155,6 +170,9 @@ TEST(Record, GoesToStandardOutputAndIntoNoOtherContainer) {
         Vornhost({"record", camsim.address(), "--stream", "0,h264,0", "--output", "/tmp/picture.MP4"});
     EXPECT_EQ(other.status, 2);
     EXPECT_THAT(other.err, HasSubstr(".mkv"));
+    const SRun nowhere = Vornhost({"record", camsim.address(), "--stream", "1,h264,0", "--output", "-"});
+    EXPECT_EQ(nowhere.status, 2);
+    EXPECT_THAT(nowhere.err, HasSubstr("1 video input"));
 }
 
 } // namespace

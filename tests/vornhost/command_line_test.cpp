@@ -23,6 +23,7 @@ TEST(CommandLine, WrongUsageEndsWith2AndTellsWhatWasExpected) {
         {{"frobnicate"}, {"expected a verb", "frobnicate"}},
         {{"--frobnicate", "models"}, {"--frobnicate"}},
         {{"--log-level", "x", "models"}, {"--log-level", "x", "0 to 4"}},
+        {{"--timeout", "nan", "show", Nobody}, {"--timeout", "nan", "0.1 to 3600"}},
         {{"show"}, {"ADDRESS"}},
         {{"show", Nobody, "more"}, {"more"}},
         {{"call", Nobody}, {"OPERATION"}},
@@ -102,6 +103,20 @@ TEST(CommandLine, WhatIsWrongOnThisSideHasItsCause) {
         EXPECT_EQ(json::parse(run.out).at("problem").at("cause"), row.cause) << run.out;
         EXPECT_THAT(run.err, HasSubstr("vornhost: "));
     }
+    // What is always for programs.
+    EXPECT_EQ(json::parse(Vornhost({"--plugin", torn, "script", Nobody}).out).at("problem").at("cause"),
+              "no-plugin");
+    EXPECT_EQ(json::parse(Vornhost({"events", Nobody}).out).at("event"), "problem");
+    const json call = json::parse(Vornhost({"--json", "call", Nobody, "getUnitModelNam"}).out);
+    EXPECT_EQ(call.at("operation"), "getUnitModelNam");
+    EXPECT_THAT(call.at("error"), HasSubstr("did you mean getUnitModelName"));
+    EXPECT_EQ(call.at("problem").at("cause"), "wrong-usage");
+}
+
+// What is opened next must not take the place of an output that is closed.
+TEST(CommandLine, AClosedOutputIsAFailure) {
+    const std::string closed = std::string(std::getenv("VORN_BIN")) + "/vornhost models >&- 2>/dev/null";
+    EXPECT_EQ(WEXITSTATUS(std::system(closed.c_str())), 1);
 }
 
 TEST(CommandLine, HelpNamesEveryVerbAndEveryVerbHasHelp) {

@@ -95,6 +95,18 @@ TEST(Script, CredentialsChangeFromALineOn) {
     EXPECT_THAT(lines[5].at("error"), HasSubstr("PASSWORD_FILE"));
 }
 
+// A plain value does not say that nothing could be asked.
+TEST(Script, WithoutCredentialsAValueHasItsProblem) {
+    const CCamsim camsim;
+    const SRun run = Vornhost({"script", camsim.address()}, "credentials none\n"
+                                                            "setting.getDetailsFromSetdata\n"
+                                                            "getCameraName 0\n");
+    EXPECT_EQ(run.status, 1);
+    const std::vector<json> lines = JsonLines(run.out);
+    EXPECT_EQ(lines.at(0).at("problem").at("cause"), "no-credentials") << run.out;
+    EXPECT_FALSE(lines.at(1).contains("problem")) << run.out; // it is known
+}
+
 TEST(Script, ANewCameraObjectIsInitialisedUnlessNoneIs) {
     const CCamsim camsim({"--auth", "none"}); // no rounds of a challenge among the requests
     const auto capabilityRequests = [&camsim] {

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <optional>
+#include <utility>
 
 namespace corvane::vornhost {
 namespace {
@@ -33,11 +35,13 @@ STold Told(const CFailure& failure, int argc, char** argv) {
             isForPrograms ? ProblemLine(problem) : ""};
 }
 
-ExitStatus Tell(const CFailure& failure, int argc, char** argv) {
-    const STold told = Told(failure, argc, argv);
+// A verb may have a line of its own.
+ExitStatus Tell(const CFailure& failure, STold told, const std::optional<CCommandLine>& commandLine) {
+    if (commandLine)
+        if (std::string line = commandLine->failureLine(DiagnoseOwn(failure)); !line.empty())
+            told.line = std::move(line);
     WriteMessage(told.message);
-    if (!told.line.empty())
-        WriteOutput(told.line);
+    WriteOutput(told.line);
     return failure.status();
 }
 
@@ -48,19 +52,24 @@ CFailure Limit(const std::string& what) {
 } // namespace
 
 ExitStatus RunProgram(int argc, char** argv) {
+    OccupyClosedStreams();
+    std::optional<CCommandLine> commandLine;
+    const auto tell = [&](const CFailure& failure) {
+        return Tell(failure, Told(failure, argc, argv), commandLine);
+    };
     try {
         const STold exhaustion = Told(Limit("a library gets no memory, thread or descriptor"), argc, argv);
         TellExhaustion(exhaustion.message, exhaustion.line);
         const CSignalThread signals;
-        return CCommandLine().run(argc, argv);
+        return commandLine.emplace().run(argc, argv);
     } catch (const CFailure& failure) {
-        return Tell(failure, argc, argv);
+        return tell(failure);
     } catch (const std::bad_alloc&) {
-        return Tell(Limit("no memory"), argc, argv);
+        return tell(Limit("no memory"));
     } catch (const boost::thread_resource_error& failure) {
-        return Tell(Limit(failure.what()), argc, argv);
+        return tell(Limit(failure.what()));
     } catch (const std::system_error& failure) {
-        return Tell(Limit(failure.code().message()), argc, argv);
+        return tell(Limit(failure.code().message()));
     } catch (const std::exception& failure) {
         WriteMessage(std::string("vornhost: unexpected failure: ") + PrintableText(failure.what()) + "\n");
         return ExitStatus::CallFailed;

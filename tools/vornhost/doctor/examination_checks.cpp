@@ -4,9 +4,9 @@
 
 #include "site/base/elapsed.h"
 #include "site/base/terminal_text.h"
-#include "site/calls/call.h"
 #include "site/cameras/drift.h"
 #include "site/diagnosis/reply_checks.h"
+#include "site/session/answered_call.h"
 #include "site/session/identification.h"
 #include "tools/vornhost/doctor/camera_clock.h"
 #include "tools/vornhost/names.h"

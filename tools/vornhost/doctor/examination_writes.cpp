@@ -2,7 +2,7 @@
 
 #include "tools/vornhost/doctor/examination.h"
 
-#include "site/calls/call.h"
+#include "site/session/answered_call.h"
 #include "tools/vornhost/names.h"
 
 #include <chrono>

@@ -43,8 +43,9 @@ void CBackgroundCalls::answered(const CDeviceSession& session, const SCall& call
     // What was taken back is no fault of the camera's.
     const bool isFault =
         !answer.succeeded() && answer.answer.error->getText() != device_handler::v1_0::Cancelled().getText();
-    const auto problem = isFault ? ProblemOf(session, call.operation, answer.answer) : std::nullopt;
-    WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
+    const SAnsweredCall told{answer,
+                             isFault ? ProblemOf(session, call.operation, answer.answer) : std::nullopt};
+    WriteOutput(JsonLine(told.toJson(call)));
     if (!answer.succeeded()) {
         const std::lock_guard<std::mutex> lock(mutex_);
         allSucceeded_ = false;

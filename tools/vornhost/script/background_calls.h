@@ -1,7 +1,6 @@
 #pragma once
 
-#include "site/calls/call.h"
-#include "site/session/device_session.h"
+#include "site/session/answered_call.h"
 #include "tools/vornhost/names.h"
 
 #include <condition_variable>

@@ -1,7 +1,7 @@
 #include "site/base/standard_streams.h"
 #include "site/base/terminal_text.h"
 #include "site/calls/answer_text.h"
-#include "site/session/device_session.h"
+#include "site/session/answered_call.h"
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/names.h"
 #include "tools/vornhost/verbs/device_verb.h"
@@ -41,20 +41,16 @@ private:
     }
 
     ExitStatus runOn(CDeviceSession& session) override {
-        session.exchanges().takeFailing();
-        STimedAnswer answer;
+        SAnsweredCall answered;
         orWrongUsage([&] {
-            answer = WhileWaiting("waiting for " + PrintableText(call_.operation),
-                                  [&] { return MakeCall(session.operations(), call_); });
+            answered = WhileWaiting("waiting for " + PrintableText(call_.operation),
+                                    [&] { return CallOn(session, call_); });
         });
-        const auto problem = ProblemOf(session, call_.operation, answer.answer);
-        const auto told = problem ? ProblemObject(*problem) : ordered_json::object();
-        WriteOutput(session.options().json ? JsonLine(AnswerJson(call_, answer, told))
-                                           : AnswerText(answer, outputNames(session)));
-        if (!problem)
-            return ExitStatus::Success;
-        WriteMessage(problem->lines(session.address() + ": " + call_.operation));
-        return ExitStatus::CallFailed;
+        WriteOutput(session.options().json ? JsonLine(answered.toJson(call_))
+                                           : AnswerText(answered.answer, outputNames(session)));
+        if (answered.problem)
+            WriteMessage(answered.problem->lines(session.address() + ": " + call_.operation));
+        return answered.succeeded() ? ExitStatus::Success : ExitStatus::CallFailed;
     }
 
     Texts outputNames(const CDeviceSession& session) const {
@@ -66,16 +62,26 @@ private:
     }
 
     template <class Action>
-    void orWrongUsage(Action action) const {
+    void orWrongUsage(Action action) {
         try {
             action();
         } catch (const COperationError& error) {
-            throw CFailure(ExitStatus::WrongUsage, call_.operation + ": " + error.what());
+            wrongCall_ = error.what();
+            throw CFailure(ExitStatus::WrongUsage, call_.operation + ": " + wrongCall_);
         }
+    }
+
+    std::string problemLine(const SDiagnosis& failure) const override {
+        if (wrongCall_.empty())
+            return CDeviceVerb::problemLine(failure);
+        ordered_json json = ErrorJson(call_.operation, wrongCall_);
+        json["problem"] = ProblemObject(failure);
+        return JsonLine(json);
     }
 
     const CLI::App* command_ = nullptr;
     SCall call_;
+    std::string wrongCall_; // why it could not be made
 };
 
 } // namespace

@@ -69,6 +69,13 @@ std::string CCommandLine::verbExpected() const {
            (given.empty() ? "" : ", not \"" + given[0] + "\"" + refhost::DidYouMean(given[0], names));
 }
 
+std::string CCommandLine::failureLine(const SDiagnosis& failure) const {
+    for (const auto& [command, verb] : verbs_)
+        if (command->parsed())
+            return verb->failureLine(failure, options_);
+    return "";
+}
+
 ExitStatus CCommandLine::run(int argc, char** argv) {
     try {
         program_.parse(argc, argv);

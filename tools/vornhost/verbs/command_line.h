@@ -24,6 +24,9 @@ public:
 
     // Parses the words, and does what they ask for. Throws CFailure.
     ExitStatus run(int argc, char** argv);
+    // What standard output says of a failure that run() has thrown; empty where it is for people, or the verb
+    // is not known.
+    std::string failureLine(const SDiagnosis& failure) const;
 
 private:
     void declareVerbs();

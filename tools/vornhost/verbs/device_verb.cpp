@@ -30,6 +30,10 @@ ExitStatus CDeviceVerb::run(const SOptions& options) {
     return runOn(session);
 }
 
+std::string CDeviceVerb::failureLine(const SDiagnosis& failure, const SOptions& options) const {
+    return isForPrograms(options) ? problemLine(failure) : "";
+}
+
 std::optional<SDiagnosis> CDeviceVerb::start(CDeviceSession& session) {
     CWaitingLine waiting;
     waiting.show("waiting for " + PrintableText(session.address()) + " to say what it is and can do");
@@ -44,8 +48,7 @@ void CDeviceVerb::tellNotStarted(const CDeviceSession& session, const SDiagnosis
 
 void CDeviceVerb::tell(const CDeviceSession& session, const std::string& subject,
                        const SDiagnosis& failure) const {
-    if (isForPrograms(session.options()))
-        WriteOutput(problemLine(failure));
+    WriteOutput(failureLine(failure, session.options()));
     WriteMessage(failure.lines(subject));
 }
 

@@ -16,6 +16,7 @@ public:
     void declare(CLI::App& command) override;
     // Opens the camera and does what the verb is for.
     ExitStatus run(const SOptions& options) final;
+    std::string failureLine(const SDiagnosis& failure, const SOptions& options) const final;
 
 protected:
     // Whether SIGINT and SIGTERM are the verb's ordinary end, with success. `runOn` may take them itself.

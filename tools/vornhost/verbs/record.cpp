@@ -71,7 +71,18 @@ private:
         }
     }
 
+    // The plug-in would answer for an input that the camera does not have.
+    void requireInput(const CDeviceSession& session) const {
+        const SModelInfo* const model = session.model();
+        if (model && id_.channel >= model->videoInputs)
+            throw CFailure(ExitStatus::WrongUsage, "wrong --stream \"" + stream_ + "\": the camera has " +
+                                                       std::to_string(model->videoInputs) + " video input" +
+                                                       (model->videoInputs == 1 ? "" : "s") +
+                                                       ", the first is 0");
+    }
+
     ExitStatus runOn(CDeviceSession& session) override {
+        requireInput(session);
         // Before the video's pipeline exists: the sound is taken from beside the same stream.
         std::optional<SDiagnosis> problem = withAudio_ ? withoutSound(session) : std::nullopt;
         IStreamController* made = nullptr;

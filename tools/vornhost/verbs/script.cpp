@@ -2,7 +2,7 @@
 #include "site/base/standard_streams.h"
 #include "site/base/terminal_text.h"
 #include "site/calls/answer_text.h"
-#include "site/session/device_session.h"
+#include "site/session/answered_call.h"
 #include "tools/vornhost/calls/script_line.h"
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/names.h"
@@ -105,12 +105,10 @@ private:
             calls_.start(session_, call);
             return;
         }
-        session_.exchanges().takeFailing();
-        const STimedAnswer answer = WhileWaiting("waiting for " + PrintableText(call.operation),
-                                                 [&] { return MakeCall(session_.operations(), call); });
-        const auto problem = ProblemOf(session_, call.operation, answer.answer);
-        WriteOutput(JsonLine(AnswerJson(call, answer, problem ? ProblemObject(*problem) : ordered_json())));
-        allSucceeded_ = allSucceeded_ && !problem;
+        const SAnsweredCall answered = WhileWaiting("waiting for " + PrintableText(call.operation),
+                                                    [&] { return CallOn(session_, call); });
+        WriteOutput(JsonLine(answered.toJson(call)));
+        allSucceeded_ = allSucceeded_ && answered.succeeded();
     }
 
     void sleep(const Texts& arguments) {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "site/base/exit_status.h"
+#include "site/diagnosis/diagnosis.h"
 #include "site/session/options.h"
 #include "tools/vornhost/names.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace CLI {
@@ -22,6 +24,10 @@ public:
     virtual void declare(CLI::App& command) = 0;
     // Throws CFailure.
     virtual ExitStatus run(const SOptions& options) = 0;
+    // What standard output says of a failure that run() has thrown; empty where it is for people.
+    virtual std::string failureLine(const SDiagnosis& failure, const SOptions& options) const {
+        return options.json ? ProblemLine(failure) : "";
+    }
 };
 
 struct SVerb {
