@@ -9,6 +9,7 @@
 #include "site/cameras/site_wish.h"
 #include "site/diagnosis/diagnosis.h"
 #include "site/session/answered_call.h"
+#include "site/stream_name.h"
 #include "site/text_file.h"
 
 #include <microhttpd.h>
@@ -100,7 +101,7 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
 site::SStreamWish StreamWish(const std::string& name, const ordered_json& record) {
     site::SStreamWish wish;
     try {
-        wish.id = site::SArgumentReader::readVideoStreamId(name);
+        wish.id = site::ReadStreamName(name);
     } catch (const site::COperationError& error) {
         throw CRefusal(MHD_HTTP_BAD_REQUEST, std::string("wrong stream: expected ") + error.what());
     }

@@ -5,6 +5,7 @@
 #include "refhost/base/address.h"
 #include "refhost/text/json_node.h"
 #include "site/json_file.h"
+#include "site/stream_name.h"
 
 #include <algorithm>
 #include <ctime>
@@ -15,7 +16,6 @@ namespace corvane::site {
 namespace {
 
 using device_handler::v1_0::COperationError;
-using device_handler::v1_0::SArgumentReader;
 using refhost::CJsonNode;
 using refhost::CJsonRefusal;
 using vorn_camera_base::v1_0::VideoFields;
@@ -63,11 +63,6 @@ std::string CameraName(const CJsonNode& node) {
         node.refuse("expected a name of letters, digits, \".\", \"_\" and \"-\", at most " +
                     std::to_string(LongestName));
     return name;
-}
-
-std::string NameOf(const handler_impl::SVideoStreamId& id) {
-    return std::to_string(id.channel) + "," + device_handler::v1_0::FindCodecName(id.codec)->name + "," +
-           std::to_string(id.stream);
 }
 
 std::string Day(const CJsonNode& node) {
@@ -207,7 +202,7 @@ private:
             entry.object({{"stream", SMember::Required,
                            [&](const CJsonNode& stream) {
                                wish.id = streamId(stream, stream.text());
-                               wish.name = NameOf(wish.id);
+                               wish.name = StreamName(wish.id);
                            }},
                           {"record", SMember::Required,
                            [&](const CJsonNode& record) { wish.record = this->record(record); }}});
@@ -222,7 +217,7 @@ private:
 
     static handler_impl::SVideoStreamId streamId(const CJsonNode& node, const std::string& text) {
         try {
-            const auto id = SArgumentReader::readVideoStreamId(text);
+            const auto id = ReadStreamName(text);
             if (id.channel < 0 || id.stream < 0 || id.stream > HighestStream)
                 node.refuse("expected a channel from 0 on, and the stream 0 or 1");
             return id;
@@ -304,7 +299,7 @@ private:
             node.refuse("expected \"adjustments.NAME\" or \"streams.CHANNEL,CODEC,STREAM.FIELD\"");
         const auto id = streamId(node, of.substr(StreamPrefix.size(), field - StreamPrefix.size()));
         requireField(node, of.substr(field + 1));
-        of = StreamPrefix + NameOf(id) + of.substr(field); // as it is told
+        of = StreamPrefix + StreamName(id) + of.substr(field); // as it is told
     }
 
     static void takeDefaults(SSiteCamera& camera, const SDefaults& defaults) {

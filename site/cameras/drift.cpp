@@ -4,6 +4,7 @@
 #include "site/calls/call.h"
 #include "site/report/stream_fields.h"
 #include "site/session/device_session.h"
+#include "site/stream_name.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -59,7 +60,13 @@ void EachStream(const ordered_json& wish,
     for (const ordered_json& stream : streams) {
         if (!stream.is_object() || !stream.contains("stream") || !stream.contains("record"))
             Refuse("a stream: expected {\"stream\": \"CHANNEL,CODEC,STREAM\", \"record\": {...}}");
-        take(TextOf(stream["stream"]), stream["record"]);
+        const std::string id = TextOf(stream["stream"]);
+        try {
+            (void)ReadStreamName(id);
+        } catch (const COperationError& expected) {
+            Refuse("the stream \"" + id + "\": expected " + expected.what());
+        }
+        take(id, stream["record"]);
     }
 }
 

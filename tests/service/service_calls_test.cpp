@@ -220,7 +220,11 @@ TEST(ServiceCalls, AWriteTellsWhatWasAskedWhatWasAndWhatIs) {
     EXPECT_EQ(client.send("PATCH", adjustments, {{"brightnes", "10"}}).status, 400);
     EXPECT_EQ(client.send("PATCH", adjustments, {{"brightness", nullptr}}).status, 400);
     EXPECT_EQ(client.send("PATCH", adjustments, json::object()).status, 400);
-    EXPECT_EQ(client.send("PATCH", "/api/v1/cameras/c0/streams/0,h264", {{"resolution", "1x1"}}).status, 400);
+    for (const char* stream : {"0,h264", "0,9,0"})
+        EXPECT_EQ(
+            client.send("PATCH", std::string("/api/v1/cameras/c0/streams/") + stream, {{"frameRate", "1"}})
+                .status,
+            400);
 
     site.camsim.post("/faults", {{"path", "/cgi-bin/*"}, {"kind", "revert"}, {"method", "POST"}});
     reply = client.send("PATCH", adjustments, {{"brightness", "30"}});

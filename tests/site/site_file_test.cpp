@@ -114,6 +114,14 @@ const SMistake Mistakes[] = {
     {"\"stream\": \"0,h264,0\"", "\"stream\": \"0,h265,0\"",
      "line 6, column 29: defaults.streams[0].stream: expected CHANNEL,CODEC,STREAM: two numbers, and between "
      "them a codec by number, mjpeg, mpeg4 or h264"},
+    {"\"stream\": \"0,h264,0\"", "\"stream\": \"0,9,0\"",
+     "line 6, column 29: defaults.streams[0].stream: expected CHANNEL,CODEC,STREAM with the codec mjpeg, "
+     "mpeg4 "
+     "or h264 (0, 1 or 2)"},
+    {"streams.0,h264,0.frameRate", "streams.0,9,0.frameRate",
+     "line 14, column 18: cameras[0].ignore[1].of: expected CHANNEL,CODEC,STREAM with the codec mjpeg, mpeg4 "
+     "or "
+     "h264 (0, 1 or 2)"},
     {"0,mjpeg,1", "0,h264,0", "line 7, column 28: defaults.streams[1]: the stream \"0,h264,0\" stands twice"},
     {"\"resolution\": \"640x360\"", "\"resolutoin\": \"640x360\"",
      "line 11, column 52: cameras[0].streams[0].record.resolutoin: a record has no field \"resolutoin\"; "

@@ -90,6 +90,7 @@ TEST(CommandLine, WhatIsWrongOnThisSideHasItsCause) {
         {{"sho", "localhost"}, "wrong-usage", 2},
         {{"show", "localhost:0"}, "wrong-usage", 2},
         {{"record", "localhost", "--stream", "0,h264,0"}, "wrong-usage", 2},
+        {{"sync", "localhost", "--stream", "0,3,0", "frameRate=15"}, "wrong-usage", 2},
         {{"--models", torn, "models"}, "wrong-file", 2},
         {{"--password-file", "/nowhere", "--user", "admin", "show", "localhost"}, "wrong-file", 2},
         {{"--db", "/nowhere/devices.db", "show", "localhost"}, "wrong-file", 2},

@@ -223,6 +223,8 @@ TEST(Doctor, HoldsTheCameraAgainstARecord) {
                 AllOf(HasSubstr("streams.0,h264,0.resolution is 1280x960"),
                       HasSubstr("adjustments.brightness is 50")));
     EXPECT_EQ(other.status, 1);
+    EXPECT_EQ(visit(R"({"streams":[{"stream":"0,9,0","record":{"frameRate":"1"}}]})").causeOf("drift"),
+              "wrong-file");
     EXPECT_EQ(Vornhost({"doctor", camsim.address(), "--record", folder.file("wrong.json", "{\"stream\":1}")})
                   .status,
               2);

@@ -5,6 +5,7 @@
 #include "site/report/measured.h"
 #include "site/report/stream_fields.h"
 #include "site/session/device_session.h"
+#include "site/stream_name.h"
 #include "tools/vornhost/console/table.h"
 #include "tools/vornhost/console/waiting_line.h"
 #include "tools/vornhost/names.h"
@@ -123,7 +124,7 @@ public:
 private:
     void checkArguments(const SOptions& /*options*/) override {
         try {
-            id_ = SArgumentReader::readVideoStreamId(stream_);
+            id_ = site::ReadStreamName(stream_);
             given_ = SArgumentReader::readVideoRecord(record_);
         } catch (const COperationError& expected) {
             throw CFailure(ExitStatus::WrongUsage, std::string("sync: expected ") + expected.what());
