@@ -11,6 +11,8 @@
 namespace corvane::site {
 namespace {
 
+constexpr std::chrono::seconds LongestSilence{20}; // of a monitor; the plug-in ends the streams before
+
 SDiagnosis ProblemOfStream(const CEventStreamError& error, CDeviceSession& session) {
     // The capability says how many inputs there are.
     if (const auto failed = session.exchanges().failedCapability())
@@ -44,8 +46,12 @@ std::optional<SDiagnosis> CInputWatch::start() {
     if (problem || inputs_.empty())
         return problem;
     // The plug-in's element shows a state of a camera too whose monitor is none.
-    if (auto fault = CAlarmInputQuestions(session_, inputs_.front()).lookAtMonitor())
-        return fault;
+    SMonitorLook look = CAlarmInputQuestions(session_, inputs_.front()).lookAtMonitor(inputs_);
+    if (look.problem)
+        return look.problem;
+    for (const int input : inputs_)
+        untold_[input] = look.levels[input];
+    begin_ = std::chrono::steady_clock::now();
     for (const int input : inputs_)
         if ((problem = listen(input)))
             return problem;
@@ -75,7 +81,8 @@ std::optional<SDiagnosis> CInputWatch::listen(int input) {
         if (event.kind == SStreamEvent::Kind::EndOfStream)
             return;
         isHeard_ = true;
-        observer_.event(input, event);
+        if (event.kind != SStreamEvent::Kind::DryContactState || isTold(input, event))
+            observer_.event(input, event);
     };
     observer.ended = [this](const CError&) {
         if (!isLost_.exchange(true))
@@ -87,6 +94,20 @@ std::optional<SDiagnosis> CInputWatch::listen(int input) {
         return ProblemOfStream(error, session_);
     }
     return std::nullopt;
+}
+
+// The plug-in's element begins with a level of its own, and may have missed what the camera told first. One
+// that has changed meanwhile is told when the camera must have repeated it.
+bool CInputWatch::isTold(int input, const SStreamEvent& event) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto untold = untold_.find(input);
+    if (untold == untold_.end())
+        return true;
+    const bool isRepeated = std::chrono::steady_clock::now() - begin_ > LongestSilence;
+    if (!isRepeated && !HasLevel(event, untold->second))
+        return false;
+    untold_.erase(untold);
+    return true;
 }
 
 SDiagnosis CInputWatch::whyLost() const {

@@ -5,9 +5,13 @@
 #include "site/site_file.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace corvane::site {
@@ -18,7 +22,8 @@ class CInputWatch {
 public:
     // Both are called on streams' threads, must return at once, and not end the watch.
     struct SObserver {
-        // Never two calls of an input at the same time; no end of a stream.
+        // Never two calls of an input at the same time; no end of a stream, and no level that the camera has
+        // not told.
         std::function<void(int input, const SStreamEvent& event)> event;
         // Once: one of the streams has ended by itself.
         std::function<void()> lost;
@@ -43,6 +48,7 @@ public:
 private:
     std::optional<SDiagnosis> learnInputs();
     std::optional<SDiagnosis> listen(int input);
+    bool isTold(int input, const SStreamEvent& event);
 
     const SSiteCamera& camera_;
     CDeviceSession& session_;
@@ -50,6 +56,9 @@ private:
     std::vector<int> inputs_;
     std::atomic<bool> isHeard_{false};
     std::atomic<bool> isLost_{false};
+    std::chrono::steady_clock::time_point begin_; // of the streams
+    std::mutex mutex_;                            // guards the next
+    std::map<int, std::string> untold_; // inputs whose stream has not shown the level that the camera tells
     std::vector<std::unique_ptr<CEventStream>> streams_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "site/events/alarm_input_levels.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 #include <variant>
@@ -21,6 +22,10 @@ std::string LevelOf(const SStreamEvent& event) {
 }
 
 } // namespace
+
+bool HasLevel(const SStreamEvent& event, const std::string& level) {
+    return LevelOf(event) == level;
+}
 
 std::optional<SDiagnosis>
 CAlarmInputQuestions::listen(const std::function<void(const std::string& told)>& comes) const {
@@ -84,9 +89,15 @@ std::string CAlarmInputQuestions::levelOtherwise() const {
 }
 
 SMonitorLook CAlarmInputQuestions::monitorLook() const {
+    return lookAtMonitor(std::vector<int>{input_});
+}
+
+SMonitorLook CAlarmInputQuestions::lookAtMonitor(const std::vector<int>& inputs) const {
     constexpr int Patience = 2; // seconds
-    return LookAtMonitor(Patience, askPath(), diagnosePath(),
-                         [this](const auto& levels) { return levels.count(input_) > 0; });
+    return LookAtMonitor(Patience, askPath(), diagnosePath(), [&inputs](const auto& levels) {
+        return std::all_of(inputs.begin(), inputs.end(),
+                           [&levels](int input) { return levels.count(input) > 0; });
+    });
 }
 
 AskPath CAlarmInputQuestions::askPath() const {

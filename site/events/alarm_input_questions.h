@@ -6,10 +6,14 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace corvane::site {
 
 inline constexpr const char* MonitorCut = "cut"; // the cause of a monitor that does not stay open
+
+// Whether the event has the level, which is in the camera's words.
+bool HasLevel(const SStreamEvent& event, const std::string& level);
 
 // What a camera says of one alarm input when it is asked beside the input's events: whether it is heard to
 // tell its levels, and why it does not. Asks the camera, and tells it nothing. Callable from any thread.
@@ -23,6 +27,9 @@ public:
 
     // Why the camera is no monitor of its inputs.
     std::optional<SDiagnosis> lookAtMonitor() const { return monitorLook().problem; }
+
+    // What the monitor tells of these inputs, once it is asked.
+    SMonitorLook lookAtMonitor(const std::vector<int>& inputs) const;
 
     // Why a state is not the camera's whose monitor has told no level by itself. It may have room for one
     // listener and no more.

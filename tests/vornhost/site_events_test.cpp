@@ -65,6 +65,21 @@ TEST(SiteEvents, EachChangeIsToldOnceAndEachGap) {
         EXPECT_EQ(request.at("method"), "GET");
 }
 
+// The streams of a camera share the request for its levels, and those that come late miss its first report.
+TEST(SiteEvents, NoLevelIsToldThatTheCameraHasNot) {
+    CSiteOfCamsim site({"--count", "4", "--model", "D850", "--no-rtsp"});
+    for (int camera = 0; camera < 4; ++camera)
+        site.camsim.patch("/cameras/" + std::to_string(camera) + "/inputs",
+                          {{"1", "Low"}, {"2", "Low"}, {"3", "Low"}});
+    const SRun watched = site.run("events", {"--seconds", "7"}); // the camera repeats its levels after 5
+    std::map<std::string, int> inputs;
+    for (const json& line : JsonLines(watched.out)) {
+        EXPECT_EQ(line.value("state", 0), 1) << line;
+        ++inputs[line.value("name", "")];
+    }
+    EXPECT_EQ(inputs, (std::map<std::string, int>{{"c0", 3}, {"c1", 3}, {"c2", 3}, {"c3", 3}}));
+}
+
 // The plug-in's element shows a state even where nobody has told one.
 TEST(SiteEvents, WhatIsNoMonitorTellsNoState) {
     CSiteOfCamsim site({"--count", "4", "--model", "D850", "--no-rtsp"});
