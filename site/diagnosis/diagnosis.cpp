@@ -133,12 +133,12 @@ const SRule Rules[] = {
     {[](const SEvidence& e) { return IsIdentification(e) && e.tellsAName(); }, "unknown-model",
      "a camera answers there, and no family of the list takes its model",
      "see with --log-level 2 why each family refused it; --model NUMBER takes a model without asking"},
+    {[](const SEvidence& e) { return !e.exchange && e.wantsCredentials(); }, "no-credentials",
+     "the device has no credentials", "leave --no-credentials out, or give --user and --password-file"},
     {IsIdentification, "no-answer", "no device has answered in time",
      "try again, with --trace to see every exchange", false},
     {[](const SEvidence& e) { return e.isEmpty(); }, "empty", "the camera's reply is empty",
      "restart the camera; if it stays so, its firmware does not know the request"},
-    {[](const SEvidence& e) { return !e.exchange && e.wantsCredentials(); }, "no-credentials",
-     "the device has no credentials", "leave --no-credentials out, or give --user and --password-file"},
     {[](const SEvidence& e) { return e.isCode(RtnCode::OutOfRange); }, "wrong-value", nullptr, ""},
     {[](const SEvidence& e) { return e.isCode(RtnCode::NotSupported); }, "not-supported", nullptr, ""},
     {[](const SEvidence& e) { return e.isCode(RtnCode::DeviceDbUnavailable); }, "wrong-file", nullptr, ""},
@@ -210,7 +210,10 @@ SDiagnosis DiagnoseEvidence(const SEvidence& evidence) {
 
 // An initialisation that came to the capability failed there: other requests run beside it. An identification
 // may fail without a failing request.
-std::optional<SWatchedExchange> ExchangeToBlame(Occasion occasion, const CExchangeWatch& exchanges) {
+std::optional<SWatchedExchange> ExchangeToBlame(Occasion occasion, const CError& error,
+                                                const CExchangeWatch& exchanges) {
+    if (occasion == Occasion::Initialisation && error.getCode() == static_cast<int>(RtnCode::NotSupported))
+        return exchanges.lastOf(IdentityRequest); // in which it names a model that is not listed
     if (occasion == Occasion::Initialisation)
         if (auto capability = exchanges.lastOf(CapabilityRequest))
             return capability;
@@ -238,8 +241,8 @@ std::string SDiagnosis::details() const {
 }
 
 SDiagnosis Diagnose(Occasion occasion, const CError& error, const CExchangeWatch& exchanges) {
-    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, exchanges), exchanges.wasReached(),
-                             exchanges.credentialSource()});
+    return DiagnoseEvidence({occasion, error, ExchangeToBlame(occasion, error, exchanges),
+                             exchanges.wasReached(), exchanges.credentialSource()});
 }
 
 std::optional<SDiagnosis> DiagnoseAuthentication(const refhost::SSeenAuthentication& seen) {

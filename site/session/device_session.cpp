@@ -130,7 +130,7 @@ std::optional<SDiagnosis> CDeviceSession::askIdentity() {
         const auto query = plugin_->models()->getQueryDevice(family.name);
         const CAuthentication as = credentials_.forFamily(&family);
         if (!as.isSet()) {
-            error = {RtnCode::NotSet, Origin::General, "no credentials"};
+            error = {RtnCode::AuthenticationFailed, Origin::General, "no credentials"};
             continue;
         }
         std::string number;

@@ -117,6 +117,22 @@ TEST_F(Site, AFaultOfOneIsItsOwn) {
     EXPECT_EQ(told.at("desk").at("state"), "same");
 }
 
+// As `vornhost identify` tells it.
+TEST_F(Site, WhyACameraCannotBeAskedOrTakenIsToldOfEach) {
+    camsim.post("/faults", {{"name", "identify-unknown-model"}, {"camera", 1}});
+    const json unknown = lines("check", 1, {"--only", "hall"}).at("hall").at("problem");
+    EXPECT_EQ(unknown.at("cause"), "unknown-model");
+    EXPECT_THAT(unknown.at("asked"), HasSubstr("/cgi-bin/getinfo"));
+    EXPECT_THAT(unknown.at("answered"), HasSubstr("NAME=PX-Z999"));
+
+    file["defaults"].erase("credentials");
+    const auto untold = lines("check", 1, {"--no-credentials", "--only", "gate", "--only", "desk"});
+    for (const char* name : {"gate", "desk"}) { // with a model in the file, and without
+        EXPECT_EQ(untold.at(name).at("problem").at("cause"), "no-credentials") << untold.at(name);
+        EXPECT_EQ(untold.at(name).at("problem").at("certain"), true);
+    }
+}
+
 TEST_F(Site, TheDoctorHoldsACameraAgainstItsEntry) {
     camera(0)["adjustments"] = {{"brightness", "60"}};
     camera(2)["adjustments"] = {{"brightness", "50"}};
