@@ -165,7 +165,8 @@ std::optional<SDiagnosis> CDrift::impossibleStream(const std::string& id, const 
                                {id, std::string(ResolutionName) + "=" + value}))[ResolutionName];
     };
     // The camera would be asked for a number that it has no resolution for.
-    if (resolution != wanted.end() && asked(resolution->second) != asked(seen.accepted[ResolutionName]))
+    if (resolution != wanted.end() && (!isResolution(resolution->second, seen) ||
+                                       asked(resolution->second) != asked(seen.accepted[ResolutionName])))
         return WrongValue(ResolutionName, resolution->second, resolutions(stream).text());
     return std::nullopt;
 }
@@ -274,6 +275,11 @@ bool CDrift::isRounded(const std::string& id, const std::string& field, const st
         .values.isRounded(asked, view.now[field]);
 }
 
+// The width alone goes to the camera, and its image ratio gives the height.
+bool CDrift::isResolution(const std::string& value, SView& view) {
+    return value == view.accepted[ResolutionName] || HasImageRatio(value);
+}
+
 // What the plug-in itself rounds is the same.
 void CDrift::compareStream(const std::string& id, const ordered_json& record,
                            std::vector<SComparison>& comparisons) const {
@@ -283,7 +289,10 @@ void CDrift::compareStream(const std::string& id, const ordered_json& record,
     for (const auto& [field, value] : wanted) {
         SComparison one{OfStreamPrefix + id, field, value, view.now[field]};
         const std::string wantedRate = rate == wanted.end() ? "" : rate->second;
-        if (view.accepted[field] != one.camera && value != one.camera)
+        const bool isNone = one.camera.empty() || (field == ResolutionName && !isResolution(value, view));
+        if (isNone) // whatever a conversion makes of it
+            one.match = SComparison::Match::Different;
+        else if (view.accepted[field] != one.camera && value != one.camera)
             one.match = isRounded(id, field, wantedRate, view) ? SComparison::Match::Rounded
                                                                : SComparison::Match::Different;
         comparisons.push_back(std::move(one));

@@ -69,6 +69,7 @@ private:
     SView view(const std::string& id, const ordered_json& record) const;
     bool isRounded(const std::string& id, const std::string& field, const std::string& wantedRate,
                    SView& view) const;
+    static bool isResolution(const std::string& value, SView& view);
     std::optional<SDiagnosis> impossibleStream(const std::string& id, const ordered_json& record) const;
     CValueRange resolutions(const SVideoStreamId& stream) const;
     std::optional<SDiagnosis> impossibleAdjustment(const ordered_json& adjustments) const;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
+#include <utility>
 
 namespace corvane::site {
 namespace {
@@ -35,6 +37,15 @@ std::optional<double> PixelsOf(const std::string& text) {
 }
 
 } // namespace
+
+bool HasImageRatio(const std::string& resolution) {
+    constexpr std::pair<double, double> Ratios[] = {{4, 3}, {16, 9}};
+    const double width = WidthOf(resolution).value_or(0);
+    const double height = PixelsOf(resolution).value_or(0) / width;
+    return std::any_of(std::begin(Ratios), std::end(Ratios), [&](const auto& ratio) {
+        return std::abs(height - width * ratio.second / ratio.first) < 1;
+    });
+}
 
 CValueRange CValueRange::of(const std::optional<SAnswer>& answer) {
     CValueRange range;

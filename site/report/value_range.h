@@ -7,6 +7,9 @@
 
 namespace corvane::site {
 
+// Whether "WIDTHxHEIGHT" is of 4:3 or 16:9, as the cameras' pictures are, to the nearest line.
+bool HasImageRatio(const std::string& resolution);
+
 // What a setting of a camera may be, as the plug-in tells it: a list, or the lowest, the highest and the
 // step.
 class CValueRange {
