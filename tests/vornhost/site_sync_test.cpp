@@ -178,6 +178,7 @@ TEST(SiteSync, MayBeBoundAndTriedOnOneFirst) {
     site.camsim.post("/faults", {{"name", "write-jumps-back"}, {"camera", 0}});
     const auto left = site.lines("sync", 1, {"--one-first"});
     EXPECT_EQ(left.at("c0").at("state"), "not-accepted");
+    EXPECT_EQ(left.at("c0").at("changes")[0].at("is"), left.at("c0").at("differences")[0].at("camera"));
     EXPECT_EQ(left.at("c1").at("state"), "differs");
     EXPECT_THAT(site.written(), ElementsAre(0));
 

@@ -33,6 +33,14 @@ const site::SPlannedCamera* FindIn(const site::SitePlan& plan, const std::string
     return found == plan.end() ? nullptr : &*found;
 }
 
+// Of the same value.
+const SComparison* FindIn(const std::vector<SComparison>& all, const SComparison& value) {
+    const auto found = std::find_if(all.begin(), all.end(), [&](const SComparison& one) {
+        return one.of == value.of && one.field == value.field;
+    });
+    return found == all.end() ? nullptr : &*found;
+}
+
 template <class Use>
 void WithFile(const Use& use) {
     try {
@@ -141,6 +149,9 @@ std::vector<SCameraFinding> CSiteSync::confirm(std::vector<SCameraFinding> chang
         was->milliseconds += look.milliseconds;
         was->problem = look.problem;
         was->differences = look.differences;
+        for (SChange& change : was->changes)
+            if (const SComparison* const since = FindIn(look.differences, change.before))
+                change.after = since->camera;
         if (look.state != CameraState::Same)
             was->state = look.problem ? CameraState::Fault : CameraState::NotAccepted;
     }
