@@ -47,6 +47,23 @@ bool GiveToOwner(int descriptor, const std::string& file) {
     return ::fchown(descriptor, status.st_uid, status.st_gid) == 0;
 }
 
+// Of its own, since another program may be about the same.
+std::string TemporaryOf(const std::string& file) {
+    return file + ".new-" + std::to_string(::gettid());
+}
+
+int OpenTemporary(const std::string& file, const std::string& temporary) {
+    std::error_code none;
+    const auto there = std::filesystem::symlink_status(file, none);
+    if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
+        throw CUnwritableFile(file, "something else than a file has the name");
+    const refhost::SOpenedFile opened =
+        refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
+    if (opened.descriptor < 0)
+        throw CUnwritableFile(file, opened.failure);
+    return opened.descriptor;
+}
+
 } // namespace
 
 std::string ReadTextFile(const std::string& file) {
@@ -66,19 +83,11 @@ std::string ReadTextFile(const std::string& file) {
 }
 
 void ReplaceFile(const std::string& file, const std::string& text) {
-    std::error_code none;
-    const auto there = std::filesystem::symlink_status(file, none);
-    if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
-        throw CUnwritableFile(file, "something else than a file has the name");
-    // Of its own, since another program may be about the same.
-    const std::string temporary = file + ".new-" + std::to_string(::gettid());
-    const refhost::SOpenedFile opened =
-        refhost::OpenPrivateFile(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
-    if (opened.descriptor < 0)
-        throw CUnwritableFile(file, opened.failure);
-    bool isWritten = WriteAll(opened.descriptor, text) && GiveToOwner(opened.descriptor, file);
+    const std::string temporary = TemporaryOf(file);
+    const int descriptor = OpenTemporary(file, temporary);
+    bool isWritten = WriteAll(descriptor, text) && GiveToOwner(descriptor, file);
     int reason = errno;
-    ::close(opened.descriptor);
+    ::close(descriptor);
     if (isWritten && std::rename(temporary.c_str(), file.c_str()) != 0) {
         isWritten = false;
         reason = errno;
@@ -87,6 +96,12 @@ void ReplaceFile(const std::string& file, const std::string& text) {
         (void)std::remove(temporary.c_str());
         throw CUnwritableFile(file, Reason(reason));
     }
+}
+
+void RequireReplaceable(const std::string& file) {
+    const std::string temporary = TemporaryOf(file);
+    ::close(OpenTemporary(file, temporary));
+    (void)std::remove(temporary.c_str());
 }
 
 void ReplaceJsonFile(const std::string& file, const nlohmann::ordered_json& value) {

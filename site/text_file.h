@@ -32,6 +32,9 @@ void ReplaceFile(const std::string& file, const std::string& text);
 // Likewise with a JSON value as its text; bytes that are no UTF-8 are replaced.
 void ReplaceJsonFile(const std::string& file, const nlohmann::ordered_json& value);
 
+// Throws what ReplaceFile would, as far as that can be known before there is a text.
+void RequireReplaceable(const std::string& file);
+
 // While it lives no other program that asks for it has it. Throws CFileError for a file that cannot be read.
 class CFileLock {
 public:

@@ -147,12 +147,13 @@ TEST(SiteSync, APlanIsCarriedOutWhereNothingHasChangedSince) {
     EXPECT_EQ(site.lines("sync", 1, {"--dry-run", "--plan", plan}).at("").at("differs"), 3);
     EXPECT_THAT(site.written(), IsEmpty());
     site.camsim.patch("/cameras/1/settings", {{"BRIGHTNESS", "10"}});
-    site.camera(3)["adjustments"] = {{"brightness", "20"}}; // is not in the plan
+    site.camera(3)["adjustments"] = {{"brightness", "20"}}; // of it nothing was wanted
     const auto told = site.lines("sync", 1, {"--plan", plan});
-    ASSERT_EQ(told.size(), 4U);
+    ASSERT_EQ(told.size(), 5U);
     EXPECT_EQ(told.at("c0").at("state"), "changed");
     EXPECT_EQ(told.at("c1").at("problem").at("cause"), "differs");
     EXPECT_EQ(told.at("c2").at("state"), "changed");
+    EXPECT_EQ(told.at("c3").at("problem").at("cause"), "differs");
     EXPECT_THAT(site.written(), UnorderedElementsAre(0, 2));
 
     site.camera(0)["name"] = "renamed";
@@ -162,6 +163,15 @@ TEST(SiteSync, APlanIsCarriedOutWhereNothingHasChangedSince) {
     EXPECT_EQ(damaged.status, 2);
     EXPECT_THAT(damaged.err, HasSubstr("bad.json: plan[0].nam: unknown member; expected one of name, "));
     EXPECT_THAT(site.written(), IsEmpty());
+}
+
+TEST(SiteSync, APlanThatCannotBeWrittenIsFoundOutBeforeAnybodyIsAsked) {
+    const CSiteOfCamsim site({"--no-rtsp"});
+    const SRun ended = site.run("sync", {"--dry-run", "--json", "--plan", site.folder.file("no/plan")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(JsonLines(ended.out).at(0).at("problem").at("cause"), "cannot-write");
+    EXPECT_THAT(ended.err, HasSubstr("--plan: "));
+    EXPECT_THAT(site.camsim.requestedPaths(), IsEmpty());
 }
 
 TEST(SiteSync, MayBeBoundAndTriedOnOneFirst) {

@@ -162,6 +162,12 @@ void CSiteRun::tell(SCameraFinding finding) {
     showProgress();
 }
 
+void CSiteRun::tell(const CFailure& failure) const {
+    WriteMessage(std::string("vornhost: ") + failure.what() + "\n");
+    if (isForPrograms_)
+        WriteOutput(ProblemLine(DiagnoseOwn(failure)));
+}
+
 // REQUIRES: mutex_ held.
 void CSiteRun::showProgress() {
     std::size_t looked = 0;

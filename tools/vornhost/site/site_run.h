@@ -54,6 +54,8 @@ public:
     // Tells each finding, save those that are not to be told yet, which are returned in the file's order.
     std::vector<SCameraFinding> each(const Cameras& cameras, const Work& work, const IsTold& isTold = {});
     void tell(SCameraFinding finding);
+    // What no camera is to blame for.
+    void tell(const CFailure& failure) const;
     bool isEnded() const { return isEnded_; }
     const CSiteSessions& sessions() const { return sessions_; }
 

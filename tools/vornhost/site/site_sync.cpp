@@ -45,6 +45,8 @@ template <class Use>
 void WithFile(const Use& use) {
     try {
         use();
+    } catch (const site::CUnwritableFile& error) {
+        throw CFailure(ExitStatus::CallFailed, std::string("--plan: ") + error.what(), OwnCause::CannotWrite);
     } catch (const site::CFileError& error) {
         throw CFailure(ExitStatus::WrongUsage, std::string("--plan: ") + error.what(), OwnCause::WrongFile);
     }
@@ -87,15 +89,35 @@ void CSiteSync::setCarefully() {
 }
 
 ExitStatus CSiteSync::dryRun() {
+    if (!options_.planFile.empty())
+        WithFile([this] { site::RequireReplaceable(options_.planFile); });
     std::vector<SCameraFinding> differing = compareAll();
-    site::SitePlan plan;
-    for (const SCameraFinding& one : differing)
-        plan.push_back({one.camera->name, one.camera->address, one.serialNumber, ChangesOf(one)});
-    if (!options_.planFile.empty() && !run_.isEnded())
-        WithFile([&] { site::WritePlan(options_.planFile, plan); });
+    const site::SitePlan plan = planOf(differing);
     for (SCameraFinding& one : differing)
         run_.tell(std::move(one));
+    try {
+        if (!options_.planFile.empty() && !run_.isEnded())
+            WithFile([&] { site::WritePlan(options_.planFile, plan); });
+    } catch (const CFailure& failure) { // what was found is told all the same
+        run_.tell(failure);
+        (void)run_.end();
+        return failure.status();
+    }
     return run_.end();
+}
+
+// Of every camera: nothing is to be done at one that has no changes, so that it is refused once it has some.
+site::SitePlan CSiteSync::planOf(const std::vector<SCameraFinding>& differing) const {
+    site::SitePlan plan;
+    auto next = differing.begin(); // in the same order
+    for (const site::SSiteCamera* const camera : run_.cameras()) {
+        plan.push_back({camera->name, camera->address, "", {}});
+        if (next == differing.end() || next->camera != camera)
+            continue;
+        plan.back().serialNumber = next->serialNumber;
+        plan.back().changes = ChangesOf(*next++);
+    }
+    return plan;
 }
 
 // Those that differ; the others have been told.

@@ -29,6 +29,7 @@ public:
 
 private:
     ExitStatus dryRun();
+    site::SitePlan planOf(const std::vector<SCameraFinding>& differing) const;
     std::vector<SCameraFinding> compareAll();
     void setCarefully();
     bool set(const CSiteRun::Cameras& cameras);
