@@ -30,10 +30,9 @@ CSiteDoctor::CSiteDoctor(const SOptions& options, const std::string& siteFile) {
     command_.insert(command_.end(), {"doctor", "--site", siteFile});
 }
 
-SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
+bool CSiteDoctor::examine(const site::SSiteCamera& camera, SCameraFinding& finding) const {
     std::vector<std::string> command = command_;
     command.insert(command.end(), {"--", camera.name});
-    SCameraFinding finding;
     std::string verdict;
     RunThisProgram(command, [&](const std::string& text) {
         const ordered_json line = ordered_json::parse(text, nullptr, false);
@@ -53,7 +52,7 @@ SCameraFinding CSiteDoctor::examine(const site::SSiteCamera& camera) const {
         finding.problem = finding.checks.empty()
                               ? ProcessLost("the examination has ended without a verdict", "site")
                               : DiagnosisOf(finding.checks.back());
-    return finding;
+    return !verdict.empty();
 }
 
 } // namespace corvane::vornhost

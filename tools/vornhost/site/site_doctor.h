@@ -15,9 +15,9 @@ class CSiteDoctor {
 public:
     CSiteDoctor(const SOptions& options, const std::string& siteFile);
 
-    // What `vornhost doctor` says of the camera. Callable from any thread. Throws CFailure where there is no
-    // process to be had.
-    SCameraFinding examine(const site::SSiteCamera& camera) const;
+    // What `vornhost doctor` says of the camera; false where it has ended without a verdict. Callable from
+    // any thread. Throws CFailure where there is no process to be had.
+    bool examine(const site::SSiteCamera& camera, SCameraFinding& finding) const;
 
 private:
     std::vector<std::string> command_; // without the camera

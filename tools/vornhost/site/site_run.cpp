@@ -108,8 +108,13 @@ ExitStatus CSiteRun::end(bool tellsAll) {
 
 void CSiteRun::each(const Look& look) {
     site::ForEachPlace(cameras_.size(), {siteOptions_.jobs}, isEnded_, [&](std::size_t place) {
-        SCameraFinding finding = looked(*cameras_[place], look);
-        if (!isEnded_) // which ends the processes of others too
+        bool isComplete = true;
+        SCameraFinding finding = looked(*cameras_[place], [&](const site::SSiteCamera& camera) {
+            SCameraFinding found;
+            isComplete = look(camera, found);
+            return found;
+        });
+        if (isComplete || !isEnded_)
             tell(std::move(finding));
     });
 }
@@ -125,7 +130,8 @@ SCameraFinding CSiteRun::worked(const site::SSiteCamera& camera, const Work& wor
     return finding;
 }
 
-SCameraFinding CSiteRun::looked(const site::SSiteCamera& camera, const Look& look) {
+SCameraFinding CSiteRun::looked(const site::SSiteCamera& camera,
+                                const std::function<SCameraFinding(const site::SSiteCamera& camera)>& look) {
     const auto begin = std::chrono::steady_clock::now();
     SCameraFinding finding;
     try {

@@ -44,8 +44,9 @@ public:
     // Without any but these.
     void restrictTo(const std::function<bool(const site::SSiteCamera& camera)>& isMeant);
 
-    // What is found of a camera without a session here; it throws CFailure.
-    using Look = std::function<SCameraFinding(const site::SSiteCamera& camera)>;
+    // What is found of a camera without a session here; it throws CFailure. False where the look was broken
+    // off: what ends this program may have ended others that looked for it.
+    using Look = std::function<bool(const site::SSiteCamera& camera, SCameraFinding& finding)>;
     void each(const Look& look);
 
     // Of the file, whether they are chosen or not.
@@ -65,7 +66,8 @@ public:
 
 private:
     SCameraFinding worked(const site::SSiteCamera& camera, const Work& work) const;
-    static SCameraFinding looked(const site::SSiteCamera& camera, const Look& look);
+    static SCameraFinding looked(const site::SSiteCamera& camera,
+                                 const std::function<SCameraFinding(const site::SSiteCamera& camera)>& look);
     void showProgress();
     std::map<std::string, std::size_t> causes() const; // how many cameras have them
     ordered_json summary() const;

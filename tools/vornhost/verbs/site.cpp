@@ -99,7 +99,9 @@ public:
             return WatchEvents(run, siteOptions_.jobs, seconds_);
         if (doctor_->parsed()) {
             const CSiteDoctor doctor(options, siteOptions_.file);
-            run.each([&](const site::SSiteCamera& camera) { return doctor.examine(camera); });
+            run.each([&](const site::SSiteCamera& camera, SCameraFinding& finding) {
+                return doctor.examine(camera, finding);
+            });
             return run.end();
         }
         site::CAcceptedValues accepted = openAccepted(siteOptions_.file);
