@@ -28,17 +28,15 @@ CError ConnectionFailure(GError* error) {
     return NotAccessible(text);
 }
 
-void ThrowUnlessWouldBlock(GError* error) {
-    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
-        g_error_free(error);
-        return;
-    }
+// Otherwise the camera has closed the connection. The caller's is taken.
+bool WouldBlock(GError* error) {
+    const bool wouldBlock = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK);
     const bool isClosed = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_CLOSED) ||
                           g_error_matches(error, G_IO_ERROR, G_IO_ERROR_BROKEN_PIPE);
-    if (!isClosed)
+    if (!wouldBlock && !isClosed)
         throw ConnectionFailure(error);
     g_error_free(error);
-    throw CRtspConnection::SClosed{true};
+    return wouldBlock;
 }
 
 } // namespace
@@ -85,16 +83,31 @@ CRtspReader::Item CRtspConnection::nextItem(Clock::time_point deadline) {
 bool CRtspConnection::read(Clock::time_point deadline) {
     if (!waitFor(G_IO_IN, deadline))
         return false;
-    char bytes[ReadSize];
     GError* error = nullptr;
-    const gssize count = g_socket_receive(socket_, bytes, sizeof bytes, cancellable_, &error);
+    const gssize count = receive(&error);
+    if (count == 0)
+        endWith(SClosed{});
+    if (count < 0 && !WouldBlock(error))
+        endWith(SClosed{true});
+    return true;
+}
+
+gssize CRtspConnection::receive(GError** error) {
+    char bytes[ReadSize];
+    const gssize count = g_socket_receive(socket_, bytes, sizeof bytes, cancellable_, error);
     if (count > 0)
         reader_.add(bytes, static_cast<std::size_t>(count));
-    else if (count == 0)
-        throw SClosed{};
-    else
-        ThrowUnlessWouldBlock(error);
-    return true;
+    return count;
+}
+
+// What came before the end says who it was that has closed.
+void CRtspConnection::endWith(SClosed closed) {
+    while (receive(nullptr) > 0)
+        if (reader_.next() != CRtspReader::Item::None)
+            break;
+    if (reader_.isForeign())
+        throw Unusable(rtsp_failure::NotRtsp);
+    throw closed;
 }
 
 void CRtspConnection::write(const std::string& text) {
@@ -107,7 +120,8 @@ void CRtspConnection::write(const std::string& text) {
             sent += static_cast<std::size_t>(count);
             continue;
         }
-        ThrowUnlessWouldBlock(error);
+        if (!WouldBlock(error))
+            endWith(SClosed{true});
         if (!waitFor(G_IO_OUT, deadline))
             throw NotAccessible(rtsp_failure::TimedOut);
     }

@@ -44,6 +44,8 @@ public:
 
 private:
     bool read(Clock::time_point deadline);
+    gssize receive(GError** error);
+    [[noreturn]] void endWith(SClosed closed);
     bool waitFor(GIOCondition condition, Clock::time_point deadline);
 
     GCancellable* const cancellable_;

@@ -71,6 +71,11 @@ std::string SRtspMessage::header(const std::string& name) const {
     return {};
 }
 
+bool CRtspReader::isForeign() const {
+    const std::string_view begun = std::string_view(pending_).substr(begin_, Version.size());
+    return !hasSpoken_ && begun != Version.substr(0, begun.size());
+}
+
 CRtspReader::Item CRtspReader::next() {
     if (begin_ == pending_.size() || begin_ > LargestBody) { // else each packet would move all the rest
         pending_.erase(0, begin_);
@@ -123,6 +128,7 @@ CRtspReader::Item CRtspReader::nextMessage() {
         return Item::None;
     message_.body = pending.substr(bodyBegin, bodySize);
     drop(bodyBegin + bodySize);
+    hasSpoken_ = true;
     return Item::Message;
 }
 

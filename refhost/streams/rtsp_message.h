@@ -37,6 +37,9 @@ public:
 
     void add(const char* bytes, std::size_t size) { pending_.append(bytes, size); }
 
+    // Whether what has come so far, before any message was whole, is the beginning of no response.
+    bool isForeign() const;
+
     // The next item; what it is is told by the two below until the next call.
     Item next();
     SRtspMessage& message() { return message_; }
@@ -50,7 +53,8 @@ private:
     std::size_t size() const { return pending_.size() - begin_; }
 
     std::string pending_;
-    std::size_t begin_ = 0; // of what is not taken yet
+    bool hasSpoken_ = false; // a message was whole
+    std::size_t begin_ = 0;  // of what is not taken yet
     SRtspMessage message_;
     int channel_ = 0;
     std::string packet_;

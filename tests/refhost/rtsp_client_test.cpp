@@ -531,6 +531,10 @@ TEST(RtspSession, ItsEndTellsWhatTheCameraDid) {
         {answers("PLAY", "400 Later"), "2 4 RTSP status 400 Later, to rtsp://x/", "PLAY"},
         {answers("DESCRIBE", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed", "DESCRIBE"},
         {answers("SETUP", "RTSP/1.0 2", SScriptedReply::Close), "7 4 connection closed", "SETUP"},
+        {answers("DESCRIBE", "Q\x01", SScriptedReply::Close), "2 4 what answers does not speak RTSP",
+         "DESCRIBE"},
+        {answers("DESCRIBE", "$\x01", SScriptedReply::Close), "2 4 what answers does not speak RTSP",
+         "DESCRIBE"},
         {answers("DESCRIBE", "HTTP/1.1 200 OK\r\n\r\n"), "2 4 what answers does not speak RTSP", "DESCRIBE"},
     };
     for (const auto& [camera, told, asked] : cases) {
