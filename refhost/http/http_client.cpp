@@ -95,6 +95,8 @@ void SetMethod(CURL* curl, const COptional<std::string>& form) {
 
 constexpr long LowestStatus = 100;
 constexpr long HighestStatus = 999;
+constexpr long LowestRedirect = 300;
+constexpr long HighestRedirect = 399;
 
 std::atomic<milliseconds> longestTimeOut{milliseconds::max()};
 
@@ -102,8 +104,23 @@ milliseconds TimeOutOf(const SHttpRequest& request) {
     return std::min<milliseconds>(std::chrono::seconds(request.timeout), longestTimeOut.load());
 }
 
+// Of what is no error by itself, and so not in the host's table.
+constexpr device_handler::v1_0::SHttpStatusReason OtherReasons[] = {
+    {201, "Created"},           {202, "Accepted"},        {204, "No Content"},
+    {205, "Reset Content"},     {206, "Partial Content"}, {300, "Multiple Choices"},
+    {301, "Moved Permanently"}, {302, "Found"},           {303, "See Other"},
+    {304, "Not Modified"},      {305, "Use Proxy"},       {307, "Temporary Redirect"},
+    {308, "Permanent Redirect"}};
+
+std::string ReasonOf(int status) {
+    for (const auto& row : OtherReasons)
+        if (row.code == status)
+            return row.reason;
+    return device_handler::v1_0::HttpStatusReason(status);
+}
+
 std::string StatusText(int status) {
-    const std::string reason = device_handler::v1_0::HttpStatusReason(status);
+    const std::string reason = ReasonOf(status);
     return "HTTP status " + std::to_string(status) + (reason.empty() ? "" : " ") + reason;
 }
 
@@ -215,9 +232,8 @@ private:
             return NoStatus({HttpFailure::NotHttp, NotHttpText});
         SHttpReply reply = WithStatus(static_cast<int>(status));
         reply.body = received.takeBody();
-        const char* location = nullptr;
-        curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
-        reply.location = location ? location : "";
+        if (LowestRedirect <= status && status <= HighestRedirect)
+            reply.location = received.location();
         if (isBasicRefused_ && status == Unauthorized && offersBasicAlone(curl)) {
             reply.kind = HttpFailure::BasicRefused;
             reply.failure += CutsTheName(request_.user) ? BasicUnfitText : BasicRefusedText;

@@ -36,10 +36,23 @@ constexpr struct {
     {CURLE_UNSUPPORTED_PROTOCOL, HttpFailure::NotHttp, NotHttpText},
 };
 
+constexpr std::string_view LocationName = "location:";
+
+// Whether it is the line of the header of that name, which has its colon and is in small letters.
+bool IsOf(std::string_view name, std::string_view line) {
+    return line.size() >= name.size() && strncasecmp(line.data(), name.data(), name.size()) == 0;
+}
+
+std::string ValueOf(std::string_view name, std::string_view line) {
+    constexpr const char* Blanks = " \t\r\n";
+    line.remove_prefix(std::min(line.find_first_not_of(Blanks, name.size()), line.size()));
+    return std::string(line.substr(0, line.find_last_not_of(Blanks) + 1));
+}
+
 // libcurl would unpack it, asked for or not, and a few bytes can be made gigabytes of.
 bool NamesAPacking(std::string_view line) {
     constexpr std::string_view Name = "transfer-encoding:";
-    if (line.size() < Name.size() || strncasecmp(line.data(), Name.data(), Name.size()) != 0)
+    if (!IsOf(Name, line))
         return false;
     std::string coding(line.substr(Name.size()));
     coding.erase(std::remove_if(coding.begin(), coding.end(), [](unsigned char c) { return c <= ' '; }),
@@ -90,8 +103,11 @@ bool CHttpReception::acceptHeaderLine(std::string_view line) {
     rounds_.headerLine(line);
     if (vorn_utility::v1_0::IsStatusLine(line)) {
         headersEnded_ = false;
+        location_.clear();
         isChallenge_ = line.find(" 401") != std::string_view::npos;
     }
+    if (!headersEnded_ && IsOf(LocationName, line)) // a trailer behind the body has none
+        location_ = ValueOf(LocationName, line);
     if (line == "\r\n" || line == "\n")
         headersEnded_ = true;
     return true;

@@ -43,6 +43,8 @@ public:
     bool hasWholeHeader() const { return headersEnded_; }
     bool wasEnough() const { return wasEnough_; }
     std::string takeBody() { return std::move(body_); }
+    // Of the latest header, as the device has written it; empty without any.
+    const std::string& location() const { return location_; }
 
     // Of a transfer that has ended with this code; `detail` is libcurl's own text, `timeOut` what the request
     // had.
@@ -62,6 +64,7 @@ private:
     CHttpRounds& rounds_;
     const IsEnough& isEnough_;
     std::string body_;
+    std::string location_;
     std::size_t headerSize_ = 0;
     bool wasEnough_ = false;
     bool headersEnded_ = false;

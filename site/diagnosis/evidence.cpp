@@ -143,7 +143,7 @@ std::string SEvidence::answered() const {
         text += ", to user \"" + exchange->user + "\"" +
                 (credentialSource.empty() ? "" : " (" + credentialSource + ")");
     if (!exchange->location.empty())
-        text += ", to " + refhost::MaskSecrets(exchange->location);
+        text += ", to " + PrintableText(refhost::MaskSecrets(exchange->location));
     else if (exchange->status != 0 && exchange->status != Unauthorized && !exchange->reply.empty())
         text += ": " + Excerpt(exchange->reply);
     return text;

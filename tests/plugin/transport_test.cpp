@@ -37,8 +37,8 @@ TEST_F(Transport, OnlyStatus200IsSuccess) {
         const char* get;
     } const cases[] = {
         {HttpReply(200, "body"), "1 0 ", "1 0 "},
-        {HttpReply(204), "2 4 CGI request failed !!", "2 4 HTTP status 204"},
-        {HttpReply(302), "2 4 CGI request failed !!", "2 4 HTTP status 302"},
+        {HttpReply(204), "2 4 CGI request failed !!", "2 4 HTTP status 204 No Content"},
+        {HttpReply(302), "2 4 CGI request failed !!", "2 4 HTTP status 302 Found"},
         {HttpReply(401), "10 4 CGI request failed !!", "10 4 HTTP status 401 Unauthorized"},
         {HttpReply(404), "2 4 CGI request failed !!", "2 4 HTTP status 404 Not Found"},
         {HttpReply(599, "x"), "2 4 CGI request failed !!", "2 4 HTTP status 599"},

@@ -84,8 +84,8 @@ std::string EndlessContinues() {
 const SFailure Failures[] = {
     {"NotFound", {HttpReply(404, "no")}, "HTTP status 404 Not Found", 404},
     {"NoReason", {HttpReply(299, "no")}, "HTTP status 299", 299},
-    {"NoContent", {"HTTP/1.1 204 No\r\n\r\n"}, "HTTP status 204", 204},
-    {"Redirected", {HttpReply(302, "", "Location: /elsewhere\r\n")}, "HTTP status 302", 302},
+    {"NoContent", {"HTTP/1.1 204 No\r\n\r\n"}, "HTTP status 204 No Content", 204},
+    {"Redirected", {HttpReply(302, "", "Location: /elsewhere\r\n")}, "HTTP status 302 Found", 302},
     {"Unavailable", {HttpReply(503, "")}, "HTTP status 503 Service Unavailable", 503},
     {"ClosedWithoutAWord", {"", SScriptedReply::Close}, DroppedText},
     {"ResetWithoutAWord", {"", SScriptedReply::Reset}, DroppedText},

@@ -37,7 +37,8 @@ const SCase Cases[] = {
     {"/cgi-bin/get_capability status status=501", Name, "not-known", "capability", "501", 3},
     {"/cgi-bin/get_capability status status=503", Name, "busy", "capability", "503", 3},
     {"/cgi-bin/get_capability status status=507", Name, "camera-fault", "capability", "507", 3},
-    {"/cgi-bin/get_capability status status=302", Name, "redirect", "capability", "302", 3},
+    {"/cgi-bin/get_capability status status=302 location=../x", Name, "redirect", "capability",
+     "302 Found, to ../x", 3},
     {"/cgi-bin/get_capability status status=418", Name, "odd-status", "capability", "418", 3},
     // Beside an answer that rests on it.
     {"/cgi-bin/setdata status status=503", Name, "busy", "settings", "503", 1},
