@@ -25,8 +25,16 @@ bool IsNumericAddress(int family, const std::string& text) {
     return inet_pton(family, text.c_str(), &parsed) == 1;
 }
 
+// "10.0.0.1-300", and "10.0.0.1-9" where one address is wanted: no name server knows it.
+bool LooksLikeARange(const std::string& host) {
+    const std::size_t hyphen = host.find('-');
+    return hyphen != std::string::npos && IsNumericAddress(AF_INET, host.substr(0, hyphen)) &&
+           host.find_first_not_of("0123456789.", hyphen + 1) == std::string::npos;
+}
+
 bool IsHostName(const std::string& host) {
-    if (host.empty() || host.size() > LongestHostName || host.front() == '-' || host.front() == '.')
+    if (host.empty() || host.size() > LongestHostName || host.front() == '-' || host.front() == '.' ||
+        LooksLikeARange(host))
         return false;
     if (!std::all_of(host.begin(), host.end(), IsHostNameCharacter))
         return false;

@@ -22,6 +22,7 @@ TEST(Address, IsAHostWithAnOptionalPort) {
         {"[fe80::a]:1", "[fe80::a]", "1"},
         {"a:65535", "a", "65535"},
         {"1a", "1a", ""},
+        {"10.0.0.1-gate", "10.0.0.1-gate", ""},
     };
     for (const auto& one : cases) {
         const auto parsed = ParseAddress(one.text);
@@ -33,10 +34,10 @@ TEST(Address, IsAHostWithAnOptionalPort) {
 
 TEST(Address, IsNothingElse) {
     for (const char* text :
-         {"",        " ",         "a b",       "a:",  ":80",     "a:0", "a:65536",  "a:8 0",
-          "a:-1",    "a:80:80",   "user@a",    "a/b", "a?b",     "a#b", "http://a", "1.2.3",
-          "1",       "300.1.1.1", "10.0.0.1.", "-a",  "::1",     "[]",  "[::1",     "[x]",
-          "[::1]80", "[::1]:",    "[1.2.3.4]", "a\n", "\xC3\xA9"})
+         {"",        " ",         "a b",       "a:",  ":80",      "a:0",          "a:65536",  "a:8 0",
+          "a:-1",    "a:80:80",   "user@a",    "a/b", "a?b",      "a#b",          "http://a", "1.2.3",
+          "1",       "300.1.1.1", "10.0.0.1.", "-a",  "::1",      "[]",           "[::1",     "[x]",
+          "[::1]80", "[::1]:",    "[1.2.3.4]", "a\n", "\xC3\xA9", "10.0.0.1-9:80"})
         EXPECT_FALSE(ParseAddress(text)) << text;
     EXPECT_FALSE(ParseAddress(std::string("a\0b", 3)));
     EXPECT_FALSE(ParseAddress(std::string(254, 'a')));

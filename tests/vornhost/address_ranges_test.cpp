@@ -24,8 +24,9 @@ TEST(AddressRanges, StandForTheirAddresses) {
 }
 
 TEST(AddressRanges, WhatIsNoneIsRefused) {
-    for (const char* word : {"127.0.1.40-127.0.1.10", "127.0.1.40-10", "10.0.0.0/8", "127.0.1.0/33",
-                             "127.0.1.0/0", "127.0.1.0/24:0", "127.0.1.0/24:x", "host/24", ""})
+    for (const char* word :
+         {"127.0.1.40-127.0.1.10", "127.0.1.40-10", "10.0.0.0/8", "127.0.1.0/33", "127.0.1.0/0",
+          "127.0.1.0/24:0", "127.0.1.0/24:x", "127.0.1.1-300:80", "host/24", ""})
         EXPECT_THROW(AddressesOf(word), CFailure) << word;
 }
 
