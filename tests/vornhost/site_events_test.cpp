@@ -141,6 +141,9 @@ TEST(SiteDoctor, CountsTheCausesOfAll) {
     site.camsim.post("/faults", {{"name", "settings-html"}, {"camera", 1}});
     site.camera(2)["serialNumber"] = "another";
     const auto told = site.lines("doctor", 1);
+    const json log = site.camsim.get("/requests?camera=2"); // it is asked nothing more
+    for (const json& request : log.at("requests"))
+        EXPECT_THAT(request.at("path").get<std::string>(), HasSubstr("/cgi-bin/getinfo"));
     EXPECT_EQ(told.at("").at("causes"), (json{{"not-a-camera", 3}, {"refused", 1}}));
     EXPECT_THAT(told.at("c2").at("problem").at("answered"), HasSubstr("serial number L11500003"));
     EXPECT_EQ(told.at("c0").at("problem").at("cause"), "not-a-camera");

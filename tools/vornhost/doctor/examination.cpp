@@ -112,14 +112,17 @@ void CExamination::examineConnection() {
     isReached_ = check("connect", {"address"}, [this] { return connection(); });
     reports_.begins("the camera to say what it is");
     check("http", {"connect"}, Twice([this] { return http(); }));
+    if (const auto other = anotherCamera()) // which is asked nothing more
+        check("identity", {}, [&other] { return Faulty(*other); });
     reports_.begins("the camera's settings");
-    check("credentials", {"http"}, Twice([this] { return credentials(); }));
+    check("credentials", {"http", "identity"}, Twice([this] { return credentials(); }));
     check("settings", {"credentials"}, Twice([this] { return settings(); }));
 }
 
 void CExamination::examineIdentity() {
     reports_.begins("the plug-in to identify the camera");
-    const bool isIdentified = check("identity", {"credentials"}, Twice([this] { return identity(); }));
+    const bool isIdentified =
+        !anotherCamera() && check("identity", {"credentials"}, Twice([this] { return identity(); }));
     // The camera object would wait for the same dump of the settings.
     const bool isDumpLost = settingsReply_ && settingsReply_->status == 0;
     if (isIdentified && !unknownModel_ && !isDumpLost) {

@@ -71,6 +71,7 @@ private:
     SFinding connection() const;
     SFinding http();
     SFinding credentials();
+    std::optional<SDiagnosis> anotherCamera() const; // than the plan's
     SFinding identity();
     SFinding settings();
     SFinding capability();

@@ -67,16 +67,22 @@ SFinding CExamination::credentials() {
     return Sound("");
 }
 
+std::optional<SDiagnosis> CExamination::anotherCamera() const {
+    if (plan_.serialNumber.empty() || !identityReply_ || identityReply_->status != 200 ||
+        !TellsAModel(identityReply_->body))
+        return std::nullopt;
+    const std::string serial = SerialNumberIn(identityReply_->body);
+    if (serial == plan_.serialNumber)
+        return std::nullopt;
+    SDiagnosis other = AnotherCamera(plan_.serialNumber, serial);
+    other.phase = "identify";
+    return other;
+}
+
 SFinding CExamination::identity() {
     // The plug-in would ask the same for 5 s, and say no more.
     if (identityReply_->status != 200 || !TellsAModel(identityReply_->body))
         return Faulty(session_.diagnose(identityPath(), Occasion::Identification));
-    if (const std::string serial = SerialNumberIn(identityReply_->body);
-        !plan_.serialNumber.empty() && serial != plan_.serialNumber) {
-        SDiagnosis other = AnotherCamera(plan_.serialNumber, serial);
-        other.phase = "identify";
-        return Faulty(other);
-    }
     if (!session_.options().modelNumber.empty())
         return Sound("--model says what it is");
     auto failure = session_.learnFamily();
