@@ -57,7 +57,7 @@ site::SSite OpenSite(const std::string& file, const CVornModelList& models) {
     try {
         return site::ReadSiteFile(file, vocabulary);
     } catch (const site::CFileError& error) {
-        throw CFailure(ExitStatus::WrongUsage, std::string("the site file was refused: ") + error.what(),
+        throw CFailure(ExitStatus::WrongUsage, "the site file was refused: " + PrintableText(error.what()),
                        OwnCause::WrongFile);
     }
 }

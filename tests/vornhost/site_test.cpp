@@ -159,6 +159,9 @@ TEST_F(Site, WrongFilesAndChoicesAreRefusedBeforeAnybodyIsAsked) {
     EXPECT_THAT(refused.err,
                 AllOf(HasSubstr("line 1, column "), HasSubstr("cameras[0].adress: unknown member"),
                       HasSubstr("did you mean address?")));
+    const SRun torn = Vornhost({"site", "check", folder.file("torn.json", "{\"\xFF\": 1}")});
+    EXPECT_EQ(torn.status, 2);
+    EXPECT_THAT(torn.err, AllOf(HasSubstr("line 1, column 3"), Not(HasSubstr("\xFF"))));
     EXPECT_THAT(camsim.requestedPaths(), IsEmpty());
 }
 
