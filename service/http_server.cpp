@@ -367,7 +367,6 @@ void CHttpServer::listen(SListenAddress& address, const STlsFiles& tls) {
         {MHD_OPTION_CONNECTION_TIMEOUT, static_cast<std::intptr_t>(limits_.seconds), nullptr},
         {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::intptr_t>(limits_.largestHeader), nullptr},
         {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
-        {MHD_OPTION_LISTENING_ADDRESS_REUSE, 1, nullptr},
         {MHD_OPTION_THREAD_STACK_SIZE, static_cast<std::intptr_t>(StackBytes), nullptr},
         {MHD_OPTION_URI_LOG_CALLBACK, reinterpret_cast<std::intptr_t>(&CCalls::begin), calls_.get()},
         {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<std::intptr_t>(&CCalls::completed), calls_.get()}};
@@ -375,6 +374,7 @@ void CHttpServer::listen(SListenAddress& address, const STlsFiles& tls) {
         options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, const_cast<char*>(tls.certificate.c_str())});
         options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, const_cast<char*>(tls.key.c_str())});
         options.push_back(
+    errno = 0;
             {MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>("NORMAL:-VERS-TLS1.0:-VERS-TLS1.1")});
     }
     options.push_back({MHD_OPTION_END, 0, nullptr});
@@ -386,8 +386,8 @@ void CHttpServer::listen(SListenAddress& address, const STlsFiles& tls) {
                          options.data(), MHD_OPTION_END);
     if (!daemon)
         throw CHttpServerError("cannot listen at " + address.text() + ": " +
-                               std::generic_category().message(errno) +
-                               (isSecure ? " (or the certificate and the key do not belong together)" : ""));
+                               (errno != 0 ? std::generic_category().message(errno)
+                                           : "the certificate or the key is of a kind that cannot be used"));
     daemons_.push_back(daemon);
     address.port = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
 }

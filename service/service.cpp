@@ -11,6 +11,7 @@
 #include "service/observers.h"
 #include "service/page_files.h"
 #include "service/state_directory.h"
+#include "service/tls_files.h"
 #include "site/base/json_line.h"
 #include "site/base/standard_streams.h"
 #include "site/session/loaded_plugin.h"
@@ -70,20 +71,6 @@ std::vector<SListenAddress> ListenAddresses(const SServeOptions& options) {
     return all;
 }
 
-std::string ReadFile(const std::string& file) {
-    try {
-        return file.empty() ? "" : site::ReadTextFile(file);
-    } catch (const site::CFileError& error) {
-        throw CFailure(ExitStatus::WrongUsage, error.what(), OwnCause::WrongFile);
-    }
-}
-
-STlsFiles TlsFiles(const SServeOptions& options) {
-    if (options.tlsCertificate.empty() != options.tlsKey.empty())
-        throw CFailure(ExitStatus::WrongUsage, "--tls-cert and --tls-key belong together");
-    return {ReadFile(options.tlsCertificate), ReadFile(options.tlsKey)};
-}
-
 // A thousand cameras with their streams have more open than a process may by default.
 void RaiseDescriptorLimit() {
     rlimit limit{};
@@ -121,7 +108,7 @@ public:
           state_(serveOptions.state.empty() ? UsualStateDirectory() : serveOptions.state),
           files_(site::SharedPath("service"), !serveOptions.noPage) {
         const auto addresses = ListenAddresses(serveOptions);
-        const STlsFiles tls = TlsFiles(serveOptions);
+        const STlsFiles tls = ReadTlsFiles(serveOptions.tlsCertificate, serveOptions.tlsKey);
         makeMqtt();
         std::vector<ISiteObserver*> observers{&hub_};
         if (mqtt_)

@@ -1,7 +1,11 @@
 #include "service/http_server.h"
 
 #include "service/event_source.h"
+#include "service/tls_files.h"
+#include "site/base/exit_status.h"
+#include "tests/service/broker.h"
 #include "tests/service/http_client.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/support/wait_until.h"
 
 #include <gmock/gmock.h>
@@ -73,6 +77,47 @@ TEST(HttpServer, BodiesAreBoundedTogether) {
         return !isServed();
     }));
     EXPECT_TRUE(WaitUntil(isServed));
+}
+
+TEST(HttpServer, CertificateAndKeyAreReadAndBelongTogether) {
+    const test_support::CTemporaryFolder folder;
+    const auto make = [&](const std::string& name) {
+        CChild made({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=yard",
+                     "-keyout", folder.file(name + ".key"), "-out", folder.file(name + ".crt")});
+        EXPECT_EQ(made.wait(), 0);
+    };
+    make("one");
+    make("other");
+    const std::string certificate = folder.file("one.crt"), key = folder.file("one.key");
+    EXPECT_NE(ReadTlsFiles(certificate, key).key, "");
+    EXPECT_EQ(ReadTlsFiles("", "").certificate, "");
+    const struct {
+        std::string certificate, key, reason;
+    } refused[] = {{certificate, "", "--tls-cert and --tls-key belong together"},
+                   {"/dev/null", key, "/dev/null holds no certificate"},
+                   {key, key, "one.key holds no certificate"},
+                   {certificate, "/dev/null", "/dev/null holds no key"},
+                   {certificate, folder.file("other.key"), "is not that of the certificate"}};
+    for (const auto& one : refused)
+        EXPECT_THAT([&] { (void)ReadTlsFiles(one.certificate, one.key); },
+                    testing::ThrowsMessage<site::CFailure>(testing::HasSubstr(one.reason)));
+}
+
+TEST(HttpServer, APortIsOneServersAndFreeWhenThatHasEnded) {
+    const auto serve = [](const std::vector<SListenAddress>& addresses) {
+        return std::make_unique<CHttpServer>(
+            addresses, STlsFiles(), [](const SHttpRequest& /*request*/, const CHttpServer::Answer& answer) {
+                answer(SHttpAnswer::of(200, "text/plain", "served"));
+            });
+    };
+    auto first = serve(Anywhere);
+    const std::vector<SListenAddress> taken = first->addresses();
+    EXPECT_THROW(serve(taken), CHttpServerError);
+    CRawConnection client(taken.front().text());
+    client.write("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+    client.readUntil([](const std::string& all) { return all.find("served") != std::string::npos; });
+    first.reset(); // closes the connection, whose end the system remembers
+    EXPECT_EQ(serve(taken)->addresses().front().port, taken.front().port);
 }
 
 TEST(HttpServer, EndsWhileRequestsWaitForTheirAnswers) {
