@@ -58,6 +58,43 @@ std::string TextOf(const ordered_json& value, const std::string& name) {
 }
 
 // Sets what is wished of a camera, and tells asked, was and is of each value.
+// What a wish may want and the camera has now.
+std::vector<site::SChange> ValuesOf(const CKeptCamera::Session& session, const site::SSiteCamera& wish) {
+    const site::CDrift drift(
+        *session->session().model(), [&](const std::string& operation, const site::Texts& arguments) {
+            return site::AnswerIfThere(session->session().operations(), operation, arguments);
+        });
+    std::vector<site::SChange> values;
+    for (const site::SComparison& one : drift.compare(site::WishOf(wish)))
+        values.push_back({one, one.camera});
+    return values;
+}
+
+// A recorder's record may have a field that the camera has not, and then nobody misses it; who sets that
+// field does.
+std::optional<site::SDiagnosis> Missing(const std::vector<site::SChange>& values) {
+    for (const site::SChange& one : values)
+        if (one.before.match == site::SComparison::Match::Same && one.before.camera.empty()) {
+            const auto unsettable = site::CDrift::unsettable(one.before);
+            return unsettable
+                       ? unsettable
+                       : site::NotReported(site::ToldOf(one.before.of) + ", " + one.before.field, "site");
+        }
+    return std::nullopt;
+}
+
+// Where a write was begun and not read back, nobody knows what the camera has.
+void TakeAfter(std::vector<site::SChange>& values, const site::SCameraFinding& set) {
+    const bool isUnread = set.problem && set.differences.empty();
+    for (site::SChange& one : values) {
+        if (isUnread && one.before.match != site::SComparison::Match::Same)
+            one.after.clear();
+        for (const site::SChange& changed : set.changes)
+            if (changed.before.of == one.before.of && changed.before.field == one.before.field)
+                one.after = changed.after;
+    }
+}
+
 SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wish) {
     // What the camera has rounded before is no concern of this wish.
     site::CAcceptedValues accepted{std::string()};
@@ -65,21 +102,16 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
     site::CWishWork work(session->session(), wish);
     site::SCameraFinding finding;
     finding.camera = &wish;
-    work.compare(finding, allowances);
-    const auto before = finding.differences;
-    std::vector<site::SChange> results;
+    finding.problem = work.readAnew();
     if (!finding.problem)
-        for (const site::SComparison& one :
-             site::CDrift(*session->session().model(), [&](const std::string&operation,
-                                                           const site::Texts&arguments) {
-                 return site::AnswerIfThere(session->session().operations(), operation, arguments);
-             }).compare(site::WishOf(wish)))
-            results.push_back({one, one.camera});
+        work.compare(finding, allowances);
+    std::vector<site::SChange> results;
+    if (!finding.problem) {
+        results = ValuesOf(session, wish);
+        finding.problem = Missing(results);
+    }
     work.set(finding, allowances);
-    for (site::SChange& one : results)
-        for (const site::SChange& changed : finding.changes)
-            if (changed.before.of == one.before.of && changed.before.field == one.before.field)
-                one.after = changed.after;
+    TakeAfter(results, finding);
     ordered_json told{{"results", site::ChangesJson(results)}};
     if (finding.problem) {
         const bool isWish = finding.problem->cause == "wrong-value" ||
@@ -250,7 +282,8 @@ void CApi::patchAdjustments(const SApiCall& call, const Answer& answer) {
         throw CRefusal(MHD_HTTP_BAD_REQUEST, "nothing is to be set");
     const std::lock_guard<std::mutex> writing(one.camera->writing());
     SHttpAnswer told = Set(SessionOf(*one.camera), wish);
-    parts_.site.check(one.camera); // what was just set no longer differs, or does now
+    // What was just set no longer differs, or does now.
+    parts_.site.check(one.camera, CKeptSite::Settings::AsKnown);
     answer(std::move(told));
 }
 
@@ -262,7 +295,8 @@ void CApi::patchStream(const SApiCall& call, const Answer& answer) {
     wish.streams = {StreamWish(call.stream, call.body())};
     const std::lock_guard<std::mutex> writing(one.camera->writing());
     SHttpAnswer told = Set(SessionOf(*one.camera), wish);
-    parts_.site.check(one.camera); // what was just set no longer differs, or does now
+    // What was just set no longer differs, or does now.
+    parts_.site.check(one.camera, CKeptSite::Settings::AsKnown);
     answer(std::move(told));
 }
 

@@ -219,12 +219,15 @@ std::vector<CProber::STarget> CKeptSite::targets() const {
     return all;
 }
 
-SSiteLook CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera) {
+SSiteLook CKeptSite::check(const std::shared_ptr<CKeptCamera>& camera, Settings settings) {
     SSiteLook look{camera->entry(), {}};
     look.finding.camera = look.entry.get();
     if (const CKeptCamera::Session session = camera->session()) {
-        site::CWishWork(session->session(), *look.entry)
-            .compare(look.finding, {site::UtcToday(), &accepted_});
+        site::CWishWork work(session->session(), *look.entry);
+        if (settings == Settings::Anew)
+            look.finding.problem = work.readAnew();
+        if (!look.finding.problem)
+            work.compare(look.finding, {site::UtcToday(), &accepted_});
         Settle(look.finding);
         camera->setDrift(DriftOf(look.finding));
         return look;

@@ -65,8 +65,10 @@ public:
     std::vector<std::shared_ptr<CKeptCamera>> cameras() const;
     std::vector<SCameraStatus> statuses() const;
 
-    // Compares the camera with the file, and tells where that is news.
-    SSiteLook check(const std::shared_ptr<CKeptCamera>& camera);
+    // Compares the camera with the file, and tells where that is news. As known: after who has just read its
+    // settings.
+    enum class Settings { Anew, AsKnown };
+    SSiteLook check(const std::shared_ptr<CKeptCamera>& camera, Settings settings = Settings::Anew);
     // Sets it as the file wants it. One at a time for a camera.
     SSiteLook sync(const std::shared_ptr<CKeptCamera>& camera);
 

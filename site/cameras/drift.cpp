@@ -207,7 +207,7 @@ std::optional<SDiagnosis> CDrift::unsettable(const SComparison& difference) {
                 SDiagnosis problem;
                 problem.problem = "the " + difference.field + " of an " + name + " stream cannot be set";
                 problem.request = difference.field + "=" + difference.wanted + "; nothing was sent";
-                problem.reply = "the camera has " + difference.camera;
+                problem.reply = "the camera has " + (difference.camera.empty() ? "none" : difference.camera);
                 problem.advice = "set it at the camera's own page, or ignore the difference";
                 problem.cause = "not-supported";
                 problem.phase = "write";
@@ -308,7 +308,8 @@ void CDrift::compareAdjustments(const ordered_json& wish, std::vector<SCompariso
         const SAdjustmentInfo* const info = FindAdjustment(name);
         if (!info)
             Refuse("there is no adjustment \"" + name + "\"");
-        SComparison one{OfAdjustments, name, TextOf(value), adjustments.read(*info).current};
+        SComparison one{OfAdjustments, name, TextOf(value),
+                        adjustments.read(TellingAdjustment(*info)).current};
         if (one.wanted != one.camera)
             one.match = IsSameAdjustment(*info, model_, one.wanted, one.camera)
                             ? SComparison::Match::Rounded

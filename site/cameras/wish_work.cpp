@@ -14,7 +14,21 @@ namespace {
 constexpr const char* SitePhase = "site";
 constexpr const char* ReadBackPhase = "read-back";
 
+// To focus once, which leaves the camera in no state of the name.
+bool IsAction(const SComparison& one) {
+    const SAdjustmentInfo* const info = one.of == OfAdjustments ? FindAdjustment(one.field) : nullptr;
+    return info && info->form == AdjustmentForm::Action;
+}
+
 } // namespace
+
+// The plug-in reads the settings anew behind a write alone, so that a request which changes nothing goes as
+// one.
+std::optional<SDiagnosis> CWishWork::readAnew() {
+    const char* const operation = "setting.SetCameraSetting";
+    (void)session_.exchanges().takeFailing();
+    return writeProblem(operation, ask(operation, {session_.modelRequest(), ""}));
+}
 
 void CWishWork::compare(SCameraFinding& finding, const SAllowances& allowances) {
     finding.serialNumber = session_.serialNumber();
@@ -54,7 +68,7 @@ std::optional<SDiagnosis> CWishWork::impossible(const SCameraFinding& finding,
                                                 const SAllowances& allowances) const {
     auto problem = drift().impossible(WishOf(wish_, allowances.today));
     for (const SComparison& one : finding.differences)
-        if (!problem && one.camera.empty())
+        if (!problem && one.camera.empty() && !IsAction(one))
             problem = NotReported(ToldOf(one.of) + ", " + one.field, SitePhase);
     if (problem)
         problem->phase = SitePhase;
@@ -82,7 +96,7 @@ void CWishWork::set(SCameraFinding& finding, const SAllowances& allowances) {
         });
         if (was != before.end())
             finding.changes.push_back({*was, one.camera});
-        if (one.match == SComparison::Match::Same || isAccepted(one, allowances) ||
+        if (one.match == SComparison::Match::Same || IsAction(one) || isAccepted(one, allowances) ||
             IsIgnored(wish_, one.of, one.field, allowances.today))
             continue;
         if (one.match == SComparison::Match::Rounded) {
@@ -132,7 +146,7 @@ std::optional<SDiagnosis> CWishWork::writeAdjustment(const SComparison& differen
     auto problem =
         writeProblem(std::string("set") + info.operation, adjustments.set(info, difference.wanted));
     if (!problem)
-        (void)adjustments.readSettled(info);
+        (void)adjustments.readSettled(TellingAdjustment(info));
     return problem;
 }
 

@@ -28,6 +28,9 @@ public:
     // Both must outlive it; of the wish the address and the name are the camera's.
     CWishWork(CDeviceSession& session, const SSiteCamera& wish) : session_(session), wish_(wish) {}
 
+    // What is compared from now on is the camera as it is now: a session that has been kept knows it as it
+    // was up to minutes ago. Why the camera cannot be asked.
+    std::optional<SDiagnosis> readAnew();
     // Holds the camera against the wish; sends no write.
     void compare(SCameraFinding& finding, const SAllowances& allowances);
     // Sets what was found to differ, and reads it back.

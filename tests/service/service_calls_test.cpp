@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <regex>
 #include <sys/stat.h>
 
@@ -216,6 +217,10 @@ TEST(ServiceCalls, AWriteTellsWhatWasAskedWhatWasAndWhatIs) {
     EXPECT_EQ(reply.object().at("results").at(0).at("of"), "stream 0,h264,0");
     EXPECT_EQ(reply.object().at("results").at(0).at("is"), "640x480");
 
+    reply = client.send("PATCH", "/api/v1/cameras/c0/streams/0,h264,0", {{"quality", "10"}}); // it has none
+    EXPECT_EQ(reply.status, 422) << reply.body;
+    EXPECT_EQ(reply.object().at("problem").at("cause"), "not-supported");
+
     EXPECT_EQ(client.send("PATCH", adjustments, {{"brightness", "101"}}).status, 422);
     EXPECT_EQ(client.send("PATCH", adjustments, {{"brightnes", "10"}}).status, 400);
     EXPECT_EQ(client.send("PATCH", adjustments, {{"brightness", nullptr}}).status, 400);
@@ -235,6 +240,65 @@ TEST(ServiceCalls, AWriteTellsWhatWasAskedWhatWasAndWhatIs) {
     EXPECT_EQ(result.at("asked"), "30");
     EXPECT_EQ(result.at("was"), "60");
     EXPECT_EQ(result.at("is"), "60");
+}
+
+TEST(ServiceCalls, ToFocusOnceIsNoState) {
+    const CServedSite site({"--model", "D850", "--no-rtsp"});
+    site.awaitState("c0", "up");
+    const CHttpClient client = site.client(site.operate);
+    const std::string adjustments = "/api/v1/cameras/c0/adjustments";
+    const SReply reply = client.send("PATCH", adjustments, {{"autoFocus", "on"}});
+    EXPECT_EQ(reply.status, 200) << reply.body;
+    EXPECT_EQ(reply.object().at("results").at(0).at("asked"), "on");
+    EXPECT_EQ(client.send("PATCH", adjustments, {{"autoFocus", "off"}}).status, 422);
+}
+
+// Somebody else sets it, and it fails, between two looks of the service.
+TEST(ServiceCalls, ACameraIsComparedAsItIsNow) {
+    const CServedSite site({"--no-rtsp"}, [](CServedSite& made) {
+        made.file["cameras"][0]["adjustments"] = {{"brightness", "60"}};
+    });
+    site.awaitState("c0", "up");
+    const CHttpClient client = site.client(site.operate);
+    const std::string camera = "/api/v1/cameras/c0", adjustments = camera + "/adjustments";
+    const auto finding = [&](const char* what) { return client.send("POST", camera + what).object().at(0); };
+    const auto setElsewhere = [&](const std::string& brightness) {
+        const SRun run = test_support::RunProgram(
+            "vornhost", {"--user", "admin", "--password-file", site.folder.file("password"), "image",
+                         site.camsim.address(), "brightness=" + brightness});
+        ASSERT_EQ(run.status, 0) << run.err;
+    };
+    EXPECT_EQ(finding("/sync").at("state"), "changed");
+    setElsewhere("100");
+    EXPECT_EQ(finding("/check").at("differences").at(0).at("camera"), "100");
+    const json changed =
+        client.send("PATCH", adjustments, {{"brightness", "60"}}).object().at("results").at(0);
+    EXPECT_EQ(changed.at("was"), "100");
+    EXPECT_EQ(changed.at("is"), "60");
+
+    setElsewhere("100");
+    site.camsim.post("/faults", {{"path", "/cgi-bin/*"}, {"kind", "revert"}, {"ms", 300}});
+    EXPECT_EQ(finding("/sync").at("state"), "not-accepted");
+    site.camsim.erase("/faults");
+
+    site.camsim.post("/faults", {{"name", "settings-unavailable"}});
+    EXPECT_EQ(finding("/check").at("problem").at("cause"), "busy");
+    site.camsim.erase("/faults");
+    site.camsim.post("/faults",
+                     {{"path", "/cgi-bin/*"}, {"kind", "delay"}, {"ms", 1500}, {"method", "POST"}});
+    auto setting = std::async(std::launch::async, [&] {
+        return client.send("PATCH", adjustments, {{"brightness", "70"}});
+    });
+    EXPECT_TRUE(WaitUntil([&] {
+        const json last = site.camsim.get("/requests").at("requests").back();
+        return last.at("method") == "POST" && last.at("status").is_null();
+    }));
+    site.camsim.post("/faults", {{"name", "settings-unavailable"}}); // from the write on
+    const SReply unread = setting.get();
+    EXPECT_EQ(unread.status, 502) << unread.body;
+    EXPECT_EQ(unread.object().at("results").at(0).at("is"), nullptr) << unread.body;
+    site.camsim.erase("/faults");
+    EXPECT_EQ(client.send("PATCH", adjustments, {{"brightness", "40"}}).status, 200); // at once
 }
 
 TEST(ServiceCalls, AWishGoesToTheSiteFileOrChangesNothing) {
