@@ -282,8 +282,7 @@ Problem CKeptCamera::open() {
     const std::lock_guard<std::mutex> lock(mutex_);
     status_.model = found.model.empty() ? status_.model : found.model;
     status_.firmware = found.firmware;
-    const std::string& serialNumber = opened->camera->session().serialNumber();
-    status_.serialNumber = serialNumber.empty() ? entry_->serialNumber : serialNumber;
+    status_.serialNumber = found.serialNumber.empty() ? entry_->serialNumber : found.serialNumber;
     session_ = Session(opened, opened->camera.get());
     return std::nullopt;
 }
@@ -368,16 +367,23 @@ void CKeptCamera::noteExchange(const site::SWatchedExchange& exchange) {
     if (history_->isFollowed())
         keeping_.observer.exchangeNoted();
     keeping_.answerTimes.note(exchange.path.substr(0, exchange.path.find('?')), exchange.milliseconds / 1000);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (exchange.isFailed()) {
-        ++status_.requests.failed;
-        return;
+    const bool isOfSettings = exchange.method == "GET" && exchange.path == site::SettingsRequest;
+    bool isNews = false;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isNews = isOfSettings && status_.health == (exchange.isFailed() ? Health::Up : Health::Degraded);
+        if (exchange.isFailed()) {
+            ++status_.requests.failed;
+        } else {
+            ++status_.requests.succeeded;
+            status_.lastSuccess = exchange.ended;
+            lastHeard_ = Clock::now();
+            if (isOfSettings)
+                status_.settings = exchange.ended;
+        }
     }
-    ++status_.requests.succeeded;
-    status_.lastSuccess = exchange.ended;
-    lastHeard_ = Clock::now();
-    if (exchange.method == "GET" && exchange.path == site::SettingsRequest)
-        status_.settings = exchange.ended;
+    if (isNews)
+        lookSoon();
 }
 
 void CKeptCamera::takeEvent(int input, const site::SStreamEvent& event) {

@@ -48,18 +48,26 @@ std::optional<SDiagnosis> CSiteCamera::reach() {
     }
     return session_.initialize();
 }
-// The firmware is asked past the plug-in, which learns it of one camera in a process.
+// The firmware is asked past the plug-in, which learns it of one camera in a process; the serial number where
+// nothing had to be identified.
 void CSiteCamera::describe(SCameraFinding& finding) {
     if (const auto name = AnswerIfThere(session_.operations(), "getUnitModelName", {});
         name && !name->values.empty())
         finding.model = name->values.front();
-    const auto query = session_.plugin().models()->getQueryDevice(session_.familyName()).modelNumber;
+    finding.serialNumber = session_.serialNumber();
+    const auto query = session_.plugin().models()->getQueryDevice(session_.familyName());
+    auto firmware = query.modelNumber;
+    firmware.url.replyKey = "VERSION=";
+    askValue(firmware, finding.firmware);
+    if (finding.serialNumber.empty())
+        askValue(query.serialNumber, finding.serialNumber);
+}
+
+void CSiteCamera::askValue(const device_handler::v1_0::SDeviceQuery& query, std::string& value) const {
     const CAuthentication as = session_.authentication();
-    auto url = query.url;
-    url.replyKey = "VERSION=";
     if (as.isSet())
-        (void)CVornCamera::getCamSingleValue(camera_.address, url, as.getUsername(), as.getPassword(),
-                                             finding.firmware, query.delimiters, query.authScheme);
+        (void)CVornCamera::getCamSingleValue(camera_.address, query.url, as.getUsername(), as.getPassword(),
+                                             value, query.delimiters, query.authScheme);
 }
 
 } // namespace corvane::site

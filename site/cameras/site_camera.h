@@ -20,11 +20,12 @@ public:
     // What it differs in from its entry, and sets; see CWishWork.
     CWishWork work() { return {session_, camera_}; }
     CDeviceSession& session() { return session_; }
-    // Its model and firmware.
+    // Its model, firmware and serial number.
     void describe(SCameraFinding& finding);
 
 private:
     std::optional<SDiagnosis> reach();
+    void askValue(const device_handler::v1_0::SDeviceQuery& query, std::string& value) const;
 
     const SSiteCamera& camera_;
     CDeviceSession session_;

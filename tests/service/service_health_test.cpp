@@ -132,6 +132,26 @@ TEST(ServiceHealth, AWrongPasswordIsNotTriedAgainForWhoAsks) {
     EXPECT_EQ(count(true), tries);
 }
 
+// Long before the next look is due.
+TEST(ServiceHealth, SettingsThatCannotBeReadAnyMoreAreToldAtOnce) {
+    const CServedSite site({"--no-rtsp"}, [](CServedSite& made) {
+        made.file["cameras"][0]["model"] = "F320";
+        made.file["cameras"][0]["inputs"] = json::array();
+    });
+    const json first = site.awaitState("c0", "up");
+    EXPECT_NE(first.at("serialNumber"), ""); // which nobody had to ask to know the camera
+    const auto read = [&] {
+        (void)site.client(site.view).send("POST", "/api/v1/cameras/c0/calls",
+                                          {{"operation", "setting.getDetailsFromSetdata"}});
+    };
+    site.camsim.post("/faults", {{"name", "settings-unavailable"}});
+    read();
+    site.await("c0", {{"state", "degraded"}, {"problem", {{"cause", "busy"}}}});
+    site.camsim.erase("/faults");
+    read();
+    site.awaitState("c0", "up");
+}
+
 // More than there are places for looks, first in the file: each holds one for as long as a look is patient.
 TEST(ServiceHealth, SilentCamerasDelayNoFirstLook) {
     constexpr int Silent = 100;
