@@ -21,13 +21,18 @@ constexpr std::size_t MostSessions = 1000;
 constexpr unsigned MostWrong = 20; // tokens a minute from one address
 constexpr std::size_t MostWrongAddresses = 10'000;
 
-// "[::1]:8090" is ::1, "LocalHost:80" is localhost.
-std::string HostOf(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (!text.empty() && text.front() == '[')
-        return text.substr(1, text.find(']') == std::string::npos ? 0 : text.find(']') - 1);
-    return text.substr(0, text.find(':'));
+// "[::1]:8090" is ::1, "LocalHost:80" is localhost; empty for what is no host with or without a port.
+std::string HostOf(const std::string& header) {
+    const std::string text = SmallLetters(header);
+    const bool isSix = !text.empty() && text.front() == '[';
+    const std::size_t end = isSix ? text.find(']') : std::min(text.find(':'), text.size());
+    if (end == std::string::npos)
+        return "";
+    const std::string port = text.substr(isSix ? end + 1 : end);
+    if (!port.empty() &&
+        (port.front() != ':' || port.find_first_not_of("0123456789", 1) != std::string::npos))
+        return "";
+    return isSix ? text.substr(1, end - 1) : text.substr(0, end);
 }
 
 bool IsIn(const std::vector<std::string>& hosts, const std::string& host) {
@@ -66,14 +71,14 @@ void CAccess::requireHost(const SHttpRequest& request) const {
     const std::string host = HostOf(request.header("host"));
     if (!IsIn(rules_.hosts, host) && !IsIn(rules_.publicHosts, host))
         throw CRefusal(MHD_HTTP_MISDIRECTED_REQUEST,
-                       "this service is not asked as \"" + host + "\"; see --public-host");
+                       "this service is not asked as \"" + request.header("host") + "\"; see --public-host");
 }
 
 SClient CAccess::require(const SHttpRequest& request, Role least) {
-    constexpr std::string_view Bearer = "Bearer ";
+    constexpr std::string_view Bearer = "bearer ";
     const std::string authorization = request.header("authorization");
     std::optional<SClient> client;
-    if (authorization.compare(0, Bearer.size(), Bearer) == 0)
+    if (SmallLetters(authorization.substr(0, Bearer.size())) == Bearer)
         client = clientOf(authorization.substr(Bearer.size()), request.remote);
     else if (const auto kept = session(request))
         client = kept->client;
@@ -96,9 +101,10 @@ void CAccess::requireOwnChange(const SHttpRequest& request) const {
     const std::string site = request.header("sec-fetch-site");
     if ((!origin.empty() && !isOwn) || (!site.empty() && site != "same-origin" && site != "none"))
         throw CRefusal(MHD_HTTP_FORBIDDEN, "web pages of others may change nothing");
-    std::string type = request.header("content-type");
+    std::string type = SmallLetters(request.header("content-type"));
     type = type.substr(0, type.find(';'));
     const bool hasBody = request.method != MHD_HTTP_METHOD_DELETE || !request.body.empty();
+    type.erase(type.find_last_not_of(" \t") + 1);
     if (hasBody && type != JsonType)
         throw CRefusal(MHD_HTTP_UNSUPPORTED_MEDIA_TYPE, "the body must be of Content-Type application/json");
 }

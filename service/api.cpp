@@ -56,19 +56,22 @@ void AddSafety(SHttpAnswer& answer) {
 }
 
 // Whatever fails becomes an answer.
-SHttpAnswer Refused(const std::function<void()>& work, bool& isRefused) {
+SHttpAnswer Refused(const SHttpRequest& request, const std::function<void()>& work, bool& isRefused) {
     isRefused = true;
+    const auto refuse = [&](int status, const std::string& detail) {
+        return CRefusal(status, detail).answer(AskedOf(request));
+    };
     try {
         work();
     } catch (const CRefusal& refusal) {
-        return refusal.answer();
+        return refusal.answer(AskedOf(request));
     } catch (const site::CFailure& failure) {
         return ProblemAnswer(MHD_HTTP_INTERNAL_SERVER_ERROR, failure.what(),
                              {{"problem", ProblemObject(DiagnoseOwn(failure))}});
     } catch (const std::bad_alloc&) {
-        return ProblemAnswer(MHD_HTTP_SERVICE_UNAVAILABLE, "no memory");
+        return refuse(MHD_HTTP_SERVICE_UNAVAILABLE, "no memory");
     } catch (const std::exception& failure) {
-        return ProblemAnswer(MHD_HTTP_INTERNAL_SERVER_ERROR, refhost::MaskSecrets(failure.what()));
+        return refuse(MHD_HTTP_INTERNAL_SERVER_ERROR, refhost::MaskSecrets(failure.what()));
     }
     isRefused = false;
     return {};
@@ -120,7 +123,8 @@ void CApi::handle(SHttpRequest request, const Answer& answer) {
         answer(std::move(given));
     };
     bool isRefused = false;
-    SHttpAnswer refusal = Refused([&] { route(shared, safe); }, isRefused);
+    SHttpAnswer refusal = Refused(
+        *shared, [&] { route(shared, safe); }, isRefused);
     if (isRefused)
         safe(std::move(refusal));
 }
@@ -136,6 +140,8 @@ void CApi::route(const std::shared_ptr<SHttpRequest>& request, const Answer& ans
         if (!names)
             continue;
         allowed.insert(one.method);
+        if (one.method == std::string_view(MHD_HTTP_METHOD_GET))
+            allowed.insert(MHD_HTTP_METHOD_HEAD);
         if (method != one.method)
             continue;
         SApiCall call{*request, {}, "", ""};
@@ -155,7 +161,8 @@ void CApi::route(const std::shared_ptr<SHttpRequest>& request, const Answer& ans
     std::string all;
     for (const std::string& one : allowed)
         all += (all.empty() ? "" : ", ") + one;
-    SHttpAnswer refusal = ProblemAnswer(MHD_HTTP_METHOD_NOT_ALLOWED, "this path takes " + all);
+    SHttpAnswer refusal =
+        CRefusal(MHD_HTTP_METHOD_NOT_ALLOWED, "this path takes " + all).answer(AskedOf(*request));
     refusal.headers.emplace_back("Allow", all);
     answer(std::move(refusal));
 }
@@ -168,7 +175,8 @@ void CApi::run(const SRoute& route, const std::shared_ptr<SHttpRequest>& request
         return (this->*route.handler)(call, answer);
     queue(call.name, [this, &route, request, call, answer] {
         bool isRefused = false;
-        SHttpAnswer refusal = Refused([&] { (this->*route.handler)(call, answer); }, isRefused);
+        SHttpAnswer refusal = Refused(
+            *request, [&] { (this->*route.handler)(call, answer); }, isRefused);
         if (isRefused)
             answer(std::move(refusal));
     });

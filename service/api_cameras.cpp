@@ -151,7 +151,8 @@ void CApi::examine(const SApiCall& call, const Answer& answer) {
         std::error_code failure;
         std::filesystem::create_directories(std::filesystem::path(file).parent_path(), failure);
         if (failure)
-            throw CRefusal(MHD_HTTP_INTERNAL_SERVER_ERROR, site::UnwritableText(file, failure.message()));
+            throw site::CFailure(site::ExitStatus::CallFailed, site::UnwritableText(file, failure.message()),
+                                 site::OwnCause::CannotWrite);
         words.insert(words.end(), {"--bundle", file});
     }
     words.insert(words.end(), {"--", call.name});

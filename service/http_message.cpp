@@ -1,6 +1,15 @@
 #include "service/http_message.h"
 
+#include <algorithm>
+#include <cctype>
+
 namespace corvane::service {
+
+std::string SmallLetters(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
 
 std::string SHttpRequest::header(const std::string& name) const {
     const auto found = headers.find(name);

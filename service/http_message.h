@@ -12,6 +12,8 @@
 
 namespace corvane::service {
 
+std::string SmallLetters(std::string text);
+
 // What a client asks.
 struct SHttpRequest {
     std::string method;

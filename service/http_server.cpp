@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <atomic>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -25,12 +24,6 @@ namespace {
 constexpr std::size_t MostDiscarded = 1024 * 1024; // of a body that is too large
 constexpr std::size_t SourceBlock = 16 * 1024;
 constexpr std::size_t StackBytes = 256 * 1024;
-
-std::string SmallLetters(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 // Whether an escape of the path stands for a slash or for a text's end: decoded, it would be another path.
 bool HidesAnEnd(const std::string& target) {
@@ -231,7 +224,7 @@ private:
             call->isDispatched = true;
             add(call);
             if (call->isTooLarge)
-                call->answer(tooLarge());
+                call->answer(tooLarge(call->request));
             else
                 handler_(std::move(call->request),
                          [call](SHttpAnswer answer) { call->answer(std::move(answer)); });
@@ -269,9 +262,10 @@ private:
         return call.received > limits_.largestBody + MostDiscarded ? MHD_NO : MHD_YES;
     }
 
-    SHttpAnswer tooLarge() const {
-        return ProblemAnswer(MHD_HTTP_CONTENT_TOO_LARGE,
-                             "the body is larger than " + std::to_string(limits_.largestBody) + " bytes");
+    SHttpAnswer tooLarge(const SHttpRequest& request) const {
+        return CRefusal(MHD_HTTP_CONTENT_TOO_LARGE,
+                        "the body is larger than " + std::to_string(limits_.largestBody) + " bytes")
+            .answer(AskedOf(request));
     }
 
     struct SSourceOfCall {
@@ -374,13 +368,13 @@ void CHttpServer::listen(SListenAddress& address, const STlsFiles& tls) {
         options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, const_cast<char*>(tls.certificate.c_str())});
         options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, const_cast<char*>(tls.key.c_str())});
         options.push_back(
-    errno = 0;
             {MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>("NORMAL:-VERS-TLS1.0:-VERS-TLS1.1")});
     }
     options.push_back({MHD_OPTION_END, 0, nullptr});
     unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
     flags |= storage.ss_family == AF_INET6 ? MHD_USE_IPv6 : 0;
     flags |= isSecure ? MHD_USE_TLS : 0;
+    errno = 0;
     MHD_Daemon* const daemon =
         MHD_start_daemon(flags, address.port, nullptr, nullptr, &CCalls::take, calls_.get(), MHD_OPTION_ARRAY,
                          options.data(), MHD_OPTION_END);

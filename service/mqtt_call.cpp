@@ -10,6 +10,7 @@ namespace corvane::service {
 namespace {
 
 SHttpAnswer AnswerOf(const CKeptSite& site, const std::string& camera, const std::string& payload) {
+    const std::string asked = "a call of " + camera + " over MQTT";
     try {
         const auto one = site.find(camera);
         if (!one)
@@ -19,9 +20,9 @@ SHttpAnswer AnswerOf(const CKeptSite& site, const std::string& camera, const std
             throw CRefusal(MHD_HTTP_BAD_REQUEST, "expected a JSON object");
         return AnswerCall(*one, body, Role::Operate, {"mqtt", "MQTT"});
     } catch (const CRefusal& refusal) {
-        return refusal.answer();
+        return refusal.answer(asked);
     } catch (const std::exception& failure) {
-        return ProblemAnswer(MHD_HTTP_INTERNAL_SERVER_ERROR, refhost::MaskSecrets(failure.what()));
+        return CRefusal(MHD_HTTP_INTERNAL_SERVER_ERROR, refhost::MaskSecrets(failure.what())).answer(asked);
     }
 }
 

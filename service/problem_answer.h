@@ -18,14 +18,19 @@ SHttpAnswer JsonAnswer(const nlohmann::ordered_json& value, int status = 200);
 SHttpAnswer ProblemAnswer(int status, const std::string& detail,
                           const nlohmann::ordered_json& more = nlohmann::ordered_json::object());
 
-// A request that cannot be answered as it was wished.
+// The request as a problem has it: method and path, without a query, in which might stand what is nobody's
+// business.
+std::string AskedOf(const SHttpRequest& request);
+
+// A request that cannot be answered as it was wished. `more` may have a problem of its own.
 class CRefusal : public std::runtime_error {
 public:
     CRefusal(int status, const std::string& detail,
              nlohmann::ordered_json more = nlohmann::ordered_json::object())
         : std::runtime_error(detail), status_(status), more_(std::move(more)) {}
 
-    SHttpAnswer answer() const { return ProblemAnswer(status_, what(), more_); }
+    // `asked`: what was.
+    SHttpAnswer answer(const std::string& asked) const;
 
 private:
     int status_;

@@ -6,7 +6,9 @@ export class ApiError extends Error {
   constructor(status, answer) {
     super(answer.detail || answer.title || '');
     const {problem, results, holder} = answer;
-    Object.assign(this, {status, answer, problem, results, holder});
+    // What the service itself refuses it tells in its own words; a cause would say less.
+    const isOwn = problem?.answered === answer.detail;
+    Object.assign(this, {status, answer, problem: isOwn ? undefined : problem, results, holder});
   }
 
   get isAway() { return this.status === 0; }

@@ -158,10 +158,12 @@ test('failures keep what the service says of them', async () => {
     status: 409,
     body: {detail: 'held', holder: 'front desk', results: [1], problem: {cause: 'not-accepted'}}
   },
+    {status: 503, body: {detail: 'too many', problem: {cause: 'limit', answered: 'too many'}}},
     new TypeError('fetch failed'));
   await assert.rejects(get('/x'),
     error => error instanceof ApiError && error.status === 409 && error.holder === 'front desk' &&
       error.message === 'held' && error.problem.cause === 'not-accepted' && error.results.length === 1);
+  await assert.rejects(get('/x'), error => error.message === 'too many' && !error.problem);
   await assert.rejects(get('/x'), error => error.isAway);
 });
 

@@ -5,11 +5,17 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
 namespace corvane::service {
 namespace {
 
+using testing::Contains;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Pair;
 
 class Access : public testing::Test {
 public:
@@ -33,7 +39,7 @@ int StatusOf(const std::function<void()>& use) {
     try {
         use();
     } catch (const CRefusal& refusal) {
-        return refusal.answer().status;
+        return refusal.answer("").status;
     }
     return 200;
 }
@@ -76,8 +82,9 @@ TEST_F(Access, TheServiceIsAskedByItsNames) {
     };
     for (const char* own : {"yard.example", "Yard.Example:1", "[::1]", "[::1]:8443"})
         EXPECT_EQ(ask(own), 200) << own;
-    for (const char* other : {"", ":8443", "yard.example.", "yard.example.evil.example",
-                              "evil.example:yard.example", "::1", "[::1", "yard.example@evil.example"})
+    for (const char* other :
+         {"", ":8443", "yard.example.", "yard.example.evil.example", "evil.example:yard.example", "::1",
+          "[::1", "yard.example@evil.example", "yard.example:1:2", "yard.example:x", "[::1]x", "[::1]:1:2"})
         EXPECT_EQ(ask(other), 421) << other;
 }
 
@@ -89,6 +96,8 @@ TEST_F(Access, SessionsAreBoundedAndTheOldestGoes) {
         const auto [session, cookie] = access.logIn(browser, token);
         EXPECT_THAT(cookie, EndsWith("; Secure"));
         browser.headers["cookie"] = "a=b;" + cookie.substr(0, cookie.find(';')) + "; c=d";
+    for (const char* right : {"APPLICATION/Json", "application/json ; charset=utf-8"})
+        EXPECT_EQ(ask("content-type", right), 200) << right;
         browsers.push_back(browser);
     }
     EXPECT_FALSE(access.session(browsers.front()));

@@ -40,6 +40,11 @@ TEST_F(ServiceBadInput, BodiesThatAreTooLarge) {
     const SReply large = client.ask("POST", calls, std::string(300'000, ' ') + "{}", json);
     EXPECT_EQ(large.status, 413);
     EXPECT_EQ(large.header("content-type"), "application/problem+json");
+    EXPECT_EQ(large.object().at("problem"), (nlohmann::json{{"cause", "wrong-usage"},
+                                                            {"certain", true},
+                                                            {"asked", "POST " + calls},
+                                                            {"answered", large.object().at("detail")},
+                                                            {"try", "send less"}}));
     EXPECT_EQ(client.ask("POST", calls, std::string(200'000, ' ') + "{}", json).status, 400);
     CRawConnection huge(site.address);
     huge.write(
@@ -128,6 +133,8 @@ TEST_F(ServiceBadInput, PathsThatLeadElsewhere) {
                              "/openapi.json",
                              "/tokens.json"})
         EXPECT_THAT(answerTo(requestLine(std::string("GET ") + path)), StartsWith("HTTP/1.1 404")) << path;
+    const json problem = site.client(site.view).get("/api/v1/no-such?token=secret").object().at("problem");
+    EXPECT_EQ(problem.at("asked"), "GET /api/v1/no-such");
     EXPECT_EQ(site.client("").get("/api.js").status, 200);
     expectServed();
 }
