@@ -6,9 +6,9 @@ export class ApiError extends Error {
   constructor(status, answer) {
     super(answer.detail || answer.title || '');
     const {problem, results, holder} = answer;
-    // What the service itself refuses it tells in its own words; a cause would say less.
-    const isOwn = problem?.answered === answer.detail;
-    Object.assign(this, {status, answer, problem: isOwn ? undefined : problem, results, holder});
+    // What the service itself refuses it tells in its own words.
+    const told = problem?.answered === answer.detail ? null : problem;
+    Object.assign(this, {status, answer, problem: told, results, holder});
   }
 
   get isAway() { return this.status === 0; }

@@ -13,7 +13,6 @@ function detail(label, text, className) {
   return text ? [h('dt', {}, label), h('dd', {class: className}, text)] : [];
 }
 
-// All four things that are to be told of a failure.
 // The doctor's own advice may be for who has its command line.
 const isForPage = advice => !/vornhost|(^|\s)--/i.test(advice);
 
