@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <filesystem>
 
 namespace corvane::service {
 namespace {
@@ -57,7 +58,6 @@ std::string TextOf(const ordered_json& value, const std::string& name) {
     throw CRefusal(MHD_HTTP_BAD_REQUEST, name + " must be a text or a number");
 }
 
-// Sets what is wished of a camera, and tells asked, was and is of each value.
 // What a wish may want and the camera has now.
 std::vector<site::SChange> ValuesOf(const CKeptCamera::Session& session, const site::SSiteCamera& wish) {
     const site::CDrift drift(
@@ -68,19 +68,6 @@ std::vector<site::SChange> ValuesOf(const CKeptCamera::Session& session, const s
     for (const site::SComparison& one : drift.compare(site::WishOf(wish)))
         values.push_back({one, one.camera});
     return values;
-}
-
-// A recorder's record may have a field that the camera has not, and then nobody misses it; who sets that
-// field does.
-std::optional<site::SDiagnosis> Missing(const std::vector<site::SChange>& values) {
-    for (const site::SChange& one : values)
-        if (one.before.match == site::SComparison::Match::Same && one.before.camera.empty()) {
-            const auto unsettable = site::CDrift::unsettable(one.before);
-            return unsettable
-                       ? unsettable
-                       : site::NotReported(site::ToldOf(one.before.of) + ", " + one.before.field, "site");
-        }
-    return std::nullopt;
 }
 
 // Where a write was begun and not read back, nobody knows what the camera has.
@@ -95,6 +82,8 @@ void TakeAfter(std::vector<site::SChange>& values, const site::SCameraFinding& s
     }
 }
 
+// Sets what is wished of a camera, and tells asked, was and is of each value.
+// Sets what is wished of a camera, and tells asked, was and is of each value.
 SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wish) {
     // What the camera has rounded before is no concern of this wish.
     site::CAcceptedValues accepted{std::string()};
@@ -106,10 +95,8 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
     if (!finding.problem)
         work.compare(finding, allowances);
     std::vector<site::SChange> results;
-    if (!finding.problem) {
+    if (!finding.problem)
         results = ValuesOf(session, wish);
-        finding.problem = Missing(results);
-    }
     work.set(finding, allowances);
     TakeAfter(results, finding);
     ordered_json told{{"results", site::ChangesJson(results)}};
@@ -130,13 +117,17 @@ SHttpAnswer Set(const CKeptCamera::Session& session, const site::SSiteCamera& wi
     return JsonAnswer(told);
 }
 
+site::SVideoStreamId StreamIdOf(const std::string& name, int refusal) {
+    try {
+        return site::ReadStreamName(name);
+    } catch (const site::COperationError& error) {
+        throw CRefusal(refusal, std::string("wrong stream: expected ") + error.what());
+    }
+}
+
 site::SStreamWish StreamWish(const std::string& name, const ordered_json& record) {
     site::SStreamWish wish;
-    try {
-        wish.id = site::ReadStreamName(name);
-    } catch (const site::COperationError& error) {
-        throw CRefusal(MHD_HTTP_BAD_REQUEST, std::string("wrong stream: expected ") + error.what());
-    }
+    wish.id = StreamIdOf(name, MHD_HTTP_BAD_REQUEST);
     wish.name = name;
     for (const auto& [field, value] : record.items()) {
         const bool isKnown =
@@ -183,6 +174,8 @@ void MergeStreams(ordered_json& streams, const ordered_json& patch) {
         const auto known = std::find_if(streams.begin(), streams.end(), [&](const ordered_json& other) {
             return other.is_object() && other.value("stream", "") == one["stream"].get<std::string>();
         });
+        if (one["record"].empty()) // which leaves the file nothing to be held against
+            (void)StreamIdOf(one["stream"].get<std::string>(), MHD_HTTP_UNPROCESSABLE_CONTENT);
         ordered_json& entry =
             known == streams.end() ? streams.emplace_back(ordered_json{{"stream", one["stream"]}}) : *known;
         Merge(entry["record"], one["record"], "record");
@@ -332,11 +325,14 @@ void CApi::patchWish(const SApiCall& call, const Answer& answer) {
             throw CRefusal(MHD_HTTP_UNPROCESSABLE_CONTENT, failure.what());
         }
         std::remove(trial.c_str());
-        site::ReplaceFile(file, site.dump(2) + "\n");
+        site::ReplaceFile(std::filesystem::canonical(file), site.dump(2) + "\n"); // a link stays one
+    } catch (const site::CUnwritableFile& error) {
+        throw site::CFailure(site::ExitStatus::CallFailed, error.what(), site::OwnCause::CannotWrite);
     } catch (const site::CFileError& error) {
-        throw CRefusal(MHD_HTTP_INTERNAL_SERVER_ERROR, error.what());
+        throw site::CFailure(site::ExitStatus::CallFailed, error.what(), site::OwnCause::WrongFile);
     } catch (const ordered_json::exception& error) {
-        throw CRefusal(MHD_HTTP_INTERNAL_SERVER_ERROR, "the site file can no longer be read");
+        throw site::CFailure(site::ExitStatus::CallFailed, "the site file can no longer be read",
+                             site::OwnCause::WrongFile);
     }
     parts_.reload();
     answer(JsonAnswer(WishJson(*camera(call).camera->entry())));

@@ -19,11 +19,14 @@
 namespace corvane::site {
 namespace {
 
-// Without a model any listed one's words are taken; the camera's own are looked at when it is asked.
+// Without a model any words are taken, which are the model's; the camera's own are looked at when it is
+// asked.
 std::optional<std::string> RefusedAdjustment(const CVornModelList& models, const std::string& name,
                                              const std::string& number, const std::string& value) {
-    const SModelInfo* const model = models.findModel(number);
     const SAdjustmentInfo* const info = FindAdjustment(name);
+    const SModelInfo* model = models.findModel(number);
+    if (!model && info && info->form != AdjustmentForm::Word && !models.getModels().empty())
+        model = &models.getModels().begin()->second; // no matter which
     if (!model || !info || AdjustmentArgument(*info, *model, value))
         return std::nullopt;
     return "the value \"" + value + "\" is none that the adjustment can have; expected " +

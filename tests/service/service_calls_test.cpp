@@ -325,6 +325,8 @@ TEST(ServiceCalls, AWishGoesToTheSiteFileOrChangesNothing) {
     const json before = written();
     const std::pair<json, long> refused[] = {
         {{{"adjustments", {{"sharpnes", "20"}}}}, 422},
+        {{{"adjustments", {{"sharpness", "abc"}}}}, 422},
+        {{{"streams", {{{"stream", "9"}, {"record", json::object()}}}}}, 422},
         {{{"streams", {{{"stream", "9"}, {"record", {{"frameRate", "5"}}}}}}}, 422},
         {{{"streams", {{{"stream", "0,h264,0"}, {"record", {{"frames", "5"}}}}}}}, 422},
         {{{"streams", {{{"stream", "0,h264,0"}}}}}, 400},
@@ -338,6 +340,14 @@ TEST(ServiceCalls, AWishGoesToTheSiteFileOrChangesNothing) {
     EXPECT_EQ(written(), before);
     for (const auto& entry : std::filesystem::directory_iterator(site.folder.file("")))
         EXPECT_THAT(entry.path().string(), Not(HasSubstr("trial")));
+
+    const std::string file = site.folder.file("site.json"), elsewhere = site.folder.file("elsewhere.json");
+    std::filesystem::rename(file, elsewhere);
+    std::filesystem::create_symlink(elsewhere, file);
+    reply = client.send("PATCH", wish, {{"adjustments", {{"sharpness", "30"}}}});
+    EXPECT_EQ(reply.status, 200) << reply.body;
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    EXPECT_EQ(written()["cameras"][1]["adjustments"], (json{{"sharpness", "30"}}));
 }
 
 TEST(ServiceDoctor, TellsItsLinesAndKeepsItsBundle) {
