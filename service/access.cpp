@@ -1,6 +1,7 @@
 #include "service/access.h"
 
 #include "service/problem_answer.h"
+#include "site/base/standard_streams.h"
 #include "site/text_file.h"
 
 #include <microhttpd.h>
@@ -103,8 +104,8 @@ void CAccess::requireOwnChange(const SHttpRequest& request) const {
         throw CRefusal(MHD_HTTP_FORBIDDEN, "web pages of others may change nothing");
     std::string type = SmallLetters(request.header("content-type"));
     type = type.substr(0, type.find(';'));
-    const bool hasBody = request.method != MHD_HTTP_METHOD_DELETE || !request.body.empty();
     type.erase(type.find_last_not_of(" \t") + 1);
+    const bool hasBody = request.method != MHD_HTTP_METHOD_DELETE || !request.body.empty();
     if (hasBody && type != JsonType)
         throw CRefusal(MHD_HTTP_UNSUPPORTED_MEDIA_TYPE, "the body must be of Content-Type application/json");
 }
@@ -121,13 +122,16 @@ std::optional<SClient> CAccess::clientOf(const std::string& token, const std::st
 const std::vector<STokenEntry>& CAccess::entries() {
     std::error_code failure;
     const auto changed = std::filesystem::last_write_time(rules_.tokenFile, failure);
-    if (failure || changed == read_)
+    if (!failure && changed == read_)
         return entries_;
     try {
         entries_ = ReadTokenFile(rules_.tokenFile);
         read_ = changed;
-    } catch (const site::CFileError&) {
-        return entries_;
+        toldFailure_.clear();
+    } catch (const site::CFileError& error) {
+        if (std::exchange(toldFailure_, error.what()) != error.what())
+            site::WriteMessage(std::string("vornhost: serve: the tokens stay as they were: ") + error.what() +
+                               "\n");
     }
     return entries_;
 }

@@ -71,6 +71,7 @@ private:
     std::mutex mutex_; // guards what follows
     std::vector<STokenEntry> entries_;
     std::filesystem::file_time_type read_;  // the file's time when it was read
+    std::string toldFailure_;               // why it could not be read again
     std::map<std::string, SKept> sessions_; // by the hash of the cookie's value
     struct SWrong {
         std::chrono::steady_clock::time_point since;

@@ -56,6 +56,31 @@ TEST_F(Access, GuessingIsSlowAndHoldsUpNobodyElse) {
     EXPECT_EQ(ask("guess", "192.0.2.2"), 401);
 }
 
+TEST_F(Access, TheSchemeIsWrittenAsOneLikesAndToldToWhoHasNoToken) {
+    SHttpRequest made = request(token);
+    made.headers["authorization"] = "bEARER " + token;
+    EXPECT_EQ(access.require(made, Role::View).name, "wall");
+    made.headers.erase("authorization");
+    try {
+        (void)access.require(made, Role::View);
+        FAIL();
+    } catch (const CRefusal& refusal) {
+        EXPECT_THAT(refusal.answer("").headers, Contains(Pair("WWW-Authenticate", "Bearer")));
+    }
+}
+
+TEST_F(Access, ADamagedFileTakesNoTokenAwayAndIsToldOnce) {
+    std::ofstream(file()) << "{";
+    std::filesystem::last_write_time(file(),
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::seconds(1));
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(access.require(request(token), Role::View).name, "wall");
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(told, HasSubstr("the tokens stay as they were"));
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+}
+
 TEST_F(Access, OnlyThisServicesOwnPageMayChangeSomething) {
     const auto ask = [&](const std::string& name, const std::string& value) {
         SHttpRequest made = request(token);
@@ -70,6 +95,8 @@ TEST_F(Access, OnlyThisServicesOwnPageMayChangeSomething) {
         EXPECT_EQ(ask("sec-fetch-site", own), 200) << own;
     for (const char* other : {"same-site", "cross-site"})
         EXPECT_EQ(ask("sec-fetch-site", other), 403) << other;
+    for (const char* right : {"APPLICATION/Json", "application/json ; charset=utf-8"})
+        EXPECT_EQ(ask("content-type", right), 200) << right;
     for (const char* other : {"text/plain", "", "application/jsonx", "multipart/form-data"})
         EXPECT_EQ(ask("content-type", other), 415) << other;
 }
@@ -96,8 +123,6 @@ TEST_F(Access, SessionsAreBoundedAndTheOldestGoes) {
         const auto [session, cookie] = access.logIn(browser, token);
         EXPECT_THAT(cookie, EndsWith("; Secure"));
         browser.headers["cookie"] = "a=b;" + cookie.substr(0, cookie.find(';')) + "; c=d";
-    for (const char* right : {"APPLICATION/Json", "application/json ; charset=utf-8"})
-        EXPECT_EQ(ask("content-type", right), 200) << right;
         browsers.push_back(browser);
     }
     EXPECT_FALSE(access.session(browsers.front()));
