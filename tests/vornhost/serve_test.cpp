@@ -23,6 +23,7 @@ TEST(Serve, WhatKeepsItFromServingIsToldWithItsCause) {
          2,
          "wrong-file",
          "/dev/null holds no certificate"},
+        {{"--mqtt-calls"}, 2, "wrong-usage", "--mqtt-calls requires --mqtt"},
         {{"--token-file", folder.file("none.json")}, 2, "wrong-file", "none.json"},
         {{"--mqtt", "http://broker"}, 2, "wrong-usage", "mqtt"},
     };

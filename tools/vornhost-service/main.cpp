@@ -4,7 +4,6 @@
 #include "tools/vornhost/program.h"
 #include "tools/vornhost/verbs/serve.h"
 
-#include <csignal>
 #include <memory>
 
 namespace {
@@ -20,18 +19,10 @@ corvane::site::ExitStatus ServeHere(const corvane::site::SOptions& options,
         VORNHOST_VERSION);
 }
 
-// Before any thread, each of which inherits it.
-void BlockHangUp() {
-    sigset_t hangUp;
-    sigemptyset(&hangUp);
-    sigaddset(&hangUp, SIGHUP);
-    pthread_sigmask(SIG_BLOCK, &hangUp, nullptr);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    BlockHangUp();
+    corvane::vornhost::BlockHangUp(); // before any thread
     corvane::vornhost::SetRunService(&ServeHere);
     corvane::site::EndProcess(corvane::vornhost::RunProgram(argc, argv));
 }

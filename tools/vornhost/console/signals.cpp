@@ -49,6 +49,13 @@ void CSignalThread::run() const {
     }
 }
 
+void BlockHangUp() {
+    sigset_t hangUp;
+    sigemptyset(&hangUp);
+    sigaddset(&hangUp, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &hangUp, nullptr);
+}
+
 CEndRequest::CEndRequest(std::function<void()> request, SignalsTaken taken) {
     const std::lock_guard<std::mutex> lock(endMutex);
     endRequest = std::move(request);

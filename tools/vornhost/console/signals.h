@@ -26,6 +26,10 @@ private:
 // Which signals a CEndRequest takes: the first alone, so that the second ends the program, or every one.
 enum class SignalsTaken { First, Every };
 
+// SIGHUP waits from now on for who takes it, in this thread and in those that it makes, and in a program that
+// it becomes.
+void BlockHangUp();
+
 // While it lives, SIGINT and SIGTERM call `request` instead of ending the program, on the signals' thread; it
 // must return soon. A later one takes the place of the one before for good.
 class CEndRequest {

@@ -1,6 +1,7 @@
 #include "tools/vornhost/verbs/serve.h"
 
 #include "site/text_file.h"
+#include "tools/vornhost/console/signals.h"
 #include "tools/vornhost/verbs/number_range.h"
 #include "tools/vornhost/verbs/verb.h"
 
@@ -47,6 +48,7 @@ ExitStatus BecomeService(const SOptions& /*options*/, const service::SServeOptio
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
+    BlockHangUp(); // the service takes it, and is not killed by it while it is being loaded
     execv(program.c_str(), arguments.data());
     throw CFailure(ExitStatus::NotStarted,
                    program + " cannot be started: " + std::generic_category().message(errno) +
@@ -83,19 +85,24 @@ public:
         file("--token-file", options_.tokenFile, "Who may ask; see `vornhost token`");
         command.add_option("--name", options_.name, "What it is called (default: as the site file)")
             ->type_name("WORD");
-        command
-            .add_option("--mqtt", options_.mqtt,
-                        "Tell a broker what the site knows: mqtt[s]://[USER@]HOST[:PORT]")
-            ->type_name("URL");
+        CLI::Option* const broker =
+            command
+                .add_option("--mqtt", options_.mqtt,
+                            "Tell a broker what the site knows: mqtt[s]://[USER@]HOST[:PORT]")
+                ->type_name("URL");
         file("--mqtt-password-file", options_.mqttPasswordFile,
-             "Its first line is the password at the broker");
+             "Its first line is the password at the broker")
+            ->needs(broker);
         command
             .add_option("--mqtt-prefix", options_.mqttPrefix,
                         "What all topics begin with (default: vornhost)")
-            ->type_name("WORD");
-        command.add_flag("--mqtt-calls", options_.mqttCalls, "Take calls from who may publish at the broker");
-        command.add_flag("--mqtt-discovery", options_.mqttDiscovery,
-                         "Describe the inputs to home automation");
+            ->type_name("WORD")
+            ->needs(broker);
+        command.add_flag("--mqtt-calls", options_.mqttCalls, "Take calls from who may publish at the broker")
+            ->needs(broker);
+        command
+            .add_flag("--mqtt-discovery", options_.mqttDiscovery, "Describe the inputs to home automation")
+            ->needs(broker);
         command
             .add_option("--drift-minutes", options_.driftMinutes,
                         "How often each camera is held against the site file (default: 60)")
