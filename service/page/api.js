@@ -6,9 +6,9 @@ export class ApiError extends Error {
   constructor(status, answer) {
     super(answer.detail || answer.title || '');
     const {problem, results, holder} = answer;
-    // What the service itself refuses it tells in its own words.
-    const told = problem?.answered === answer.detail ? null : problem;
-    Object.assign(this, {status, answer, problem: told, results, holder});
+    Object.assign(this, {status, answer, results, holder});
+    if (problem?.answered !== answer.detail) // else the service's own, whose words say more
+      this.problem = problem;
   }
 
   get isAway() { return this.status === 0; }

@@ -68,8 +68,11 @@ std::optional<SDiagnosis> CWishWork::impossible(const SCameraFinding& finding,
                                                 const SAllowances& allowances) const {
     auto problem = drift().impossible(WishOf(wish_, allowances.today));
     for (const SComparison& one : finding.differences)
-        if (!problem && one.camera.empty() && !IsAction(one))
-            problem = NotReported(ToldOf(one.of) + ", " + one.field, SitePhase);
+        if (!problem && one.camera.empty() && !IsAction(one)) {
+            problem = CDrift::unsettable(one);
+            if (!problem)
+                problem = NotReported(ToldOf(one.of) + ", " + one.field, SitePhase);
+        }
     if (problem)
         problem->phase = SitePhase;
     return problem;

@@ -123,7 +123,7 @@ TEST(SiteSync, AWishThatNoCameraOfTheModelCanHaveIsAFaultOfItsOwn) {
         {"F320", "0,mjpeg,0", {{"resolution", "1x1"}}, "wrong-value"},
         {"F320", "0,h264,0", {{"resolution", "1920x1080"}}, "wrong-value"},
         {"D850", "0,h264,0", {{"resolution", "1280x1"}}, "wrong-value"}, // it is as wide
-        {"F320", "0,h264,0", {{"quality", "77"}}, "not-reported"},
+        {"F320", "0,h264,0", {{"quality", "77"}}, "not-supported"},
     };
     std::vector<std::string> camsim{"--no-rtsp", "--count", std::to_string(std::size(rows))};
     for (const auto& row : rows)
