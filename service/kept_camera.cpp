@@ -371,7 +371,9 @@ void CKeptCamera::noteExchange(const site::SWatchedExchange& exchange) {
     bool isNews = false;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        isNews = isOfSettings && status_.health == (exchange.isFailed() ? Health::Up : Health::Degraded);
+        if (isOfSettings)
+            isNews = std::exchange(areSettingsLost_, exchange.isFailed()) != exchange.isFailed() &&
+                     status_.health != Health::Down;
         if (exchange.isFailed()) {
             ++status_.requests.failed;
         } else {

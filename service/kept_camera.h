@@ -126,6 +126,7 @@ private:
     std::uint64_t lookNumber_ = 0; // of the look that is due next; an earlier one is left out
     std::chrono::steady_clock::time_point nextLook_;
     std::chrono::steady_clock::time_point lastHeard_;
+    bool areSettingsLost_ = false; // of the latest dump
     std::chrono::steady_clock::time_point watchBegin_;
     bool isAnswering_ = false; // as it was found last
     bool isWatchLost_ = false;
