@@ -154,19 +154,10 @@ TEST(SiteDoctor, CountsTheCausesOfAll) {
 
 TEST(SiteDoctor, CtrlCEndsAfterWhatIsUnderWayAndTellsWhatWasFound) {
     CSiteOfCamsim site({"--count", "2", "--model", "L115", "--rtsp-port", "0"});
-    site.camsim.post("/faults",
-                     {{"path", "/cgi-bin/setdata"}, {"kind", "delay"}, {"ms", 1500}, {"camera", 0}});
-    CProgram program("vornhost", site.arguments("doctor", {"--json", "--jobs", "1"}));
-    ASSERT_TRUE(WaitUntil([&] { return site.camsim.get("/faults").at("faults")[0].at("hits") == 1; }));
-    program.signal(SIGINT);
-    program.awaitSignalTaken();
-    const SRun ended = program.wait();
-    EXPECT_EQ(ended.status, 1) << ended.err;
-    const auto told = JsonLines(ended.out);
-    ASSERT_EQ(told.size(), 2U) << ended.out;
-    EXPECT_EQ(told[0].at("name"), "c0");
-    EXPECT_EQ(told[1].at("cameras"), 1);
-    EXPECT_EQ(told[1].at("notDone"), 1);
+    const auto [told, summary] = site.interrupted("doctor", "/cgi-bin/setdata");
+    EXPECT_EQ(told.at("name"), "c0");
+    EXPECT_EQ(summary.at("cameras"), 1);
+    EXPECT_EQ(summary.at("notDone"), 1);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "tests/vornhost/vornhost_support.h"
 
+#include <csignal>
 #include <map>
 
 namespace corvane::vornhost_test {
@@ -28,6 +29,21 @@ public:
         all.insert(all.end(), more.begin(), more.end());
         return all;
     }
+    // What is told, and summed up, when Ctrl-C comes while the first of the cameras, one after another, is
+    // asked for `path`.
+    std::pair<json, json> interrupted(const std::string& verb, const std::string& path) const {
+        camsim.post("/faults", {{"path", path}, {"kind", "delay"}, {"ms", 1500}, {"camera", 0}});
+        CProgram program("vornhost", arguments(verb, {"--json", "--jobs", "1"}));
+        EXPECT_TRUE(WaitUntil([&] { return camsim.get("/faults").at("faults")[0].at("hits") == 1; }));
+        program.signal(SIGINT);
+        program.awaitSignalTaken();
+        const SRun ended = program.wait();
+        EXPECT_EQ(ended.status, 1) << ended.err;
+        const auto told = JsonLines(ended.out);
+        EXPECT_EQ(told.size(), 2U) << ended.out;
+        return {told.at(0), told.at(1)};
+    }
+
     SRun run(const std::string& verb, const std::vector<std::string>& more = {}) const {
         return Vornhost(arguments(verb, more));
     }

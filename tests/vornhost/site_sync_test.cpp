@@ -223,18 +223,9 @@ TEST(SiteSync, CtrlCEndsAfterWhatIsUnderWayAndTellsWhatWasDone) {
     CSiteOfCamsim site({"--count", "3", "--no-rtsp"});
     for (std::size_t i = 0; i < 3; ++i)
         site.camera(i)["adjustments"] = {{"brightness", "60"}};
-    site.camsim.post("/faults",
-                     {{"path", "/cgi-bin/image_adjust"}, {"kind", "delay"}, {"ms", 1500}, {"camera", 0}});
-    CProgram program("vornhost", site.arguments("sync", {"--json", "--jobs", "1"}));
-    ASSERT_TRUE(WaitUntil([&] { return site.camsim.get("/faults").at("faults")[0].at("hits") == 1; }));
-    program.signal(SIGINT);
-    program.awaitSignalTaken();
-    const SRun ended = program.wait();
-    EXPECT_EQ(ended.status, 1) << ended.err;
-    const auto told = JsonLines(ended.out);
-    ASSERT_EQ(told.size(), 2U) << ended.out;
-    EXPECT_EQ(told[0].at("state"), "changed");
-    EXPECT_EQ(told[1].at("notDone"), 2);
+    const auto [told, summary] = site.interrupted("sync", "/cgi-bin/image_adjust");
+    EXPECT_EQ(told.at("state"), "changed");
+    EXPECT_EQ(summary.at("notDone"), 2);
 }
 
 // Each fault of the catalogue at a camera of its own, beside fifty that have none.
