@@ -27,10 +27,10 @@
 #include "benchmarks/report.h"
 #include "benchmarks/workloads.h"
 
+#include "refhost/base/process_limits.h"
+
 #include <CLI/CLI.hpp>
 #include <benchmark/benchmark.h>
-
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <iostream>
@@ -179,14 +179,6 @@ const std::vector<SFigure> Figures = {
     {"  cores in use at rest", "large:share", Unit::Count, "", "", None, OfTheMachine},
 };
 
-// A thousand cameras keep more connections open than a process may by default.
-void RaiseDescriptorLimit() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-}
-
 // The repetitions of a figure and its yardstick take turns, so that a busy moment of the machine meets both.
 void InitializeLibrary(bool isQuick) {
     std::string program = "vorn_bench";
@@ -240,7 +232,7 @@ int main(int argc, char** argv) {
     app.add_option("--program", program, "vornhost")->required();
     CLI11_PARSE(app, argc, argv);
 
-    RaiseDescriptorLimit();
+    corvane::refhost::PrepareForManyCameras();
     InitializeLibrary(isQuick);
     try {
         CEnvironment environment(isQuick, plugin, models, simulator);

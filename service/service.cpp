@@ -1,5 +1,6 @@
 #include "service/service.h"
 
+#include "refhost/base/process_limits.h"
 #include "service/access.h"
 #include "service/api.h"
 #include "service/event_hub.h"
@@ -22,7 +23,6 @@
 #include <csignal>
 #include <filesystem>
 #include <future>
-#include <sys/resource.h>
 #include <thread>
 
 namespace corvane::service {
@@ -69,14 +69,6 @@ std::vector<SListenAddress> ListenAddresses(const SServeOptions& options) {
                                " can be reached from other machines, which needs TLS: give --tls-cert "
                                "and --tls-key, or listen at 127.0.0.1 behind a reverse proxy");
     return all;
-}
-
-// A thousand cameras with their streams have more open than a process may by default.
-void RaiseDescriptorLimit() {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 // The file of the tokens, and the token that was made because there was none.
@@ -261,7 +253,7 @@ private:
 
 ExitStatus Serve(const site::SOptions& options, const SServeOptions& serveOptions, const OnEnd& onEnd,
                  const std::string& version) {
-    RaiseDescriptorLimit();
+    refhost::PrepareForManyCameras();
     const auto isEnded = std::make_shared<std::atomic<bool>>(false);
     std::unique_ptr<CService> service;
     try {

@@ -1,5 +1,9 @@
 #include "tests/vornhost/site_support.h"
 
+#include <sys/resource.h>
+
+#include <set>
+
 namespace corvane::vornhost_test {
 namespace {
 
@@ -78,6 +82,25 @@ TEST(SiteEvents, NoLevelIsToldThatTheCameraHasNot) {
         ++inputs[line.value("name", "")];
     }
     EXPECT_EQ(inputs, (std::map<std::string, int>{{"c0", 3}, {"c1", 3}, {"c2", 3}, {"c3", 3}}));
+}
+
+// A process may have 1,024 files open by default, and a stream has five.
+TEST(SiteEvents, TheUsualLimitOfOpenFilesStopsNobody) {
+    const CSiteOfCamsim site({"--count", "20", "--model", "D850", "--no-rtsp"});
+    rlimit usual{};
+    getrlimit(RLIMIT_NOFILE, &usual);
+    const rlimit few{100, usual.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    CProgram program("vornhost", site.arguments("events", {"--json"}));
+    setrlimit(RLIMIT_NOFILE, &usual);
+    std::set<std::string> watched;
+    while (watched.size() < 60) {
+        const json line = json::parse(program.readLine());
+        ASSERT_NE(line.at("event"), "camera") << line;
+        watched.insert(line.at("name").get<std::string>() + " " + line.at("input").dump());
+    }
+    program.signal(SIGINT);
+    EXPECT_EQ(program.wait().status, 0);
 }
 
 // The plug-in's element shows a state even where nobody has told one.

@@ -1,3 +1,4 @@
+#include "refhost/base/process_limits.h"
 #include "site/cameras/site_wish.h"
 #include "site/text_file.h"
 #include "tools/vornhost/names.h"
@@ -90,6 +91,7 @@ public:
     }
 
     ExitStatus run(const SOptions& options) override {
+        refhost::PrepareForManyCameras();
         if (init_->parsed()) {
             surveyOptions_.jobs = siteOptions_.jobs;
             return CSiteSurvey(options, surveyOptions_).run();
