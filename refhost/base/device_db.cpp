@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -114,31 +115,35 @@ public:
     template <class... Keys>
     COptional<std::string> read(const char* query, const Keys&... keys) {
         return guarded([&]() -> COptional<std::string> {
-            SQLite::Statement statement(database_, query);
-            bindAll(statement, keys...);
-            if (!statement.executeStep())
+            const SUse use(*this, query, keys...);
+            if (!use.statement.executeStep())
                 return {};
-            return statement.getColumn(0).getString();
+            return use.statement.getColumn(0).getString();
         });
     }
 
     template <class... Values>
     void write(const char* command, const Values&... values) {
-        guarded([&] {
-            SQLite::Statement statement(database_, command);
-            bindAll(statement, values...);
-            return statement.exec();
-        });
+        guarded([&] { SUse(*this, command, values...).statement.exec(); });
     }
 
     void requireWritable();
 
 private:
-    template <class... Values>
-    static void bindAll(SQLite::Statement& statement, const Values&... values) {
-        int position = 0;
-        (statement.bind(++position, values), ...);
-    }
+    // A statement with its values. REQUIRES: mutex_ held as long as it lives.
+    struct SUse {
+        template <class... Values>
+        SUse(CConnection& connection, const char* text, const Values&... values)
+            : statement(connection.statements_.try_emplace(text, connection.database_, text).first->second) {
+            int position = 0;
+            (statement.bind(++position, values), ...);
+        }
+        ~SUse() { statement.tryReset(); } // it would keep the file locked
+        SUse(const SUse&) = delete;
+        SUse& operator=(const SUse&) = delete;
+
+        SQLite::Statement& statement;
+    };
 
     template <class Work>
     auto guarded(const Work& work) {
@@ -151,16 +156,15 @@ private:
     }
 
     const std::string name_;
-    std::mutex mutex_; // guards database_
+    std::mutex mutex_; // guards what follows
     SQLite::Database database_;
+    std::map<const char*, SQLite::Statement> statements_; // by their text, each compiled once
 };
 
 void CDeviceDb::CConnection::requireWritable() {
     guarded([&] {
         const SQLite::Transaction takenBack(database_, SQLite::TransactionBehavior::IMMEDIATE);
-        SQLite::Statement statement(database_, WriteValue);
-        bindAll(statement, std::string(), std::string(), std::string());
-        return statement.exec();
+        SUse(*this, WriteValue, std::string(), std::string(), std::string()).statement.exec();
     });
 }
 
