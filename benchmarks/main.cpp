@@ -175,8 +175,8 @@ const std::vector<SFigure> Figures = {
     {"  resident memory a controller", "large:large_controller_bytes", Unit::Bytes, "one of the first tenth",
      "large:small_controller_bytes", 1.2, OfTheMachine},
     {"  CPU time at rest, one refresh of each", "large:rest", Unit::Seconds,
-     "the refreshes by plain libcurl clients", "large:plain", None, OfTheMachine},
-    {"  cores in use at rest", "large:share", Unit::Count, "", "", None, OfTheMachine},
+     "the refreshes by plain libcurl clients", "large:plain", 1.0, OfTheMachine},
+    {"  cores in use at rest", "large:share", Unit::Count, "", "", 0.01, OfTheMachine},
 };
 
 // The repetitions of a figure and its yardstick take turns, so that a busy moment of the machine meets both.

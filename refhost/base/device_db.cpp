@@ -138,7 +138,7 @@ private:
             int position = 0;
             (statement.bind(++position, values), ...);
         }
-        ~SUse() { statement.tryReset(); } // it would keep the file locked
+        ~SUse() { statement.tryReset(); } // what is not reset keeps the file locked
         SUse(const SUse&) = delete;
         SUse& operator=(const SUse&) = delete;
 
@@ -158,7 +158,8 @@ private:
     const std::string name_;
     std::mutex mutex_; // guards what follows
     SQLite::Database database_;
-    std::map<const char*, SQLite::Statement> statements_; // by their text, each compiled once
+    std::map<const char*, SQLite::Statement>
+        statements_; // each compiled once; by the place of its text, a constant above
 };
 
 void CDeviceDb::CConnection::requireWritable() {

@@ -143,13 +143,22 @@ TEST(DeviceDb, AFailingDatabaseFailsTheCalls) {
     const std::string file = folder.file("devices.db");
     const auto database = CDeviceDb::open(file);
     const auto proxy = database->proxy("a");
-    Execute(file, "DROP TABLE device; DROP TABLE device_value; DROP TABLE input_value");
     CString value("kept");
+    EXPECT_THAT(proxy->writeValue("k", "kept"), IsSuccess()); // what fails later has been used before
+    EXPECT_THAT(proxy->readValue("k", value), IsSuccess());
+    Execute(file, "ALTER TABLE device RENAME TO a; ALTER TABLE device_value RENAME TO b;"
+                  "ALTER TABLE input_value RENAME TO c");
     EXPECT_THAT(proxy->writeValue("k", "v"), IsError(RtnCode::DeviceDbUnavailable, Origin::General, file));
     EXPECT_THAT(proxy->readValue("k", value), IsError(RtnCode::DeviceDbUnavailable, Origin::General, file));
     EXPECT_EQ(value, CString("kept"));
     EXPECT_EQ(proxy->getFamily(), "");
     EXPECT_THROW(database->registerDevice("a", "Dome", "1"), CDeviceDbError);
+
+    Execute(file, "ALTER TABLE a RENAME TO device; ALTER TABLE b RENAME TO device_value;"
+                  "ALTER TABLE c RENAME TO input_value");
+    EXPECT_THAT(proxy->writeValue("k", "v"), IsSuccess());
+    EXPECT_THAT(proxy->readValue("k", value), IsSuccess());
+    EXPECT_EQ(value, CString("v"));
 }
 
 TEST(DeviceDb, SeveralConnectionsAndThreadsWriteAtOnce) {
