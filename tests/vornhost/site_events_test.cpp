@@ -86,7 +86,7 @@ TEST(SiteEvents, NoLevelIsToldThatTheCameraHasNot) {
 
 // By default a process may have 1,024 files open, which some 80 such cameras need; here fewer for fewer.
 TEST(SiteEvents, TheUsualLimitOfOpenFilesStopsNobody) {
-    const CSiteOfCamsim site({"--count", "4", "--model", "D850", "--no-rtsp"});
+    const CSiteOfCamsim site({"--count", "8", "--model", "D850", "--no-rtsp"});
     rlimit usual{};
     getrlimit(RLIMIT_NOFILE, &usual);
     const rlimit few{40, usual.rlim_max};
@@ -94,7 +94,7 @@ TEST(SiteEvents, TheUsualLimitOfOpenFilesStopsNobody) {
     CProgram program("vornhost", site.arguments("events", {"--json"}));
     setrlimit(RLIMIT_NOFILE, &usual);
     std::set<std::string> watched;
-    while (watched.size() < 12) {
+    while (watched.size() < 24) {
         const json line = json::parse(program.readLine());
         if (line.at("event") != "camera")
             watched.insert(line.at("name").get<std::string>() + " " + line.at("input").dump());
