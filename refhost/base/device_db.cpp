@@ -158,8 +158,8 @@ private:
     const std::string name_;
     std::mutex mutex_; // guards what follows
     SQLite::Database database_;
-    std::map<const char*, SQLite::Statement>
-        statements_; // each compiled once; by the place of its text, a constant above
+    // Each compiled once; by the place of its text, which is one of the constants above.
+    std::map<const char*, SQLite::Statement> statements_;
 };
 
 void CDeviceDb::CConnection::requireWritable() {
